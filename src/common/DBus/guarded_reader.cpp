@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "DBus/guarded_reader_p.h"
+
+namespace Ostrel
+{
+
+void skipValue(const QDBusArgument &argument)
+{
+    switch (argument.currentType()) {
+    case QDBusArgument::UnknownType:
+        return;
+    case QDBusArgument::MapEntryType:
+        // asVariant() would stay where it is.
+        argument.beginMapEntry();
+        skipValue(argument);
+        skipValue(argument);
+        argument.endMapEntry();
+        return;
+    default:
+        argument.asVariant();
+    }
+}
+
+} // namespace Ostrel

@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef DBUS_PENDING_CALL_P_H
+#define DBUS_PENDING_CALL_P_H
+
+#include <QtCore/QObject>
+#include <QtCore/QThread>
+#include <QtDBus/QDBusPendingCall>
+#include <QtDBus/QDBusPendingReply>
+
+#include <utility>
+
+namespace Ostrel
+{
+
+// Runs handler(reply) once the call has been answered, from the event loop of context's thread, and
+// never after context is gone. Reply is a QDBusPendingReply, whose types the answer has to match;
+// another answer arrives as an error. The handler may delete anything, context included.
+template <typename Reply, typename Handler>
+void watchPendingCall(QDBusPendingCall call, const QObject *context, Handler handler)
+{
+    // A call on a connection that never was has failed already, without the parts that would tell
+    // a watcher so. A call that is made from its error has them.
+    if (call.isFinished() && call.isError()) {
+        call = QDBusPendingCall::fromError(call.error());
+    }
+
+    // An object cannot have a parent in another thread. There the watcher follows context by hand.
+    const bool elsewhere = context != nullptr && context->thread() != QThread::currentThread();
+    auto *watcher =
+        new QDBusPendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
+
+    const auto finished =
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                         [handler = std::move(handler)](QDBusPendingCallWatcher *finishedWatcher) {
+                             // The handler may delete the watcher's parent, and the watcher with
+                             // it.
+                             const Reply reply = *finishedWatcher;
+                             finishedWatcher->deleteLater();
+                             handler(reply);
+                         });
+    if (!finished) {
+        delete watcher;
+        return;
+    }
+
+    if (elsewhere) {
+        // Directly: context may outlive the event loop that would run a deleteLater().
+        QObject::connect(
+            context, &QObject::destroyed, watcher, [watcher] { delete watcher; },
+            Qt::DirectConnection);
+        // The reply may be handled, and the watcher deleted, as soon as it has moved.
+        watcher->moveToThread(context->thread());
+    }
+}
+
+} // namespace Ostrel
+
+#endif

@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef DBUS_TYPES_H
+#define DBUS_TYPES_H
+
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
+#include <QtCore/QVariantMap>
+#include <QtCore/QVector>
+
+/**
+ * @file
+ * The records in which the lifecycle service describes what is running.
+ *
+ * They are plain values for the caller: the library fills them and reads none of their members.
+ * They declare no constructors and no default member values, so that a default-constructed record
+ * has empty strings and an empty map, but numbers without a defined value; write
+ * `RunningApplication application{};` for zeros.
+ */
+
+namespace Ostrel
+{
+
+/**
+ * The state of an application, as the service numbers it.
+ *
+ * The service defines the numbers. Any number that it sends is handed on unchanged, named here or
+ * not, so compare and print values as numbers (`quint32`).
+ */
+enum ApplicationState : quint32 {
+    /** What WindowManagement::updateWindowStatus() hands over together with any failure. */
+    ApplicationStateUnknown = 255,
+};
+
+/** The kind of an application. The service defines the numbers; the library names none. */
+enum ApplicationKind : quint32 {
+};
+
+/** The state of a service process. The service defines the numbers; the library names none. */
+enum ServiceState : quint32 {
+};
+
+/**
+ * One running application.
+ *
+ * On the bus it is a structure of the signature "(siuua{sv})", with the members in this order.
+ */
+struct RunningApplication
+{
+    /** The identifier of the application ("s"). */
+    QString appId;
+    /** The number that the service gives for the application's process ("i"). It may be negative.
+     */
+    qint32 pid;
+    /** The state of the application ("u"). */
+    ApplicationState state;
+    /** The kind of the application ("u"). */
+    ApplicationKind kind;
+    /** Further named values ("a{sv}"); the service defines the keys. */
+    QVariantMap properties;
+};
+
+/**
+ * One running service.
+ *
+ * On the bus it is a structure of the signature "(ssiua{sv})", with the members in this order.
+ */
+struct RunningService
+{
+    /** The identifier of the application that the service belongs to ("s"). */
+    QString appId;
+    /** The name of the service ("s"). */
+    QString name;
+    /** The number that the service gives for the service's process ("i"). It may be negative. */
+    qint32 pid;
+    /** The state of the service ("u"). */
+    ServiceState state;
+    /** Further named values ("a{sv}"); the service defines the keys. */
+    QVariantMap properties;
+};
+
+} // namespace Ostrel
+
+// ApplicationState is left out on purpose: it is registered at run time, under the short name that
+// the signals of the library spell.
+Q_DECLARE_TYPEINFO(Ostrel::RunningApplication, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(Ostrel::RunningService, Q_MOVABLE_TYPE);
+Q_DECLARE_METATYPE(Ostrel::RunningApplication)
+Q_DECLARE_METATYPE(Ostrel::RunningService)
+
+#endif

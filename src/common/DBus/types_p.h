@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef DBUS_TYPES_P_H
+#define DBUS_TYPES_P_H
+
+#include "DBus/types.h"
+
+#include <QtDBus/QDBusArgument>
+
+namespace Ostrel
+{
+
+// The wire forms of the records. The readers take whatever stands on the bus: what does not match
+// gives default values, is stepped over, and is not reported.
+
+QDBusArgument &operator<<(QDBusArgument &argument, const RunningApplication &application);
+const QDBusArgument &operator>>(const QDBusArgument &argument, RunningApplication &application);
+
+QDBusArgument &operator<<(QDBusArgument &argument, const RunningService &service);
+const QDBusArgument &operator>>(const QDBusArgument &argument, RunningService &service);
+
+// Chosen over Qt's own readers of a vector, which begin an array whatever the argument stands at.
+const QDBusArgument &operator>>(const QDBusArgument &argument,
+                                QVector<RunningApplication> &applications);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<RunningService> &services);
+
+} // namespace Ostrel
+
+#endif

@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_WINDOW_MANAGEMENT_P_H
+#define OSTREL_WINDOW_MANAGEMENT_P_H
+
+#include "Ostrel/window_management.h"
+
+#include <QtDBus/QDBusAbstractInterface>
+
+namespace Ostrel
+{
+
+// The service's end of the conversation. It adds nothing to its base, a meta-object included.
+class WindowManagementInterface
+    : public QDBusAbstractInterface // clazy:exclude=missing-qobject-macro
+{
+public:
+    WindowManagementInterface();
+    ~WindowManagementInterface() override;
+};
+
+class WindowManagementPrivate
+{
+public:
+    void updateWindowStatus(const QString &window, int status, int arg1, int arg2,
+                            const QObject *context,
+                            const std::function<void(ApplicationState, const Error &)> &callback);
+
+private:
+    // Never deleted: it lives until the process ends.
+    WindowManagementInterface *m_interface = new WindowManagementInterface;
+};
+
+} // namespace Ostrel
+
+#endif
