@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_INTERFACE_H
+#define SIMULATOR_INTERFACE_H
+
+#include "interface_description.h"
+
+#include <QtDBus/QDBusMessage>
+
+// One interface at one object path of the service.
+class Interface
+{
+public:
+    Interface(const QString &path, const QString &shortName);
+    virtual ~Interface();
+
+    QString path() const { return m_path; }
+    const InterfaceDescription &description() const { return m_description; }
+
+    // Carries out a call of a method that the description has, with the arguments that it names,
+    // and returns the answer: a reply or an error. An invalid message says that the answer will be
+    // sent later.
+    virtual QDBusMessage answer(const QDBusMessage &call) = 0;
+
+    // Whether calls are logged and subject to faults.
+    virtual bool isSimulated() const { return true; }
+
+    // Forgets everything that calls have left behind.
+    virtual void reset() { }
+
+private:
+    Q_DISABLE_COPY(Interface)
+
+    QString m_path;
+    InterfaceDescription m_description;
+};
+
+#endif

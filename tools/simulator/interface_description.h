@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_INTERFACE_DESCRIPTION_H
+#define SIMULATOR_INTERFACE_DESCRIPTION_H
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+// One bus interface, as its introspection XML describes it.
+class InterfaceDescription
+{
+public:
+    // Reads the XML of the short name, such as "WindowManagement1", from the program's resources.
+    explicit InterfaceDescription(const QString &shortName);
+
+    QString name() const { return m_name; }
+
+    // The interface element alone, for an answer to "Introspect".
+    QString xml() const { return m_xml; }
+
+    bool hasMethod(const QString &method) const { return m_signatures.contains(method); }
+
+    // The signature of a method's arguments.
+    QString signature(const QString &method) const { return m_signatures.value(method); }
+
+private:
+    QString m_name;
+    QString m_xml;
+    QHash<QString, QString> m_signatures;
+};
+
+#endif

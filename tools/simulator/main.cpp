@@ -1,0 +1,131 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "options.h"
+#include "service.h"
+#include "simulator1.h"
+#include "termination.h"
+#include "window_management1.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusError>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace
+{
+
+QDBusConnection connectTo(const Options &options)
+{
+    const QString name = QStringLiteral("ostrel-simulator");
+    switch (options.bus) {
+    case Options::Bus::System:
+        return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+    case Options::Bus::Address:
+        return QDBusConnection::connectToBus(options.address, name);
+    case Options::Bus::Session:
+        break;
+    }
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+}
+
+QString label(const Options &options)
+{
+    switch (options.bus) {
+    case Options::Bus::System:
+        return QStringLiteral("system bus");
+    case Options::Bus::Address:
+        return QStringLiteral("bus at %1").arg(options.address);
+    case Options::Bus::Session:
+        break;
+    }
+    return QStringLiteral("session bus");
+}
+
+// Ends the program when the bus goes away, so that no simulator is left behind.
+class BusWatch : public QObject
+{
+    Q_OBJECT
+
+public Q_SLOTS:
+    void onDisconnected()
+    {
+        print(stderr, QStringLiteral("the bus went away"));
+        QCoreApplication::exit(EXIT_FAILURE);
+    }
+};
+
+int serve(QDBusConnection bus, const QString &busLabel)
+{
+    const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
+
+    const Termination termination;
+    QObject::connect(&termination, &Termination::requested, QCoreApplication::instance(),
+                     &QCoreApplication::quit);
+    BusWatch watch;
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                &watch, SLOT(onDisconnected()));
+
+    Service service(bus);
+    auto windowManagement = std::make_unique<WindowManagement1>();
+    auto desk = std::make_unique<Simulator1>(service, *windowManagement);
+    service.add(std::move(windowManagement));
+    service.add(std::move(desk));
+
+    // The name comes last: who sees it owned finds everything in place.
+    if (!bus.registerVirtualObject(QStringLiteral(OSTREL_SERVICE_PATH), &service,
+                                   QDBusConnection::SubPath)) {
+        print(stderr, QStringLiteral("cannot serve the path " OSTREL_SERVICE_PATH));
+        return EXIT_FAILURE;
+    }
+    const auto owned =
+        bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::DontAllowReplacement);
+    if (!owned.isValid()) {
+        print(
+            stderr,
+            QStringLiteral("cannot own the name %1: %2").arg(serviceName, owned.error().message()));
+        return EXIT_FAILURE;
+    }
+    if (owned.value() != QDBusConnectionInterface::ServiceRegistered) {
+        print(stderr, QStringLiteral("the name %1 is taken on the %2").arg(serviceName, busLabel));
+        return EXIT_FAILURE;
+    }
+    print(stdout, QStringLiteral("%1 is ready on the %2").arg(serviceName, busLabel));
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ostrel-simulator"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+
+    const auto parsed = parseOptions(QCoreApplication::arguments());
+    if (const int *exitStatus = std::get_if<int>(&parsed)) {
+        return *exitStatus;
+    }
+    const auto &options = std::get<Options>(parsed);
+
+    const QDBusConnection bus = connectTo(options);
+    if (!bus.isConnected()) {
+        print(stderr,
+              QStringLiteral("cannot reach the %1: %2")
+                  .arg(label(options), bus.lastError().message()));
+        return EXIT_FAILURE;
+    }
+    // A blocking call on a bus that goes away before the first pass would never end.
+    QCoreApplication::processEvents();
+    return serve(bus, label(options));
+}
+
+#include "main.moc"

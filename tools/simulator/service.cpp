@@ -1,0 +1,158 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "service.h"
+
+#include "DBus/names_p.h"
+
+#include <QtDBus/QDBusError>
+
+#include <algorithm>
+
+Service::Service(const QDBusConnection &connection)
+    : m_connection(connection)
+{
+}
+
+void Service::add(std::unique_ptr<Interface> interface)
+{
+    m_interfaces.push_back(std::move(interface));
+}
+
+bool Service::knows(const Method &method) const
+{
+    return std::any_of(
+        m_interfaces.cbegin(), m_interfaces.cend(), [&method](const auto &interface) {
+            return interface->isSimulated() && interface->description().name() == method.first
+                && interface->description().hasMethod(method.second);
+        });
+}
+
+void Service::arrange(const Method &method, const Fault &fault, uint calls)
+{
+    if (calls > 0) {
+        m_faults[method].enqueue({fault, calls});
+    }
+}
+
+void Service::send(const QDBusMessage &call, const QDBusMessage &answer)
+{
+    if (call.isReplyRequired() && answer.type() != QDBusMessage::InvalidMessage) {
+        m_connection.send(answer);
+    }
+}
+
+void Service::reset()
+{
+    m_faults.clear();
+    m_log.clear();
+    for (const auto &interface : m_interfaces) {
+        interface->reset();
+    }
+}
+
+bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection & /*connection*/)
+{
+    if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))
+        && hasObject(message.path())) {
+        return false; // QtDBus answers "Introspect" and its like
+    }
+
+    Interface *const interface = find(message);
+    if (interface == nullptr) {
+        logCall(message);
+        send(message, refuseTarget(message));
+        return true;
+    }
+    if (interface->isSimulated()) {
+        logCall(message);
+    }
+    const QDBusMessage refused = refuseMethod(message, interface->description());
+    if (refused.type() != QDBusMessage::InvalidMessage) {
+        send(message, refused);
+        return true;
+    }
+
+    const auto faults = m_faults.find({interface->description().name(), message.member()});
+    if (faults != m_faults.end() && !faults->isEmpty()) {
+        const Fault fault = faults->head().fault;
+        if (--faults->head().calls == 0) {
+            faults->dequeue();
+        }
+        fault(message, *interface);
+    } else {
+        send(message, interface->answer(message));
+    }
+    return true;
+}
+
+QString Service::introspect(const QString &path) const
+{
+    QString xml;
+    for (const auto &interface : m_interfaces) {
+        if (interface->path() == path) {
+            xml += interface->description().xml();
+        } else if (interface->path().startsWith(path + QLatin1Char('/'))) {
+            xml += QStringLiteral("  <node name=\"%1\"/>\n")
+                       .arg(interface->path().mid(path.size() + 1));
+        }
+    }
+    return xml;
+}
+
+// A caller may leave the interface out of a call; the member alone decides then.
+Interface *Service::find(const QDBusMessage &call) const
+{
+    const auto found =
+        std::find_if(m_interfaces.cbegin(), m_interfaces.cend(), [&call](const auto &interface) {
+            const InterfaceDescription &description = interface->description();
+            return interface->path() == call.path()
+                && (call.interface().isEmpty() ? description.hasMethod(call.member())
+                                               : description.name() == call.interface());
+        });
+    return found != m_interfaces.cend() ? found->get() : nullptr;
+}
+
+void Service::logCall(const QDBusMessage &call)
+{
+    m_log.append(call);
+    Q_EMIT called();
+}
+
+// The answer to a call of an object or interface that is not here.
+QDBusMessage Service::refuseTarget(const QDBusMessage &call) const
+{
+    if (!hasObject(call.path())) {
+        return call.createErrorReply(QDBusError::UnknownObject,
+                                     QStringLiteral("No object at the path %1").arg(call.path()));
+    }
+    return call.createErrorReply(
+        QDBusError::UnknownInterface,
+        QStringLiteral("No interface \"%1\" at the path %2").arg(call.interface(), call.path()));
+}
+
+// The answer to a call of a method that the interface does not have, or not with these arguments;
+// an invalid message if there is nothing to refuse.
+QDBusMessage Service::refuseMethod(const QDBusMessage &call,
+                                   const InterfaceDescription &description)
+{
+    if (!description.hasMethod(call.member())) {
+        return call.createErrorReply(QDBusError::UnknownMethod,
+                                     QStringLiteral("No method \"%1\" in the interface %2")
+                                         .arg(call.member(), description.name()));
+    }
+    const QString expected = description.signature(call.member());
+    if (call.signature() != expected) {
+        return call.createErrorReply(QDBusError::InvalidArgs,
+                                     QStringLiteral("%1 takes \"%2\", not \"%3\"")
+                                         .arg(call.member(), expected, call.signature()));
+    }
+    return {};
+}
+
+bool Service::hasObject(const QString &path) const
+{
+    return path == QLatin1String(OSTREL_SERVICE_PATH)
+        || std::any_of(m_interfaces.cbegin(), m_interfaces.cend(),
+                       [&path](const auto &interface) { return interface->path() == path; });
+}

@@ -1,0 +1,243 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator1.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTimer>
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusVariant>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+Method methodOf(const QDBusMessage &call)
+{
+    return {call.arguments().at(0).toString(), call.arguments().at(1).toString()};
+}
+
+bool isErrorName(const QString &name)
+{
+    static const QRegularExpression elements(
+        QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*(\\.[A-Za-z_][A-Za-z0-9_]*)+\\z"));
+    return name.size() <= 255 && elements.match(name).hasMatch();
+}
+
+QDBusMessage refuse(const QDBusMessage &call, const QString &message)
+{
+    return call.createErrorReply(QDBusError::InvalidArgs, message);
+}
+
+} // namespace
+
+Simulator1::Simulator1(Service &service, const WindowManagement1 &windowManagement)
+    : Interface(QStringLiteral(OSTREL_SIMULATOR_PATH), QStringLiteral("Simulator1"))
+    , m_service(service)
+    , m_windowManagement(windowManagement)
+{
+    connect(&service, &Service::called, this, &Simulator1::answerWaiters);
+}
+
+const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
+{
+    static const QHash<QString, Handler> all{
+        {QStringLiteral("FailNext"), &Simulator1::failNext},
+        {QStringLiteral("DelayNext"), &Simulator1::delayNext},
+        {QStringLiteral("AnswerNext"), &Simulator1::answerNext},
+        {QStringLiteral("IgnoreNext"), &Simulator1::ignoreNext},
+        {QStringLiteral("HoldNext"), &Simulator1::holdNext},
+        {QStringLiteral("Release"), &Simulator1::release},
+        {QStringLiteral("DieInNext"), &Simulator1::dieInNext},
+        {QStringLiteral("WaitForCalls"), &Simulator1::waitForCalls},
+        {QStringLiteral("WaitForHeld"), &Simulator1::waitForHeld},
+        {QStringLiteral("Calls"), &Simulator1::calls},
+        {QStringLiteral("ClearCalls"), &Simulator1::clearCalls},
+        {QStringLiteral("Windows"), &Simulator1::windows},
+        {QStringLiteral("Reset"), &Simulator1::resetAll},
+    };
+    return all;
+}
+
+QDBusMessage Simulator1::answer(const QDBusMessage &call)
+{
+    // Every method whose arguments begin with two strings names a method of the service there.
+    if (call.signature().startsWith(QLatin1String("ss")) && !m_service.knows(methodOf(call))) {
+        return refuse(call,
+                      QStringLiteral("The service has no method \"%2\" in an interface \"%1\"")
+                          .arg(methodOf(call).first, methodOf(call).second));
+    }
+    const Handler handler = handlers().value(call.member());
+    Q_ASSERT(handler != nullptr);
+    return (this->*handler)(call);
+}
+
+void Simulator1::reset()
+{
+    m_held.clear();
+    // Who still waits will wait for nothing.
+    const QVector<Waiter> waiters = std::exchange(m_waiters, {});
+    for (const Waiter &waiter : waiters) {
+        m_service.send(waiter.call,
+                       waiter.call.createErrorReply(QDBusError::Failed,
+                                                    QStringLiteral("The simulator was reset")));
+    }
+}
+
+QDBusMessage Simulator1::failNext(const QDBusMessage &call)
+{
+    const QString error = call.arguments().at(2).toString();
+    const QString message = call.arguments().at(3).toString();
+    if (!isErrorName(error)) {
+        return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
+    }
+    return arrange(call, [this, error, message](const QDBusMessage &failing, Interface &) {
+        m_service.send(failing, failing.createErrorReply(error, message));
+    });
+}
+
+QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
+{
+    const uint milliseconds = call.arguments().at(2).toUInt();
+    if (milliseconds > static_cast<uint>(std::numeric_limits<int>::max())) {
+        return refuse(call, QStringLiteral("%1 milliseconds are too many").arg(milliseconds));
+    }
+    const std::chrono::milliseconds delay(milliseconds);
+    return arrange(call, [this, delay](const QDBusMessage &delayed, Interface &interface) {
+        const QDBusMessage answer = interface.answer(delayed);
+        QTimer::singleShot(delay, this,
+                           [this, delayed, answer] { m_service.send(delayed, answer); });
+    });
+}
+
+QDBusMessage Simulator1::answerNext(const QDBusMessage &call)
+{
+    QVariantList values;
+    const auto argument = call.arguments().at(2).value<QDBusArgument>();
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        QDBusVariant value;
+        argument >> value;
+        values.append(value.variant());
+    }
+    argument.endArray();
+    return arrange(call, [this, values](const QDBusMessage &answered, Interface &) {
+        m_service.send(answered, answered.createReply(values));
+    });
+}
+
+QDBusMessage Simulator1::ignoreNext(const QDBusMessage &call)
+{
+    return arrange(call, [](const QDBusMessage &, Interface &) {});
+}
+
+QDBusMessage Simulator1::holdNext(const QDBusMessage &call)
+{
+    const Method method = methodOf(call);
+    const Service::Fault hold = [this, method](const QDBusMessage &held, Interface &interface) {
+        m_held[method].append({held, interface.answer(held)});
+        answerWaiters();
+    };
+    return arrange(call, hold, call.arguments().at(2).toUInt());
+}
+
+QDBusMessage Simulator1::release(const QDBusMessage &call)
+{
+    const auto order = qdbus_cast<QList<uint>>(call.arguments().at(2));
+    QVector<HeldAnswer> &held = m_held[methodOf(call)];
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) >= static_cast<uint>(held.size()) || order.indexOf(order.at(i)) != i) {
+            return refuse(call,
+                          QStringLiteral("%1 held answers; %2 is out of range or named twice")
+                              .arg(held.size())
+                              .arg(order.at(i)));
+        }
+    }
+    for (const uint number : order) {
+        const HeldAnswer &released = held.at(static_cast<int>(number));
+        m_service.send(released.call, released.answer);
+    }
+    QVector<HeldAnswer> kept;
+    for (int i = 0; i < held.size(); ++i) {
+        if (!order.contains(static_cast<uint>(i))) {
+            kept.append(held.at(i));
+        }
+    }
+    held = kept;
+    return call.createReply();
+}
+
+QDBusMessage Simulator1::dieInNext(const QDBusMessage &call)
+{
+    return arrange(call, [](const QDBusMessage &, Interface &) { std::_Exit(EXIT_FAILURE); });
+}
+
+QDBusMessage Simulator1::waitForCalls(const QDBusMessage &call)
+{
+    const Method method = methodOf(call);
+    return wait({call, [this, method] { return m_service.log().count(method); },
+                 call.arguments().at(2).toUInt()});
+}
+
+QDBusMessage Simulator1::waitForHeld(const QDBusMessage &call)
+{
+    const Method method = methodOf(call);
+    return wait({call, [this, method] { return static_cast<uint>(m_held.value(method).size()); },
+                 call.arguments().at(2).toUInt()});
+}
+
+QDBusMessage Simulator1::calls(const QDBusMessage &call)
+{
+    return call.createReply(QVariant::fromValue(m_service.log().calls()));
+}
+
+QDBusMessage Simulator1::clearCalls(const QDBusMessage &call)
+{
+    m_service.log().clear();
+    return call.createReply();
+}
+
+QDBusMessage Simulator1::windows(const QDBusMessage &call)
+{
+    return call.createReply(QVariant::fromValue(m_windowManagement.windows()));
+}
+
+QDBusMessage Simulator1::resetAll(const QDBusMessage &call)
+{
+    m_service.reset();
+    return call.createReply();
+}
+
+QDBusMessage Simulator1::arrange(const QDBusMessage &call, const Service::Fault &fault, uint calls)
+{
+    m_service.arrange(methodOf(call), fault, calls);
+    return call.createReply();
+}
+
+QDBusMessage Simulator1::wait(const Waiter &waiter)
+{
+    if (waiter.counted() >= waiter.wanted) {
+        return waiter.call.createReply();
+    }
+    m_waiters.append(waiter);
+    return {};
+}
+
+void Simulator1::answerWaiters()
+{
+    const auto satisfied = [this](const Waiter &waiter) {
+        if (waiter.counted() < waiter.wanted) {
+            return false;
+        }
+        m_service.send(waiter.call, waiter.call.createReply());
+        return true;
+    };
+    m_waiters.erase(std::remove_if(m_waiters.begin(), m_waiters.end(), satisfied), m_waiters.end());
+}

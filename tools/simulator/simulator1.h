@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_SIMULATOR1_H
+#define SIMULATOR_SIMULATOR1_H
+
+#include "call_log.h"
+#include "interface.h"
+#include "service.h"
+#include "window_management1.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QObject>
+#include <QtCore/QVector>
+
+#include <functional>
+
+// ".Simulator1", the fault desk: arranges what becomes of later calls of the service's methods, and
+// tells what was called.
+class Simulator1 : public QObject, public Interface
+{
+    Q_OBJECT
+
+public:
+    Simulator1(Service &service, const WindowManagement1 &windowManagement);
+
+    QDBusMessage answer(const QDBusMessage &call) override;
+    bool isSimulated() const override { return false; }
+    void reset() override;
+
+private:
+    struct HeldAnswer
+    {
+        QDBusMessage call;
+        QDBusMessage answer;
+    };
+
+    // A call of the desk that is answered once something has been counted often enough.
+    struct Waiter
+    {
+        QDBusMessage call;
+        std::function<uint()> counted;
+        uint wanted = 0;
+    };
+
+    using Handler = QDBusMessage (Simulator1::*)(const QDBusMessage &call);
+    static const QHash<QString, Handler> &handlers();
+
+    QDBusMessage failNext(const QDBusMessage &call);
+    QDBusMessage delayNext(const QDBusMessage &call);
+    QDBusMessage answerNext(const QDBusMessage &call);
+    QDBusMessage ignoreNext(const QDBusMessage &call);
+    QDBusMessage holdNext(const QDBusMessage &call);
+    QDBusMessage release(const QDBusMessage &call);
+    QDBusMessage dieInNext(const QDBusMessage &call);
+    QDBusMessage waitForCalls(const QDBusMessage &call);
+    QDBusMessage waitForHeld(const QDBusMessage &call);
+    QDBusMessage calls(const QDBusMessage &call);
+    QDBusMessage clearCalls(const QDBusMessage &call);
+    QDBusMessage windows(const QDBusMessage &call);
+    QDBusMessage resetAll(const QDBusMessage &call);
+
+    QDBusMessage arrange(const QDBusMessage &call, const Service::Fault &fault, uint calls = 1);
+    QDBusMessage wait(const Waiter &waiter);
+    void answerWaiters();
+
+    Service &m_service;
+    const WindowManagement1 &m_windowManagement;
+    QHash<Method, QVector<HeldAnswer>> m_held;
+    QVector<Waiter> m_waiters;
+};
+
+#endif

@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_TERMINATION_H
+#define SIMULATOR_TERMINATION_H
+
+#include <QtCore/QObject>
+
+// Turns SIGTERM and SIGINT into a signal of the event loop.
+class Termination : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Termination(QObject *parent = nullptr);
+    ~Termination() override;
+
+Q_SIGNALS:
+    void requested();
+
+private:
+    Q_DISABLE_COPY(Termination)
+
+    int m_readEnd = -1;
+};
+
+#endif
