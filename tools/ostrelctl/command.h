@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_COMMAND_H
+#define OSTRELCTL_COMMAND_H
+
+#include <QtCore/QStringList>
+
+// The exit statuses, alike for all commands.
+enum ExitStatus {
+    Success = 0,
+    OperationFailed = 1,
+    BadUsage = 2,
+};
+
+// A sub-command. Each one is a file of its own, declared here and listed in main.cpp.
+struct Command
+{
+    QString name;
+    QString summary;
+    // Runs the command with the arguments behind its name, and returns the exit status.
+    int (*run)(const QStringList &arguments);
+};
+
+Command windowCommand();
+
+#endif

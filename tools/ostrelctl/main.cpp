@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "command.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTextStream>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace
+{
+
+int tellMistake(const QString &mistake)
+{
+    QTextStream(stderr) << "ostrelctl: " << mistake << "\nTry 'ostrelctl --help'.\n";
+    return BadUsage;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ostrelctl"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+
+    const std::array commands{windowCommand()};
+
+    QString description =
+        QStringLiteral("Talks to the device's application-lifecycle service.\n\nCommands:\n");
+    for (const Command &command : commands) {
+        description += QStringLiteral("  %1  %2\n").arg(command.name, -12).arg(command.summary);
+    }
+    description += QStringLiteral("\n'ostrelctl COMMAND --help' tells more of one.");
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(description);
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    parser.addOptions({
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")},
+        {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")},
+    });
+    parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("What to do."),
+                                 QStringLiteral("COMMAND ..."));
+    if (!parser.parse(QCoreApplication::arguments())) {
+        return tellMistake(parser.errorText());
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        parser.showHelp();
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        parser.showVersion();
+    }
+
+    QStringList arguments = parser.positionalArguments();
+    if (arguments.isEmpty()) {
+        return tellMistake(QStringLiteral("a command is missing"));
+    }
+    const QString name = arguments.takeFirst();
+    const auto command = std::find_if(commands.cbegin(), commands.cend(),
+                                      [&name](const Command &each) { return each.name == name; });
+    if (command == commands.cend()) {
+        return tellMistake(QStringLiteral("no command \"%1\"").arg(name));
+    }
+    return command->run(arguments);
+}

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "report.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QTextStream>
+
+#include <cstdio>
+
+namespace
+{
+
+QString nameOf(Ostrel::Error::Code code)
+{
+    using Ostrel::Error;
+    switch (code) {
+    case Error::NoError:
+        return QStringLiteral("NoError");
+    case Error::Failed:
+        return QStringLiteral("Failed");
+    case Error::HandlerNotFound:
+        return QStringLiteral("HandlerNotFound");
+    case Error::HandlerFailed:
+        return QStringLiteral("HandlerFailed");
+    case Error::InvalidArgs:
+        return QStringLiteral("InvalidArgs");
+    case Error::NotSupported:
+        return QStringLiteral("NotSupported");
+    case Error::AccessDenied:
+        return QStringLiteral("AccessDenied");
+    case Error::ProcessNotHandled:
+        return QStringLiteral("ProcessNotHandled");
+    case Error::ApplicationNotRunning:
+        return QStringLiteral("ApplicationNotRunning");
+    case Error::ApplicationAlreadyRunning:
+        return QStringLiteral("ApplicationAlreadyRunning");
+    }
+    return QString::number(code);
+}
+
+} // namespace
+
+void reportError(const Ostrel::Error &error)
+{
+    QTextStream(stderr) << "error: " << nameOf(error.code()) << ": " << error.message() << '\n';
+}
+
+QJsonObject toJson(const Ostrel::Error &error)
+{
+    return {{QStringLiteral("name"), nameOf(error.code())},
+            {QStringLiteral("code"), error.code()},
+            {QStringLiteral("message"), error.message()}};
+}
+
+void printLine(const QString &line)
+{
+    QTextStream(stdout) << line << '\n';
+}
+
+void printJson(const QJsonObject &document)
+{
+    printLine(QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact)));
+}

@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_REPORT_H
+#define OSTRELCTL_REPORT_H
+
+#include <Ostrel/Error>
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+
+// Prints "error: NAME: message" on standard error.
+void reportError(const Ostrel::Error &error);
+
+// The error as a member of a JSON result.
+QJsonObject toJson(const Ostrel::Error &error);
+
+// Prints one line on standard output.
+void printLine(const QString &line);
+
+// Prints one JSON document, on a line, on standard output.
+void printJson(const QJsonObject &document);
+
+#endif

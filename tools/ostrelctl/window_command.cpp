@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "command.h"
+#include "command_line.h"
+#include "report.h"
+
+#include <Ostrel/WindowManagement>
+
+#include <QtCore/QCoreApplication>
+
+namespace
+{
+
+int report(Ostrel::ApplicationState state, const Ostrel::Error &error, bool json)
+{
+    if (json) {
+        QJsonObject result{{QStringLiteral("state"), static_cast<qint64>(state)}};
+        if (error) {
+            result.insert(QStringLiteral("error"), toJson(error));
+        }
+        printJson(result);
+    } else {
+        printLine(QString::number(state));
+    }
+    if (error) {
+        reportError(error);
+        return OperationFailed;
+    }
+    return Success;
+}
+
+int run(const QStringList &arguments)
+{
+    CommandLine line(
+        QStringLiteral("window"),
+        QStringLiteral(
+            "Reports the status of a window to the lifecycle service, and prints the state\n"
+            "that the service assigns to the application: 255 together with an error."));
+    line.addFlag(QStringLiteral("json"), QStringLiteral("Print the result as one JSON document."));
+    line.addPositional(QStringLiteral("WINDOW"), QStringLiteral("Names the window."));
+    line.addPositional(QStringLiteral("STATUS"), QStringLiteral("The window's status, a number."));
+    line.addPositional(QStringLiteral("ARG1"), QStringLiteral("A further number."));
+    line.addPositional(QStringLiteral("ARG2"), QStringLiteral("A further number."));
+    if (const auto exitStatus = line.parse(arguments)) {
+        return *exitStatus;
+    }
+    const auto status = line.number(1);
+    const auto arg1 = status ? line.number(2) : std::nullopt;
+    const auto arg2 = arg1 ? line.number(3) : std::nullopt;
+    if (!arg2) {
+        return BadUsage;
+    }
+
+    Ostrel::WindowManagement windows;
+    // Until the event loop has run once, a bus that goes away is not noticed.
+    QCoreApplication::processEvents();
+    const bool json = line.isSet(QStringLiteral("json"));
+    windows.updateWindowStatus(line.positional(0), *status, *arg1, *arg2, &windows,
+                               [json](Ostrel::ApplicationState state, const Ostrel::Error &error) {
+                                   QCoreApplication::exit(report(state, error, json));
+                               });
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+Command windowCommand()
+{
+    return {QStringLiteral("window"), QStringLiteral("Report the status of a window"), run};
+}
