@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The libostrel authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+# What ./demo and ./check share: messages, the packages that they need, and building.
+# Sourced with $root (the top of the tree) and $me (the command's name) set.
+# shellcheck shell=bash disable=SC2034,SC2154
+
+say() { printf '== %s\n' "$*"; }
+
+fail() {
+    printf '%s: %s\n' "$me" "$*" >&2
+    exit 1
+}
+
+# The needs, a line each: Debian package, what it is for, and a command that succeeds if it is there.
+build_needs='
+g++|a C++ compiler|command -v c++
+cmake|CMake|command -v cmake
+ninja-build|Ninja|command -v ninja
+pkgconf|pkg-config|command -v pkg-config
+qtbase5-dev|Qt 5.15 with Core, DBus and Test|pkg-config --atleast-version=5.15 Qt5Core Qt5DBus Qt5Test
+dbus-daemon|the D-Bus daemon|command -v dbus-daemon
+'
+# shellcheck disable=SC2016 # a probe is expanded when it runs
+check_needs='
+qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
+systemd|busctl|command -v busctl
+libglib2.0-bin|gdbus|command -v gdbus
+clang-format|clang-format|command -v clang-format
+clang-tidy|clang-tidy|command -v clang-tidy
+clazy|clazy|command -v clazy-standalone
+'
+
+# missing NEEDS: the lines of the needs that are not met.
+missing() {
+    local package what probe
+    while IFS='|' read -r package what probe; do
+        if [ -n "$package" ] && ! bash -c "$probe" >/dev/null 2>&1; then
+            printf '%s|%s\n' "$package" "$what"
+        fi
+    done <<<"$1"
+}
+
+# join SEPARATOR ITEM...
+join() {
+    local separator=$1 result=$2
+    shift 2
+    local item
+    for item in "$@"; do result+=$separator$item; done
+    printf '%s' "$result"
+}
+
+# need NEEDS: installs what is missing of them, or fails with one line. Silent if nothing is.
+need() {
+    local lines packages=() whats=() line
+    lines=$(missing "$1")
+    [ -n "$lines" ] || return 0
+    while IFS='|' read -r package what; do
+        packages+=("$package")
+        whats+=("$what")
+    done <<<"$lines"
+
+    local list as_root=()
+    list=$(join ', ' "${whats[@]}")
+    command -v apt-get >/dev/null ||
+        fail "missing: $list; install it with your system's package manager (in Debian: ${packages[*]})"
+    if [ "$(id -u)" != 0 ]; then
+        if command -v sudo >/dev/null && { sudo -n true 2>/dev/null || [ -t 0 ]; }; then
+            as_root=(sudo)
+        else
+            fail "missing: $list; no right to install, so run this as root first: apt-get install ${packages[*]}"
+        fi
+    fi
+
+    say "installing ${packages[*]}"
+    local log
+    log=$(mktemp)
+    if ! "${as_root[@]}" apt-get update >"$log" 2>&1 ||
+        ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -y --no-install-recommends "${packages[@]}" >>"$log" 2>&1; then
+        line=$(grep '^E:' "$log" | head -n 1)
+        rm -f "$log"
+        fail "missing: $list; installing failed: ${line:-apt-get gave no reason}"
+    fi
+    rm -f "$log"
+
+    lines=$(missing "$1")
+    [ -z "$lines" ] || fail "still missing after installing: $(cut -d'|' -f2 <<<"$lines" | paste -sd, -)"
+}
+
+# quietly WHAT COMMAND...: runs a command, and shows what it printed only if it fails.
+quietly() {
+    local what=$1 log
+    shift
+    say "$what"
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log"
+        rm -f "$log"
+        fail "$what failed"
+    fi
+    rm -f "$log"
+}
+
+# build PRESET [OPTION...]: configures below build/PRESET, with the options in the array configure,
+# and builds there, with the options given.
+configure=(-DOSTREL_WERROR=OFF)
+build() {
+    local preset=$1
+    shift
+    mkdir -p "$root/build" 2>/dev/null || fail "cannot make $root/build"
+    [ -w "$root/build" ] || fail "cannot write to $root/build"
+    cd "$root" || exit 1
+    quietly "configuring build/$preset" cmake --preset "$preset" "${configure[@]}"
+    quietly "building build/$preset" cmake --build --preset "$preset" "$@"
+}
