@@ -32,7 +32,7 @@ WindowManagement1::WindowManagement1()
 
 QVector<ReportedWindow> WindowManagement1::windows() const
 {
-    return m_windows.values().toVector();
+    return QVector<ReportedWindow>(m_windows.cbegin(), m_windows.cend());
 }
 
 QDBusMessage WindowManagement1::answer(const QDBusMessage &call)

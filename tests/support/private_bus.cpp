@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "private_bus.h"
+
+#include <QtCore/QFile>
+
+namespace
+{
+
+void writeConfiguration(const QString &path, std::optional<int> replyTimeout)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+    file.write(
+        "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+        "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+        "<busconfig>\n  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n");
+    if (replyTimeout) {
+        file.write(QStringLiteral("  <limit name=\"reply_timeout\">%1</limit>\n")
+                       .arg(*replyTimeout)
+                       .toUtf8());
+    }
+    file.write("</busconfig>\n");
+}
+
+} // namespace
+
+PrivateBus::PrivateBus(std::optional<int> replyTimeout)
+{
+    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
+    writeConfiguration(configuration, replyTimeout);
+    m_daemon = std::make_unique<Process>(
+        QStringLiteral("dbus-daemon"),
+        QStringList{
+            QStringLiteral("--config-file=%1").arg(configuration),
+            QStringLiteral("--address=unix:path=%1").arg(m_folder.filePath(QStringLiteral("bus"))),
+            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
+            QStringLiteral("--print-address=1")});
+    m_daemon->start();
+    m_address = m_daemon->readLine();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toUtf8());
+}

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_PRIVATE_BUS_H
+#define TESTS_PRIVATE_BUS_H
+
+#include "process.h"
+
+#include <QtCore/QTemporaryDir>
+
+#include <memory>
+#include <optional>
+
+// A message bus of the test's own. It is the session bus of the test and of the programs that the
+// test starts.
+class PrivateBus
+{
+public:
+    // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
+    explicit PrivateBus(std::optional<int> replyTimeout = std::nullopt);
+
+    QString address() const { return m_address; }
+
+    // Ends the bus; all connections to it are lost.
+    void end() { m_daemon->end(); }
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<Process> m_daemon;
+    QString m_address;
+};
+
+#endif

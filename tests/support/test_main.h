@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_TEST_MAIN_H
+#define TESTS_TEST_MAIN_H
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+// Runs the tests of a class, far away from the user's own buses and home.
+template <typename Test> int runTests(int argc, char **argv)
+{
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
+    const QCoreApplication application(argc, argv);
+    Test test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#define OSTREL_TEST_MAIN(Test)                                                                     \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        return runTests<Test>(argc, argv);                                                         \
+    }
+
+#endif

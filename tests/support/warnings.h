@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_WARNINGS_H
+#define TESTS_WARNINGS_H
+
+#include <QtCore/QStringList>
+
+// Collects what is logged as a warning or worse while it lives, from every thread. A later one
+// takes over from an earlier one until its own end.
+class Warnings
+{
+public:
+    Warnings();
+    ~Warnings();
+
+    QStringList texts() const;
+
+private:
+    Q_DISABLE_COPY(Warnings)
+
+    static void collect(QtMsgType type, const QMessageLogContext &context, const QString &text);
+
+    QStringList m_texts;
+    Warnings *m_earlier;
+};
+
+#endif

@@ -1,0 +1,279 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+#include "Ostrel/error_p.h"
+
+#include <QtDBus/QDBusMessage>
+
+#include <atomic>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+using Ostrel::Error;
+
+namespace
+{
+
+QDBusError busError(const QString &name, const QString &message = QStringLiteral("text"))
+{
+    return QDBusError(QDBusMessage::createError(name, message));
+}
+
+template <typename Left, typename Right, typename = void> constexpr bool areComparable = false;
+template <typename Left, typename Right>
+constexpr bool areComparable<Left, Right,
+                             std::void_t<decltype(std::declval<Left>() == std::declval<Right>()),
+                                         decltype(std::declval<Left>() != std::declval<Right>())>> =
+    true;
+
+} // namespace
+
+class TestError : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void mapsInManyThreadsAtOnce();
+    void codesHaveTheirNumbers_data();
+    void codesHaveTheirNumbers();
+    void storesCodeAndMessage();
+    void isASuccessByDefault();
+    void isAPlainValue();
+    void doesNotCompareWithACode();
+    void mapsBusErrorNames_data();
+    void mapsBusErrorNames();
+    void invalidBusErrorIsASuccess();
+    void noErrorNameKeepsItsMessage();
+    void keepsTheMessage_data();
+    void keepsTheMessage();
+};
+
+void TestError::codesHaveTheirNumbers_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("number");
+
+    QTest::newRow("NoError") << int(Error::NoError) << 0;
+    QTest::newRow("Failed") << int(Error::Failed) << 1;
+    QTest::newRow("HandlerNotFound") << int(Error::HandlerNotFound) << 2;
+    QTest::newRow("HandlerFailed") << int(Error::HandlerFailed) << 3;
+    QTest::newRow("InvalidArgs") << int(Error::InvalidArgs) << 4;
+    QTest::newRow("NotSupported") << int(Error::NotSupported) << 5;
+    QTest::newRow("AccessDenied") << int(Error::AccessDenied) << 6;
+    QTest::newRow("ProcessNotHandled") << int(Error::ProcessNotHandled) << 7;
+    QTest::newRow("ApplicationNotRunning") << int(Error::ApplicationNotRunning) << 8;
+    QTest::newRow("ApplicationAlreadyRunning") << int(Error::ApplicationAlreadyRunning) << 9;
+}
+
+void TestError::codesHaveTheirNumbers()
+{
+    QFETCH(int, code);
+    QTEST(code, "number");
+    static_assert(std::is_same_v<std::underlying_type_t<Error::Code>, qint32>);
+}
+
+void TestError::storesCodeAndMessage()
+{
+    const Error error(Error::HandlerFailed, QStringLiteral("no such handler"));
+    QCOMPARE(error.code(), Error::HandlerFailed);
+    QCOMPARE(error.message(), QStringLiteral("no such handler"));
+    QVERIFY(error.isError());
+    QVERIFY(bool(error));
+
+    const Error success(Error::NoError, QStringLiteral("kept"));
+    QCOMPARE(success.code(), Error::NoError);
+    QCOMPARE(success.message(), QStringLiteral("kept"));
+    QVERIFY(!success.isError());
+    QVERIFY(!bool(success));
+}
+
+void TestError::isASuccessByDefault()
+{
+    const Error error;
+    QCOMPARE(error.code(), Error::NoError);
+    QVERIFY(error.message().isNull());
+    QVERIFY(!error);
+
+    const Error failed = Error::Failed;
+    QVERIFY(failed);
+    QVERIFY(failed.message().isNull());
+}
+
+void TestError::isAPlainValue()
+{
+    static_assert(!std::is_polymorphic_v<Error>);
+    static_assert(std::is_convertible_v<Error, bool>);
+
+    Error copy;
+    {
+        const Error original(Error::AccessDenied, QStringLiteral("not you"));
+        copy = original;
+    }
+    QCOMPARE(copy.code(), Error::AccessDenied);
+    QCOMPARE(copy.message(), QStringLiteral("not you"));
+}
+
+// It would compile, and compare the truth of the error with the number of the code.
+void TestError::doesNotCompareWithACode()
+{
+    static_assert(!areComparable<Error, Error::Code>);
+    static_assert(!areComparable<Error::Code, Error>);
+    static_assert(!areComparable<Error, Error>);
+    static_assert(areComparable<Error::Code, Error::Code>);
+}
+
+void TestError::mapsBusErrorNames_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+
+    const auto service = [](const char *rest, int code) {
+        const QString name = QStringLiteral(OSTREL_SERVICE_NAME) + QLatin1String(rest);
+        QTest::newRow(qPrintable(QStringLiteral("service") + QLatin1String(rest))) << name << code;
+    };
+    service(".Error.NoError", 0);
+    service(".Error.HandlerNotFound", 2);
+    service(".Error.HandlerFailed", 3);
+    service(".Error.ProcessNotHandled", 7);
+    service(".Error.ApplicationNotRunning", 8);
+    service(".Error.ApplicationAlreadyRunning", 9);
+    // The names of the other table, and others, mean nothing here.
+    service(".Error.Failed", 1);
+    service(".Error.InvalidArgs", 1);
+    service(".Error.NotSupported", 1);
+    service(".Error.AccessDenied", 1);
+    service(".Error.handlerfailed", 1);
+    service(".Error.HandlerFailed.More", 1);
+    service(".Error.Unheard", 1);
+    service(".error.HandlerFailed", 1);
+    service(".HandlerFailed", 1);
+    service(".ErrorX.HandlerFailed", 1);
+
+    const auto standard = [](const char *name, int code) {
+        QTest::newRow(name) << QString::fromLatin1(name) << code;
+    };
+    standard("org.freedesktop.DBus.Error.Failed", 1);
+    standard("org.freedesktop.DBus.Error.InvalidArgs", 4);
+    standard("org.freedesktop.DBus.Error.NotSupported", 5);
+    standard("org.freedesktop.DBus.Error.AccessDenied", 6);
+    standard("org.freedesktop.DBus.Error.NoError", 1);
+    standard("org.freedesktop.DBus.Error.HandlerNotFound", 1);
+    standard("org.freedesktop.DBus.Error.HandlerFailed", 1);
+    standard("org.freedesktop.DBus.Error.ProcessNotHandled", 1);
+    standard("org.freedesktop.DBus.Error.ApplicationNotRunning", 1);
+    standard("org.freedesktop.DBus.Error.ApplicationAlreadyRunning", 1);
+    standard("org.freedesktop.DBus.Error.failed", 1);
+    standard("org.freedesktop.DBus.Error.accessdenied", 1);
+    standard("org.freedesktop.DBus.Error.ServiceUnknown", 1);
+    standard("org.freedesktop.DBus.Error.UnknownMethod", 1);
+    standard("org.freedesktop.DBus.Error.NoReply", 1);
+    standard("org.freedesktop.DBus.Error.Disconnected", 1);
+    standard("org.freedesktop.DBus.error.AccessDenied", 1);
+    standard("com.example.Error.Failed", 1);
+    standard("com.example.AccessDenied", 1);
+    standard("x.org.freedesktop.DBus.Error.AccessDenied", 1);
+
+    // The prefix is taken out wherever it occurs, not at the beginning alone.
+    const QString prefix = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
+    const QString freedesktop = QStringLiteral("org.freedesktop.DBus.Error.");
+    QTest::newRow("service prefix twice at the beginning")
+        << prefix + prefix + QStringLiteral("HandlerFailed") << 3;
+    QTest::newRow("service prefix again within")
+        << prefix + QStringLiteral("Handler") + prefix + QStringLiteral("Failed") << 3;
+    QTest::newRow("service prefix again at the end")
+        << prefix + QStringLiteral("HandlerFailed") + prefix << 3;
+    QTest::newRow("standard prefix twice")
+        << freedesktop + freedesktop + QStringLiteral("AccessDenied") << 6;
+    QTest::newRow("standard prefix again within")
+        << freedesktop + QStringLiteral("Access") + freedesktop + QStringLiteral("Denied") << 6;
+    QTest::newRow("standard prefix behind the service's")
+        << prefix + freedesktop + QStringLiteral("AccessDenied") << 1;
+    QTest::newRow("service prefix behind the standard one")
+        << freedesktop + prefix + QStringLiteral("HandlerFailed") << 1;
+}
+
+void TestError::mapsBusErrorNames()
+{
+    QFETCH(QString, name);
+    const QDBusError error = busError(name);
+    QVERIFY(error.isValid());
+    QCOMPARE(error.name(), name);
+
+    const Error mapped = Ostrel::fromDBusError(error);
+    QTEST(int(mapped.code()), "code");
+    QCOMPARE(mapped.message(), QStringLiteral("text"));
+}
+
+void TestError::invalidBusErrorIsASuccess()
+{
+    const Error none = Ostrel::fromDBusError(QDBusError());
+    QCOMPARE(none.code(), Error::NoError);
+    QVERIFY(none.message().isNull());
+    QVERIFY(!none.isError());
+    QVERIFY(!none);
+
+    // An error without a name is no valid one, and its message is not taken.
+    const Error nameless = Ostrel::fromDBusError(busError(QString()));
+    QCOMPARE(nameless.code(), Error::NoError);
+    QVERIFY(nameless.message().isNull());
+
+    const Error reply = Ostrel::fromDBusError(QDBusError(QDBusMessage::createSignal(
+        QStringLiteral("/a"), QStringLiteral("a.b"), QStringLiteral("c"))));
+    QCOMPARE(reply.code(), Error::NoError);
+    QVERIFY(reply.message().isNull());
+}
+
+void TestError::noErrorNameKeepsItsMessage()
+{
+    const Error error = Ostrel::fromDBusError(
+        busError(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"), QStringLiteral("fine")));
+    QCOMPARE(error.code(), Error::NoError);
+    QVERIFY(!error.isError());
+    QCOMPARE(error.message(), QStringLiteral("fine"));
+}
+
+void TestError::keepsTheMessage_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("lines") << QStringLiteral(" two\nlines ");
+    QTest::newRow("beyond ASCII") << QString::fromUtf8("läuft nicht — \xf0\x9f\x9a\xab");
+    QTest::newRow("percent") << QStringLiteral("%1 %s");
+}
+
+void TestError::keepsTheMessage()
+{
+    QFETCH(QString, message);
+    const Error error = Ostrel::fromDBusError(
+        busError(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"), message));
+    QCOMPARE(error.code(), Error::NotSupported);
+    QCOMPARE(error.message(), message);
+}
+
+// The first test, so that the first use of the tables is contended.
+void TestError::mapsInManyThreadsAtOnce()
+{
+    std::atomic<int> right = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&right] {
+            for (int round = 0; round < 200; ++round) {
+                const Error error = Ostrel::fromDBusError(
+                    busError(QStringLiteral(OSTREL_SERVICE_NAME ".Error.ProcessNotHandled")));
+                right += error.code() == Error::ProcessNotHandled ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(right.load(), 1600);
+}
+
+OSTREL_TEST_MAIN(TestError)
+
+#include "tst_error.moc"

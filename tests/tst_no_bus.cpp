@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outcomes.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QSemaphore>
+#include <QtCore/QThread>
+
+using Ostrel::ApplicationState;
+using Ostrel::Error;
+using Ostrel::WindowManagement;
+
+// A process that never reaches a bus.
+class TestNoBus : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void windowStatusFails();
+    void windowStatusFailsInAnotherThread();
+    void contextEndsFirst();
+};
+
+void TestNoBus::windowStatusFails()
+{
+    const Warnings warnings;
+    WindowManagement windows;
+    Outcomes outcomes;
+    for (int i = 0; i < 3; ++i) {
+        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
+    }
+    // The failure is known at once, but comes from the event loop like any other.
+    QCOMPARE(outcomes.size(), 0);
+    QVERIFY(outcomes.waitFor(3));
+    reportWindow();
+    QCOMPARE(outcomes.size(), 3);
+    QCOMPARE(outcomes.at(0).state, 255U);
+    QCOMPARE(outcomes.at(0).error.code(), Error::Failed);
+    QCOMPARE(outcomes.at(0).error.message(), QStringLiteral("Not connected to D-Bus server"));
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+void TestNoBus::windowStatusFailsInAnotherThread()
+{
+    QThread thread;
+    thread.start();
+    auto *context = new QObject;
+    context->moveToThread(&thread);
+    WindowManagement windows;
+    QThread *ranIn = nullptr;
+    quint32 reported = 0;
+    bool done = false;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context,
+                               [&](ApplicationState state, const Error &) {
+                                   ranIn = QThread::currentThread();
+                                   reported = state;
+                                   QMetaObject::invokeMethod(this, [&done] { done = true; });
+                               });
+    QTRY_VERIFY_WITH_TIMEOUT(done, patience);
+    QCOMPARE(ranIn, &thread);
+    QCOMPARE(reported, 255U);
+    context->deleteLater();
+    thread.quit();
+    QVERIFY(thread.wait(patience));
+}
+
+void TestNoBus::contextEndsFirst()
+{
+    WindowManagement windows;
+    Outcomes outcomes;
+    {
+        const QObject context;
+        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
+    }
+    reportWindow();
+    QCOMPARE(outcomes.size(), 0);
+}
+
+OSTREL_TEST_MAIN(TestNoBus)
+
+#include "tst_no_bus.moc"

@@ -1,0 +1,241 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <optional>
+
+// The command line, as a user types it and as a script reads it.
+class TestOstrelctl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void windowPrintsTheState_data();
+    void windowPrintsTheState();
+    void windowFails_data();
+    void windowFails();
+    void windowWithoutService();
+    void windowWithoutBus();
+    void tellsMistakes_data();
+    void tellsMistakes();
+    void helps_data();
+    void helps();
+    void tellsItsVersion();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestOstrelctl::init()
+{
+    m_simulator.reset();
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestOstrelctl::windowPrintsTheState_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QVariantList>("sent");
+    QTest::addColumn<QString>("output");
+
+    const auto sent = [](int status, int arg1, int arg2) {
+        return QVariantList{QStringLiteral("main"), status, arg1, arg2};
+    };
+    QTest::newRow("plain") << QStringLiteral("window main 2 3 4") << sent(2, 3, 4)
+                           << QStringLiteral("2\n");
+    QTest::newRow("negative") << QStringLiteral("window main -1 -2 -3") << sent(-1, -2, -3)
+                              << QStringLiteral("4294967295\n");
+    QTest::newRow("extremes") << QStringLiteral("window main 0 -2147483648 2147483647")
+                              << sent(0, -2147483647 - 1, 2147483647) << QStringLiteral("0\n");
+    QTest::newRow("JSON") << QStringLiteral("window --json main 2 3 4") << sent(2, 3, 4)
+                          << QStringLiteral("{\"state\":2}\n");
+    QTest::newRow("JSON at the end")
+        << QStringLiteral("window main -1 3 4 --json") << sent(-1, 3, 4)
+        << QStringLiteral("{\"state\":4294967295}\n");
+    QTest::newRow("behind --") << QStringLiteral("window --json -- --json 2 3 4")
+                               << QVariantList{QStringLiteral("--json"), 2, 3, 4}
+                               << QStringLiteral("{\"state\":2}\n");
+}
+
+void TestOstrelctl::windowPrintsTheState()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QVariantList, sent);
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QCOMPARE(result.errors, QString());
+    QTEST(result.output, "output");
+    QCOMPARE(result.exitStatus, 0);
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.constFirst().signature, QStringLiteral("siii"));
+    QCOMPARE(calls.constFirst().arguments, sent);
+}
+
+void TestOstrelctl::windowFails_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+
+    const QString service = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
+    const QString standard = QStringLiteral("org.freedesktop.DBus.Error.");
+    const auto row = [](const QString &prefix, const char *name, int code) {
+        QTest::newRow(name) << prefix + QLatin1String(name) << QString::fromLatin1(name) << code;
+    };
+    row(standard, "Failed", 1);
+    row(service, "HandlerNotFound", 2);
+    row(service, "HandlerFailed", 3);
+    row(standard, "InvalidArgs", 4);
+    row(standard, "NotSupported", 5);
+    row(standard, "AccessDenied", 6);
+    row(service, "ProcessNotHandled", 7);
+    row(service, "ApplicationNotRunning", 8);
+    row(service, "ApplicationAlreadyRunning", 9);
+}
+
+void TestOstrelctl::windowFails()
+{
+    QFETCH(QString, error);
+    QFETCH(QString, name);
+    QFETCH(int, code);
+    const QStringList arguments = QStringLiteral("window main 2 3 4").split(QLatin1Char(' '));
+    const QString errors = QStringLiteral("error: %1: no \"luck\"\n").arg(name);
+
+    m_simulator->failNext(error, QStringLiteral("no \"luck\""));
+    const Result plain = run(QStringLiteral(OSTRELCTL), arguments);
+    QCOMPARE(plain.output, QStringLiteral("255\n"));
+    QCOMPARE(plain.errors, errors);
+    QCOMPARE(plain.exitStatus, 1);
+
+    m_simulator->failNext(error, QStringLiteral("no \"luck\""));
+    const Result json =
+        run(QStringLiteral(OSTRELCTL), arguments + QStringList(QStringLiteral("--json")));
+    QCOMPARE(
+        json.output,
+        QStringLiteral("{\"error\":{\"code\":%1,\"message\":\"no \\\"luck\\\"\",\"name\":\"%2\"},"
+                       "\"state\":255}\n")
+            .arg(code)
+            .arg(name));
+    QCOMPARE(json.errors, errors);
+    QCOMPARE(json.exitStatus, 1);
+}
+
+void TestOstrelctl::windowWithoutService()
+{
+    QCOMPARE(m_simulator->end(), 0);
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    QCOMPARE(result.output, QStringLiteral("255\n"));
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
+                            " was not provided by any .service files\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctl::windowWithoutBus()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/session"));
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')),
+            environment);
+    QCOMPARE(result.output, QStringLiteral("255\n"));
+    QCOMPARE(result.errors, QStringLiteral("error: Failed: Not connected to D-Bus server\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctl::tellsMistakes_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("errors");
+
+    const auto general = [](const char *arguments, const char *mistake) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments)
+                                 << QStringLiteral("ostrelctl: %1\nTry 'ostrelctl --help'.\n")
+                                        .arg(QLatin1String(mistake));
+    };
+    general("", "a command is missing");
+    general("nonsense", "no command \"nonsense\"");
+    general("--nonsense", "Unknown option 'nonsense'.");
+    general("--json window main 1 2 3", "Unknown option 'json'.");
+
+    const auto window = [](const char *arguments, const char *mistake) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments)
+                                 << QStringLiteral(
+                                        "ostrelctl window: %1\nTry 'ostrelctl window --help'.\n")
+                                        .arg(QLatin1String(mistake));
+    };
+    window("window", "WINDOW is missing");
+    window("window main", "STATUS is missing");
+    window("window main 1", "ARG1 is missing");
+    window("window main 1 2", "ARG2 is missing");
+    window("window main 1 2 3 4", "unexpected argument \"4\"");
+    window("window main x 2 3",
+           "STATUS takes a whole number from -2147483648 to 2147483647, not \"x\"");
+    window("window main 1 2.5 3",
+           "ARG1 takes a whole number from -2147483648 to 2147483647, not \"2.5\"");
+    window("window main 1 2 2147483648",
+           "ARG2 takes a whole number from -2147483648 to 2147483647, not \"2147483648\"");
+    window("window main -2147483649 2 3",
+           "STATUS takes a whole number from -2147483648 to 2147483647, not \"-2147483649\"");
+    window("window --nonsense main 1 2 3", "Unknown option 'nonsense'.");
+}
+
+void TestOstrelctl::tellsMistakes()
+{
+    QFETCH(QString, arguments);
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QCOMPARE(result.output, QString());
+    QTEST(result.errors, "errors");
+    QCOMPARE(result.exitStatus, 2);
+    QVERIFY(m_simulator->calls().isEmpty());
+}
+
+void TestOstrelctl::helps_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("usage");
+
+    const QString general = QStringLiteral("Usage: " OSTRELCTL " [options] COMMAND ...\n");
+    const QString window =
+        QStringLiteral("Usage: " OSTRELCTL " window [options] WINDOW STATUS ARG1 ARG2\n");
+    QTest::newRow("--help") << QStringLiteral("--help") << general;
+    QTest::newRow("-h") << QStringLiteral("-h") << general;
+    QTest::newRow("window --help") << QStringLiteral("window --help") << window;
+    QTest::newRow("window -h") << QStringLiteral("window main -h") << window;
+}
+
+void TestOstrelctl::helps()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, usage);
+    const Result result = run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' ')));
+    QVERIFY2(result.output.startsWith(usage), qPrintable(result.output));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestOstrelctl::tellsItsVersion()
+{
+    for (const QString &option : {QStringLiteral("--version"), QStringLiteral("-v")}) {
+        const Result result = run(QStringLiteral(OSTRELCTL), {option});
+        QCOMPARE(result.output, QStringLiteral("ostrelctl " PROJECT_VERSION "\n"));
+        QCOMPARE(result.exitStatus, 0);
+    }
+}
+
+OSTREL_TEST_MAIN(TestOstrelctl)
+
+#include "tst_ostrelctl.moc"

@@ -1,0 +1,325 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outcomes.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/WindowManagement>
+
+#include <QtCore/QMetaObject>
+#include <QtCore/QPoint>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusVariant>
+
+#include <limits>
+#include <optional>
+
+using Ostrel::ApplicationState;
+using Ostrel::Error;
+using Ostrel::WindowManagement;
+
+// A program reports the status of its windows, and the service, a process of its own, answers.
+class TestWindowManagement : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void isABareObject();
+    void constructionSendsNothing();
+    void sendsItsArgumentsUnchanged_data();
+    void sendsItsArgumentsUnchanged();
+    void returnsBeforeTheCallback();
+    void handsOverTheState_data();
+    void handsOverTheState();
+    void acceptsFurtherValues();
+    void otherRepliesAreFailures_data();
+    void otherRepliesAreFailures();
+    void serviceErrorsAreMapped_data();
+    void serviceErrorsAreMapped();
+    void eachCallGetsItsCallbackOnce();
+    void callbacksRunInTheOrderOfTheReplies();
+    void emptyCallbackThrows();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestWindowManagement::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestWindowManagement::init()
+{
+    m_warnings.emplace();
+}
+
+// No outcome of a call is ever logged.
+void TestWindowManagement::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestWindowManagement::isABareObject()
+{
+    const QMetaObject &meta = WindowManagement::staticMetaObject;
+    QCOMPARE(meta.className(), "Ostrel::WindowManagement");
+    QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+    QCOMPARE(meta.methodCount(), meta.methodOffset());
+    QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+
+    QObject parent;
+    auto *windows = new WindowManagement(&parent);
+    QCOMPARE(windows->parent(), &parent);
+    QCOMPARE(windows->metaObject(), &meta);
+    QVERIFY(windows->qt_metacast("Ostrel::WindowManagement") != nullptr);
+    QVERIFY(windows->children().isEmpty());
+    QCOMPARE(sizeof(WindowManagement), sizeof(QObject) + sizeof(void *));
+
+    const WindowManagement orphan;
+    QVERIFY(orphan.parent() == nullptr);
+}
+
+void TestWindowManagement::constructionSendsNothing()
+{
+    {
+        const WindowManagement windows;
+    }
+    reportWindow();
+    QCOMPARE(m_simulator->calls().size(), 1);
+}
+
+void TestWindowManagement::sendsItsArgumentsUnchanged_data()
+{
+    QTest::addColumn<QString>("window");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("arg1");
+    QTest::addColumn<int>("arg2");
+
+    constexpr int least = std::numeric_limits<int>::min();
+    constexpr int most = std::numeric_limits<int>::max();
+    QTest::newRow("plain") << QStringLiteral("main") << 1 << 2 << 3;
+    QTest::newRow("extremes") << QStringLiteral("main") << least << most << -1;
+    QTest::newRow("null string") << QString() << 0 << 0 << 0;
+    QTest::newRow("blanks") << QStringLiteral(" a\tb\n") << 0 << 0 << 0;
+    QTest::newRow("beyond ASCII") << QString::fromUtf8("Fenster/ü \xf0\x9f\xaa\x9f") << 4 << 5 << 6;
+    QTest::newRow("long") << QString(100000, QLatin1Char('x')) << 1 << 1 << 1;
+}
+
+void TestWindowManagement::sendsItsArgumentsUnchanged()
+{
+    QFETCH(QString, window);
+    QFETCH(int, status);
+    QFETCH(int, arg1);
+    QFETCH(int, arg2);
+    reportWindow(window, status, arg1, arg2);
+
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 1);
+    const Call &call = calls.constFirst();
+    QCOMPARE(call.path, QStringLiteral(OSTREL_SERVICE_PATH "/WindowManagement1"));
+    QCOMPARE(call.interface, QStringLiteral(OSTREL_SERVICE_NAME ".WindowManagement1"));
+    QCOMPARE(call.member, QStringLiteral("UpdateWindowStatus"));
+    QCOMPARE(call.signature, QStringLiteral("siii"));
+    QCOMPARE(call.arguments.size(), 4);
+    QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? QStringLiteral("") : window);
+    QCOMPARE(call.arguments.at(1), QVariant(status));
+    QCOMPARE(call.arguments.at(2), QVariant(arg1));
+    QCOMPARE(call.arguments.at(3), QVariant(arg2));
+}
+
+void TestWindowManagement::returnsBeforeTheCallback()
+{
+    m_simulator->holdNext(1);
+    WindowManagement windows;
+    int callbacks = 0;
+    const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, count);
+
+    // The answer is there, but only the event loop brings it.
+    m_simulator->waitForHeld(1);
+    m_simulator->release({0});
+    QCOMPARE(callbacks, 0);
+    QTRY_COMPARE_WITH_TIMEOUT(callbacks, 1, patience);
+}
+
+void TestWindowManagement::handsOverTheState_data()
+{
+    QTest::addColumn<quint32>("state");
+    QTest::newRow("zero") << 0U;
+    QTest::newRow("two") << 2U;
+    QTest::newRow("the number of a failure") << 255U;
+    QTest::newRow("more than a byte") << 256U;
+    QTest::newRow("more than an int") << 2147483648U;
+    QTest::newRow("all bits") << 4294967295U;
+}
+
+void TestWindowManagement::handsOverTheState()
+{
+    QFETCH(quint32, state);
+    m_simulator->answerNext({state});
+    const Outcome outcome = reportWindow();
+    QCOMPARE(outcome.state, state);
+    QCOMPARE(outcome.error.code(), Error::NoError);
+    QVERIFY(!outcome.error.isError());
+    QVERIFY(outcome.error.message().isNull());
+}
+
+void TestWindowManagement::acceptsFurtherValues()
+{
+    m_simulator->answerNext({2U, QStringLiteral("more"), 3U});
+    const Outcome outcome = reportWindow();
+    QCOMPARE(outcome.state, 2U);
+    QVERIFY(!outcome.error);
+}
+
+void TestWindowManagement::otherRepliesAreFailures_data()
+{
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<QString>("message");
+
+    const auto row = [](const char *got, const QVariantList &values) {
+        QTest::newRow(got) << values
+                           << QStringLiteral(
+                                  "Unexpected reply signature: got \"%1\", expected \"u\"")
+                                  .arg(QLatin1String(got));
+    };
+    row("", {});
+    row("s", {QStringLiteral("2")});
+    row("i", {2});
+    row("y", {QVariant::fromValue(uchar(2))});
+    row("t", {2ULL});
+    row("b", {true});
+    row("d", {2.0});
+    row("su", {QStringLiteral("2"), 2U});
+    row("v", {QVariant::fromValue(QDBusVariant(2U))});
+    row("as", {QStringList{QStringLiteral("2")}});
+    row("ay", {QByteArray("2")});
+    row("au", {QVariant::fromValue(QList<uint>{2})});
+    row("a{sv}", {QVariantMap{{QStringLiteral("state"), 2U}}});
+    row("(ii)", {QPoint(2, 2)});
+    row("o", {QVariant::fromValue(QDBusObjectPath(QStringLiteral("/two")))});
+}
+
+void TestWindowManagement::otherRepliesAreFailures()
+{
+    QFETCH(QVariantList, values);
+    m_simulator->answerNext(values);
+    const Outcome outcome = reportWindow();
+    QCOMPARE(outcome.state, 255U);
+    QCOMPARE(outcome.error.code(), Error::Failed);
+    QTEST(outcome.error.message(), "message");
+}
+
+void TestWindowManagement::serviceErrorsAreMapped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+
+    const QString service = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
+    const QString standard = QStringLiteral("org.freedesktop.DBus.Error.");
+    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
+    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
+    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
+    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
+    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
+    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
+    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
+    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
+    QTest::newRow("ApplicationNotRunning")
+        << service + QStringLiteral("ApplicationNotRunning") << 8;
+    QTest::newRow("ApplicationAlreadyRunning")
+        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
+    QTest::newRow("the service's AccessDenied") << service + QStringLiteral("AccessDenied") << 1;
+    QTest::newRow("the standard's HandlerFailed")
+        << standard + QStringLiteral("HandlerFailed") << 1;
+    QTest::newRow("UnknownMethod") << standard + QStringLiteral("UnknownMethod") << 1;
+    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
+    QTest::newRow("prefix twice") << service + service + QStringLiteral("HandlerFailed") << 3;
+}
+
+void TestWindowManagement::serviceErrorsAreMapped()
+{
+    QFETCH(QString, name);
+    m_simulator->failNext(name, QStringLiteral("the service says so"));
+    const Outcome outcome = reportWindow();
+    QCOMPARE(outcome.state, 255U);
+    QTEST(int(outcome.error.code()), "code");
+    QCOMPARE(outcome.error.message(), QStringLiteral("the service says so"));
+}
+
+void TestWindowManagement::eachCallGetsItsCallbackOnce()
+{
+    WindowManagement windows;
+    QVector<quint32> states;
+    for (int status = 0; status < 100; ++status) {
+        windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, this,
+                                   [&states](ApplicationState state, const Error &error) {
+                                       QVERIFY(!error);
+                                       states.append(state);
+                                   });
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 100, patience);
+    reportWindow(QStringLiteral("marker"));
+
+    QVector<quint32> expected;
+    for (quint32 state = 0; state < 100; ++state) {
+        expected.append(state);
+    }
+    QCOMPARE(states, expected);
+}
+
+void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
+{
+    m_simulator->holdNext(3);
+    WindowManagement windows;
+    QStringList order;
+    for (const int status : {10, 11, 12}) {
+        windows.updateWindowStatus(
+            QStringLiteral("w"), status, 0, 0, this,
+            [&order, status](ApplicationState state, const Error &error) {
+                order.append(QStringLiteral("%1:%2:%3").arg(status).arg(state).arg(error.code()));
+            });
+    }
+    m_simulator->waitForHeld(3);
+    m_simulator->release({2, 0, 1});
+    QTRY_COMPARE_WITH_TIMEOUT(order.size(), 3, patience);
+    QCOMPARE(order,
+             (QStringList{QStringLiteral("12:12:0"), QStringLiteral("10:10:0"),
+                          QStringLiteral("11:11:0")}));
+}
+
+void TestWindowManagement::emptyCallbackThrows()
+{
+    // Qt has something to say about exceptions in event handlers; the library has not.
+    const Warnings warnings;
+    WindowManagement windows;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, nullptr);
+    const auto runLoop = [] {
+        const bool ended = QTest::qWaitFor([] { return false; }, patience);
+        QVERIFY(!ended);
+    };
+    QVERIFY_EXCEPTION_THROWN(runLoop(), std::bad_function_call);
+
+    // The event loop works on, and so does the object.
+    QCOMPARE(reportWindow().state, 1U);
+}
+
+OSTREL_TEST_MAIN(TestWindowManagement)
+
+#include "tst_window_management.moc"

@@ -1,0 +1,393 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outcomes.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QSemaphore>
+#include <QtCore/QThread>
+
+#include <memory>
+#include <optional>
+
+using Ostrel::ApplicationState;
+using Ostrel::Error;
+using Ostrel::WindowManagement;
+
+namespace
+{
+
+// An object in a thread with an event loop of its own, both gone at the end.
+class OtherThread
+{
+public:
+    OtherThread()
+    {
+        m_thread.start();
+        m_object = new QObject;
+        m_object->moveToThread(&m_thread);
+    }
+
+    ~OtherThread()
+    {
+        destroyObject();
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    QObject *object() const { return m_object; }
+    QThread *thread() { return &m_thread; }
+
+    // Destroys the object in its thread, and returns when that has happened.
+    void destroyObject()
+    {
+        if (!m_object.isNull()) {
+            QMetaObject::invokeMethod(
+                m_object.data(), [this] { delete m_object.data(); }, Qt::BlockingQueuedConnection);
+        }
+    }
+
+    // Ends the event loop and the thread, with the object still there.
+    void end()
+    {
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+private:
+    QThread m_thread;
+    QPointer<QObject> m_object;
+};
+
+} // namespace
+
+// Objects that end at every stage of a call, and contexts in other threads. Much of what is shown
+// here is that nothing is leaked or used after its end, which the sanitizers see.
+class TestWindowManagementLifetimes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void contextEndsBeforeTheReply();
+    void contextEndsAfterTheReplyArrived();
+    void clientEndsBeforeTheReply();
+    void callbackIsCopied();
+    void callbackDeletesEverything_data();
+    void callbackDeletesEverything();
+    void callbackReportsAgain();
+    void callbackRunsAnEventLoop();
+    void contextInAnotherThread();
+    void contextInAnotherThreadGetsErrors();
+    void contextInAnotherThreadEndsBeforeTheReply();
+    void contextInAnotherThreadDeletedByCallback();
+    void contextOutlivesItsThread();
+    void manyContextsEndWhileRepliesArrive();
+    void clientInAnotherThread();
+    void nullContextIsRefusedByQt();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestWindowManagementLifetimes::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestWindowManagementLifetimes::init()
+{
+    m_warnings.emplace();
+}
+
+void TestWindowManagementLifetimes::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
+{
+    m_simulator->holdNext(1);
+    WindowManagement windows;
+    Outcomes outcomes;
+    auto context = std::make_unique<QObject>();
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
+    m_simulator->waitForHeld(1);
+    // What waits for the reply belongs to the context.
+    QCOMPARE(context->children().size(), 1);
+    context.reset();
+    m_simulator->release({0});
+    reportWindow();
+    QCOMPARE(outcomes.size(), 0);
+}
+
+void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
+{
+    m_simulator->holdNext(1);
+    WindowManagement windows;
+    Outcomes outcomes;
+    auto context = std::make_unique<QObject>();
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
+    m_simulator->waitForHeld(1);
+    m_simulator->release({0});
+    context.reset();
+    reportWindow();
+    QCOMPARE(outcomes.size(), 0);
+}
+
+void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
+{
+    m_simulator->holdNext(1);
+    auto windows = std::make_unique<WindowManagement>();
+    Outcomes outcomes;
+    windows->updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, outcomes.callback());
+    m_simulator->waitForHeld(1);
+    windows.reset();
+    m_simulator->release({0});
+    QVERIFY(outcomes.waitFor(1));
+    QCOMPARE(outcomes.at(0).state, 5U);
+}
+
+void TestWindowManagementLifetimes::callbackIsCopied()
+{
+    m_simulator->holdNext(1);
+    WindowManagement windows;
+    Outcomes outcomes;
+    auto callback = outcomes.callback();
+    windows.updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, callback);
+    callback = nullptr;
+    m_simulator->waitForHeld(1);
+    m_simulator->release({0});
+    QVERIFY(outcomes.waitFor(1));
+    QCOMPARE(outcomes.at(0).state, 5U);
+    // What waited for the reply is gone again.
+    QTRY_VERIFY_WITH_TIMEOUT(children().isEmpty(), patience);
+}
+
+void TestWindowManagementLifetimes::callbackDeletesEverything_data()
+{
+    QTest::addColumn<bool>("failing");
+    QTest::newRow("after a success") << false;
+    QTest::newRow("after a failure") << true;
+}
+
+void TestWindowManagementLifetimes::callbackDeletesEverything()
+{
+    QFETCH(bool, failing);
+    if (failing) {
+        m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+    }
+    auto *windows = new WindowManagement;
+    auto *context = new QObject;
+    const QString kept = QStringLiteral("kept");
+    QStringList seen;
+    windows->updateWindowStatus(
+        QStringLiteral("w"), 1, 2, 3, context,
+        [windows, context, kept, &seen](ApplicationState state, const Error &error) {
+            delete context;
+            delete windows;
+            // The callback itself and what it was given are still good.
+            seen.append(kept + QString::number(state) + error.message());
+        });
+    QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 1, patience);
+    reportWindow();
+    QCOMPARE(seen, QStringList(failing ? QStringLiteral("kept255text") : QStringLiteral("kept1")));
+}
+
+void TestWindowManagementLifetimes::callbackReportsAgain()
+{
+    WindowManagement windows;
+    Outcomes outcomes;
+    windows.updateWindowStatus(
+        QStringLiteral("w"), 1, 0, 0, this,
+        [this, &windows, &outcomes](ApplicationState state, const Error &error) {
+            outcomes.callback()(state, error);
+            windows.updateWindowStatus(QStringLiteral("w"), 2, 0, 0, this, outcomes.callback());
+            QCOMPARE(outcomes.size(), 1);
+        });
+    QVERIFY(outcomes.waitFor(2));
+    QCOMPARE(outcomes.at(0).state, 1U);
+    QCOMPARE(outcomes.at(1).state, 2U);
+}
+
+void TestWindowManagementLifetimes::callbackRunsAnEventLoop()
+{
+    WindowManagement windows;
+    int callbacks = 0;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 0, 0, this,
+                               [&callbacks](ApplicationState, const Error &) {
+                                   ++callbacks;
+                                   reportWindow();
+                               });
+    QTRY_COMPARE_WITH_TIMEOUT(callbacks, 1, patience);
+    reportWindow();
+    QCOMPARE(callbacks, 1);
+}
+
+void TestWindowManagementLifetimes::contextInAnotherThread()
+{
+    OtherThread other;
+    WindowManagement windows;
+    QSemaphore done;
+    QThread *thread = nullptr;
+    quint32 sum = 0;
+    for (int status = 1; status <= 50; ++status) {
+        windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, other.object(),
+                                   [&](ApplicationState state, const Error &error) {
+                                       thread = QThread::currentThread();
+                                       sum += error ? 1000000U : quint32(state);
+                                       done.release();
+                                   });
+    }
+    // This thread's event loop has no part in it.
+    QVERIFY(done.tryAcquire(50, patience));
+    QCOMPARE(thread, other.thread());
+    QCOMPARE(sum, 1275U);
+}
+
+void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
+{
+    m_simulator->failNext(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"),
+                          QStringLiteral("not here"));
+    OtherThread other;
+    WindowManagement windows;
+    QSemaphore done;
+    Outcome outcome;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
+                               [&](ApplicationState state, const Error &error) {
+                                   outcome = {state, error};
+                                   done.release();
+                               });
+    QVERIFY(done.tryAcquire(1, patience));
+    QCOMPARE(outcome.state, 255U);
+    QCOMPARE(outcome.error.code(), Error::NotSupported);
+    QCOMPARE(outcome.error.message(), QStringLiteral("not here"));
+}
+
+void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
+{
+    m_simulator->holdNext(1);
+    OtherThread other;
+    WindowManagement windows;
+    // Held by the callback alone: it is gone when the callback is.
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
+                               [held](ApplicationState, const Error &) { ++*held; });
+    m_simulator->waitForHeld(1);
+    other.destroyObject();
+    QCOMPARE(*held, 0);
+    held.reset();
+    QVERIFY(watched.expired());
+    m_simulator->release({0});
+    reportWindow();
+}
+
+void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
+{
+    OtherThread other;
+    WindowManagement windows;
+    QSemaphore done;
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
+                               [&](ApplicationState, const Error &) {
+                                   delete other.object();
+                                   done.release();
+                               });
+    QVERIFY(done.tryAcquire(1, patience));
+    QVERIFY(other.object() == nullptr);
+}
+
+// Its event loop is over; destroying the context is what ends the call.
+void TestWindowManagementLifetimes::contextOutlivesItsThread()
+{
+    m_simulator->holdNext(1);
+    WindowManagement windows;
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    QThread thread;
+    thread.start();
+    auto *context = new QObject;
+    context->moveToThread(&thread);
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context,
+                               [held](ApplicationState, const Error &) { ++*held; });
+    held.reset();
+    m_simulator->waitForHeld(1);
+    thread.quit();
+    QVERIFY(thread.wait(patience));
+    m_simulator->release({0});
+    reportWindow();
+    QVERIFY(!watched.expired());
+    delete context;
+    QVERIFY(watched.expired());
+}
+
+void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
+{
+    WindowManagement windows;
+    for (int round = 0; round < 100; ++round) {
+        OtherThread other;
+        int callbacks = 0;
+        for (int i = 0; i < 5; ++i) {
+            windows.updateWindowStatus(
+                QStringLiteral("w"), i, 0, 0, other.object(),
+                [&callbacks](ApplicationState, const Error &) { ++callbacks; });
+        }
+        other.destroyObject();
+        QVERIFY(callbacks <= 5);
+    }
+    reportWindow();
+}
+
+// The object may live in any one thread that runs an event loop.
+void TestWindowManagementLifetimes::clientInAnotherThread()
+{
+    OtherThread other;
+    QSemaphore done;
+    quint32 reported = 0;
+    QThread *thread = nullptr;
+    QMetaObject::invokeMethod(other.object(), [&] {
+        auto *windows = new WindowManagement(other.object());
+        windows->updateWindowStatus(QStringLiteral("w"), 8, 0, 0, windows,
+                                    [&](ApplicationState state, const Error &) {
+                                        reported = state;
+                                        thread = QThread::currentThread();
+                                        done.release();
+                                    });
+    });
+    QVERIFY(done.tryAcquire(1, patience));
+    QCOMPARE(reported, 8U);
+    QCOMPARE(thread, other.thread());
+}
+
+// A mistake of the caller: nothing calls back, and nothing crashes.
+void TestWindowManagementLifetimes::nullContextIsRefusedByQt()
+{
+    Outcomes outcomes;
+    {
+        const Warnings warnings;
+        WindowManagement windows;
+        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, nullptr, outcomes.callback());
+        QCOMPARE(warnings.texts(),
+                 QStringList(QStringLiteral("QObject::connect(QDBusPendingCallWatcher, Unknown): "
+                                            "invalid nullptr parameter")));
+    }
+    reportWindow();
+    QCOMPARE(outcomes.size(), 0);
+}
+
+OSTREL_TEST_MAIN(TestWindowManagementLifetimes)
+
+#include "tst_window_management_lifetimes.moc"

@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "bus_monitor.h"
+#include "outcomes.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <optional>
+
+using Ostrel::WindowManagement;
+
+namespace
+{
+
+bool isReportOf(const QString &window, const QJsonObject &message)
+{
+    return message.value(QLatin1String("member")) == QLatin1String("UpdateWindowStatus")
+        && message.value(QLatin1String("payload"))[QLatin1String("data")][0] == window;
+}
+
+} // namespace
+
+// What the library puts on the wire, as a program sees it that shares no code with it.
+class TestWire : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void windowStatusIsOneCall();
+    void serviceIsSentNothingElse();
+    void proxyOutlivesItsClient();
+
+private:
+    // All messages of this process until it has reported the marker window.
+    QVector<QJsonObject> ownMessages(BusMonitor &monitor);
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestWire::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
+{
+    reportWindow(QStringLiteral("marker"));
+    const QVector<QJsonObject> messages = monitor.messagesUntil(
+        [](const QJsonObject &message) { return isReportOf(QStringLiteral("marker"), message); });
+    const QString self = QDBusConnection::sessionBus().baseService();
+    QVector<QJsonObject> own;
+    std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(own),
+                 [&self](const QJsonObject &message) {
+                     return message.value(QLatin1String("sender")) == self;
+                 });
+    return own;
+}
+
+void TestWire::windowStatusIsOneCall()
+{
+    BusMonitor monitor(*m_bus);
+    reportWindow(QStringLiteral("main"), -1, 2147483647, 3);
+    const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
+        return message.value(QLatin1String("type")) == QLatin1String("method_return")
+            && message.value(QLatin1String("payload"))[QLatin1String("type")] == QLatin1String("u")
+            && message.value(QLatin1String("payload"))[QLatin1String("data")][0] == 4294967295.0;
+    });
+
+    const auto call = std::find_if(messages.cbegin(), messages.cend(), [](const QJsonObject &each) {
+        return isReportOf(QStringLiteral("main"), each);
+    });
+    QVERIFY(call != messages.cend());
+    QCOMPARE(call->value(QLatin1String("type")).toString(), QStringLiteral("method_call"));
+    QCOMPARE(call->value(QLatin1String("destination")).toString(),
+             QStringLiteral(OSTREL_SERVICE_NAME));
+    QCOMPARE(call->value(QLatin1String("path")).toString(),
+             QStringLiteral(OSTREL_SERVICE_PATH "/WindowManagement1"));
+    QCOMPARE(call->value(QLatin1String("interface")).toString(),
+             QStringLiteral(OSTREL_SERVICE_NAME ".WindowManagement1"));
+    QCOMPARE(call->value(QLatin1String("payload")).toObject(),
+             (QJsonObject{
+                 {QStringLiteral("type"), QStringLiteral("siii")},
+                 {QStringLiteral("data"), QJsonArray{QStringLiteral("main"), -1, 2147483647, 3}}}));
+    // The service may be started by the call, and has to answer.
+    QCOMPARE(call->value(QLatin1String("flags")).toInt(), 0);
+
+    QCOMPARE(messages.constLast().value(QLatin1String("reply_cookie")),
+             call->value(QLatin1String("cookie")));
+}
+
+// No introspection, no properties, no pings: the one call.
+void TestWire::serviceIsSentNothingElse()
+{
+    BusMonitor monitor(*m_bus);
+    QStringList members;
+    for (const QJsonObject &message : ownMessages(monitor)) {
+        if (message.value(QLatin1String("destination")) != QLatin1String("org.freedesktop.DBus")) {
+            members.append(message.value(QLatin1String("member")).toString());
+        }
+    }
+    QCOMPARE(members, QStringList(QStringLiteral("UpdateWindowStatus")));
+}
+
+// A client's proxy lives until the process ends, so its match rules are never taken back.
+void TestWire::proxyOutlivesItsClient()
+{
+    BusMonitor monitor(*m_bus);
+    {
+        const WindowManagement windows;
+    }
+    QStringList members;
+    for (const QJsonObject &message : ownMessages(monitor)) {
+        members.append(message.value(QLatin1String("member")).toString());
+    }
+    QVERIFY(!members.contains(QStringLiteral("RemoveMatch")));
+    QCOMPARE(members.constLast(), QStringLiteral("UpdateWindowStatus"));
+}
+
+OSTREL_TEST_MAIN(TestWire)
+
+#include "tst_wire.moc"
