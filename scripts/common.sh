@@ -105,7 +105,7 @@ quietly() {
 
 # build PRESET [OPTION...]: configures below build/PRESET, with the options in the array configure,
 # and builds there, with the options given.
-configure=(-DOSTREL_WERROR=OFF)
+configure=()
 build() {
     local preset=$1
     shift

@@ -240,7 +240,8 @@ void TestApplicationRecords::emptyOnesGoOutWithTheirSignatures()
     send(QVariant::fromValue(QVector<RunningApplication>{}));
     send(QVariant::fromValue(QVector<RunningService>{}));
     QStringList signatures;
-    for (const Call &call : m_simulator->calls()) {
+    const QVector<Call> calls = m_simulator->calls();
+    for (const Call &call : calls) {
         signatures.append(call.signature);
     }
     QCOMPARE(signatures,

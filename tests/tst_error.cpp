@@ -259,6 +259,7 @@ void TestError::mapsInManyThreadsAtOnce()
 {
     std::atomic<int> right = 0;
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&right] {
             for (int round = 0; round < 200; ++round) {

@@ -137,7 +137,7 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
     QCOMPARE(call.member, QStringLiteral("UpdateWindowStatus"));
     QCOMPARE(call.signature, QStringLiteral("siii"));
     QCOMPARE(call.arguments.size(), 4);
-    QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? QStringLiteral("") : window);
+    QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? QLatin1String("") : window);
     QCOMPARE(call.arguments.at(1), QVariant(status));
     QCOMPARE(call.arguments.at(2), QVariant(arg1));
     QCOMPARE(call.arguments.at(3), QVariant(arg2));

@@ -104,7 +104,8 @@ void TestWire::serviceIsSentNothingElse()
 {
     BusMonitor monitor(*m_bus);
     QStringList members;
-    for (const QJsonObject &message : ownMessages(monitor)) {
+    const QVector<QJsonObject> messages = ownMessages(monitor);
+    for (const QJsonObject &message : messages) {
         if (message.value(QLatin1String("destination")) != QLatin1String("org.freedesktop.DBus")) {
             members.append(message.value(QLatin1String("member")).toString());
         }
@@ -120,7 +121,8 @@ void TestWire::proxyOutlivesItsClient()
         const WindowManagement windows;
     }
     QStringList members;
-    for (const QJsonObject &message : ownMessages(monitor)) {
+    const QVector<QJsonObject> messages = ownMessages(monitor);
+    for (const QJsonObject &message : messages) {
         members.append(message.value(QLatin1String("member")).toString());
     }
     QVERIFY(!members.contains(QStringLiteral("RemoveMatch")));

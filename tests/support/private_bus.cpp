@@ -3,27 +3,24 @@
 
 #include "private_bus.h"
 
-#include <QtCore/QFile>
+#include "files.h"
 
 namespace
 {
 
 void writeConfiguration(const QString &path, std::optional<int> replyTimeout)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        qFatal("cannot write %s", qPrintable(path));
-    }
-    file.write(
-        "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-        "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-        "<busconfig>\n  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n");
-    if (replyTimeout) {
-        file.write(QStringLiteral("  <limit name=\"reply_timeout\">%1</limit>\n")
-                       .arg(*replyTimeout)
-                       .toUtf8());
-    }
-    file.write("</busconfig>\n");
+    const QString limit = replyTimeout
+        ? QStringLiteral("  <limit name=\"reply_timeout\">%1</limit>\n").arg(*replyTimeout)
+        : QString();
+    writeFile(path,
+              QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
+                             "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                             "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                             "<busconfig>\n"
+                             "  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n"
+                             "%1</busconfig>\n")
+                  .arg(limit));
 }
 
 } // namespace

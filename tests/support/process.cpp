@@ -53,7 +53,7 @@ Result run(const QString &program, const QStringList &arguments,
     Process process(program, arguments);
     process.setProcessEnvironment(environment);
     process.start();
-    if (!process.waitForFinished(patience * 2)) {
+    if (!process.waitForFinished(patience * 3)) {
         qFatal("%s does not end: %s", qPrintable(program), qPrintable(process.errorString()));
     }
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,

@@ -1,0 +1,204 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "outcomes.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QXmlStreamReader>
+
+#include <optional>
+
+namespace
+{
+
+// A method's arguments, in and out, as "name:type" in their order.
+struct Method
+{
+    QStringList in;
+    QStringList out;
+    QString inSignature;
+    QString outSignature;
+
+    bool operator==(const Method &other) const { return in == other.in && out == other.out; }
+};
+
+using Methods = QMap<QString, Method>;
+
+// The methods of each interface that the XML describes.
+QMap<QString, Methods> interfacesIn(const QString &xml)
+{
+    QMap<QString, Methods> interfaces;
+    QString interface;
+    QString method;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement) {
+            continue;
+        }
+        const QXmlStreamAttributes attributes = reader.attributes();
+        const QString name = attributes.value(QLatin1String("name")).toString();
+        const QString type = attributes.value(QLatin1String("type")).toString();
+        if (reader.name() == QLatin1String("interface")) {
+            interface = name;
+            interfaces.insert(interface, {});
+        } else if (reader.name() == QLatin1String("method")) {
+            method = name;
+            interfaces[interface].insert(method, {});
+        } else if (reader.name() == QLatin1String("arg")) {
+            Method &current = interfaces[interface][method];
+            const bool in = attributes.value(QLatin1String("direction")) == QLatin1String("in");
+            (in ? current.in : current.out).append(name + QLatin1Char(':') + type);
+            (in ? current.inSignature : current.outSignature) += type;
+        }
+    }
+    if (reader.hasError()) {
+        qFatal("bad XML: %s", qPrintable(reader.errorString()));
+    }
+    return interfaces;
+}
+
+QMap<QString, Methods> interfacesInFile(const QString &interface)
+{
+    return interfacesIn(readFile(QStringLiteral(INTERFACES_DIR "/%1.xml").arg(interface)));
+}
+
+// Some value of each basic type, in busctl's form.
+QStringList someValues(const QString &signature)
+{
+    QStringList values;
+    for (const QChar type : signature) {
+        values.append(type == QLatin1Char('s') ? QStringLiteral("w") : QStringLiteral("1"));
+    }
+    return values;
+}
+
+} // namespace
+
+// The interface descriptions in the tree, against what the simulator exports and does, and what the
+// library sends.
+class TestInterfaces : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void simulatorExportsThem_data();
+    void simulatorExportsThem();
+    void simulatorAnswersByThem();
+    void simulatorHasEveryMethodOfTheDesk();
+    void librarySendsByThem();
+
+private:
+    Result busctl(const QStringList &arguments) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestInterfaces::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+Result TestInterfaces::busctl(const QStringList &arguments) const
+{
+    return run(QStringLiteral("busctl"),
+               QStringList(QStringLiteral("--address=%1").arg(m_bus->address())) + arguments);
+}
+
+void TestInterfaces::simulatorExportsThem_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    QTest::newRow("WindowManagement1") << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH)
+                                       << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
+    QTest::newRow("Simulator1") << QStringLiteral(OSTREL_SIMULATOR_PATH)
+                                << QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
+}
+
+void TestInterfaces::simulatorExportsThem()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, interface);
+    const auto described = interfacesInFile(interface);
+    QCOMPARE(described.keys(), QStringList(interface));
+    QVERIFY(!described.value(interface).isEmpty());
+
+    const Result exported = busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
+                                    QStringLiteral(OSTREL_SERVICE_NAME), path});
+    QCOMPARE(exported.exitStatus, 0);
+    QVERIFY(interfacesIn(exported.output).value(interface) == described.value(interface));
+
+    // It can be found from the service's own path on.
+    const Result parent =
+        busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
+                QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SERVICE_PATH)});
+    QVERIFY(parent.output.contains(
+        QStringLiteral("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
+}
+
+void TestInterfaces::simulatorAnswersByThem()
+{
+    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
+    const Methods methods = interfacesInFile(interface).value(interface);
+    for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
+        const Result answer =
+            busctl(QStringList{QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
+                               QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH), interface,
+                               method.key(), method->inSignature}
+                   + someValues(method->inSignature));
+        QVERIFY2(answer.exitStatus == 0, qPrintable(answer.errors));
+        QCOMPARE(answer.output.section(QLatin1Char(' '), 0, 0), method->outSignature);
+    }
+}
+
+// Each method of the desk is there: with other arguments than described it refuses those, and names
+// what it takes.
+void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
+{
+    const QString interface = QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
+    const Methods methods = interfacesInFile(interface).value(interface);
+    QCOMPARE(methods.size(), 13);
+    for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
+        const QDBusMessage wrong = m_simulator->desk(method.key(), {true});
+        QCOMPARE(
+            wrong.errorMessage(),
+            QStringLiteral("%1 takes \"%2\", not \"b\"").arg(method.key(), method->inSignature));
+        if (method->inSignature.isEmpty()) {
+            QCOMPARE(m_simulator->desk(method.key()).signature(), method->outSignature);
+        } else {
+            QVERIFY(method->inSignature.startsWith(QLatin1String("ss")));
+            QVERIFY(method->out.isEmpty());
+        }
+    }
+}
+
+void TestInterfaces::librarySendsByThem()
+{
+    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
+    const Methods methods = interfacesInFile(interface).value(interface);
+    m_simulator->reset();
+    reportWindow();
+    const QVector<Call> calls = m_simulator->calls();
+
+    QStringList sent;
+    for (const Call &call : calls) {
+        QCOMPARE(call.interface, interface);
+        QCOMPARE(call.signature, methods.value(call.member).inSignature);
+        sent.append(call.member);
+    }
+    // Every method that is described has its place in the library.
+    QCOMPARE(sent, QStringList(methods.keys()));
+}
+
+OSTREL_TEST_MAIN(TestInterfaces)
+
+#include "tst_interfaces.moc"

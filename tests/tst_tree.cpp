@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "test_main.h"
+
+#include <QtCore/QRegularExpression>
+
+// The source tree itself.
+class TestTree : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void everyFileHasItsLicence();
+    void busNamesComeFromOnePlace();
+
+private:
+    QStringList m_files;
+};
+
+void TestTree::initTestCase()
+{
+    const QStringList all = filesBelow(QStringLiteral(SOURCE_DIR));
+    for (const QString &file : all) {
+        if (!QRegularExpression(QStringLiteral("^(\\.git|build|\\.cache)(/|$)"))
+                 .match(file)
+                 .hasMatch()) {
+            m_files.append(file);
+        }
+    }
+    QVERIFY(m_files.contains(QStringLiteral("CMakeLists.txt")));
+}
+
+void TestTree::everyFileHasItsLicence()
+{
+    for (const QString &file : qAsConst(m_files)) {
+        if (file == QLatin1String("LICENSE")) {
+            continue;
+        }
+        // A file that cannot hold a comment has one beside it.
+        const QString beside = file + QStringLiteral(".license");
+        const QString text =
+            readFile(QStringLiteral(SOURCE_DIR "/") + (m_files.contains(beside) ? beside : file));
+        const QString beginning = text.section(QLatin1Char('\n'), 0, 7);
+        for (const QString &tag : {QStringLiteral("SPDX-FileCopyrightText: "),
+                                   QStringLiteral("SPDX-License-Identifier: LGPL-2.1-or-later")}) {
+            QVERIFY2(beginning.contains(tag), qPrintable(file));
+        }
+    }
+}
+
+// The prefix is set once. Nothing else spells a name that is made of it, in either form.
+void TestTree::busNamesComeFromOnePlace()
+{
+    const QString prefix = QStringLiteral("org") + QStringLiteral(".ostrel");
+    const QString path = QStringLiteral("org") + QStringLiteral("/ostrel");
+    const QStringList mayNameIt{QStringLiteral("README.md"),
+                                QStringLiteral("cmake/OstrelNames.cmake")};
+    for (const QString &file : qAsConst(m_files)) {
+        const QString text = readFile(QStringLiteral(SOURCE_DIR "/") + file);
+        const bool names =
+            text.contains(prefix, Qt::CaseInsensitive) || text.contains(path, Qt::CaseInsensitive);
+        QVERIFY2(!names || mayNameIt.contains(file), qPrintable(file));
+    }
+}
+
+OSTREL_TEST_MAIN(TestTree)
+
+#include "tst_tree.moc"
