@@ -24,6 +24,7 @@ dbus-daemon|the D-Bus daemon|command -v dbus-daemon
 '
 # shellcheck disable=SC2016 # a probe is expanded when it runs
 check_needs='
+make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
