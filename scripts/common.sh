@@ -14,9 +14,10 @@ fail() {
 }
 
 # The needs, a line each: Debian package, what it is for, and a command that succeeds if it is there.
+# shellcheck disable=SC2016 # a probe is expanded when it runs
 build_needs='
 g++|a C++ compiler|command -v c++
-cmake|CMake|command -v cmake
+cmake|CMake 3.21|printf "3.21\n%s\n" "$(cmake --version | sed -n "s/^cmake version //p")" | sort -CV
 ninja-build|Ninja|command -v ninja
 pkgconf|pkg-config|command -v pkg-config
 qtbase5-dev|Qt 5.15 with Core, DBus and Test|pkg-config --atleast-version=5.15 Qt5Core Qt5DBus Qt5Test
@@ -54,7 +55,7 @@ join() {
 
 # need NEEDS: installs what is missing of them, or fails with one line. Silent if nothing is.
 need() {
-    local lines packages=() whats=() line
+    local lines line package what packages=() whats=()
     lines=$(missing "$1")
     [ -n "$lines" ] || return 0
     while IFS='|' read -r package what; do
@@ -80,7 +81,7 @@ need() {
     if ! "${as_root[@]}" apt-get update >"$log" 2>&1 ||
         ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
             apt-get install -y --no-install-recommends "${packages[@]}" >>"$log" 2>&1; then
-        line=$(grep '^E:' "$log" | head -n 1)
+        line=$(grep -m 1 '^E:' "$log" || tail -n 1 "$log")
         rm -f "$log"
         fail "missing: $list; installing failed: ${line:-apt-get gave no reason}"
     fi
@@ -90,18 +91,38 @@ need() {
     [ -z "$lines" ] || fail "still missing after installing: $(cut -d'|' -f2 <<<"$lines" | paste -sd, -)"
 }
 
+# interruptible COMMAND...: runs a command so that a signal to this script ends it, too.
+running=''
+interruptible() {
+    "$@" &
+    running=$!
+    local status=0
+    wait "$running" || status=$?
+    running=''
+    return "$status"
+}
+on_signal() {
+    [ -z "$running" ] || kill "$running" 2>/dev/null || true
+    exit "$1"
+}
+trap 'on_signal 130' INT
+trap 'on_signal 143' TERM
+
 # quietly WHAT COMMAND...: runs a command, and shows what it printed only if it fails.
 quietly() {
     local what=$1 log
     shift
     say "$what"
+    # Open and gone, so that nothing has to remove it.
     log=$(mktemp)
-    if ! "$@" >"$log" 2>&1; then
-        cat "$log"
-        rm -f "$log"
+    exec 3<>"$log"
+    rm -f "$log"
+    if ! interruptible "$@" >&3 2>&1; then
+        cat /dev/fd/3
+        exec 3>&-
         fail "$what failed"
     fi
-    rm -f "$log"
+    exec 3>&-
 }
 
 # build PRESET [OPTION...]: configures below build/PRESET, with the options in the array configure,

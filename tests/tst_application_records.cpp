@@ -199,6 +199,7 @@ void TestApplicationRecords::haveTheirSignatures()
 void TestApplicationRecords::applicationStateHoldsAnyNumber()
 {
     static_assert(sizeof(ApplicationState) == 4);
+    static_assert(std::is_aggregate_v<RunningApplication> && std::is_aggregate_v<RunningService>);
     static_assert(sizeof(RunningApplication::state) == 4 && sizeof(RunningApplication::kind) == 4);
     static_assert(sizeof(RunningService::state) == 4);
     static_assert(std::is_same_v<std::underlying_type_t<ApplicationState>, quint32>);
@@ -271,7 +272,14 @@ void TestApplicationRecords::comeBackEqual()
     send(QVariant::fromValue(services));
     send(QVariant::fromValue(applications.at(0)));
     send(QVariant::fromValue(services.at(0)));
+    const QString logged = loggedByBusctl();
+    const char *const application =
+        R"~(["a",-1,255,4294967295,{"list":{"type":"as","data":["y"]},)~"
+        R"~("title":{"type":"s","data":"x"}}],["",2147483647,256,0,{}]])~";
+    QVERIFY2(logged.contains(QLatin1String(application)), qPrintable(logged));
     const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.at(0).signature, QStringLiteral("a(siuua{sv})"));
+    QCOMPARE(calls.at(1).signature, QStringLiteral("a(ssiua{sv})"));
 
     QVector<RunningApplication> readApplications{filled<RunningApplication>()};
     calls.at(0).arguments.at(0).value<QDBusArgument>() >> readApplications;

@@ -98,7 +98,7 @@ QString TestInstallation::succeed(const QString &program, const QStringList &arg
     }
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start();
-    const bool ended = process.waitForFinished(patience * 6);
+    const bool ended = process.waitForFinished(30 * patience);
     const QString output = QString::fromUtf8(process.readAll());
     if (!ended || process.end() != 0) {
         qFatal("%s %s failed:\n%s", qPrintable(program),

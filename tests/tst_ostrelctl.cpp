@@ -20,6 +20,9 @@ private Q_SLOTS:
     void windowPrintsTheState();
     void windowFails_data();
     void windowFails();
+    void windowAnsweredByNoError();
+    void errorsStayOnOneLine();
+    void outputThatCannotBeWrittenIsAFailure();
     void windowWithoutService();
     void windowWithoutBus();
     void tellsMistakes_data();
@@ -128,6 +131,38 @@ void TestOstrelctl::windowFails()
             .arg(name));
     QCOMPARE(json.errors, errors);
     QCOMPARE(json.exitStatus, 1);
+}
+
+// An error reply of this name is no error for the library.
+void TestOstrelctl::windowAnsweredByNoError()
+{
+    m_simulator->failNext(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"),
+                          QStringLiteral("text"));
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    QCOMPARE(result.output, QStringLiteral("255\n"));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestOstrelctl::errorsStayOnOneLine()
+{
+    m_simulator->failNext(QStringLiteral("a.b"), QString::fromUtf8("two\nlines\x1b[1m ü"));
+    const Result result =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    QCOMPARE(result.errors, QString::fromUtf8("error: Failed: two\\nlines\\x1b[1m ü\n"));
+}
+
+void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
+{
+    Process process(QStringLiteral(OSTRELCTL),
+                    QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    process.setStandardOutputFile(QStringLiteral("/dev/full"));
+    process.start();
+    QVERIFY(process.waitForFinished(patience));
+    QCOMPARE(process.exitCode(), 1);
+    QCOMPARE(process.readAllStandardError(),
+             QByteArrayLiteral("ostrelctl: cannot write the output\n"));
 }
 
 void TestOstrelctl::windowWithoutService()

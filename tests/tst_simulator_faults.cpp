@@ -37,6 +37,7 @@ private Q_SLOTS:
     void logHoldsWhatWasReceived();
     void logHoldsRefusedCalls_data();
     void logHoldsRefusedCalls();
+    void logHoldsCallsOfTheStandardInterfaces();
     void clearCallsEmptiesTheLogAlone();
     void windowsAreRemembered();
     void resetForgetsEverything();
@@ -264,6 +265,23 @@ void TestSimulatorFaults::logHoldsRefusedCalls()
     QCOMPARE(calls.constFirst().arguments, arguments);
 }
 
+void TestSimulatorFaults::logHoldsCallsOfTheStandardInterfaces()
+{
+    const auto introspect = [](const QString &path) {
+        const QDBusMessage answer = QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), path,
+                                           QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                           QStringLiteral("Introspect")));
+        QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
+    };
+    introspect(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH));
+    introspect(QStringLiteral(OSTREL_SIMULATOR_PATH));
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.constFirst().path, QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH));
+    QCOMPARE(calls.constFirst().member, QStringLiteral("Introspect"));
+}
+
 void TestSimulatorFaults::clearCallsEmptiesTheLogAlone()
 {
     reportWindow();
@@ -294,6 +312,9 @@ void TestSimulatorFaults::resetForgetsEverything()
     const QObject context;
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
     m_simulator->waitForHeld(1);
+    m_simulator->delayNext(300);
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
+    m_simulator->waitForCalls(2);
     m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("forgotten"));
     m_simulator->reset();
 
@@ -306,6 +327,8 @@ void TestSimulatorFaults::resetForgetsEverything()
          QVariant::fromValue(QList<uint>{0})});
     QCOMPARE(release.errorMessage(),
              QStringLiteral("0 held answers; 0 is out of range or named twice"));
+    // A delay that began later has passed when the forgotten one would have.
+    m_simulator->delayNext(400);
     QVERIFY(!reportWindow().error);
     QCOMPARE(outcomes.size(), 0);
 }

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
+#include "process.h"
 #include "test_main.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
 
 // The source tree itself.
 class TestTree : public QObject
@@ -23,7 +25,16 @@ private:
 
 void TestTree::initTestCase()
 {
-    const QStringList all = filesBelow(QStringLiteral(SOURCE_DIR));
+    // What belongs to the tree, git knows; of a copy without git, all of it but the build folder.
+    const Result listed = QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty()
+        ? Result()
+        : run(QStringLiteral("git"),
+              {QStringLiteral("-c"), QStringLiteral("safe.directory=*"), QStringLiteral("-C"),
+               QStringLiteral(SOURCE_DIR), QStringLiteral("ls-files"), QStringLiteral("--cached"),
+               QStringLiteral("--others"), QStringLiteral("--exclude-standard")});
+    const QStringList all = listed.exitStatus == 0
+        ? listed.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+        : filesBelow(QStringLiteral(SOURCE_DIR));
     for (const QString &file : all) {
         if (!QRegularExpression(QStringLiteral("^(\\.git|build|\\.cache)(/|$)"))
                  .match(file)
@@ -56,6 +67,8 @@ void TestTree::everyFileHasItsLicence()
 void TestTree::busNamesComeFromOnePlace()
 {
     const QString prefix = QStringLiteral("org") + QStringLiteral(".ostrel");
+    QVERIFY(readFile(QStringLiteral(SOURCE_DIR "/cmake/OstrelNames.cmake"))
+                .contains(QStringLiteral("set(OSTREL_VENDOR_PREFIX \"%1\" CACHE").arg(prefix)));
     const QString path = QStringLiteral("org") + QStringLiteral("/ostrel");
     const QStringList mayNameIt{QStringLiteral("README.md"),
                                 QStringLiteral("cmake/OstrelNames.cmake")};

@@ -100,7 +100,8 @@ void TestVendorPrefix::reachesEveryName()
     QVERIFY2(configured.exitStatus == 0, qPrintable(configured.errors));
     const Result built = run(QStringLiteral(CMAKE),
                              {QStringLiteral("--build"), folder.path(), QStringLiteral("--target"),
-                              QStringLiteral("ostrelctl"), QStringLiteral("ostrel-simulator")});
+                              QStringLiteral("ostrelctl"), QStringLiteral("ostrel-simulator")},
+                             QProcessEnvironment::systemEnvironment(), 30 * patience);
     QVERIFY2(built.exitStatus == 0, qPrintable(built.output));
 
     const PrivateBus bus;

@@ -38,10 +38,10 @@ private:
     std::optional<Warnings> m_warnings;
 };
 
-// A bus that answers for a silent service after half a second. Without it, 25 seconds pass.
+// A bus that answers for a silent service after two seconds. Without it, 25 seconds pass.
 PrivateBus &TestWindowManagementFailures::bus()
 {
-    static PrivateBus instance(500);
+    static PrivateBus instance(2000);
     return instance;
 }
 

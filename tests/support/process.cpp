@@ -48,12 +48,12 @@ void Process::setupChildProcess()
 }
 
 Result run(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment)
+           const QProcessEnvironment &environment, int limit)
 {
     Process process(program, arguments);
     process.setProcessEnvironment(environment);
     process.start();
-    if (!process.waitForFinished(patience * 3)) {
+    if (!process.waitForFinished(limit)) {
         qFatal("%s does not end: %s", qPrintable(program), qPrintable(process.errorString()));
     }
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,

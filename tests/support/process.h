@@ -37,8 +37,9 @@ struct Result
     QString errors;
 };
 
-// Runs a program to its end.
+// Runs a program to its end, which has to come within the limit, in milliseconds.
 Result run(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
+           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+           int limit = 3 * patience);
 
 #endif

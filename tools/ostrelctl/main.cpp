@@ -35,7 +35,10 @@ int main(int argc, char **argv)
     for (const Command &command : commands) {
         description += QStringLiteral("  %1  %2\n").arg(command.name, -12).arg(command.summary);
     }
-    description += QStringLiteral("\n'ostrelctl COMMAND --help' tells more of one.");
+    description += QStringLiteral(
+        "\n'ostrelctl COMMAND --help' tells more of one.\n\n"
+        "The exit status is 0 on success, 1 with \"error: NAME: message\" on standard error when\n"
+        "the operation failed, and 2 on bad usage.");
 
     QCommandLineParser parser;
     parser.setApplicationDescription(description);
@@ -66,5 +69,10 @@ int main(int argc, char **argv)
     if (command == commands.cend()) {
         return tellMistake(QStringLiteral("no command \"%1\"").arg(name));
     }
-    return command->run(arguments);
+    const int status = command->run(arguments);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        QTextStream(stderr) << "ostrelctl: cannot write the output\n";
+        return OperationFailed;
+    }
+    return status;
 }

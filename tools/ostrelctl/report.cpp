@@ -39,11 +39,28 @@ QString nameOf(Ostrel::Error::Code code)
     return QString::number(code);
 }
 
+// The text on one line, and without power over the terminal.
+QString onOneLine(const QString &text)
+{
+    QString line;
+    for (const QChar character : text) {
+        if (character == QLatin1Char('\n')) {
+            line += QLatin1String("\\n");
+        } else if (character.category() == QChar::Other_Control) {
+            line += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        } else {
+            line += character;
+        }
+    }
+    return line;
+}
+
 } // namespace
 
 void reportError(const Ostrel::Error &error)
 {
-    QTextStream(stderr) << "error: " << nameOf(error.code()) << ": " << error.message() << '\n';
+    QTextStream(stderr) << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message())
+                        << '\n';
 }
 
 QJsonObject toJson(const Ostrel::Error &error)

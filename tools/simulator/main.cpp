@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "options.h"
+#include "print.h"
 #include "service.h"
 #include "simulator1.h"
 #include "termination.h"

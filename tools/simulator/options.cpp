@@ -3,6 +3,8 @@
 
 #include "options.h"
 
+#include "print.h"
+
 #include "DBus/names_p.h"
 
 #include <QtCore/QCommandLineParser>
@@ -24,11 +26,6 @@ int tellMistake(const QString &mistake)
 }
 
 } // namespace
-
-void print(FILE *stream, const QString &line)
-{
-    QTextStream(stream) << "ostrel-simulator: " << line << '\n';
-}
 
 std::variant<Options, int> parseOptions(const QStringList &arguments)
 {

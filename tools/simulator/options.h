@@ -7,7 +7,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#include <cstdio>
 #include <variant>
 
 // What the command line asks for.
@@ -26,8 +25,5 @@ struct Options
 // Reads the command line. The result is an exit status if there is nothing more to do: help or the
 // version was asked for and printed, or the usage is bad and the mistake was told.
 std::variant<Options, int> parseOptions(const QStringList &arguments);
-
-// Prints a line that begins with the program's name.
-void print(FILE *stream, const QString &line);
 
 #endif

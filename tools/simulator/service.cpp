@@ -53,20 +53,21 @@ void Service::reset()
 
 bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection & /*connection*/)
 {
-    if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))
-        && hasObject(message.path())) {
-        return false; // QtDBus answers "Introspect" and its like
-    }
-
     Interface *const interface = find(message);
+    if (interface != nullptr ? interface->isSimulated()
+                             : message.path() != QLatin1String(OSTREL_SIMULATOR_PATH)) {
+        m_log.append(message);
+        Q_EMIT called();
+    }
     if (interface == nullptr) {
-        logCall(message);
+        if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))
+            && hasObject(message.path())) {
+            return false; // QtDBus answers "Introspect" and its like
+        }
         send(message, refuseTarget(message));
         return true;
     }
-    if (interface->isSimulated()) {
-        logCall(message);
-    }
+
     const QDBusMessage refused = refuseMethod(message, interface->description());
     if (refused.type() != QDBusMessage::InvalidMessage) {
         send(message, refused);
@@ -111,12 +112,6 @@ Interface *Service::find(const QDBusMessage &call) const
                                                : description.name() == call.interface());
         });
     return found != m_interfaces.cend() ? found->get() : nullptr;
-}
-
-void Service::logCall(const QDBusMessage &call)
-{
-    m_log.append(call);
-    Q_EMIT called();
 }
 
 // The answer to a call of an object or interface that is not here.

@@ -59,7 +59,6 @@ private:
     };
 
     Interface *find(const QDBusMessage &call) const;
-    void logCall(const QDBusMessage &call);
     QDBusMessage refuseTarget(const QDBusMessage &call) const;
     static QDBusMessage refuseMethod(const QDBusMessage &call,
                                      const InterfaceDescription &description);

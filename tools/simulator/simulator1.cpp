@@ -82,6 +82,7 @@ QDBusMessage Simulator1::answer(const QDBusMessage &call)
 void Simulator1::reset()
 {
     m_held.clear();
+    m_delays = std::make_unique<QObject>();
     // Who still waits will wait for nothing.
     const QVector<Waiter> waiters = std::exchange(m_waiters, {});
     for (const Waiter &waiter : waiters) {
@@ -112,7 +113,7 @@ QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
     const std::chrono::milliseconds delay(milliseconds);
     return arrange(call, [this, delay](const QDBusMessage &delayed, Interface &interface) {
         const QDBusMessage answer = interface.answer(delayed);
-        QTimer::singleShot(delay, this,
+        QTimer::singleShot(delay, m_delays.get(),
                            [this, delayed, answer] { m_service.send(delayed, answer); });
     });
 }

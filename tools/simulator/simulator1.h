@@ -14,6 +14,7 @@
 #include <QtCore/QVector>
 
 #include <functional>
+#include <memory>
 
 // ".Simulator1", the fault desk: arranges what becomes of later calls of the service's methods, and
 // tells what was called.
@@ -68,6 +69,8 @@ private:
     const WindowManagement1 &m_windowManagement;
     QHash<Method, QVector<HeldAnswer>> m_held;
     QVector<Waiter> m_waiters;
+    // On whose behalf delayed answers wait.
+    std::unique_ptr<QObject> m_delays = std::make_unique<QObject>();
 };
 
 #endif

@@ -12,10 +12,8 @@ void skipValue(const QDBusArgument &argument)
     case QDBusArgument::UnknownType:
         return;
     case QDBusArgument::MapEntryType:
-        // asVariant() would stay where it is.
+        // asVariant() would stay where it is; to begin an entry is to step past it.
         argument.beginMapEntry();
-        skipValue(argument);
-        skipValue(argument);
         argument.endMapEntry();
         return;
     default:

@@ -123,18 +123,18 @@ void readStructures(const QDBusArgument &argument, QVector<Record> &records, Mem
     }
 
     // All elements of an array are of one type.
-    Record record{};
+    Record sample{};
     const bool expected =
-        argument.currentSignature() == QLatin1Char('a') + structureSignature(membersOf(record));
+        argument.currentSignature() == QLatin1Char('a') + structureSignature(membersOf(sample));
     argument.beginArray();
     while (!argument.atEnd() && argument.currentType() == QDBusArgument::StructureType) {
+        Record record{};
         if (expected) {
             readStructurePlainly(argument, membersOf(record));
         } else {
             readStructureGuarded(argument, membersOf(record));
         }
         records.append(std::move(record));
-        record = Record();
     }
     argument.endArray();
 }

@@ -40,6 +40,8 @@ class WindowManagementPrivate;
  *
  * The object uses the session bus, and the event loop of the thread that calls it must run. Like
  * any QObject it belongs to one thread and is used there; only the callback may run in another one.
+ * A connection to the bus that is lost does not come back: when the message bus itself has ended,
+ * every later report of the process fails.
  */
 class OSTREL_EXPORT WindowManagement : public QObject
 {
@@ -49,8 +51,10 @@ public:
     /**
      * Constructs the object with the given @p parent.
      *
-     * The connection to the session bus is opened if the process has none yet. Nothing is sent to
-     * the service. Without a bus the object works all the same; its reports then fail.
+     * The connection to the session bus is opened if the process has none yet, and the message bus
+     * is asked who owns the service's name. That takes a few milliseconds; a message bus that hangs
+     * holds it up. Nothing is sent to the service, and it does not matter whether it runs. Without
+     * a bus the object works all the same; its reports then fail.
      */
     explicit WindowManagement(QObject *parent = nullptr);
 
@@ -74,13 +78,15 @@ public:
      * @param context  the object on whose behalf the call is made. It must be alive. The callback
      *                 runs in this object's thread, from that thread's event loop; once the object
      *                 is destroyed, the callback is dropped and never runs.
-     * @param callback receives the outcome, exactly once, and never before this function has
-     *                 returned. On success it gets the state that the service assigned, any number
-     *                 included, and an Error that is no error. On failure it gets
+     * @param callback receives the outcome, exactly once if the context lives, and never from
+     *                 within this function. On success it gets the state that the service assigned,
+     * any number included, and an Error that is no error. On failure it gets
      *                 ApplicationStateUnknown (255) and the Error: the code of the service's own
      *                 error, or Error::Failed when the service is absent, ends before it answers,
      *                 answers with another type, or lets the bus's time limit pass (25 seconds by
-     *                 default), and when there is no bus. It is copied and kept until then, and
+     *                 default), and when there is no bus. A service may answer with an error reply
+     *                 of the name "NoError": that gives 255, too, and an Error that is no error but
+     *                 has the reply's message. The callback is copied and kept until then, and
      *                 may delete any object, the context and this one included. An empty one makes
      *                 the event loop throw `std::bad_function_call`.
      *
