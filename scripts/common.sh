@@ -91,18 +91,21 @@ need() {
     [ -z "$lines" ] || fail "still missing after installing: $(cut -d'|' -f2 <<<"$lines" | paste -sd, -)"
 }
 
-# interruptible COMMAND...: runs a command so that a signal to this script ends it, too.
+# interruptible COMMAND...: runs a command so that a signal to this script ends it and all that it
+# has started.
 running=''
 interruptible() {
-    "$@" &
-    running=$!
     local status=0
+    set -m # a process group of its own
+    "$@" </dev/null &
+    running=$!
+    set +m
     wait "$running" || status=$?
     running=''
     return "$status"
 }
 on_signal() {
-    [ -z "$running" ] || kill "$running" 2>/dev/null || true
+    [ -z "$running" ] || kill -- "-$running" 2>/dev/null || true
     exit "$1"
 }
 trap 'on_signal 130' INT
