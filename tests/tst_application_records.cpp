@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "application_texts.h"
 #include "busctl.h"
 #include "simulator.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_p.h"
@@ -12,72 +12,12 @@
 #include <QtDBus/QDBusMetaType>
 
 #include <optional>
-#include <utility>
-#include <vector>
 
 using Ostrel::ApplicationKind;
 using Ostrel::ApplicationState;
 using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 using Ostrel::ServiceState;
-
-namespace
-{
-
-// What a record holds, as text: members in their order, with the properties as "key=value".
-QString text(const QVariantMap &properties)
-{
-    QStringList entries;
-    for (auto entry = properties.cbegin(); entry != properties.cend(); ++entry) {
-        entries.append(entry.key() + QLatin1Char('=') + entry.value().toString());
-    }
-    return entries.join(QLatin1Char(','));
-}
-
-QString text(const RunningApplication &application)
-{
-    return QStringLiteral("%1 %2 %3 %4 {%5}")
-        .arg(application.appId)
-        .arg(application.pid)
-        .arg(quint32(application.state))
-        .arg(quint32(application.kind))
-        .arg(text(application.properties));
-}
-
-QString text(const RunningService &service)
-{
-    return QStringLiteral("%1 %2 %3 %4 {%5}")
-        .arg(service.appId, service.name)
-        .arg(service.pid)
-        .arg(quint32(service.state))
-        .arg(text(service.properties));
-}
-
-template <typename Record> QString text(const QVector<Record> &records)
-{
-    QStringList texts;
-    for (const Record &record : records) {
-        texts.append(text(record));
-    }
-    return texts.join(QStringLiteral("; "));
-}
-
-// A record that holds something in every member, so that a reader that leaves one out is seen.
-template <typename Record> Record filled();
-
-template <> RunningApplication filled()
-{
-    return {QStringLiteral("old"), 99, ApplicationState(98), ApplicationKind(97),
-            QVariantMap{{QStringLiteral("old"), 96}}};
-}
-
-template <> RunningService filled()
-{
-    return {QStringLiteral("old"), QStringLiteral("old"), 99, ServiceState(98),
-            QVariantMap{{QStringLiteral("old"), 96}}};
-}
-
-} // namespace
 
 // The records as another process sends and receives them. The values are made and seen by busctl,
 // which shares no code with Qt.
@@ -95,22 +35,8 @@ private Q_SLOTS:
     void emptyOnesGoOutWithTheirSignatures();
     void comeBackEqual();
     void emptyVectorsComeBackEmpty();
-    void readOneApplication_data();
-    void readOneApplication();
-    void readOneService_data();
-    void readOneService();
-    void readManyApplications_data();
-    void readManyApplications();
-    void readManyServices_data();
-    void readManyServices();
-    void qtsOwnListsEndOnAMap();
 
 private:
-    // Has the value sent by busctl in a structure with a marker behind it.
-    QDBusArgument received(const QString &signature, const QString &value);
-
-    template <typename Target> void readAndCompare(Target target);
-
     // Sends a call that the simulator refuses, but logs.
     void send(const QVariant &argument);
     QString loggedByBusctl();
@@ -133,42 +59,6 @@ void TestApplicationRecords::initTestCase()
 void TestApplicationRecords::cleanup()
 {
     m_simulator->reset();
-}
-
-QDBusArgument TestApplicationRecords::received(const QString &signature, const QString &value)
-{
-    QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    words.replaceInStrings(QStringLiteral("''"), QString());
-    busctlAnswerNext(*m_bus, QLatin1Char('(') + signature + QStringLiteral("s)"),
-                     words + QStringList(QStringLiteral("marker")));
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                                       QStringLiteral("UpdateWindowStatus"))
-        << QString() << 0 << 0 << 0);
-    return reply.arguments().value(0).value<QDBusArgument>();
-}
-
-template <typename Target> void TestApplicationRecords::readAndCompare(Target target)
-{
-    QFETCH(QString, signature);
-    QFETCH(QString, value);
-    const QDBusArgument argument = received(signature, value);
-    QCOMPARE(argument.currentSignature(), QLatin1Char('(') + signature + QStringLiteral("s)"));
-
-    const Warnings warnings;
-    QString marker;
-    argument.beginStructure();
-    const QDBusArgument &returned = argument >> target;
-    QCOMPARE(&returned, &argument);
-    // The reader has stepped over exactly one value, whatever it was.
-    QCOMPARE(argument.currentSignature(), QStringLiteral("s"));
-    argument >> marker;
-    argument.endStructure();
-    QCOMPARE(marker, QStringLiteral("marker"));
-    QTEST(text(target), "content");
-    QCOMPARE(warnings.texts(), QStringList());
 }
 
 void TestApplicationRecords::send(const QVariant &argument)
@@ -281,12 +171,12 @@ void TestApplicationRecords::comeBackEqual()
     QCOMPARE(calls.at(0).signature, QStringLiteral("a(siuua{sv})"));
     QCOMPARE(calls.at(1).signature, QStringLiteral("a(ssiua{sv})"));
 
-    QVector<RunningApplication> readApplications{filled<RunningApplication>()};
+    QVector<RunningApplication> readApplications{RunningApplication{}};
     calls.at(0).arguments.at(0).value<QDBusArgument>() >> readApplications;
     QCOMPARE(text(readApplications), text(applications));
     QCOMPARE(readApplications.at(0).properties, properties);
 
-    QVector<RunningService> readServices{filled<RunningService>()};
+    QVector<RunningService> readServices{RunningService{}};
     calls.at(1).arguments.at(0).value<QDBusArgument>() >> readServices;
     QCOMPARE(text(readServices), text(services));
     QCOMPARE(readServices.at(0).properties, properties);
@@ -303,175 +193,12 @@ void TestApplicationRecords::emptyVectorsComeBackEmpty()
     send(QVariant::fromValue(QVector<RunningService>{}));
     const QVector<Call> calls = m_simulator->calls();
 
-    QVector<RunningApplication> applications(3, filled<RunningApplication>());
+    QVector<RunningApplication> applications(3, RunningApplication{});
     calls.at(0).arguments.at(0).value<QDBusArgument>() >> applications;
     QVERIFY(applications.isEmpty());
-    QVector<RunningService> services(3, filled<RunningService>());
+    QVector<RunningService> services(3, RunningService{});
     calls.at(1).arguments.at(0).value<QDBusArgument>() >> services;
     QVERIFY(services.isEmpty());
-}
-
-namespace
-{
-
-struct Row
-{
-    const char *signature;
-    const char *value; // in busctl's form; '' is an empty string
-    const char *content;
-};
-
-void addRows(const std::vector<Row> &rows)
-{
-    QTest::addColumn<QString>("signature");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("content");
-    for (const Row &row : rows) {
-        QTest::addRow("%s: %s", row.signature, row.value)
-            << QString::fromLatin1(row.signature) << QString::fromLatin1(row.value)
-            << QString::fromLatin1(row.content);
-    }
-}
-
-// Values that are no structure at all, and what a reader makes of them.
-std::vector<Row> andOthers(std::vector<Row> rows, const char *content)
-{
-    const std::vector<std::pair<const char *, const char *>> others{
-        {"s", "x"},         {"i", "3"},  {"y", "3"},      {"b", "true"},        {"n", "-3"},
-        {"q", "3"},         {"u", "3"},  {"x", "-3"},     {"t", "3"},           {"d", "1.5"},
-        {"o", "/a"},        {"g", "as"}, {"v", "s x"},    {"v", "(si) x 3"},    {"v", "v v i 3"},
-        {"as", "2 x y"},    {"as", "0"}, {"ay", "2 1 2"}, {"a{sv}", "1 k i 3"}, {"a{sv}", "0"},
-        {"a{is}", "1 3 x"},
-    };
-    for (const auto &[signature, value] : others) {
-        rows.push_back({signature, value, content});
-    }
-    return rows;
-}
-
-} // namespace
-
-void TestApplicationRecords::readOneApplication_data()
-{
-    addRows(andOthers(
-        {
-            {"(siuua{sv})", "a -1 2 3 1 k s v", "a -1 2 3 {k=v}"},
-            {"(siuua{sv})", "a 1 4294967295 4294967294 0", "a 1 4294967295 4294967294 {}"},
-            {"(siuua{sv}s)", "a 1 2 3 0 more", "a 1 2 3 {}"},
-            {"(s)", "a", "a 0 0 0 {}"},
-            {"(si)", "a 1", "a 1 0 0 {}"},
-            {"(siuu)", "a 1 2 3", "a 1 2 3 {}"},
-            {"(ss)", "a b", "a 0 0 0 {}"},
-            {"(is)", "1 a", " 0 0 0 {}"},
-            {"(iiuua{sv})", "9 1 2 3 1 k s v", " 1 2 3 {k=v}"},
-            {"(oiuua{sv})", "/a 1 2 3 1 k s v", " 1 2 3 {k=v}"},
-            {"(suuua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
-            {"(sxuua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
-            {"(saiuua{sv})", "a 2 8 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
-            {"(s(i)uua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
-            {"(svuua{sv})", "a i 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
-            {"(siiua{sv})", "a 1 9 3 1 k s v", "a 1 0 3 {k=v}"},
-            {"(siuia{sv})", "a 1 2 9 1 k s v", "a 1 2 0 {k=v}"},
-            {"(siusa{sv})", "a 1 2 x 1 k s v", "a 1 2 0 {k=v}"},
-            {"(siuua{ss})", "a 1 2 3 1 k v", "a 1 2 3 {}"},
-            {"(siuua{iv})", "a 1 2 3 1 7 s v", "a 1 2 3 {}"},
-            {"(siuuas)", "a 1 2 3 1 k", "a 1 2 3 {}"},
-            {"(siuuv)", "a 1 2 3 a{sv} 1 k s v", "a 1 2 3 {}"},
-            {"(siuu(sv))", "a 1 2 3 k s v", "a 1 2 3 {}"},
-            {"((siuua{sv}))", "a 1 2 3 0", " 0 0 0 {}"},
-            {"(v)", "(siuua{sv}) a 1 2 3 0", " 0 0 0 {}"},
-            {"ai", "2 1 2", " 0 0 0 {}"},
-            {"ai", "0", " 0 0 0 {}"},
-            {"a(siuua{sv})", "1 a 1 2 3 0", " 0 0 0 {}"},
-        },
-        " 0 0 0 {}"));
-}
-
-void TestApplicationRecords::readOneApplication()
-{
-    readAndCompare(filled<RunningApplication>());
-}
-
-void TestApplicationRecords::readOneService_data()
-{
-    addRows(andOthers(
-        {
-            {"(ssiua{sv})", "a b -1 2 1 k s v", "a b -1 2 {k=v}"},
-            {"(ssiua{sv})", "a b 1 4294967295 0", "a b 1 4294967295 {}"},
-            {"(ssiua{sv}i)", "a b 1 2 0 3", "a b 1 2 {}"},
-            {"(s)", "a", "a  0 0 {}"},
-            {"(ss)", "a b", "a b 0 0 {}"},
-            {"(siuua{sv})", "a 1 2 3 1 k s v", "a  0 3 {k=v}"},
-            {"(isiua{sv})", "9 b 1 2 0", " b 1 2 {}"},
-            {"(soiua{sv})", "a /b 1 2 0", "a  1 2 {}"},
-            {"(ssuua{sv})", "a b 9 2 0", "a b 0 2 {}"},
-            {"(ssiia{sv})", "a b 1 9 0", "a b 1 0 {}"},
-            {"(ssiua{ss})", "a b 1 2 1 k v", "a b 1 2 {}"},
-            {"(ss(iu)a{sv})", "a b 1 2 1 k s v", "a b 0 0 {}"},
-            {"a(ssiua{sv})", "1 a b 1 2 0", "  0 0 {}"},
-        },
-        "  0 0 {}"));
-}
-
-void TestApplicationRecords::readOneService()
-{
-    readAndCompare(filled<RunningService>());
-}
-
-void TestApplicationRecords::readManyApplications_data()
-{
-    addRows(andOthers(
-        {
-            {"a(siuua{sv})", "0", ""},
-            {"a(siuua{sv})", "2 b 1 2 3 0 a 4 5 6 1 k s v", "b 1 2 3 {}; a 4 5 6 {k=v}"},
-            {"a(siuua{sv}s)", "1 a 1 2 3 0 more", "a 1 2 3 {}"},
-            {"a(si)", "2 a 1 b 2", "a 1 0 0 {}; b 2 0 0 {}"},
-            {"a(ss)", "2 a x b y", "a 0 0 0 {}; b 0 0 0 {}"},
-            {"a(si)", "0", ""},
-            {"ai", "3 1 2 3", ""},
-            {"av", "2 s x (siuua{sv}) a 1 2 3 0", ""},
-            {"aa{sv}", "1 1 k s v", ""},
-            {"aas", "1 1 x", ""},
-            {"(siuua{sv})", "a 1 2 3 0", ""},
-        },
-        ""));
-}
-
-void TestApplicationRecords::readManyApplications()
-{
-    readAndCompare(QVector<RunningApplication>(2, filled<RunningApplication>()));
-}
-
-void TestApplicationRecords::readManyServices_data()
-{
-    addRows(andOthers(
-        {
-            {"a(ssiua{sv})", "0", ""},
-            {"a(ssiua{sv})", "2 b x 1 2 0 a y 4 5 1 k s v", "b x 1 2 {}; a y 4 5 {k=v}"},
-            {"a(siuua{sv})", "1 a 1 2 3 1 k s v", "a  0 3 {k=v}"},
-            {"ai", "3 1 2 3", ""},
-            {"(ssiua{sv})", "a b 1 2 0", ""},
-        },
-        ""));
-}
-
-void TestApplicationRecords::readManyServices()
-{
-    readAndCompare(QVector<RunningService>(2, filled<RunningService>()));
-}
-
-// Qt's own reader of a list begins an array even where there is a map, and goes on until its end:
-// the record's reader has to step over each entry.
-void TestApplicationRecords::qtsOwnListsEndOnAMap()
-{
-    QList<RunningApplication> applications;
-    const QDBusArgument argument =
-        received(QStringLiteral("a{sv}"), QStringLiteral("2 k i 3 l s x"));
-    argument.beginStructure();
-    argument >> applications;
-    argument.endStructure();
-    QCOMPARE(applications.size(), 2);
-    QCOMPARE(text(applications.at(0)), QStringLiteral(" 0 0 0 {}"));
 }
 
 OSTREL_TEST_MAIN(TestApplicationRecords)

@@ -5,6 +5,9 @@
 
 #include "DBus/names_p.h"
 
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)
 {
     const Result result = run(QStringLiteral("busctl"),
@@ -27,4 +30,19 @@ void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QSt
                            QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
                            QStringLiteral("UpdateWindowStatus"), QStringLiteral("1"), signature}
                    + value);
+}
+
+QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value)
+{
+    QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    words.replaceInStrings(QStringLiteral("''"), QString());
+    busctlAnswerNext(bus, QLatin1Char('(') + signature + QStringLiteral("s)"),
+                     words + QStringList(QStringLiteral("marker")));
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
+                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
+                                       QStringLiteral("UpdateWindowStatus"))
+        << QString() << 0 << 0 << 0);
+    return reply.arguments().value(0).value<QDBusArgument>();
 }

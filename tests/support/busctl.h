@@ -6,11 +6,17 @@
 
 #include "private_bus.h"
 
+#include <QtDBus/QDBusArgument>
+
 // Calls a method of the fault desk with busctl, which shares no code with Qt. The arguments are the
 // signature and the values in busctl's form; the result is busctl's one line of JSON.
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments = {});
 
 // Has the next call of "UpdateWindowStatus" answered by one value, given in busctl's form.
 void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value);
+
+// The argument that arrives when busctl has the simulator send a value, given in busctl's form with
+// '' for an empty string: a structure of the value and the string "marker".
+QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value);
 
 #endif

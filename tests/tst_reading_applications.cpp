@@ -1,0 +1,194 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "application_texts.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/types_p.h"
+
+#include <optional>
+
+using Ostrel::ApplicationKind;
+using Ostrel::ApplicationState;
+using Ostrel::RunningApplication;
+using Ostrel::RunningService;
+using Ostrel::ServiceState;
+
+namespace
+{
+
+// A record that holds something in every member, so that a reader that leaves one out is seen.
+template <typename Record> Record filled();
+
+template <> RunningApplication filled()
+{
+    return {QStringLiteral("old"), 99, ApplicationState(98), ApplicationKind(97),
+            QVariantMap{{QStringLiteral("old"), 96}}};
+}
+
+template <> RunningService filled()
+{
+    return {QStringLiteral("old"), QStringLiteral("old"), 99, ServiceState(98),
+            QVariantMap{{QStringLiteral("old"), 96}}};
+}
+
+} // namespace
+
+// Application records are read from whatever another process sends; busctl makes it, which shares
+// no code with Qt.
+class TestReadingApplications : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void readOneApplication_data();
+    void readOneApplication();
+    void readOneService_data();
+    void readOneService();
+    void readManyApplications_data();
+    void readManyApplications();
+    void readManyServices_data();
+    void readManyServices();
+    void qtsOwnListsEndOnAMap();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestReadingApplications::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestReadingApplications::readOneApplication_data()
+{
+    addRows(andOthers(
+        {
+            {"(siuua{sv})", "a -1 2 3 1 k s v", "a -1 2 3 {k=v}"},
+            {"(siuua{sv})", "a 1 4294967295 4294967294 0", "a 1 4294967295 4294967294 {}"},
+            {"(siuua{sv}s)", "a 1 2 3 0 more", "a 1 2 3 {}"},
+            {"(s)", "a", "a 0 0 0 {}"},
+            {"(si)", "a 1", "a 1 0 0 {}"},
+            {"(siuu)", "a 1 2 3", "a 1 2 3 {}"},
+            {"(ss)", "a b", "a 0 0 0 {}"},
+            {"(is)", "1 a", " 0 0 0 {}"},
+            {"(iiuua{sv})", "9 1 2 3 1 k s v", " 1 2 3 {k=v}"},
+            {"(oiuua{sv})", "/a 1 2 3 1 k s v", " 1 2 3 {k=v}"},
+            {"(suuua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
+            {"(sxuua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
+            {"(saiuua{sv})", "a 2 8 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
+            {"(s(i)uua{sv})", "a 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
+            {"(svuua{sv})", "a i 9 2 3 1 k s v", "a 0 2 3 {k=v}"},
+            {"(siiua{sv})", "a 1 9 3 1 k s v", "a 1 0 3 {k=v}"},
+            {"(siuia{sv})", "a 1 2 9 1 k s v", "a 1 2 0 {k=v}"},
+            {"(siusa{sv})", "a 1 2 x 1 k s v", "a 1 2 0 {k=v}"},
+            {"(siuua{ss})", "a 1 2 3 1 k v", "a 1 2 3 {}"},
+            {"(siuua{iv})", "a 1 2 3 1 7 s v", "a 1 2 3 {}"},
+            {"(siuuas)", "a 1 2 3 1 k", "a 1 2 3 {}"},
+            {"(siuuv)", "a 1 2 3 a{sv} 1 k s v", "a 1 2 3 {}"},
+            {"(siuu(sv))", "a 1 2 3 k s v", "a 1 2 3 {}"},
+            {"((siuua{sv}))", "a 1 2 3 0", " 0 0 0 {}"},
+            {"(v)", "(siuua{sv}) a 1 2 3 0", " 0 0 0 {}"},
+            {"ai", "2 1 2", " 0 0 0 {}"},
+            {"ai", "0", " 0 0 0 {}"},
+            {"a(siuua{sv})", "1 a 1 2 3 0", " 0 0 0 {}"},
+        },
+        " 0 0 0 {}"));
+}
+
+void TestReadingApplications::readOneApplication()
+{
+    readRow(*m_bus, filled<RunningApplication>());
+}
+
+void TestReadingApplications::readOneService_data()
+{
+    addRows(andOthers(
+        {
+            {"(ssiua{sv})", "a b -1 2 1 k s v", "a b -1 2 {k=v}"},
+            {"(ssiua{sv})", "a b 1 4294967295 0", "a b 1 4294967295 {}"},
+            {"(ssiua{sv}i)", "a b 1 2 0 3", "a b 1 2 {}"},
+            {"(s)", "a", "a  0 0 {}"},
+            {"(ss)", "a b", "a b 0 0 {}"},
+            {"(siuua{sv})", "a 1 2 3 1 k s v", "a  0 3 {k=v}"},
+            {"(isiua{sv})", "9 b 1 2 0", " b 1 2 {}"},
+            {"(soiua{sv})", "a /b 1 2 0", "a  1 2 {}"},
+            {"(ssuua{sv})", "a b 9 2 0", "a b 0 2 {}"},
+            {"(ssiia{sv})", "a b 1 9 0", "a b 1 0 {}"},
+            {"(ssiua{ss})", "a b 1 2 1 k v", "a b 1 2 {}"},
+            {"(ss(iu)a{sv})", "a b 1 2 1 k s v", "a b 0 0 {}"},
+            {"a(ssiua{sv})", "1 a b 1 2 0", "  0 0 {}"},
+        },
+        "  0 0 {}"));
+}
+
+void TestReadingApplications::readOneService()
+{
+    readRow(*m_bus, filled<RunningService>());
+}
+
+void TestReadingApplications::readManyApplications_data()
+{
+    addRows(andOthers(
+        {
+            {"a(siuua{sv})", "0", ""},
+            {"a(siuua{sv})", "2 b 1 2 3 0 a 4 5 6 1 k s v", "b 1 2 3 {}; a 4 5 6 {k=v}"},
+            {"a(siuua{sv}s)", "1 a 1 2 3 0 more", "a 1 2 3 {}"},
+            {"a(si)", "2 a 1 b 2", "a 1 0 0 {}; b 2 0 0 {}"},
+            {"a(ss)", "2 a x b y", "a 0 0 0 {}; b 0 0 0 {}"},
+            {"a(si)", "0", ""},
+            {"ai", "3 1 2 3", ""},
+            {"av", "2 s x (siuua{sv}) a 1 2 3 0", ""},
+            {"aa{sv}", "1 1 k s v", ""},
+            {"aas", "1 1 x", ""},
+            {"(siuua{sv})", "a 1 2 3 0", ""},
+        },
+        ""));
+}
+
+void TestReadingApplications::readManyApplications()
+{
+    readRow(*m_bus, QVector<RunningApplication>(2, filled<RunningApplication>()));
+}
+
+void TestReadingApplications::readManyServices_data()
+{
+    addRows(andOthers(
+        {
+            {"a(ssiua{sv})", "0", ""},
+            {"a(ssiua{sv})", "2 b x 1 2 0 a y 4 5 1 k s v", "b x 1 2 {}; a y 4 5 {k=v}"},
+            {"a(siuua{sv})", "1 a 1 2 3 1 k s v", "a  0 3 {k=v}"},
+            {"ai", "3 1 2 3", ""},
+            {"(ssiua{sv})", "a b 1 2 0", ""},
+        },
+        ""));
+}
+
+void TestReadingApplications::readManyServices()
+{
+    readRow(*m_bus, QVector<RunningService>(2, filled<RunningService>()));
+}
+
+// Qt's own reader of a list begins an array even where there is a map, and goes on until its end:
+// the record's reader has to step over each entry.
+void TestReadingApplications::qtsOwnListsEndOnAMap()
+{
+    QList<RunningApplication> applications;
+    const QDBusArgument argument =
+        receive(*m_bus, QStringLiteral("a{sv}"), QStringLiteral("2 k i 3 l s x"));
+    argument.beginStructure();
+    argument >> applications;
+    argument.endStructure();
+    QCOMPARE(applications.size(), 2);
+    QCOMPARE(text(applications.at(0)), QStringLiteral(" 0 0 0 {}"));
+}
+
+OSTREL_TEST_MAIN(TestReadingApplications)
+
+#include "tst_reading_applications.moc"
