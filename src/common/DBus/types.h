@@ -11,7 +11,7 @@
 
 /**
  * @file
- * The records in which the lifecycle service describes what is running.
+ * The records in which the lifecycle service describes what is running and what can be started.
  *
  * They are plain values for the caller: the library fills them and reads none of their members.
  * They declare no constructors and no default member values, so that a default-constructed record
@@ -80,13 +80,62 @@ struct RunningService
     QVariantMap properties;
 };
 
+/**
+ * The state of one task.
+ *
+ * On the bus it is a structure of the signature "(sua{sv})", with the members in this order.
+ */
+struct TaskState
+{
+    /** The name of the task ("s"). */
+    QString name;
+    /** The number of the task's state ("u"); the service defines the numbers. */
+    uint state;
+    /** Further named values ("a{sv}"); the service defines the keys. */
+    QVariantMap properties;
+};
+
+/**
+ * One task that can be started.
+ *
+ * On the bus it is a structure of the signature "(sa{sv})", with the members in this order.
+ */
+struct AvailableTask
+{
+    /** The name of the task ("s"). */
+    QString name;
+    /** Further named values ("a{sv}"); the service defines the keys. */
+    QVariantMap properties;
+};
+
+/**
+ * One running instance of a task.
+ *
+ * On the bus it is a structure of the signature "(sia{sv})", with the members in this order.
+ */
+struct ActiveTask
+{
+    /** The name of the task ("s"). */
+    QString name;
+    /** The number that the service gives for the running instance ("i"). It may be negative. */
+    qint32 pid;
+    /** Further named values ("a{sv}"); the service defines the keys. */
+    QVariantMap properties;
+};
+
 } // namespace Ostrel
 
 // ApplicationState is left out on purpose: it is registered at run time, under the short name that
 // the signals of the library spell.
 Q_DECLARE_TYPEINFO(Ostrel::RunningApplication, Q_MOVABLE_TYPE);
 Q_DECLARE_TYPEINFO(Ostrel::RunningService, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(Ostrel::TaskState, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(Ostrel::AvailableTask, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(Ostrel::ActiveTask, Q_MOVABLE_TYPE);
 Q_DECLARE_METATYPE(Ostrel::RunningApplication)
 Q_DECLARE_METATYPE(Ostrel::RunningService)
+Q_DECLARE_METATYPE(Ostrel::TaskState)
+Q_DECLARE_METATYPE(Ostrel::AvailableTask)
+Q_DECLARE_METATYPE(Ostrel::ActiveTask)
 
 #endif

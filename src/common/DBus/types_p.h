@@ -20,10 +20,22 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, RunningApplicatio
 QDBusArgument &operator<<(QDBusArgument &argument, const RunningService &service);
 const QDBusArgument &operator>>(const QDBusArgument &argument, RunningService &service);
 
+QDBusArgument &operator<<(QDBusArgument &argument, const TaskState &task);
+const QDBusArgument &operator>>(const QDBusArgument &argument, TaskState &task);
+
+QDBusArgument &operator<<(QDBusArgument &argument, const AvailableTask &task);
+const QDBusArgument &operator>>(const QDBusArgument &argument, AvailableTask &task);
+
+QDBusArgument &operator<<(QDBusArgument &argument, const ActiveTask &task);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ActiveTask &task);
+
 // Chosen over Qt's own readers of a vector, which begin an array whatever the argument stands at.
 const QDBusArgument &operator>>(const QDBusArgument &argument,
                                 QVector<RunningApplication> &applications);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<RunningService> &services);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<TaskState> &tasks);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<AvailableTask> &tasks);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<ActiveTask> &tasks);
 
 } // namespace Ostrel
 

@@ -1,0 +1,346 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "record_rows.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+#include "DBus/types_p.h"
+
+#include <QtDBus/QDBusMetaType>
+
+#include <optional>
+#include <type_traits>
+
+using Ostrel::ActiveTask;
+using Ostrel::AvailableTask;
+using Ostrel::TaskState;
+
+// What a record holds, as text. In the records' namespace, where templates find it.
+namespace Ostrel
+{
+
+static QString text(const TaskState &task)
+{
+    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.state).arg(::text(task.properties));
+}
+
+static QString text(const AvailableTask &task)
+{
+    return QStringLiteral("%1 {%2}").arg(task.name, ::text(task.properties));
+}
+
+static QString text(const ActiveTask &task)
+{
+    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.pid).arg(::text(task.properties));
+}
+
+} // namespace Ostrel
+
+namespace
+{
+
+// They hold something in every member, so that a reader that leaves one out is seen.
+const QVariantMap &oldProperties()
+{
+    static const QVariantMap properties{{QStringLiteral("old"), 96}};
+    return properties;
+}
+
+TaskState oldTaskState()
+{
+    return {QStringLiteral("old"), 99, oldProperties()};
+}
+
+AvailableTask oldAvailableTask()
+{
+    return {QStringLiteral("old"), oldProperties()};
+}
+
+ActiveTask oldActiveTask()
+{
+    return {QStringLiteral("old"), 99, oldProperties()};
+}
+
+} // namespace
+
+// The task records as another process sends and receives them. The values are made and seen by
+// busctl, which shares no code with Qt.
+class TestTaskRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void haveTheirSignatures();
+    void areBareStructures();
+    void goOutMemberByMember();
+    void emptyOnesGoOutWithTheirSignatures();
+    void comeBackEqual();
+    void readTaskState_data();
+    void readTaskState();
+    void readAvailableTask_data();
+    void readAvailableTask();
+    void readActiveTask_data();
+    void readActiveTask();
+    void readTaskStates_data();
+    void readTaskStates();
+    void readAvailableTasks_data();
+    void readAvailableTasks();
+    void readActiveTasks_data();
+    void readActiveTasks();
+
+private:
+    // Sends a call that the simulator refuses, but logs.
+    template <typename Value> void send(const Value &value);
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTaskRecords::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    qDBusRegisterMetaType<TaskState>();
+    qDBusRegisterMetaType<QVector<TaskState>>();
+    qDBusRegisterMetaType<AvailableTask>();
+    qDBusRegisterMetaType<QVector<AvailableTask>>();
+    qDBusRegisterMetaType<ActiveTask>();
+    qDBusRegisterMetaType<QVector<ActiveTask>>();
+}
+
+void TestTaskRecords::cleanup()
+{
+    m_simulator->reset();
+}
+
+template <typename Value> void TestTaskRecords::send(const Value &value)
+{
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
+                                       QStringLiteral("Take"))
+        << QVariant::fromValue(value));
+}
+
+void TestTaskRecords::haveTheirSignatures()
+{
+    const auto signature = [](int type) {
+        return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
+    };
+    QCOMPARE(signature(qMetaTypeId<TaskState>()), QStringLiteral("(sua{sv})"));
+    QCOMPARE(signature(qMetaTypeId<AvailableTask>()), QStringLiteral("(sa{sv})"));
+    QCOMPARE(signature(qMetaTypeId<ActiveTask>()), QStringLiteral("(sia{sv})"));
+    QCOMPARE(signature(qMetaTypeId<QVector<TaskState>>()), QStringLiteral("a(sua{sv})"));
+    QCOMPARE(signature(qMetaTypeId<QVector<AvailableTask>>()), QStringLiteral("a(sa{sv})"));
+    QCOMPARE(signature(qMetaTypeId<QVector<ActiveTask>>()), QStringLiteral("a(sia{sv})"));
+}
+
+void TestTaskRecords::areBareStructures()
+{
+    static_assert(
+        std::is_aggregate_v<
+            TaskState> && std::is_aggregate_v<AvailableTask> && std::is_aggregate_v<ActiveTask>);
+    static_assert(std::is_same_v<decltype(TaskState::state), uint>);
+    static_assert(std::is_same_v<decltype(ActiveTask::pid), qint32>);
+    QVERIFY(AvailableTask{}.name.isNull());
+    QVERIFY(AvailableTask{}.properties.isEmpty());
+}
+
+void TestTaskRecords::goOutMemberByMember()
+{
+    const QVariantMap properties{{QStringLiteral("b"), QStringLiteral("two")},
+                                 {QStringLiteral("a"), 1}};
+    send(TaskState{QStringLiteral("sync"), 4294967295U, properties});
+    send(AvailableTask{QStringLiteral("sync"), properties});
+    send(ActiveTask{QStringLiteral("sync"), -7, properties});
+    const QString entries =
+        QStringLiteral("{'a':{'type':'i','data':1},'b':{'type':'s','data':'two'}}");
+    const auto call = [](const QString &signature, const QString &data) {
+        return QStringLiteral("['%1','a.b','Take','%2',[{'type':'%2','data':[%3]}]]")
+            .arg(QStringLiteral(OSTREL_SERVICE_PATH), signature, data);
+    };
+    QCOMPARE(
+        busctlDesk(*m_bus, QStringLiteral("Calls")),
+        QStringLiteral("{'type':'a(ssssav)','data':[[%1,%2,%3]]}")
+            .arg(call(QStringLiteral("(sua{sv})"), QStringLiteral("'sync',4294967295,") + entries),
+                 call(QStringLiteral("(sa{sv})"), QStringLiteral("'sync',") + entries),
+                 call(QStringLiteral("(sia{sv})"), QStringLiteral("'sync',-7,") + entries))
+            .replace(QLatin1Char('\''), QLatin1Char('"')));
+}
+
+void TestTaskRecords::emptyOnesGoOutWithTheirSignatures()
+{
+    send(TaskState{});
+    send(AvailableTask{});
+    send(ActiveTask{});
+    send(QVector<TaskState>{});
+    send(QVector<AvailableTask>{});
+    send(QVector<ActiveTask>{});
+    QStringList signatures;
+    const QVector<Call> calls = m_simulator->calls();
+    for (const Call &call : calls) {
+        signatures.append(call.signature);
+    }
+    QCOMPARE(signatures,
+             (QStringList{QStringLiteral("(sua{sv})"), QStringLiteral("(sa{sv})"),
+                          QStringLiteral("(sia{sv})"), QStringLiteral("a(sua{sv})"),
+                          QStringLiteral("a(sa{sv})"), QStringLiteral("a(sia{sv})")}));
+}
+
+void TestTaskRecords::comeBackEqual()
+{
+    const QVariantMap properties{{QStringLiteral("list"), QStringList{QStringLiteral("y")}},
+                                 {QStringLiteral("number"), -3}};
+    const QVector<TaskState> states{{QStringLiteral("b"), 4294967295U, properties},
+                                    {QStringLiteral("a"), 0, {}}};
+    const QVector<AvailableTask> available{{QStringLiteral("b"), properties}, {QString(), {}}};
+    const QVector<ActiveTask> active{{QStringLiteral("b"), -1, properties},
+                                     {QStringLiteral("a"), -2147483647 - 1, {}}};
+    send(states);
+    send(available);
+    send(active);
+    send(states.at(0));
+    send(available.at(0));
+    send(active.at(0));
+    const QVector<Call> calls = m_simulator->calls();
+    const auto argument = [&calls](int call) { return calls.at(call).arguments.at(0); };
+
+    QCOMPARE(text(qdbus_cast<QVector<TaskState>>(argument(0))), text(states));
+    QCOMPARE(text(qdbus_cast<QVector<AvailableTask>>(argument(1))), text(available));
+    QCOMPARE(text(qdbus_cast<QVector<ActiveTask>>(argument(2))), text(active));
+    QCOMPARE(text(qdbus_cast<TaskState>(argument(3))), text(states.at(0)));
+    QCOMPARE(text(qdbus_cast<AvailableTask>(argument(4))), text(available.at(0)));
+    const ActiveTask task = qdbus_cast<ActiveTask>(argument(5));
+    QCOMPARE(text(task), text(active.at(0)));
+    QCOMPARE(task.properties, properties);
+}
+
+void TestTaskRecords::readTaskState_data()
+{
+    addRows(andOthers(
+        {
+            {"(sua{sv})", "a 4294967295 1 k s v", "a 4294967295 {k=v}"},
+            {"(sua{sv}i)", "a 1 0 9", "a 1 {}"},
+            {"(su)", "a 1", "a 1 {}"},
+            {"(sia{sv})", "a 1 1 k s v", "a 0 {k=v}"},
+            {"(sa{sv})", "a 1 k s v", "a 0 {}"},
+            {"(iua{sv})", "9 1 1 k s v", " 1 {k=v}"},
+            {"(s(u)a{sv})", "a 1 1 k s v", "a 0 {k=v}"},
+            {"a(sua{sv})", "1 a 1 0", " 0 {}"},
+        },
+        " 0 {}"));
+}
+
+void TestTaskRecords::readTaskState()
+{
+    readRow(*m_bus, oldTaskState());
+}
+
+void TestTaskRecords::readAvailableTask_data()
+{
+    addRows(andOthers(
+        {
+            {"(sa{sv})", "a 1 k s v", "a {k=v}"},
+            {"(sa{sv}i)", "a 0 9", "a {}"},
+            {"(s)", "a", "a {}"},
+            {"(ss)", "a b", "a {}"},
+            {"(sia{sv})", "a 1 1 k s v", "a {}"},
+            {"(oa{sv})", "/a 1 k s v", " {k=v}"},
+            {"(sa{ss})", "a 1 k v", "a {}"},
+            {"a(sa{sv})", "1 a 0", " {}"},
+        },
+        " {}"));
+}
+
+void TestTaskRecords::readAvailableTask()
+{
+    readRow(*m_bus, oldAvailableTask());
+}
+
+void TestTaskRecords::readActiveTask_data()
+{
+    addRows(andOthers(
+        {
+            {"(sia{sv})", "a -1 1 k s v", "a -1 {k=v}"},
+            {"(sia{sv}i)", "a 1 0 9", "a 1 {}"},
+            {"(si)", "a 1", "a 1 {}"},
+            {"(sx)", "a 1", "a 0 {}"},
+            {"(s(i))", "a 1", "a 0 {}"},
+            {"(ssa{sv})", "a b 1 k s v", "a 0 {k=v}"},
+            {"(siai)", "a 1 1 9", "a 1 {}"},
+            {"(sia{ss})", "a 1 1 k v", "a 1 {}"},
+            {"(sis)", "a 1 b", "a 1 {}"},
+            {"(is)", "1 a", " 0 {}"},
+            {"ai", "0", " 0 {}"},
+            {"ai", "1 3", " 0 {}"},
+        },
+        " 0 {}"));
+}
+
+void TestTaskRecords::readActiveTask()
+{
+    readRow(*m_bus, oldActiveTask());
+}
+
+void TestTaskRecords::readTaskStates_data()
+{
+    addRows(andOthers(
+        {
+            {"a(sua{sv})", "0", ""},
+            {"a(sua{sv})", "2 b 1 0 a 2 1 k s v", "b 1 {}; a 2 {k=v}"},
+            {"a(sia{sv})", "1 a 1 1 k s v", "a 0 {k=v}"},
+            {"ai", "2 1 2", ""},
+        },
+        ""));
+}
+
+void TestTaskRecords::readTaskStates()
+{
+    readRow(*m_bus, QVector<TaskState>(2, oldTaskState()));
+}
+
+void TestTaskRecords::readAvailableTasks_data()
+{
+    addRows(andOthers(
+        {
+            {"a(sa{sv})", "0", ""},
+            {"a(sa{sv})", "2 b 0 a 1 k s v", "b {}; a {k=v}"},
+            {"a(ss)", "2 a x b y", "a {}; b {}"},
+            {"ai", "2 1 2", ""},
+        },
+        ""));
+}
+
+void TestTaskRecords::readAvailableTasks()
+{
+    readRow(*m_bus, QVector<AvailableTask>(2, oldAvailableTask()));
+}
+
+void TestTaskRecords::readActiveTasks_data()
+{
+    addRows(andOthers(
+        {
+            {"a(sia{sv})", "0", ""},
+            {"a(sia{sv})", "2 b 1 0 a -2 1 k s v", "b 1 {}; a -2 {k=v}"},
+            {"a(ss)", "2 a x b y", "a 0 {}; b 0 {}"},
+            {"aa{sv}", "1 1 k s v", ""},
+            {"av", "1 (sia{sv}) a 1 0", ""},
+        },
+        ""));
+}
+
+void TestTaskRecords::readActiveTasks()
+{
+    readRow(*m_bus, QVector<ActiveTask>(2, oldActiveTask()));
+}
+
+OSTREL_TEST_MAIN(TestTaskRecords)
+
+#include "tst_task_records.moc"
