@@ -11,6 +11,10 @@
 namespace Ostrel
 {
 
+// Makes all records, their vectors, ApplicationState and the JSON classes known to Qt's type
+// systems, once in a process. Every client whose replies or signals carry them calls it first.
+void registerDBusTypes();
+
 // The wire forms of the records. The readers take whatever stands on the bus: what does not match
 // gives default values, is stepped over, and is not reported.
 

@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef DBUS_TYPES_JSON_P_H
+#define DBUS_TYPES_JSON_P_H
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtDBus/QDBusArgument>
+
+// JSON values on the bus. The operators stand in the global namespace, because Qt's registration
+// looks for those of its own classes nowhere else; they are hidden, so that they do not replace
+// operators of the program's own.
+//
+// What has no form on the bus is logged and left out. Reading takes whatever stands there, and
+// leaves a Null in the place of what it refuses.
+
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object);
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array);
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonValue &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonObject &object);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonArray &array);
+
+#endif

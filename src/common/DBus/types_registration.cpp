@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
+
+#include <QtDBus/QDBusMetaType>
+
+namespace Ostrel
+{
+
+void registerDBusTypes()
+{
+    // Meant for the thread that makes the clients. Others may come in between: Qt's registration is
+    // safe, and to register the same again changes nothing.
+    static bool registered = false;
+    if (registered) {
+        return;
+    }
+
+    // The names without the namespace are aliases, for signals and properties that are declared
+    // inside it. An available and an active task travel in vectors alone.
+    qRegisterMetaType<RunningApplication>("RunningApplication");
+    qRegisterMetaType<QVector<RunningApplication>>("QVector<RunningApplication>");
+    qRegisterMetaType<RunningService>("RunningService");
+    qRegisterMetaType<QVector<RunningService>>("QVector<RunningService>");
+    qRegisterMetaType<TaskState>("TaskState");
+    qRegisterMetaType<QVector<TaskState>>("QVector<TaskState>");
+    qRegisterMetaType<QVector<AvailableTask>>("QVector<AvailableTask>");
+    qRegisterMetaType<QVector<ActiveTask>>("QVector<ActiveTask>");
+    qRegisterMetaType<ApplicationState>("ApplicationState");
+
+    qDBusRegisterMetaType<RunningApplication>();
+    qDBusRegisterMetaType<QVector<RunningApplication>>();
+    qDBusRegisterMetaType<RunningService>();
+    qDBusRegisterMetaType<QVector<RunningService>>();
+    qDBusRegisterMetaType<TaskState>();
+    qDBusRegisterMetaType<QVector<TaskState>>();
+    qDBusRegisterMetaType<AvailableTask>();
+    qDBusRegisterMetaType<QVector<AvailableTask>>();
+    qDBusRegisterMetaType<ActiveTask>();
+    qDBusRegisterMetaType<QVector<ActiveTask>>();
+    qDBusRegisterMetaType<QJsonArray>();
+    qDBusRegisterMetaType<QJsonObject>();
+    qDBusRegisterMetaType<QJsonValue>();
+
+    registered = true;
+}
+
+} // namespace Ostrel

@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/types_p.h"
+
+#include <QtCore/QSequentialIterable>
+#include <QtCore/QThread>
+#include <QtDBus/QDBusMetaType>
+#include <QtTest/QSignalSpy>
+
+using Ostrel::ApplicationState;
+
+// Signals that are declared inside the namespace spell the types without it.
+namespace Ostrel
+{
+
+class Sender : public QObject
+{
+    Q_OBJECT
+
+Q_SIGNALS:
+    void stateChanged(const QString &appInstanceId, ApplicationState state);
+    void applicationsListed(const QVector<RunningApplication> &applications);
+    void tasksListed(const QVector<AvailableTask> &tasks);
+};
+
+} // namespace Ostrel
+
+// The registration with Qt's type systems, in a process where nothing else has registered anything.
+class TestRegistration : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingIsKnownBefore();
+    void names_data();
+    void names();
+    void recordsWithoutAnAlias();
+    void applicationStateIsABareEnumeration();
+    void signatures_data();
+    void signatures();
+    void secondTimeChangesNothing();
+    void queuedSignalsCarryTheTypes();
+};
+
+void TestRegistration::nothingIsKnownBefore()
+{
+    QCOMPARE(QMetaType::type("RunningApplication"), 0);
+    QCOMPARE(QMetaType::type("ApplicationState"), 0);
+    const Warnings warnings;
+    Ostrel::registerDBusTypes();
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+void TestRegistration::names_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("alias");
+
+    using namespace Ostrel;
+    const auto row = [](int type, const char *name, const char *alias) {
+        QTest::newRow(alias) << type << QByteArray(name) << QByteArray(alias);
+    };
+    row(qMetaTypeId<RunningApplication>(), "Ostrel::RunningApplication", "RunningApplication");
+    row(qMetaTypeId<QVector<RunningApplication>>(), "QVector<Ostrel::RunningApplication>",
+        "QVector<RunningApplication>");
+    row(qMetaTypeId<RunningService>(), "Ostrel::RunningService", "RunningService");
+    row(qMetaTypeId<QVector<RunningService>>(), "QVector<Ostrel::RunningService>",
+        "QVector<RunningService>");
+    row(qMetaTypeId<TaskState>(), "Ostrel::TaskState", "TaskState");
+    row(qMetaTypeId<QVector<TaskState>>(), "QVector<Ostrel::TaskState>", "QVector<TaskState>");
+    row(qMetaTypeId<QVector<AvailableTask>>(), "QVector<Ostrel::AvailableTask>",
+        "QVector<AvailableTask>");
+    row(qMetaTypeId<QVector<ActiveTask>>(), "QVector<Ostrel::ActiveTask>", "QVector<ActiveTask>");
+}
+
+void TestRegistration::names()
+{
+    QFETCH(int, type);
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, alias);
+    QCOMPARE(QByteArray(QMetaType::typeName(type)), name);
+    QCOMPARE(QMetaType::type(name), type);
+    QCOMPARE(QMetaType::type(alias), type);
+    if (name.startsWith("QVector<")) {
+        QVERIFY(QMetaType::hasRegisteredConverterFunction(
+            type, qMetaTypeId<QtMetaTypePrivate::QSequentialIterableImpl>()));
+    }
+}
+
+void TestRegistration::recordsWithoutAnAlias()
+{
+    QCOMPARE(QMetaType::type("AvailableTask"), 0);
+    QCOMPARE(QMetaType::type("ActiveTask"), 0);
+    QCOMPARE(QMetaType::type("Ostrel::AvailableTask"), qMetaTypeId<Ostrel::AvailableTask>());
+    QCOMPARE(QMetaType::type("Ostrel::ActiveTask"), qMetaTypeId<Ostrel::ActiveTask>());
+}
+
+void TestRegistration::applicationStateIsABareEnumeration()
+{
+    const int type = QMetaType::type("ApplicationState");
+    QVERIFY(type >= QMetaType::User);
+    QCOMPARE(QMetaType::sizeOf(type), 4);
+    QCOMPARE(int(QMetaType::typeFlags(type)),
+             int(QMetaType::MovableType | QMetaType::IsEnumeration));
+    QVERIFY(QMetaType::metaObjectForType(type) == nullptr);
+    QVERIFY(QDBusMetaType::typeToSignature(type) == nullptr);
+    QCOMPARE(QMetaType::type("Ostrel::ApplicationState"), 0);
+}
+
+void TestRegistration::signatures_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("signature");
+    const auto row = [](const char *name, const char *signature) {
+        QTest::newRow(name) << QByteArray(name) << QByteArray(signature);
+    };
+    row("Ostrel::RunningApplication", "(siuua{sv})");
+    row("QVector<Ostrel::RunningApplication>", "a(siuua{sv})");
+    row("Ostrel::RunningService", "(ssiua{sv})");
+    row("QVector<Ostrel::RunningService>", "a(ssiua{sv})");
+    row("Ostrel::TaskState", "(sua{sv})");
+    row("QVector<Ostrel::TaskState>", "a(sua{sv})");
+    row("Ostrel::AvailableTask", "(sa{sv})");
+    row("QVector<Ostrel::AvailableTask>", "a(sa{sv})");
+    row("Ostrel::ActiveTask", "(sia{sv})");
+    row("QVector<Ostrel::ActiveTask>", "a(sia{sv})");
+    row("QJsonArray", "av");
+    row("QJsonObject", "a{sv}");
+}
+
+void TestRegistration::signatures()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, signature);
+    QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type(name))), signature);
+}
+
+void TestRegistration::secondTimeChangesNothing()
+{
+    const int state = QMetaType::type("ApplicationState");
+    const int application = QMetaType::type("RunningApplication");
+    const Warnings warnings;
+    Ostrel::registerDBusTypes();
+    Ostrel::registerDBusTypes();
+    QCOMPARE(QMetaType::type("ApplicationState"), state);
+    QCOMPARE(QMetaType::type("RunningApplication"), application);
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+void TestRegistration::queuedSignalsCarryTheTypes()
+{
+    const Warnings warnings;
+    Ostrel::Sender sender;
+    QThread thread;
+    QObject receiver;
+    receiver.moveToThread(&thread);
+    thread.start();
+
+    quint32 received = 0;
+    QString task;
+    bool done = false;
+    connect(&sender, &Ostrel::Sender::stateChanged, &receiver,
+            [&received](const QString &, ApplicationState state) { received = state; });
+    connect(&sender, &Ostrel::Sender::tasksListed, &receiver,
+            [&](const QVector<Ostrel::AvailableTask> &tasks) {
+                task = tasks.constFirst().name;
+                QMetaObject::invokeMethod(this, [&done] { done = true; });
+            });
+    QSignalSpy spy(&sender, SIGNAL(stateChanged(QString, ApplicationState)));
+    QVERIFY(spy.isValid());
+    Q_EMIT sender.stateChanged(QStringLiteral("a"), ApplicationState(4294967295U));
+    Q_EMIT sender.tasksListed({{QStringLiteral("sync"), {}}});
+    QTRY_VERIFY_WITH_TIMEOUT(done, 20000);
+    QCOMPARE(received, 4294967295U);
+    QCOMPARE(task, QStringLiteral("sync"));
+    QCOMPARE(spy.at(0).at(1).toUInt(), 4294967295U);
+
+    thread.quit();
+    QVERIFY(thread.wait(20000));
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+OSTREL_TEST_MAIN(TestRegistration)
+
+#include "tst_registration.moc"

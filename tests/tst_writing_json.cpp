@@ -1,0 +1,275 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+#include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QRegularExpression>
+
+#include <optional>
+
+namespace
+{
+
+QJsonValue parse(const QString &text)
+{
+    const QJsonDocument document = QJsonDocument::fromJson('[' + text.toUtf8() + ']');
+    if (document.array().size() != 1) {
+        qFatal("no JSON value: %s", qPrintable(text));
+    }
+    return document.array().first();
+}
+
+// An object that holds another one, and so on, so many in all.
+QJsonObject nested(int levels)
+{
+    QJsonObject object{{QStringLiteral("k"), 1}};
+    for (int level = 1; level < levels; ++level) {
+        object = QJsonObject{{QStringLiteral("k"), object}};
+    }
+    return object;
+}
+
+// busctl's JSON with numbers as people write them: busctl writes them with all their digits.
+QString withPlainNumbers(const QString &json)
+{
+    const QRegularExpression number(QStringLiteral("-?[0-9]\\.[0-9]{21}e[+-][0-9]+"));
+    QString plain;
+    int end = 0;
+    auto each = number.globalMatch(json);
+    while (each.hasNext()) {
+        const auto match = each.next();
+        plain += json.midRef(end, match.capturedStart() - end)
+            + QString::number(match.captured().toDouble(), 'g', 17);
+        end = match.capturedEnd();
+    }
+    return plain + json.midRef(end);
+}
+
+int levelsOf(const QString &logged)
+{
+    return logged.count(QStringLiteral("\"a{sv}\""));
+}
+
+} // namespace
+
+// JSON values as they arrive in another process, seen by busctl, which shares no code with Qt.
+class TestWritingJson : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void values_data();
+    void values();
+    void undefinedWritesNothing();
+    void arraysAndObjectsOnTheirOwn();
+    void restOfTheMessageArrives();
+    void deepObjectsAreCut();
+    void deepMixedArraysAreCut();
+
+private:
+    // Sends what the writer makes of a value between two markers. Returns what busctl sees between
+    // them: signature and values.
+    template <typename Json> QString sent(const Json &json);
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestWritingJson::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestWritingJson::cleanup()
+{
+    m_simulator->reset();
+}
+
+template <typename Json> QString TestWritingJson::sent(const Json &json)
+{
+    QDBusArgument argument;
+    argument.beginStructure();
+    argument << QStringLiteral("before");
+    QDBusArgument &returned = argument << json;
+    argument << QStringLiteral("after");
+    argument.endStructure();
+    if (&returned != &argument) {
+        qFatal("the writer returned another argument");
+    }
+    m_simulator->desk(QStringLiteral("ClearCalls"));
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
+                                       QStringLiteral("Take"))
+        << QVariant::fromValue(argument));
+    const QString logged = withPlainNumbers(busctlDesk(*m_bus, QStringLiteral("Calls")));
+    const QString signature =
+        logged.section(QStringLiteral("\"Take\",\"(s"), 1).section(QStringLiteral("s)\""), 0, 0);
+    const QString data =
+        logged.section(QStringLiteral("\"before\""), 1).section(QStringLiteral(",\"after\""), 0, 0);
+    return signature + QLatin1Char(' ') + data.mid(1);
+}
+
+void TestWritingJson::values_data()
+{
+    QTest::addColumn<QString>("json");
+    QTest::addColumn<QString>("arrived");
+    QTest::addColumn<QStringList>("warnings");
+
+    const QString type = QStringLiteral("Unknown JSON value type");
+    const QString arrays = QStringLiteral("JSON array of arrays are not supported");
+    const auto row = [](const char *json, const char *arrived, const QStringList &warnings = {}) {
+        QTest::newRow(json) << QString::fromUtf8(
+            json) << QString::fromUtf8(arrived).replace(QLatin1Char('\''), QLatin1Char('"'))
+                            << warnings;
+    };
+    row("true", "b true");
+    row("false", "b false");
+    row("3", "d 3");
+    row("-1.5", "d -1.5");
+    row("9007199254740993", "d 9007199254740992");
+    row("\"\"", "s ''");
+    row("\"x \xc3\xbc\"", "s 'x \xc3\xbc'");
+
+    row("{}", "a{sv} {}");
+    row(R"({"b":1,"a":true})", "a{sv} {'a':{'type':'b','data':true},'b':{'type':'d','data':1}}");
+    row(R"({"k":{"l":"x"}})", "a{sv} {'k':{'type':'a{sv}','data':{'l':{'type':'s','data':'x'}}}}");
+    row(R"({"k":[]})", "a{sv} {'k':{'type':'av','data':[]}}");
+    row(R"({"k":[true,false]})", "a{sv} {'k':{'type':'ab','data':[true,false]}}");
+    row(R"({"":1})", "a{sv} {'':{'type':'d','data':1}}");
+
+    row("[]", "av []");
+    row("[true,false]", "ab [true,false]");
+    row("[1,2.5]", "ad [1,2.5]");
+    row(R"(["x",""])", "as ['x','']");
+    row(R"([{"k":1},{}])", "aa{sv} [{'k':{'type':'d','data':1}},{}]");
+    row(R"(["x",1])", "av [{'type':'s','data':'x'},{'type':'d','data':1}]");
+    row(R"([1,"x",true])",
+        "av [{'type':'d','data':1},{'type':'s','data':'x'},{'type':'b','data':true}]");
+    row(R"(["x",[1]])",
+        "av [{'type':'s','data':'x'},{'type':'av','data':[{'type':'d','data':1}]}]");
+    row(R"([[1],"x"])",
+        "av [{'type':'av','data':[{'type':'d','data':1}]},{'type':'s','data':'x'}]");
+    row(R"(["x",[[1],[2]]])",
+        "av [{'type':'s','data':'x'},{'type':'av','data':[{'type':'av','data':[{'type':'d','data':"
+        "1}]},{'type':'av','data':[{'type':'d','data':2}]}]}]");
+    row(R"(["x",{"k":2}])",
+        "av [{'type':'s','data':'x'},{'type':'a{sv}','data':{'k':{'type':'d','data':2}}}]");
+
+    // What has no form on the bus.
+    row("[[1],[2]]", " ", {arrays});
+    row("[[]]", " ", {arrays});
+    row("[null,null]", " ", {type});
+    row("[null]", " ", {type});
+    row(R"({"k":null,"z":1})", "a{sv} {'z':{'type':'d','data':1}}");
+    row(R"({"k":[[1],[2]],"z":1})", "a{sv} {'z':{'type':'d','data':1}}", {arrays});
+    row(R"({"k":[null],"z":1})", "a{sv} {'z':{'type':'d','data':1}}", {type});
+    row(R"([{"a":null}])", "aa{sv} [{}]");
+    row(R"({"k":{"l":[[1]]}})", "a{sv} {'k':{'type':'a{sv}','data':{}}}", {arrays});
+    row(R"(["x",null,1])", "av [{'type':'s','data':'x'},{'type':'d','data':1}]", {type});
+    row(R"([null,"x"])", "av [{'type':'s','data':'x'}]", {type});
+    row(R"(["x",{"k":null,"l":1}])",
+        "av [{'type':'s','data':'x'},{'type':'a{sv}','data':{'l':{'type':'d','data':1}}}]", {type});
+    row(R"(["x",[null]])", "av [{'type':'s','data':'x'},{'type':'av','data':[]}]", {type});
+}
+
+void TestWritingJson::values()
+{
+    QFETCH(QString, json);
+    const Warnings warnings;
+    QTEST(sent(parse(json)), "arrived");
+    QTEST(warnings.texts(), "warnings");
+}
+
+void TestWritingJson::undefinedWritesNothing()
+{
+    const Warnings warnings;
+    QCOMPARE(sent(QJsonValue(QJsonValue::Undefined)), QStringLiteral(" "));
+    QCOMPARE(warnings.texts(), QStringList(QStringLiteral("Unknown JSON value type")));
+}
+
+void TestWritingJson::arraysAndObjectsOnTheirOwn()
+{
+    const Warnings warnings;
+    QCOMPARE(sent(QJsonArray{1, 2}), QStringLiteral("ad [1,2]"));
+    QCOMPARE(sent(QJsonArray{}), QStringLiteral("av []"));
+    QCOMPARE(sent(QJsonObject{{QStringLiteral("k"), true}}),
+             QStringLiteral(R"(a{sv} {"k":{"type":"b","data":true}})"));
+    QCOMPARE(sent(QJsonObject{}), QStringLiteral("a{sv} {}"));
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+// By way of the registration: as arguments of a message, and as values in a map.
+void TestWritingJson::restOfTheMessageArrives()
+{
+    Ostrel::registerDBusTypes();
+    const Warnings warnings;
+    const QJsonObject object =
+        parse(QStringLiteral(R"({"a":[1,2],"k":[[1],[2]],"z":"x"})")).toObject();
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
+                                       QStringLiteral("Take"))
+        << 1 << QVariant(object) << QVariantMap{{QStringLiteral("m"), object}} << 2);
+    const Call call = m_simulator->calls().constFirst();
+    QCOMPARE(call.signature, QStringLiteral("ia{sv}a{sv}i"));
+    QCOMPARE(call.arguments.at(3), QVariant(2));
+    const QString one =
+        QStringLiteral(R"({"a":{"type":"ad","data":[1,2]},"z":{"type":"s","data":"x"}})");
+    const QString logged = withPlainNumbers(busctlDesk(*m_bus, QStringLiteral("Calls")));
+    QCOMPARE(logged.section(QStringLiteral("\"ia{sv}a{sv}i\","), 1),
+             QStringLiteral(R"([{"type":"i","data":1},{"type":"a{sv}","data":%1},)"
+                            R"({"type":"a{sv}","data":{"m":{"type":"a{sv}","data":%1}}},)"
+                            R"({"type":"i","data":2}]]]]})")
+                 .arg(one));
+    QCOMPARE(warnings.texts(),
+             QStringList({QStringLiteral("JSON array of arrays are not supported"),
+                          QStringLiteral("JSON array of arrays are not supported")}));
+}
+
+// A message that is too deep would cost the process its connection to the bus.
+void TestWritingJson::deepObjectsAreCut()
+{
+    const Warnings warnings;
+    QCOMPARE(levelsOf(sent(nested(16))), 15);
+    QCOMPARE(warnings.texts(), QStringList());
+    for (const int levels : {17, 30, 200}) {
+        QCOMPARE(levelsOf(sent(nested(levels))), 15);
+    }
+    const QString text = QStringLiteral("JSON value is nested too deeply");
+    QCOMPARE(warnings.texts(), (QStringList{text, text, text}));
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+}
+
+void TestWritingJson::deepMixedArraysAreCut()
+{
+    QJsonArray array{QStringLiteral("x"), 1};
+    for (int level = 1; level < 200; ++level) {
+        array = QJsonArray{QStringLiteral("x"), array};
+    }
+    QJsonValue objects = nested(200);
+    const Warnings warnings;
+    const QString arrived = sent(array);
+    QVERIFY(arrived.startsWith(QStringLiteral("av ")));
+    QCOMPARE(arrived.count(QStringLiteral("\"av\"")), 15);
+    QVERIFY(sent(QJsonArray{QStringLiteral("x"), objects}).startsWith(QStringLiteral("av ")));
+    QCOMPARE(warnings.texts().size(), 2);
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+}
+
+OSTREL_TEST_MAIN(TestWritingJson)
+
+#include "tst_writing_json.moc"
