@@ -217,7 +217,7 @@ void TestTaskRecords::comeBackEqual()
     QCOMPARE(text(qdbus_cast<QVector<ActiveTask>>(argument(2))), text(active));
     QCOMPARE(text(qdbus_cast<TaskState>(argument(3))), text(states.at(0)));
     QCOMPARE(text(qdbus_cast<AvailableTask>(argument(4))), text(available.at(0)));
-    const ActiveTask task = qdbus_cast<ActiveTask>(argument(5));
+    const auto task = qdbus_cast<ActiveTask>(argument(5));
     QCOMPARE(text(task), text(active.at(0)));
     QCOMPARE(task.properties, properties);
 }
