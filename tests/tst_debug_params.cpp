@@ -1,0 +1,200 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+#include "DBus/outgoing_map_p.h"
+#include "Ostrel/debug_params_p.h"
+
+using Ostrel::DebugParams;
+
+namespace
+{
+
+QVariantMap mapOf(const DebugParams &params)
+{
+    return Ostrel::DebugParamsPrivate::map(params);
+}
+
+} // namespace
+
+class TestDebugParams : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingIsSetAtFirst();
+    void settersWriteTheirKeys();
+    void gettersReadTheirKeys();
+    void lastValueStays();
+    void copiesKeepWhatTheyHeld();
+    void adoptsAMapAsItIs();
+    void sandboxIsConverted_data();
+    void sandboxIsConverted();
+    void valuesOfOtherTypesAreConverted();
+    void goOutWithTheirTypes();
+};
+
+void TestDebugParams::nothingIsSetAtFirst()
+{
+    const DebugParams params;
+    QVERIFY(mapOf(params).isEmpty());
+    QVERIFY(params.sandboxEnabled());
+    QCOMPARE(params.applicationWrapper(), QStringList());
+    QCOMPARE(params.commandLineParams(), QStringList());
+    QCOMPARE(params.environment(), QStringList());
+    QCOMPARE(params.firejailParams(), QStringList());
+    QVERIFY(params.stdoutFile().isNull());
+    QVERIFY(params.stderrFile().isNull());
+    static_assert(sizeof(DebugParams) == sizeof(QVariantMap));
+}
+
+void TestDebugParams::settersWriteTheirKeys()
+{
+    const auto after = [](const auto &set) {
+        DebugParams params;
+        set(params);
+        return mapOf(params);
+    };
+    const QStringList list{QStringLiteral("x"), QString()};
+    const auto one = [](const char *key, const QVariant &value) {
+        return QVariantMap{{QString::fromLatin1(key), value}};
+    };
+    QCOMPARE(after([&](DebugParams &params) { params.setApplicationWrapper(list); }),
+             one("applicationWrapper", list));
+    QCOMPARE(after([&](DebugParams &params) { params.setCommandLineParams(list); }),
+             one("commandLineParams", list));
+    QCOMPARE(after([&](DebugParams &params) { params.setEnvironment(list); }),
+             one("environment", list));
+    QCOMPARE(after([&](DebugParams &params) { params.setFireJailParams(list); }),
+             one("firejailParams", list));
+    QCOMPARE(after([&](DebugParams &params) { params.setSandboxEnabled(false); }),
+             one("sandbox", false));
+    QCOMPARE(after([&](DebugParams &params) { params.setSandboxEnabled(true); }),
+             one("sandbox", true));
+    QCOMPARE(after([&](DebugParams &params) { params.setStdoutFile(QStringLiteral("/o")); }),
+             one("stdoutFile", QStringLiteral("/o")));
+    QCOMPARE(after([&](DebugParams &params) { params.setStderrFile(QStringLiteral("/e")); }),
+             one("stderrFile", QStringLiteral("/e")));
+}
+
+void TestDebugParams::gettersReadTheirKeys()
+{
+    DebugParams params;
+    params.setApplicationWrapper({QStringLiteral("a")});
+    params.setCommandLineParams({QStringLiteral("b")});
+    params.setEnvironment({QStringLiteral("c=d")});
+    params.setFireJailParams({QStringLiteral("e")});
+    params.setSandboxEnabled(false);
+    params.setStdoutFile(QStringLiteral("f"));
+    params.setStderrFile(QStringLiteral("g"));
+    QCOMPARE(params.applicationWrapper(), QStringList(QStringLiteral("a")));
+    QCOMPARE(params.commandLineParams(), QStringList(QStringLiteral("b")));
+    QCOMPARE(params.environment(), QStringList(QStringLiteral("c=d")));
+    QCOMPARE(params.firejailParams(), QStringList(QStringLiteral("e")));
+    QVERIFY(!params.sandboxEnabled());
+    QCOMPARE(params.stdoutFile(), QStringLiteral("f"));
+    QCOMPARE(params.stderrFile(), QStringLiteral("g"));
+}
+
+void TestDebugParams::lastValueStays()
+{
+    DebugParams params;
+    params.setStdoutFile(QStringLiteral("first"));
+    params.setStdoutFile(QStringLiteral("second"));
+    QCOMPARE(params.stdoutFile(), QStringLiteral("second"));
+    QCOMPARE(mapOf(params).count(QStringLiteral("stdoutFile")), 1);
+}
+
+void TestDebugParams::copiesKeepWhatTheyHeld()
+{
+    DebugParams params;
+    params.setEnvironment({QStringLiteral("a=b")});
+    const DebugParams copy(params);
+    DebugParams assigned;
+    assigned = params;
+    QVERIFY(mapOf(copy).isSharedWith(mapOf(params)));
+    params.setEnvironment({QStringLiteral("c=d")});
+    params.setSandboxEnabled(false);
+    QCOMPARE(copy.environment(), QStringList(QStringLiteral("a=b")));
+    QVERIFY(copy.sandboxEnabled());
+    QCOMPARE(assigned.environment(), QStringList(QStringLiteral("a=b")));
+}
+
+void TestDebugParams::adoptsAMapAsItIs()
+{
+    const QVariantMap map{{QStringLiteral("extra"), 3},
+                          {QStringLiteral("stdoutFile"), QStringLiteral("x")}};
+    DebugParams params(map);
+    QVERIFY(mapOf(params).isSharedWith(map));
+    QCOMPARE(params.stdoutFile(), QStringLiteral("x"));
+    params.setStderrFile(QStringLiteral("y"));
+    QCOMPARE(mapOf(params).value(QStringLiteral("extra")), QVariant(3));
+    QCOMPARE(map.size(), 2);
+}
+
+void TestDebugParams::sandboxIsConverted_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("text false") << QVariant(QStringLiteral("false")) << false;
+    QTest::newRow("text FALSE") << QVariant(QStringLiteral("FALSE")) << false;
+    QTest::newRow("text 0") << QVariant(QStringLiteral("0")) << false;
+    QTest::newRow("empty text") << QVariant(QString()) << false;
+    QTest::newRow("text no") << QVariant(QStringLiteral("no")) << true;
+    QTest::newRow("number 0") << QVariant(0) << false;
+    QTest::newRow("number 2") << QVariant(2) << true;
+    QTest::newRow("nothing") << QVariant() << false;
+}
+
+void TestDebugParams::sandboxIsConverted()
+{
+    QFETCH(QVariant, value);
+    QTEST(DebugParams(QVariantMap{{QStringLiteral("sandbox"), value}}).sandboxEnabled(), "enabled");
+}
+
+void TestDebugParams::valuesOfOtherTypesAreConverted()
+{
+    const DebugParams params(QVariantMap{{QStringLiteral("environment"), QStringLiteral("a=b")},
+                                         {QStringLiteral("firejailParams"), QVariantList{1, true}},
+                                         {QStringLiteral("stdoutFile"), 3}});
+    QCOMPARE(params.environment(), QStringList(QStringLiteral("a=b")));
+    QCOMPARE(params.firejailParams(), (QStringList{QStringLiteral("1"), QStringLiteral("true")}));
+    QCOMPARE(params.stdoutFile(), QStringLiteral("3"));
+}
+
+void TestDebugParams::goOutWithTheirTypes()
+{
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    const auto send = [](const DebugParams &params) {
+        QVariantMap map = mapOf(params);
+        QVERIFY(!Ostrel::makeSendable(map).isValid());
+        QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                           QStringLiteral(OSTREL_SERVICE_PATH),
+                                           QStringLiteral("a.b"), QStringLiteral("Take"))
+            << map);
+    };
+    DebugParams params(QVariantMap{{QStringLiteral("extra"), 3}});
+    params.setApplicationWrapper({QStringLiteral("a")});
+    params.setSandboxEnabled(false);
+    params.setStdoutFile(QStringLiteral("f"));
+    send(params);
+    send(DebugParams());
+    const QString logged = busctlDesk(bus, QStringLiteral("Calls"));
+    QCOMPARE(logged.section(QStringLiteral("\"Take\""), 1, 1).section(QStringLiteral("]],"), 0, 0),
+             QStringLiteral(R"(,"a{sv}",[{"type":"a{sv}","data":{)"
+                            R"("applicationWrapper":{"type":"as","data":["a"]},)"
+                            R"("extra":{"type":"i","data":3},"sandbox":{"type":"b","data":false},)"
+                            R"("stdoutFile":{"type":"s","data":"f"}}})"));
+    QVERIFY(logged.endsWith(QStringLiteral(R"("Take","a{sv}",[{"type":"a{sv}","data":{}}]]]]})")));
+}
+
+OSTREL_TEST_MAIN(TestDebugParams)
+
+#include "tst_debug_params.moc"
