@@ -13,7 +13,9 @@
 
 using Ostrel::ApplicationState;
 
-// Signals that are declared inside the namespace spell the types without it.
+// Signals that are declared inside the namespace spell the types without it, and string-based
+// connections look them up by that name.
+// clazy:excludeall=fully-qualified-moc-types,old-style-connect
 namespace Ostrel
 {
 
