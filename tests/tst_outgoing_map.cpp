@@ -189,6 +189,10 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     row("URL", QVariant(QUrl()), "\"key\" holds a value of type QUrl");
     row("empty argument", QVariant::fromValue(QDBusArgument()),
         "\"key\" holds a value of type QDBusArgument");
+    QDBusArgument several;
+    several << 1 << QStringLiteral("x");
+    row("argument of several values", QVariant::fromValue(several),
+        "\"key\" holds several values of type QDBusArgument");
     row("in a map", inMaps(QVariant(), 1), "\"inner\" holds a value of type none");
     row("in a list", QVariantList{1, QVariant(1.5F)}, "\"key\" holds a value of type float");
     row("in a hash", QVariantHash{{QStringLiteral("k"), QVariant()}},

@@ -72,7 +72,8 @@ inline std::vector<Row> andOthers(std::vector<Row> rows, const char *content)
 }
 
 // Reads the value of the current row, which busctl sends, into a target that holds something else.
-template <typename Target> void readRow(const PrivateBus &bus, Target target)
+template <typename Target>
+void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWarnings = {})
 {
     QFETCH(QString, signature);
     QFETCH(QString, value);
@@ -90,7 +91,7 @@ template <typename Target> void readRow(const PrivateBus &bus, Target target)
     argument.endStructure();
     QCOMPARE(marker, QStringLiteral("marker"));
     QTEST(text(target), "content");
-    QCOMPARE(warnings.texts(), QStringList());
+    QCOMPARE(warnings.texts(), expectedWarnings);
 }
 
 #endif

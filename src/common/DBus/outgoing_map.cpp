@@ -146,8 +146,13 @@ private:
         if (signature.isEmpty()) {
             return unsendable(QStringLiteral("holds a value"), value);
         }
-        const char *first = signature.constData();
-        return containers + containersIn(first) > maximumContainers ? tooDeep(value) : Unchanged;
+        const char *rest = signature.constData();
+        if (containers + containersIn(rest) > maximumContainers) {
+            return tooDeep(value);
+        }
+        // A variant holds one value; an argument may have been given several.
+        return *rest == '\0' ? Unchanged
+                             : unsendable(QStringLiteral("holds several values"), value);
     }
 
     Outcome hash(QVariantHash &hash, int containers)
