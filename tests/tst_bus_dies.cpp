@@ -24,12 +24,12 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     simulator.start();
     QCOMPARE(reportWindow().state, 1U);
 
-    simulator.holdNext(2);
+    simulator.windowStatus().holdNext(2);
     WindowManagement windows;
     Outcomes outcomes;
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
-    simulator.waitForHeld(2);
+    simulator.windowStatus().waitForHeld(2);
     bus.end();
     QVERIFY(outcomes.waitFor(2));
 

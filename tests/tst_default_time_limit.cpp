@@ -24,7 +24,7 @@ void TestDefaultTimeLimit::silentServiceFailsWindowStatus()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    simulator.ignoreNext();
+    simulator.windowStatus().ignoreNext();
 
     WindowManagement windows;
     Outcomes outcomes;

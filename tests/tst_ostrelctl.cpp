@@ -114,13 +114,13 @@ void TestOstrelctl::windowFails()
     const QStringList arguments = QStringLiteral("window main 2 3 4").split(QLatin1Char(' '));
     const QString errors = QStringLiteral("error: %1: no \"luck\"\n").arg(name);
 
-    m_simulator->failNext(error, QStringLiteral("no \"luck\""));
+    m_simulator->windowStatus().failNext(error, QStringLiteral("no \"luck\""));
     const Result plain = run(QStringLiteral(OSTRELCTL), arguments);
     QCOMPARE(plain.output, QStringLiteral("255\n"));
     QCOMPARE(plain.errors, errors);
     QCOMPARE(plain.exitStatus, 1);
 
-    m_simulator->failNext(error, QStringLiteral("no \"luck\""));
+    m_simulator->windowStatus().failNext(error, QStringLiteral("no \"luck\""));
     const Result json =
         run(QStringLiteral(OSTRELCTL), arguments + QStringList(QStringLiteral("--json")));
     QCOMPARE(
@@ -136,8 +136,8 @@ void TestOstrelctl::windowFails()
 // An error reply of this name is no error for the library.
 void TestOstrelctl::windowAnsweredByNoError()
 {
-    m_simulator->failNext(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"),
-                          QStringLiteral("text"));
+    m_simulator->windowStatus().failNext(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"),
+                                         QStringLiteral("text"));
     const Result result =
         run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
     QCOMPARE(result.output, QStringLiteral("255\n"));
@@ -147,7 +147,8 @@ void TestOstrelctl::windowAnsweredByNoError()
 
 void TestOstrelctl::errorsStayOnOneLine()
 {
-    m_simulator->failNext(QStringLiteral("a.b"), QString::fromUtf8("two\nlines\x1b[1m ü"));
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"),
+                                         QString::fromUtf8("two\nlines\x1b[1m ü"));
     const Result result =
         run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
     QCOMPARE(result.errors, QString::fromUtf8("error: Failed: two\\nlines\\x1b[1m ü\n"));

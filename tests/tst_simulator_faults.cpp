@@ -58,7 +58,7 @@ void TestSimulatorFaults::cleanup()
 
 void TestSimulatorFaults::failNextFailsOneCall()
 {
-    m_simulator->failNext(QStringLiteral("a.b.C"), QStringLiteral("text"));
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b.C"), QStringLiteral("text"));
     QCOMPARE(reportWindow().error.message(), QStringLiteral("text"));
     QVERIFY(!reportWindow().error);
     // A call that fails has no effect, but is logged.
@@ -67,10 +67,10 @@ void TestSimulatorFaults::failNextFailsOneCall()
 
 void TestSimulatorFaults::faultsAreUsedUpInOrder()
 {
-    m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("first"));
-    m_simulator->answerNext({77U});
-    m_simulator->delayNext(0);
-    m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("last"));
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("first"));
+    m_simulator->windowStatus().answerNext({77U});
+    m_simulator->windowStatus().delayNext(0);
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("last"));
     QCOMPARE(reportWindow().error.message(), QStringLiteral("first"));
     QCOMPARE(reportWindow().state, 77U);
     QCOMPARE(reportWindow(QStringLiteral("w"), 5).state, 5U);
@@ -80,7 +80,7 @@ void TestSimulatorFaults::faultsAreUsedUpInOrder()
 
 void TestSimulatorFaults::delayedCallsAreAnsweredLater()
 {
-    m_simulator->delayNext(200);
+    m_simulator->windowStatus().delayNext(200);
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(reportWindow(QStringLiteral("w"), 3).state, 3U);
@@ -128,7 +128,7 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven()
 
 void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
 {
-    m_simulator->ignoreNext();
+    m_simulator->windowStatus().ignoreNext();
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
@@ -140,22 +140,22 @@ void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
 
 void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
 {
-    m_simulator->holdNext(4);
+    m_simulator->windowStatus().holdNext(4);
     WindowManagement windows;
     Outcomes outcomes;
     for (int status = 0; status < 4; ++status) {
         windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, this, outcomes.callback());
     }
-    m_simulator->waitForHeld(4);
+    m_simulator->windowStatus().waitForHeld(4);
     // The next one is not held.
     QCOMPARE(reportWindow(QStringLiteral("w"), 9).state, 9U);
     QCOMPARE(outcomes.size(), 0);
 
-    m_simulator->release({3, 1});
+    m_simulator->windowStatus().release({3, 1});
     QVERIFY(outcomes.waitFor(2));
     // Two are left; they have the numbers 0 and 1 now.
-    m_simulator->release({1});
-    m_simulator->release({0});
+    m_simulator->windowStatus().release({1});
+    m_simulator->windowStatus().release({0});
     QVERIFY(outcomes.waitFor(4));
     QVector<quint32> states;
     for (int i = 0; i < 4; ++i) {
@@ -181,7 +181,7 @@ void TestSimulatorFaults::waitingEndsWhenTheCallComes()
 
 void TestSimulatorFaults::dyingEndsTheProcess()
 {
-    m_simulator->dieInNext();
+    m_simulator->windowStatus().dieInNext();
     QVERIFY(reportWindow().error);
     QCOMPARE(m_simulator->waitForEnd(), 1);
     m_simulator->start();
@@ -190,16 +190,16 @@ void TestSimulatorFaults::dyingEndsTheProcess()
 
 void TestSimulatorFaults::resetForgetsEverything()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
-    m_simulator->waitForHeld(1);
-    m_simulator->delayNext(300);
+    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator->windowStatus().delayNext(300);
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
-    m_simulator->waitForCalls(2);
-    m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("forgotten"));
+    m_simulator->windowStatus().waitForCalls(2);
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("forgotten"));
     m_simulator->reset();
 
     QVERIFY(m_simulator->calls().isEmpty());
@@ -212,7 +212,7 @@ void TestSimulatorFaults::resetForgetsEverything()
     QCOMPARE(release.errorMessage(),
              QStringLiteral("0 held answers; 0 is out of range or named twice"));
     // A delay that began later has passed when the forgotten one would have.
-    m_simulator->delayNext(400);
+    m_simulator->windowStatus().delayNext(400);
     QVERIFY(!reportWindow().error);
     QCOMPARE(outcomes.size(), 0);
 }

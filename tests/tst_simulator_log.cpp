@@ -134,7 +134,7 @@ void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
 void TestSimulatorLog::clearCallsEmptiesTheLogAlone()
 {
     reportWindow();
-    m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("kept"));
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("kept"));
     QCOMPARE(m_simulator->desk(QStringLiteral("ClearCalls")).type(), QDBusMessage::ReplyMessage);
     QVERIFY(m_simulator->calls().isEmpty());
     QCOMPARE(reportWindow().error.message(), QStringLiteral("kept"));
@@ -147,7 +147,7 @@ void TestSimulatorLog::windowsAreRemembered()
     reportWindow(QStringLiteral("b"), 1, 2, 3);
     reportWindow(QStringLiteral("a"), 4, 5, 6);
     reportWindow(QStringLiteral("b"), 7, 8, -9);
-    m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("no effect"));
+    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("no effect"));
     reportWindow(QStringLiteral("a"), 0, 0, 0);
     QCOMPARE(windows(),
              QStringLiteral("{\"type\":\"a(siii)\",\"data\":[[[\"a\",4,5,6],[\"b\",7,8,-9]]]}"));

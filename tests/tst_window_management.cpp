@@ -145,15 +145,15 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
 
 void TestWindowManagement::returnsBeforeTheCallback()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     int callbacks = 0;
     const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, count);
 
     // The answer is there, but only the event loop brings it.
-    m_simulator->waitForHeld(1);
-    m_simulator->release({0});
+    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator->windowStatus().release({0});
     QCOMPARE(callbacks, 0);
     QTRY_COMPARE_WITH_TIMEOUT(callbacks, 1, patience);
 }
@@ -172,7 +172,7 @@ void TestWindowManagement::handsOverTheState_data()
 void TestWindowManagement::handsOverTheState()
 {
     QFETCH(quint32, state);
-    m_simulator->answerNext({state});
+    m_simulator->windowStatus().answerNext({state});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, state);
     QCOMPARE(outcome.error.code(), Error::NoError);
@@ -182,7 +182,7 @@ void TestWindowManagement::handsOverTheState()
 
 void TestWindowManagement::acceptsFurtherValues()
 {
-    m_simulator->answerNext({2U, QStringLiteral("more"), 3U});
+    m_simulator->windowStatus().answerNext({2U, QStringLiteral("more"), 3U});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 2U);
     QVERIFY(!outcome.error);
@@ -219,7 +219,7 @@ void TestWindowManagement::otherRepliesAreFailures_data()
 void TestWindowManagement::otherRepliesAreFailures()
 {
     QFETCH(QVariantList, values);
-    m_simulator->answerNext(values);
+    m_simulator->windowStatus().answerNext(values);
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::Failed);
@@ -256,7 +256,7 @@ void TestWindowManagement::serviceErrorsAreMapped_data()
 void TestWindowManagement::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
-    m_simulator->failNext(name, QStringLiteral("the service says so"));
+    m_simulator->windowStatus().failNext(name, QStringLiteral("the service says so"));
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QTEST(int(outcome.error.code()), "code");
@@ -286,7 +286,7 @@ void TestWindowManagement::eachCallGetsItsCallbackOnce()
 
 void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
 {
-    m_simulator->holdNext(3);
+    m_simulator->windowStatus().holdNext(3);
     WindowManagement windows;
     QStringList order;
     for (const int status : {10, 11, 12}) {
@@ -296,8 +296,8 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
                 order.append(QStringLiteral("%1:%2:%3").arg(status).arg(state).arg(error.code()));
             });
     }
-    m_simulator->waitForHeld(3);
-    m_simulator->release({2, 0, 1});
+    m_simulator->windowStatus().waitForHeld(3);
+    m_simulator->windowStatus().release({2, 0, 1});
     QTRY_COMPARE_WITH_TIMEOUT(order.size(), 3, patience);
     QCOMPARE(order,
              (QStringList{QStringLiteral("12:12:0"), QStringLiteral("10:10:0"),

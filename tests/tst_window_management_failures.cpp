@@ -72,7 +72,7 @@ void TestWindowManagementFailures::serviceIsAbsent()
 void TestWindowManagementFailures::serviceEndsBeforeItAnswers()
 {
     m_simulator->start();
-    m_simulator->dieInNext();
+    m_simulator->windowStatus().dieInNext();
     const Outcome outcome = reportWindow();
     QCOMPARE(m_simulator->waitForEnd(), 1);
     QCOMPARE(outcome.state, 255U);
@@ -84,12 +84,12 @@ void TestWindowManagementFailures::serviceEndsBeforeItAnswers()
 void TestWindowManagementFailures::serviceEndsWithManyCallsInFlight()
 {
     m_simulator->start();
-    m_simulator->holdNext(20);
+    m_simulator->windowStatus().holdNext(20);
     WindowManagement windows;
     Outcomes outcomes;
     for (int i = 0; i < 21; ++i) {
         if (i == 20) {
-            m_simulator->dieInNext();
+            m_simulator->windowStatus().dieInNext();
         }
         windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this, outcomes.callback());
     }
@@ -128,7 +128,7 @@ void TestWindowManagementFailures::serviceComesBack()
 void TestWindowManagementFailures::serviceNeverAnswers()
 {
     m_simulator->start();
-    m_simulator->ignoreNext();
+    m_simulator->windowStatus().ignoreNext();
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::Failed);
@@ -140,7 +140,7 @@ void TestWindowManagementFailures::serviceNeverAnswers()
 void TestWindowManagementFailures::serviceAnswersLate()
 {
     m_simulator->start();
-    m_simulator->delayNext(100);
+    m_simulator->windowStatus().delayNext(100);
     QCOMPARE(reportWindow(QStringLiteral("w"), 7).state, 7U);
 }
 

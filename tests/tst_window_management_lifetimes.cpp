@@ -120,29 +120,29 @@ void TestWindowManagementLifetimes::cleanup()
 
 void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator->waitForHeld(1);
+    m_simulator->windowStatus().waitForHeld(1);
     // What waits for the reply belongs to the context.
     QCOMPARE(context->children().size(), 1);
     context.reset();
-    m_simulator->release({0});
+    m_simulator->windowStatus().release({0});
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
 }
 
 void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator->waitForHeld(1);
-    m_simulator->release({0});
+    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator->windowStatus().release({0});
     context.reset();
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
@@ -150,27 +150,27 @@ void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
 
 void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     auto windows = std::make_unique<WindowManagement>();
     Outcomes outcomes;
     windows->updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, outcomes.callback());
-    m_simulator->waitForHeld(1);
+    m_simulator->windowStatus().waitForHeld(1);
     windows.reset();
-    m_simulator->release({0});
+    m_simulator->windowStatus().release({0});
     QVERIFY(outcomes.waitFor(1));
     QCOMPARE(outcomes.at(0).state, 5U);
 }
 
 void TestWindowManagementLifetimes::callbackIsCopied()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto callback = outcomes.callback();
     windows.updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, callback);
     callback = nullptr;
-    m_simulator->waitForHeld(1);
-    m_simulator->release({0});
+    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator->windowStatus().release({0});
     QVERIFY(outcomes.waitFor(1));
     QCOMPARE(outcomes.at(0).state, 5U);
     // What waited for the reply is gone again.
@@ -188,7 +188,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
 {
     QFETCH(bool, failing);
     if (failing) {
-        m_simulator->failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+        m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
     }
     auto *windows = new WindowManagement;
     auto *context = new QObject;
@@ -259,8 +259,8 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
 {
-    m_simulator->failNext(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"),
-                          QStringLiteral("not here"));
+    m_simulator->windowStatus().failNext(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"),
+                                         QStringLiteral("not here"));
     OtherThread other;
     WindowManagement windows;
     QSemaphore done;
@@ -278,7 +278,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     OtherThread other;
     WindowManagement windows;
     // Held by the callback alone: it is gone when the callback is.
@@ -286,12 +286,12 @@ void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
     const std::weak_ptr<int> watched = held;
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
-    m_simulator->waitForHeld(1);
+    m_simulator->windowStatus().waitForHeld(1);
     other.destroyObject();
     QCOMPARE(*held, 0);
     held.reset();
     QVERIFY(watched.expired());
-    m_simulator->release({0});
+    m_simulator->windowStatus().release({0});
     reportWindow();
 }
 
@@ -312,7 +312,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
 // Its event loop is over; destroying the context is what ends the call.
 void TestWindowManagementLifetimes::contextOutlivesItsThread()
 {
-    m_simulator->holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
     WindowManagement windows;
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
@@ -323,10 +323,10 @@ void TestWindowManagementLifetimes::contextOutlivesItsThread()
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context,
                                [held](ApplicationState, const Error &) { ++*held; });
     held.reset();
-    m_simulator->waitForHeld(1);
+    m_simulator->windowStatus().waitForHeld(1);
     thread.quit();
     QVERIFY(thread.wait(patience));
-    m_simulator->release({0});
+    m_simulator->windowStatus().release({0});
     reportWindow();
     QVERIFY(!watched.expired());
     delete context;

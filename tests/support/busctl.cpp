@@ -23,13 +23,19 @@ QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringLi
     return result.output.trimmed();
 }
 
-void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value)
+void busctlAnswerNext(const PrivateBus &bus, const char *interface, const char *method,
+                      const QString &signature, const QStringList &value)
 {
     busctlDesk(bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"),
-                           QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                           QStringLiteral("UpdateWindowStatus"), QStringLiteral("1"), signature}
+               QStringList{QStringLiteral("ssav"), QString::fromLatin1(interface),
+                           QString::fromLatin1(method), QStringLiteral("1"), signature}
                    + value);
+}
+
+void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value)
+{
+    busctlAnswerNext(bus, OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", signature,
+                     value);
 }
 
 QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value)

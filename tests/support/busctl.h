@@ -12,7 +12,11 @@
 // signature and the values in busctl's form; the result is busctl's one line of JSON.
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments = {});
 
-// Has the next call of "UpdateWindowStatus" answered by one value, given in busctl's form.
+// Has the next call of the method answered by one value, given in busctl's form.
+void busctlAnswerNext(const PrivateBus &bus, const char *interface, const char *method,
+                      const QString &signature, const QStringList &value);
+
+// The same for "UpdateWindowStatus".
 void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value);
 
 // The argument that arrives when busctl has the simulator send a value, given in busctl's form with

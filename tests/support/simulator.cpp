@@ -58,49 +58,14 @@ QDBusMessage Simulator::desk(const QString &method, const QVariantList &argument
     return m_connection.call(call, QDBus::Block, patience);
 }
 
-void Simulator::failNext(const QString &error, const QString &message) const
+MethodFaults Simulator::faults(const char *interface, const char *method) const
 {
-    arrange(QStringLiteral("FailNext"), {error, message});
+    return {*this, QString::fromLatin1(interface), QString::fromLatin1(method)};
 }
 
-void Simulator::answerNext(const QVariantList &values) const
+MethodFaults Simulator::windowStatus() const
 {
-    arrange(QStringLiteral("AnswerNext"), {QVariant(values)});
-}
-
-void Simulator::ignoreNext() const
-{
-    arrange(QStringLiteral("IgnoreNext"));
-}
-
-void Simulator::delayNext(uint milliseconds) const
-{
-    arrange(QStringLiteral("DelayNext"), {milliseconds});
-}
-
-void Simulator::dieInNext() const
-{
-    arrange(QStringLiteral("DieInNext"));
-}
-
-void Simulator::holdNext(uint count) const
-{
-    arrange(QStringLiteral("HoldNext"), {count});
-}
-
-void Simulator::release(const QList<uint> &order) const
-{
-    arrange(QStringLiteral("Release"), {QVariant::fromValue(order)});
-}
-
-void Simulator::waitForCalls(uint count) const
-{
-    arrange(QStringLiteral("WaitForCalls"), {count});
-}
-
-void Simulator::waitForHeld(uint count) const
-{
-    arrange(QStringLiteral("WaitForHeld"), {count});
+    return faults(OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus");
 }
 
 QVector<Call> Simulator::calls() const
@@ -113,15 +78,4 @@ QVector<Call> Simulator::calls() const
 void Simulator::reset() const
 {
     desk(QStringLiteral("Reset"));
-}
-
-void Simulator::arrange(const QString &method, const QVariantList &arguments) const
-{
-    const QVariantList about{QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                             QStringLiteral("UpdateWindowStatus")};
-    const QDBusMessage answer = desk(method, about + arguments);
-    if (answer.type() != QDBusMessage::ReplyMessage) {
-        qFatal("the fault desk refused %s: %s", qPrintable(method),
-               qPrintable(answer.errorMessage()));
-    }
 }

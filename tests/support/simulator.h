@@ -4,6 +4,7 @@
 #ifndef TESTS_SIMULATOR_H
 #define TESTS_SIMULATOR_H
 
+#include "method_faults.h"
 #include "private_bus.h"
 
 #include <QtCore/QVariantList>
@@ -24,7 +25,6 @@ struct Call
 };
 
 // The simulator as a process of its own, and its fault desk, reached on a connection of its own.
-// The desk's helpers are about one method, "UpdateWindowStatus", unless another is given.
 class Simulator
 {
 public:
@@ -45,22 +45,16 @@ public:
     // Calls a method of the fault desk and returns the answer, whatever it is.
     QDBusMessage desk(const QString &method, const QVariantList &arguments = {}) const;
 
-    void failNext(const QString &error, const QString &message) const;
-    void answerNext(const QVariantList &values) const;
-    void ignoreNext() const;
-    void delayNext(uint milliseconds) const;
-    void dieInNext() const;
-    void holdNext(uint count) const;
-    void release(const QList<uint> &order) const;
-    void waitForCalls(uint count) const;
-    void waitForHeld(uint count) const;
+    // The faults of a method, named by its interface's constant and its own name.
+    MethodFaults faults(const char *interface, const char *method) const;
+
+    // The faults of "UpdateWindowStatus".
+    MethodFaults windowStatus() const;
+
     QVector<Call> calls() const;
     void reset() const;
 
 private:
-    // Calls a method that must succeed, about "UpdateWindowStatus".
-    void arrange(const QString &method, const QVariantList &arguments = {}) const;
-
     QString m_address;
     std::unique_ptr<Process> m_process;
     QDBusConnection m_connection;
