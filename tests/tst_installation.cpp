@@ -122,9 +122,11 @@ void TestInstallation::installsWhatAProgramNeeds()
     QStringList expected{
         QStringLiteral("bin/ostrelctl"),
         headers + QStringLiteral("DBus/types.h"),
+        headers + QStringLiteral("Ostrel/Control"),
         headers + QStringLiteral("Ostrel/DebugParams"),
         headers + QStringLiteral("Ostrel/Error"),
         headers + QStringLiteral("Ostrel/WindowManagement"),
+        headers + QStringLiteral("Ostrel/control.h"),
         headers + QStringLiteral("Ostrel/debug_params.h"),
         headers + QStringLiteral("Ostrel/error.h"),
         headers + QStringLiteral("Ostrel/export.h"),
