@@ -22,6 +22,12 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
+Command debugCommand();
+Command psCommand();
+Command startCommand();
+Command terminateCommand();
+Command watchCommand();
+Command whichCommand();
 Command windowCommand();
 
 #endif

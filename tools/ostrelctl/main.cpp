@@ -28,7 +28,8 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("ostrelctl"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
 
-    const std::array commands{windowCommand()};
+    const std::array commands{startCommand(), debugCommand(), terminateCommand(), psCommand(),
+                              watchCommand(), whichCommand(), windowCommand()};
 
     QString description =
         QStringLiteral("Talks to the device's application-lifecycle service.\n\nCommands:\n");

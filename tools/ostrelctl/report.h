@@ -21,4 +21,9 @@ void printLine(const QString &line);
 // Prints one JSON document, on a line, on standard output.
 void printJson(const QJsonObject &document);
 
+// Prints the outcome of an operation: the result as JSON, with the error as a member, or as text if
+// there is one; and the error. The result is the exit status.
+int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result,
+             const QString &text = QString());
+
 #endif
