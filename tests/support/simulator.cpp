@@ -58,6 +58,18 @@ QDBusMessage Simulator::desk(const QString &method, const QVariantList &argument
     return m_connection.call(call, QDBus::Block, patience);
 }
 
+void Simulator::emitSignal(const char *path, const char *interface, const QString &member,
+                           const QVariantList &arguments) const
+{
+    const QDBusMessage answer =
+        desk(QStringLiteral("Emit"),
+             {QVariant::fromValue(QDBusObjectPath(QString::fromLatin1(path))),
+              QString::fromLatin1(interface), member, QVariant(arguments)});
+    if (answer.type() != QDBusMessage::ReplyMessage) {
+        qFatal("the fault desk sends no signal: %s", qPrintable(answer.errorMessage()));
+    }
+}
+
 MethodFaults Simulator::faults(const char *interface, const char *method) const
 {
     return {*this, QString::fromLatin1(interface), QString::fromLatin1(method)};

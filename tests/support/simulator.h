@@ -45,6 +45,10 @@ public:
     // Calls a method of the fault desk and returns the answer, whatever it is.
     QDBusMessage desk(const QString &method, const QVariantList &arguments = {}) const;
 
+    // Has the service send a signal, and returns when it has been sent.
+    void emitSignal(const char *path, const char *interface, const QString &member,
+                    const QVariantList &arguments) const;
+
     // The faults of a method, named by its interface's constant and its own name.
     MethodFaults faults(const char *interface, const char *method) const;
 
