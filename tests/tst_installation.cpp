@@ -139,6 +139,7 @@ void TestInstallation::installsWhatAProgramNeeds()
         library + QStringLiteral("libostrel-system-qt5.so.1"),
         library + QStringLiteral("libostrel-system-qt5.so.1.0.0"),
         library + QStringLiteral("pkgconfig/ostrel-system-qt5.pc"),
+        QStringLiteral("share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml"),
     };
     expected.sort();

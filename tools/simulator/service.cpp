@@ -82,7 +82,8 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
         }
         fault(message, *interface);
     } else {
-        send(message, interface->answer(message));
+        interface->handle(message,
+                          [this, message](const QDBusMessage &answer) { send(message, answer); });
     }
     return true;
 }

@@ -39,6 +39,9 @@ public:
     // Sends what the interface, or a fault, made of a call.
     void send(const QDBusMessage &call, const QDBusMessage &answer);
 
+    // Sends a signal. What is sent before and after it arrives before and after it.
+    bool sendSignal(const QDBusMessage &signal) { return m_connection.send(signal); }
+
     CallLog &log() { return m_log; }
 
     // Forgets faults, log and everything that calls have left behind.

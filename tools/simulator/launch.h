@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_LAUNCH_H
+#define SIMULATOR_LAUNCH_H
+
+#include <QtCore/QFile>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <memory>
+
+// How a program is run.
+struct Launch
+{
+    QString program;
+    QStringList arguments;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+
+    // Open files; without one, the simulator's own output is used.
+    std::shared_ptr<QFile> standardOutput;
+    std::shared_ptr<QFile> standardError;
+};
+
+#endif
