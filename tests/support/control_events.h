@@ -13,26 +13,28 @@
 #include <QtTest/QTest>
 
 // The signals of a Control as texts, in the order in which they come.
-class ControlEvents : public QObject
+class ControlEvents
 {
-    Q_OBJECT
-
 public:
     explicit ControlEvents(const Ostrel::Control &control)
     {
         using Ostrel::Control;
-        connect(&control, &Control::started, this, [this](const QString &id, const auto &details) {
-            m_all.append(QStringLiteral("started %1 {%2}").arg(id, text(details)));
+        QObject::connect(&control, &Control::started, &m_context,
+                         [this](const QString &id, const auto &details) {
+                             m_all.append(QStringLiteral("started %1 {%2}").arg(id, text(details)));
+                         });
+        QObject::connect(&control, &Control::terminated, &m_context,
+                         [this](const QString &id, const auto &details) {
+                             m_all.append(
+                                 QStringLiteral("terminated %1 {%2}").arg(id, text(details)));
+                         });
+        QObject::connect(&control, &Control::stateChanged, &m_context,
+                         [this](const QString &id, quint32 state) {
+                             m_all.append(QStringLiteral("state %1 %2").arg(id).arg(state));
+                         });
+        QObject::connect(&control, &Control::selectedByOom, &m_context, [this](const QString &id) {
+            m_all.append(QStringLiteral("oom %1").arg(id));
         });
-        connect(&control, &Control::terminated, this,
-                [this](const QString &id, const auto &details) {
-                    m_all.append(QStringLiteral("terminated %1 {%2}").arg(id, text(details)));
-                });
-        connect(&control, &Control::stateChanged, this, [this](const QString &id, quint32 state) {
-            m_all.append(QStringLiteral("state %1 %2").arg(id).arg(state));
-        });
-        connect(&control, &Control::selectedByOom, this,
-                [this](const QString &id) { m_all.append(QStringLiteral("oom %1").arg(id)); });
     }
 
     QStringList all() const { return m_all; }
@@ -44,7 +46,10 @@ public:
     }
 
 private:
+    Q_DISABLE_COPY(ControlEvents)
+
     QStringList m_all;
+    QObject m_context;
 };
 
 #endif

@@ -7,6 +7,7 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/service_name_p.h"
+#include "DBus/service_signal_p.h"
 #include "DBus/types_p.h"
 #include "Ostrel/debug_params_p.h"
 #include "Ostrel/error_p.h"
@@ -42,17 +43,18 @@ ControlPrivate::ControlPrivate(Control *q)
 {
     registerDBusTypes();
 
-    // Each connection names the signature: QtDBus drops signals of another one then, which it would
-    // otherwise read as what the receiver takes, and crash.
-    QDBusConnection bus = connection();
-    bus.connect(service(), path(), interface(), QStringLiteral("Started"), QStringLiteral("sa{sv}"),
-                q, SIGNAL(started(QString, QVariantMap)));
-    bus.connect(service(), path(), interface(), QStringLiteral("Terminated"),
-                QStringLiteral("sa{sv}"), q, SIGNAL(terminated(QString, QVariantMap)));
-    bus.connect(service(), path(), interface(), QStringLiteral("StateChanged"),
-                QStringLiteral("sa{sv}"), this, SLOT(onStateChanged(QString, QVariantMap)));
-    bus.connect(service(), path(), interface(), QStringLiteral("SelectedByOom"),
-                QStringLiteral("s"), q, SIGNAL(selectedByOom(QString)));
+    const auto receive = [this](const QString &name, const QString &signature, QObject *receiver,
+                                const char *member) {
+        connectServiceSignal(connection(), {path(), interface(), name, signature}, receiver,
+                             member);
+    };
+    const QString changes = QStringLiteral("sa{sv}");
+    receive(QStringLiteral("Started"), changes, q, SIGNAL(started(QString, QVariantMap)));
+    receive(QStringLiteral("Terminated"), changes, q, SIGNAL(terminated(QString, QVariantMap)));
+    receive(QStringLiteral("StateChanged"), changes, this,
+            SLOT(onStateChanged(QString, QVariantMap)));
+    receive(QStringLiteral("SelectedByOom"), QStringLiteral("s"), q,
+            SIGNAL(selectedByOom(QString)));
 }
 
 Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
