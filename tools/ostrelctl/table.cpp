@@ -74,6 +74,9 @@ QString lineOf(const QStringList &cells, const QVector<int> &widths)
             line += QString(widths.at(i) - widthOf(cell) + gap, QLatin1Char(' '));
         }
     }
+    while (line.endsWith(QLatin1Char(' '))) {
+        line.chop(1);
+    }
     return line;
 }
 

@@ -124,6 +124,7 @@ int run(const QStringList &arguments)
             line.wantsJson(), {});
     }
     const Watch watch(control, line.wantsJson());
+    QTextStream(stderr) << "watching the applications; Ctrl-C ends it\n";
     return QCoreApplication::exec();
 }
 
