@@ -19,9 +19,11 @@ install(FILES
     lib/Ostrel/debug_params.h
     lib/Ostrel/error.h
     lib/Ostrel/export.h
+    lib/Ostrel/task_invoker.h
     lib/Ostrel/window_management.h
     lib/Ostrel/DebugParams
     lib/Ostrel/Error
+    lib/Ostrel/TaskInvoker
     lib/Ostrel/WindowManagement
     DESTINATION "${_headers}/Ostrel"
     COMPONENT development
