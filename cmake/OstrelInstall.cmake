@@ -20,10 +20,12 @@ install(FILES
     lib/Ostrel/debug_params.h
     lib/Ostrel/error.h
     lib/Ostrel/export.h
+    lib/Ostrel/task_invoker.h
     lib/Ostrel/window_management.h
     lib/Ostrel/Control
     lib/Ostrel/DebugParams
     lib/Ostrel/Error
+    lib/Ostrel/TaskInvoker
     lib/Ostrel/WindowManagement
     DESTINATION "${_headers}/Ostrel"
     COMPONENT development

@@ -6,6 +6,7 @@
 
 #include "interface_description.h"
 
+#include <QtCore/QVariantMap>
 #include <QtDBus/QDBusMessage>
 
 #include <functional>
@@ -27,11 +28,17 @@ public:
     // and gives the answer, at once or later, and never after a reset.
     virtual void handle(const QDBusMessage &call, const Answer &answer) = 0;
 
+    // The properties with their present values; all can only be read.
+    virtual QVariantMap properties() const { return {}; }
+
     // Whether calls are logged and subject to faults.
     virtual bool isSimulated() const { return true; }
 
     // Forgets everything that calls have left behind.
     virtual void reset() { }
+
+    // False for an object that a call has made: it goes when the service is reset.
+    virtual bool outlastsReset() const { return true; }
 
 private:
     Q_DISABLE_COPY(Interface)

@@ -9,6 +9,7 @@
 #include "root_fs.h"
 #include "service.h"
 #include "simulator1.h"
+#include "task_invoker1.h"
 #include "termination.h"
 #include "window_management1.h"
 
@@ -87,6 +88,7 @@ int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalog
         service, Simulator1::Parts{*windowManagement, *control, children});
     service.add(std::move(control));
     service.add(std::move(windowManagement));
+    service.add(std::make_unique<TaskInvoker1>(service));
     service.add(std::move(desk));
 
     // The name comes last: who sees it owned finds everything in place.

@@ -48,6 +48,7 @@ const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
 {
     static const QHash<QString, Handler> all{
         {QStringLiteral("FailNext"), &Simulator1::failNext},
+        {QStringLiteral("FailNextWith"), &Simulator1::failNextWith},
         {QStringLiteral("DelayNext"), &Simulator1::delayNext},
         {QStringLiteral("AnswerNext"), &Simulator1::answerNext},
         {QStringLiteral("IgnoreNext"), &Simulator1::ignoreNext},
@@ -108,6 +109,20 @@ QDBusMessage Simulator1::failNext(const QDBusMessage &call)
     }
     return arrange(call, [this, error, message](const QDBusMessage &failing, Interface &) {
         m_service.send(failing, failing.createErrorReply(error, message));
+    });
+}
+
+QDBusMessage Simulator1::failNextWith(const QDBusMessage &call)
+{
+    const QString error = call.arguments().at(2).toString();
+    const QVariantList values = valuesOf(call.arguments().at(3));
+    if (!isInterfaceName(error)) {
+        return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
+    }
+    return arrange(call, [this, error, values](const QDBusMessage &failing, Interface &) {
+        QDBusMessage answer = failing.createErrorReply(error, QString());
+        answer.setArguments(values);
+        m_service.send(failing, answer);
     });
 }
 

@@ -59,6 +59,7 @@ private:
     static const QHash<QString, Handler> &handlers();
 
     QDBusMessage failNext(const QDBusMessage &call);
+    QDBusMessage failNextWith(const QDBusMessage &call);
     QDBusMessage delayNext(const QDBusMessage &call);
     QDBusMessage answerNext(const QDBusMessage &call);
     QDBusMessage ignoreNext(const QDBusMessage &call);
