@@ -379,10 +379,10 @@ void TestOstrelctlControl::watchPrintsEvents()
     QCOMPARE(watcher.readLine(), watching);
     emitEvents();
     const QStringList expected{
-        QStringLiteral("started       a.b.instance_1 {\"Pid\":17}"),
-        QStringLiteral("stateChanged  a.b.instance_1 255"),
-        QStringLiteral("selectedByOom 1\\n7"),
-        QStringLiteral("terminated    a.b.instance_1 {}"),
+        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
+        QStringLiteral("stateChanged   a.b.instance_1 255"),
+        QStringLiteral("selectedByOom  1\\n7"),
+        QStringLiteral("terminated     a.b.instance_1 {}"),
     };
     static const QRegularExpression line(
         QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
