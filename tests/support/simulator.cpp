@@ -19,7 +19,7 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, Call &call
 
 Simulator::Simulator(const PrivateBus &bus)
     : m_address(bus.address())
-    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk")))
+    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk at ") + m_address))
 {
 }
 
