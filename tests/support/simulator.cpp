@@ -20,7 +20,7 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, Call &call
 Simulator::Simulator(const PrivateBus &bus, const QStringList &options)
     : m_address(bus.address())
     , m_options(options)
-    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk")))
+    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk at ") + m_address))
 {
 }
 
