@@ -15,6 +15,11 @@ namespace
 
 using Ostrel::TaskInvoker;
 
+QString orNone(const QStringList &names)
+{
+    return names.isEmpty() ? QStringLiteral("-") : names.join(QLatin1Char(' '));
+}
+
 void printActive(const TaskInvoker &invoker, bool asJson)
 {
     QStringList names;
@@ -22,8 +27,7 @@ void printActive(const TaskInvoker &invoker, bool asJson)
         names.append(QStringLiteral("%1(%2)").arg(task.name).arg(task.pid));
     }
     printEvent(asJson, QStringLiteral("activeTasks"),
-               {{QStringLiteral("tasks"), toJson(invoker.activeTasks())}},
-               names.join(QLatin1Char(' ')));
+               {{QStringLiteral("tasks"), toJson(invoker.activeTasks())}}, orNone(names));
 }
 
 void printAvailable(const TaskInvoker &invoker, bool asJson)
@@ -33,8 +37,7 @@ void printAvailable(const TaskInvoker &invoker, bool asJson)
         names.append(task.name);
     }
     printEvent(asJson, QStringLiteral("availableTasks"),
-               {{QStringLiteral("tasks"), toJson(invoker.availableTasks())}},
-               names.join(QLatin1Char(' ')));
+               {{QStringLiteral("tasks"), toJson(invoker.availableTasks())}}, orNone(names));
 }
 
 int run(const QStringList &arguments)

@@ -98,16 +98,27 @@ Application readApplication(const JsonNode &node, QStringList &ids)
     return application;
 }
 
-// "LINE:COLUMN", from 1, of the byte at this offset; a column is a character.
-QString position(const QByteArray &text, int offset)
+// "LINE:COLUMN", from 1, of the mistake; a column is a character.
+QString position(const QByteArray &text, const QJsonParseError &error)
 {
-    const QByteArray before = text.left(offset);
+    // Qt has consumed the character that it objects to, but for these.
+    const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
+        || error.error == QJsonParseError::IllegalNumber;
+    const QByteArray before = text.left(qMax(0, isAhead ? error.offset : error.offset - 1));
     const int line = before.count('\n') + 1;
     const int column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
     return QStringLiteral("%1:%2").arg(line).arg(column);
 }
 
 } // namespace
+
+Launch Program::launch() const
+{
+    Launch launch;
+    launch.program = program;
+    launch.arguments = arguments;
+    return launch;
+}
 
 std::optional<Application> Catalogue::application(const QString &id) const
 {
@@ -131,7 +142,7 @@ std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
         return QStringLiteral("%1:%2: %3")
-            .arg(fileName, position(text, error.offset), error.errorString());
+            .arg(fileName, position(text, error), error.errorString());
     }
 
     QString mistake;

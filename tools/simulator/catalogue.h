@@ -4,6 +4,8 @@
 #ifndef SIMULATOR_CATALOGUE_H
 #define SIMULATOR_CATALOGUE_H
 
+#include "launch.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
@@ -18,6 +20,9 @@ struct Program
     QString program;
     QStringList arguments;
     QVariantMap properties;
+
+    // How it is run if nothing else is asked for.
+    Launch launch() const;
 };
 
 // A program that runs while its application runs.
