@@ -29,6 +29,7 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
