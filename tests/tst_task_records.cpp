@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "record_rows.h"
 #include "simulator.h"
+#include "task_texts.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -17,27 +17,6 @@
 using Ostrel::ActiveTask;
 using Ostrel::AvailableTask;
 using Ostrel::TaskState;
-
-// What a record holds, as text. In the records' namespace, where templates find it.
-namespace Ostrel
-{
-
-static QString text(const TaskState &task)
-{
-    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.state).arg(::text(task.properties));
-}
-
-static QString text(const AvailableTask &task)
-{
-    return QStringLiteral("%1 {%2}").arg(task.name, ::text(task.properties));
-}
-
-static QString text(const ActiveTask &task)
-{
-    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.pid).arg(::text(task.properties));
-}
-
-} // namespace Ostrel
 
 namespace
 {

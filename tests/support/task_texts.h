@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_TASK_TEXTS_H
+#define TESTS_TASK_TEXTS_H
+
+#include "record_rows.h"
+
+#include <DBus/types.h>
+
+// What a record holds, as text: its members in their order. In the records' namespace, where
+// templates find it.
+namespace Ostrel
+{
+
+inline QString text(const TaskState &task)
+{
+    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.state).arg(::text(task.properties));
+}
+
+inline QString text(const AvailableTask &task)
+{
+    return QStringLiteral("%1 {%2}").arg(task.name, ::text(task.properties));
+}
+
+inline QString text(const ActiveTask &task)
+{
+    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.pid).arg(::text(task.properties));
+}
+
+} // namespace Ostrel
+
+#endif
