@@ -8,11 +8,13 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
 
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
 #include <optional>
@@ -35,6 +37,34 @@ QVariant inMaps(QVariant value, int levels)
     }
     return value;
 }
+
+// An argument of nothing but containers of one kind within one another.
+QVariant argumentOf(int levels, void (QDBusArgument::*begin)(), void (QDBusArgument::*end)())
+{
+    QDBusArgument argument;
+    for (int level = 0; level < levels; ++level) {
+        (argument.*begin)();
+    }
+    argument << 1;
+    for (int level = 0; level < levels; ++level) {
+        (argument.*end)();
+    }
+    return QVariant::fromValue(argument);
+}
+
+QVariant inStructures(int levels)
+{
+    return argumentOf(levels, &QDBusArgument::beginStructure, &QDBusArgument::endStructure);
+}
+
+QVariantMap oneEntry(const QVariant &value)
+{
+    return {{QStringLiteral("k"), value}};
+}
+
+using Maps = QList<QVariantMap>;
+using NamedMaps = QMap<QString, QVariantMap>;
+using NamedVariants = QMap<QString, QDBusVariant>;
 
 QVariantMap mapOf(const QVariant &value)
 {
@@ -80,6 +110,13 @@ void TestOutgoingMap::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+
+    Ostrel::registerDBusTypes();
+    qDBusRegisterMetaType<Maps>();
+    qDBusRegisterMetaType<NamedMaps>();
+    qDBusRegisterMetaType<NamedVariants>();
+    qDBusRegisterMetaType<QList<Maps>>();
+    qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
 }
 
 void TestOutgoingMap::cleanup()
@@ -125,6 +162,19 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
     QTest::newRow("variant") << QVariant::fromValue(QDBusVariant(3));
     QTest::newRow("empty map") << QVariant(QVariantMap());
     QTest::newRow("empty list") << QVariant(QVariantList());
+    QTest::newRow("paths") << QVariant::fromValue(
+        QList<QDBusObjectPath>{QDBusObjectPath(QStringLiteral("/a"))});
+    QTest::newRow("numbers") << QVariant::fromValue(QList<int>{1, 2});
+    QTest::newRow("signature") << QVariant::fromValue(QDBusSignature(QStringLiteral("a{sv}")));
+    QTest::newRow("descriptor") << QVariant::fromValue(QDBusUnixFileDescriptor(0));
+    QTest::newRow("list of maps") << QVariant::fromValue(Maps{oneEntry(1), {}});
+    QTest::newRow("map of maps") << QVariant::fromValue(
+        NamedMaps{{QStringLiteral("n"), oneEntry(1)}});
+    QTest::newRow("map of variants")
+        << QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(1)}});
+    QTest::newRow("application") << QVariant::fromValue(
+        Ostrel::RunningApplication{QStringLiteral("a.b"), 1, {}, {}, oneEntry(1)});
+    QTest::newRow("structure") << QVariant(QPoint(1, 2));
 }
 
 void TestOutgoingMap::sendableValuesStayAsTheyAre()
@@ -162,6 +212,29 @@ void TestOutgoingMap::jsonValuesAreReplaced_data()
                                   << QStringLiteral("v d 2.5");
     QTest::newRow("far inside") << inMaps(inLists(QJsonValue(true), 1), 1)
                                 << QStringLiteral("a{sv} 1 \"inner\" av 1 b true");
+
+    const QVariantMap inside = oneEntry(flags);
+    QTest::newRow("in a list of maps") << QVariant::fromValue(Maps{{}, inside})
+                                       << QStringLiteral("aa{sv} 2 0 1 \"k\" ab 2 true false");
+    QTest::newRow("in a list of lists of maps")
+        << QVariant::fromValue(QList<Maps>{{inside}, {}})
+        << QStringLiteral("aaa{sv} 2 1 1 \"k\" ab 2 true false 0");
+    QTest::newRow("in a map of maps")
+        << QVariant::fromValue(NamedMaps{{QStringLiteral("m"), {}}, {QStringLiteral("n"), inside}})
+        << QStringLiteral("a{sa{sv}} 2 \"m\" 0 \"n\" 1 \"k\" ab 2 true false");
+    QTest::newRow("in a map of numbers")
+        << QVariant::fromValue(QMap<int, QDBusVariant>{{7, QDBusVariant(flags)}})
+        << QStringLiteral("a{iv} 1 7 ab 2 true false");
+    QTest::newRow("in a record") << QVariant::fromValue(
+        Ostrel::ActiveTask{QStringLiteral("t"), 3, inside})
+                                 << QStringLiteral("(sia{sv}) \"t\" 3 1 \"k\" ab 2 true false");
+    QMultiMap<QString, QVariant> twice;
+    twice.insert(QStringLiteral("k"), 1);
+    twice.insert(QStringLiteral("k"), flags);
+    twice.insert(QStringLiteral("k"), 2);
+    QTest::newRow("behind a key that comes twice")
+        << QVariant(QVariantMap(twice))
+        << QStringLiteral("a{sv} 3 \"k\" i 2 \"k\" ab 2 true false \"k\" i 1");
 }
 
 void TestOutgoingMap::jsonValuesAreReplaced()
@@ -199,8 +272,34 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
         "\"k\" holds a value of type none");
     row("in a variant", QVariant::fromValue(QDBusVariant(QVariant())),
         "\"key\" holds a value of type none");
+    row("behind a map", QVariantList{oneEntry(1), QVariant()},
+        "\"key\" holds a value of type none");
     row("far inside", inMaps(inLists(inMaps(QVariant(1.5F), 1), 2), 1),
         "\"inner\" holds a value of type float");
+    row("empty path", QVariant::fromValue(QDBusObjectPath()),
+        "\"key\" holds a value of type QDBusObjectPath");
+    row("empty signature", QVariant::fromValue(QDBusSignature()),
+        "\"key\" holds a value of type QDBusSignature");
+    row("no descriptor", QVariant::fromValue(QDBusUnixFileDescriptor()),
+        "\"key\" holds a value of type QDBusUnixFileDescriptor");
+    row("empty path in a list", QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()}),
+        "\"key\" holds a value of type QDBusObjectPath");
+
+    const QVariantMap bad = oneEntry(QVariant());
+    const char *const found = "\"k\" holds a value of type none";
+    row("in a list of maps", QVariant::fromValue(Maps{{}, bad}), found);
+    row("in a list of lists of maps", QVariant::fromValue(QList<Maps>{{{}, bad}}), found);
+    row("in a map of maps", QVariant::fromValue(NamedMaps{{QStringLiteral("n"), bad}}), found);
+    row("in a map of variants",
+        QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(QVariant())}}),
+        "\"key\" holds a value of type none");
+    row("in an application", QVariant::fromValue(Ostrel::RunningApplication{{}, 0, {}, {}, bad}),
+        found);
+    row("in a service", QVariant::fromValue(Ostrel::RunningService{{}, {}, 0, {}, bad}), found);
+    row("in a task's state", QVariant::fromValue(Ostrel::TaskState{{}, 0, bad}), found);
+    row("in an available task", QVariant::fromValue(Ostrel::AvailableTask{{}, bad}), found);
+    row("in active tasks",
+        QVariant::fromValue(QVector<Ostrel::ActiveTask>{{{}, 0, {}}, {{}, 0, bad}}), found);
     row("JSON null", QJsonValue(QJsonValue::Null), "\"key\" holds a value of type QJsonValue");
 }
 
@@ -225,6 +324,9 @@ void TestOutgoingMap::deepestValuesArrive_data()
     QTest::newRow("lists") << inLists(1, 30);
     QTest::newRow("lists and strings") << inLists(QStringList{QStringLiteral("x")}, 30);
     QTest::newRow("lists and a variant") << inLists(QVariant::fromValue(QDBusVariant(1)), 30);
+    QTest::newRow("structures") << inStructures(32);
+    QTest::newRow("lists and a list of maps")
+        << inLists(QVariant::fromValue(Maps{oneEntry(1)}), 28);
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
 }
@@ -247,7 +349,24 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
     QTest::newRow("lists and arrays in arrays")
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
     QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
+    QTest::newRow("structures") << inStructures(33);
+    QVariantMap key{{QStringLiteral("key"), 1}};
+    QTest::newRow("lists and a list of maps") << inLists(QVariant::fromValue(Maps{key}), 29);
+    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, key}), 29);
+    QVariant variant = 1;
+    for (int level = 0; level < 30; ++level) {
+        variant = QVariant::fromValue(NamedVariants{
+            {QStringLiteral("n"),
+             qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
+    }
+    QTest::newRow("maps of variants") << variant;
     QTest::newRow("far too many lists") << inLists(1, 1000);
+    QJsonArray array;
+    for (int level = 0; level < 100000; ++level) {
+        array = QJsonArray{array};
+    }
+    QTest::newRow("far too many arrays") << QVariant(array);
 }
 
 void TestOutgoingMap::tooDeepValuesAreFound()
