@@ -175,10 +175,12 @@ void TestTaskInvokerFailures::serviceComesLater()
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     QVERIFY(events.waitFor(3));
     invoker.onReady(events.ready());
+    const int pid = invoker.activeTasks().constFirst().pid;
     QCOMPARE(
         events.all(),
         (QStringList{QStringLiteral("started 0: ") + noSession(), QStringLiteral("started 1: 0"),
-                     QStringLiteral("active [photos 1 {}]"), QStringLiteral("ready ") + absent}));
+                     QStringLiteral("active [photos %1 {}]").arg(pid),
+                     QStringLiteral("ready ") + absent}));
     QVERIFY(invoker.availableTasks().isEmpty());
     QCOMPARE(warnings.texts().size(), 1);
 }
@@ -195,6 +197,8 @@ void TestTaskInvokerFailures::serviceComesBack()
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     QVERIFY(events.waitFor(2));
     events.clear();
+    const QString active = text(invoker.activeTasks());
+    QVERIFY2(active.startsWith(QStringLiteral("photos ")), qPrintable(active));
 
     QCOMPARE(m_simulator->end(), 0);
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
@@ -202,7 +206,7 @@ void TestTaskInvokerFailures::serviceComesBack()
     m_simulator->start();
     invoker.stop(QStringLiteral("photos"), events.stopped());
     QVERIFY(events.waitFor(2));
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("photos 1 {}"));
+    QCOMPARE(text(invoker.activeTasks()), active);
     QCOMPARE(m_simulator->calls().size(), 1);
 
     TaskInvoker second(TaskInvoker::SessionBus, type);
