@@ -40,7 +40,7 @@ void readProgram(const JsonNode &node, Program &program)
 // A name that stands once in a list.
 QString readName(const JsonNode &node, QStringList &earlier)
 {
-    const QString name = node.string();
+    QString name = node.string();
     if (name.isEmpty()) {
         node.refuse(QStringLiteral("is empty"));
     } else if (earlier.contains(name)) {
@@ -54,7 +54,7 @@ QString readName(const JsonNode &node, QStringList &earlier)
 QString readId(const JsonNode &node, QStringList &earlier)
 {
     static const QRegularExpression component(QStringLiteral("\\A[^/:[:cntrl:]]{1,255}\\z"));
-    const QString id = readName(node, earlier);
+    QString id = readName(node, earlier);
     if (!component.match(id).hasMatch() || id == QLatin1String(".") || id == QLatin1String("..")) {
         node.refuse(QStringLiteral("\"%1\" cannot be a component of a path").arg(id));
     }
