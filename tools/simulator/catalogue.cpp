@@ -21,7 +21,10 @@ const QString argumentsKey = QStringLiteral("arguments");
 const QString propertiesKey = QStringLiteral("properties");
 
 // The members of every program but "program" itself.
-const QStringList programMembers{argumentsKey, propertiesKey};
+QStringList programMembers()
+{
+    return {argumentsKey, propertiesKey};
+}
 
 void readProgram(const JsonNode &node, Program &program)
 {
@@ -64,7 +67,7 @@ QString readId(const JsonNode &node, QStringList &earlier)
 ApplicationService readService(const JsonNode &node, QStringList &names)
 {
     const QString nameKey = QStringLiteral("name");
-    node.expectMembers({nameKey, programKey}, programMembers);
+    node.expectMembers({nameKey, programKey}, programMembers());
     ApplicationService service;
     service.name = readName(node.member(nameKey), names);
     readProgram(node, service);
@@ -78,7 +81,7 @@ Application readApplication(const JsonNode &node, QStringList &ids)
     const QString singleInstanceKey = QStringLiteral("singleInstance");
     const QString servicesKey = QStringLiteral("services");
     node.expectMembers({idKey, programKey},
-                       programMembers + QStringList{kindKey, singleInstanceKey, servicesKey});
+                       programMembers() + QStringList{kindKey, singleInstanceKey, servicesKey});
     Application application;
     application.id = readId(node.member(idKey), ids);
     readProgram(node, application);
@@ -99,7 +102,7 @@ Application readApplication(const JsonNode &node, QStringList &ids)
 }
 
 // "LINE:COLUMN", from 1, of the mistake; a column is a character.
-QString position(const QByteArray &text, const QJsonParseError &error)
+QString position(const QByteArray &text, QJsonParseError error)
 {
     // Qt has consumed the character that it objects to, but for these.
     const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
