@@ -16,12 +16,16 @@ install(TARGETS ostrel-system-qt5 EXPORT OstrelSystemQt5Targets
 )
 
 install(FILES
+    lib/Ostrel/control.h
     lib/Ostrel/debug_params.h
     lib/Ostrel/error.h
     lib/Ostrel/export.h
+    lib/Ostrel/task_invoker.h
     lib/Ostrel/window_management.h
+    lib/Ostrel/Control
     lib/Ostrel/DebugParams
     lib/Ostrel/Error
+    lib/Ostrel/TaskInvoker
     lib/Ostrel/WindowManagement
     DESTINATION "${_headers}/Ostrel"
     COMPONENT development

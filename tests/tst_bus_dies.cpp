@@ -5,6 +5,9 @@
 #include "simulator.h"
 #include "test_main.h"
 
+#include <Ostrel/Control>
+
+using Ostrel::Control;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
@@ -38,6 +41,10 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     QCOMPARE(outcomes.at(2).error.message(), QStringLiteral("Not connected to D-Bus server"));
     reportWindow();
     QCOMPARE(outcomes.size(), 3);
+    Control control;
+    QCOMPARE(control.start(QStringLiteral("a.b")).error.message(),
+             QStringLiteral("Not connected to D-Bus server"));
+    QCOMPARE(control.terminate(QStringLiteral("a.b")).code(), Error::Failed);
     for (int i = 0; i < 3; ++i) {
         QCOMPARE(outcomes.at(i).state, 255U);
         QCOMPARE(outcomes.at(i).error.code(), Error::Failed);

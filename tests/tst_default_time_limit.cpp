@@ -1,14 +1,37 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "outcomes.h"
 #include "simulator.h"
 #include "test_main.h"
 
-#include <QtCore/QElapsedTimer>
+#include "DBus/names_p.h"
 
+#include <Ostrel/Control>
+#include <Ostrel/WindowManagement>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QThread>
+#include <QtCore/QVector>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+using Ostrel::Control;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
+
+namespace
+{
+
+// What a call came to, and after how many milliseconds.
+struct Failure
+{
+    qint64 after = 0;
+    Error error;
+};
+
+} // namespace
 
 // The library sets no time limit of its own: the bus library's, 25 seconds, is the one that counts.
 class TestDefaultTimeLimit : public QObject
@@ -16,27 +39,61 @@ class TestDefaultTimeLimit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void silentServiceFailsWindowStatus();
+    void silentServiceFailsEveryCall();
 };
 
-void TestDefaultTimeLimit::silentServiceFailsWindowStatus()
+// All at once, each blocking call in a thread of its own: the test takes as long as the limit.
+void TestDefaultTimeLimit::silentServiceFailsEveryCall()
 {
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
     simulator.windowStatus().ignoreNext();
+    for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
+        simulator.faults(OSTREL_CONTROL_INTERFACE, method).ignoreNext();
+    }
 
+    QVector<Failure> failures(5);
     WindowManagement windows;
-    Outcomes outcomes;
     QElapsedTimer timer;
     timer.start();
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
-    QVERIFY(QTest::qWaitFor([&outcomes] { return outcomes.size() == 1; }, 3 * patience));
-    QVERIFY(timer.elapsed() > 20000);
-    QCOMPARE(outcomes.at(0).state, 255U);
-    QCOMPARE(outcomes.at(0).error.code(), Error::Failed);
-    QVERIFY2(outcomes.at(0).error.message().startsWith(QStringLiteral("Did not receive a reply.")),
-             qPrintable(outcomes.at(0).error.message()));
+    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this,
+                               [&](Ostrel::ApplicationState state, const Error &error) {
+                                   QCOMPARE(quint32(state), 255U);
+                                   failures[0] = {timer.elapsed(), error};
+                               });
+    const std::vector<std::function<Error(Control &)>> requests{
+        [](Control &control) { return control.start(QStringLiteral("a.b")).error; },
+        [](Control &control) { return control.startDebug(QStringLiteral("a.b"), {}).error; },
+        [](Control &control) { return control.terminate(QStringLiteral("a.b")); },
+        [](Control &control) {
+            QVector<Ostrel::RunningApplication> applications;
+            QVector<Ostrel::RunningService> services;
+            return control.getRunningApplications(applications, services);
+        },
+    };
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        Failure *const failure = &failures[int(i) + 1];
+        threads.emplace_back(QThread::create([&timer, failure, request = requests.at(i)] {
+            Control control;
+            const Error error = request(control);
+            *failure = {timer.elapsed(), error};
+        }));
+        threads.back()->start();
+    }
+    QVERIFY(QTest::qWaitFor([&failures] { return failures.at(0).after != 0; }, 3 * patience));
+    for (const auto &thread : threads) {
+        QVERIFY(thread->wait(patience));
+    }
+
+    for (const Failure &failure : qAsConst(failures)) {
+        QVERIFY(failure.after > 20000);
+        QVERIFY(failure.after < 30000);
+        QCOMPARE(failure.error.code(), Error::Failed);
+        QVERIFY2(failure.error.message().startsWith(QStringLiteral("Did not receive a reply.")),
+                 qPrintable(failure.error.message()));
+    }
 }
 
 OSTREL_TEST_MAIN(TestDefaultTimeLimit)

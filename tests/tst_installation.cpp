@@ -122,12 +122,16 @@ void TestInstallation::installsWhatAProgramNeeds()
     QStringList expected{
         QStringLiteral("bin/ostrelctl"),
         headers + QStringLiteral("DBus/types.h"),
+        headers + QStringLiteral("Ostrel/Control"),
         headers + QStringLiteral("Ostrel/DebugParams"),
         headers + QStringLiteral("Ostrel/Error"),
+        headers + QStringLiteral("Ostrel/TaskInvoker"),
         headers + QStringLiteral("Ostrel/WindowManagement"),
+        headers + QStringLiteral("Ostrel/control.h"),
         headers + QStringLiteral("Ostrel/debug_params.h"),
         headers + QStringLiteral("Ostrel/error.h"),
         headers + QStringLiteral("Ostrel/export.h"),
+        headers + QStringLiteral("Ostrel/task_invoker.h"),
         headers + QStringLiteral("Ostrel/window_management.h"),
         package + QStringLiteral("OstrelSystemQt5Config.cmake"),
         package + QStringLiteral("OstrelSystemQt5ConfigVersion.cmake"),
@@ -137,6 +141,9 @@ void TestInstallation::installsWhatAProgramNeeds()
         library + QStringLiteral("libostrel-system-qt5.so.1"),
         library + QStringLiteral("libostrel-system-qt5.so.1.0.0"),
         library + QStringLiteral("pkgconfig/ostrel-system-qt5.pc"),
+        QStringLiteral("share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml"),
+        QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_INTERFACE ".xml"),
+        QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml"),
     };
     expected.sort();

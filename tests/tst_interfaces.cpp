@@ -4,6 +4,7 @@
 #include "files.h"
 #include "outcomes.h"
 #include "simulator.h"
+#include "task_invokers.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -12,6 +13,8 @@
 #include <QtCore/QXmlStreamReader>
 
 #include <optional>
+
+using Ostrel::TaskInvoker;
 
 namespace
 {
@@ -29,12 +32,24 @@ struct Method
 
 using Methods = QMap<QString, Method>;
 
-// The methods of each interface that the XML describes.
-QMap<QString, Methods> interfacesIn(const QString &xml)
+struct Interface
 {
-    QMap<QString, Methods> interfaces;
+    Methods methods;
+    QMap<QString, QStringList> signalArguments;
+
+    bool operator==(const Interface &other) const
+    {
+        return methods == other.methods && signalArguments == other.signalArguments;
+    }
+};
+
+// The interfaces that the XML describes.
+QMap<QString, Interface> interfacesIn(const QString &xml)
+{
+    QMap<QString, Interface> interfaces;
     QString interface;
-    QString method;
+    QString method; // empty within a signal
+    QString signal;
     QXmlStreamReader reader(xml);
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement) {
@@ -48,9 +63,15 @@ QMap<QString, Methods> interfacesIn(const QString &xml)
             interfaces.insert(interface, {});
         } else if (reader.name() == QLatin1String("method")) {
             method = name;
-            interfaces[interface].insert(method, {});
+            interfaces[interface].methods.insert(method, {});
+        } else if (reader.name() == QLatin1String("signal")) {
+            method.clear();
+            signal = name;
+            interfaces[interface].signalArguments.insert(signal, {});
+        } else if (reader.name() == QLatin1String("arg") && method.isEmpty()) {
+            interfaces[interface].signalArguments[signal].append(name + QLatin1Char(':') + type);
         } else if (reader.name() == QLatin1String("arg")) {
-            Method &current = interfaces[interface][method];
+            Method &current = interfaces[interface].methods[method];
             const bool in = attributes.value(QLatin1String("direction")) == QLatin1String("in");
             (in ? current.in : current.out).append(name + QLatin1Char(':') + type);
             (in ? current.inSignature : current.outSignature) += type;
@@ -62,19 +83,35 @@ QMap<QString, Methods> interfacesIn(const QString &xml)
     return interfaces;
 }
 
-QMap<QString, Methods> interfacesInFile(const QString &interface)
+QMap<QString, Interface> interfacesInFile(const QString &interface)
 {
     return interfacesIn(readFile(QStringLiteral(INTERFACES_DIR "/%1.xml").arg(interface)));
 }
 
-// Some value of each basic type, in busctl's form.
-QStringList someValues(const QString &signature)
+// Some value of each type, in busctl's form. The string names a task that there is.
+QStringList someValues(QString signature)
 {
     QStringList values;
-    for (const QChar type : signature) {
-        values.append(type == QLatin1Char('s') ? QStringLiteral("w") : QStringLiteral("1"));
+    signature.replace(QStringLiteral("a{sv}"), QStringLiteral("m"));
+    for (const QChar type : qAsConst(signature)) {
+        values.append(type == QLatin1Char('s')       ? QStringLiteral("contacts")
+                          : type == QLatin1Char('m') ? QStringLiteral("0")
+                                                     : QStringLiteral("1"));
     }
     return values;
+}
+
+// The interfaces that the library speaks, where the service has them, for tables.
+void addInterfaces()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    QTest::newRow("TaskInvoker1") << QStringLiteral(OSTREL_TASK_INVOKER_PATH)
+                                  << QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE);
+    QTest::newRow("TaskInvokerSession1") << sessionPath(QStringLiteral("sync"))
+                                         << QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    QTest::newRow("WindowManagement1") << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH)
+                                       << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
 }
 
 } // namespace
@@ -87,12 +124,15 @@ class TestInterfaces : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void init();
 
     void simulatorExportsThem_data();
     void simulatorExportsThem();
+    void simulatorAnswersByThem_data();
     void simulatorAnswersByThem();
     void simulatorHasEveryMethodOfTheDesk();
     void librarySendsByThem();
+    void propertiesAreOfTheirTypes();
 
 private:
     Result busctl(const QStringList &arguments) const;
@@ -108,6 +148,14 @@ void TestInterfaces::initTestCase()
     m_simulator->start();
 }
 
+// There is a session to look at.
+void TestInterfaces::init()
+{
+    m_simulator->reset();
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+}
+
 Result TestInterfaces::busctl(const QStringList &arguments) const
 {
     return run(QStringLiteral("busctl"),
@@ -116,10 +164,9 @@ Result TestInterfaces::busctl(const QStringList &arguments) const
 
 void TestInterfaces::simulatorExportsThem_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("interface");
-    QTest::newRow("WindowManagement1") << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH)
-                                       << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
+    addInterfaces();
+    QTest::newRow("Control1") << QStringLiteral(OSTREL_CONTROL_PATH)
+                              << QStringLiteral(OSTREL_CONTROL_INTERFACE);
     QTest::newRow("Simulator1") << QStringLiteral(OSTREL_SIMULATOR_PATH)
                                 << QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
 }
@@ -130,7 +177,7 @@ void TestInterfaces::simulatorExportsThem()
     QFETCH(QString, interface);
     const auto described = interfacesInFile(interface);
     QCOMPARE(described.keys(), QStringList(interface));
-    QVERIFY(!described.value(interface).isEmpty());
+    QVERIFY(!described.value(interface).methods.isEmpty());
 
     const Result exported = busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
                                     QStringLiteral(OSTREL_SERVICE_NAME), path});
@@ -140,23 +187,28 @@ void TestInterfaces::simulatorExportsThem()
     // It can be found from the service's own path on.
     const Result parent =
         busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
-                QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SERVICE_PATH)});
+                QStringLiteral(OSTREL_SERVICE_NAME), path.section(QLatin1Char('/'), 0, -2)});
     QVERIFY(parent.output.contains(
         QStringLiteral("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
 }
 
+void TestInterfaces::simulatorAnswersByThem_data()
+{
+    addInterfaces();
+}
+
 void TestInterfaces::simulatorAnswersByThem()
 {
-    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
-    const Methods methods = interfacesInFile(interface).value(interface);
+    QFETCH(QString, path);
+    QFETCH(QString, interface);
+    const Methods methods = interfacesInFile(interface).value(interface).methods;
     for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
         const Result answer =
-            busctl(QStringList{QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
-                               QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH), interface,
-                               method.key(), method->inSignature}
+            busctl(QStringList{QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME), path,
+                               interface, method.key(), method->inSignature}
                    + someValues(method->inSignature));
         QVERIFY2(answer.exitStatus == 0, qPrintable(answer.errors));
-        QCOMPARE(answer.output.section(QLatin1Char(' '), 0, 0), method->outSignature);
+        QCOMPARE(answer.output.section(QLatin1Char(' '), 0, 0).trimmed(), method->outSignature);
     }
 }
 
@@ -165,8 +217,8 @@ void TestInterfaces::simulatorAnswersByThem()
 void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
 {
     const QString interface = QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
-    const Methods methods = interfacesInFile(interface).value(interface);
-    QCOMPARE(methods.size(), 13);
+    const Methods methods = interfacesInFile(interface).value(interface).methods;
+    QCOMPARE(methods.size(), 19);
     for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
         const QDBusMessage wrong = m_simulator->desk(method.key(), {true});
         QCOMPARE(
@@ -175,7 +227,6 @@ void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
         if (method->inSignature.isEmpty()) {
             QCOMPARE(m_simulator->desk(method.key()).signature(), method->outSignature);
         } else {
-            QVERIFY(method->inSignature.startsWith(QLatin1String("ss")));
             QVERIFY(method->out.isEmpty());
         }
     }
@@ -183,20 +234,52 @@ void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
 
 void TestInterfaces::librarySendsByThem()
 {
-    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
-    const Methods methods = interfacesInFile(interface).value(interface);
     m_simulator->reset();
     reportWindow();
+    Events events;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    invoker.start(QStringLiteral("contacts"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("contacts"), events.stopped());
+    QVERIFY(events.waitFor(2));
     const QVector<Call> calls = m_simulator->calls();
 
-    QStringList sent;
+    QMap<QString, QStringList> sent;
     for (const Call &call : calls) {
-        QCOMPARE(call.interface, interface);
+        const Methods methods = interfacesInFile(call.interface).value(call.interface).methods;
         QCOMPARE(call.signature, methods.value(call.member).inSignature);
-        sent.append(call.member);
+        sent[call.interface].append(call.member);
     }
     // Every method that is described has its place in the library.
-    QCOMPARE(sent, QStringList(methods.keys()));
+    for (const QString &interface : {QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
+                                     QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
+                                     QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE)}) {
+        QCOMPARE(sent.value(interface),
+                 QStringList(interfacesInFile(interface).value(interface).methods.keys()));
+    }
+}
+
+void TestInterfaces::propertiesAreOfTheirTypes()
+{
+    const QString xml =
+        readFile(QStringLiteral(INTERFACES_DIR "/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"));
+    int properties = 0;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement
+            && reader.name() == QLatin1String("property")) {
+            const QXmlStreamAttributes attributes = reader.attributes();
+            const Result read =
+                busctl({QStringLiteral("get-property"), QStringLiteral(OSTREL_SERVICE_NAME),
+                        sessionPath(QStringLiteral("sync")),
+                        QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
+                        attributes.value(QLatin1String("name")).toString()});
+            QCOMPARE(read.output.section(QLatin1Char(' '), 0, 0),
+                     attributes.value(QLatin1String("type")).toString());
+            QCOMPARE(attributes.value(QLatin1String("access")).toString(), QStringLiteral("read"));
+            ++properties;
+        }
+    }
+    QCOMPARE(properties, 2);
 }
 
 OSTREL_TEST_MAIN(TestInterfaces)

@@ -27,6 +27,13 @@ void TestNames::areSpelledLikeThis()
     QCOMPARE(QStringLiteral(OSTREL_ERROR_PREFIX), service + QStringLiteral(".Error."));
     QCOMPARE(QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX),
              QStringLiteral("org.freedesktop.DBus.Error."));
+    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_PATH), path + QStringLiteral("/TaskInvoker1"));
+    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
+             service + QStringLiteral(".TaskInvoker1"));
+    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH),
+             path + QStringLiteral("/TaskInvokerSessions/"));
+    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
+             service + QStringLiteral(".TaskInvokerSession1"));
     QCOMPARE(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
              path + QStringLiteral("/WindowManagement1"));
     QCOMPARE(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),

@@ -5,10 +5,13 @@
 #include "test_main.h"
 #include "warnings.h"
 
+#include <Ostrel/Control>
+
 #include <QtCore/QSemaphore>
 #include <QtCore/QThread>
 
 using Ostrel::ApplicationState;
+using Ostrel::Control;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
@@ -18,10 +21,44 @@ class TestNoBus : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void applicationControlFailsAtOnce();
     void windowStatusFails();
     void windowStatusFailsInAnotherThread();
     void contextEndsFirst();
 };
+
+void TestNoBus::applicationControlFailsAtOnce()
+{
+    const Warnings warnings;
+    Control control;
+    const QString message = QStringLiteral("Not connected to D-Bus server");
+
+    const Control::StartResult started = control.start(QStringLiteral("a.b"));
+    QCOMPARE(started.error.code(), Error::Failed);
+    QCOMPARE(started.error.message(), message);
+    QVERIFY(started.appInstanceId.isEmpty());
+    QVERIFY(started.details.isEmpty());
+
+    const Control::StartResult debugged =
+        control.startDebug(QStringLiteral("a.b"), Ostrel::DebugParams());
+    QCOMPARE(debugged.error.code(), Error::Failed);
+    QCOMPARE(debugged.error.message(), message);
+
+    const Error terminated = control.terminate(QStringLiteral("a.b"));
+    QCOMPARE(terminated.code(), Error::Failed);
+    QCOMPARE(terminated.message(), message);
+
+    QVector<Ostrel::RunningApplication> applications(2, Ostrel::RunningApplication{});
+    QVector<Ostrel::RunningService> services(1, Ostrel::RunningService{});
+    const Error listed = control.getRunningApplications(applications, services);
+    QCOMPARE(listed.code(), Error::Failed);
+    QCOMPARE(listed.message(), message);
+    QCOMPARE(applications.size(), 2);
+    QCOMPARE(services.size(), 1);
+
+    QCOMPARE(Control::instance(), Control::instance());
+    QCOMPARE(warnings.texts(), QStringList());
+}
 
 void TestNoBus::windowStatusFails()
 {

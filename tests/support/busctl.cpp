@@ -8,6 +8,12 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
+QStringList wordsOf(const QString &value)
+{
+    return value.split(QLatin1Char(' '), Qt::SkipEmptyParts)
+        .replaceInStrings(QStringLiteral("''"), QString());
+}
+
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)
 {
     const Result result = run(QStringLiteral("busctl"),
@@ -38,12 +44,21 @@ void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QSt
                      value);
 }
 
+void busctlEmitSignal(const PrivateBus &bus, const char *path, const char *interface,
+                      const QString &member, const QStringList &values)
+{
+    QStringList words{QStringLiteral("ossav"), QString::fromLatin1(path),
+                      QString::fromLatin1(interface), member, QString::number(values.size())};
+    for (const QString &value : values) {
+        words += wordsOf(value);
+    }
+    busctlDesk(bus, QStringLiteral("Emit"), words);
+}
+
 QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value)
 {
-    QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    words.replaceInStrings(QStringLiteral("''"), QString());
     busctlAnswerNext(bus, QLatin1Char('(') + signature + QStringLiteral("s)"),
-                     words + QStringList(QStringLiteral("marker")));
+                     wordsOf(value) + QStringList(QStringLiteral("marker")));
     const QDBusMessage reply = QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
                                        QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),

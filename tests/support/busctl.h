@@ -8,6 +8,9 @@
 
 #include <QtDBus/QDBusArgument>
 
+// A value in busctl's form as words for its command line; '' is an empty string.
+QStringList wordsOf(const QString &value);
+
 // Calls a method of the fault desk with busctl, which shares no code with Qt. The arguments are the
 // signature and the values in busctl's form; the result is busctl's one line of JSON.
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments = {});
@@ -18,6 +21,11 @@ void busctlAnswerNext(const PrivateBus &bus, const char *interface, const char *
 
 // The same for "UpdateWindowStatus".
 void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value);
+
+// Has the service send a signal with these values, each a signature and what it holds in busctl's
+// form, with '' for an empty string: "a{sv} 1 key i 3".
+void busctlEmitSignal(const PrivateBus &bus, const char *path, const char *interface,
+                      const QString &member, const QStringList &values);
 
 // The argument that arrives when busctl has the simulator send a value, given in busctl's form with
 // '' for an empty string: a structure of the value and the string "marker".

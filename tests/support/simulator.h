@@ -7,6 +7,8 @@
 #include "method_faults.h"
 #include "private_bus.h"
 
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QVariantList>
 #include <QtCore/QVector>
 #include <QtDBus/QDBusConnection>
@@ -28,7 +30,8 @@ struct Call
 class Simulator
 {
 public:
-    explicit Simulator(const PrivateBus &bus);
+    // options: what the process is started with besides the bus.
+    explicit Simulator(const PrivateBus &bus, const QStringList &options = {});
     ~Simulator();
 
     // Starts the process, and returns when it is ready.
@@ -45,6 +48,10 @@ public:
     // Calls a method of the fault desk and returns the answer, whatever it is.
     QDBusMessage desk(const QString &method, const QVariantList &arguments = {}) const;
 
+    // Has the service send a signal, and returns when it has been sent.
+    void emitSignal(const char *path, const char *interface, const QString &member,
+                    const QVariantList &arguments) const;
+
     // The faults of a method, named by its interface's constant and its own name.
     MethodFaults faults(const char *interface, const char *method) const;
 
@@ -56,6 +63,9 @@ public:
 
 private:
     QString m_address;
+    QStringList m_options;
+    // Where the process has its temporary files: it may be killed.
+    QTemporaryDir m_folder;
     std::unique_ptr<Process> m_process;
     QDBusConnection m_connection;
 };

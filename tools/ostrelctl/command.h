@@ -22,6 +22,13 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
+Command debugCommand();
+Command psCommand();
+Command startCommand();
+Command taskCommand();
+Command terminateCommand();
+Command watchCommand();
+Command whichCommand();
 Command windowCommand();
 
 #endif

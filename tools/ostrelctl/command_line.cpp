@@ -11,32 +11,6 @@
 #include <cstdio>
 #include <limits>
 
-namespace
-{
-
-// The parser takes whatever begins with a dash for an option, a negative number too. What is not an
-// option goes behind a "--", where the parser takes everything as it is.
-QStringList optionsFirst(const QStringList &arguments)
-{
-    static const QRegularExpression negativeNumber(QStringLiteral("\\A-[0-9]"));
-    QStringList options;
-    QStringList rest;
-    bool onlyRest = false;
-    for (const QString &argument : arguments) {
-        if (!onlyRest && argument == QLatin1String("--")) {
-            onlyRest = true;
-        } else if (!onlyRest && argument.size() > 1 && argument.startsWith(QLatin1Char('-'))
-                   && !negativeNumber.match(argument).hasMatch()) {
-            options.append(argument);
-        } else {
-            rest.append(argument);
-        }
-    }
-    return options + QStringList(QStringLiteral("--")) + rest;
-}
-
-} // namespace
-
 CommandLine::CommandLine(const QString &command, const QString &description)
     : m_command(command)
 {
@@ -48,6 +22,18 @@ CommandLine::CommandLine(const QString &command, const QString &description)
 void CommandLine::addFlag(const QString &name, const QString &description)
 {
     m_parser.addOption({name, description});
+}
+
+void CommandLine::addJsonFlag()
+{
+    addFlag(QStringLiteral("json"), QStringLiteral("Print the result as one JSON document."));
+}
+
+void CommandLine::addOption(const QString &name, const QString &valueName,
+                            const QString &description)
+{
+    m_parser.addOption({name, description, valueName});
+    m_optionsWithValue.append(QStringLiteral("--") + name);
 }
 
 void CommandLine::addPositional(const QString &name, const QString &description)
@@ -66,9 +52,14 @@ std::optional<int> CommandLine::parse(const QStringList &arguments)
     }
     if (isSet(QStringLiteral("help"))) {
         // The options belong to the command, so they stand behind it.
-        QTextStream(stdout) << m_parser.helpText().replace(
-            QStringLiteral("[options] %1").arg(m_command),
-            QStringLiteral("%1 [options]").arg(m_command));
+        QString help = m_parser.helpText();
+        if (m_positionals.isEmpty()) {
+            help.replace(help.indexOf(QLatin1String("[options]")), 0, m_command + QLatin1Char(' '));
+        } else {
+            help.replace(QStringLiteral("[options] %1").arg(m_command),
+                         QStringLiteral("%1 [options]").arg(m_command));
+        }
+        QTextStream(stdout) << help;
         return Success;
     }
     const QStringList given = m_parser.positionalArguments();
@@ -82,6 +73,11 @@ std::optional<int> CommandLine::parse(const QStringList &arguments)
         return BadUsage;
     }
     return std::nullopt;
+}
+
+bool CommandLine::wantsJson() const
+{
+    return isSet(QStringLiteral("json"));
 }
 
 std::optional<int> CommandLine::number(int index) const
@@ -99,8 +95,47 @@ std::optional<int> CommandLine::number(int index) const
     return number;
 }
 
+std::optional<QStringList> CommandLine::assignments(const QString &option) const
+{
+    const QStringList all = values(option);
+    for (const QString &each : all) {
+        if (each.indexOf(QLatin1Char('=')) < 1) {
+            tellMistake(QStringLiteral("--%1 takes NAME=VALUE, not \"%2\"").arg(option, each));
+            return std::nullopt;
+        }
+    }
+    return all;
+}
+
 void CommandLine::tellMistake(const QString &mistake) const
 {
     QTextStream(stderr) << "ostrelctl " << m_command << ": " << mistake << "\nTry 'ostrelctl "
                         << m_command << " --help'.\n";
+}
+
+// The parser takes whatever begins with a dash for an option, a negative number too. What is not an
+// option goes behind a "--", where the parser takes everything as it is.
+QStringList CommandLine::optionsFirst(const QStringList &arguments) const
+{
+    static const QRegularExpression negativeNumber(QStringLiteral("\\A-[0-9]"));
+    QStringList options;
+    QStringList rest;
+    bool onlyRest = false;
+    bool isValue = false;
+    for (const QString &argument : arguments) {
+        if (isValue) {
+            options.append(argument);
+            isValue = false;
+        } else if (!onlyRest && argument == QLatin1String("--")) {
+            onlyRest = true;
+        } else if (!onlyRest && argument.size() > 1 && argument.startsWith(QLatin1Char('-'))
+                   && !negativeNumber.match(argument).hasMatch()) {
+            options.append(argument);
+            isValue = m_optionsWithValue.contains(argument);
+        } else {
+            rest.append(argument);
+        }
+    }
+    // A value that is missing at the end is for the parser to miss.
+    return isValue ? rest + options : options + QStringList(QStringLiteral("--")) + rest;
 }

@@ -16,8 +16,14 @@ class CommandLine
 public:
     CommandLine(const QString &command, const QString &description);
 
-    // Options take no value. One that is not known is bad usage.
+    // An option without a value. One that is not known is bad usage.
     void addFlag(const QString &name, const QString &description);
+
+    // The flag of all commands: the result as JSON.
+    void addJsonFlag();
+
+    // An option with a value, which may be given several times.
+    void addOption(const QString &name, const QString &valueName, const QString &description);
 
     // The positional arguments are all required, and come in this order.
     void addPositional(const QString &name, const QString &description);
@@ -26,16 +32,31 @@ public:
     // asked for and printed, or the usage is bad and the mistake was told.
     std::optional<int> parse(const QStringList &arguments);
 
-    bool isSet(const QString &flag) const { return m_parser.isSet(flag); }
+    bool isSet(const QString &option) const { return m_parser.isSet(option); }
+    bool wantsJson() const;
+
+    // The values of an option, in the order in which they were given.
+    QStringList values(const QString &option) const { return m_parser.values(option); }
+
+    // The value of an option that counts once: the last one given; empty if there is none.
+    QString value(const QString &option) const { return m_parser.value(option); }
+
     QString positional(int index) const { return m_parser.positionalArguments().at(index); }
 
     // A positional argument as a number; without one, the mistake was told.
     std::optional<int> number(int index) const;
 
-private:
+    // The values of an option, each of the form NAME=VALUE; if one is not, the mistake was told.
+    std::optional<QStringList> assignments(const QString &option) const;
+
+    // Says what is wrong with the arguments, and where help is.
     void tellMistake(const QString &mistake) const;
 
+private:
+    QStringList optionsFirst(const QStringList &arguments) const;
+
     QString m_command;
+    QStringList m_optionsWithValue;
     QStringList m_positionals;
     QCommandLineParser m_parser;
 };

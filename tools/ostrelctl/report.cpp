@@ -3,6 +3,10 @@
 
 #include "report.h"
 
+#include "advice.h"
+#include "command.h"
+#include "text.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 
@@ -39,28 +43,16 @@ QString nameOf(Ostrel::Error::Code code)
     return QString::number(code);
 }
 
-// The text on one line, and without power over the terminal.
-QString onOneLine(const QString &text)
-{
-    QString line;
-    for (const QChar character : text) {
-        if (character == QLatin1Char('\n')) {
-            line += QLatin1String("\\n");
-        } else if (character.category() == QChar::Other_Control) {
-            line += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
-        } else {
-            line += character;
-        }
-    }
-    return line;
-}
-
 } // namespace
 
-void reportError(const Ostrel::Error &error)
+void reportError(const Ostrel::Error &error, QDBusConnection::BusType bus)
 {
-    QTextStream(stderr) << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message())
-                        << '\n';
+    QTextStream err(stderr);
+    err << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message()) << Qt::endl;
+    const QString advice = adviceOn(error, bus);
+    if (!advice.isNull()) {
+        err << "hint: " << advice << '\n';
+    }
 }
 
 QJsonObject toJson(const Ostrel::Error &error)
@@ -78,4 +70,22 @@ void printLine(const QString &line)
 void printJson(const QJsonObject &document)
 {
     printLine(QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact)));
+}
+
+int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result, const QString &text,
+             QDBusConnection::BusType bus)
+{
+    if (asJson) {
+        if (error) {
+            result.insert(QStringLiteral("error"), toJson(error));
+        }
+        printJson(result);
+    } else if (!text.isNull()) {
+        printLine(text);
+    }
+    if (error) {
+        reportError(error, bus);
+        return OperationFailed;
+    }
+    return Success;
 }

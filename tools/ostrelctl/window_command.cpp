@@ -12,24 +12,6 @@
 namespace
 {
 
-int report(Ostrel::ApplicationState state, const Ostrel::Error &error, bool json)
-{
-    if (json) {
-        QJsonObject result{{QStringLiteral("state"), static_cast<qint64>(state)}};
-        if (error) {
-            result.insert(QStringLiteral("error"), toJson(error));
-        }
-        printJson(result);
-    } else {
-        printLine(QString::number(state));
-    }
-    if (error) {
-        reportError(error);
-        return OperationFailed;
-    }
-    return Success;
-}
-
 int run(const QStringList &arguments)
 {
     CommandLine line(
@@ -37,7 +19,7 @@ int run(const QStringList &arguments)
         QStringLiteral(
             "Reports the status of a window to the lifecycle service, and prints the state\n"
             "that the service assigns to the application: 255 together with an error."));
-    line.addFlag(QStringLiteral("json"), QStringLiteral("Print the result as one JSON document."));
+    line.addJsonFlag();
     line.addPositional(QStringLiteral("WINDOW"), QStringLiteral("Names the window."));
     line.addPositional(QStringLiteral("STATUS"), QStringLiteral("The window's status, a number."));
     line.addPositional(QStringLiteral("ARG1"), QStringLiteral("A further number."));
@@ -55,11 +37,14 @@ int run(const QStringList &arguments)
     Ostrel::WindowManagement windows;
     // Until the event loop has run once, a bus that goes away is not noticed.
     QCoreApplication::processEvents();
-    const bool json = line.isSet(QStringLiteral("json"));
-    windows.updateWindowStatus(line.positional(0), *status, *arg1, *arg2, &windows,
-                               [json](Ostrel::ApplicationState state, const Ostrel::Error &error) {
-                                   QCoreApplication::exit(report(state, error, json));
-                               });
+    const bool json = line.wantsJson();
+    windows.updateWindowStatus(
+        line.positional(0), *status, *arg1, *arg2, &windows,
+        [json](Ostrel::ApplicationState state, const Ostrel::Error &error) {
+            QCoreApplication::exit(conclude(error, json,
+                                            {{QStringLiteral("state"), static_cast<qint64>(state)}},
+                                            QString::number(state)));
+        });
     return QCoreApplication::exec();
 }
 

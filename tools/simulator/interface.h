@@ -6,7 +6,10 @@
 
 #include "interface_description.h"
 
+#include <QtCore/QVariantMap>
 #include <QtDBus/QDBusMessage>
+
+#include <functional>
 
 // One interface at one object path of the service.
 class Interface
@@ -18,16 +21,24 @@ public:
     QString path() const { return m_path; }
     const InterfaceDescription &description() const { return m_description; }
 
+    // Takes the answer of a call: a reply or an error.
+    using Answer = std::function<void(const QDBusMessage &answer)>;
+
     // Carries out a call of a method that the description has, with the arguments that it names,
-    // and returns the answer: a reply or an error. An invalid message says that the answer will be
-    // sent later.
-    virtual QDBusMessage answer(const QDBusMessage &call) = 0;
+    // and gives the answer, at once or later, and never after a reset.
+    virtual void handle(const QDBusMessage &call, const Answer &answer) = 0;
+
+    // The properties with their present values; all can only be read.
+    virtual QVariantMap properties() const { return {}; }
 
     // Whether calls are logged and subject to faults.
     virtual bool isSimulated() const { return true; }
 
     // Forgets everything that calls have left behind.
     virtual void reset() { }
+
+    // False for an object that a call has made: it goes when the service is reset.
+    virtual bool outlastsReset() const { return true; }
 
 private:
     Q_DISABLE_COPY(Interface)

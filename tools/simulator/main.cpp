@@ -1,10 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "catalogue.h"
+#include "children.h"
+#include "control1.h"
 #include "options.h"
 #include "print.h"
+#include "root_fs.h"
 #include "service.h"
 #include "simulator1.h"
+#include "task_invoker1.h"
 #include "termination.h"
 #include "window_management1.h"
 
@@ -18,6 +23,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <variant>
 
 namespace
 {
@@ -29,6 +35,8 @@ QDBusConnection connectTo(const Options &options)
     case Options::Bus::System:
         return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
     case Options::Bus::Address:
+        // The programs that are run find the service on the bus that they take for theirs.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", options.address.toLocal8Bit());
         return QDBusConnection::connectToBus(options.address, name);
     case Options::Bus::Session:
         break;
@@ -62,7 +70,8 @@ public Q_SLOTS:
     }
 };
 
-int serve(QDBusConnection bus, const QString &busLabel)
+int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalogue,
+          Children &children)
 {
     const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
 
@@ -76,8 +85,12 @@ int serve(QDBusConnection bus, const QString &busLabel)
 
     Service service(bus);
     auto windowManagement = std::make_unique<WindowManagement1>();
-    auto desk = std::make_unique<Simulator1>(service, *windowManagement);
+    auto control = std::make_unique<Control1>(service, catalogue, children);
+    auto desk = std::make_unique<Simulator1>(
+        service, Simulator1::Parts{*windowManagement, *control, children});
+    service.add(std::move(control));
     service.add(std::move(windowManagement));
+    service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
     service.add(std::move(desk));
 
     // The name comes last: who sees it owned finds everything in place.
@@ -117,6 +130,18 @@ int main(int argc, char **argv)
     }
     const auto &options = std::get<Options>(parsed);
 
+    const auto catalogue = readCatalogue(options.catalogue);
+    if (const QString *mistake = std::get_if<QString>(&catalogue)) {
+        print(stderr, *mistake);
+        return EXIT_FAILURE;
+    }
+    RootFs rootFs;
+    const QString mistake = rootFs.make(options.rootFs);
+    if (!mistake.isEmpty()) {
+        print(stderr, mistake);
+        return EXIT_FAILURE;
+    }
+
     const QDBusConnection bus = connectTo(options);
     if (!bus.isConnected()) {
         print(stderr,
@@ -126,7 +151,8 @@ int main(int argc, char **argv)
     }
     // A blocking call on a bus that goes away before the first pass would never end.
     QCoreApplication::processEvents();
-    return serve(bus, label(options));
+    Children children(rootFs, options.killAfter);
+    return serve(bus, label(options), std::get<Catalogue>(catalogue), children);
 }
 
 #include "main.moc"

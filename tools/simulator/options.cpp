@@ -32,6 +32,9 @@ std::variant<Options, int> parseOptions(const QStringList &arguments)
     const QString session = QStringLiteral("session");
     const QString system = QStringLiteral("system");
     const QString address = QStringLiteral("address");
+    const QString catalogue = QStringLiteral("catalogue");
+    const QString killAfter = QStringLiteral("kill-after");
+    const QString rootFs = QStringLiteral("rootfs");
     const QString help = QStringLiteral("help");
     const QString version = QStringLiteral("version");
 
@@ -47,6 +50,18 @@ std::variant<Options, int> parseOptions(const QStringList &arguments)
         {session, QStringLiteral("Serve on the session bus (the default).")},
         {system, QStringLiteral("Serve on the system bus.")},
         {address, QStringLiteral("Serve on the bus at this address."), address},
+        {catalogue,
+         QStringLiteral("Run the applications of this JSON file instead of a few that come with "
+                        "the program."),
+         QStringLiteral("file")},
+        {killAfter,
+         QStringLiteral("Kill a program that does not end within this time when it is asked to "
+                        "(the default: 2000)."),
+         QStringLiteral("milliseconds")},
+        {rootFs,
+         QStringLiteral("Keep the control groups of the programs in this folder, as "
+                        "proc/PID/cgroup, instead of a temporary one."),
+         QStringLiteral("folder")},
     });
     if (!parser.parse(arguments)) {
         return tellMistake(parser.errorText());
@@ -68,8 +83,28 @@ std::variant<Options, int> parseOptions(const QStringList &arguments)
         return tellMistake(QStringLiteral("--session, --system and --address exclude one another"));
     }
 
-    if (parser.isSet(address)) {
-        return Options{Options::Bus::Address, parser.value(address)};
+    Options options;
+    options.catalogue = parser.value(catalogue);
+    options.rootFs = parser.value(rootFs);
+    for (const QString &option : {catalogue, rootFs}) {
+        if (parser.isSet(option) && parser.value(option).isEmpty()) {
+            return tellMistake(QStringLiteral("--%1 takes a name, not an empty one").arg(option));
+        }
     }
-    return Options{parser.isSet(system) ? Options::Bus::System : Options::Bus::Session, QString()};
+    if (parser.isSet(killAfter)) {
+        bool isNumber = false;
+        const int milliseconds = parser.value(killAfter).toInt(&isNumber);
+        if (!isNumber || milliseconds < 0) {
+            return tellMistake(QStringLiteral("--kill-after takes milliseconds, not \"%1\"")
+                                   .arg(parser.value(killAfter)));
+        }
+        options.killAfter = std::chrono::milliseconds(milliseconds);
+    }
+    if (parser.isSet(address)) {
+        options.bus = Options::Bus::Address;
+        options.address = parser.value(address);
+    } else if (parser.isSet(system)) {
+        options.bus = Options::Bus::System;
+    }
+    return options;
 }

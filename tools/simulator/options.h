@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <chrono>
 #include <variant>
 
 // What the command line asks for.
@@ -20,6 +21,9 @@ struct Options
 
     Bus bus = Bus::Session;
     QString address;
+    QString catalogue;
+    QString rootFs;
+    std::chrono::milliseconds killAfter{2000};
 };
 
 // Reads the command line. The result is an exit status if there is nothing more to do: help or the

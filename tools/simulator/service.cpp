@@ -3,6 +3,8 @@
 
 #include "service.h"
 
+#include "properties.h"
+
 #include "DBus/names_p.h"
 
 #include <QtDBus/QDBusError>
@@ -19,13 +21,20 @@ void Service::add(std::unique_ptr<Interface> interface)
     m_interfaces.push_back(std::move(interface));
 }
 
+void Service::expect(const InterfaceDescription &description)
+{
+    m_expected.push_back(description);
+}
+
 bool Service::knows(const Method &method) const
 {
-    return std::any_of(
-        m_interfaces.cbegin(), m_interfaces.cend(), [&method](const auto &interface) {
-            return interface->isSimulated() && interface->description().name() == method.first
-                && interface->description().hasMethod(method.second);
-        });
+    const auto has = [&method](const InterfaceDescription &description) {
+        return description.name() == method.first && description.hasMethod(method.second);
+    };
+    return std::any_of(m_expected.cbegin(), m_expected.cend(), has)
+        || std::any_of(m_interfaces.cbegin(), m_interfaces.cend(), [&has](const auto &interface) {
+               return interface->isSimulated() && has(interface->description());
+           });
 }
 
 void Service::arrange(const Method &method, const Fault &fault, uint calls)
@@ -46,6 +55,10 @@ void Service::reset()
 {
     m_faults.clear();
     m_log.clear();
+    m_interfaces.erase(
+        std::remove_if(m_interfaces.begin(), m_interfaces.end(),
+                       [](const auto &interface) { return !interface->outlastsReset(); }),
+        m_interfaces.end());
     for (const auto &interface : m_interfaces) {
         interface->reset();
     }
@@ -60,6 +73,11 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
         Q_EMIT called();
     }
     if (interface == nullptr) {
+        if (message.interface() == QLatin1String("org.freedesktop.DBus.Properties")
+            && hasObject(message.path())) {
+            send(message, answerProperties(message, interfacesAt(message.path())));
+            return true;
+        }
         if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))
             && hasObject(message.path())) {
             return false; // QtDBus answers "Introspect" and its like
@@ -82,7 +100,8 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
         }
         fault(message, *interface);
     } else {
-        send(message, interface->answer(message));
+        interface->handle(message,
+                          [this, message](const QDBusMessage &answer) { send(message, answer); });
     }
     return true;
 }
@@ -90,13 +109,17 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
 QString Service::introspect(const QString &path) const
 {
     QString xml;
+    QStringList children;
     for (const auto &interface : m_interfaces) {
         if (interface->path() == path) {
             xml += interface->description().xml();
         } else if (interface->path().startsWith(path + QLatin1Char('/'))) {
-            xml += QStringLiteral("  <node name=\"%1\"/>\n")
-                       .arg(interface->path().mid(path.size() + 1));
+            children.append(interface->path().mid(path.size() + 1).section(QLatin1Char('/'), 0, 0));
         }
+    }
+    children.removeDuplicates();
+    for (const QString &child : qAsConst(children)) {
+        xml += QStringLiteral("  <node name=\"%1\"/>\n").arg(child);
     }
     return xml;
 }
@@ -147,7 +170,18 @@ QDBusMessage Service::refuseMethod(const QDBusMessage &call,
 
 bool Service::hasObject(const QString &path) const
 {
-    return path == QLatin1String(OSTREL_SERVICE_PATH)
-        || std::any_of(m_interfaces.cbegin(), m_interfaces.cend(),
-                       [&path](const auto &interface) { return interface->path() == path; });
+    return std::any_of(m_interfaces.cbegin(), m_interfaces.cend(), [&path](const auto &interface) {
+        return interface->path() == path || interface->path().startsWith(path + QLatin1Char('/'));
+    });
+}
+
+QVector<const Interface *> Service::interfacesAt(const QString &path) const
+{
+    QVector<const Interface *> interfaces;
+    for (const auto &interface : m_interfaces) {
+        if (interface->path() == path) {
+            interfaces.append(interface.get());
+        }
+    }
+    return interfaces;
 }

@@ -17,7 +17,8 @@
 #include <vector>
 
 // The tree of objects below the service path: takes each call as it stands on the bus, refuses what
-// no interface has, logs it, and lets an arranged fault or the interface answer it.
+// no interface has, logs it, and lets an arranged fault or the interface answer it. Properties are
+// read here as well.
 class Service : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -30,7 +31,11 @@ public:
 
     void add(std::unique_ptr<Interface> interface);
 
-    // True when a simulated interface has this method.
+    // Announces an interface of objects that are added later. Faults of its methods can be arranged
+    // from now on.
+    void expect(const InterfaceDescription &description);
+
+    // True when a simulated interface, there already or expected, has this method.
     bool knows(const Method &method) const;
 
     // Adds a fault for so many calls, behind those that the method's next calls will meet already.
@@ -38,6 +43,9 @@ public:
 
     // Sends what the interface, or a fault, made of a call.
     void send(const QDBusMessage &call, const QDBusMessage &answer);
+
+    // Sends a signal. What is sent before and after it arrives before and after it.
+    bool sendSignal(const QDBusMessage &signal) { return m_connection.send(signal); }
 
     CallLog &log() { return m_log; }
 
@@ -63,9 +71,11 @@ private:
     static QDBusMessage refuseMethod(const QDBusMessage &call,
                                      const InterfaceDescription &description);
     bool hasObject(const QString &path) const;
+    QVector<const Interface *> interfacesAt(const QString &path) const;
 
     QDBusConnection m_connection;
     std::vector<std::unique_ptr<Interface>> m_interfaces;
+    std::vector<InterfaceDescription> m_expected;
     QHash<Method, QQueue<Arranged>> m_faults;
     CallLog m_log;
 };

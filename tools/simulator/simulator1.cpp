@@ -3,12 +3,13 @@
 
 #include "simulator1.h"
 
+#include "signal_sender.h"
+#include "values.h"
+
 #include "DBus/names_p.h"
 
-#include <QtCore/QRegularExpression>
 #include <QtCore/QTimer>
 #include <QtDBus/QDBusError>
-#include <QtDBus/QDBusVariant>
 
 #include <algorithm>
 #include <chrono>
@@ -24,12 +25,9 @@ Method methodOf(const QDBusMessage &call)
     return {call.arguments().at(0).toString(), call.arguments().at(1).toString()};
 }
 
-bool isErrorName(const QString &name)
-{
-    static const QRegularExpression elements(
-        QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*(\\.[A-Za-z_][A-Za-z0-9_]*)+\\z"));
-    return name.size() <= 255 && elements.match(name).hasMatch();
-}
+// More would not fit into a message, or into memory.
+constexpr uint mostRecords = 100000;
+constexpr uint mostSignals = 1000000;
 
 QDBusMessage refuse(const QDBusMessage &call, const QString &message)
 {
@@ -38,18 +36,20 @@ QDBusMessage refuse(const QDBusMessage &call, const QString &message)
 
 } // namespace
 
-Simulator1::Simulator1(Service &service, const WindowManagement1 &windowManagement)
+Simulator1::Simulator1(Service &service, const Parts &parts)
     : Interface(QStringLiteral(OSTREL_SIMULATOR_PATH), QStringLiteral("Simulator1"))
     , m_service(service)
-    , m_windowManagement(windowManagement)
+    , m_parts(parts)
 {
     connect(&service, &Service::called, this, &Simulator1::answerWaiters);
+    connect(&parts.control, &Control1::ended, this, &Simulator1::answerWaiters);
 }
 
 const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
 {
     static const QHash<QString, Handler> all{
         {QStringLiteral("FailNext"), &Simulator1::failNext},
+        {QStringLiteral("FailNextWith"), &Simulator1::failNextWith},
         {QStringLiteral("DelayNext"), &Simulator1::delayNext},
         {QStringLiteral("AnswerNext"), &Simulator1::answerNext},
         {QStringLiteral("IgnoreNext"), &Simulator1::ignoreNext},
@@ -61,22 +61,31 @@ const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
         {QStringLiteral("Calls"), &Simulator1::calls},
         {QStringLiteral("ClearCalls"), &Simulator1::clearCalls},
         {QStringLiteral("Windows"), &Simulator1::windows},
+        {QStringLiteral("ListNext"), &Simulator1::listNext},
+        {QStringLiteral("Emit"), &Simulator1::emitOne},
+        {QStringLiteral("EmitMany"), &Simulator1::emitMany},
+        {QStringLiteral("KillByOom"), &Simulator1::killByOom},
+        {QStringLiteral("RootFs"), &Simulator1::rootFs},
         {QStringLiteral("Reset"), &Simulator1::resetAll},
     };
     return all;
 }
 
-QDBusMessage Simulator1::answer(const QDBusMessage &call)
+void Simulator1::handle(const QDBusMessage &call, const Answer &answer)
 {
     // Every method whose arguments begin with two strings names a method of the service there.
     if (call.signature().startsWith(QLatin1String("ss")) && !m_service.knows(methodOf(call))) {
-        return refuse(call,
+        answer(refuse(call,
                       QStringLiteral("The service has no method \"%2\" in an interface \"%1\"")
-                          .arg(methodOf(call).first, methodOf(call).second));
+                          .arg(methodOf(call).first, methodOf(call).second)));
+        return;
     }
     const Handler handler = handlers().value(call.member());
     Q_ASSERT(handler != nullptr);
-    return (this->*handler)(call);
+    const QDBusMessage now = (this->*handler)(call);
+    if (now.type() != QDBusMessage::InvalidMessage) {
+        answer(now);
+    }
 }
 
 void Simulator1::reset()
@@ -96,11 +105,25 @@ QDBusMessage Simulator1::failNext(const QDBusMessage &call)
 {
     const QString error = call.arguments().at(2).toString();
     const QString message = call.arguments().at(3).toString();
-    if (!isErrorName(error)) {
+    if (!isInterfaceName(error)) {
         return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
     }
     return arrange(call, [this, error, message](const QDBusMessage &failing, Interface &) {
         m_service.send(failing, failing.createErrorReply(error, message));
+    });
+}
+
+QDBusMessage Simulator1::failNextWith(const QDBusMessage &call)
+{
+    const QString error = call.arguments().at(2).toString();
+    const QVariantList values = valuesOf(call.arguments().at(3));
+    if (!isInterfaceName(error)) {
+        return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
+    }
+    return arrange(call, [this, error, values](const QDBusMessage &failing, Interface &) {
+        QDBusMessage answer = failing.createErrorReply(error, QString());
+        answer.setArguments(values);
+        m_service.send(failing, answer);
     });
 }
 
@@ -112,26 +135,16 @@ QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
     }
     const std::chrono::milliseconds delay(milliseconds);
     return arrange(call, [this, delay](const QDBusMessage &delayed, Interface &interface) {
-        const QDBusMessage answer = interface.answer(delayed);
-        QTimer::singleShot(delay, m_delays.get(),
-                           [this, delayed, answer] { m_service.send(delayed, answer); });
+        interface.handle(delayed, [this, delay, delayed](const QDBusMessage &answer) {
+            QTimer::singleShot(delay, m_delays.get(),
+                               [this, delayed, answer] { m_service.send(delayed, answer); });
+        });
     });
 }
 
 QDBusMessage Simulator1::answerNext(const QDBusMessage &call)
 {
-    QVariantList values;
-    const auto argument = call.arguments().at(2).value<QDBusArgument>();
-    argument.beginArray();
-    while (!argument.atEnd()) {
-        QDBusVariant value;
-        argument >> value;
-        values.append(value.variant());
-    }
-    argument.endArray();
-    return arrange(call, [this, values](const QDBusMessage &answered, Interface &) {
-        m_service.send(answered, answered.createReply(values));
-    });
+    return answerNext(call, methodOf(call), valuesOf(call.arguments().at(2)));
 }
 
 QDBusMessage Simulator1::ignoreNext(const QDBusMessage &call)
@@ -143,8 +156,10 @@ QDBusMessage Simulator1::holdNext(const QDBusMessage &call)
 {
     const Method method = methodOf(call);
     const Service::Fault hold = [this, method](const QDBusMessage &held, Interface &interface) {
-        m_held[method].append({held, interface.answer(held)});
-        answerWaiters();
+        interface.handle(held, [this, method, held](const QDBusMessage &answer) {
+            m_held[method].append({held, answer});
+            answerWaiters();
+        });
     };
     return arrange(call, hold, call.arguments().at(2).toUInt());
 }
@@ -207,12 +222,67 @@ QDBusMessage Simulator1::clearCalls(const QDBusMessage &call)
 
 QDBusMessage Simulator1::windows(const QDBusMessage &call)
 {
-    return call.createReply(QVariant::fromValue(m_windowManagement.windows()));
+    return call.createReply(QVariant::fromValue(m_parts.windowManagement.windows()));
+}
+
+QDBusMessage Simulator1::listNext(const QDBusMessage &call)
+{
+    const uint applications = call.arguments().at(0).toUInt();
+    const uint services = call.arguments().at(1).toUInt();
+    if (qMax(applications, services) > mostRecords) {
+        return refuse(call,
+                      QStringLiteral("%1 records are too many for a message")
+                          .arg(qMax(applications, services)));
+    }
+    return answerNext(
+        call, {QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("GetRunningApplications")},
+        RunningRecords::madeUp(applications, services).values());
+}
+
+QDBusMessage Simulator1::emitOne(const QDBusMessage &call)
+{
+    return sendSignals(m_service, call, 1, false);
+}
+
+QDBusMessage Simulator1::emitMany(const QDBusMessage &call)
+{
+    const uint count = call.arguments().at(4).toUInt();
+    if (count > mostSignals) {
+        return refuse(call, QStringLiteral("%1 signals are too many").arg(count));
+    }
+    return sendSignals(m_service, call, count, true);
+}
+
+QDBusMessage Simulator1::killByOom(const QDBusMessage &call)
+{
+    const QString instance = call.arguments().at(0).toString();
+    if (!m_parts.control.isRunning(instance)) {
+        return refuse(call, QStringLiteral("No instance \"%1\" is running").arg(instance));
+    }
+    m_parts.control.killByOom(instance);
+    return wait(
+        {call, [this, instance] { return m_parts.control.isRunning(instance) ? 0U : 1U; }, 1});
+}
+
+QDBusMessage Simulator1::rootFs(const QDBusMessage &call)
+{
+    return call.createReply(m_parts.children.rootFs());
 }
 
 QDBusMessage Simulator1::resetAll(const QDBusMessage &call)
 {
     m_service.reset();
+    m_parts.children.killAll([this, call] { m_service.send(call, call.createReply()); });
+    return {};
+}
+
+QDBusMessage Simulator1::answerNext(const QDBusMessage &call, const Method &method,
+                                    const QVariantList &values)
+{
+    const Service::Fault fault = [this, values](const QDBusMessage &answered, Interface &) {
+        m_service.send(answered, answered.createReply(values));
+    };
+    m_service.arrange(method, fault, 1);
     return call.createReply();
 }
 

@@ -5,6 +5,8 @@
 #define SIMULATOR_SIMULATOR1_H
 
 #include "call_log.h"
+#include "children.h"
+#include "control1.h"
 #include "interface.h"
 #include "service.h"
 #include "window_management1.h"
@@ -23,9 +25,17 @@ class Simulator1 : public QObject, public Interface
     Q_OBJECT
 
 public:
-    Simulator1(Service &service, const WindowManagement1 &windowManagement);
+    // What the desk reaches beyond the service's calls.
+    struct Parts
+    {
+        const WindowManagement1 &windowManagement;
+        Control1 &control;
+        Children &children;
+    };
 
-    QDBusMessage answer(const QDBusMessage &call) override;
+    Simulator1(Service &service, const Parts &parts);
+
+    void handle(const QDBusMessage &call, const Answer &answer) override;
     bool isSimulated() const override { return false; }
     void reset() override;
 
@@ -44,10 +54,12 @@ private:
         uint wanted = 0;
     };
 
+    // The result is the answer, or an invalid message if it is sent later.
     using Handler = QDBusMessage (Simulator1::*)(const QDBusMessage &call);
     static const QHash<QString, Handler> &handlers();
 
     QDBusMessage failNext(const QDBusMessage &call);
+    QDBusMessage failNextWith(const QDBusMessage &call);
     QDBusMessage delayNext(const QDBusMessage &call);
     QDBusMessage answerNext(const QDBusMessage &call);
     QDBusMessage ignoreNext(const QDBusMessage &call);
@@ -59,14 +71,21 @@ private:
     QDBusMessage calls(const QDBusMessage &call);
     QDBusMessage clearCalls(const QDBusMessage &call);
     QDBusMessage windows(const QDBusMessage &call);
+    QDBusMessage listNext(const QDBusMessage &call);
+    QDBusMessage emitOne(const QDBusMessage &call);
+    QDBusMessage emitMany(const QDBusMessage &call);
+    QDBusMessage killByOom(const QDBusMessage &call);
+    QDBusMessage rootFs(const QDBusMessage &call);
     QDBusMessage resetAll(const QDBusMessage &call);
 
     QDBusMessage arrange(const QDBusMessage &call, const Service::Fault &fault, uint calls = 1);
+    QDBusMessage answerNext(const QDBusMessage &call, const Method &method,
+                            const QVariantList &values);
     QDBusMessage wait(const Waiter &waiter);
     void answerWaiters();
 
     Service &m_service;
-    const WindowManagement1 &m_windowManagement;
+    Parts m_parts;
     QHash<Method, QVector<HeldAnswer>> m_held;
     QVector<Waiter> m_waiters;
     // On whose behalf delayed answers wait.

@@ -35,13 +35,13 @@ QVector<ReportedWindow> WindowManagement1::windows() const
     return QVector<ReportedWindow>(m_windows.cbegin(), m_windows.cend());
 }
 
-QDBusMessage WindowManagement1::answer(const QDBusMessage &call)
+void WindowManagement1::handle(const QDBusMessage &call, const Answer &answer)
 {
     const QVariantList arguments = call.arguments();
     const ReportedWindow window{arguments.at(0).toString(), arguments.at(1).toInt(),
                                 arguments.at(2).toInt(), arguments.at(3).toInt()};
     m_windows.insert(window.name, window);
-    return call.createReply(static_cast<uint>(window.status));
+    answer(call.createReply(static_cast<uint>(window.status)));
 }
 
 void WindowManagement1::reset()

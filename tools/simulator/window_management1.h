@@ -33,7 +33,7 @@ public:
     // In the order of their names.
     QVector<ReportedWindow> windows() const;
 
-    QDBusMessage answer(const QDBusMessage &call) override;
+    void handle(const QDBusMessage &call, const Answer &answer) override;
     void reset() override;
 
 private:

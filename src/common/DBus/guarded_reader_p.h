@@ -116,7 +116,8 @@ void readStructure(const QDBusArgument &argument, const std::tuple<Members &...>
 template <typename Record, typename MembersOf>
 void readStructures(const QDBusArgument &argument, QVector<Record> &records, MembersOf membersOf)
 {
-    records.clear();
+    // The old records may be shared; clear() would copy them first.
+    records = QVector<Record>();
     if (argument.currentType() != QDBusArgument::ArrayType) {
         skipValue(argument);
         return;

@@ -21,8 +21,9 @@ template <typename Reply, typename Handler>
 void watchPendingCall(QDBusPendingCall call, const QObject *context, Handler handler)
 {
     // A call on a connection that never was has failed already, without the parts that would tell
-    // a watcher so. A call that is made from its error has them.
-    if (call.isFinished() && call.isError()) {
+    // a watcher so. A call that is made from its error has them. An error that has come from
+    // somebody by now is left alone: it may carry values, which would be lost.
+    if (call.isFinished() && call.isError() && call.reply().arguments().isEmpty()) {
         call = QDBusPendingCall::fromError(call.error());
     }
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef SIMULATOR_TERMINATION_H
-#define SIMULATOR_TERMINATION_H
+#ifndef TOOLS_TERMINATION_H
+#define TOOLS_TERMINATION_H
 
 #include <QtCore/QObject>
 

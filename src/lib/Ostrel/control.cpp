@@ -1,0 +1,133 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/control.h"
+#include "Ostrel/control_p.h"
+
+#include "DBus/names_p.h"
+#include "DBus/outgoing_map_p.h"
+#include "DBus/service_name_p.h"
+#include "DBus/service_signal_p.h"
+#include "DBus/types_p.h"
+#include "Ostrel/debug_params_p.h"
+#include "Ostrel/error_p.h"
+
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingReply>
+
+namespace Ostrel
+{
+
+namespace
+{
+
+// Replaces the records by those that a value of a reply holds. A value that is no array of records
+// holds none.
+template <typename Record> void read(const QVariant &value, QVector<Record> &records)
+{
+    records = QVector<Record>();
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
+        value.value<QDBusArgument>() >> records;
+    }
+}
+
+} // namespace
+
+ControlPrivate::ControlPrivate(Control *q)
+    : QDBusAbstractInterface(serviceName, QStringLiteral(OSTREL_CONTROL_PATH),
+                             OSTREL_CONTROL_INTERFACE, QDBusConnection::sessionBus(), nullptr)
+    , q(q)
+{
+    registerDBusTypes();
+
+    const auto receive = [this](const QString &name, const QString &signature, QObject *receiver,
+                                const char *member) {
+        connectServiceSignal(connection(), {path(), interface(), name, signature}, receiver,
+                             member);
+    };
+    const QString changes = QStringLiteral("sa{sv}");
+    receive(QStringLiteral("Started"), changes, q, SIGNAL(started(QString, QVariantMap)));
+    receive(QStringLiteral("Terminated"), changes, q, SIGNAL(terminated(QString, QVariantMap)));
+    receive(QStringLiteral("StateChanged"), changes, this,
+            SLOT(onStateChanged(QString, QVariantMap)));
+    receive(QStringLiteral("SelectedByOom"), QStringLiteral("s"), q,
+            SIGNAL(selectedByOom(QString)));
+}
+
+Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
+{
+    QDBusPendingReply<QString, QVariantMap> reply = call;
+    reply.waitForFinished();
+    if (reply.isError()) {
+        return {fromDBusError(reply.error()), {}, {}};
+    }
+    return {Error(Error::NoError, QString()), reply.argumentAt<1>(), reply.argumentAt<0>()};
+}
+
+void ControlPrivate::onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams)
+{
+    const auto state = debugParams.constFind(QStringLiteral("State"));
+    if (state != debugParams.cend()) {
+        // A slot may delete the Control, and this object with it.
+        Q_EMIT q->stateChanged(appInstanceId, static_cast<ApplicationState>(state->toUInt()));
+    }
+}
+
+Control *Control::instance()
+{
+    static Control *shared = nullptr;
+    if (shared == nullptr) {
+        shared = new Control;
+    }
+    return shared;
+}
+
+Control::Control()
+    : d(std::make_unique<ControlPrivate>(this))
+{
+}
+
+Control::~Control() = default;
+
+Control::StartResult Control::start(const QString &appId)
+{
+    return ControlPrivate::startResult(d->asyncCall(QStringLiteral("Start"), appId));
+}
+
+Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
+{
+    QVariantMap map = DebugParamsPrivate::map(params);
+    const QDBusError unsendable = makeSendable(map);
+    return ControlPrivate::startResult(
+        unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
+                             : d->asyncCall(QStringLiteral("StartDebug"), appId, map));
+}
+
+Error Control::terminate(const QString &appInstanceId)
+{
+    return fromDBusError(QDBusError(d->call(QStringLiteral("Terminate"), appInstanceId)));
+}
+
+Error Control::getRunningApplications(QVector<RunningApplication> &applications,
+                                      QVector<RunningService> &services)
+{
+    const QDBusMessage reply = d->call(QStringLiteral("GetRunningApplications"));
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        // The code says no more than that, whatever the error's name.
+        return Error(Error::Failed, reply.errorMessage());
+    }
+    // An answer without values has one here, which is not valid.
+    const QVariantList values = reply.arguments();
+    if (values.size() < 2) {
+        Q_ASSERT_X(false, "QList<T>::at", "index out of range");
+        return Error(Error::Failed, QStringLiteral("The reply has fewer than two arguments"));
+    }
+    read(values.at(0), applications);
+    read(values.at(1), services);
+    return Error(Error::NoError, QString());
+}
+
+} // namespace Ostrel

@@ -1,0 +1,237 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_CONTROL_H
+#define OSTREL_CONTROL_H
+
+#include <Ostrel/debug_params.h>
+#include <Ostrel/error.h>
+#include <Ostrel/export.h>
+
+#include <DBus/types.h>
+
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QVariantMap>
+#include <QtCore/QVector>
+
+#include <memory>
+
+namespace Ostrel
+{
+
+class ControlPrivate;
+
+/**
+ * Starts, terminates, lists and follows applications.
+ *
+ * Each request is one call to the lifecycle service, and its outcome is what the function returns.
+ * The service may be absent when the object is made, may come and go: each request stands for
+ * itself, nothing is queued or repeated, and the signals arrive from whoever is the service at the
+ * time. Signals that the service sends while it does not run, or before the object was made, are
+ * lost.
+ *
+ * @code
+ * Ostrel::Control *control = Ostrel::Control::instance();
+ * QObject::connect(control, &Ostrel::Control::terminated, this,
+ *                  [](const QString &appInstanceId, const QVariantMap &details) {
+ *                      qInfo() << appInstanceId << "has ended:" << details;
+ *                  });
+ * const Ostrel::Control::StartResult result = control->start(QStringLiteral("demo.Viewer"));
+ * if (result.error) {
+ *     qWarning() << result.error.message();
+ * } else {
+ *     qInfo() << "started as" << result.appInstanceId;
+ * }
+ * @endcode
+ *
+ * @warning start(), startDebug(), terminate() and getRunningApplications() block: the calling
+ * thread waits until the service answers or the bus's time limit passes (25 seconds by default),
+ * and no event loop runs meanwhile. A program with a user interface calls them from a thread of its
+ * own, on a Control that was made in that thread.
+ *
+ * The object uses the session bus. Signals are delivered by the event loop of the thread that made
+ * the object; the requests need no loop. Like any QObject it belongs to one thread and is used
+ * there; only the two look-ups by process may be called from any thread.
+ *
+ * A connection to the bus that is lost does not come back: when the message bus itself has ended,
+ * every later request of the process fails. Let the event loop run once before the first request
+ * (`QCoreApplication::processEvents()` does): until then QtDBus does not notice a message bus that
+ * ends, and would wait for ever. A program that forks does so before it makes the first object.
+ */
+class OSTREL_EXPORT Control : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** The outcome of starting an application. */
+    struct StartResult
+    {
+        /** Whether the application was started, and why not. */
+        Error error;
+        /** What the service tells of the start; empty on failure. The service defines the keys. */
+        QVariantMap details;
+        /** The identifier of the new instance; empty on failure. */
+        QString appInstanceId;
+    };
+
+    /**
+     * Returns the one instance that the process shares.
+     *
+     * The first call makes it, in the calling thread, to which it then belongs; call it there
+     * before other threads do. It is never destroyed.
+     */
+    static Control *instance();
+
+    /**
+     * Constructs an object of its own, without a parent.
+     *
+     * The connection to the session bus is opened if the process has none yet, and the message bus
+     * is asked for the service's signals and who owns the service's name. That takes a few
+     * milliseconds; a message bus that hangs holds it up. Nothing is sent to the service, and it
+     * does not matter whether it runs. Without a bus the object works all the same: its requests
+     * fail, and no signal comes.
+     */
+    Control();
+
+    /** Destroys the object. Nothing is sent to the service; applications go on as they are. */
+    ~Control() override;
+
+    /**
+     * Starts an application, and waits for the outcome.
+     *
+     * This makes the bus call "Start" (signature "s", answered by "sa{sv}") on the service's
+     * ".Control1" interface, and blocks until it is answered.
+     *
+     * @param appId  the identifier of the application. It goes out exactly as given.
+     * @return the instance's identifier and details, and an error that is none. On failure both are
+     *         empty, and the error has the code of the service's own error, or Error::Failed when
+     *         the service is absent, ends before it answers, answers with other types, or lets the
+     *         bus's time limit pass, and when there is no bus. A service may answer with an error
+     *         reply of the name "NoError": both are empty then, too, and the error is none but has
+     *         the reply's message.
+     */
+    StartResult start(const QString &appId);
+
+    /**
+     * Starts an application under the given conditions, and waits for the outcome.
+     *
+     * This makes the bus call "StartDebug" (signature "sa{sv}", answered by "sa{sv}") on the
+     * service's ".Control1" interface, and blocks until it is answered. Of the parameters, exactly
+     * those that were set are sent.
+     *
+     * @param appId   the identifier of the application. It goes out exactly as given.
+     * @param params  the conditions. JSON values among them travel as what they are on the bus. A
+     *                value that no message can hold (of a type that is not registered with QtDBus,
+     *                or more than 64 containers deep) keeps the call from being made.
+     * @return as for start(), and Error::Failed with a message that begins with "Marshalling
+     *         failed: " for a value that cannot be sent.
+     */
+    StartResult startDebug(const QString &appId, const DebugParams &params);
+
+    /**
+     * Terminates an instance of an application, and waits for the outcome.
+     *
+     * This makes the bus call "Terminate" (signature "s") on the service's ".Control1" interface,
+     * and blocks until it is answered.
+     *
+     * @param appInstanceId  the identifier of the instance, as start() returned it. It goes out
+     *                       exactly as given.
+     * @return an error that is none on success, whatever values the answer carries; otherwise the
+     *         code and message of the service's own error, or Error::Failed as for start().
+     */
+    Error terminate(const QString &appInstanceId);
+
+    /**
+     * Asks for everything that runs now, and waits for the answer.
+     *
+     * This makes the bus call "GetRunningApplications" (without arguments, answered by
+     * "a(siuua{sv})a(ssiua{sv})") on the service's ".Control1" interface, and blocks until it is
+     * answered.
+     *
+     * @param applications  is replaced by the running applications, in the order of the answer.
+     * @param services      is replaced by the running services, in the order of the answer.
+     * @return an error that is none on success. Any failure is Error::Failed with the bus error's
+     *         message, whatever the error's name; both vectors then keep what they held. A service
+     *         that answers with less than two values breaks its contract: that is Error::Failed,
+     *         too, and stops a program whose library was built with assertions. Values of other
+     *         types than expected give no records, or records with default values.
+     */
+    Error getRunningApplications(QVector<RunningApplication> &applications,
+                                 QVector<RunningService> &services);
+
+    /**
+     * Returns the identifier of the application that a process belongs to.
+     *
+     * It is read from the process's memory control group ("/proc/PID/cgroup", below the folder that
+     * the environment variable "OSTREL_ROOTFS" names, if it is set). No bus call is made, and any
+     * thread may call it as long as no other thread changes the environment.
+     *
+     * The file is the kernel's, but a process that may name control groups can make it tell
+     * anything; do not decide on access rights by it.
+     *
+     * @param pid  the number of the process, as this process sees it.
+     * @return the identifier, cut to 127 bytes of UTF-8; null when the process does not exist, is
+     *         not one that the service manages, or the system has no memory control groups of the
+     *         first version.
+     */
+    QString getAppIdByPid(int pid) const;
+
+    /**
+     * Returns the identifier of the instance that a process belongs to.
+     *
+     * As getAppIdByPid(), and with the same limits.
+     *
+     * @param pid  the number of the process, as this process sees it.
+     * @return the application's identifier, followed by "." and the instance's own part
+     *         ("instance_…", together with the identifier's cut at most 159 bytes of UTF-8 long) if
+     *         it has one, or the application's identifier alone for an application of one instance;
+     *         null as for getAppIdByPid(), and for a control group that is named otherwise.
+     */
+    QString getAppInstanceIdByPid(int pid) const;
+
+Q_SIGNALS:
+    /**
+     * An application has been started, by this program or another one.
+     *
+     * The service says when it sends this: it may come before or behind the answer to the request
+     * that caused it.
+     *
+     * @param appInstanceId  the identifier of the new instance.
+     * @param details        what the service tells of the start; it may be empty.
+     */
+    void started(const QString &appInstanceId, const QVariantMap &details);
+
+    /**
+     * An instance of an application has ended, however it came to that.
+     *
+     * @param appInstanceId  the identifier of the instance.
+     * @param details        what the service tells of the end; it may be empty.
+     */
+    void terminated(const QString &appInstanceId, const QVariantMap &details);
+
+    /**
+     * The state of an instance has changed.
+     *
+     * @param appInstanceId  the identifier of the instance.
+     * @param state          the new state: any number that the service sent, and 0 for a value that
+     *                       is no number. A change that names no state is left out.
+     */
+    void stateChanged(const QString &appInstanceId, ApplicationState state);
+
+    /**
+     * The out-of-memory killer has chosen a process of an application.
+     *
+     * @param processId  the identifier of the process, as the service names it.
+     */
+    void selectedByOom(const QString &processId);
+
+private:
+    Q_DISABLE_COPY(Control)
+
+    const std::unique_ptr<ControlPrivate> d;
+};
+
+} // namespace Ostrel
+
+#endif

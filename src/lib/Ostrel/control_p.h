@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_CONTROL_P_H
+#define OSTREL_CONTROL_P_H
+
+#include "Ostrel/control.h"
+
+#include <QtDBus/QDBusAbstractInterface>
+#include <QtDBus/QDBusPendingCall>
+
+namespace Ostrel
+{
+
+// The service's end of the conversation. It declares no method of the service: QtDBus would take
+// its return type for how the call is to be made.
+class ControlPrivate : public QDBusAbstractInterface
+{
+    Q_OBJECT
+
+public:
+    explicit ControlPrivate(Control *q);
+
+    // Waits for the answer of a call that starts an application.
+    static Control::StartResult startResult(const QDBusPendingCall &call);
+
+private Q_SLOTS:
+    void onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams);
+
+private:
+    Control *q;
+};
+
+} // namespace Ostrel
+
+#endif

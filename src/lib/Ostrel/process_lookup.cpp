@@ -1,0 +1,151 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/process_lookup_p.h"
+
+#include "Ostrel/control.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace Ostrel
+{
+
+namespace
+{
+
+struct CloseFile
+{
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// The end of a control group's path.
+struct Components
+{
+    const char *appId = nullptr;
+    const char *instance = nullptr;
+};
+
+File openControlGroups(int pid)
+{
+    const char *root = std::getenv("OSTREL_ROOTFS");
+    std::array<char, 4096> path;
+    // One that is too long is cut, and not found.
+    std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup", root != nullptr ? root : "", pid);
+    return File(std::fopen(path.data(), "r"));
+}
+
+// The path in a line of the form "NUMBER:memory:PATH"; null for other lines. Runs of separators
+// count as one, so that a line without a controller is another one, too.
+char *memoryGroup(char *line)
+{
+    char *rest = nullptr;
+    const char *number = strtok_r(line, ":", &rest);
+    const char *controller = number != nullptr ? strtok_r(nullptr, ":", &rest) : nullptr;
+    if (controller == nullptr) {
+        return nullptr;
+    }
+    char *path = strtok_r(nullptr, ":\n", &rest);
+    if (path == nullptr || strtok_r(nullptr, ":\n", &rest) != nullptr) {
+        return nullptr;
+    }
+    return std::strcmp(controller, "memory") == 0 ? path : nullptr;
+}
+
+// The last two components of a path; both are null if it has less.
+Components lastComponents(char *path)
+{
+    char *rest = nullptr;
+    const char *previous = nullptr;
+    const char *last = strtok_r(path, "/", &rest);
+    while (const char *next = last != nullptr ? strtok_r(nullptr, "/", &rest) : nullptr) {
+        previous = std::exchange(last, next);
+    }
+    return previous != nullptr ? Components{previous, last} : Components{};
+}
+
+// The C library of this platform has no such function.
+void copyBounded(char *target, const char *source, std::size_t size)
+{
+    if (size > 0) {
+        const std::size_t length = strnlen(source, size - 1);
+        std::memcpy(target, source, length);
+        target[length] = '\0';
+    }
+}
+
+// The identifiers of the application and, as its control group names it, of the instance.
+std::pair<QString, QString> lookUp(int pid)
+{
+    std::array<char, 128> appId;
+    std::array<char, 160> instance;
+    if (!readControlGroup(pid, appId.data(), appId.size(), instance.data(), instance.size())) {
+        return {};
+    }
+    return {QString::fromUtf8(appId.data()), QString::fromUtf8(instance.data())};
+}
+
+} // namespace
+
+bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instance,
+                      std::size_t instanceSize)
+{
+    if (appId == nullptr || instance == nullptr) {
+        return false;
+    }
+    const File file = openControlGroups(pid);
+    if (!file) {
+        return false;
+    }
+
+    bool found = false;
+    std::array<char, 1024> line;
+    // A longer line comes in pieces, each of which counts as a line.
+    while (std::fgets(line.data(), line.size(), file.get()) != nullptr) {
+        char *path = memoryGroup(line.data());
+        if (path == nullptr) {
+            continue;
+        }
+        if (std::strstr(path, "ostrel-helper") == nullptr) {
+            break;
+        }
+        const Components components = lastComponents(path);
+        if (components.appId == nullptr || std::strchr(components.appId, '.') == nullptr) {
+            break;
+        }
+        // Only both together are too long; one alone is cut.
+        if (std::strlen(components.appId) >= appIdSize
+            && std::strlen(components.instance) >= instanceSize) {
+            break;
+        }
+        copyBounded(appId, components.appId, appIdSize);
+        copyBounded(instance, components.instance, instanceSize);
+        // A later line may tell better.
+        found = true;
+    }
+    return found;
+}
+
+QString Control::getAppIdByPid(int pid) const
+{
+    return lookUp(pid).first;
+}
+
+QString Control::getAppInstanceIdByPid(int pid) const
+{
+    const auto [appId, instance] = lookUp(pid);
+    if (instance.startsWith(QLatin1String("instance_"), Qt::CaseSensitive)) {
+        return appId + QLatin1Char('.') + instance;
+    }
+    if (instance == QLatin1String("app")) {
+        return appId;
+    }
+    return {};
+}
+
+} // namespace Ostrel

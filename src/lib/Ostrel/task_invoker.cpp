@@ -1,0 +1,230 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/task_invoker.h"
+#include "Ostrel/task_invoker_p.h"
+
+#include "DBus/names_p.h"
+#include "DBus/outgoing_map_p.h"
+#include "DBus/pending_call_p.h"
+#include "DBus/service_name_p.h"
+#include "DBus/service_signal_p.h"
+#include "DBus/types_p.h"
+#include "Ostrel/error_p.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QPointer>
+#include <QtDBus/QDBusConnection>
+
+namespace Ostrel
+{
+
+namespace
+{
+
+// What holds no list of records reads as an empty one.
+template <typename Record> QVector<Record> recordsIn(const QVariant &value)
+{
+    QVector<Record> records;
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
+        value.value<QDBusArgument>() >> records;
+    }
+    return records;
+}
+
+// The number that an answer begins with, or 0. An error reply may begin with anything: its
+// signature is nobody's business.
+int numberIn(const QDBusMessage &answer)
+{
+    const QVariant value = answer.arguments().value(0);
+    if (value.userType() != qMetaTypeId<QDBusArgument>()) {
+        return value.toInt();
+    }
+    int number = 0;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() == QLatin1String("i")) {
+        argument >> number;
+    }
+    return number;
+}
+
+} // namespace
+
+TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &taskType,
+                                       TaskInvoker *invoker)
+    : QDBusAbstractInterface(serviceName,
+                             QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + taskType,
+                             OSTREL_TASK_INVOKER_SESSION_INTERFACE,
+                             bus == TaskInvoker::SessionBus ? QDBusConnection::sessionBus()
+                                                            : QDBusConnection::systemBus(),
+                             nullptr)
+    , m_taskType(taskType)
+    , m_invoker(invoker)
+{
+    registerDBusTypes();
+    registerTaskInvoker();
+
+    connectServiceSignal(connection(),
+                         {path(), QStringLiteral("org.freedesktop.DBus.Properties"),
+                          QStringLiteral("PropertiesChanged"), QStringLiteral("sa{sv}as")},
+                         this, SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
+}
+
+TaskInvokerPrivate::~TaskInvokerPrivate() = default;
+
+void TaskInvokerPrivate::registerTaskInvoker()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service(), QStringLiteral(OSTREL_TASK_INVOKER_PATH),
+        QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE), QStringLiteral("RegisterInvoker"));
+    call << m_taskType;
+    watchPendingCall<Registration>(connection().asyncCall(call), this,
+                                   [this](const Registration &reply) { onRegistered(reply); });
+}
+
+void TaskInvokerPrivate::onRegistered(const Registration &reply)
+{
+    if (reply.isError()) {
+        qWarning() << "TaskInvoker registration failed:" << reply.error();
+        markReady(fromDBusError(reply.error()));
+        return;
+    }
+
+    const QString session = reply.argumentAt<0>().path();
+    if (session != path()) {
+        qWarning() << "Unexpected object path:" << session;
+        markReady(Error(Error::Failed, QStringLiteral("Wrong TaskInvoker path")));
+        return;
+    }
+
+    const QPointer<TaskInvokerPrivate> self(this);
+    applyProperties(reply.argumentAt<1>());
+    if (!self.isNull()) {
+        markReady(Error(Error::NoError, QString()));
+    }
+}
+
+void TaskInvokerPrivate::markReady(const Error &result)
+{
+    m_ready = true;
+    m_result = result;
+
+    // A callback may delete this object; only what is held here is good afterwards.
+    const QPointer<TaskInvokerPrivate> self(this);
+    const auto callbacks = m_readyCallbacks;
+    for (const auto &callback : callbacks) {
+        callback(result);
+        if (self.isNull()) {
+            return;
+        }
+    }
+}
+
+void TaskInvokerPrivate::onReady(const std::function<void(const Error &)> &callback)
+{
+    if (m_ready) {
+        const Error result = m_result;
+        callback(result);
+    } else {
+        m_readyCallbacks.append(callback);
+    }
+}
+
+void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupInfo,
+                               const QVariantMap &hints,
+                               const std::function<void(int, const Error &)> &callback)
+{
+    QVariantMap sentStartupInfo = startupInfo;
+    QVariantMap sentHints = hints;
+    QDBusError unsendable = makeSendable(sentStartupInfo);
+    if (!unsendable.isValid()) {
+        unsendable = makeSendable(sentHints);
+    }
+
+    using Reply = QDBusPendingReply<int>;
+    watchPendingCall<Reply>(
+        unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
+                             : asyncCall(QStringLiteral("Start"), name, sentStartupInfo, sentHints),
+        m_invoker, [callback](const Reply &reply) {
+            if (callback) {
+                callback(numberIn(reply.reply()), fromDBusError(reply.error()));
+            }
+        });
+}
+
+void TaskInvokerPrivate::stop(const QString &name,
+                              const std::function<void(const Error &)> &callback)
+{
+    using Reply = QDBusPendingReply<>;
+    watchPendingCall<Reply>(asyncCall(QStringLiteral("Stop"), name), m_invoker,
+                            [callback](const Reply &reply) {
+                                if (callback) {
+                                    callback(fromDBusError(reply.error()));
+                                }
+                            });
+}
+
+// Whichever interface of the session changes: it has one. What is only invalidated stays as it was.
+void TaskInvokerPrivate::onPropertiesChanged(const QString & /*interface*/,
+                                             const QVariantMap &changed,
+                                             const QStringList & /*invalidated*/)
+{
+    applyProperties(changed);
+}
+
+void TaskInvokerPrivate::applyProperties(const QVariantMap &properties)
+{
+    // A slot may delete this object; only what is held here is good afterwards.
+    const QPointer<TaskInvokerPrivate> self(this);
+    const QVariantMap held = properties;
+    for (auto property = held.cbegin(); !self.isNull() && property != held.cend(); ++property) {
+        if (property.key() == QLatin1String("AvailableTasks")) {
+            m_availableTasks = recordsIn<AvailableTask>(property.value());
+            Q_EMIT m_invoker->availableTasksChanged();
+        } else if (property.key() == QLatin1String("ActiveTasks")) {
+            m_activeTasks = recordsIn<ActiveTask>(property.value());
+            Q_EMIT m_invoker->activeTasksChanged();
+        }
+    }
+}
+
+TaskInvoker::TaskInvoker(BusType bus, const QString &taskType, QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<TaskInvokerPrivate>(bus, taskType, this))
+{
+}
+
+TaskInvoker::~TaskInvoker() = default;
+
+QString TaskInvoker::taskType() const
+{
+    return d->taskType();
+}
+
+void TaskInvoker::onReady(const std::function<void(const Error &)> &callback)
+{
+    d->onReady(callback);
+}
+
+void TaskInvoker::start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
+                        const std::function<void(int, const Error &)> &callback)
+{
+    d->start(name, startupInfo, hints, callback);
+}
+
+void TaskInvoker::stop(const QString &name, const std::function<void(const Error &)> &callback)
+{
+    d->stop(name, callback);
+}
+
+const QVector<AvailableTask> &TaskInvoker::availableTasks() const
+{
+    return d->availableTasks();
+}
+
+const QVector<ActiveTask> &TaskInvoker::activeTasks() const
+{
+    return d->activeTasks();
+}
+
+} // namespace Ostrel

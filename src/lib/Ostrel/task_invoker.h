@@ -1,0 +1,295 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_TASK_INVOKER_H
+#define OSTREL_TASK_INVOKER_H
+
+#include <Ostrel/error.h>
+#include <Ostrel/export.h>
+
+#include <DBus/types.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariantMap>
+#include <QtCore/QVector>
+
+#include <functional>
+#include <memory>
+
+namespace Ostrel
+{
+
+class TaskInvokerPrivate;
+
+/**
+ * Starts and stops the tasks of one type, and follows which of them exist and which are running.
+ *
+ * A TaskInvoker registers its task type with the lifecycle service when it is constructed. The
+ * answer, which the event loop brings, fills the task lists and makes the invoker ready; onReady()
+ * tells when that is and how it went. From then on the service announces each change of a list, and
+ * the two signals pass that on. Tasks can be started and stopped at any time, ready or not.
+ *
+ * @code
+ * auto *invoker = new Ostrel::TaskInvoker(Ostrel::TaskInvoker::SessionBus,
+ *                                         QStringLiteral("sync"), this);
+ * invoker->onReady([invoker](const Ostrel::Error &error) {
+ *     if (error) {
+ *         qWarning() << error.message();
+ *         return;
+ *     }
+ *     Ostrel::TaskInvoker::StartupInfo info;
+ *     info.setParameters({QStringLiteral("--all")});
+ *     Ostrel::TaskInvoker::Hints hints;
+ *     hints.setMaximumRunningTime(60);
+ *     invoker->start(QStringLiteral("contacts"), info, hints,
+ *                    [](int number, const Ostrel::Error &error) {
+ *                        qInfo() << number << error.code() << error.message();
+ *                    });
+ * });
+ * @endcode
+ *
+ * There is no second attempt: an invoker whose registration failed stays as it is, also when the
+ * service comes later or comes back; construct another one then. Its calls are sent all the same.
+ * Whoever owns the service's name at the time is who is spoken to and listened to.
+ *
+ * The object belongs to the thread that constructs it: it is used there and stays there, and this
+ * thread's event loop runs its callbacks and emits its signals. A callback or a slot may do
+ * anything, deleting the invoker included; what would have come after is dropped then. Nothing that
+ * the service sends can crash the program: list entries of unexpected types hold default values.
+ */
+class OSTREL_EXPORT TaskInvoker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Which message bus an invoker uses. Any other number means the system bus, too. */
+    enum BusType : quint32 {
+        /** The bus of the user's session. */
+        SessionBus = 0,
+        /** The bus of the whole device. */
+        SystemBus = 1,
+    };
+
+    /** Whether the service starts a task by itself; what that means is for the service to say. */
+    enum Autostart : quint32 {
+        /** As the service decides. */
+        AutostartDefault = 0,
+        /** It does. */
+        AutostartEnabled = 1,
+        /** It does not. */
+        AutostartDisabled = 2,
+    };
+
+    class StartupInfo;
+    class Hints;
+
+    /**
+     * Constructs an invoker, and sends its registration.
+     *
+     * This makes the bus call "RegisterInvoker" (signature "s", answered by "oa{sv}") on the
+     * service's ".TaskInvoker1" interface, and does not wait for the answer. It opens the
+     * connection to the bus if the process has none yet, and asks the message bus who owns the
+     * service's name, which takes a few milliseconds; a message bus that hangs holds it up. It does
+     * not matter whether the service runs, and there need not be a bus: the failure comes to
+     * onReady() like any other.
+     *
+     * A failed registration is logged as a warning: "TaskInvoker registration failed:" and the bus
+     * error, or "Unexpected object path:" and the path if the service answers with another
+     * session's.
+     *
+     * @param bus      the bus.
+     * @param taskType names the type. It becomes the end of the path of the session's bus object
+     *                 just as it is, and so takes letters, digits and underscores, in parts that
+     *                 "/" may separate. It is not checked: another type is registered, too, but no
+     *                 service can answer well, and start() and stop() fail without being sent.
+     * @param parent   the parent.
+     */
+    TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
+
+    /**
+     * Destroys the invoker. Its callbacks that have not run yet never do, but the calls are not
+     * withdrawn: a task whose start has been sent is started. Nothing is sent to the service.
+     */
+    ~TaskInvoker() override;
+
+    /** Returns the task type, as it was given to the constructor. */
+    QString taskType() const;
+
+    /**
+     * Calls @p callback with the outcome of the registration, exactly once.
+     *
+     * Before the answer has been handled the callback is copied and kept; it runs from the event
+     * loop, behind the signals of the first lists and behind the callbacks given earlier. After
+     * that it runs within this function. It makes no bus call of its own.
+     *
+     * @param callback receives an Error: no error when the invoker is registered; Error::Failed
+     *                 with the message "Wrong TaskInvoker path" when the service answered with
+     *                 another session's path; the code of the service's own error; or Error::Failed
+     *                 when the service is absent, ends before it answers, answers with other types,
+     *                 or lets the bus's time limit pass (25 seconds by default), and when there is
+     *                 no bus. A service may answer with an error reply of the name "NoError": that
+     *                 is logged and leaves the lists as they are, but gives an Error that is no
+     *                 error and has the reply's message. An empty callback throws
+     *                 `std::bad_function_call` when it is its turn, out of this function or out of
+     *                 the event loop; those behind it are then not called.
+     */
+    void onReady(const std::function<void(const Error &error)> &callback);
+
+    /**
+     * Starts a task, and returns at once.
+     *
+     * This makes the bus call "Start" (signature "sa{sv}a{sv}", answered by "i") on the invoker's
+     * session object, whether the invoker is registered or not; without a session the service
+     * answers with an error. Nothing is logged.
+     *
+     * @param name        names the task.
+     * @param startupInfo what the task is started with.
+     * @param hints       how the service is to run it. Both maps go out exactly as they are. One
+     *                    that holds a value which no message can hold, such as an invalid QVariant
+     *                    or one of a type that D-Bus does not know, fails the call before it is
+     *                    sent.
+     * @param callback    receives the outcome, exactly once if the invoker lives, from the event
+     *                    loop and never from within this function. On success it gets the number of
+     *                    the service's answer, whose meaning is for the service to say, and an
+     *                    Error that is no error. On failure it gets 0 (or, when the text of the
+     *                    service's error reads as a number, that) and the Error: the code of the
+     *                    service's own error, or Error::Failed when the service is absent, ends
+     *                    before it answers, answers with another type, or lets the bus's time limit
+     *                    pass (25 seconds by default), when there is no bus, when the task type
+     *                    makes no valid path, and when a map cannot be sent ("Marshalling failed:"
+     *                    and the reason). It is copied and kept until then. It may be empty: the
+     *                    outcome is dropped then.
+     *
+     * Callbacks run in the order in which the answers arrive, which need not be the order of the
+     * calls.
+     */
+    void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
+               const std::function<void(int number, const Error &error)> &callback);
+
+    /**
+     * Stops a task, and returns at once.
+     *
+     * This makes the bus call "Stop" (signature "s", any answer) on the invoker's session object,
+     * whether the invoker is registered or not. Nothing is logged.
+     *
+     * @param name     names the task.
+     * @param callback receives the outcome, exactly once if the invoker lives, from the event loop
+     *                 and never from within this function: an Error that is no error, or one with
+     *                 the same codes as that of start(). It is copied and kept until then. It may
+     *                 be empty: the outcome is dropped then.
+     */
+    void stop(const QString &name, const std::function<void(const Error &error)> &callback);
+
+    /**
+     * Returns the tasks that can be started, as the service last announced them; none before it has
+     * done so. It makes no bus call. The reference is good until the event loop runs again.
+     */
+    const QVector<AvailableTask> &availableTasks() const;
+
+    /**
+     * Returns the running tasks, as the service last announced them; none before it has done so. It
+     * makes no bus call. The reference is good until the event loop runs again.
+     */
+    const QVector<ActiveTask> &activeTasks() const;
+
+Q_SIGNALS:
+    /**
+     * The service has announced the running tasks ("ActiveTasks"), the same ones as before
+     * possibly; activeTasks() returns them. It comes with the answer to the registration, before
+     * the callbacks of onReady(), and with each later announcement, also after a registration that
+     * failed. When one announcement holds both lists, it comes before availableTasksChanged(), and
+     * availableTasks() still returns the earlier list. It is emitted from the event loop.
+     */
+    void activeTasksChanged();
+
+    /**
+     * The service has announced the tasks that can be started ("AvailableTasks"), the same ones as
+     * before possibly; availableTasks() returns them. It comes when activeTasksChanged() does, for
+     * its own list, and behind it when both lists are announced at once.
+     */
+    void availableTasksChanged();
+
+private:
+    Q_DISABLE_COPY(TaskInvoker)
+
+    const std::unique_ptr<TaskInvokerPrivate> d;
+};
+
+/**
+ * What a task is started with. It is a property map: what is not set is not sent, and the service
+ * applies its own default; entries that the functions below do not know can be put in like into any
+ * map. It is a plain value, implicitly shared; nothing in it can fail, and it makes no bus call.
+ */
+class OSTREL_EXPORT TaskInvoker::StartupInfo : public QVariantMap
+{
+public:
+    /** Sets the parameters of the task ("Params", "as"), in place of earlier ones. */
+    void setParameters(const QStringList &parameters);
+
+    /**
+     * Adds "name=value" to the environment of the task ("Environment", "as"), behind what was added
+     * before. Nothing is checked, escaped or replaced: the same @p name may come again, and "=" may
+     * stand in both.
+     */
+    void addEnvironmentVariable(const QString &name, const QString &value);
+};
+
+/**
+ * How the service is to run a task. It is a property map: what is not set is not sent, and the
+ * service applies its own default; entries that the functions below do not know can be put in like
+ * into any map. It is a plain value, implicitly shared; nothing in it can fail, and it makes no bus
+ * call.
+ *
+ * Each setter replaces what was set before. The service defines the units, the ranges and the words
+ * that it understands; nothing is checked here.
+ */
+class OSTREL_EXPORT TaskInvoker::Hints : public QVariantMap
+{
+public:
+    /** Sets the limit on the task's use of the processor ("CPULimit", "i"). */
+    void setCPULimit(int limit);
+
+    /** Sets the user as whom the task runs ("User", "s"). */
+    void setUser(const QString &user);
+
+    /** Sets the D-Bus service that the task provides ("DBusService", "s"). */
+    void setDBusService(const QString &service);
+
+    /** Sets whether the task runs without a home folder ("Homeless", "b"). */
+    void setHomeless(bool homeless);
+
+    /** Sets the longest time that the task may run ("RunningTime", "i"). */
+    void setMaximumRunningTime(int time);
+
+    /** Sets the task's weight in the choice of whom to end when memory runs out ("Weight", "i"). */
+    void setOomWeight(int weight);
+
+    /** Sets the permissions of the task ("Permissions", "as"). */
+    void setPermissions(const QStringList &permissions);
+
+    /** Sets the priority of the task ("Priority", "i"). */
+    void setPriority(int priority);
+
+    /** Sets the conditions under which the task runs ("Conditions", "as"). */
+    void setConditions(const QStringList &conditions);
+
+    /**
+     * Sets whether the service starts the task by itself ("Autostart", "i": 0, 1 or 2). Any number
+     * but those of the enumeration is stored as AutostartDefault.
+     */
+    void setAutostart(Autostart autostart);
+
+    /**
+     * Sets one setting of the task's control groups ("CGroups", "a{sv}", each value "ay"), in place
+     * of an earlier @p value of the same @p name. Other settings stay. The bytes travel as they
+     * are, zeros included.
+     */
+    void addCGroupSetting(const QString &name, const QByteArray &value);
+};
+
+} // namespace Ostrel
+
+#endif

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_TASK_INVOKER_P_H
+#define OSTREL_TASK_INVOKER_P_H
+
+#include "Ostrel/task_invoker.h"
+
+#include <QtDBus/QDBusAbstractInterface>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusPendingReply>
+
+namespace Ostrel
+{
+
+// The session object of one task type, and what is known of it.
+class TaskInvokerPrivate : public QDBusAbstractInterface
+{
+    Q_OBJECT
+
+public:
+    TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &taskType, TaskInvoker *invoker);
+    ~TaskInvokerPrivate() override;
+
+    QString taskType() const { return m_taskType; }
+    const QVector<AvailableTask> &availableTasks() const { return m_availableTasks; }
+    const QVector<ActiveTask> &activeTasks() const { return m_activeTasks; }
+
+    void onReady(const std::function<void(const Error &)> &callback);
+    void start(const QString &name, const QVariantMap &startupInfo, const QVariantMap &hints,
+               const std::function<void(int, const Error &)> &callback);
+    void stop(const QString &name, const std::function<void(const Error &)> &callback);
+
+private Q_SLOTS:
+    void onPropertiesChanged(const QString &interface, const QVariantMap &changed,
+                             const QStringList &invalidated);
+
+private:
+    using Registration = QDBusPendingReply<QDBusObjectPath, QVariantMap>;
+
+    void registerTaskInvoker();
+    void onRegistered(const Registration &reply);
+    void applyProperties(const QVariantMap &properties);
+    void markReady(const Error &result);
+
+    const QString m_taskType;
+    bool m_ready = false;
+    Error m_result{Error::NoError, QString()};
+    QVector<std::function<void(const Error &)>> m_readyCallbacks;
+    QVector<AvailableTask> m_availableTasks;
+    QVector<ActiveTask> m_activeTasks;
+    TaskInvoker *const m_invoker;
+};
+
+} // namespace Ostrel
+
+#endif

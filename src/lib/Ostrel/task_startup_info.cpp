@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/task_invoker.h"
+
+namespace Ostrel
+{
+
+void TaskInvoker::StartupInfo::setParameters(const QStringList &parameters)
+{
+    insert(QStringLiteral("Params"), parameters);
+}
+
+void TaskInvoker::StartupInfo::addEnvironmentVariable(const QString &name, const QString &value)
+{
+    const QString key = QStringLiteral("Environment");
+    QStringList environment = this->value(key).toStringList();
+    environment.append(name + QLatin1Char('=') + value);
+    insert(key, environment);
+}
+
+} // namespace Ostrel

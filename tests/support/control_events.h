@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_CONTROL_EVENTS_H
+#define TESTS_CONTROL_EVENTS_H
+
+#include "process.h"
+#include "record_rows.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QStringList>
+#include <QtTest/QTest>
+
+// The signals of a Control as texts, in the order in which they come.
+class ControlEvents
+{
+public:
+    explicit ControlEvents(const Ostrel::Control &control)
+    {
+        using Ostrel::Control;
+        QObject::connect(&control, &Control::started, &m_context,
+                         [this](const QString &id, const auto &details) {
+                             m_all.append(QStringLiteral("started %1 {%2}").arg(id, text(details)));
+                         });
+        QObject::connect(&control, &Control::terminated, &m_context,
+                         [this](const QString &id, const auto &details) {
+                             m_all.append(
+                                 QStringLiteral("terminated %1 {%2}").arg(id, text(details)));
+                         });
+        QObject::connect(&control, &Control::stateChanged, &m_context,
+                         [this](const QString &id, quint32 state) {
+                             m_all.append(QStringLiteral("state %1 %2").arg(id).arg(state));
+                         });
+        QObject::connect(&control, &Control::selectedByOom, &m_context, [this](const QString &id) {
+            m_all.append(QStringLiteral("oom %1").arg(id));
+        });
+    }
+
+    QStringList all() const { return m_all; }
+
+    // Runs the event loop until the event is among them.
+    bool waitFor(const QString &event) const
+    {
+        return QTest::qWaitFor([this, &event] { return m_all.contains(event); }, patience);
+    }
+
+private:
+    Q_DISABLE_COPY(ControlEvents)
+
+    QStringList m_all;
+    QObject m_context;
+};
+
+#endif

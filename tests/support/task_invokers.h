@@ -1,0 +1,155 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_TASK_INVOKERS_H
+#define TESTS_TASK_INVOKERS_H
+
+#include "busctl.h"
+#include "task_texts.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/TaskInvoker>
+
+#include <QtCore/QStringList>
+
+namespace Ostrel
+{
+
+// The code, and the message unless it is null.
+inline QString text(const Error &error)
+{
+    const QString code = QString::number(error.code());
+    return error.message().isNull() ? code : QStringLiteral("%1 \"%2\"").arg(code, error.message());
+}
+
+} // namespace Ostrel
+
+// Writes down what task invokers tell, in the order in which they do. It outlives them.
+class Events
+{
+public:
+    using Error = Ostrel::Error;
+
+    // Callbacks that write their label, the number and the error.
+    std::function<void(const Error &)> ready(const QString &label = QStringLiteral("ready"))
+    {
+        return [this, label](const Error &error) {
+            add(label + QLatin1Char(' ') + Ostrel::text(error));
+        };
+    }
+    std::function<void(const Error &)> stopped(const QString &label = QStringLiteral("stopped"))
+    {
+        return ready(label);
+    }
+    std::function<void(int, const Error &)> started(
+        const QString &label = QStringLiteral("started"))
+    {
+        return [this, label](int number, const Error &error) {
+            add(QStringLiteral("%1 %2: %3").arg(label).arg(number).arg(Ostrel::text(error)));
+        };
+    }
+
+    // Writes the signals, each with its list.
+    void watch(const Ostrel::TaskInvoker &invoker)
+    {
+        const auto *watched = &invoker;
+        QObject::connect(watched, &Ostrel::TaskInvoker::activeTasksChanged, [this, watched] {
+            add(QStringLiteral("active [%1]").arg(text(watched->activeTasks())));
+        });
+        QObject::connect(watched, &Ostrel::TaskInvoker::availableTasksChanged, [this, watched] {
+            add(QStringLiteral("available [%1]").arg(text(watched->availableTasks())));
+        });
+    }
+
+    void add(const QString &event) { m_all.append(event); }
+    const QStringList &all() const { return m_all; }
+    int size() const { return m_all.size(); }
+    void clear() { m_all.clear(); }
+
+    // Runs the event loop until there are so many.
+    bool waitFor(int count) const
+    {
+        return QTest::qWaitFor([this, count] { return m_all.size() >= count; }, patience);
+    }
+
+private:
+    QStringList m_all;
+};
+
+// Waits for the outcome of the registration.
+inline Ostrel::Error waitUntilReady(Ostrel::TaskInvoker &invoker)
+{
+    struct Outcome
+    {
+        bool known = false;
+        Ostrel::Error error;
+    };
+    const auto outcome = std::make_shared<Outcome>();
+    invoker.onReady([outcome](const Ostrel::Error &error) { *outcome = {true, error}; });
+    if (!QTest::qWaitFor([&outcome] { return outcome->known; }, patience)) {
+        qFatal("the invoker does not become ready");
+    }
+    return outcome->error;
+}
+
+// Calls the service and waits for its answer. What the bus delivered before has been handled then.
+inline void roundTrip(Ostrel::TaskInvoker &invoker)
+{
+    const auto answered = std::make_shared<bool>(false);
+    invoker.stop(QStringLiteral("marker"), [answered](const Ostrel::Error &) { *answered = true; });
+    if (!QTest::qWaitFor([&answered] { return *answered; }, patience)) {
+        qFatal("the service does not answer");
+    }
+}
+
+inline QString sessionPath(const QString &type)
+{
+    return QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + type;
+}
+
+// Values in busctl's form, with '' for an empty string, as the words that busctl takes.
+inline QStringList words(const QString &values)
+{
+    QStringList all = values.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return all.replaceInStrings(QStringLiteral("''"), QString());
+}
+
+// Has the simulator send a signal of three arguments, each given as signature and value.
+inline void emitSignal(const PrivateBus &bus, const QString &path, const QString &interface,
+                       const QString &member, const QString &arguments, int count = 3)
+{
+    busctlDesk(bus, QStringLiteral("Emit"),
+               QStringList{QStringLiteral("ossav"), path, interface, member, QString::number(count)}
+                   + words(arguments));
+}
+
+// Has the simulator send "PropertiesChanged" for the session of a type. The changed properties are
+// given as their number, and name, signature and value of each.
+inline void emitPropertiesChanged(
+    const PrivateBus &bus, const QString &type, const QString &changed,
+    const QString &invalidated = QStringLiteral("0"),
+    const QString &interface = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE))
+{
+    emitSignal(bus, sessionPath(type), QStringLiteral("org.freedesktop.DBus.Properties"),
+               QStringLiteral("PropertiesChanged"),
+               QStringLiteral("s %1 a{sv} %2 as %3").arg(interface, changed, invalidated));
+}
+
+// Has the next "RegisterInvoker" answered by these values, each given as signature and value.
+inline void answerRegistration(const PrivateBus &bus, int count, const QString &values)
+{
+    busctlDesk(bus, QStringLiteral("AnswerNext"),
+               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
+                           QStringLiteral("RegisterInvoker"), QString::number(count)}
+                   + words(values));
+}
+
+// The same with the path of the type's session, and these properties.
+inline void answerRegistration(const PrivateBus &bus, const QString &type,
+                               const QString &properties)
+{
+    answerRegistration(bus, 2, QStringLiteral("o %1 a{sv} %2").arg(sessionPath(type), properties));
+}
+
+#endif

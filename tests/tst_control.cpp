@@ -1,0 +1,180 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "bus_monitor.h"
+#include "control_events.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QThread>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+using Ostrel::Control;
+
+// The client itself: the shared instance, and what making, using and ending one puts on the bus.
+class TestControl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    // The shared instance comes last: while it lives, no other needs a rule of its own.
+    void constructionAsksTheBusForFourSignals();
+    void destructionTakesTheRulesBack();
+    void serviceIsSentTheRequestsAlone();
+    void instanceIsSharedAndHasNoOwner();
+    void othersAreIndependent();
+
+private:
+    // What this process sends while it does something.
+    template <typename Function> QVector<QJsonObject> sentBy(const Function &function) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+namespace
+{
+
+QString destination(const QJsonObject &message)
+{
+    return message.value(QLatin1String("destination")).toString();
+}
+
+QString member(const QJsonObject &message)
+{
+    return message.value(QLatin1String("member")).toString();
+}
+
+} // namespace
+
+void TestControl::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+template <typename Function>
+QVector<QJsonObject> TestControl::sentBy(const Function &function) const
+{
+    BusMonitor monitor(*m_bus);
+    function();
+    // Its answer is behind everything that the bus was sent before.
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+    const QString self = bus.baseService();
+    QVector<QJsonObject> messages = monitor.messagesUntil([&self](const QJsonObject &message) {
+        return message.value(QLatin1String("sender")) == self
+            && member(message) == QLatin1String("GetId");
+    });
+    messages.removeLast();
+    messages.erase(std::remove_if(messages.begin(), messages.end(),
+                                  [&self](const QJsonObject &message) {
+                                      return message.value(QLatin1String("sender")) != self;
+                                  }),
+                   messages.end());
+    return messages;
+}
+
+void TestControl::instanceIsSharedAndHasNoOwner()
+{
+    Control *const shared = Control::instance();
+    QVERIFY(shared != nullptr);
+    QCOMPARE(Control::instance(), shared);
+    QCOMPARE(shared->parent(), nullptr);
+    QCOMPARE(shared->thread(), QThread::currentThread());
+}
+
+void TestControl::othersAreIndependent()
+{
+    const auto own = std::make_unique<Control>();
+    QVERIFY(own.get() != Control::instance());
+    QCOMPARE(own->parent(), nullptr);
+    QCOMPARE(Control::instance(), Control::instance());
+}
+
+void TestControl::constructionAsksTheBusForFourSignals()
+{
+    std::unique_ptr<Control> control;
+    const QVector<QJsonObject> messages =
+        sentBy([&control] { control = std::make_unique<Control>(); });
+    QStringList signalNames;
+    for (const QJsonObject &message : messages) {
+        QCOMPARE(destination(message), QStringLiteral("org.freedesktop.DBus"));
+        if (member(message) != QLatin1String("AddMatch")) {
+            continue;
+        }
+        const QString rule =
+            message.value(QLatin1String("payload"))[QLatin1String("data")][0].toString();
+        if (rule.contains(QLatin1String("interface='" OSTREL_CONTROL_INTERFACE "'"))) {
+            QVERIFY2(rule.contains(QLatin1String("sender='" OSTREL_SERVICE_NAME "'")),
+                     qPrintable(rule));
+            QVERIFY2(rule.contains(QLatin1String("path='" OSTREL_SERVICE_PATH "/Control1'")),
+                     qPrintable(rule));
+            signalNames.append(
+                rule.section(QStringLiteral("member='"), 1).section(QLatin1Char('\''), 0, 0));
+        }
+    }
+    QCOMPARE(signalNames,
+             (QStringList{QStringLiteral("Started"), QStringLiteral("Terminated"),
+                          QStringLiteral("StateChanged"), QStringLiteral("SelectedByOom")}));
+}
+
+void TestControl::serviceIsSentTheRequestsAlone()
+{
+    const QVector<QJsonObject> messages = sentBy([] {
+        Control control;
+        control.start(QStringLiteral("no.such"));
+        control.startDebug(QStringLiteral("no.such"), Ostrel::DebugParams());
+        control.terminate(QStringLiteral("no.such"));
+        QVector<Ostrel::RunningApplication> applications;
+        QVector<Ostrel::RunningService> services;
+        control.getRunningApplications(applications, services);
+        control.getAppIdByPid(1);
+        control.getAppInstanceIdByPid(1);
+    });
+    QStringList members;
+    for (const QJsonObject &message : messages) {
+        if (destination(message) != QLatin1String("org.freedesktop.DBus")) {
+            QCOMPARE(destination(message), QStringLiteral(OSTREL_SERVICE_NAME));
+            QCOMPARE(message.value(QLatin1String("type")).toString(),
+                     QStringLiteral("method_call"));
+            // The service may be started by the call, and has to answer.
+            QCOMPARE(message.value(QLatin1String("flags")).toInt(), 0);
+            const QString signature =
+                message.value(QLatin1String("payload"))[QLatin1String("type")].toString();
+            members.append(member(message) + QLatin1Char(' ') + signature);
+        }
+    }
+    QCOMPARE(
+        members,
+        (QStringList{QStringLiteral("Start s"), QStringLiteral("StartDebug sa{sv}"),
+                     QStringLiteral("Terminate s"), QStringLiteral("GetRunningApplications ")}));
+}
+
+void TestControl::destructionTakesTheRulesBack()
+{
+    const QVector<QJsonObject> messages = sentBy([] { const Control control; });
+    QStringList members;
+    for (const QJsonObject &message : messages) {
+        QCOMPARE(destination(message), QStringLiteral("org.freedesktop.DBus"));
+        members.append(member(message));
+    }
+    QVERIFY(members.count(QStringLiteral("AddMatch")) >= 4);
+    QCOMPARE(members.count(QStringLiteral("RemoveMatch")),
+             members.count(QStringLiteral("AddMatch")));
+}
+
+OSTREL_TEST_MAIN(TestControl)
+
+#include "tst_control.moc"

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "application_texts.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <malloc.h>
+#include <optional>
+#include <vector>
+
+using Ostrel::Control;
+using Ostrel::RunningApplication;
+using Ostrel::RunningService;
+
+// Many records, and many signals.
+class TestControlLoad : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void tenThousandRecords();
+    void hundredThousandSignalsLeaveNothingBehind();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestControlLoad::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestControlLoad::tenThousandRecords()
+{
+    m_simulator->desk(QStringLiteral("ListNext"), {10000U, 10000U});
+    QVector<RunningApplication> applications;
+    QVector<RunningService> services;
+    QVERIFY(!Control().getRunningApplications(applications, services));
+    QCOMPARE(applications.size(), 10000);
+    QCOMPARE(services.size(), 10000);
+    // Each tells its number, so that the order can be seen.
+    for (int i = 0; i < 10000; ++i) {
+        const QString number = QString::number(i);
+        QVERIFY2(applications.at(i).appId.endsWith(number), qPrintable(applications.at(i).appId));
+        QVERIFY2(services.at(i).name.endsWith(number), qPrintable(services.at(i).name));
+    }
+}
+
+void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
+{
+    constexpr int round = 20000;
+    const Control control;
+    int next = 0;
+    connect(&control, &Control::stateChanged, this, [&next](const QString &id, quint32 state) {
+        if (id != QString::number(next) || state != 3) {
+            qFatal("%s comes as number %d", qPrintable(id), next);
+        }
+        ++next;
+    });
+
+    std::vector<std::size_t> used;
+    for (int i = 0; i < 6; ++i) {
+        next = 0;
+        const QDBusMessage answer = m_simulator->desk(
+            QStringLiteral("EmitMany"),
+            {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
+             QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
+             QVariant(
+                 QVariantList{QStringLiteral("%n"), QVariantMap{{QStringLiteral("State"), 3U}}}),
+             uint(round)});
+        QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
+        QTRY_COMPARE_WITH_TIMEOUT(next, round, 3 * patience);
+        used.push_back(mallinfo2().uordblks);
+    }
+    // The first round fills what is kept for later. A byte a signal would be 100,000.
+    const std::size_t growth = used.back() > used.front() ? used.back() - used.front() : 0;
+    QVERIFY2(growth < 65536, qPrintable(QString::number(growth)));
+}
+
+OSTREL_TEST_MAIN(TestControlLoad)
+
+#include "tst_control_load.moc"

@@ -1,0 +1,316 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "record_rows.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QThread>
+#include <QtCore/QUrl>
+
+#include <memory>
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::DebugParams;
+using Ostrel::Error;
+
+// What the requests that change something send, and what becomes of the answers.
+class TestControlRequests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void startSendsTheIdentifier();
+    void startReturnsTheReply();
+    void startDebugSendsTheParameters_data();
+    void startDebugSendsTheParameters();
+    void startDebugReturnsTheReply();
+    void startDebugRefusesWhatCannotBeSent();
+    void terminateSendsTheIdentifier();
+    void terminateLooksAtNoValue();
+    void errorsAreMapped_data();
+    void errorsAreMapped();
+    void repliesAreCheckedForTheirTypes_data();
+    void repliesAreCheckedForTheirTypes();
+    void repliesInOtherThreadsReachTheirCallers();
+
+private:
+    MethodFaults next(const char *method) const
+    {
+        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+    }
+
+    // The only call that was made.
+    Call sent() const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestControlRequests::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestControlRequests::init()
+{
+    m_warnings.emplace();
+}
+
+void TestControlRequests::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+Call TestControlRequests::sent() const
+{
+    const QVector<Call> calls = m_simulator->calls();
+    return calls.size() == 1 ? calls.constFirst() : Call();
+}
+
+void TestControlRequests::startSendsTheIdentifier()
+{
+    next("Start").answerNext({QStringLiteral("i"), QVariantMap()});
+    Control().start(QStringLiteral("demo.Viewer \u00e9"));
+    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
+    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
+    QCOMPARE(sent().member, QStringLiteral("Start"));
+    QCOMPARE(sent().signature, QStringLiteral("s"));
+    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer \u00e9")});
+}
+
+void TestControlRequests::startReturnsTheReply()
+{
+    next("Start").answerNext(
+        {QStringLiteral("demo.Viewer.instance_1"),
+         QVariantMap{{QStringLiteral("Pid"), 17}, {QStringLiteral("Name"), QStringLiteral("n")}}});
+    const Control::StartResult result = Control().start(QStringLiteral("demo.Viewer"));
+    QCOMPARE(result.error.code(), Error::NoError);
+    QVERIFY(result.error.message().isNull());
+    QCOMPARE(result.appInstanceId, QStringLiteral("demo.Viewer.instance_1"));
+    QCOMPARE(
+        result.details,
+        (QVariantMap{{QStringLiteral("Pid"), 17}, {QStringLiteral("Name"), QStringLiteral("n")}}));
+}
+
+void TestControlRequests::startDebugSendsTheParameters_data()
+{
+    QTest::addColumn<QVariantMap>("given");
+    QTest::addColumn<QVariantMap>("sent");
+
+    QTest::newRow("nothing") << QVariantMap() << QVariantMap();
+
+    DebugParams all;
+    all.setApplicationWrapper({QStringLiteral("w"), QStringLiteral("x y")});
+    all.setCommandLineParams({QStringLiteral("c")});
+    all.setEnvironment({QStringLiteral("A=1")});
+    all.setFireJailParams({});
+    all.setSandboxEnabled(false);
+    all.setStdoutFile(QStringLiteral("/o"));
+    all.setStderrFile(QStringLiteral("/e"));
+    const QVariantMap everything{
+        {QStringLiteral("applicationWrapper"),
+         QStringList{QStringLiteral("w"), QStringLiteral("x y")}},
+        {QStringLiteral("commandLineParams"), QStringList{QStringLiteral("c")}},
+        {QStringLiteral("environment"), QStringList{QStringLiteral("A=1")}},
+        {QStringLiteral("firejailParams"), QStringList()},
+        {QStringLiteral("sandbox"), false},
+        {QStringLiteral("stdoutFile"), QStringLiteral("/o")},
+        {QStringLiteral("stderrFile"), QStringLiteral("/e")},
+    };
+    QTest::newRow("everything") << everything << everything;
+    QTest::newRow("unknown key") << QVariantMap{{QStringLiteral("other"), 1}}
+                                 << QVariantMap{{QStringLiteral("other"), 1}};
+    // What JSON is on the bus is for other tests to show; here it is that it is sent so.
+    QTest::newRow("JSON") << QVariantMap{{QStringLiteral("list"),
+                                          QJsonArray{QStringLiteral("a"), QStringLiteral("b")}},
+                                         {QStringLiteral("value"), QJsonValue(true)}}
+                          << QVariantMap{{QStringLiteral("list"),
+                                          QStringList{QStringLiteral("a"), QStringLiteral("b")}},
+                                         {QStringLiteral("value"), true}};
+}
+
+void TestControlRequests::startDebugSendsTheParameters()
+{
+    QFETCH(QVariantMap, given);
+    next("StartDebug").answerNext({QStringLiteral("i"), QVariantMap()});
+    const DebugParams params(given);
+    QCOMPARE(Control().startDebug(QStringLiteral("demo.Viewer"), params).error.code(),
+             Error::NoError);
+    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
+    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
+    QCOMPARE(sent().member, QStringLiteral("StartDebug"));
+    QCOMPARE(sent().signature, QStringLiteral("sa{sv}"));
+    QCOMPARE(sent().arguments.value(0), QVariant(QStringLiteral("demo.Viewer")));
+    QTEST(qdbus_cast<QVariantMap>(sent().arguments.value(1)), "sent");
+}
+
+void TestControlRequests::startDebugReturnsTheReply()
+{
+    next("StartDebug")
+        .answerNext({QStringLiteral("one"), QVariantMap{{QStringLiteral("Pid"), 17}}});
+    const Control::StartResult result =
+        Control().startDebug(QStringLiteral("demo.Viewer"), DebugParams());
+    QCOMPARE(result.error.code(), Error::NoError);
+    QVERIFY(result.error.message().isNull());
+    QCOMPARE(result.appInstanceId, QStringLiteral("one"));
+    QCOMPARE(text(result.details), QStringLiteral("Pid=17"));
+}
+
+void TestControlRequests::startDebugRefusesWhatCannotBeSent()
+{
+    const DebugParams params(QVariantMap{{QStringLiteral("a"), 1}, {QStringLiteral("u"), QUrl()}});
+    const Control::StartResult result = Control().startDebug(QStringLiteral("a.b"), params);
+    QCOMPARE(result.error.code(), Error::Failed);
+    QCOMPARE(result.error.message(),
+             QStringLiteral("Marshalling failed: \"u\" holds a value of type QUrl"));
+    QVERIFY(result.appInstanceId.isEmpty());
+    QVERIFY(result.details.isEmpty());
+    QCOMPARE(m_simulator->calls().size(), 0);
+}
+
+void TestControlRequests::terminateSendsTheIdentifier()
+{
+    next("Terminate").answerNext({});
+    const Error error = Control().terminate(QStringLiteral("demo.Viewer.instance_1"));
+    QCOMPARE(error.code(), Error::NoError);
+    QVERIFY(error.message().isNull());
+    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
+    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
+    QCOMPARE(sent().member, QStringLiteral("Terminate"));
+    QCOMPARE(sent().signature, QStringLiteral("s"));
+    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer.instance_1")});
+}
+
+void TestControlRequests::terminateLooksAtNoValue()
+{
+    next("Terminate").answerNext({QVariantList{1}, QStringLiteral("x")});
+    QCOMPARE(Control().terminate(QStringLiteral("a")).code(), Error::NoError);
+}
+
+void TestControlRequests::errorsAreMapped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+
+    const auto row = [](const char *name, int code) {
+        QTest::newRow(name) << QString::fromLatin1(name) << code;
+    };
+    row(OSTREL_ERROR_PREFIX "NoError", 0);
+    row("org.freedesktop.DBus.Error.Failed", 1);
+    row(OSTREL_ERROR_PREFIX "HandlerNotFound", 2);
+    row(OSTREL_ERROR_PREFIX "HandlerFailed", 3);
+    row("org.freedesktop.DBus.Error.InvalidArgs", 4);
+    row("org.freedesktop.DBus.Error.NotSupported", 5);
+    row("org.freedesktop.DBus.Error.AccessDenied", 6);
+    row(OSTREL_ERROR_PREFIX "ProcessNotHandled", 7);
+    row(OSTREL_ERROR_PREFIX "ApplicationNotRunning", 8);
+    row(OSTREL_ERROR_PREFIX "ApplicationAlreadyRunning", 9);
+    row(OSTREL_ERROR_PREFIX "AccessDenied", 1);
+    row("org.freedesktop.DBus.Error.HandlerFailed", 1);
+    row("com.example.Other", 1);
+}
+
+void TestControlRequests::errorsAreMapped()
+{
+    QFETCH(QString, name);
+    QFETCH(int, code);
+    const QString message = QStringLiteral("what went wrong \u00e9");
+    Control control;
+
+    next("Start").failNext(name, message);
+    const Control::StartResult started = control.start(QStringLiteral("a"));
+    QCOMPARE(int(started.error.code()), code);
+    QCOMPARE(started.error.message(), message);
+    QVERIFY(started.appInstanceId.isEmpty());
+    QVERIFY(started.details.isEmpty());
+
+    next("StartDebug").failNext(name, message);
+    const Control::StartResult debugged = control.startDebug(QStringLiteral("a"), DebugParams());
+    QCOMPARE(int(debugged.error.code()), code);
+    QCOMPARE(debugged.error.message(), message);
+    QVERIFY(debugged.appInstanceId.isEmpty());
+    QVERIFY(debugged.details.isEmpty());
+
+    next("Terminate").failNext(name, message);
+    const Error terminated = control.terminate(QStringLiteral("a"));
+    QCOMPARE(int(terminated.code()), code);
+    QCOMPARE(terminated.message(), message);
+}
+
+void TestControlRequests::repliesAreCheckedForTheirTypes_data()
+{
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<QString>("signature");
+
+    const QString id = QStringLiteral("id");
+    QTest::newRow("nothing") << QVariantList() << QString();
+    QTest::newRow("identifier alone") << QVariantList{id} << QStringLiteral("s");
+    QTest::newRow("array for details")
+        << QVariantList{id, QVariant::fromValue(QList<int>{1})} << QStringLiteral("sai");
+    QTest::newRow("strings for details")
+        << QVariantList{id, QStringList{id}} << QStringLiteral("sas");
+    QTest::newRow("number for identifier")
+        << QVariantList{1, QVariantMap()} << QStringLiteral("ia{sv}");
+    QTest::newRow("other order") << QVariantList{QVariantMap(), id} << QStringLiteral("a{sv}s");
+}
+
+void TestControlRequests::repliesAreCheckedForTheirTypes()
+{
+    QFETCH(QVariantList, values);
+    QFETCH(QString, signature);
+    const QString message =
+        QStringLiteral("Unexpected reply signature: got \"%1\", expected \"sa{sv}\"")
+            .arg(signature);
+    Control control;
+
+    next("Start").answerNext(values);
+    const Control::StartResult started = control.start(QStringLiteral("a"));
+    QCOMPARE(started.error.code(), Error::Failed);
+    QCOMPARE(started.error.message(), message);
+    QVERIFY(started.appInstanceId.isEmpty());
+    QVERIFY(started.details.isEmpty());
+
+    next("StartDebug").answerNext(values);
+    const Control::StartResult debugged = control.startDebug(QStringLiteral("a"), DebugParams());
+    QCOMPARE(debugged.error.code(), Error::Failed);
+    QCOMPARE(debugged.error.message(), message);
+
+    // What comes behind the two is not looked at.
+    next("Start").answerNext({QStringLiteral("id"), QVariantMap(), 1});
+    QCOMPARE(control.start(QStringLiteral("a")).appInstanceId, QStringLiteral("id"));
+}
+
+// A Control belongs to the thread that makes it; any thread may have one.
+void TestControlRequests::repliesInOtherThreadsReachTheirCallers()
+{
+    next("Start").answerNext({QStringLiteral("id"), QVariantMap()});
+    QString instance;
+    const std::unique_ptr<QThread> thread(QThread::create(
+        [&instance] { instance = Control().start(QStringLiteral("a")).appInstanceId; }));
+    thread->start();
+    QVERIFY(thread->wait(patience));
+    QCOMPARE(instance, QStringLiteral("id"));
+}
+
+OSTREL_TEST_MAIN(TestControlRequests)
+
+#include "tst_control_requests.moc"

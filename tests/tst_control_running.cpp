@@ -1,0 +1,247 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "application_texts.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::Error;
+using Ostrel::RunningApplication;
+using Ostrel::RunningService;
+
+// The list of everything that runs.
+class TestControlRunning : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void sendsNoArguments();
+    void returnsTheRecordsInTheirOrder();
+    void emptyListsReplaceWhatWasThere();
+    void errorsAreFailedWhateverTheirName_data();
+    void errorsAreFailedWhateverTheirName();
+    void fewerThanTwoArgumentsBreakTheContract_data();
+    void fewerThanTwoArgumentsBreakTheContract();
+    void valuesOfOtherTypesGiveWhatCanBeRead_data();
+    void valuesOfOtherTypesGiveWhatCanBeRead();
+    void moreThanTwoArgumentsAreIgnored();
+    void vectorsThatAreSharedStayTheirOwners();
+
+private:
+    // Has the next call answered by two values, in busctl's form.
+    void answer(const char *applicationsSignature, const char *applications,
+                const char *servicesSignature, const char *services) const;
+    // Asks with vectors that hold something already.
+    Error ask();
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+    QVector<RunningApplication> m_applications;
+    QVector<RunningService> m_services;
+};
+
+void TestControlRunning::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestControlRunning::init()
+{
+    m_warnings.emplace();
+}
+
+void TestControlRunning::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestControlRunning::answer(const char *applicationsSignature, const char *applications,
+                                const char *servicesSignature, const char *services) const
+{
+    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
+               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+                           QStringLiteral("GetRunningApplications"), QStringLiteral("2"),
+                           QString::fromLatin1(applicationsSignature)}
+                   + wordsOf(QString::fromLatin1(applications))
+                   + QStringList(QString::fromLatin1(servicesSignature))
+                   + wordsOf(QString::fromLatin1(services)));
+}
+
+Error TestControlRunning::ask()
+{
+    m_applications = QVector<RunningApplication>(
+        2, {QStringLiteral("old"), 1, Ostrel::ApplicationState(2), Ostrel::ApplicationKind(3), {}});
+    m_services = QVector<RunningService>(
+        1, {QStringLiteral("old"), QStringLiteral("s"), 4, Ostrel::ServiceState(5), {}});
+    return Control().getRunningApplications(m_applications, m_services);
+}
+
+void TestControlRunning::sendsNoArguments()
+{
+    ask();
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.at(0).path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
+    QCOMPARE(calls.at(0).interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
+    QCOMPARE(calls.at(0).member, QStringLiteral("GetRunningApplications"));
+    QCOMPARE(calls.at(0).signature, QString());
+}
+
+void TestControlRunning::returnsTheRecordsInTheirOrder()
+{
+    answer("a(siuua{sv})", "3 b.b 2 3 4294967295 1 k s v a.a -1 255 0 0 b.b 3 0 1 0",
+           "a(ssiua{sv})", "2 a.a two -7 4294967295 0 a.a one 8 0 2 x i 1 y b true");
+    const Error error = ask();
+    QCOMPARE(error.code(), Error::NoError);
+    QVERIFY(error.message().isNull());
+    QCOMPARE(text(m_applications),
+             QStringLiteral("b.b 2 3 4294967295 {k=v}; a.a -1 255 0 {}; b.b 3 0 1 {}"));
+    QCOMPARE(text(m_services),
+             QStringLiteral("a.a two -7 4294967295 {}; a.a one 8 0 {x=1,y=true}"));
+}
+
+void TestControlRunning::emptyListsReplaceWhatWasThere()
+{
+    answer("a(siuua{sv})", "0", "a(ssiua{sv})", "0");
+    QCOMPARE(ask().code(), Error::NoError);
+    QVERIFY(m_applications.isEmpty());
+    QVERIFY(m_services.isEmpty());
+}
+
+void TestControlRunning::errorsAreFailedWhateverTheirName_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name :
+         {OSTREL_ERROR_PREFIX "NoError", OSTREL_ERROR_PREFIX "HandlerFailed",
+          OSTREL_ERROR_PREFIX "ApplicationNotRunning", "org.freedesktop.DBus.Error.AccessDenied",
+          "org.freedesktop.DBus.Error.Failed", "com.example.Other"}) {
+        QTest::newRow(name) << QString::fromLatin1(name);
+    }
+}
+
+void TestControlRunning::errorsAreFailedWhateverTheirName()
+{
+    QFETCH(QString, name);
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+        .failNext(name, QStringLiteral("what went wrong"));
+    const Error error = ask();
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.message(), QStringLiteral("what went wrong"));
+    QCOMPARE(text(m_applications), QStringLiteral("old 1 2 3 {}; old 1 2 3 {}"));
+    QCOMPARE(text(m_services), QStringLiteral("old s 4 5 {}"));
+}
+
+void TestControlRunning::fewerThanTwoArgumentsBreakTheContract_data()
+{
+    QTest::addColumn<QVariantList>("values");
+    QTest::newRow("none") << QVariantList();
+    QTest::newRow("one") << QVariantList{QStringLiteral("x")};
+}
+
+// With assertions the process ends, which a process of its own shows.
+void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
+{
+    QFETCH(QVariantList, values);
+#if !defined(QT_NO_DEBUG)
+    if (!qEnvironmentVariableIsSet("BREAK_THE_CONTRACT")) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("BREAK_THE_CONTRACT"), QStringLiteral("1"));
+        const Result result = run(QCoreApplication::applicationFilePath(),
+                                  {QStringLiteral("fewerThanTwoArgumentsBreakTheContract:%1")
+                                       .arg(QString::fromLatin1(QTest::currentDataTag()))},
+                                  environment);
+        QCOMPARE(result.exitStatus, -1);
+        QVERIFY2(result.output.contains(
+                     QStringLiteral("ASSERT failure in QList<T>::at: \"index out of range\"")),
+                 qPrintable(result.output));
+        return;
+    }
+#endif
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext(values);
+    const Error error = ask();
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.message(), QStringLiteral("The reply has fewer than two arguments"));
+    QCOMPARE(text(m_applications), QStringLiteral("old 1 2 3 {}; old 1 2 3 {}"));
+    QCOMPARE(text(m_services), QStringLiteral("old s 4 5 {}"));
+}
+
+void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead_data()
+{
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("applications");
+    QTest::addColumn<QString>("services");
+
+    const auto row = [](const char *signature, const char *value, const char *applications,
+                        const char *services) {
+        QTest::addRow("%s: %s", signature, value)
+            << QString::fromLatin1(signature) << QString::fromLatin1(value)
+            << QString::fromLatin1(applications) << QString::fromLatin1(services);
+    };
+    for (const Row &each : andOthers({}, "")) {
+        row(each.signature, each.value, "", "");
+    }
+    row("ai", "2 1 2", "", "");
+    row("(si)", "x 1", "", "");
+    row("a(ss)", "1 x y", "x 0 0 0 {}", "x y 0 0 {}");
+    row("a(s)", "2 x y", "x 0 0 0 {}; y 0 0 0 {}", "x  0 0 {}; y  0 0 {}");
+    row("a(siuu)", "1 x 1 2 3", "x 1 2 3 {}", "x  0 3 {}");
+    row("a(siuua{ss})", "1 x 1 2 3 1 k v", "x 1 2 3 {}", "x  0 3 {}");
+    row("a(siuua{sv}s)", "1 x 1 2 3 0 y", "x 1 2 3 {}", "x  0 3 {}");
+    row("aa{sv}", "1 1 k i 1", "", "");
+    row("aas", "1 1 x", "", "");
+}
+
+void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead()
+{
+    QFETCH(QString, signature);
+    QFETCH(QString, value);
+    const QByteArray type = signature.toLatin1();
+    const QByteArray content = value.toLatin1();
+    answer(type.constData(), content.constData(), type.constData(), content.constData());
+    QCOMPARE(ask().code(), Error::NoError);
+    QTEST(text(m_applications), "applications");
+    QTEST(text(m_services), "services");
+}
+
+void TestControlRunning::moreThanTwoArgumentsAreIgnored()
+{
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+        .answerNext({1, QStringLiteral("x"), QStringLiteral("y")});
+    QCOMPARE(ask().code(), Error::NoError);
+    QVERIFY(m_applications.isEmpty());
+    QVERIFY(m_services.isEmpty());
+}
+
+void TestControlRunning::vectorsThatAreSharedStayTheirOwners()
+{
+    QVector<RunningApplication> applications(1, RunningApplication{});
+    const QVector<RunningApplication> shared = applications;
+    QVector<RunningService> services;
+    answer("a(siuua{sv})", "2 a.a 1 1 1 0 b.b 2 2 2 0", "a(ssiua{sv})", "0");
+    QCOMPARE(Control().getRunningApplications(applications, services).code(), Error::NoError);
+    QCOMPARE(applications.size(), 2);
+    QCOMPARE(text(shared), QStringLiteral(" 0 0 0 {}"));
+}
+
+OSTREL_TEST_MAIN(TestControlRunning)
+
+#include "tst_control_running.moc"

@@ -1,0 +1,426 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "control_events.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QMetaMethod>
+#include <QtCore/QThread>
+#include <QtDBus/QDBusServiceWatcher>
+#include <QtTest/QSignalSpy>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+using Ostrel::Control;
+
+// What becomes of the service's signals, and of those that only look like them.
+class TestControlSignals : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void signalsStandInTheirOrder();
+    void signalsArriveUnchanged();
+    void stateIsCast_data();
+    void stateIsCast();
+    void stateThatIsMissingIsIgnored_data();
+    void stateThatIsMissingIsIgnored();
+    void signalsOfOtherTypesAreDropped_data();
+    void signalsOfOtherTypesAreDropped();
+    void signalsOfOtherNamesPathsAndInterfacesAreDropped();
+    void signalsOfOtherSendersAreDropped();
+    void serviceThatComesLaterIsHeard();
+    void everyControlHearsThem();
+    void queuedConnectionsCrossThreads();
+    void deletedInASlot_data();
+    void deletedInASlot();
+    void endedControlHearsNothing();
+
+private:
+    void emitSignal(const QString &member, const QVariantList &arguments) const;
+    // What busctl sends of its own accord comes from another sender; the desk's are the service's.
+    void emitWithBusctl(const QString &member, const QStringList &values) const;
+    // Sends a signal behind all others, and waits until it has arrived.
+    bool arrived(const ControlEvents &events) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestControlSignals::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    // Signals that are read before the loop first runs may come in another order.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestControlSignals::init()
+{
+    m_warnings.emplace();
+}
+
+void TestControlSignals::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestControlSignals::emitSignal(const QString &member, const QVariantList &arguments) const
+{
+    m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+}
+
+void TestControlSignals::emitWithBusctl(const QString &member, const QStringList &values) const
+{
+    busctlEmitSignal(*m_bus, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, values);
+}
+
+bool TestControlSignals::arrived(const ControlEvents &events) const
+{
+    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("marker")});
+    return events.waitFor(QStringLiteral("oom marker"));
+}
+
+void TestControlSignals::signalsStandInTheirOrder()
+{
+    const QMetaObject &meta = Control::staticMetaObject;
+    QStringList found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        QStringList names;
+        const QList<QByteArray> parameters = method.parameterNames();
+        for (const QByteArray &name : parameters) {
+            names.append(QString::fromLatin1(name));
+        }
+        QCOMPARE(method.methodType(), QMetaMethod::Signal);
+        QCOMPARE(method.access(), QMetaMethod::Public);
+        found.append(QStringLiteral("%1: %2").arg(QString::fromLatin1(method.methodSignature()),
+                                                  names.join(QStringLiteral(", "))));
+    }
+    QCOMPARE(found,
+             (QStringList{
+                 QStringLiteral("started(QString,QVariantMap): appInstanceId, details"),
+                 QStringLiteral("terminated(QString,QVariantMap): appInstanceId, details"),
+                 QStringLiteral("stateChanged(QString,ApplicationState): appInstanceId, state"),
+                 QStringLiteral("selectedByOom(QString): processId"),
+             }));
+    QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    QCOMPARE(meta.className(), "Ostrel::Control");
+}
+
+void TestControlSignals::signalsArriveUnchanged()
+{
+    const Control control;
+    const ControlEvents events(control);
+    const QVariantMap details{{QStringLiteral("a"), 1},
+                              {QStringLiteral("b"), QStringLiteral("\u00e9")}};
+    emitSignal(QStringLiteral("Started"), {QStringLiteral("x.instance_1"), details});
+    emitSignal(QStringLiteral("StateChanged"),
+               {QStringLiteral("x.instance_1"), QVariantMap{{QStringLiteral("State"), 3U}}});
+    emitSignal(QStringLiteral("Terminated"), {QStringLiteral("x.instance_1"), details});
+    emitSignal(QStringLiteral("Started"), {QString(), QVariantMap()});
+    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("17")});
+    QVERIFY(events.waitFor(QStringLiteral("oom 17")));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started x.instance_1 {a=1,b=\u00e9}"),
+                          QStringLiteral("state x.instance_1 3"),
+                          QStringLiteral("terminated x.instance_1 {a=1,b=\u00e9}"),
+                          QStringLiteral("started  {}"), QStringLiteral("oom 17")}));
+}
+
+void TestControlSignals::stateIsCast_data()
+{
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<quint32>("state");
+
+    const auto row = [](const char *value, quint32 state) {
+        QTest::newRow(value) << QString::fromLatin1(value) << state;
+    };
+    row("u 3", 3);
+    row("u 0", 0);
+    row("u 255", 255);
+    row("u 256", 256);
+    row("u 4294967295", 4294967295);
+    row("i 3", 3);
+    row("i -1", 4294967295);
+    row("y 7", 7);
+    row("b true", 1);
+    row("d 3.7", 4);
+    row("t 4294967299", 3);
+    row("s 3", 3);
+    row("s -1", 0);
+    row("s three", 0);
+    row("s ''", 0);
+    row("ai 1 3", 0);
+    row("(u) 3", 0);
+    row("v u 3", 0);
+    row("a{sv} 0", 0);
+}
+
+void TestControlSignals::stateIsCast()
+{
+    QFETCH(QString, value);
+    QFETCH(quint32, state);
+    const Control control;
+    const ControlEvents events(control);
+    emitWithBusctl(
+        QStringLiteral("StateChanged"),
+        {QStringLiteral("s id"), QStringLiteral("a{sv} 3 A i 1 State %1 Z i 1").arg(value)});
+    QVERIFY(arrived(events));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("state id %1").arg(state), QStringLiteral("oom marker")}));
+}
+
+void TestControlSignals::stateThatIsMissingIsIgnored_data()
+{
+    QTest::addColumn<QString>("map");
+    QTest::newRow("empty") << QStringLiteral("0");
+    QTest::newRow("others") << QStringLiteral("2 A u 1 Stat u 2");
+    QTest::newRow("other case") << QStringLiteral("2 state u 1 STATE u 2");
+}
+
+void TestControlSignals::stateThatIsMissingIsIgnored()
+{
+    QFETCH(QString, map);
+    const Control control;
+    const ControlEvents events(control);
+    emitWithBusctl(QStringLiteral("StateChanged"),
+                   {QStringLiteral("s id"), QStringLiteral("a{sv} ") + map});
+    QVERIFY(arrived(events));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+}
+
+void TestControlSignals::signalsOfOtherTypesAreDropped_data()
+{
+    QTest::addColumn<QStringList>("values");
+
+    const auto row = [](const std::vector<const char *> &values) {
+        QStringList all;
+        for (const char *value : values) {
+            all.append(QString::fromLatin1(value));
+        }
+        QTest::addRow("%s", qPrintable(all.join(QStringLiteral(", ")))) << all;
+    };
+    row({});
+    row({"s id"});
+    row({"s id", "ai 1 1"});
+    row({"s id", "as 1 x"});
+    row({"s id", "(i) 1"});
+    row({"s id", "a{ss} 1 State 3"});
+    row({"s id", "a{iv} 1 1 u 3"});
+    row({"s id", "av 1 u 3"});
+    row({"s id", "v u 3"});
+    row({"o /id", "a{sv} 1 State u 3"});
+    row({"i 1", "a{sv} 1 State u 3"});
+    row({"a{sv} 1 State u 3", "s id"});
+    row({"s id", "a{sv} 1 State u 3", "s x"});
+    row({"i 1"});
+    row({"s id", "s x"});
+    row({"o /id"});
+    row({"as 1 id"});
+    row({"(s) id"});
+    row({"v s id"});
+}
+
+void TestControlSignals::signalsOfOtherTypesAreDropped()
+{
+    QFETCH(QStringList, values);
+    const Control control;
+    const ControlEvents events(control);
+    for (const char *member : {"Started", "Terminated", "StateChanged"}) {
+        emitWithBusctl(QString::fromLatin1(member), values);
+    }
+    // The one type that this one has.
+    if (values != QStringList(QStringLiteral("s id"))) {
+        emitWithBusctl(QStringLiteral("SelectedByOom"), values);
+    }
+    QVERIFY(arrived(events));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+}
+
+void TestControlSignals::signalsOfOtherNamesPathsAndInterfacesAreDropped()
+{
+    const Control control;
+    const ControlEvents events(control);
+    const QVariantList arguments{QStringLiteral("id"), QVariantMap()};
+    const QString started = QStringLiteral("Started");
+    emitSignal(QStringLiteral("started"), arguments);
+    emitSignal(QStringLiteral("Began"), arguments);
+    m_simulator->emitSignal(OSTREL_SERVICE_PATH "/Control2", OSTREL_CONTROL_INTERFACE, started,
+                            arguments);
+    m_simulator->emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
+    m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
+                            arguments);
+    QVERIFY(arrived(events));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+}
+
+void TestControlSignals::signalsOfOtherSendersAreDropped()
+{
+    const Control control;
+    const ControlEvents events(control);
+    QDBusConnection peer = QDBusConnection::connectToBus(m_bus->address(), QStringLiteral("peer"));
+    for (const bool broadcast : {true, false}) {
+        for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
+            const auto signalOf = [&](const QString &name) {
+                return broadcast
+                    ? QDBusMessage::createSignal(QStringLiteral(OSTREL_CONTROL_PATH),
+                                                 QStringLiteral(OSTREL_CONTROL_INTERFACE), name)
+                    : QDBusMessage::createTargetedSignal(
+                        QDBusConnection::sessionBus().baseService(),
+                        QStringLiteral(OSTREL_CONTROL_PATH),
+                        QStringLiteral(OSTREL_CONTROL_INTERFACE), name);
+            };
+            QDBusMessage forged = signalOf(QString::fromLatin1(member));
+            forged << QStringLiteral("forged");
+            if (QLatin1String(member) != QLatin1String("SelectedByOom")) {
+                forged << QVariantMap{{QStringLiteral("State"), 3U}};
+            }
+            QVERIFY(peer.send(forged));
+        }
+    }
+    // The bus has passed them on when it answers the same sender.
+    peer.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+    QDBusConnection::disconnectFromBus(QStringLiteral("peer"));
+    QVERIFY(arrived(events));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+}
+
+void TestControlSignals::serviceThatComesLaterIsHeard()
+{
+    m_simulator->end();
+    const Control control;
+    const ControlEvents events(control);
+    for (int i = 1; i <= 3; ++i) {
+        QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME),
+                                    QDBusConnection::sessionBus(),
+                                    QDBusServiceWatcher::WatchForRegistration);
+        QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
+        m_simulator->start();
+        // QtDBus drops what comes before it knows the new owner.
+        QTRY_COMPARE_WITH_TIMEOUT(owned.size(), 1, patience);
+        const QString id = QString::number(i);
+        emitSignal(QStringLiteral("SelectedByOom"), {id});
+        QVERIFY(events.waitFor(QStringLiteral("oom ") + id));
+        if (i < 3) {
+            m_simulator->end();
+        }
+    }
+    QCOMPARE(
+        events.all(),
+        (QStringList{QStringLiteral("oom 1"), QStringLiteral("oom 2"), QStringLiteral("oom 3")}));
+}
+
+void TestControlSignals::everyControlHearsThem()
+{
+    const Control first;
+    const Control second;
+    const ControlEvents firstEvents(first);
+    const ControlEvents secondEvents(second);
+    emitSignal(QStringLiteral("StateChanged"),
+               {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 3U}}});
+    QVERIFY(arrived(firstEvents));
+    QVERIFY(secondEvents.waitFor(QStringLiteral("oom marker")));
+    const QStringList expected{QStringLiteral("state id 3"), QStringLiteral("oom marker")};
+    QCOMPARE(firstEvents.all(), expected);
+    QCOMPARE(secondEvents.all(), expected);
+}
+
+// The state is a type of the library's own, which a queued connection has to know.
+void TestControlSignals::queuedConnectionsCrossThreads()
+{
+    QThread thread;
+    QObject receiver;
+    receiver.moveToThread(&thread);
+    thread.start();
+    const Control control;
+    const ControlEvents events(control);
+    quint32 state = 0;
+    QThread *ranIn = nullptr;
+    connect(&control, &Control::stateChanged, &receiver,
+            [&](const QString & /*id*/, quint32 changed) {
+                state = changed;
+                ranIn = QThread::currentThread();
+            });
+    QSignalSpy spy(&control, &Control::stateChanged);
+    emitSignal(QStringLiteral("StateChanged"),
+               {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 4000000000U}}});
+    QVERIFY(arrived(events));
+    thread.quit();
+    QVERIFY(thread.wait(patience));
+    QCOMPARE(state, 4000000000U);
+    QCOMPARE(ranIn, &thread);
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(spy.at(0).at(1).toUInt(), 4000000000U);
+}
+
+void TestControlSignals::deletedInASlot_data()
+{
+    QTest::addColumn<QString>("member");
+    for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
+        QTest::newRow(member) << QString::fromLatin1(member);
+    }
+}
+
+// Signals that have been read already reach nobody any more.
+void TestControlSignals::deletedInASlot()
+{
+    QFETCH(QString, member);
+    const Control other;
+    const ControlEvents others(other);
+    auto control = std::make_unique<Control>();
+    int emitted = 0;
+    const auto end = [&] {
+        ++emitted;
+        control.reset();
+    };
+    connect(control.get(), &Control::started, this, end);
+    connect(control.get(), &Control::terminated, this, end);
+    connect(control.get(), &Control::stateChanged, this, end);
+    connect(control.get(), &Control::selectedByOom, this, end);
+    QVariantList arguments{QStringLiteral("id")};
+    if (member != QLatin1String("SelectedByOom")) {
+        arguments.append(QVariantMap{{QStringLiteral("State"), 3U}});
+    }
+    for (int i = 0; i < 3; ++i) {
+        emitSignal(member, arguments);
+    }
+    QVERIFY(arrived(others));
+    QCOMPARE(others.all().size(), 4);
+    QCOMPARE(emitted, 1);
+}
+
+void TestControlSignals::endedControlHearsNothing()
+{
+    const Control other;
+    const ControlEvents others(other);
+    auto control = std::make_unique<Control>();
+    const ControlEvents events(*control);
+    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("early")});
+    control.reset();
+    QVERIFY(arrived(others));
+    QCOMPARE(events.all(), QStringList());
+}
+
+OSTREL_TEST_MAIN(TestControlSignals)
+
+#include "tst_control_signals.moc"

@@ -1,0 +1,482 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
+
+#include <csignal>
+#include <optional>
+
+// The commands of application control, as a user types them and as a script reads them.
+class TestOstrelctlControl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void startPrintsTheInstance();
+    void startPrintsAnyDetailsAsJson();
+    void debugSendsWhatIsGiven_data();
+    void debugSendsWhatIsGiven();
+    void terminateSaysNothing();
+    void psPrintsATable();
+    void psPrintsJson();
+    void psFitsTheTerminal();
+    void whichPrintsTheApplication_data();
+    void whichPrintsTheApplication();
+    void failuresAreTold_data();
+    void failuresAreTold();
+    void watchPrintsEvents();
+    void watchPrintsJson();
+    void watchEndsWithTheBus();
+    void watchWithoutBus();
+    void tellsMistakes_data();
+    void tellsMistakes();
+
+private:
+    static Result ostrelctl(const QStringList &arguments);
+    MethodFaults next(const char *method) const
+    {
+        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+    }
+    // Has the next list hold one application and one service.
+    void arrangeList() const;
+    void emitEvents() const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+namespace
+{
+
+// A watcher, when it watches.
+class Watcher : public Process
+{
+    Q_OBJECT
+
+public:
+    explicit Watcher(const QStringList &options = {})
+        : Process(QStringLiteral(OSTRELCTL), QStringList(QStringLiteral("watch")) + options)
+    {
+        setProcessChannelMode(QProcess::MergedChannels);
+        start();
+    }
+
+    // Ends it as Ctrl-C does, and returns its exit status.
+    int interrupt()
+    {
+        ::kill(pid_t(processId()), SIGINT);
+        return waitForFinished(patience) && exitStatus() == QProcess::NormalExit ? exitCode() : -1;
+    }
+};
+
+const QString watching = // clazy:exclude=non-pod-global-static
+    QStringLiteral("watching the applications; Ctrl-C ends it");
+
+} // namespace
+
+Result TestOstrelctlControl::ostrelctl(const QStringList &arguments)
+{
+    return run(QStringLiteral(OSTRELCTL), arguments);
+}
+
+void TestOstrelctlControl::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestOstrelctlControl::cleanup()
+{
+    m_simulator->reset();
+}
+
+void TestOstrelctlControl::arrangeList() const
+{
+    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
+               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+                           QStringLiteral("GetRunningApplications"), QStringLiteral("2")}
+                   + wordsOf(QStringLiteral("a(siuua{sv}) 1 demo.Viewer 17 4294967295 2 2 "
+                                            "Name s x\ny Size t 18446744073709551615 "
+                                            "a(ssiua{sv}) 1 demo.Viewer decoder -1 3 0")));
+}
+
+void TestOstrelctlControl::emitEvents() const
+{
+    const auto send = [this](const QString &member, const QVariantList &arguments) {
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+    };
+    const QString id = QStringLiteral("a.b.instance_1");
+    send(QStringLiteral("Started"), {id, QVariantMap{{QStringLiteral("Pid"), 17}}});
+    send(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 255U}}});
+    send(QStringLiteral("SelectedByOom"), {QStringLiteral("1\n7")});
+    send(QStringLiteral("Terminated"), {id, QVariantMap()});
+}
+
+void TestOstrelctlControl::startPrintsTheInstance()
+{
+    next("Start").answerNext({QStringLiteral("one"), QVariantMap()});
+    const Result result = ostrelctl({QStringLiteral("start"), QStringLiteral("a b")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, QStringLiteral("one\n"));
+    QCOMPARE(result.exitStatus, 0);
+    QCOMPARE(m_simulator->calls().at(0).member, QStringLiteral("Start"));
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("a b")});
+}
+
+void TestOstrelctlControl::startPrintsAnyDetailsAsJson()
+{
+    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
+               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+                           QStringLiteral("Start"), QStringLiteral("2")}
+                   + wordsOf(QStringLiteral(
+                       "s one a{sv} 13 a y 7 b n -3 c q 4 d d 1.5 e o /p f g as g v s x "
+                       "h ay 2 0 255 i (sai) x 2 1 2 j a{is} 1 3 x k a{sv} 1 l b true m as 0 "
+                       "n x -9007199254740992")));
+    const Result result =
+        ostrelctl({QStringLiteral("start"), QStringLiteral("--json"), QStringLiteral("a.b")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(
+        result.output,
+        QStringLiteral(R"({"appInstanceId":"one","details":{"a":7,"b":-3,"c":4,"d":1.5,"e":"/p",)"
+                       R"("f":"as","g":"x","h":[0,255],"i":["x",[1,2]],"j":{"3":"x"},)"
+                       R"("k":{"l":true},"m":[],"n":-9007199254740992}})"
+                       "\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestOstrelctlControl::debugSendsWhatIsGiven_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QVariantMap>("sent");
+
+    const auto words = [](const char *text) {
+        return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    };
+    const QString wrapper = QStringLiteral("applicationWrapper");
+    const QString params = QStringLiteral("commandLineParams");
+    QTest::newRow("nothing") << QStringList() << QVariantMap();
+    QTest::newRow("wrapper") << QStringList{QStringLiteral("--wrapper"),
+                                            QStringLiteral("gdb  --args \"a b\"")}
+                             << QVariantMap{
+                                    {wrapper,
+                                     QStringList{QStringLiteral("gdb"), QStringLiteral("--args"),
+                                                 QStringLiteral("a b")}}};
+    QTest::newRow("params") << words("--param one --param --two --param=-3")
+                            << QVariantMap{{params, words("one --two -3")}};
+    QTest::newRow("environment") << words("--env A=1 --env B==")
+                                 << QVariantMap{{QStringLiteral("environment"), words("A=1 B==")}};
+    QTest::newRow("sandbox launcher")
+        << words("--firejail-param --quiet --firejail-param x")
+        << QVariantMap{{QStringLiteral("firejailParams"), words("--quiet x")}};
+    QTest::newRow("no sandbox") << words("--no-sandbox")
+                                << QVariantMap{{QStringLiteral("sandbox"), false}};
+    QTest::newRow("files") << words("--stdout /o --stderr e")
+                           << QVariantMap{{QStringLiteral("stdoutFile"), QStringLiteral("/o")},
+                                          {QStringLiteral("stderrFile"),
+                                           QDir::current().absoluteFilePath(QStringLiteral("e"))}};
+}
+
+void TestOstrelctlControl::debugSendsWhatIsGiven()
+{
+    QFETCH(QStringList, options);
+    next("StartDebug").answerNext({QStringLiteral("one"), QVariantMap()});
+    const Result result = ostrelctl(QStringList(QStringLiteral("debug")) + options
+                                    + QStringList{QStringLiteral("a.b")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, QStringLiteral("one\n"));
+    QCOMPARE(result.exitStatus, 0);
+    const Call call = m_simulator->calls().constFirst();
+    QCOMPARE(call.member, QStringLiteral("StartDebug"));
+    QCOMPARE(call.arguments.at(0), QVariant(QStringLiteral("a.b")));
+    QTEST(qdbus_cast<QVariantMap>(call.arguments.at(1)), "sent");
+}
+
+void TestOstrelctlControl::terminateSaysNothing()
+{
+    next("Terminate").answerNext({});
+    const Result plain = ostrelctl({QStringLiteral("terminate"), QStringLiteral("one")});
+    QCOMPARE(plain.errors, QString());
+    QCOMPARE(plain.output, QString());
+    QCOMPARE(plain.exitStatus, 0);
+    QCOMPARE(m_simulator->calls().at(0).member, QStringLiteral("Terminate"));
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("one")});
+
+    next("Terminate").answerNext({});
+    const Result json =
+        ostrelctl({QStringLiteral("terminate"), QStringLiteral("--json"), QStringLiteral("one")});
+    QCOMPARE(json.output, QStringLiteral("{}\n"));
+    QCOMPARE(json.exitStatus, 0);
+}
+
+void TestOstrelctlControl::psPrintsATable()
+{
+    arrangeList();
+    const Result result = ostrelctl({QStringLiteral("ps")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output,
+             QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES\n"
+                            "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
+                            "Size=18446744073709552000\n"
+                            "demo.Viewer  decoder  -1   3           -\n"));
+    QCOMPARE(result.exitStatus, 0);
+
+    m_simulator->desk(QStringLiteral("ListNext"), {0U, 0U});
+    QCOMPARE(ostrelctl({QStringLiteral("ps")}).output,
+             QStringLiteral("APPLICATION  SERVICE  PID  STATE  KIND  PROPERTIES\n"));
+}
+
+void TestOstrelctlControl::psPrintsJson()
+{
+    arrangeList();
+    const Result result = ostrelctl({QStringLiteral("ps"), QStringLiteral("--json")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output,
+             QStringLiteral(R"~({"applications":[{"appId":"demo.Viewer","kind":2,"pid":17,)~"
+                            R"~("properties":{"Name":"x\ny","Size":18446744073709552000},)~"
+                            R"~("state":4294967295}],"services":[{"appId":"demo.Viewer",)~"
+                            R"~("name":"decoder","pid":-1,"properties":{},"state":3}]})~"
+                            "\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestOstrelctlControl::psFitsTheTerminal()
+{
+    // script gives the command a terminal, whose width it is told.
+    const auto widthsAt = [this](int columns) {
+        arrangeList();
+        Result result =
+            run(QStringLiteral("script"),
+                {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
+                 QStringLiteral("stty cols %1; " OSTRELCTL " ps").arg(columns),
+                 QStringLiteral("/dev/null")});
+        return result.output.remove(QLatin1Char('\r')).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    };
+    QCOMPARE(widthsAt(200).at(1),
+             QStringLiteral("demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
+                            "Size=18446744073709552000"));
+    QCOMPARE(widthsAt(55),
+             (QStringList{
+                 QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES"),
+                 QStringLiteral("demo.Viewer  -        17   4294967295  2     Name=\"x\\n\u2026"),
+                 QStringLiteral("demo.Viewer  decoder  -1   3           -"),
+             }));
+    const QStringList narrow = widthsAt(40);
+    QCOMPARE(narrow.size(), 3);
+    for (const QString &line : narrow) {
+        QVERIFY2(line.size() <= 40, qPrintable(line));
+    }
+}
+
+void TestOstrelctlControl::whichPrintsTheApplication_data()
+{
+    QTest::addColumn<QByteArray>("controlGroup");
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QString>("errors");
+    QTest::addColumn<QString>("json");
+
+    const QString none = QStringLiteral("error: process 17 belongs to no application\n");
+    QTest::newRow("instance")
+        << QByteArray("/ostrel-helper/a.b/instance_1") << QStringLiteral("a.b a.b.instance_1\n")
+        << QString()
+        << QStringLiteral(R"({"appId":"a.b","appInstanceId":"a.b.instance_1","pid":17})");
+    QTest::newRow("one instance") << QByteArray("/ostrel-helper/a.b/app")
+                                  << QStringLiteral("a.b a.b\n") << QString()
+                                  << QStringLiteral(
+                                         R"({"appId":"a.b","appInstanceId":"a.b","pid":17})");
+    QTest::newRow("application alone")
+        << QByteArray("/ostrel-helper/a.b/x") << QStringLiteral("a.b -\n") << QString()
+        << QStringLiteral(R"({"appId":"a.b","appInstanceId":null,"pid":17})");
+    QTest::newRow("none") << QByteArray("/user.slice/x") << QString() << none
+                          << QStringLiteral(R"({"appId":null,"appInstanceId":null,"pid":17})");
+}
+
+// It needs no bus.
+void TestOstrelctlControl::whichPrintsTheApplication()
+{
+    QFETCH(QByteArray, controlGroup);
+    QFETCH(QString, errors);
+    QFETCH(QString, json);
+    const QTemporaryDir root;
+    QVERIFY(QDir(root.path()).mkpath(QStringLiteral("proc/17")));
+    QFile file(root.filePath(QStringLiteral("proc/17/cgroup")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("4:memory:" + controlGroup + '\n');
+    file.close();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("OSTREL_ROOTFS"), root.path());
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/session"));
+
+    const Result plain = run(QStringLiteral(OSTRELCTL),
+                             {QStringLiteral("which"), QStringLiteral("17")}, environment);
+    QTEST(plain.output, "output");
+    QCOMPARE(plain.errors, errors);
+    QCOMPARE(plain.exitStatus, errors.isEmpty() ? 0 : 1);
+
+    const Result asJson =
+        run(QStringLiteral(OSTRELCTL),
+            {QStringLiteral("which"), QStringLiteral("17"), QStringLiteral("--json")}, environment);
+    QCOMPARE(asJson.output, json + QLatin1Char('\n'));
+    QCOMPARE(asJson.errors, errors);
+    QCOMPARE(asJson.exitStatus, plain.exitStatus);
+}
+
+void TestOstrelctlControl::failuresAreTold_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("method");
+    const auto row = [](const char *method, const QStringList &arguments) {
+        QTest::newRow(method) << arguments << QByteArray(method);
+    };
+    row("Start", {QStringLiteral("start"), QStringLiteral("a")});
+    row("StartDebug", {QStringLiteral("debug"), QStringLiteral("a")});
+    row("Terminate", {QStringLiteral("terminate"), QStringLiteral("a")});
+}
+
+void TestOstrelctlControl::failuresAreTold()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, method);
+    for (const bool json : {false, true}) {
+        next(method.constData())
+            .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
+        const Result result =
+            ostrelctl(arguments + (json ? QStringList(QStringLiteral("--json")) : QStringList()));
+        QCOMPARE(
+            result.output,
+            json ? QStringLiteral(R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
+                                  "\n")
+                 : QString());
+        QCOMPARE(result.errors, QStringLiteral("error: HandlerFailed: no\n"));
+        QCOMPARE(result.exitStatus, 1);
+    }
+    next("GetRunningApplications")
+        .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
+    const Result list = ostrelctl({QStringLiteral("ps")});
+    QCOMPARE(list.output, QString());
+    QCOMPARE(list.errors, QStringLiteral("error: Failed: no\n"));
+    QCOMPARE(list.exitStatus, 1);
+}
+
+void TestOstrelctlControl::watchPrintsEvents()
+{
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    emitEvents();
+    const QStringList expected{
+        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
+        QStringLiteral("stateChanged   a.b.instance_1 255"),
+        QStringLiteral("selectedByOom  1\\n7"),
+        QStringLiteral("terminated     a.b.instance_1 {}"),
+    };
+    static const QRegularExpression line(
+        QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
+    for (const QString &event : expected) {
+        QCOMPARE(line.match(watcher.readLine()).captured(1), event);
+    }
+    QCOMPARE(watcher.interrupt(), 0);
+}
+
+void TestOstrelctlControl::watchPrintsJson()
+{
+    Watcher watcher({QStringLiteral("--json")});
+    QCOMPARE(watcher.readLine(), watching);
+    emitEvents();
+    const QStringList expected{
+        QStringLiteral(
+            R"({"appInstanceId":"a.b.instance_1","details":{"Pid":17},"event":"started"})"),
+        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","event":"stateChanged","state":255})"),
+        QStringLiteral(R"({"event":"selectedByOom","processId":"1\n7"})"),
+        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","details":{},"event":"terminated"})"),
+    };
+    for (const QString &event : expected) {
+        QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
+        QVERIFY(
+            QDateTime::fromString(object.take(QStringLiteral("time")).toString(), Qt::ISODateWithMs)
+                .isValid());
+        QCOMPARE(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)), event);
+    }
+    QCOMPARE(watcher.interrupt(), 0);
+}
+
+void TestOstrelctlControl::watchEndsWithTheBus()
+{
+    PrivateBus bus;
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    bus.end();
+    QCOMPARE(watcher.readLine(), QStringLiteral("error: the bus went away"));
+    QVERIFY(watcher.waitForFinished(patience));
+    QCOMPARE(watcher.exitCode(), 1);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+}
+
+void TestOstrelctlControl::watchWithoutBus()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/session"));
+    const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctlControl::tellsMistakes_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("mistake");
+
+    const auto row = [](const char *arguments, const char *mistake) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(mistake);
+    };
+    row("start", "APP is missing");
+    row("start a b", "unexpected argument \"b\"");
+    row("debug", "APP is missing");
+    row("debug --param", "Missing value after '--param'.");
+    row("debug a --param", "Missing value after '--param'.");
+    row("debug a --env A", "--env takes NAME=VALUE, not \"A\"");
+    row("debug a --env =1", "--env takes NAME=VALUE, not \"=1\"");
+    row("debug a --no-sandbox=1", "Unexpected value after '--no-sandbox'.");
+    row("terminate", "INSTANCE is missing");
+    row("ps a", "unexpected argument \"a\"");
+    row("watch a", "unexpected argument \"a\"");
+    row("which", "PID is missing");
+    row("which x", "PID takes a whole number from -2147483648 to 2147483647, not \"x\"");
+}
+
+void TestOstrelctlControl::tellsMistakes()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, mistake);
+    const QStringList words = arguments.split(QLatin1Char(' '));
+    const Result result = ostrelctl(words);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.errors,
+             QStringLiteral("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n")
+                 .arg(words.constFirst(), mistake));
+    QCOMPARE(result.exitStatus, 2);
+    QVERIFY(m_simulator->calls().isEmpty());
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlControl)
+
+#include "tst_ostrelctl_control.moc"

@@ -1,0 +1,339 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "bus_monitor.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QMetaMethod>
+
+#include <optional>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+// An invoker registers its type: what it is, and what its beginning and its end put on the bus.
+class TestTaskInvokerRegistration : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void typesAreRegisteredByTheFirst();
+    void isAnObjectWithTwoSignals();
+    void enumerationsHaveTheirNumbers();
+    void asksOnceForItsType();
+    void doesNotWaitForTheAnswer();
+    void registersBeforeItSubscribes();
+    void sendsNothingAtItsEnd_data();
+    void sendsNothingAtItsEnd();
+    void typesThatMakeAPathAreRegistered_data();
+    void typesThatMakeAPathAreRegistered();
+    void otherTypesAreRegisteredToo_data();
+    void otherTypesAreRegisteredToo();
+    void otherTypesNeverMatchAPath();
+    void invokersOfOneTypeShareASession();
+
+private:
+    // The messages of this process until a round trip of its own.
+    QVector<QJsonObject> ownMessages(BusMonitor &monitor);
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestTaskInvokerRegistration::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerRegistration::init()
+{
+    m_warnings.emplace();
+}
+
+void TestTaskInvokerRegistration::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monitor)
+{
+    const QString self = QDBusConnection::sessionBus().baseService();
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/end"),
+                                       QStringLiteral("a.b"), QStringLiteral("End")));
+    const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
+        return message.value(QLatin1String("member")) == QLatin1String("End");
+    });
+    QVector<QJsonObject> own;
+    for (const QJsonObject &message : messages) {
+        if (message.value(QLatin1String("sender")) == self) {
+            own.append(message);
+        }
+    }
+    own.removeLast();
+    return own;
+}
+
+void TestTaskInvokerRegistration::typesAreRegisteredByTheFirst()
+{
+    QCOMPARE(QMetaType::type("QVector<AvailableTask>"), 0);
+    TaskInvoker first(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const int id = QMetaType::type("QVector<AvailableTask>");
+    QVERIFY(id != 0);
+    QCOMPARE(QMetaType::type("TaskState"), QMetaType::type("Ostrel::TaskState"));
+    QCOMPARE(QMetaType::type("AvailableTask"), 0);
+    const TaskInvoker second(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QCOMPARE(QMetaType::type("QVector<AvailableTask>"), id);
+    waitUntilReady(first);
+}
+
+void TestTaskInvokerRegistration::isAnObjectWithTwoSignals()
+{
+    const QMetaObject &meta = TaskInvoker::staticMetaObject;
+    QCOMPARE(meta.className(), "Ostrel::TaskInvoker");
+    QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+    QCOMPARE(meta.methodCount(), meta.methodOffset() + 2);
+    QCOMPARE(meta.method(meta.methodOffset()).methodSignature(),
+             QByteArray("activeTasksChanged()"));
+    QCOMPARE(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
+    QCOMPARE(meta.method(meta.methodOffset() + 1).methodSignature(),
+             QByteArray("availableTasksChanged()"));
+    QCOMPARE(meta.method(meta.methodOffset() + 1).methodType(), QMetaMethod::Signal);
+    QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    QCOMPARE(sizeof(TaskInvoker), sizeof(QObject) + sizeof(void *));
+
+    QObject parent;
+    auto *invoker = new TaskInvoker(TaskInvoker::SessionBus, QStringLiteral("sync"), &parent);
+    QCOMPARE(invoker->parent(), &parent);
+    QVERIFY(invoker->children().isEmpty());
+    QVERIFY(invoker->availableTasks().isEmpty());
+    QVERIFY(invoker->activeTasks().isEmpty());
+    const TaskInvoker orphan(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(orphan.parent() == nullptr);
+}
+
+void TestTaskInvokerRegistration::enumerationsHaveTheirNumbers()
+{
+    QCOMPARE(int(TaskInvoker::SessionBus), 0);
+    QCOMPARE(int(TaskInvoker::SystemBus), 1);
+    QCOMPARE(int(TaskInvoker::AutostartDefault), 0);
+    QCOMPARE(int(TaskInvoker::AutostartEnabled), 1);
+    QCOMPARE(int(TaskInvoker::AutostartDisabled), 2);
+}
+
+void TestTaskInvokerRegistration::asksOnceForItsType()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QCOMPARE(invoker.taskType(), QStringLiteral("sync"));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    roundTrip(invoker);
+
+    // No introspection, no reading of properties: this one call, and that of the round trip.
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 2);
+    const Call &call = calls.constFirst();
+    QCOMPARE(call.path, QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvoker1"));
+    QCOMPARE(call.interface, QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvoker1"));
+    QCOMPARE(call.member, QStringLiteral("RegisterInvoker"));
+    QCOMPARE(call.signature, QStringLiteral("s"));
+    QCOMPARE(call.arguments, QVariantList{QStringLiteral("sync")});
+}
+
+void TestTaskInvokerRegistration::doesNotWaitForTheAnswer()
+{
+    const MethodFaults registration =
+        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    registration.holdNext(1);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+
+    // The answer is there, but only the event loop brings it.
+    registration.waitForHeld(1);
+    registration.release({0});
+    QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(3));
+}
+
+void TestTaskInvokerRegistration::registersBeforeItSubscribes()
+{
+    BusMonitor monitor(*m_bus);
+    const TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    int registration = -1;
+    int subscription = -1;
+    const QVector<QJsonObject> messages = ownMessages(monitor);
+    for (int i = 0; i < messages.size(); ++i) {
+        const QString member = messages.at(i).value(QLatin1String("member")).toString();
+        const QString argument =
+            messages.at(i).value(QLatin1String("payload"))[QLatin1String("data")][0].toString();
+        if (member == QLatin1String("RegisterInvoker")) {
+            QCOMPARE(registration, -1);
+            registration = i;
+        } else if (member == QLatin1String("AddMatch")
+                   && argument.contains(QLatin1String("PropertiesChanged"))) {
+            QCOMPARE(subscription, -1);
+            subscription = i;
+            QVERIFY(argument.contains(
+                QStringLiteral("path='%1'").arg(sessionPath(QStringLiteral("sync")))));
+            QVERIFY(
+                argument.contains(QStringLiteral("interface='org.freedesktop.DBus.Properties'")));
+            QVERIFY(argument.contains(QStringLiteral("sender='" OSTREL_SERVICE_NAME "'")));
+        }
+    }
+    QVERIFY(registration >= 0);
+    QVERIFY(subscription > registration);
+}
+
+void TestTaskInvokerRegistration::sendsNothingAtItsEnd_data()
+{
+    QTest::addColumn<bool>("ready");
+    QTest::newRow("ready") << true;
+    QTest::newRow("not ready yet") << false;
+}
+
+void TestTaskInvokerRegistration::sendsNothingAtItsEnd()
+{
+    QFETCH(bool, ready);
+    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    if (ready) {
+        waitUntilReady(*invoker);
+    }
+    BusMonitor monitor(*m_bus);
+    invoker.reset();
+    const QVector<QJsonObject> messages = ownMessages(monitor);
+    // It stops listening, which is between it and the message bus.
+    for (const QJsonObject &message : messages) {
+        QCOMPARE(message.value(QLatin1String("destination")).toString(),
+                 QStringLiteral("org.freedesktop.DBus"));
+        QCOMPARE(message.value(QLatin1String("member")).toString(), QStringLiteral("RemoveMatch"));
+    }
+}
+
+void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered_data()
+{
+    QTest::addColumn<QString>("type");
+    for (const char *const type : {"sync", "1x", "_", "A_b_3", "a/b", "a/b/1"}) {
+        QTest::newRow(type) << QString::fromLatin1(type);
+    }
+    QTest::newRow("long") << QString(10000, QLatin1Char('x'));
+}
+
+void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered()
+{
+    QFETCH(QString, type);
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    QCOMPARE(invoker.taskType(), type);
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    Events events;
+    invoker.start(QStringLiteral("none"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(m_simulator->calls().constLast().path, sessionPath(type));
+    QVERIFY(events.all().constFirst().startsWith(QStringLiteral("started 0: 2 ")));
+}
+
+void TestTaskInvokerRegistration::otherTypesAreRegisteredToo_data()
+{
+    QTest::addColumn<QString>("type");
+    for (const char *const type : {"", "-", "a-b", "a b", " ", "/", "/a", "a/", "a//b", "a.b",
+                                   "a\n", "\xc3\xa9", "\xf0\x9f\xaa\x9f", "a/\xc3\xa9"}) {
+        QTest::addRow("\"%s\"", type) << QString::fromUtf8(type);
+    }
+    QTest::newRow("null") << QString();
+}
+
+// The registration goes out all the same; "Start" and "Stop" have no path that they could go to,
+// before and after.
+void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
+{
+    QFETCH(QString, type);
+    const QString invalidPath =
+        QStringLiteral("1 \"Invalid object path: %1\"").arg(sessionPath(type));
+    const QString refused = QStringLiteral("4 \"\"%1\" makes no object path\"").arg(type);
+
+    const MethodFaults registration =
+        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    registration.holdNext(1);
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    QCOMPARE(invoker.taskType(), type);
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    invoker.start(QStringLiteral("task"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("task"), events.stopped());
+    QCOMPARE(warnings.texts(), QStringList());
+    QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(2));
+    registration.waitForHeld(1);
+    registration.release({0});
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 0: ") + invalidPath,
+                          QStringLiteral("stopped ") + invalidPath,
+                          QStringLiteral("ready ") + refused}));
+    QCOMPARE(warnings.texts().size(), 1);
+
+    events.clear();
+    invoker.start(QStringLiteral("task"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("task"), events.stopped());
+    QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 0: ") + invalidPath,
+                          QStringLiteral("stopped ") + invalidPath}));
+
+    const QVector<Call> calls = m_simulator->calls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.constFirst().member, QStringLiteral("RegisterInvoker"));
+    QCOMPARE(calls.constFirst().signature, QStringLiteral("s"));
+    QCOMPARE(calls.constFirst().arguments,
+             QVariantList{type.isNull() ? QLatin1String("") : QVariant(type)});
+}
+
+// Whatever path a service answers with, it is not this one.
+void TestTaskInvokerRegistration::otherTypesNeverMatchAPath()
+{
+    answerRegistration(*m_bus, QStringLiteral("a_b"), QStringLiteral("0"));
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a-b"));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("1 \"Wrong TaskInvoker path\""));
+    QCOMPARE(warnings.texts(),
+             QStringList(QStringLiteral("Unexpected object path: \"%1\"")
+                             .arg(sessionPath(QStringLiteral("a_b")))));
+}
+
+void TestTaskInvokerRegistration::invokersOfOneTypeShareASession()
+{
+    TaskInvoker first(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker second(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("maintenance"));
+    waitUntilReady(first);
+    waitUntilReady(second);
+    waitUntilReady(other);
+    Events events;
+    first.start(QStringLiteral("contacts"), {}, {}, events.started());
+    QTRY_COMPARE_WITH_TIMEOUT(second.activeTasks().size(), 1, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(first.activeTasks().size(), 1, patience);
+    roundTrip(other);
+    QCOMPARE(other.activeTasks().size(), 0);
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerRegistration)
+
+#include "tst_task_invoker_registration.moc"

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "command.h"
+#include "command_line.h"
+#include "control_client.h"
+#include "json.h"
+#include "report.h"
+#include "table.h"
+
+#include <QtCore/QJsonArray>
+
+namespace
+{
+
+using Ostrel::RunningApplication;
+using Ostrel::RunningService;
+
+QJsonObject toJson(const RunningApplication &application)
+{
+    return {{QStringLiteral("appId"), application.appId},
+            {QStringLiteral("pid"), application.pid},
+            {QStringLiteral("state"), static_cast<qint64>(application.state)},
+            {QStringLiteral("kind"), static_cast<qint64>(application.kind)},
+            {QStringLiteral("properties"), ::toJson(application.properties)}};
+}
+
+QJsonObject toJson(const RunningService &service)
+{
+    return {{QStringLiteral("appId"), service.appId},
+            {QStringLiteral("name"), service.name},
+            {QStringLiteral("pid"), service.pid},
+            {QStringLiteral("state"), static_cast<qint64>(service.state)},
+            {QStringLiteral("properties"), ::toJson(service.properties)}};
+}
+
+template <typename Record> QJsonArray toJson(const QVector<Record> &records)
+{
+    QJsonArray array;
+    for (const Record &record : records) {
+        array.append(toJson(record));
+    }
+    return array;
+}
+
+void printRecords(const QVector<RunningApplication> &applications,
+                  const QVector<RunningService> &services)
+{
+    const QString none = QStringLiteral("-");
+    QVector<QStringList> rows;
+    for (const RunningApplication &application : applications) {
+        rows.append({application.appId, none, QString::number(application.pid),
+                     QString::number(application.state), QString::number(application.kind),
+                     propertiesText(application.properties)});
+    }
+    for (const RunningService &service : services) {
+        rows.append({service.appId, service.name, QString::number(service.pid),
+                     QString::number(service.state), none, propertiesText(service.properties)});
+    }
+    printTable({QStringLiteral("APPLICATION"), QStringLiteral("SERVICE"), QStringLiteral("PID"),
+                QStringLiteral("STATE"), QStringLiteral("KIND"), QStringLiteral("PROPERTIES")},
+               rows);
+}
+
+int run(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("ps"),
+                     QStringLiteral("Lists the running applications, and the running services.\n"
+                                    "States and kinds are the service's numbers."));
+    line.addJsonFlag();
+    if (const auto exitStatus = line.parse(arguments)) {
+        return *exitStatus;
+    }
+    QVector<RunningApplication> applications;
+    QVector<RunningService> services;
+    const Ostrel::Error error = ControlClient().getRunningApplications(applications, services);
+    if (error) {
+        return conclude(error, line.wantsJson(), {});
+    }
+    if (line.wantsJson()) {
+        printJson({{QStringLiteral("applications"), toJson(applications)},
+                   {QStringLiteral("services"), toJson(services)}});
+    } else {
+        printRecords(applications, services);
+    }
+    return Success;
+}
+
+} // namespace
+
+Command psCommand()
+{
+    return {QStringLiteral("ps"), QStringLiteral("List what is running"), run};
+}

@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "table.h"
+
+#include "report.h"
+#include "text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cwchar>
+#include <numeric>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int gap = 2;
+constexpr int narrowest = 4;
+
+int widthOf(uint character)
+{
+    return std::max(0, wcwidth(static_cast<wchar_t>(character)));
+}
+
+int widthOf(const QString &text)
+{
+    const QVector<uint> characters = text.toUcs4();
+    return std::accumulate(characters.cbegin(), characters.cend(), 0,
+                           [](int sum, uint character) { return sum + widthOf(character); });
+}
+
+// The text in so many columns, with an ellipsis at the end if it had to be cut.
+QString cut(const QString &text, int width)
+{
+    if (widthOf(text) <= width) {
+        return text;
+    }
+    QVector<uint> kept;
+    int used = 1;
+    const QVector<uint> characters = text.toUcs4();
+    for (const uint character : characters) {
+        used += widthOf(character);
+        if (used > width) {
+            break;
+        }
+        kept.append(character);
+    }
+    return QString::fromUcs4(kept.constData(), kept.size()) + QChar(0x2026);
+}
+
+void shrink(QVector<int> &widths, int total)
+{
+    const auto excess = [&widths, total] {
+        return std::accumulate(widths.cbegin(), widths.cend(), gap * (widths.size() - 1)) - total;
+    };
+    widths.last() = std::max(narrowest, widths.last() - std::max(0, excess()));
+    while (excess() > 0) {
+        const auto widest = std::max_element(widths.begin(), widths.end());
+        if (*widest <= narrowest) {
+            return;
+        }
+        --*widest;
+    }
+}
+
+QString lineOf(const QStringList &cells, const QVector<int> &widths)
+{
+    QString line;
+    for (int i = 0; i < cells.size(); ++i) {
+        const QString cell = cut(cells.at(i), widths.at(i));
+        line += cell;
+        if (i + 1 < cells.size()) {
+            line += QString(widths.at(i) - widthOf(cell) + gap, QLatin1Char(' '));
+        }
+    }
+    while (line.endsWith(QLatin1Char(' '))) {
+        line.chop(1);
+    }
+    return line;
+}
+
+// The lines of a table; a width of 0 is no limit.
+QStringList tableLines(const QStringList &heading, const QVector<QStringList> &rows, int width)
+{
+    QVector<QStringList> all{heading};
+    for (const QStringList &row : rows) {
+        QStringList cells;
+        for (const QString &cell : row) {
+            cells.append(onOneLine(cell));
+        }
+        all.append(cells);
+    }
+
+    QVector<int> widths(heading.size());
+    for (const QStringList &cells : qAsConst(all)) {
+        for (int i = 0; i < cells.size(); ++i) {
+            widths[i] = std::max(widths.at(i), widthOf(cells.at(i)));
+        }
+    }
+    if (width > 0) {
+        shrink(widths, width);
+    }
+
+    QStringList lines;
+    for (const QStringList &cells : qAsConst(all)) {
+        lines.append(lineOf(cells, widths));
+    }
+    return lines;
+}
+
+// How wide the terminal is that standard output goes to; 0 if it is none.
+int terminalWidth()
+{
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+} // namespace
+
+void printTable(const QStringList &heading, const QVector<QStringList> &rows)
+{
+    const QStringList lines = tableLines(heading, rows, terminalWidth());
+    for (const QString &line : lines) {
+        printLine(line);
+    }
+}

@@ -1,0 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_TEXT_H
+#define OSTRELCTL_TEXT_H
+
+#include <QtCore/QString>
+
+// The text on one line, and without power over the terminal.
+QString onOneLine(const QString &text);
+
+#endif

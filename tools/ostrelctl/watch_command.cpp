@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "command.h"
+#include "command_line.h"
+#include "control_client.h"
+#include "events.h"
+#include "json.h"
+#include "report.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QTextStream>
+#include <QtDBus/QDBusConnection>
+
+#include <cstdio>
+
+namespace
+{
+
+// Prints the events of a Control, one line each, as they come.
+class Watch : public QObject
+{
+    Q_OBJECT
+
+public:
+    Watch(const Ostrel::Control &control, bool asJson)
+        : m_asJson(asJson)
+    {
+        using Ostrel::Control;
+        connect(&control, &Control::started, this, &Watch::onStarted);
+        connect(&control, &Control::terminated, this, &Watch::onTerminated);
+        connect(&control, &Control::stateChanged, this, &Watch::onStateChanged);
+        connect(&control, &Control::selectedByOom, this, &Watch::onSelectedByOom);
+    }
+
+private:
+    void onStarted(const QString &appInstanceId, const QVariantMap &details)
+    {
+        print(QStringLiteral("started"), appInstanceId, details);
+    }
+
+    void onTerminated(const QString &appInstanceId, const QVariantMap &details)
+    {
+        print(QStringLiteral("terminated"), appInstanceId, details);
+    }
+
+    void onStateChanged(const QString &appInstanceId, quint32 state)
+    {
+        printEvent(m_asJson, QStringLiteral("stateChanged"),
+                   {{QStringLiteral("appInstanceId"), appInstanceId},
+                    {QStringLiteral("state"), static_cast<qint64>(state)}},
+                   QStringLiteral("%1 %2").arg(appInstanceId).arg(state));
+    }
+
+    void onSelectedByOom(const QString &processId)
+    {
+        printEvent(m_asJson, QStringLiteral("selectedByOom"),
+                   {{QStringLiteral("processId"), processId}}, processId);
+    }
+
+    void print(const QString &event, const QString &appInstanceId, const QVariantMap &details)
+    {
+        const QJsonObject object = toJson(details);
+        printEvent(
+            m_asJson, event,
+            {{QStringLiteral("appInstanceId"), appInstanceId}, {QStringLiteral("details"), object}},
+            QStringLiteral("%1 %2").arg(
+                appInstanceId,
+                QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))));
+    }
+
+    bool m_asJson;
+};
+
+int run(const QStringList &arguments)
+{
+    CommandLine line(
+        QStringLiteral("watch"),
+        QStringLiteral("Prints a line for each event in the life of applications, with the time, "
+                       "until Ctrl-C."));
+    line.addFlag(QStringLiteral("json"), QStringLiteral("Print each event as a JSON object."));
+    if (const auto exitStatus = line.parse(arguments)) {
+        return *exitStatus;
+    }
+
+    const ControlClient control;
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return conclude(
+            Ostrel::Error(Ostrel::Error::Failed, QStringLiteral("Not connected to D-Bus server")),
+            line.wantsJson(), {});
+    }
+    const UntilInterrupted untilInterrupted(bus);
+    const Watch watch(control, line.wantsJson());
+    QTextStream(stderr) << "watching the applications; Ctrl-C ends it\n";
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+Command watchCommand()
+{
+    return {QStringLiteral("watch"), QStringLiteral("Follow the life of applications"), run};
+}
+
+#include "watch_command.moc"

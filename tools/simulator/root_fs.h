@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_ROOT_FS_H
+#define SIMULATOR_ROOT_FS_H
+
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QTemporaryDir>
+
+#include <optional>
+
+// A small root file system in which each process that the simulator runs has its
+// "proc/PID/cgroup", for programs that find their way by these files.
+class RootFs
+{
+public:
+    RootFs() = default;
+    ~RootFs();
+
+    // Makes the folder, or a temporary one if none is named. The result is what went wrong, or an
+    // empty string.
+    QString make(const QString &folder);
+
+    QString path() const { return m_path; }
+
+    // Puts a process into the group of this path.
+    bool add(int pid, const QString &group);
+    void remove(int pid);
+
+private:
+    Q_DISABLE_COPY(RootFs)
+
+    QString processFolder(int pid) const;
+
+    std::optional<QTemporaryDir> m_temporary;
+    QString m_path;
+    QSet<int> m_processes;
+};
+
+#endif
