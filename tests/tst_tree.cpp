@@ -51,10 +51,13 @@ void TestTree::everyFileHasItsLicence()
         if (file == QLatin1String("LICENSE")) {
             continue;
         }
-        // A file that cannot hold a comment has one beside it.
+        // A file that cannot hold a comment has one beside it, or one for all in the folder above.
         const QString beside = file + QStringLiteral(".license");
-        const QString text =
-            readFile(QStringLiteral(SOURCE_DIR "/") + (m_files.contains(beside) ? beside : file));
+        const QString above = QStringLiteral("tests/fuzz/corpus/");
+        const QString holder = m_files.contains(beside) ? beside
+            : file.startsWith(above)                    ? above + QStringLiteral("REUSE.toml")
+                                                        : file;
+        const QString text = readFile(QStringLiteral(SOURCE_DIR "/") + holder);
         const QString beginning = text.section(QLatin1Char('\n'), 0, 7);
         for (const QString &tag : {QStringLiteral("SPDX-FileCopyrightText: "),
                                    QStringLiteral("SPDX-License-Identifier: LGPL-2.1-or-later")}) {
