@@ -34,6 +34,11 @@ clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
 '
+package_needs='
+debhelper|debhelper 13|command -v dh
+dpkg-dev|dpkg-buildpackage|command -v dpkg-buildpackage
+lintian|lintian|command -v lintian
+'
 
 # missing NEEDS: the lines of the needs that are not met.
 missing() {
