@@ -98,6 +98,41 @@ Application readApplication(const JsonNode &node, QStringList &ids)
     return application;
 }
 
+Task readTask(const JsonNode &node, QStringList &names)
+{
+    const QString nameKey = QStringLiteral("name");
+    node.expectMembers({nameKey, programKey}, programMembers);
+    Task task;
+    task.name = readId(node.member(nameKey), names);
+    readProgram(node, task);
+    return task;
+}
+
+// The type becomes the end of an object's path.
+QString readTypeName(const JsonNode &node, QStringList &earlier)
+{
+    const QString name = readName(node, earlier);
+    if (!makesAPath(name)) {
+        node.refuse(QStringLiteral("\"%1\" makes no object path").arg(name));
+    }
+    return name;
+}
+
+TaskType readTaskType(const JsonNode &node, QStringList &earlier)
+{
+    const QString typeKey = QStringLiteral("type");
+    const QString tasksKey = QStringLiteral("tasks");
+    node.expectMembers({typeKey, tasksKey}, {});
+    TaskType type;
+    type.name = readTypeName(node.member(typeKey), earlier);
+    QStringList names;
+    const QVector<JsonNode> tasks = node.member(tasksKey).elements();
+    for (const JsonNode &task : tasks) {
+        type.tasks.append(readTask(task, names));
+    }
+    return type;
+}
+
 // "LINE:COLUMN", from 1, of the mistake; a column is a character.
 QString position(const QByteArray &text, const QJsonParseError &error)
 {
@@ -128,6 +163,28 @@ std::optional<Application> Catalogue::application(const QString &id) const
     return found != applications.cend() ? std::optional(*found) : std::nullopt;
 }
 
+std::optional<Task> TaskType::task(const QString &taskName) const
+{
+    const auto found = std::find_if(tasks.cbegin(), tasks.cend(), [&taskName](const Task &task) {
+        return task.name == taskName;
+    });
+    return found != tasks.cend() ? std::optional(*found) : std::nullopt;
+}
+
+TaskType Catalogue::taskType(const QString &name) const
+{
+    const auto found = std::find_if(taskTypes.cbegin(), taskTypes.cend(),
+                                    [&name](const TaskType &type) { return type.name == name; });
+    return found != taskTypes.cend() ? *found : TaskType{name, {}};
+}
+
+bool makesAPath(const QString &taskType)
+{
+    static const QRegularExpression elements(
+        QStringLiteral("\\A[A-Za-z0-9_]+(/[A-Za-z0-9_]+)*\\z"));
+    return elements.match(taskType).hasMatch();
+}
+
 std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
 {
     QFile file(fileName.isEmpty() ? QStringLiteral(":/catalogue.json") : fileName);
@@ -150,13 +207,21 @@ std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
                                            : QJsonValue(document.object()),
                         QString(), mistake);
     const QString applicationsKey = QStringLiteral("applications");
-    root.expectMembers({}, {applicationsKey});
+    const QString taskTypesKey = QStringLiteral("taskTypes");
+    root.expectMembers({}, {applicationsKey, taskTypesKey});
     Catalogue catalogue;
     if (root.has(applicationsKey)) {
         QStringList ids;
         const QVector<JsonNode> applications = root.member(applicationsKey).elements();
         for (const JsonNode &application : applications) {
             catalogue.applications.append(readApplication(application, ids));
+        }
+    }
+    if (root.has(taskTypesKey)) {
+        QStringList names;
+        const QVector<JsonNode> types = root.member(taskTypesKey).elements();
+        for (const JsonNode &type : types) {
+            catalogue.taskTypes.append(readTaskType(type, names));
         }
     }
     if (!mistake.isEmpty()) {

@@ -39,13 +39,33 @@ struct Application : Program
     QVector<ApplicationService> services;
 };
 
+struct Task : Program
+{
+    QString name;
+};
+
+struct TaskType
+{
+    QString name;
+    QVector<Task> tasks;
+
+    std::optional<Task> task(const QString &taskName) const;
+};
+
 // What the simulator can run.
 struct Catalogue
 {
     QVector<Application> applications;
+    QVector<TaskType> taskTypes;
 
     std::optional<Application> application(const QString &id) const;
+
+    // A type that is not listed has no tasks.
+    TaskType taskType(const QString &name) const;
 };
+
+// Whether the type can be the end of an object's path.
+bool makesAPath(const QString &taskType);
 
 // Reads the file, or the simulator's own catalogue if none is named. The result is a mistake, with
 // its place, if there is one.

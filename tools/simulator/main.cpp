@@ -90,7 +90,7 @@ int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalog
         service, Simulator1::Parts{*windowManagement, *control, children});
     service.add(std::move(control));
     service.add(std::move(windowManagement));
-    service.add(std::make_unique<TaskInvoker1>(service));
+    service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
     service.add(std::move(desk));
 
     // The name comes last: who sees it owned finds everything in place.
