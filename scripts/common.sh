@@ -37,6 +37,13 @@ clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
 '
+package_needs='
+debhelper|debhelper 13|command -v dh
+doxygen|Doxygen|command -v doxygen
+dpkg-dev|dpkg-buildpackage|command -v dpkg-buildpackage
+lintian|lintian|command -v lintian
+xsltproc|xsltproc|command -v xsltproc
+'
 
 # missing NEEDS: the lines of the needs that are not met.
 missing() {

@@ -5,6 +5,7 @@
 #include "process.h"
 #include "test_main.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
@@ -18,6 +19,8 @@ private Q_SLOTS:
 
     void everyFileHasItsLicence();
     void busNamesComeFromOnePlace();
+    void versionIsTheSameEverywhere();
+    void documentsNameFilesThatExist();
 
 private:
     QStringList m_files;
@@ -81,6 +84,44 @@ void TestTree::busNamesComeFromOnePlace()
             text.contains(prefix, Qt::CaseInsensitive) || text.contains(path, Qt::CaseInsensitive);
         QVERIFY2(!names || mayNameIt.contains(file), qPrintable(file));
     }
+}
+
+void TestTree::versionIsTheSameEverywhere()
+{
+    const auto first = [](const char *file, const char *pattern) {
+        return QRegularExpression(QString::fromLatin1(pattern), QRegularExpression::MultilineOption)
+            .match(readFile(QStringLiteral(SOURCE_DIR "/") + QLatin1String(file)))
+            .captured(1);
+    };
+    const QString version = QStringLiteral(PROJECT_VERSION);
+    QCOMPARE(first("CMakeLists.txt", "^    VERSION (\\S+)$"), version);
+    QCOMPARE(first("NEWS.md", "^## (\\S+)$"), version);
+    QCOMPARE(first("debian/changelog", "^libostrel-system-qt5 \\((\\S+)\\) "), version);
+}
+
+// A guide that sends its reader to a file that is gone is worse than none.
+void TestTree::documentsNameFilesThatExist()
+{
+    static const QRegularExpression name(
+        QStringLiteral("`((?:abi|cmake|debian|docs|interfaces|scripts|src|tests|tools)/[^`*\\s]+)`"
+                       "|\\]\\(([^):]+)\\)"));
+    int names = 0;
+    for (const char *document :
+         {"CONTRIBUTING.md", "NEWS.md", "README.md", "RELEASING.md", "SECURITY.md"}) {
+        auto each =
+            name.globalMatch(readFile(QStringLiteral(SOURCE_DIR "/") + QLatin1String(document)));
+        while (each.hasNext()) {
+            const auto match = each.next();
+            const QString file = match.captured(1) + match.captured(2);
+            // The interface that CONTRIBUTING.md adds is none of the tree.
+            if (!file.contains(QStringLiteral("foo"), Qt::CaseInsensitive)) {
+                ++names;
+                QVERIFY2(QFileInfo::exists(QStringLiteral(SOURCE_DIR "/") + file),
+                         qPrintable(QLatin1String(document) + QStringLiteral(": ") + file));
+            }
+        }
+    }
+    QVERIFY(names > 20);
 }
 
 OSTREL_TEST_MAIN(TestTree)
