@@ -29,6 +29,9 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+doxygen|Doxygen|command -v doxygen
+xsltproc|xsltproc|command -v xsltproc
+qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
