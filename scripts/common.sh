@@ -22,6 +22,7 @@ ninja-build|Ninja|command -v ninja
 pkgconf|pkg-config|command -v pkg-config
 qtbase5-dev|Qt 5.15 with Core, DBus and Test|pkg-config --atleast-version=5.15 Qt5Core Qt5DBus Qt5Test
 dbus-daemon|the D-Bus daemon|command -v dbus-daemon
+libdbus-1-dev|libdbus, for tests|pkg-config --exists dbus-1
 '
 # shellcheck disable=SC2016 # a probe is expanded when it runs
 check_needs='
@@ -32,6 +33,7 @@ libglib2.0-bin|gdbus|command -v gdbus
 doxygen|Doxygen|command -v doxygen
 xsltproc|xsltproc|command -v xsltproc
 qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
+abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone

@@ -433,7 +433,10 @@ void TestOstrelctlControl::watchWithoutBus()
                        QStringLiteral("unix:path=/nonexistent/session"));
     const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
     QCOMPARE(result.output, QString());
-    QCOMPARE(result.errors, QStringLiteral("error: Failed: Not connected to D-Bus server\n"));
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
     QCOMPARE(result.exitStatus, 1);
 }
 

@@ -65,13 +65,20 @@ Ostrel::TaskInvoker::BusType TaskLine::bus() const
                                            : Ostrel::TaskInvoker::SessionBus;
 }
 
+int TaskLine::conclude(const Ostrel::Error &error, const QJsonObject &result,
+                       const QString &text) const
+{
+    return ::conclude(error, wantsJson(), result, text,
+                      bus() == Ostrel::TaskInvoker::SystemBus ? QDBusConnection::SystemBus
+                                                              : QDBusConnection::SessionBus);
+}
+
 int withInvoker(const TaskLine &line, const std::function<void(Ostrel::TaskInvoker &)> &carryOn)
 {
     Ostrel::TaskInvoker invoker(line.bus(), line.type());
-    const bool json = line.wantsJson();
-    invoker.onReady([&invoker, json, &carryOn](const Ostrel::Error &error) {
+    invoker.onReady([&invoker, &line, &carryOn](const Ostrel::Error &error) {
         if (error) {
-            QCoreApplication::exit(conclude(error, json, {}));
+            QCoreApplication::exit(line.conclude(error));
         } else {
             carryOn(invoker);
         }

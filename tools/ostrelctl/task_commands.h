@@ -10,6 +10,7 @@
 #include <Ostrel/TaskInvoker>
 
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 
 #include <functional>
 
@@ -28,6 +29,11 @@ public:
 
     Ostrel::TaskInvoker::BusType bus() const;
     QString type() const { return positional(0); }
+
+    // Prints the outcome of an operation on this bus, as this line wants it. The result is the exit
+    // status.
+    int conclude(const Ostrel::Error &error, const QJsonObject &result = {},
+                 const QString &text = QString()) const;
 };
 
 // Registers the type and has the function carry on with the invoker; runs the event loop until that

@@ -67,15 +67,14 @@ int run(const QStringList &arguments)
         hints.addCGroupSetting(name, value.toUtf8());
     }
 
-    const bool json = line.wantsJson();
-    const QString name = line.positional(1);
-    return withInvoker(line, [json, name, info, hints](Ostrel::TaskInvoker &invoker) {
-        invoker.start(name, info, hints, [json](int number, const Ostrel::Error &error) {
+    return withInvoker(line, [&line, &info, &hints](Ostrel::TaskInvoker &invoker) {
+        const auto onStarted = [&line](int number, const Ostrel::Error &error) {
             QCoreApplication::exit(error
-                                       ? conclude(error, json, {})
-                                       : conclude(error, json, {{QStringLiteral("number"), number}},
-                                                  QString::number(number)));
-        });
+                                       ? line.conclude(error)
+                                       : line.conclude(error, {{QStringLiteral("number"), number}},
+                                                       QString::number(number)));
+        };
+        invoker.start(line.positional(1), info, hints, onStarted);
     });
 }
 

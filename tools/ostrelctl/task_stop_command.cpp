@@ -16,11 +16,9 @@ int run(const QStringList &arguments)
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    const bool json = line.wantsJson();
-    const QString name = line.positional(1);
-    return withInvoker(line, [json, name](Ostrel::TaskInvoker &invoker) {
-        invoker.stop(name, [json](const Ostrel::Error &error) {
-            QCoreApplication::exit(conclude(error, json, {}));
+    return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
+        invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
+            QCoreApplication::exit(line.conclude(error));
         });
     });
 }

@@ -59,12 +59,11 @@ int run(const QStringList &arguments)
     const UntilInterrupted untilInterrupted(line.bus() == TaskInvoker::SystemBus
                                                 ? QDBusConnection::systemBus()
                                                 : QDBusConnection::sessionBus());
-    const QString type = line.type();
-    invoker.onReady([json, type](const Ostrel::Error &error) {
+    invoker.onReady([&line](const Ostrel::Error &error) {
         if (error) {
-            QCoreApplication::exit(conclude(error, json, {}));
+            QCoreApplication::exit(line.conclude(error));
         } else {
-            QTextStream(stderr) << "watching the tasks of " << type << "; Ctrl-C ends it\n";
+            QTextStream(stderr) << "watching the tasks of " << line.type() << "; Ctrl-C ends it\n";
         }
     });
     return QCoreApplication::exec();
