@@ -134,8 +134,8 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     example.start();
     start.waitForHeld(1);
     // Those that are printed by now may have come before the call.
-    const int before = example.bytesAvailable() / int(sizeof "tick");
-    for (int i = 0; i < before + 3; ++i) {
+    const auto before = example.bytesAvailable() / qint64(sizeof "tick");
+    for (qint64 i = 0; i < before + 3; ++i) {
         QCOMPARE(example.readLine(), QStringLiteral("tick"));
     }
     start.release({0});
