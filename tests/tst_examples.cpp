@@ -98,7 +98,7 @@ void TestExamples::taskRunnerRunsATask()
     QCOMPARE(output,
              QStringLiteral("active:\navailable: calendar contacts photos\n"
                             "started contacts as number 1\nactive: contacts (PID)\n"
-                            "stopped contacts\n"));
+                            "stopped contacts\nactive:\n"));
     QCOMPARE(result.exitStatus, 0);
 }
 
