@@ -22,6 +22,7 @@ ninja-build|Ninja|command -v ninja
 pkgconf|pkg-config|command -v pkg-config
 qtbase5-dev|Qt 5.15 with Core, DBus and Test|pkg-config --atleast-version=5.15 Qt5Core Qt5DBus Qt5Test
 dbus-daemon|the D-Bus daemon|command -v dbus-daemon
+libdbus-1-dev|libdbus, for tests|pkg-config --exists dbus-1
 '
 # shellcheck disable=SC2016 # a probe is expanded when it runs
 check_needs='
@@ -29,6 +30,7 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone

@@ -174,7 +174,10 @@ void TestOstrelctl::windowWithoutService()
     QCOMPARE(result.output, QStringLiteral("255\n"));
     QCOMPARE(result.errors,
              QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
-                            " was not provided by any .service files\n"));
+                            " was not provided by any .service files\n"
+                            "hint: no service owns the name " OSTREL_SERVICE_NAME
+                            " on the session bus; at a desk, start its stand-in: "
+                            "ostrel-simulator --session &\n"));
     QCOMPARE(result.exitStatus, 1);
 }
 
@@ -187,7 +190,10 @@ void TestOstrelctl::windowWithoutBus()
         run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')),
             environment);
     QCOMPARE(result.output, QStringLiteral("255\n"));
-    QCOMPARE(result.errors, QStringLiteral("error: Failed: Not connected to D-Bus server\n"));
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
     QCOMPARE(result.exitStatus, 1);
 }
 
@@ -250,6 +256,8 @@ void TestOstrelctl::helps_data()
     QTest::newRow("--help") << QStringLiteral("--help") << general;
     QTest::newRow("-h") << QStringLiteral("-h") << general;
     QTest::newRow("window --help") << QStringLiteral("window --help") << window;
+    QTest::newRow("ps --help") << QStringLiteral("ps --help")
+                               << QStringLiteral("Usage: " OSTRELCTL " ps [options]\n");
     QTest::newRow("window -h") << QStringLiteral("window main -h") << window;
 }
 

@@ -379,10 +379,10 @@ void TestOstrelctlControl::watchPrintsEvents()
     QCOMPARE(watcher.readLine(), watching);
     emitEvents();
     const QStringList expected{
-        QStringLiteral("started       a.b.instance_1 {\"Pid\":17}"),
-        QStringLiteral("stateChanged  a.b.instance_1 255"),
-        QStringLiteral("selectedByOom 1\\n7"),
-        QStringLiteral("terminated    a.b.instance_1 {}"),
+        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
+        QStringLiteral("stateChanged   a.b.instance_1 255"),
+        QStringLiteral("selectedByOom  1\\n7"),
+        QStringLiteral("terminated     a.b.instance_1 {}"),
     };
     static const QRegularExpression line(
         QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
@@ -433,7 +433,10 @@ void TestOstrelctlControl::watchWithoutBus()
                        QStringLiteral("unix:path=/nonexistent/session"));
     const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
     QCOMPARE(result.output, QString());
-    QCOMPARE(result.errors, QStringLiteral("error: Failed: Not connected to D-Bus server\n"));
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
     QCOMPARE(result.exitStatus, 1);
 }
 

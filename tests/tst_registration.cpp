@@ -5,6 +5,8 @@
 #include "warnings.h"
 
 #include "DBus/types_p.h"
+#include "Ostrel/control.h"
+#include "Ostrel/task_invoker.h"
 
 #include <QtCore/QSequentialIterable>
 #include <QtCore/QThread>
@@ -31,6 +33,31 @@ Q_SIGNALS:
 
 } // namespace Ostrel
 
+namespace
+{
+
+// This source makes a program for each way in which the types can come to be registered first.
+void registerFirst()
+{
+#if defined(FIRST_IS_CONTROL)
+    const Ostrel::Control control;
+#elif defined(FIRST_IS_TASK_INVOKER)
+    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("sync"));
+#else
+    Ostrel::registerDBusTypes();
+#endif
+}
+
+// They take the place of the library's operators in Qt's registry.
+void writeNothing(QDBusArgument & /*argument*/, const void * /*record*/)
+{
+}
+void readNothing(const QDBusArgument & /*argument*/, void * /*record*/)
+{
+}
+
+} // namespace
+
 // The registration with Qt's type systems, in a process where nothing else has registered anything.
 class TestRegistration : public QObject
 {
@@ -45,6 +72,7 @@ private Q_SLOTS:
     void signatures_data();
     void signatures();
     void secondTimeChangesNothing();
+    void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
 };
 
@@ -53,7 +81,7 @@ void TestRegistration::nothingIsKnownBefore()
     QCOMPARE(QMetaType::type("RunningApplication"), 0);
     QCOMPARE(QMetaType::type("ApplicationState"), 0);
     const Warnings warnings;
-    Ostrel::registerDBusTypes();
+    registerFirst();
     QCOMPARE(warnings.texts(), QStringList());
 }
 
@@ -151,6 +179,29 @@ void TestRegistration::secondTimeChangesNothing()
     Ostrel::registerDBusTypes();
     QCOMPARE(QMetaType::type("ApplicationState"), state);
     QCOMPARE(QMetaType::type("RunningApplication"), application);
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+// What somebody else has put into Qt's registry meanwhile stays there.
+void TestRegistration::laterClientsRegisterNothing()
+{
+    const int type = qMetaTypeId<Ostrel::TaskState>();
+    const auto signature = [type] {
+        const Ostrel::TaskState task{};
+        QDBusArgument argument;
+        QDBusMetaType::marshall(argument, type, &task);
+        return argument.currentSignature();
+    };
+    QCOMPARE(signature(), QStringLiteral("(sua{sv})"));
+    QDBusMetaType::registerMarshallOperators(type, &writeNothing, &readNothing);
+    QCOMPARE(signature(), QString());
+
+    const Warnings warnings;
+    const Ostrel::Control control;
+    const Ostrel::Control otherControl;
+    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("a"));
+    const Ostrel::TaskInvoker otherInvoker(Ostrel::TaskInvoker::SystemBus, QStringLiteral("b"));
+    QCOMPARE(signature(), QString());
     QCOMPARE(warnings.texts(), QStringList());
 }
 

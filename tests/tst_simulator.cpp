@@ -150,6 +150,17 @@ void TestSimulator::tellsMistakes_data()
                               << QStringLiteral("unexpected argument \"nonsense\"");
     QTest::newRow("address without value") << QStringList(QStringLiteral("--address"))
                                            << QStringLiteral("Missing value after '--address'.");
+    for (const char *const time : {"", "x", "-1", "1.5", "2147483648"}) {
+        QTest::addRow("time \"%s\"", time)
+            << QStringList{QStringLiteral("--kill-after"), QString::fromLatin1(time)}
+            << QStringLiteral("--kill-after takes milliseconds, not \"%1\"")
+                   .arg(QLatin1String(time));
+    }
+    for (const char *const option : {"catalogue", "rootfs"}) {
+        QTest::addRow("--%s without a name", option)
+            << QStringList{QStringLiteral("--%1").arg(QLatin1String(option)), QString()}
+            << QStringLiteral("--%1 takes a name, not an empty one").arg(QLatin1String(option));
+    }
     QTest::newRow("two buses") << QStringList{QStringLiteral("--system"),
                                               QStringLiteral("--session")}
                                << QStringLiteral(
@@ -173,7 +184,10 @@ void TestSimulator::helps()
         const Result help = run(QStringLiteral(SIMULATOR), {option});
         QCOMPARE(help.exitStatus, 0);
         QVERIFY(help.output.startsWith(QStringLiteral("Usage: ")));
-        QVERIFY(help.output.contains(QStringLiteral(OSTREL_SIMULATOR_INTERFACE)));
+        for (const char *const told : {OSTREL_SIMULATOR_INTERFACE, "--catalogue <file>",
+                                       "--kill-after <milliseconds>", "--rootfs <folder>"}) {
+            QVERIFY2(help.output.contains(QLatin1String(told)), told);
+        }
         QCOMPARE(help.errors, QString());
     }
     for (const QString &option : {QStringLiteral("--version"), QStringLiteral("-v")}) {

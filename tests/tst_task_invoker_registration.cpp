@@ -265,6 +265,9 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
         QStringLiteral("1 \"Invalid object path: %1\"").arg(sessionPath(type));
     const QString refused = QStringLiteral("4 \"\"%1\" makes no object path\"").arg(type);
 
+    const MethodFaults registration =
+        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    registration.holdNext(1);
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     QCOMPARE(invoker.taskType(), type);
@@ -275,6 +278,9 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
     invoker.stop(QStringLiteral("task"), events.stopped());
     QCOMPARE(warnings.texts(), QStringList());
     QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(2));
+    registration.waitForHeld(1);
+    registration.release({0});
     QVERIFY(events.waitFor(3));
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 0: ") + invalidPath,

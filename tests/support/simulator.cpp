@@ -17,9 +17,10 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, Call &call
     return argument;
 }
 
-Simulator::Simulator(const PrivateBus &bus)
+Simulator::Simulator(const PrivateBus &bus, const QStringList &options)
     : m_address(bus.address())
-    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk")))
+    , m_options(options)
+    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk at ") + m_address))
 {
 }
 
@@ -30,8 +31,11 @@ Simulator::~Simulator()
 
 void Simulator::start()
 {
-    m_process = std::make_unique<Process>(QStringLiteral(SIMULATOR),
-                                          QStringList{QStringLiteral("--address"), m_address});
+    m_process = std::make_unique<Process>(
+        QStringLiteral(SIMULATOR), QStringList{QStringLiteral("--address"), m_address} + m_options);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), m_folder.path());
+    m_process->setProcessEnvironment(environment);
     m_process->start();
     m_process->readLine();
 }

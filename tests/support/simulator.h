@@ -7,6 +7,8 @@
 #include "method_faults.h"
 #include "private_bus.h"
 
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QVariantList>
 #include <QtCore/QVector>
 #include <QtDBus/QDBusConnection>
@@ -28,7 +30,8 @@ struct Call
 class Simulator
 {
 public:
-    explicit Simulator(const PrivateBus &bus);
+    // options: what the process is started with besides the bus.
+    explicit Simulator(const PrivateBus &bus, const QStringList &options = {});
     ~Simulator();
 
     // Starts the process, and returns when it is ready.
@@ -60,6 +63,9 @@ public:
 
 private:
     QString m_address;
+    QStringList m_options;
+    // Where the process has its temporary files: it may be killed.
+    QTemporaryDir m_folder;
     std::unique_ptr<Process> m_process;
     QDBusConnection m_connection;
 };

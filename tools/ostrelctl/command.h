@@ -25,6 +25,7 @@ struct Command
 Command debugCommand();
 Command psCommand();
 Command startCommand();
+Command taskCommand();
 Command terminateCommand();
 Command watchCommand();
 Command whichCommand();

@@ -52,9 +52,14 @@ std::optional<int> CommandLine::parse(const QStringList &arguments)
     }
     if (isSet(QStringLiteral("help"))) {
         // The options belong to the command, so they stand behind it.
-        QTextStream(stdout) << m_parser.helpText().replace(
-            QStringLiteral("[options] %1").arg(m_command),
-            QStringLiteral("%1 [options]").arg(m_command));
+        QString help = m_parser.helpText();
+        if (m_positionals.isEmpty()) {
+            help.replace(help.indexOf(QLatin1String("[options]")), 0, m_command + QLatin1Char(' '));
+        } else {
+            help.replace(QStringLiteral("[options] %1").arg(m_command),
+                         QStringLiteral("%1 [options]").arg(m_command));
+        }
+        QTextStream(stdout) << help;
         return Success;
     }
     const QStringList given = m_parser.positionalArguments();

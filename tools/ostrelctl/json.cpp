@@ -4,6 +4,7 @@
 #include "json.h"
 
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusObjectPath>
 #include <QtDBus/QDBusSignature>
@@ -113,4 +114,18 @@ QJsonObject toJson(const QVariantMap &map)
         object.insert(entry.key(), toJson(entry.value()));
     }
     return object;
+}
+
+QString propertiesText(const QVariantMap &map)
+{
+    QStringList entries;
+    const QJsonObject object = toJson(map);
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        // A document is an array or an object; the brackets come off again.
+        const QByteArray value =
+            QJsonDocument(QJsonArray{entry.value()}).toJson(QJsonDocument::Compact);
+        entries.append(entry.key() + QLatin1Char('=')
+                       + QString::fromUtf8(value.mid(1, value.size() - 2)));
+    }
+    return entries.join(QLatin1Char(' '));
 }

@@ -13,4 +13,7 @@
 QJsonValue toJson(const QVariant &value);
 QJsonObject toJson(const QVariantMap &map);
 
+// The same on one line, as "key=value" separated by blanks.
+QString propertiesText(const QVariantMap &map);
+
 #endif

@@ -5,6 +5,7 @@
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QTextStream>
 
 #include <algorithm>
@@ -28,8 +29,11 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("ostrelctl"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
 
+    // The result tells what went wrong, on one line; the library's warnings would say it again.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
+
     const std::array commands{startCommand(), debugCommand(), terminateCommand(), psCommand(),
-                              watchCommand(), whichCommand(), windowCommand()};
+                              watchCommand(), whichCommand(), taskCommand(),      windowCommand()};
 
     QString description =
         QStringLiteral("Talks to the device's application-lifecycle service.\n\nCommands:\n");

@@ -9,7 +9,6 @@
 #include "table.h"
 
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 
 namespace
 {
@@ -44,41 +43,23 @@ template <typename Record> QJsonArray toJson(const QVector<Record> &records)
     return array;
 }
 
-QString text(const QVariantMap &properties)
-{
-    QStringList entries;
-    const QJsonObject object = ::toJson(properties);
-    for (auto entry = object.begin(); entry != object.end(); ++entry) {
-        // A document is an array or an object; the brackets come off again.
-        const QByteArray value =
-            QJsonDocument(QJsonArray{entry.value()}).toJson(QJsonDocument::Compact);
-        entries.append(entry.key() + QLatin1Char('=')
-                       + QString::fromUtf8(value.mid(1, value.size() - 2)));
-    }
-    return entries.join(QLatin1Char(' '));
-}
-
-void printTable(const QVector<RunningApplication> &applications,
-                const QVector<RunningService> &services)
+void printRecords(const QVector<RunningApplication> &applications,
+                  const QVector<RunningService> &services)
 {
     const QString none = QStringLiteral("-");
     QVector<QStringList> rows;
     for (const RunningApplication &application : applications) {
         rows.append({application.appId, none, QString::number(application.pid),
                      QString::number(application.state), QString::number(application.kind),
-                     text(application.properties)});
+                     propertiesText(application.properties)});
     }
     for (const RunningService &service : services) {
         rows.append({service.appId, service.name, QString::number(service.pid),
-                     QString::number(service.state), none, text(service.properties)});
+                     QString::number(service.state), none, propertiesText(service.properties)});
     }
-    const QStringList lines =
-        tableLines({QStringLiteral("APPLICATION"), QStringLiteral("SERVICE"), QStringLiteral("PID"),
-                    QStringLiteral("STATE"), QStringLiteral("KIND"), QStringLiteral("PROPERTIES")},
-                   rows, terminalWidth());
-    for (const QString &line : lines) {
-        printLine(line);
-    }
+    printTable({QStringLiteral("APPLICATION"), QStringLiteral("SERVICE"), QStringLiteral("PID"),
+                QStringLiteral("STATE"), QStringLiteral("KIND"), QStringLiteral("PROPERTIES")},
+               rows);
 }
 
 int run(const QStringList &arguments)
@@ -100,7 +81,7 @@ int run(const QStringList &arguments)
         printJson({{QStringLiteral("applications"), toJson(applications)},
                    {QStringLiteral("services"), toJson(services)}});
     } else {
-        printTable(applications, services);
+        printRecords(applications, services);
     }
     return Success;
 }

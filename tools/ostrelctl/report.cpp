@@ -3,6 +3,7 @@
 
 #include "report.h"
 
+#include "advice.h"
 #include "command.h"
 #include "text.h"
 
@@ -44,10 +45,14 @@ QString nameOf(Ostrel::Error::Code code)
 
 } // namespace
 
-void reportError(const Ostrel::Error &error)
+void reportError(const Ostrel::Error &error, QDBusConnection::BusType bus)
 {
-    QTextStream(stderr) << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message())
-                        << '\n';
+    QTextStream err(stderr);
+    err << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message()) << Qt::endl;
+    const QString advice = adviceOn(error, bus);
+    if (!advice.isNull()) {
+        err << "hint: " << advice << '\n';
+    }
 }
 
 QJsonObject toJson(const Ostrel::Error &error)
@@ -67,7 +72,8 @@ void printJson(const QJsonObject &document)
     printLine(QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact)));
 }
 
-int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result, const QString &text)
+int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result, const QString &text,
+             QDBusConnection::BusType bus)
 {
     if (asJson) {
         if (error) {
@@ -78,7 +84,7 @@ int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result, const 
         printLine(text);
     }
     if (error) {
-        reportError(error);
+        reportError(error, bus);
         return OperationFailed;
     }
     return Success;

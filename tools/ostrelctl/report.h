@@ -8,9 +8,12 @@
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
 
-// Prints "error: NAME: message" on standard error.
-void reportError(const Ostrel::Error &error);
+// Prints "error: NAME: message" on standard error, and behind it "hint: ..." where there is
+// something that the user can do about it.
+void reportError(const Ostrel::Error &error,
+                 QDBusConnection::BusType bus = QDBusConnection::SessionBus);
 
 // The error as a member of a JSON result.
 QJsonObject toJson(const Ostrel::Error &error);
@@ -22,8 +25,10 @@ void printLine(const QString &line);
 void printJson(const QJsonObject &document);
 
 // Prints the outcome of an operation: the result as JSON, with the error as a member, or as text if
-// there is one; and the error. The result is the exit status.
+// there is one; and the error. The bus is the one that the operation was on. The result is the exit
+// status.
 int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result,
-             const QString &text = QString());
+             const QString &text = QString(),
+             QDBusConnection::BusType bus = QDBusConnection::SessionBus);
 
 #endif

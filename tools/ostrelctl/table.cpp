@@ -3,6 +3,7 @@
 
 #include "table.h"
 
+#include "report.h"
 #include "text.h"
 
 #include <algorithm>
@@ -80,8 +81,7 @@ QString lineOf(const QStringList &cells, const QVector<int> &widths)
     return line;
 }
 
-} // namespace
-
+// The lines of a table; a width of 0 is no limit.
 QStringList tableLines(const QStringList &heading, const QVector<QStringList> &rows, int width)
 {
     QVector<QStringList> all{heading};
@@ -110,8 +110,19 @@ QStringList tableLines(const QStringList &heading, const QVector<QStringList> &r
     return lines;
 }
 
+// How wide the terminal is that standard output goes to; 0 if it is none.
 int terminalWidth()
 {
     winsize size{};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+} // namespace
+
+void printTable(const QStringList &heading, const QVector<QStringList> &rows)
+{
+    const QStringList lines = tableLines(heading, rows, terminalWidth());
+    for (const QString &line : lines) {
+        printLine(line);
+    }
 }

@@ -15,7 +15,7 @@ int run(const QStringList &arguments)
                      QStringLiteral("Terminates an instance of an application."));
     line.addJsonFlag();
     line.addPositional(QStringLiteral("INSTANCE"),
-                       QStringLiteral("Identifies the instance, as 'start' and 'ps' print it."));
+                       QStringLiteral("Identifies the instance, as 'start' and 'which' print it."));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }

@@ -4,12 +4,10 @@
 #include "command.h"
 #include "command_line.h"
 #include "control_client.h"
+#include "events.h"
 #include "json.h"
 #include "report.h"
-#include "termination.h"
-#include "text.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
@@ -33,17 +31,6 @@ public:
         connect(&control, &Control::terminated, this, &Watch::onTerminated);
         connect(&control, &Control::stateChanged, this, &Watch::onStateChanged);
         connect(&control, &Control::selectedByOom, this, &Watch::onSelectedByOom);
-        QDBusConnection::sessionBus().connect(
-            QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-            QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-            SLOT(onDisconnected()));
-    }
-
-private Q_SLOTS:
-    void onDisconnected()
-    {
-        QTextStream(stderr) << "error: the bus went away\n";
-        QCoreApplication::exit(OperationFailed);
     }
 
 private:
@@ -59,45 +46,27 @@ private:
 
     void onStateChanged(const QString &appInstanceId, quint32 state)
     {
-        print(QStringLiteral("stateChanged"),
-              {{QStringLiteral("appInstanceId"), appInstanceId},
-               {QStringLiteral("state"), static_cast<qint64>(state)}},
-              QStringLiteral("%1 %2").arg(appInstanceId).arg(state));
+        printEvent(m_asJson, QStringLiteral("stateChanged"),
+                   {{QStringLiteral("appInstanceId"), appInstanceId},
+                    {QStringLiteral("state"), static_cast<qint64>(state)}},
+                   QStringLiteral("%1 %2").arg(appInstanceId).arg(state));
     }
 
     void onSelectedByOom(const QString &processId)
     {
-        print(QStringLiteral("selectedByOom"), {{QStringLiteral("processId"), processId}},
-              processId);
+        printEvent(m_asJson, QStringLiteral("selectedByOom"),
+                   {{QStringLiteral("processId"), processId}}, processId);
     }
 
     void print(const QString &event, const QString &appInstanceId, const QVariantMap &details)
     {
         const QJsonObject object = toJson(details);
-        print(
-            event,
+        printEvent(
+            m_asJson, event,
             {{QStringLiteral("appInstanceId"), appInstanceId}, {QStringLiteral("details"), object}},
             QStringLiteral("%1 %2").arg(
                 appInstanceId,
                 QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))));
-    }
-
-    void print(const QString &event, QJsonObject object, const QString &text) const
-    {
-        const QDateTime now = QDateTime::currentDateTime();
-        if (m_asJson) {
-            object.insert(QStringLiteral("time"), now.toString(Qt::ISODateWithMs));
-            object.insert(QStringLiteral("event"), event);
-            printJson(object);
-        } else {
-            printLine(QStringLiteral("%1 %2 %3")
-                          .arg(now.toString(QStringLiteral("HH:mm:ss.zzz")),
-                               event.leftJustified(13), onOneLine(text)));
-        }
-        // Somebody reads along. Without a reader there is nothing more to do.
-        if (std::fflush(stdout) != 0) {
-            QCoreApplication::exit(OperationFailed);
-        }
     }
 
     bool m_asJson;
@@ -114,15 +83,14 @@ int run(const QStringList &arguments)
         return *exitStatus;
     }
 
-    const Termination termination;
-    QObject::connect(&termination, &Termination::requested, QCoreApplication::instance(),
-                     &QCoreApplication::quit);
     const ControlClient control;
-    if (!QDBusConnection::sessionBus().isConnected()) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
         return conclude(
             Ostrel::Error(Ostrel::Error::Failed, QStringLiteral("Not connected to D-Bus server")),
             line.wantsJson(), {});
     }
+    const UntilInterrupted untilInterrupted(bus);
     const Watch watch(control, line.wantsJson());
     QTextStream(stderr) << "watching the applications; Ctrl-C ends it\n";
     return QCoreApplication::exec();

@@ -98,10 +98,48 @@ Application readApplication(const JsonNode &node, QStringList &ids)
     return application;
 }
 
-// "LINE:COLUMN", from 1, of the byte at this offset; a column is a character.
-QString position(const QByteArray &text, int offset)
+Task readTask(const JsonNode &node, QStringList &names)
 {
-    const QByteArray before = text.left(offset);
+    const QString nameKey = QStringLiteral("name");
+    node.expectMembers({nameKey, programKey}, programMembers);
+    Task task;
+    task.name = readId(node.member(nameKey), names);
+    readProgram(node, task);
+    return task;
+}
+
+// The type becomes the end of an object's path.
+QString readTypeName(const JsonNode &node, QStringList &earlier)
+{
+    const QString name = readName(node, earlier);
+    if (!makesAPath(name)) {
+        node.refuse(QStringLiteral("\"%1\" makes no object path").arg(name));
+    }
+    return name;
+}
+
+TaskType readTaskType(const JsonNode &node, QStringList &earlier)
+{
+    const QString typeKey = QStringLiteral("type");
+    const QString tasksKey = QStringLiteral("tasks");
+    node.expectMembers({typeKey, tasksKey}, {});
+    TaskType type;
+    type.name = readTypeName(node.member(typeKey), earlier);
+    QStringList names;
+    const QVector<JsonNode> tasks = node.member(tasksKey).elements();
+    for (const JsonNode &task : tasks) {
+        type.tasks.append(readTask(task, names));
+    }
+    return type;
+}
+
+// "LINE:COLUMN", from 1, of the mistake; a column is a character.
+QString position(const QByteArray &text, const QJsonParseError &error)
+{
+    // Qt has consumed the character that it objects to, but for these.
+    const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
+        || error.error == QJsonParseError::IllegalNumber;
+    const QByteArray before = text.left(qMax(0, isAhead ? error.offset : error.offset - 1));
     const int line = before.count('\n') + 1;
     const int column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
     return QStringLiteral("%1:%2").arg(line).arg(column);
@@ -109,12 +147,42 @@ QString position(const QByteArray &text, int offset)
 
 } // namespace
 
+Launch Program::launch() const
+{
+    Launch launch;
+    launch.program = program;
+    launch.arguments = arguments;
+    return launch;
+}
+
 std::optional<Application> Catalogue::application(const QString &id) const
 {
     const auto found =
         std::find_if(applications.cbegin(), applications.cend(),
                      [&id](const Application &application) { return application.id == id; });
     return found != applications.cend() ? std::optional(*found) : std::nullopt;
+}
+
+std::optional<Task> TaskType::task(const QString &taskName) const
+{
+    const auto found = std::find_if(tasks.cbegin(), tasks.cend(), [&taskName](const Task &task) {
+        return task.name == taskName;
+    });
+    return found != tasks.cend() ? std::optional(*found) : std::nullopt;
+}
+
+TaskType Catalogue::taskType(const QString &name) const
+{
+    const auto found = std::find_if(taskTypes.cbegin(), taskTypes.cend(),
+                                    [&name](const TaskType &type) { return type.name == name; });
+    return found != taskTypes.cend() ? *found : TaskType{name, {}};
+}
+
+bool makesAPath(const QString &taskType)
+{
+    static const QRegularExpression elements(
+        QStringLiteral("\\A[A-Za-z0-9_]+(/[A-Za-z0-9_]+)*\\z"));
+    return elements.match(taskType).hasMatch();
 }
 
 std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
@@ -131,7 +199,7 @@ std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
         return QStringLiteral("%1:%2: %3")
-            .arg(fileName, position(text, error.offset), error.errorString());
+            .arg(fileName, position(text, error), error.errorString());
     }
 
     QString mistake;
@@ -139,13 +207,21 @@ std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
                                            : QJsonValue(document.object()),
                         QString(), mistake);
     const QString applicationsKey = QStringLiteral("applications");
-    root.expectMembers({}, {applicationsKey});
+    const QString taskTypesKey = QStringLiteral("taskTypes");
+    root.expectMembers({}, {applicationsKey, taskTypesKey});
     Catalogue catalogue;
     if (root.has(applicationsKey)) {
         QStringList ids;
         const QVector<JsonNode> applications = root.member(applicationsKey).elements();
         for (const JsonNode &application : applications) {
             catalogue.applications.append(readApplication(application, ids));
+        }
+    }
+    if (root.has(taskTypesKey)) {
+        QStringList names;
+        const QVector<JsonNode> types = root.member(taskTypesKey).elements();
+        for (const JsonNode &type : types) {
+            catalogue.taskTypes.append(readTaskType(type, names));
         }
     }
     if (!mistake.isEmpty()) {

@@ -9,7 +9,6 @@
 #include <QtDBus/QDBusError>
 
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -79,16 +78,11 @@ void Control1::reset()
     m_starts.clear();
 }
 
-bool Control1::killByOom(const QString &instanceId, const std::function<void()> &done)
+void Control1::killByOom(const QString &instanceId)
 {
     Instance *const instance = find(instanceId);
-    if (instance == nullptr) {
-        return false;
-    }
     sendSignal(QStringLiteral("SelectedByOom"), {QString::number(instance->pid())});
-    connect(instance, &Instance::ended, this, done);
     instance->kill();
-    return true;
 }
 
 void Control1::start(const QDBusMessage &call, const Answer &answer)
@@ -147,13 +141,14 @@ void Control1::start(const QDBusMessage &call, const Answer &answer, const Debug
         return;
     }
 
-    auto instance = std::make_unique<Instance>(*application, ++m_starts[id], m_children);
-    const QString mistake = debug.apply(instance->launch());
+    Launch launch = application->launch();
+    const QString mistake = debug.apply(launch);
     if (!mistake.isEmpty()) {
         answer(call.createErrorReply(QDBusError::Failed, mistake));
         return;
     }
-    Instance *const started = instance.release();
+
+    auto *const started = new Instance(*application, ++m_starts[id], m_children);
     started->setParent(this);
     m_instances.append(started);
     connect(started, &Instance::running, this, [this, started, call, answer, debug] {
@@ -166,7 +161,7 @@ void Control1::start(const QDBusMessage &call, const Answer &answer, const Debug
         forget(started);
     });
     connect(started, &Instance::ended, this, [this, started] { onEnded(started); });
-    started->start();
+    started->start(launch);
 }
 
 void Control1::onRunning(const Instance &instance, const QVariantMap &details)
@@ -181,6 +176,7 @@ void Control1::onEnded(Instance *instance)
     sendSignal(QStringLiteral("Terminated"),
                {instance->id(), joined(detailsOf(*instance), instance->ending())});
     forget(instance);
+    Q_EMIT ended();
 }
 
 void Control1::forget(Instance *instance)

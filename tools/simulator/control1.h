@@ -15,8 +15,6 @@
 #include <QtCore/QObject>
 #include <QtCore/QVector>
 
-#include <functional>
-
 // ".Control1": runs the applications of the catalogue.
 class Control1 : public QObject, public Interface
 {
@@ -30,9 +28,14 @@ public:
     // Forgets the instances; their processes are left to the owner of the children.
     void reset() override;
 
-    // Says that the system has chosen an instance to make room, and kills it. The function is
-    // called when all is sent. False if there is no such instance.
-    bool killByOom(const QString &instanceId, const std::function<void()> &done);
+    bool isRunning(const QString &instanceId) const { return find(instanceId) != nullptr; }
+
+    // Says that the system has chosen a running instance to make room, and kills it.
+    void killByOom(const QString &instanceId);
+
+Q_SIGNALS:
+    // An instance is not running any more, and all is sent that tells of it.
+    void ended();
 
 private:
     using Handler = void (Control1::*)(const QDBusMessage &call, const Answer &answer);

@@ -5,8 +5,6 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QHash>
-#include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusMetaType>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -35,13 +33,6 @@ const QHash<QString, QString> &signatures()
     return all;
 }
 
-QString signatureOf(const QVariant &value)
-{
-    return value.userType() == qMetaTypeId<QDBusArgument>()
-        ? value.value<QDBusArgument>().currentSignature()
-        : QString::fromLatin1(QDBusMetaType::typeToSignature(value.userType()));
-}
-
 // Empties the file and opens it for the program. Both outputs may go to one file, so that each
 // writes behind what is there.
 QString open(const QString &name, std::shared_ptr<QFile> &file)
@@ -66,26 +57,16 @@ QString open(const QString &name, std::shared_ptr<QFile> &file)
 QString DebugLaunch::read(const QVariantMap &parameters)
 {
     m_others = parameters;
-    for (auto entry = parameters.cbegin(); entry != parameters.cend(); ++entry) {
-        const QString expected = signatures().value(entry.key());
-        const QString signature = signatureOf(entry.value());
-        if (!expected.isNull() && signature != expected) {
-            return QStringLiteral("\"%1\" takes \"%2\", not \"%3\"")
-                .arg(entry.key(), expected, signature);
-        }
+    const QString mistake = typeMistake(parameters, signatures());
+    if (!mistake.isEmpty()) {
+        return mistake;
     }
     m_wrapper = m_others.take(wrapperKey).toStringList();
     m_parameters = m_others.take(parametersKey).toStringList();
     m_environment = m_others.take(environmentKey).toStringList();
     m_standardOutput = m_others.take(standardOutputKey).toString();
     m_standardError = m_others.take(standardErrorKey).toString();
-    for (const QString &entry : qAsConst(m_environment)) {
-        if (entry.indexOf(QLatin1Char('=')) < 1) {
-            return QStringLiteral("\"%1\" takes entries NAME=VALUE, not \"%2\"")
-                .arg(environmentKey, entry);
-        }
-    }
-    return {};
+    return environmentMistake(environmentKey, m_environment);
 }
 
 QString DebugLaunch::apply(Launch &launch) const
@@ -96,10 +77,7 @@ QString DebugLaunch::apply(Launch &launch) const
         launch.program = m_wrapper.constFirst();
     }
     launch.arguments += m_parameters;
-    for (const QString &entry : m_environment) {
-        launch.environment.insert(entry.section(QLatin1Char('='), 0, 0),
-                                  entry.section(QLatin1Char('='), 1));
-    }
+    launch.addEnvironment(m_environment);
     const QString mistake = open(m_standardOutput, launch.standardOutput);
     return mistake.isEmpty() ? open(m_standardError, launch.standardError) : mistake;
 }

@@ -6,23 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-namespace
-{
-
-Launch launchOf(const Program &program)
-{
-    Launch launch;
-    launch.program = program.program;
-    launch.arguments = program.arguments;
-    return launch;
-}
-
-} // namespace
-
 Instance::Instance(const Application &application, uint number, Children &children)
     : m_application(application)
     , m_children(children)
-    , m_launch(launchOf(application))
 {
     const QString component = QStringLiteral("instance_%1").arg(number);
     m_id =
@@ -32,11 +18,12 @@ Instance::Instance(const Application &application, uint number, Children &childr
             .arg(application.id, application.singleInstance ? QStringLiteral("app") : component);
 }
 
-void Instance::start()
+void Instance::start(const Launch &launch)
 {
+    m_launch = launch;
     m_startingServices = m_application.services.size();
     for (const ApplicationService &service : qAsConst(m_application.services)) {
-        Child *const child = run(launchOf(service));
+        Child *const child = run(service.launch());
         m_services.append({service, child});
         connect(child, &Child::started, this, &Instance::onServiceStarted);
     }

@@ -22,11 +22,8 @@ public:
     // number: tells it from other instances, where an application may have several.
     Instance(const Application &application, uint number, Children &children);
 
-    // How the application's program will be run.
-    Launch &launch() { return m_launch; }
-
     // Runs the services, and the application once they run. running() or failed() follows.
-    void start();
+    void start(const Launch &launch);
 
     QString id() const { return m_id; }
     const Application &application() const { return m_application; }

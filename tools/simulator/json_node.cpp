@@ -136,7 +136,8 @@ JsonNode JsonNode::member(const QString &name) const
 void JsonNode::refuse(const QString &mistake) const
 {
     if (m_mistake->isEmpty()) {
-        *m_mistake = m_place.isEmpty() ? mistake : m_place + QStringLiteral(": ") + mistake;
+        *m_mistake = m_place.isEmpty() ? QStringLiteral("the catalogue ") + mistake
+                                       : m_place + QStringLiteral(": ") + mistake;
     }
 }
 

@@ -5,9 +5,11 @@
 #define SIMULATOR_LAUNCH_H
 
 #include <QtCore/QFile>
+#include <QtCore/QHash>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QVariantMap>
 
 #include <memory>
 
@@ -21,6 +23,16 @@ struct Launch
     // Open files; without one, the simulator's own output is used.
     std::shared_ptr<QFile> standardOutput;
     std::shared_ptr<QFile> standardError;
+
+    // Sets each entry NAME=VALUE in the environment.
+    void addEnvironment(const QStringList &entries);
 };
+
+// What is wrong with an entry of an environment; null if nothing is.
+QString environmentMistake(const QString &key, const QStringList &entries);
+
+// What is wrong with the types of known values: their signatures stand by their keys. Null if
+// nothing is.
+QString typeMistake(const QVariantMap &values, const QHash<QString, QString> &signatures);
 
 #endif

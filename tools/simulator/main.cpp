@@ -35,6 +35,8 @@ QDBusConnection connectTo(const Options &options)
     case Options::Bus::System:
         return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
     case Options::Bus::Address:
+        // The programs that are run find the service on the bus that they take for theirs.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", options.address.toLocal8Bit());
         return QDBusConnection::connectToBus(options.address, name);
     case Options::Bus::Session:
         break;
@@ -88,7 +90,7 @@ int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalog
         service, Simulator1::Parts{*windowManagement, *control, children});
     service.add(std::move(control));
     service.add(std::move(windowManagement));
-    service.add(std::make_unique<TaskInvoker1>(service));
+    service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
     service.add(std::move(desk));
 
     // The name comes last: who sees it owned finds everything in place.
@@ -136,9 +138,7 @@ int main(int argc, char **argv)
     RootFs rootFs;
     const QString mistake = rootFs.make(options.rootFs);
     if (!mistake.isEmpty()) {
-        print(
-            stderr,
-            QStringLiteral("cannot use the root file system %1: %2").arg(options.rootFs, mistake));
+        print(stderr, mistake);
         return EXIT_FAILURE;
     }
 

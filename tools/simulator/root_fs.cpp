@@ -24,22 +24,27 @@ RootFs::~RootFs()
 QString RootFs::make(const QString &folder)
 {
     if (folder.isEmpty()) {
-        m_temporary.emplace(QDir::tempPath() + QStringLiteral("/ostrel-simulator-XXXXXX"));
+        const QString temporary = QDir::tempPath();
+        if (temporary.isEmpty()) {
+            return QStringLiteral("there is no folder %1").arg(qEnvironmentVariable("TMPDIR"));
+        }
+        m_temporary.emplace(temporary + QStringLiteral("/ostrel-simulator-XXXXXX"));
         if (!m_temporary->isValid()) {
-            return m_temporary->errorString();
+            return QStringLiteral("cannot make a folder in %1").arg(temporary);
         }
     }
     const QString path =
         folder.isEmpty() ? m_temporary->path() : QFileInfo(folder).absoluteFilePath();
-    const QString processes = path + QStringLiteral("/proc");
+    const QString processes = QDir::cleanPath(path + QStringLiteral("/proc"));
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(processes).toStdString(), error);
     if (error) {
-        return QString::fromStdString(error.message());
+        return QStringLiteral("cannot make the folder %1: %2")
+            .arg(processes, QString::fromStdString(error.message()));
     }
     // What an earlier simulator has left behind would be taken for running processes.
     if (!QDir(processes).isEmpty()) {
-        return QStringLiteral("its folder \"proc\" is not empty");
+        return QStringLiteral("the folder %1 is not empty").arg(processes);
     }
     m_path = path;
     return {};

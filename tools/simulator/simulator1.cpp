@@ -42,6 +42,7 @@ Simulator1::Simulator1(Service &service, const Parts &parts)
     , m_parts(parts)
 {
     connect(&service, &Service::called, this, &Simulator1::answerWaiters);
+    connect(&parts.control, &Control1::ended, this, &Simulator1::answerWaiters);
 }
 
 const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
@@ -255,11 +256,12 @@ QDBusMessage Simulator1::emitMany(const QDBusMessage &call)
 QDBusMessage Simulator1::killByOom(const QDBusMessage &call)
 {
     const QString instance = call.arguments().at(0).toString();
-    const auto answer = [this, call] { m_service.send(call, call.createReply()); };
-    if (!m_parts.control.killByOom(instance, answer)) {
+    if (!m_parts.control.isRunning(instance)) {
         return refuse(call, QStringLiteral("No instance \"%1\" is running").arg(instance));
     }
-    return {};
+    m_parts.control.killByOom(instance);
+    return wait(
+        {call, [this, instance] { return m_parts.control.isRunning(instance) ? 0U : 1U; }, 1});
 }
 
 QDBusMessage Simulator1::rootFs(const QDBusMessage &call)

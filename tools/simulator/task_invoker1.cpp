@@ -7,28 +7,18 @@
 
 #include "DBus/names_p.h"
 
-#include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusObjectPath>
 
 #include <memory>
 
-namespace
-{
-
-bool makesAPath(const QString &type)
-{
-    static const QRegularExpression elements(
-        QStringLiteral("\\A[A-Za-z0-9_]+(/[A-Za-z0-9_]+)*\\z"));
-    return elements.match(type).hasMatch();
-}
-
-} // namespace
-
-TaskInvoker1::TaskInvoker1(Service &service)
+TaskInvoker1::TaskInvoker1(Service &service, const Catalogue &catalogue, Children &children)
     : Interface(QStringLiteral(OSTREL_TASK_INVOKER_PATH), QStringLiteral("TaskInvoker1"))
     , m_service(service)
+    , m_catalogue(catalogue)
+    , m_children(children)
 {
+    registerTaskRecords();
     service.expect(InterfaceDescription(QStringLiteral("TaskInvokerSession1")));
 }
 
@@ -42,7 +32,8 @@ void TaskInvoker1::handle(const QDBusMessage &call, const Answer &answer)
     }
     const Interface *&session = m_sessions[type];
     if (session == nullptr) {
-        auto made = std::make_unique<TaskInvokerSession1>(m_service, type);
+        auto made = std::make_unique<TaskInvokerSession1>(m_service, m_catalogue.taskType(type),
+                                                          m_children);
         session = made.get();
         m_service.add(std::move(made));
     }

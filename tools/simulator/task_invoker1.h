@@ -4,6 +4,8 @@
 #ifndef SIMULATOR_TASK_INVOKER1_H
 #define SIMULATOR_TASK_INVOKER1_H
 
+#include "catalogue.h"
+#include "children.h"
 #include "interface.h"
 #include "service.h"
 
@@ -13,13 +15,15 @@
 class TaskInvoker1 : public Interface
 {
 public:
-    explicit TaskInvoker1(Service &service);
+    TaskInvoker1(Service &service, const Catalogue &catalogue, Children &children);
 
     void handle(const QDBusMessage &call, const Answer &answer) override;
     void reset() override;
 
 private:
     Service &m_service;
+    Catalogue m_catalogue;
+    Children &m_children;
     // By their task types. The service owns them, and lets go of them when it is reset.
     QHash<QString, const Interface *> m_sessions;
 };

@@ -6,17 +6,32 @@
 namespace Ostrel
 {
 
+// To begin a container is to step past it. asVariant() does as well, but takes the argument's
+// copies along, which stay behind in every other read.
 void skipValue(const QDBusArgument &argument)
 {
     switch (argument.currentType()) {
     case QDBusArgument::UnknownType:
         return;
+    case QDBusArgument::ArrayType:
+        argument.beginArray();
+        argument.endArray();
+        return;
+    case QDBusArgument::MapType:
+        argument.beginMap();
+        argument.endMap();
+        return;
     case QDBusArgument::MapEntryType:
-        // asVariant() would stay where it is; to begin an entry is to step past it.
         argument.beginMapEntry();
         argument.endMapEntry();
         return;
-    default:
+    case QDBusArgument::StructureType:
+        argument.beginStructure();
+        argument.endStructure();
+        return;
+    case QDBusArgument::BasicType:
+    case QDBusArgument::VariantType:
+        // They stand in messages and variants by themselves, not in arguments that are copied.
         argument.asVariant();
     }
 }

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef DBUS_PENDING_CALL_P_H
-#define DBUS_PENDING_CALL_P_H
+#ifndef OSTREL_DBUS_PENDING_CALL_P_H
+#define OSTREL_DBUS_PENDING_CALL_P_H
 
 #include <QtCore/QObject>
 #include <QtCore/QThread>
@@ -21,8 +21,9 @@ template <typename Reply, typename Handler>
 void watchPendingCall(QDBusPendingCall call, const QObject *context, Handler handler)
 {
     // A call on a connection that never was has failed already, without the parts that would tell
-    // a watcher so. A call that is made from its error has them.
-    if (call.isFinished() && call.isError()) {
+    // a watcher so. A call that is made from its error has them. An error that has come from
+    // somebody by now is left alone: it may carry values, which would be lost.
+    if (call.isFinished() && call.isError() && call.reply().arguments().isEmpty()) {
         call = QDBusPendingCall::fromError(call.error());
     }
 

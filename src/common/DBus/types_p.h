@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef DBUS_TYPES_P_H
-#define DBUS_TYPES_P_H
+#ifndef OSTREL_DBUS_TYPES_P_H
+#define OSTREL_DBUS_TYPES_P_H
 
 #include "DBus/types.h"
 

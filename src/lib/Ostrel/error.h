@@ -93,14 +93,20 @@ private:
     QString m_message;
 };
 
-// An Error converts to bool, so that a comparison would look at that alone: any failure would equal
-// any other. Compare code() instead.
+/**
+ * @name Comparisons that do not compile
+ *
+ * An Error converts to bool, so that a comparison would look at that alone: any failure would equal
+ * any other. Compare Error::code() instead.
+ * @{
+ */
 bool operator==(const Error &error, Error::Code code) = delete;
 bool operator==(Error::Code code, const Error &error) = delete;
 bool operator==(const Error &left, const Error &right) = delete;
 bool operator!=(const Error &error, Error::Code code) = delete;
 bool operator!=(Error::Code code, const Error &error) = delete;
 bool operator!=(const Error &left, const Error &right) = delete;
+/** @} */
 
 } // namespace Ostrel
 

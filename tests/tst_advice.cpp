@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+
+#include <QtCore/QJsonArray>
+#include <QtDBus/QDBusServiceWatcher>
+
+#include <memory>
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+//! [nested]
+// The map within a value that the service sent, or an empty one.
+QVariantMap mapIn(const QVariant &value)
+{
+    if (value.userType() == qMetaTypeId<QDBusArgument>()
+        && value.value<QDBusArgument>().currentSignature() == QLatin1String("a{sv}")) {
+        return qdbus_cast<QVariantMap>(value);
+    }
+    return {};
+}
+//! [nested]
+
+//! [again]
+// Registers the tasks of a type whenever the service comes.
+class Tasks : public QObject
+{
+public:
+    Tasks(const QString &service, const QString &type)
+        : m_type(type)
+        , m_watcher(service, QDBusConnection::sessionBus(),
+                    QDBusServiceWatcher::WatchForRegistration)
+    {
+        connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &Tasks::registerAgain);
+        registerAgain();
+    }
+
+    TaskInvoker &invoker() const { return *m_invoker; }
+
+private:
+    void registerAgain()
+    {
+        m_invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, m_type);
+    }
+
+    QString m_type;
+    QDBusServiceWatcher m_watcher;
+    std::unique_ptr<TaskInvoker> m_invoker;
+};
+//! [again]
+
+} // namespace
+
+// What the documentation advises works.
+class TestAdvice : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void nestedValuesAreReadByTheirSignature_data();
+    void nestedValuesAreReadByTheirSignature();
+    void jsonTravelsAsPlainValues();
+    void invokersAreMadeAgainWhenTheServiceComes();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestAdvice::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestAdvice::init()
+{
+    m_simulator->reset();
+}
+
+void TestAdvice::nestedValuesAreReadByTheirSignature_data()
+{
+    QTest::addColumn<QVariant>("sent");
+    QTest::addColumn<QVariantMap>("read");
+    const QVariantMap inner{{QStringLiteral("Width"), 640}};
+    QTest::newRow("a map") << QVariant(inner) << inner;
+    QTest::newRow("a list") << QVariant(QVariantList{1, 2}) << QVariantMap();
+    QTest::newRow("a text") << QVariant(QStringLiteral("640")) << QVariantMap();
+    QTest::newRow("a path") << QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a")))
+                            << QVariantMap();
+}
+
+void TestAdvice::nestedValuesAreReadByTheirSignature()
+{
+    QFETCH(const QVariant, sent);
+    QFETCH(const QVariantMap, read);
+    const QString key = QStringLiteral("Size");
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start")
+        .answerNext({QStringLiteral("id"), QVariantMap{{key, sent}}});
+    Control control;
+    QCOMPARE(mapIn(control.start(QStringLiteral("demo.Viewer")).details.value(key)), read);
+}
+
+void TestAdvice::jsonTravelsAsPlainValues()
+{
+    const Control registersTheJsonTypes;
+    const QString appId = QStringLiteral("demo.Viewer");
+    //! [json]
+    const QJsonArray sizes{1.5, 2.5};
+    // Not {"Sizes", sizes}: QtDBus would end the process.
+    const QVariantMap parameters{{QStringLiteral("Sizes"), sizes.toVariantList()}};
+    //! [json]
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
+        QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StartDebug"));
+    call << appId << parameters;
+    QCOMPARE(QDBusConnection::sessionBus().call(call).type(), QDBusMessage::ReplyMessage);
+
+    const auto received = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(1));
+    QCOMPARE(qdbus_cast<QVariantList>(received.value(QStringLiteral("Sizes"))),
+             (QVariantList{1.5, 2.5}));
+}
+
+void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
+{
+    const Tasks tasks(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("sync"));
+    QVERIFY(!waitUntilReady(tasks.invoker()));
+    m_simulator->end();
+    m_simulator->start();
+    // A new invoker has no tasks until it is registered.
+    const TaskInvoker *const first = &tasks.invoker();
+    QTRY_VERIFY_WITH_TIMEOUT(&tasks.invoker() != first, patience);
+    QVERIFY(!waitUntilReady(tasks.invoker()));
+    QCOMPARE(tasks.invoker().availableTasks().size(), 3);
+}
+
+OSTREL_TEST_MAIN(TestAdvice)
+
+#include "tst_advice.moc"

@@ -1,0 +1,284 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "control_calls.h"
+#include "files.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <memory>
+#include <optional>
+
+// The simulator's catalogue: what a file may hold, and how one with a mistake is refused.
+class TestCatalogue : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void refusesBrokenJson_data();
+    void refusesBrokenJson();
+    void refusesWhatItDoesNotKnow_data();
+    void refusesWhatItDoesNotKnow();
+    void refusesAFileThatItCannotRead();
+    void propertiesKeepTheirTypes();
+    void deepestPropertiesCanBeSent();
+    void leavesOutWhatIsOptional();
+    void mayBeEmpty();
+    void hasItsOwnApplications();
+
+private:
+    // What the simulator says of a file that it refuses.
+    QString mistakeIn(const QString &text);
+    // Starts a simulator with this catalogue on the test's bus.
+    std::unique_ptr<Simulator> simulatorWith(const QString &text);
+    // The applications that run, as busctl shows them.
+    QJsonArray running() const;
+
+    QTemporaryDir m_folder;
+    std::optional<PrivateBus> m_bus;
+    QString m_file = m_folder.filePath(QStringLiteral("catalogue.json"));
+};
+
+void TestCatalogue::initTestCase()
+{
+    m_bus.emplace();
+}
+
+QString TestCatalogue::mistakeIn(const QString &text)
+{
+    writeFile(m_file, text);
+    // It is refused before the bus is looked for.
+    const Result result = run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_file});
+    if (result.exitStatus != 1 || !result.output.isEmpty()) {
+        return QStringLiteral("exit status %1").arg(result.exitStatus);
+    }
+    return result.errors;
+}
+
+std::unique_ptr<Simulator> TestCatalogue::simulatorWith(const QString &text)
+{
+    writeFile(m_file, text);
+    auto simulator =
+        std::make_unique<Simulator>(*m_bus, QStringList{QStringLiteral("--catalogue"), m_file});
+    simulator->start();
+    return simulator;
+}
+
+QJsonArray TestCatalogue::running() const
+{
+    const Result result =
+        run(QStringLiteral("busctl"),
+            {QStringLiteral("--address=%1").arg(m_bus->address()), QStringLiteral("--json=short"),
+             QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
+             QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+             QStringLiteral("GetRunningApplications")});
+    return QJsonDocument::fromJson(result.output.toUtf8())[QLatin1String("data")][0].toArray();
+}
+
+void TestCatalogue::refusesBrokenJson_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("place");
+
+    const auto row = [](const char *name, const char *text, const char *place) {
+        QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(place);
+    };
+    row("empty file", "", "1:1: illegal value");
+    row("no JSON", "x", "1:1: illegal value");
+    row("not closed", "{\n  \"applications\": [", "2:19: unterminated array");
+    row("no comma", "{\n  \"applications\": [\n    {} {}\n]}\n", "3:8: missing value separator");
+    row("a comma too many", "{\n  \"applications\": [],\n}\n",
+        "3:1: object is missing after a comma");
+    row("an unknown word", "{ \"applications\": nothing }", "1:20: illegal value");
+    row("an unknown value", "{ \"applications\": x }", "1:19: illegal number");
+    row("no colon", "{\n  \"applications\" []\n}\n", "2:18: missing name separator");
+    row("behind a character of several bytes", "{ \"ä€\" [] }", "1:8: missing name separator");
+    row("something behind", "{}\n{}\n", "2:1: garbage at the end of the document");
+}
+
+void TestCatalogue::refusesBrokenJson()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, place);
+    QCOMPARE(mistakeIn(text), QStringLiteral("ostrel-simulator: %1:%2\n").arg(m_file, place));
+}
+
+void TestCatalogue::refusesWhatItDoesNotKnow_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("mistake");
+
+    const auto row = [](const char *text, const char *mistake) {
+        QTest::newRow(mistake) << QString::fromUtf8(text).replace(QLatin1Char('\''),
+                                                                  QLatin1Char('"'))
+                               << QString::fromUtf8(mistake);
+    };
+    row("[]", "the catalogue takes an object, not an array");
+    row("{'aplications': []}", "aplications: is not known");
+    row("{'applications': {}}", "applications: takes an array, not an object");
+    row("{'applications': ['demo.A']}", "applications[0]: takes an object, not a string");
+
+    // The rest is about the second of two applications.
+    const auto application = [&row](const char *text, const char *mistake) {
+        row(("{'applications': [{'id': 'demo.A', 'program': 'true'}, " + QByteArray(text) + "]}")
+                .constData(),
+            ("applications[1]" + QByteArray(mistake)).constData());
+    };
+    application("{'program': 'true'}", ".id: is missing");
+    application("{'id': 'demo.B'}", ".program: is missing");
+    application("{'id': 'demo.B', 'program': 'true', 'colour': 1}", ".colour: is not known");
+    application("{'id': 1, 'program': 'true'}", ".id: takes a string, not a number");
+    application("{'id': '', 'program': 'true'}", ".id: is empty");
+    application("{'id': 'demo.A', 'program': 'true'}", ".id: \"demo.A\" is there already");
+    for (const char *const id : {"a/b", "a:b", ".", "..", "a\\nb"}) {
+        const QByteArray shown = QByteArray(id).replace("\\n", "\n");
+        application("{'id': '" + QByteArray(id) + "', 'program': 'true'}",
+                    ".id: \"" + shown + "\" cannot be a component of a path");
+    }
+    application("{'id': '" + QByteArray(256, 'a') + "', 'program': 'true'}",
+                ".id: \"" + QByteArray(256, 'a') + "\" cannot be a component of a path");
+    application("{'id': 'demo.B', 'program': null}", ".program: takes a string, not null");
+    application("{'id': 'demo.B', 'program': ''}", ".program: is empty");
+    application("{'id': 'demo.B', 'program': 'true', 'arguments': 'x'}",
+                ".arguments: takes an array, not a string");
+    application("{'id': 'demo.B', 'program': 'true', 'arguments': ['x', 1]}",
+                ".arguments[1]: takes a string, not a number");
+    application("{'id': 'demo.B', 'program': 'true', 'singleInstance': 1}",
+                ".singleInstance: takes true or false, not a number");
+    application("{'id': 'demo.B', 'program': 'true', 'kind': true}",
+                ".kind: takes a number, not true or false");
+    for (const char *const kind : {"-1", "1.5", "4294967296"}) {
+        application("{'id': 'demo.B', 'program': 'true', 'kind': " + QByteArray(kind) + "}",
+                    ".kind: takes a whole number from 0 to 4294967295");
+    }
+    application("{'id': 'demo.B', 'program': 'true', 'properties': []}",
+                ".properties: takes an object, not an array");
+    application("{'id': 'demo.B', 'program': 'true', 'properties': {'A': [1, {'B': null}]}}",
+                ".properties.A[1].B: is null, which no message holds");
+    application("{'id': 'demo.B', 'program': 'true', 'properties': {'A': " + QByteArray(17, '[')
+                    + QByteArray(17, ']') + "}}",
+                ".properties.A" + QByteArray("[0]").repeated(16) + ": is too deep for a message");
+    application("{'id': 'demo.B', 'program': 'true', 'services': {}}",
+                ".services: takes an array, not an object");
+    application("{'id': 'demo.B', 'program': 'true', 'services': [{'program': 'true'}]}",
+                ".services[0].name: is missing");
+    application("{'id': 'demo.B', 'program': 'true', 'services': [{'name': 's'}]}",
+                ".services[0].program: is missing");
+    application("{'id': 'demo.B', 'program': 'true', 'services': [{'name': 's', 'kind': 1}]}",
+                ".services[0].kind: is not known");
+    application("{'id': 'demo.B', 'program': 'true', 'services': [{'name': 's', 'program': 'true'},"
+                " {'name': 's', 'program': 'true'}]}",
+                ".services[1].name: \"s\" is there already");
+}
+
+void TestCatalogue::refusesWhatItDoesNotKnow()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, mistake);
+    QCOMPARE(mistakeIn(text), QStringLiteral("ostrel-simulator: %1: %2\n").arg(m_file, mistake));
+}
+
+void TestCatalogue::refusesAFileThatItCannotRead()
+{
+    const Result missing =
+        run(QStringLiteral(SIMULATOR),
+            {QStringLiteral("--catalogue"), QStringLiteral("/nonexistent/catalogue.json")});
+    QCOMPARE(missing.exitStatus, 1);
+    QCOMPARE(missing.errors,
+             QStringLiteral("ostrel-simulator: /nonexistent/catalogue.json: "
+                            "No such file or directory\n"));
+    const Result folder =
+        run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_folder.path()});
+    QCOMPARE(folder.exitStatus, 1);
+    QCOMPARE(
+        folder.errors,
+        QStringLiteral("ostrel-simulator: %1: file to open is a directory\n").arg(m_folder.path()));
+}
+
+void TestCatalogue::propertiesKeepTheirTypes()
+{
+    const auto simulator = simulatorWith(QStringLiteral(R"({"applications": [{
+        "id": "demo.A", "program": "sleep", "arguments": ["600"], "kind": 4294967295,
+        "properties": {
+            "String": "ä", "Yes": true, "Whole": -2147483648, "Great": 2147483648, "Part": 1.5,
+            "Strings": ["a", "b"], "Mixed": ["a", 1], "None": [], "Map": {"Key": {"Inner": 1}}
+        }}]})"));
+    const QVariantMap details = startApplication(QStringLiteral("demo.A"));
+    const QJsonArray application = running().at(0).toArray();
+    const QByteArray expected = R"(["demo.A",PID,1,4294967295,{
+        "Great":{"data":2147483648,"type":"d"},
+        "InstanceId":{"data":"demo.A.instance_1","type":"s"},
+        "Map":{"data":{"Key":{"data":{"Inner":{"data":1,"type":"i"}},"type":"a{sv}"}},"type":"a{sv}"},
+        "Mixed":{"data":[{"data":"a","type":"s"},{"data":1,"type":"i"}],"type":"av"},
+        "None":{"data":[],"type":"av"},
+        "Part":{"data":1.5,"type":"d"},
+        "String":{"data":"ä","type":"s"},
+        "Strings":{"data":["a","b"],"type":"as"},
+        "Whole":{"data":-2147483648,"type":"i"},
+        "Yes":{"data":true,"type":"b"}}])";
+    QByteArray pid = QByteArray::number(details.value(QStringLiteral("Pid")).toInt());
+    QCOMPARE(QJsonDocument(application).toJson(QJsonDocument::Compact),
+             QJsonDocument::fromJson(QByteArray(expected).replace("PID", pid))
+                 .toJson(QJsonDocument::Compact));
+}
+
+void TestCatalogue::deepestPropertiesCanBeSent()
+{
+    const QString objects = QStringLiteral("{\"A\":").repeated(16) + QLatin1Char('1')
+        + QStringLiteral("}").repeated(16);
+    const auto simulator =
+        simulatorWith(QStringLiteral(R"({"applications": [{"id": "demo.A", "program": "sleep",
+                           "arguments": ["600"], "properties": %1}]})")
+                          .arg(objects));
+    startApplication(QStringLiteral("demo.A"));
+    QJsonValue value = running().at(0)[4];
+    for (int depth = 0; depth < 16; ++depth) {
+        value = value[QLatin1String("A")][QLatin1String("data")];
+    }
+    QCOMPARE(value, QJsonValue(1));
+}
+
+void TestCatalogue::leavesOutWhatIsOptional()
+{
+    const auto simulator =
+        simulatorWith(QStringLiteral(R"({"applications": [{"id": "Dotless", "program": "cat"}]})"));
+    // Without input, it ends at once.
+    const QVariantMap details = startApplication(QStringLiteral("Dotless"));
+    QCOMPARE(details.value(QStringLiteral("Kind")), QVariant(0U));
+    QCOMPARE(details.value(QStringLiteral("AppId")), QVariant(QStringLiteral("Dotless")));
+}
+
+void TestCatalogue::mayBeEmpty()
+{
+    const auto simulator = simulatorWith(QStringLiteral("{}"));
+    const QDBusMessage answer =
+        callControl(QStringLiteral("Start"), {QStringLiteral("demo.Viewer")});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerNotFound"));
+}
+
+void TestCatalogue::hasItsOwnApplications()
+{
+    Simulator simulator(*m_bus, {QStringLiteral("--kill-after"), QStringLiteral("100")});
+    simulator.start();
+    for (const char *const id : {"demo.Viewer", "demo.Clock", "demo.Player", "demo.Stubborn"}) {
+        startApplication(QString::fromLatin1(id));
+    }
+    QCOMPARE(running().size(), 4);
+    startApplication(QStringLiteral("demo.Once"));
+    const QDBusMessage broken =
+        callControl(QStringLiteral("Start"), {QStringLiteral("demo.Broken")});
+    QCOMPARE(broken.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"));
+}
+
+OSTREL_TEST_MAIN(TestCatalogue)
+
+#include "tst_catalogue.moc"

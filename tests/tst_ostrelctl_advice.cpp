@@ -1,0 +1,225 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <optional>
+
+namespace
+{
+
+const QString noSessionBus = // clazy:exclude=non-pod-global-static
+    QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                   "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                   "'dbus-run-session -- bash' opens a shell with a bus of its own\n");
+const QString noSystemBus = // clazy:exclude=non-pod-global-static
+    QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                   "hint: no system message bus can be reached; a device starts it with the "
+                   "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set\n");
+
+QString noService(const QString &bus)
+{
+    return QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
+                          " was not provided by any .service files\n"
+                          "hint: no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
+                          "at a desk, start its stand-in: ostrel-simulator --%1 &\n")
+        .arg(bus);
+}
+
+Result ostrelctl(const QString &arguments)
+{
+    return run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' ')));
+}
+
+// Every command that needs a bus.
+const QStringList commands{
+    // clazy:exclude=non-pod-global-static
+    QStringLiteral("start a.b"),         QStringLiteral("debug a.b"),
+    QStringLiteral("terminate a.b"),     QStringLiteral("ps"),
+    QStringLiteral("window main 1 2 3"), QStringLiteral("task list sync"),
+    QStringLiteral("task start sync a"), QStringLiteral("task stop sync a"),
+    QStringLiteral("task watch sync"),
+};
+
+// A session bus that is configured further than the tests' usual one.
+class ConfiguredBus
+{
+public:
+    explicit ConfiguredBus(const QString &elements)
+    {
+        const QString file = m_folder.filePath(QStringLiteral("bus.conf"));
+        writeFile(file,
+                  QStringLiteral(
+                      "<!DOCTYPE busconfig PUBLIC\n"
+                      "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                      "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                      "<busconfig><include>" PRIVATE_BUS_CONFIGURATION "</include>%1</busconfig>\n")
+                      .arg(elements));
+        m_daemon.emplace(QStringLiteral("dbus-daemon"),
+                         QStringList{QStringLiteral("--config-file=") + file,
+                                     QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+                                     QStringLiteral("--nosyslog"),
+                                     QStringLiteral("--print-address=1")});
+        m_daemon->start();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon->readLine().toUtf8());
+    }
+
+private:
+    QTemporaryDir m_folder;
+    std::optional<Process> m_daemon;
+};
+
+void addCommands(const QStringList &more = {})
+{
+    QTest::addColumn<QString>("command");
+    for (const QString &command : commands + more) {
+        QTest::newRow(qPrintable(command)) << command;
+    }
+}
+
+} // namespace
+
+// What the command line says behind an error: the next step, where the bus or the service is
+// missing, and nothing else.
+class TestOstrelctlAdvice : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+
+    void tellsHowToGetABus_data();
+    void tellsHowToGetABus();
+    void tellsThatTheSystemBusIsMissing();
+    void tellsHowToGetAService_data();
+    void tellsHowToGetAService();
+    void tellsHowToGetAServiceOnTheSystemBus();
+    void keepsItOutOfTheJson();
+    void hasNoneForWhatTheServiceSays_data();
+    void hasNoneForWhatTheServiceSays();
+    void hasNoneForAServiceThatTheBusCanStart();
+    void hasNoneWhereTheBusTellsNothing();
+};
+
+void TestOstrelctlAdvice::cleanup()
+{
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
+}
+
+void TestOstrelctlAdvice::tellsHowToGetABus_data()
+{
+    addCommands({QStringLiteral("watch")});
+}
+
+void TestOstrelctlAdvice::tellsHowToGetABus()
+{
+    QFETCH(QString, command);
+    const Result result = ostrelctl(command);
+    QCOMPARE(result.errors, noSessionBus);
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctlAdvice::tellsThatTheSystemBusIsMissing()
+{
+    const PrivateBus session;
+    for (const char *command : {"task list --system sync", "task start --system sync a",
+                                "task stop --system sync a", "task watch --system sync"}) {
+        const Result result = ostrelctl(QString::fromLatin1(command));
+        QCOMPARE(result.errors, noSystemBus);
+        QCOMPARE(result.exitStatus, 1);
+    }
+}
+
+void TestOstrelctlAdvice::tellsHowToGetAService_data()
+{
+    addCommands();
+}
+
+void TestOstrelctlAdvice::tellsHowToGetAService()
+{
+    QFETCH(QString, command);
+    const PrivateBus bus;
+    const Result result = ostrelctl(command);
+    QCOMPARE(result.errors, noService(QStringLiteral("session")));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctlAdvice::tellsHowToGetAServiceOnTheSystemBus()
+{
+    const PrivateBus bus;
+    cleanup();
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    const Result result = ostrelctl(QStringLiteral("task list --system sync"));
+    QCOMPARE(result.errors, noService(QStringLiteral("system")));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctlAdvice::keepsItOutOfTheJson()
+{
+    const Result result = ostrelctl(QStringLiteral("ps --json"));
+    QCOMPARE(result.output,
+             QStringLiteral("{\"error\":{\"code\":1,\"message\":\"Not connected to D-Bus "
+                            "server\",\"name\":\"Failed\"}}\n"));
+    QCOMPARE(result.errors, noSessionBus);
+}
+
+void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("errors");
+    QTest::newRow("of its own") << QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed")
+                                << QStringLiteral("error: HandlerFailed: no\n");
+    // The text and the name are not what decides.
+    QTest::newRow("failed") << QStringLiteral("org.freedesktop.DBus.Error.Failed")
+                            << QStringLiteral("error: Failed: no\n");
+    QTest::newRow("the bus's name of an absent service")
+        << QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown")
+        << QStringLiteral("error: Failed: no\n");
+}
+
+void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays()
+{
+    QFETCH(QString, error);
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    simulator.windowStatus().failNext(error, QStringLiteral("no"));
+    const Result result = ostrelctl(QStringLiteral("window main 1 2 3"));
+    QTEST(result.errors, "errors");
+    QCOMPARE(result.exitStatus, 1);
+}
+
+// The service is there, only it does not come up: then a stand-in is no help.
+void TestOstrelctlAdvice::hasNoneForAServiceThatTheBusCanStart()
+{
+    const QTemporaryDir services;
+    writeFile(services.filePath(QStringLiteral(OSTREL_SERVICE_NAME ".service")),
+              QStringLiteral("[D-BUS Service]\nName=" OSTREL_SERVICE_NAME "\nExec=/bin/false\n"));
+    const ConfiguredBus bus(QStringLiteral("<servicedir>%1</servicedir>").arg(services.path()));
+    const Result result = ostrelctl(QStringLiteral("ps"));
+    QCOMPARE(
+        result.errors,
+        QStringLiteral("error: Failed: Process " OSTREL_SERVICE_NAME " exited with status 1\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestOstrelctlAdvice::hasNoneWhereTheBusTellsNothing()
+{
+    const ConfiguredBus bus(QStringLiteral("<policy context=\"mandatory\">"
+                                           "<deny send_interface=\"org.freedesktop.DBus\""
+                                           " send_member=\"NameHasOwner\"/></policy>"));
+    const Result result = ostrelctl(QStringLiteral("ps"));
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
+                            " was not provided by any .service files\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlAdvice)
+
+#include "tst_ostrelctl_advice.moc"

@@ -1,0 +1,387 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
+
+#include <csignal>
+#include <optional>
+
+// The commands for tasks, as a user types them and as a script reads them.
+class TestOstrelctlTask : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void listPrintsATable();
+    void listPrintsJson();
+    void startSendsWhatIsGiven_data();
+    void startSendsWhatIsGiven();
+    void startPrintsTheNumber();
+    void stopSaysNothing();
+    void failuresAreTold_data();
+    void failuresAreTold();
+    void registrationIsAwaited();
+    void systemBusIsAnotherOne();
+    void watchPrintsLists();
+    void watchPrintsJson();
+    void tellsMistakes_data();
+    void tellsMistakes();
+    void helps_data();
+    void helps();
+
+private:
+    static Result ostrelctl(const QString &arguments);
+    MethodFaults registration() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    }
+    MethodFaults next(const char *method) const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method);
+    }
+    void announce(const char *list, const QString &value) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+namespace
+{
+
+// A type that the simulator knows no tasks of.
+const char *const sessionPath = OSTREL_TASK_INVOKER_SESSIONS_PATH "bare";
+
+} // namespace
+
+Result TestOstrelctlTask::ostrelctl(const QString &arguments)
+{
+    return run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+}
+
+void TestOstrelctlTask::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestOstrelctlTask::cleanup()
+{
+    m_simulator->reset();
+}
+
+void TestOstrelctlTask::announce(const char *list, const QString &value) const
+{
+    busctlEmitSignal(
+        *m_bus, sessionPath, "org.freedesktop.DBus.Properties", QStringLiteral("PropertiesChanged"),
+        {QStringLiteral("s x"), QStringLiteral("a{sv} 1 %1 %2").arg(QLatin1String(list), value),
+         QStringLiteral("as 0")});
+}
+
+void TestOstrelctlTask::listPrintsATable()
+{
+    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
+               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
+                           QStringLiteral("RegisterInvoker"), QStringLiteral("2"),
+                           QStringLiteral("o"), QString::fromLatin1(sessionPath)}
+                   + wordsOf(QStringLiteral("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
+                                            "two 0 ActiveTasks a(sia{sv}) 1 one -17 0")));
+    const Result result = ostrelctl(QStringLiteral("task list bare"));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output,
+             QStringLiteral("TASK  STATUS     PID  PROPERTIES\n"
+                            "one   available  -    Key=\"v\"\n"
+                            "two   available  -\n"
+                            "one   active     -17\n"));
+    QCOMPARE(result.exitStatus, 0);
+    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("bare")});
+}
+
+void TestOstrelctlTask::listPrintsJson()
+{
+    const Result result = ostrelctl(QStringLiteral("task list --json bare"));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, QStringLiteral("{\"activeTasks\":[],\"availableTasks\":[]}\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestOstrelctlTask::startSendsWhatIsGiven_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QVariantMap>("startupInfo");
+    QTest::addColumn<QVariantMap>("hints");
+
+    const auto row = [](const char *options, const QVariantMap &startupInfo,
+                        const QVariantMap &hints) {
+        QTest::newRow(options) << QString::fromLatin1(options) << startupInfo << hints;
+    };
+    const auto hint = [&row](const char *option, const char *name, const QVariant &value) {
+        row(option, {}, {{QString::fromLatin1(name), value}});
+    };
+    row("", {}, {});
+    row("--param a --param -b",
+        {{QStringLiteral("Params"), QStringList{QStringLiteral("a"), QStringLiteral("-b")}}}, {});
+    row("--env A=1 --env B=c=d",
+        {{QStringLiteral("Environment"),
+          QStringList{QStringLiteral("A=1"), QStringLiteral("B=c=d")}}},
+        {});
+    hint("--hint CPULimit=-3", "CPULimit", -3);
+    hint("--hint RunningTime=4", "RunningTime", 4);
+    hint("--hint Weight=5", "Weight", 5);
+    hint("--hint Priority=6", "Priority", 6);
+    hint("--hint User=nemo", "User", QStringLiteral("nemo"));
+    hint("--hint DBusService=a.b", "DBusService", QStringLiteral("a.b"));
+    hint("--hint Homeless=true", "Homeless", true);
+    hint("--hint Homeless=false", "Homeless", false);
+    hint("--hint Permissions=a,b", "Permissions",
+         QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    hint("--hint Conditions=", "Conditions", QStringList());
+    hint("--hint Autostart=default", "Autostart", 0);
+    hint("--hint Autostart=enabled", "Autostart", 1);
+    hint("--hint Autostart=disabled", "Autostart", 2);
+    row("--hint User=a --hint User=b --hint Weight=1", {},
+        {{QStringLiteral("User"), QStringLiteral("b")}, {QStringLiteral("Weight"), 1}});
+}
+
+void TestOstrelctlTask::startSendsWhatIsGiven()
+{
+    QFETCH(QString, options);
+    next("Start").answerNext({7});
+    const Result result = ostrelctl(QStringLiteral("task start %1 bare one").arg(options));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+    const Call call = m_simulator->calls().constLast();
+    QCOMPARE(call.path, QString::fromLatin1(sessionPath));
+    QCOMPARE(call.member, QStringLiteral("Start"));
+    QCOMPARE(call.signature, QStringLiteral("sa{sv}a{sv}"));
+    QCOMPARE(call.arguments.at(0), QVariant(QStringLiteral("one")));
+    QTEST(qdbus_cast<QVariantMap>(call.arguments.at(1)), "startupInfo");
+    QTEST(qdbus_cast<QVariantMap>(call.arguments.at(2)), "hints");
+}
+
+void TestOstrelctlTask::startPrintsTheNumber()
+{
+    next("Start").answerNext({-7});
+    const Result plain = ostrelctl(QStringLiteral("task start bare one --cgroup a.b=c=d"));
+    QCOMPARE(plain.output, QStringLiteral("-7\n"));
+    QCOMPARE(plain.exitStatus, 0);
+    const auto hints = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(2));
+    QCOMPARE(hints.size(), 1);
+    QCOMPARE(qdbus_cast<QVariantMap>(hints.value(QStringLiteral("CGroups"))),
+             (QVariantMap{{QStringLiteral("a.b"), QByteArrayLiteral("c=d")}}));
+
+    next("Start").answerNext({7});
+    const Result json = ostrelctl(QStringLiteral("task start bare one --json"));
+    QCOMPARE(json.output, QStringLiteral("{\"number\":7}\n"));
+    QCOMPARE(json.exitStatus, 0);
+}
+
+void TestOstrelctlTask::stopSaysNothing()
+{
+    next("Stop").answerNext({});
+    const Result plain = ostrelctl(QStringLiteral("task stop bare one"));
+    QCOMPARE(plain.output + plain.errors, QString());
+    QCOMPARE(plain.exitStatus, 0);
+    QCOMPARE(m_simulator->calls().constLast().member, QStringLiteral("Stop"));
+    QCOMPARE(m_simulator->calls().constLast().arguments, QVariantList{QStringLiteral("one")});
+
+    next("Stop").answerNext({});
+    const Result json = ostrelctl(QStringLiteral("task stop bare one --json"));
+    QCOMPARE(json.output, QStringLiteral("{}\n"));
+    QCOMPARE(json.exitStatus, 0);
+}
+
+void TestOstrelctlTask::failuresAreTold_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<bool>("isRegistration");
+    QTest::newRow("list") << QStringLiteral("task list bare") << true;
+    QTest::newRow("start unregistered") << QStringLiteral("task start bare one") << true;
+    QTest::newRow("stop unregistered") << QStringLiteral("task stop bare one") << true;
+    QTest::newRow("watch") << QStringLiteral("task watch bare") << true;
+    QTest::newRow("start") << QStringLiteral("task start bare one") << false;
+    QTest::newRow("stop") << QStringLiteral("task stop bare one") << false;
+}
+
+void TestOstrelctlTask::failuresAreTold()
+{
+    QFETCH(QString, arguments);
+    QFETCH(bool, isRegistration);
+    const QByteArray method = arguments.section(QLatin1Char(' '), 1, 1) == QLatin1String("stop")
+        ? QByteArrayLiteral("Stop")
+        : QByteArrayLiteral("Start");
+    for (const bool json : {false, true}) {
+        (isRegistration ? registration() : next(method.constData()))
+            .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
+        const Result result = ostrelctl(arguments + (json ? QStringLiteral(" --json") : QString()));
+        QCOMPARE(
+            result.output,
+            json ? QStringLiteral(R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
+                                  "\n")
+                 : QString());
+        // The library's warning of it stays away.
+        QCOMPARE(result.errors, QStringLiteral("error: HandlerFailed: no\n"));
+        QCOMPARE(result.exitStatus, 1);
+    }
+}
+
+void TestOstrelctlTask::registrationIsAwaited()
+{
+    next("Start").answerNext({7});
+    registration().holdNext(1);
+    Process process(QStringLiteral(OSTRELCTL),
+                    {QStringLiteral("task"), QStringLiteral("start"), QStringLiteral("bare"),
+                     QStringLiteral("one")});
+    process.start();
+    registration().waitForHeld(1);
+    QCOMPARE(m_simulator->calls().size(), 1);
+    registration().release({0});
+    QCOMPARE(process.readLine(), QStringLiteral("7"));
+    QVERIFY(process.waitForFinished(patience));
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void TestOstrelctlTask::systemBusIsAnotherOne()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), m_bus->address());
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/session"));
+    const QStringList list{QStringLiteral("task"), QStringLiteral("list"), QStringLiteral("bare")};
+    const Result system =
+        run(QStringLiteral(OSTRELCTL), list + QStringList(QStringLiteral("--system")), environment);
+    QCOMPARE(system.errors, QString());
+    QCOMPARE(system.exitStatus, 0);
+    const Result session = run(QStringLiteral(OSTRELCTL), list, environment);
+    QCOMPARE(session.errors.section(QLatin1Char('\n'), 0, 0),
+             QStringLiteral("error: Failed: Not connected to D-Bus server"));
+    QCOMPARE(session.exitStatus, 1);
+}
+
+void TestOstrelctlTask::watchPrintsLists()
+{
+    Process watcher(QStringLiteral(OSTRELCTL),
+                    {QStringLiteral("task"), QStringLiteral("watch"), QStringLiteral("bare")});
+    watcher.setProcessChannelMode(QProcess::MergedChannels);
+    watcher.start();
+    const auto line = [&watcher] {
+        static const QRegularExpression form(
+            QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
+        return form.match(watcher.readLine()).captured(1);
+    };
+    QCOMPARE(line(), QStringLiteral("activeTasks    -"));
+    QCOMPARE(line(), QStringLiteral("availableTasks -"));
+    QCOMPARE(watcher.readLine(), QStringLiteral("watching the tasks of bare; Ctrl-C ends it"));
+    announce("ActiveTasks", QStringLiteral("a(sia{sv}) 2 one 17 0 two 18 0"));
+    QCOMPARE(line(), QStringLiteral("activeTasks    one(17) two(18)"));
+    announce("AvailableTasks", QStringLiteral("a(sa{sv}) 2 one 0 two 0"));
+    QCOMPARE(line(), QStringLiteral("availableTasks one two"));
+    kill(pid_t(watcher.processId()), SIGINT);
+    QVERIFY(watcher.waitForFinished(patience));
+    QCOMPARE(watcher.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(watcher.exitCode(), 0);
+}
+
+void TestOstrelctlTask::watchPrintsJson()
+{
+    Process watcher(QStringLiteral(OSTRELCTL),
+                    {QStringLiteral("task"), QStringLiteral("watch"), QStringLiteral("bare"),
+                     QStringLiteral("--json")});
+    watcher.start();
+    const auto line = [&watcher] {
+        QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
+        object.remove(QStringLiteral("time"));
+        return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    };
+    QCOMPARE(line(), QStringLiteral(R"({"event":"activeTasks","tasks":[]})"));
+    QCOMPARE(line(), QStringLiteral(R"({"event":"availableTasks","tasks":[]})"));
+    announce("ActiveTasks", QStringLiteral("a(sia{sv}) 1 one 17 1 k as 1 v"));
+    QCOMPARE(
+        line(),
+        QStringLiteral(
+            R"({"event":"activeTasks","tasks":[{"name":"one","pid":17,"properties":{"k":["v"]}}]})"));
+    watcher.end();
+}
+
+void TestOstrelctlTask::tellsMistakes_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("mistake");
+
+    const auto row = [](const char *arguments, const char *command, const char *mistake) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(command)
+                                 << QString::fromLatin1(mistake);
+    };
+    row("task", "task", "a command is missing");
+    row("task nonsense", "task", "no command \"nonsense\"");
+    row("task list", "task list", "TYPE is missing");
+    row("task list a b", "task list", "unexpected argument \"b\"");
+    row("task start", "task start", "TYPE is missing");
+    row("task start a", "task start", "NAME is missing");
+    row("task stop a", "task stop", "NAME is missing");
+    row("task watch", "task watch", "TYPE is missing");
+    row("task start a b --env X", "task start", "--env takes NAME=VALUE, not \"X\"");
+    row("task start a b --hint X", "task start", "--hint takes NAME=VALUE, not \"X\"");
+    row("task start a b --cgroup =X", "task start", "--cgroup takes NAME=VALUE, not \"=X\"");
+    row("task start a b --hint X=1", "task start", "no hint \"X\"");
+    row("task start a b --hint cpulimit=1", "task start", "no hint \"cpulimit\"");
+    row("task start a b --hint CPULimit=1.5", "task start",
+        "the hint CPULimit takes a whole number, not \"1.5\"");
+    row("task start a b --hint Homeless=yes", "task start",
+        "the hint Homeless takes true or false, not \"yes\"");
+    row("task start a b --hint Autostart=3", "task start",
+        "the hint Autostart takes default, enabled or disabled, not \"3\"");
+}
+
+void TestOstrelctlTask::tellsMistakes()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, command);
+    QFETCH(QString, mistake);
+    const Result result = ostrelctl(arguments);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(
+        result.errors,
+        QStringLiteral("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(command, mistake));
+    QCOMPARE(result.exitStatus, 2);
+    QVERIFY(m_simulator->calls().isEmpty());
+}
+
+void TestOstrelctlTask::helps_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("usage");
+    QTest::newRow("task") << QStringLiteral("task --help")
+                          << QStringLiteral("Usage: ostrelctl task COMMAND ...\n");
+    QTest::newRow("list") << QStringLiteral("task list --help")
+                          << QStringLiteral("Usage: " OSTRELCTL " task list [options] TYPE\n");
+    QTest::newRow("start") << QStringLiteral(
+        "task start -h") << QStringLiteral("Usage: " OSTRELCTL " task start [options] TYPE NAME\n");
+}
+
+void TestOstrelctlTask::helps()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, usage);
+    const Result result = ostrelctl(arguments);
+    QVERIFY2(result.output.startsWith(usage), qPrintable(result.output));
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlTask)
+
+#include "tst_ostrelctl_task.moc"

@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+#include "DBus/pending_call_p.h"
+
+#include <optional>
+
+using Ostrel::watchPendingCall;
+
+namespace
+{
+
+// What a handler was given: the error's name, its text and the values.
+QStringList outcomeOf(const QDBusPendingCall &call)
+{
+    const QObject context;
+    std::optional<QStringList> outcome;
+    using Reply = QDBusPendingReply<uint>;
+    watchPendingCall<Reply>(call, &context, [&outcome](const Reply &reply) {
+        QStringList values{reply.error().name(), reply.error().message()};
+        const QVariantList arguments = reply.reply().arguments();
+        for (const QVariant &argument : arguments) {
+            values.append(argument.toString());
+        }
+        outcome = values;
+    });
+    if (outcome || !QTest::qWaitFor([&outcome] { return outcome.has_value(); }, patience)) {
+        qFatal("the handler runs at once, or not at all");
+    }
+    return *outcome;
+}
+
+} // namespace
+
+// Calls that are over before anybody watches them.
+class TestPendingCall : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void answersThatHaveComeAreHandled();
+    void errorsThatHaveComeKeepTheirValues_data();
+    void errorsThatHaveComeKeepTheirValues();
+    void errorsMadeHereAreHandled();
+    void callsOnNoConnectionAreHandled();
+
+private:
+    static QDBusPendingCall finishedCall();
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestPendingCall::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+QDBusPendingCall TestPendingCall::finishedCall()
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
+        QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE), QStringLiteral("UpdateWindowStatus"));
+    message << QStringLiteral("w") << 1 << 2 << 3;
+    QDBusPendingCall call = QDBusConnection::sessionBus().asyncCall(message);
+    call.waitForFinished();
+    return call;
+}
+
+void TestPendingCall::answersThatHaveComeAreHandled()
+{
+    QCOMPARE(outcomeOf(finishedCall()), (QStringList{QString(), QString(), QStringLiteral("1")}));
+}
+
+void TestPendingCall::errorsThatHaveComeKeepTheirValues_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<QStringList>("outcome");
+    const QString other = QStringLiteral("a.b");
+    const QString disconnected = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Disconnected");
+    QTest::newRow("text") << other << QVariantList{QStringLiteral("42")}
+                          << QStringList{other, QStringLiteral("42"), QStringLiteral("42")};
+    QTest::newRow("numbers") << other << QVariantList{42U, 7}
+                             << QStringList{other, QStringLiteral("42"), QStringLiteral("42"),
+                                            QStringLiteral("7")};
+    QTest::newRow("none") << other << QVariantList() << QStringList{other, QString()};
+    QTest::newRow("the bus library's own name")
+        << disconnected << QVariantList{42}
+        << QStringList{disconnected, QStringLiteral("42"), QStringLiteral("42")};
+}
+
+void TestPendingCall::errorsThatHaveComeKeepTheirValues()
+{
+    QFETCH(QString, name);
+    QFETCH(QVariantList, values);
+    const QDBusMessage arranged =
+        m_simulator->desk(QStringLiteral("FailNextWith"),
+                          {QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
+                           QStringLiteral("UpdateWindowStatus"), name, QVariant(values)});
+    QCOMPARE(arranged.type(), QDBusMessage::ReplyMessage);
+    QTEST(outcomeOf(finishedCall()), "outcome");
+}
+
+void TestPendingCall::errorsMadeHereAreHandled()
+{
+    QCOMPARE(outcomeOf(QDBusPendingCall::fromError(
+                 QDBusError(QDBusError::Failed, QStringLiteral("text")))),
+             (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"),
+                          QStringLiteral("text")}));
+}
+
+void TestPendingCall::callsOnNoConnectionAreHandled()
+{
+    QDBusConnection none(QStringLiteral("none"));
+    QCOMPARE(outcomeOf(none.asyncCall(QDBusMessage::createMethodCall(
+                 QStringLiteral("a.b"), QStringLiteral("/"), QString(), QStringLiteral("C")))),
+             (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Disconnected"),
+                          QStringLiteral("Not connected to D-Bus server")}));
+}
+
+OSTREL_TEST_MAIN(TestPendingCall)
+
+#include "tst_pending_call.moc"

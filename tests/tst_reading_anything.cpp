@@ -1,0 +1,351 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "application_texts.h"
+#include "sender.h"
+#include "task_texts.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
+
+#include <QtCore/QJsonDocument>
+
+#include <optional>
+
+namespace
+{
+
+QString json(const QJsonValue &value)
+{
+    return QString::fromUtf8(QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact));
+}
+
+// A signature, and the words of a value in busctl's form.
+struct Value
+{
+    QString signature;
+    QString words;
+};
+
+// The value inside an array of one element, inside another one, and so on, so many in all.
+Value inArrays(int count, Value value)
+{
+    return {QString(count, QLatin1Char('a')) + value.signature,
+            QStringLiteral("1 ").repeated(count) + value.words};
+}
+
+Value inStructures(int count, Value value)
+{
+    return {QString(count, QLatin1Char('(')) + value.signature + QString(count, QLatin1Char(')')),
+            value.words};
+}
+
+Value inDicts(int count, Value value)
+{
+    return {QStringLiteral("a{s").repeated(count) + value.signature
+                + QString(count, QLatin1Char('}')),
+            QStringLiteral("1 k ").repeated(count) + value.words};
+}
+
+// A variant inside a variant, so many in all.
+Value inVariants(int count, Value value)
+{
+    return {QStringLiteral("v"),
+            QStringLiteral("v ").repeated(count - 1) + value.signature + QLatin1Char(' ')
+                + value.words};
+}
+
+QString brackets(int count, const QString &content)
+{
+    return QString(count, QLatin1Char('[')) + content + QString(count, QLatin1Char(']'));
+}
+
+QString objects(int count, const QString &content)
+{
+    return QStringLiteral("{\"k\":").repeated(count) + content + QString(count, QLatin1Char('}'));
+}
+
+const Value three{QStringLiteral("i"), QStringLiteral("3")};
+
+} // namespace
+
+// Every reader reads values of every kind, as deep as a message can hold them. What it takes from
+// them is one thing; it steps over each, and over nothing more.
+class TestReadingAnything : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void everyReaderStepsOverOneValue_data();
+    void everyReaderStepsOverOneValue();
+    void descriptorsAreNoMembers();
+    void readingLeavesCopiesWhereTheyAre_data();
+    void readingLeavesCopiesWhereTheyAre();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Sender> m_sender;
+};
+
+void TestReadingAnything::initTestCase()
+{
+    m_bus.emplace();
+    m_sender.emplace(*m_bus);
+}
+
+void TestReadingAnything::everyReaderStepsOverOneValue_data()
+{
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QString>("words");
+    // What a JSON value is then, in brackets, and what it was refused of.
+    QTest::addColumn<QString>("content");
+    QTest::addColumn<QStringList>("refused");
+    // How many records a vector has then.
+    QTest::addColumn<int>("records");
+
+    const auto row = [](const Value &value, const QString &content, const QStringList &refused = {},
+                        int records = 0) {
+        QTest::addRow("%s: %s", qPrintable(value.signature), qPrintable(value.words))
+            << value.signature << value.words << content << refused << records;
+    };
+    const auto simple = [&row](const char *signature, const char *words, const char *content,
+                               const QStringList &refused = {}, int records = 0) {
+        row({QString::fromLatin1(signature), QString::fromLatin1(words)},
+            QString::fromLatin1(content), refused, records);
+    };
+    const QString old = QStringLiteral("[\"old\"]");
+
+    // File descriptors, which no tool sends.
+    simple("h", "-", "[null]");
+    simple("v", "h -", "[null]");
+    simple("v", "v h -", "[null]");
+    simple("ah", "0", "[[]]");
+    simple("ah", "2 - -", "[[null,null]]");
+    simple("av", "2 h - i 3", "[[null,3]]");
+    simple("a{sh}", "1 k -", "[{\"k\":null}]");
+    simple("a{sv}", "2 k h - l i 3", "[{\"k\":null,\"l\":3}]");
+    simple("a{hs}", "1 - x", "[{\"\":\"x\"}]");
+    simple("(h)", "-", "[\"old\"]", {QStringLiteral("(h)")});
+    simple("a(h)", "2 - -", "[[null,null]]", {QStringLiteral("(h)"), QStringLiteral("(h)")}, 2);
+    simple("a(shuua{sv})", "1 x - 1 2 0", "[[null]]", {QStringLiteral("(shuua{sv})")}, 1);
+
+    // Keys of every type.
+    simple("a{ys}", "1 107 x", R"([{"k":"x"}])");
+    simple("a{bs}", "1 true x", R"([{"true":"x"}])");
+    simple("a{ns}", "1 -3 x", R"([{"-3":"x"}])");
+    simple("a{qs}", "1 65535 x", R"([{"65535":"x"}])");
+    simple("a{is}", "1 -3 x", R"([{"-3":"x"}])");
+    simple("a{us}", "1 4294967295 x", R"([{"4294967295":"x"}])");
+    simple("a{xs}", "1 -9223372036854775808 x", R"([{"-9223372036854775808":"x"}])");
+    simple("a{ts}", "1 18446744073709551615 x", R"([{"18446744073709551615":"x"}])");
+    simple("a{ds}", "1 1.5 x", R"([{"1.5":"x"}])");
+    simple("a{ss}", "1 k x", R"([{"k":"x"}])");
+    simple("a{os}", "1 /a x", R"([{"/a":"x"}])");
+    simple("a{gs}", "1 as x", R"([{"as":"x"}])");
+    simple("a{i(si)}", "1 3 x 3", R"([{"3":null}])", {QStringLiteral("(si)")});
+
+    // Structures in variants.
+    simple("v", "(si) x 3", "[\"old\"]", {QStringLiteral("(si)")});
+    simple("v", "(v) (si) x 3", "[\"old\"]", {QStringLiteral("(v)")});
+    simple("v", "a(si) 1 x 3", "[[null]]", {QStringLiteral("(si)")});
+    simple("v", "(sia{sv}) x 3 0", "[\"old\"]", {QStringLiteral("(sia{sv})")});
+    simple("av", "2 (si) x 3 (s) x", "[[null,null]]",
+           {QStringLiteral("(si)"), QStringLiteral("(s)")});
+    simple("a{sv}", "1 k (sia{sv}) x 3 0", R"([{"k":null}])", {QStringLiteral("(sia{sv})")});
+    simple("(v)", "(sia{sv}) x 3 0", "[\"old\"]", {QStringLiteral("(v)")});
+
+    // Empty arrays of every kind.
+    for (const char *type :
+         {"ab",  "an",     "aq",    "ai",      "au",         "ax",       "at",  "ad",
+          "as",  "ao",     "ag",    "ah",      "av",         "aai",      "aas", "aay",
+          "aav", "aa{sv}", "a(si)", "a(a(v))", "a(sia{sv})", "aaaaaaaai"}) {
+        simple(type, "0", "[[]]");
+    }
+    simple("ay", "0", "[null]"); // bytes are taken for a string, and none for nothing
+    for (const char *type : {"a{sv}", "a{si}", "a{is}", "a{s(si)}", "a{sa{sv}}", "a{hh}"}) {
+        simple(type, "0", "[{}]");
+    }
+
+    // A message holds 32 arrays and 32 structures within one another, and 64 containers. The value
+    // stands in a structure.
+    row(inArrays(32, three), brackets(33, QStringLiteral("3")));
+    row({QString(32, QLatin1Char('a')) + QLatin1Char('i'),
+         QStringLiteral("1 ").repeated(31) + QLatin1Char('0')},
+        brackets(33, QString()));
+    row(inStructures(31, three), old, {inStructures(31, three).signature});
+    row(inArrays(32, inStructures(31, three)), brackets(33, QStringLiteral("null")),
+        {inStructures(31, three).signature});
+    row(inDicts(31, three), QLatin1Char('[') + objects(31, QStringLiteral("3")) + QLatin1Char(']'));
+    row(inDicts(31, {QStringLiteral("v"), QStringLiteral("i 3")}),
+        QLatin1Char('[') + objects(31, QStringLiteral("3")) + QLatin1Char(']'));
+    row(inVariants(63, three), QStringLiteral("[null]"));
+    row(inVariants(62, inArrays(1, three)), QStringLiteral("[null]"));
+    row({QStringLiteral("v"), QStringLiteral("av 1 ").repeated(31) + QStringLiteral("i 3")},
+        brackets(32, QStringLiteral("3")));
+    row({QStringLiteral("v"),
+         QStringLiteral("a{sv} 1 k ").repeated(20) + QStringLiteral("av 1 i 3")},
+        QLatin1Char('[') + objects(20, QStringLiteral("[3]")) + QLatin1Char(']'));
+    const Value structuresInVariants{QStringLiteral("v"),
+                                     QStringLiteral("(v) ").repeated(31) + QStringLiteral("i 3")};
+    row(structuresInVariants, old, {QStringLiteral("(v)")});
+    row({QStringLiteral("a(v)"),
+         QStringLiteral("1 ") + QStringLiteral("(v) ").repeated(30) + QStringLiteral("i 3")},
+        QStringLiteral("[[null]]"), {QStringLiteral("(v)")}, 1);
+}
+
+namespace
+{
+
+// Reads the value that stands before the marker, into a target that holds something.
+template <typename Target> Target readBeforeMarker(const QVariant &structure, Target target)
+{
+    const auto argument = structure.value<QDBusArgument>();
+    QString marker;
+    argument.beginStructure();
+    argument >> target;
+    argument >> marker;
+    const bool isAtEnd = argument.atEnd();
+    argument.endStructure();
+    if (marker != QLatin1String("marker") || !isAtEnd) {
+        qFatal("a reader does not step over one value");
+    }
+    return target;
+}
+
+template <typename Record> void readRecords(const QVariant &structure)
+{
+    QFETCH(int, records);
+    QCOMPARE(text(readBeforeMarker(structure, Record{})), text(Record{}));
+    const auto vector = readBeforeMarker(structure, QVector<Record>(5, Record{}));
+    QCOMPARE(vector.size(), records);
+}
+
+} // namespace
+
+void TestReadingAnything::everyReaderStepsOverOneValue()
+{
+    QFETCH(QString, signature);
+    QFETCH(QString, words);
+    QFETCH(QString, content);
+    QFETCH(QStringList, refused);
+    const QVariant structure = m_sender
+                                   ->receive(QLatin1Char('(') + signature + QStringLiteral("s)"),
+                                             words + QStringLiteral(" marker"))
+                                   .constFirst();
+
+    const Warnings warnings;
+    const QJsonValue old = QStringLiteral("old");
+    const QJsonValue value = readBeforeMarker(structure, old);
+    QCOMPARE(json(value), content);
+    QStringList expected;
+    for (const QString &type : qAsConst(refused)) {
+        expected.append(QStringLiteral("Unsupported type:  \"%1\"").arg(type));
+    }
+    QCOMPARE(warnings.texts(), expected);
+
+    const QJsonObject object = readBeforeMarker(structure, QJsonObject{{QStringLiteral("k"), old}});
+    QCOMPARE(QJsonValue(object),
+             signature.startsWith(QLatin1String("a{"))
+                 ? value
+                 : QJsonValue(QJsonObject{{QStringLiteral("k"), old}}));
+    const QJsonArray array = readBeforeMarker(structure, QJsonArray{old});
+    const bool isArray =
+        signature.startsWith(QLatin1Char('a')) && !signature.startsWith(QLatin1String("a{"));
+    if (signature == QLatin1String("ay")) {
+        QCOMPARE(array, QJsonArray());
+    } else {
+        QCOMPARE(QJsonValue(array), isArray ? value : QJsonValue(QJsonArray{old}));
+    }
+
+    const Warnings none;
+    readRecords<Ostrel::RunningApplication>(structure);
+    readRecords<Ostrel::RunningService>(structure);
+    readRecords<Ostrel::TaskState>(structure);
+    readRecords<Ostrel::AvailableTask>(structure);
+    readRecords<Ostrel::ActiveTask>(structure);
+    QCOMPARE(none.texts(), QStringList());
+}
+
+void TestReadingAnything::descriptorsAreNoMembers()
+{
+    const auto read = [this](const char *signature, const char *words, auto target) {
+        const QString type = QString::fromLatin1(signature);
+        return text(
+            readBeforeMarker(m_sender
+                                 ->receive(QLatin1Char('(') + type + QStringLiteral("s)"),
+                                           QString::fromLatin1(words) + QStringLiteral(" marker"))
+                                 .constFirst(),
+                             target));
+    };
+    using namespace Ostrel;
+    QCOMPARE(read("(shuua{sv})", "a - 2 3 1 k s v", RunningApplication{}),
+             QStringLiteral("a 0 2 3 {k=v}"));
+    QCOMPARE(read("(hihha{sv})", "- 1 - - 1 k s v", RunningApplication{}),
+             QStringLiteral(" 1 0 0 {k=v}"));
+    QCOMPARE(read("(siuuh)", "a 1 2 3 -", RunningApplication{}), QStringLiteral("a 1 2 3 {}"));
+    QCOMPARE(read("(shhha{sv})", "a - - - 1 k s v", RunningService{}),
+             QStringLiteral("a  0 0 {k=v}"));
+    QCOMPARE(read("(sha{sv})", "a - 1 k s v", TaskState{}), QStringLiteral("a 0 {k=v}"));
+    QCOMPARE(read("(ha{sv})", "- 1 k s v", AvailableTask{}), QStringLiteral(" {k=v}"));
+    QCOMPARE(read("(sha{sv})", "a - 1 k s v", ActiveTask{}), QStringLiteral("a 0 {k=v}"));
+    QCOMPARE(read("(sih)", "a 1 -", ActiveTask{}), QStringLiteral("a 1 {}"));
+    // In the properties they are what they are.
+    QCOMPARE(read("(sia{sv})", "a 1 1 k h -", ActiveTask{}), QStringLiteral("a 1 {k=}"));
+    QCOMPARE(read("a(sha{sv})", "2 a - 0 b - 0", QVector<ActiveTask>(1, ActiveTask{})),
+             QStringLiteral("a 0 {}; b 0 {}"));
+}
+
+void TestReadingAnything::readingLeavesCopiesWhereTheyAre_data()
+{
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QString>("words");
+    const auto row = [](const char *signature, const char *words) {
+        QTest::newRow(signature) << QString::fromLatin1(signature) << QString::fromLatin1(words);
+    };
+    row("(si)", "x 3");
+    row("(sia{sv})", "x 3 0");
+    row("ai", "1 3");
+    row("aas", "1 0");
+    row("a(sia{sv})", "0");
+    row("a{sv}", "1 k i 3");
+    row("a{si}", "0");
+}
+
+namespace
+{
+
+template <typename... Targets> bool areReadInPlace(const QVariant &value, const QString &signature)
+{
+    const auto isReadInPlace = [&](auto target) {
+        value.value<QDBusArgument>() >> target;
+        return value.value<QDBusArgument>().currentSignature() == signature;
+    };
+    return (isReadInPlace(Targets{}) && ...);
+}
+
+} // namespace
+
+// What came with a signal or a reply can be read more than once, as different types in turn.
+void TestReadingAnything::readingLeavesCopiesWhereTheyAre()
+{
+    using namespace Ostrel;
+    QFETCH(QString, signature);
+    QFETCH(QString, words);
+    const QVariant value = m_sender->receive(signature, words).constFirst();
+    const Warnings warnings;
+    QVERIFY((areReadInPlace<QJsonValue, QJsonObject, QJsonArray>(value, signature)));
+    QVERIFY(
+        (areReadInPlace<RunningApplication, RunningService, TaskState, AvailableTask, ActiveTask>(
+            value, signature)));
+    QVERIFY(
+        (areReadInPlace<QVector<RunningApplication>, QVector<RunningService>, QVector<TaskState>,
+                        QVector<AvailableTask>, QVector<ActiveTask>>(value, signature)));
+}
+
+OSTREL_TEST_MAIN(TestReadingAnything)
+
+#include "tst_reading_anything.moc"

@@ -1,0 +1,316 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "control_calls.h"
+#include "files.h"
+#include "service_monitor.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtDBus/QDBusArgument>
+
+#include <optional>
+#include <sys/stat.h>
+
+namespace
+{
+
+// %1 is the folder of the scripts.
+const QString catalogue = QStringLiteral(R"({"applications": [
+    {"id": "t.Print", "program": "/bin/sh", "arguments": ["%1/print", "own"]},
+    {"id": "t.Where", "program": "/bin/sh", "arguments": ["%1/where"]},
+    {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true}
+]})");
+
+// It prints its parameters and two variables, and complains.
+const QString print = QStringLiteral("printf '%s|' \"$@\" \"$VARIABLE\" \"$WRAPPED\"\n"
+                                     "echo complaint >&2\n");
+
+const QString where = QStringLiteral("echo \"$DBUS_SESSION_BUS_ADDRESS\"\n"
+                                     "echo \"$OSTREL_ROOTFS\"\n"
+                                     "cat\n");
+
+} // namespace
+
+// "StartDebug" of the simulator: each of its parameters has its effect, or is refused.
+class TestSimulatorControlDebug : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void withoutParametersItIsAStart();
+    void parametersAreAppended();
+    void wrapperGoesInFront();
+    void environmentIsAdded();
+    void outputsGoToFiles();
+    void bothOutputsMayGoToOneFile();
+    void filesAreEmptiedFirst();
+    void theRestIsReportedBack();
+    void detailsAreTheServicesOwn();
+    void programsFindTheirBusAndRootFs();
+    void refusesWrongValues_data();
+    void refusesWrongValues();
+    void refusesFilesThatCannotBeOpened_data();
+    void refusesFilesThatCannotBeOpened();
+    void refusedStartsLeaveFilesAlone();
+    void wrapperThatDoesNotExistFails();
+
+private:
+    // Runs the application to its end, and returns what it printed.
+    QString printed(const QString &id, QVariantMap parameters);
+    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+    QTemporaryDir m_folder;
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestSimulatorControlDebug::initTestCase()
+{
+    writeFile(inFolder("catalogue.json"), catalogue.arg(m_folder.path()));
+    writeFile(inFolder("print"), print);
+    writeFile(inFolder("where"), where);
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus,
+                        QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json")});
+    m_simulator->start();
+}
+
+void TestSimulatorControlDebug::cleanup()
+{
+    m_simulator->reset();
+}
+
+QString TestSimulatorControlDebug::printed(const QString &id, QVariantMap parameters)
+{
+    if (!parameters.contains(QStringLiteral("stdoutFile"))) {
+        parameters.insert(QStringLiteral("stdoutFile"), inFolder("out"));
+    }
+    if (!parameters.contains(QStringLiteral("stderrFile"))) {
+        parameters.insert(QStringLiteral("stderrFile"), inFolder("err"));
+    }
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"), {id, parameters});
+    if (answer.type() != QDBusMessage::ReplyMessage) {
+        return answer.errorMessage();
+    }
+    monitor.textsUntil(QStringLiteral("Terminated"));
+    return readFile(parameters.value(QStringLiteral("stdoutFile")).toString());
+}
+
+void TestSimulatorControlDebug::withoutParametersItIsAStart()
+{
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    callControl(QStringLiteral("StartDebug"), {QStringLiteral("t.One"), QVariantMap()});
+    QCOMPARE(monitor.texts(),
+             (QStringList{
+                 QStringLiteral("reply sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}"),
+                 QStringLiteral("Started sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}"),
+                 QStringLiteral("StateChanged sa{sv} t.One {State=u:1}"),
+             }));
+}
+
+void TestSimulatorControlDebug::parametersAreAppended()
+{
+    QCOMPARE(
+        printed(QStringLiteral("t.Print"),
+                {{QStringLiteral("commandLineParams"),
+                  QStringList{QStringLiteral("one"), QStringLiteral("two words"), QString()}}}),
+        QStringLiteral("own|one|two words||||"));
+}
+
+void TestSimulatorControlDebug::wrapperGoesInFront()
+{
+    QCOMPARE(printed(QStringLiteral("t.Print"),
+                     {{QStringLiteral("applicationWrapper"),
+                       QStringList{QStringLiteral("env"), QStringLiteral("WRAPPED=yes")}},
+                      {QStringLiteral("commandLineParams"), QStringList(QStringLiteral("one"))}}),
+             QStringLiteral("own|one||yes|"));
+    // An empty one is none.
+    QCOMPARE(
+        printed(QStringLiteral("t.Print"), {{QStringLiteral("applicationWrapper"), QStringList()}}),
+        QStringLiteral("own|||"));
+}
+
+void TestSimulatorControlDebug::environmentIsAdded()
+{
+    QCOMPARE(printed(QStringLiteral("t.Print"),
+                     {{QStringLiteral("environment"),
+                       QStringList{QStringLiteral("VARIABLE=first"), QStringLiteral("VARIABLE=a=b"),
+                                   QStringLiteral("WRAPPED=")}}}),
+             QStringLiteral("own|a=b||"));
+}
+
+void TestSimulatorControlDebug::outputsGoToFiles()
+{
+    printed(QStringLiteral("t.Print"), {});
+    QCOMPARE(readFile(inFolder("out")), QStringLiteral("own|||"));
+    QCOMPARE(readFile(inFolder("err")), QStringLiteral("complaint\n"));
+}
+
+void TestSimulatorControlDebug::bothOutputsMayGoToOneFile()
+{
+    QCOMPARE(printed(QStringLiteral("t.Print"), {{QStringLiteral("stderrFile"), inFolder("out")}}),
+             QStringLiteral("own|||complaint\n"));
+}
+
+void TestSimulatorControlDebug::filesAreEmptiedFirst()
+{
+    writeFile(inFolder("out"), QStringLiteral("something long that was there before"));
+    QCOMPARE(printed(QStringLiteral("t.Print"), {}), QStringLiteral("own|||"));
+}
+
+void TestSimulatorControlDebug::theRestIsReportedBack()
+{
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    const Result result = run(
+        QStringLiteral("busctl"),
+        QStringLiteral("--address=%1 call -- %2 %3 %4 StartDebug sa{sv} t.One 5 sandbox b false "
+                       "firejailParams as 1 --quiet environment as 0 "
+                       "Unknown (ias) 3 1 x Another v i 7")
+            .arg(m_bus->address(), QStringLiteral(OSTREL_SERVICE_NAME),
+                 QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE))
+            .split(QLatin1Char(' ')));
+    QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
+    const QString details = result.output.section(QStringLiteral("Pid\" i "), 1);
+    QCOMPARE(details.section(QLatin1Char(' '), 1).trimmed(),
+             QStringLiteral("\"Unknown\" (ias) 3 1 \"x\" \"firejailParams\" as 1 \"--quiet\" "
+                            "\"sandbox\" b false"));
+    QVERIFY(result.output.contains(QStringLiteral("\"Another\" v i 7")));
+    // The signal tells the same.
+    const QString started = monitor.texts().at(0);
+    QVERIFY2(started.startsWith(QStringLiteral("Started sa{sv} t.One {Another=")),
+             qPrintable(started));
+    QVERIFY(started.endsWith(QStringLiteral("firejailParams=as:--quiet sandbox=b:false}")));
+}
+
+void TestSimulatorControlDebug::detailsAreTheServicesOwn()
+{
+    const QDBusMessage answer =
+        callControl(QStringLiteral("StartDebug"),
+                    {QStringLiteral("t.One"),
+                     QVariantMap{{QStringLiteral("AppId"), QStringLiteral("forged")},
+                                 {QStringLiteral("Pid"), QStringLiteral("forged")}}});
+    const auto details = qdbus_cast<QVariantMap>(answer.arguments().at(1));
+    QCOMPARE(details.value(QStringLiteral("AppId")), QVariant(QStringLiteral("t.One")));
+    QCOMPARE(details.value(QStringLiteral("Pid")).userType(), int(QMetaType::Int));
+}
+
+void TestSimulatorControlDebug::programsFindTheirBusAndRootFs()
+{
+    const QString rootFs = m_simulator->desk(QStringLiteral("RootFs")).arguments().at(0).toString();
+    // It reads to the end of its input, of which there is none.
+    QCOMPARE(printed(QStringLiteral("t.Where"), {}),
+             QStringLiteral("%1\n%2\n").arg(m_bus->address(), rootFs));
+}
+
+void TestSimulatorControlDebug::refusesWrongValues_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("message");
+
+    const auto row = [](const char *key, const QVariant &value, const char *expected,
+                        const char *given) {
+        QTest::addRow("%s: %s", key, given)
+            << QString::fromLatin1(key) << value
+            << QStringLiteral("\"%1\" takes \"%2\", not \"%3\"")
+                   .arg(QLatin1String(key), QLatin1String(expected), QLatin1String(given));
+    };
+    for (const char *const key :
+         {"applicationWrapper", "commandLineParams", "environment", "firejailParams"}) {
+        row(key, QStringLiteral("x"), "as", "s");
+        row(key, QVariantList{1}, "as", "av");
+    }
+    for (const char *const key : {"stdoutFile", "stderrFile"}) {
+        row(key, QStringList(QStringLiteral("x")), "s", "as");
+        row(key, QByteArray("x"), "s", "ay");
+        row(key, QVariantMap(), "s", "a{sv}");
+    }
+    row("sandbox", QStringLiteral("false"), "b", "s");
+    row("sandbox", 1, "b", "i");
+    for (const char *const entry : {"", "NAME", "=value"}) {
+        QTest::addRow("entry \"%s\"", entry)
+            << QStringLiteral("environment") << QVariant(QStringList(QString::fromLatin1(entry)))
+            << QStringLiteral("\"environment\" takes entries NAME=VALUE, not \"%1\"")
+                   .arg(QLatin1String(entry));
+    }
+}
+
+void TestSimulatorControlDebug::refusesWrongValues()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, message);
+    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"),
+                                            {QStringLiteral("t.One"), QVariantMap{{key, value}}});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs"));
+    QCOMPARE(answer.errorMessage(), message);
+    // It has not been started.
+    startApplication(QStringLiteral("t.One"));
+}
+
+void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("reason");
+    const QString pipe = inFolder("pipe");
+    mkfifo(qPrintable(pipe), 0600);
+    for (const char *const key : {"stdoutFile", "stderrFile"}) {
+        QTest::addRow("%s in no folder", key)
+            << QString::fromLatin1(key) << QStringLiteral("/nonexistent/file")
+            << QStringLiteral("No such file or directory");
+        QTest::addRow("%s is a folder", key)
+            << QString::fromLatin1(key) << m_folder.path() << QStringLiteral("Is a directory");
+        QTest::addRow("%s without a name", key) << QString::fromLatin1(key) << QStringLiteral("")
+                                                << QStringLiteral("No such file or directory");
+        QTest::addRow("%s is a pipe without a reader", key)
+            << QString::fromLatin1(key) << pipe << QStringLiteral("No such device or address");
+    }
+}
+
+void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, file);
+    QFETCH(QString, reason);
+    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"),
+                                            {QStringLiteral("t.One"), QVariantMap{{key, file}}});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"));
+    QCOMPARE(answer.errorMessage(), QStringLiteral("Cannot open \"%1\": %2").arg(file, reason));
+    startApplication(QStringLiteral("t.One"));
+}
+
+void TestSimulatorControlDebug::refusedStartsLeaveFilesAlone()
+{
+    startApplication(QStringLiteral("t.One"));
+    writeFile(inFolder("kept"), QStringLiteral("kept"));
+    const QDBusMessage answer = callControl(
+        QStringLiteral("StartDebug"),
+        {QStringLiteral("t.One"), QVariantMap{{QStringLiteral("stdoutFile"), inFolder("kept")}}});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "ApplicationAlreadyRunning"));
+    QCOMPARE(readFile(inFolder("kept")), QStringLiteral("kept"));
+}
+
+void TestSimulatorControlDebug::wrapperThatDoesNotExistFails()
+{
+    const QDBusMessage answer =
+        callControl(QStringLiteral("StartDebug"),
+                    {QStringLiteral("t.One"),
+                     QVariantMap{{QStringLiteral("applicationWrapper"),
+                                  QStringList(QStringLiteral("/nonexistent/wrapper"))}}});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"));
+    QCOMPARE(answer.errorMessage(),
+             QStringLiteral("Cannot start \"/nonexistent/wrapper\": No such file or directory"));
+}
+
+OSTREL_TEST_MAIN(TestSimulatorControlDebug)
+
+#include "tst_simulator_control_debug.moc"

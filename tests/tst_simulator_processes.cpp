@@ -1,0 +1,257 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "control_calls.h"
+#include "files.h"
+#include "service_monitor.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QMap>
+
+#include <csignal>
+#include <optional>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+namespace
+{
+
+// %1 is the folder of the scripts.
+const QString catalogue = QStringLiteral(R"({"applications": [
+    {"id": "t.Sleep", "program": "sleep", "arguments": ["600"]},
+    {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true, "services": [
+        {"name": "service", "program": "sleep", "arguments": ["600"]}]},
+    {"id": "t.Polite", "program": "/bin/sh", "arguments": ["%1/polite"]},
+    {"id": "t.Stubborn", "program": "/bin/sh", "arguments": ["%1/stubborn"]},
+    {"id": "t.Parent", "program": "/bin/sh", "arguments": ["%1/parent"]},
+    {"id": "t.Leaver", "program": "/bin/sh", "arguments": ["%1/leaver"]}
+]})");
+
+// The scripts by their names.
+QMap<QString, QString> scripts()
+{
+    return {
+        {QStringLiteral("polite"),
+         QStringLiteral("trap 'echo bye; exit 0' TERM\n"
+                        "echo ready\n"
+                        "while :; do sleep 0.1; done\n")},
+        {QStringLiteral("stubborn"),
+         QStringLiteral("trap '' TERM\n"
+                        "echo ready\n"
+                        "while :; do sleep 1; done\n")},
+        // Have a child that would survive them.
+        {QStringLiteral("parent"),
+         QStringLiteral("sleep 600 &\n"
+                        "echo $!\n"
+                        "wait\n")},
+        {QStringLiteral("leaver"),
+         QStringLiteral("sleep 600 &\n"
+                        "echo $!\n")},
+    };
+}
+
+// The status of a process that became this one's child when its parent ended, or -1 as long as it
+// has not ended.
+int statusOf(pid_t pid)
+{
+    int status = -1;
+    return waitpid(pid, &status, WNOHANG) == pid ? status : -1;
+}
+
+// Whether the process ends, by SIGKILL.
+bool isKilled(pid_t pid)
+{
+    int status = -1;
+    const bool ended = QTest::qWaitFor(
+        [pid, &status] {
+            status = statusOf(pid);
+            return status != -1;
+        },
+        patience);
+    return ended && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+}
+
+bool exists(pid_t pid)
+{
+    return ::kill(pid, 0) == 0;
+}
+
+int pidOf(const QVariantMap &details)
+{
+    return details.value(QStringLiteral("Pid")).toInt();
+}
+
+} // namespace
+
+// How the processes that the simulator runs end.
+class TestSimulatorProcesses : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void politeProgramsEndInTime();
+    void stubbornProgramsAreKilledAfterTheirTime();
+    void descendantsEndWithTheirProgram();
+    void descendantsAreNotLeftBehind();
+    void exitEndsThePrograms();
+    void exitKillsStubbornPrograms();
+    void endOfTheBusEndsThePrograms();
+    void killedSimulatorTakesItsProgramsAlong();
+    void resetKillsAtOnceWithoutASignal();
+
+private:
+    void restart(const QStringList &options = {});
+    QString readLine() { return m_simulator->process().readLine(); }
+    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+    QTemporaryDir m_folder;
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestSimulatorProcesses::initTestCase()
+{
+    writeFile(inFolder("catalogue.json"), catalogue.arg(m_folder.path()));
+    const QMap<QString, QString> all = scripts();
+    for (auto script = all.cbegin(); script != all.cend(); ++script) {
+        writeFile(m_folder.filePath(script.key()), script.value());
+    }
+    m_bus.emplace();
+    // Whose parent ends becomes a child of this process.
+    QCOMPARE(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+}
+
+void TestSimulatorProcesses::init()
+{
+    restart();
+}
+
+void TestSimulatorProcesses::restart(const QStringList &options)
+{
+    m_simulator.reset();
+    m_simulator.emplace(*m_bus,
+                        QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json"),
+                                    QStringLiteral("--kill-after"), QStringLiteral("300")}
+                            + options);
+    m_simulator->start();
+}
+
+void TestSimulatorProcesses::politeProgramsEndInTime()
+{
+    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
+    startApplication(QStringLiteral("t.Polite"));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Polite.instance_1")});
+    QCOMPARE(readLine(), QStringLiteral("bye"));
+    QVERIFY(monitor.texts().constLast().contains(QStringLiteral(" ExitStatus=i:0 ")));
+}
+
+void TestSimulatorProcesses::stubbornProgramsAreKilledAfterTheirTime()
+{
+    startApplication(QStringLiteral("t.Stubborn"));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    QElapsedTimer timer;
+    timer.start();
+    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn.instance_1")});
+    QVERIFY(timer.elapsed() >= 300);
+    QVERIFY(monitor.texts().constLast().endsWith(QStringLiteral(" Signal=i:9}")));
+}
+
+void TestSimulatorProcesses::descendantsEndWithTheirProgram()
+{
+    startApplication(QStringLiteral("t.Parent"));
+    const int child = readLine().toInt();
+    QVERIFY(exists(child));
+    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Parent.instance_1")});
+    // Its parent or this process has seen its end.
+    QTRY_VERIFY_WITH_TIMEOUT(statusOf(child) != -1 || !exists(child), patience);
+}
+
+void TestSimulatorProcesses::descendantsAreNotLeftBehind()
+{
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    startApplication(QStringLiteral("t.Leaver"));
+    const int child = readLine().toInt();
+    monitor.textsUntil(QStringLiteral("Terminated"));
+    QVERIFY(isKilled(child));
+}
+
+void TestSimulatorProcesses::exitEndsThePrograms()
+{
+    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
+    const int pid = pidOf(startApplication(QStringLiteral("t.Polite")));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    QCOMPARE(m_simulator->end(), 0);
+    QCOMPARE(readLine(), QStringLiteral("bye"));
+    QVERIFY(!exists(pid));
+}
+
+void TestSimulatorProcesses::exitKillsStubbornPrograms()
+{
+    const int pid = pidOf(startApplication(QStringLiteral("t.Stubborn")));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(m_simulator->end(), 0);
+    QVERIFY(timer.elapsed() >= 300);
+    QVERIFY(!exists(pid));
+}
+
+void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
+{
+    // The bus of the calls stays; this one is for them only.
+    PrivateBus other;
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+    Simulator simulator(other, {QStringLiteral("--catalogue"), inFolder("catalogue.json")});
+    simulator.start();
+    const Result started =
+        run(QStringLiteral("busctl"),
+            {QStringLiteral("--address=%1").arg(other.address()), QStringLiteral("call"),
+             QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
+             QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Start"), QStringLiteral("s"),
+             QStringLiteral("t.Polite")});
+    QCOMPARE(started.exitStatus, 0);
+    QCOMPARE(simulator.process().readLine(), QStringLiteral("ready"));
+    other.end();
+    QCOMPARE(simulator.waitForEnd(), 1);
+    QCOMPARE(simulator.process().readLine(), QStringLiteral("bye"));
+}
+
+void TestSimulatorProcesses::killedSimulatorTakesItsProgramsAlong()
+{
+    const int sleep = pidOf(startApplication(QStringLiteral("t.Sleep")));
+    const int stubborn = pidOf(startApplication(QStringLiteral("t.Stubborn")));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    m_simulator->process().kill();
+    m_simulator->waitForEnd();
+    QVERIFY(isKilled(sleep));
+    QVERIFY(isKilled(stubborn));
+}
+
+void TestSimulatorProcesses::resetKillsAtOnceWithoutASignal()
+{
+    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    const int stubborn = pidOf(startApplication(QStringLiteral("t.Stubborn")));
+    const int one = pidOf(startApplication(QStringLiteral("t.One")));
+    QCOMPARE(readLine(), QStringLiteral("ready"));
+    m_simulator->reset();
+    QVERIFY(!exists(stubborn));
+    QVERIFY(!exists(one));
+    // Six messages tell of the starts.
+    QCOMPARE(monitor.texts().size(), 6);
+}
+
+OSTREL_TEST_MAIN(TestSimulatorProcesses)
+
+#include "tst_simulator_processes.moc"

@@ -1,0 +1,207 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "control_calls.h"
+#include "files.h"
+#include "service_monitor.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include <QtCore/QDir>
+
+#include <optional>
+
+namespace
+{
+
+// %1 is the folder of the script.
+const QString catalogue = QStringLiteral(R"({"applications": [
+    {"id": "t.Sleep", "program": "sleep", "arguments": ["600"]},
+    {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true, "services": [
+        {"name": "service", "program": "sleep", "arguments": ["600"]}]},
+    {"id": "t.Group", "program": "/bin/sh", "arguments": ["%1/group"]},
+    {"id": "t.Once", "program": "true"},
+    {"id": "t.Broken", "program": "/nonexistent/program"}
+]})");
+
+// Prints the control groups that it is told of, first thing.
+const QString group = QStringLiteral("cat \"$OSTREL_ROOTFS/proc/$$/cgroup\"\n");
+
+int pidOf(const QVariantMap &details)
+{
+    return details.value(QStringLiteral("Pid")).toInt();
+}
+
+} // namespace
+
+// The root file system in which the simulator tells where its processes belong.
+class TestSimulatorRootFs : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void holdsWhatRuns();
+    void isThereBeforeTheProgram();
+    void losesWhatEnds();
+    void isEmptyAfterAReset();
+    void goesWithTheSimulator();
+    void mayBeChosen();
+    void mustBeUsable_data();
+    void mustBeUsable();
+
+private:
+    void restart(const QStringList &options = {});
+    QString rootFs() const
+    {
+        return m_simulator->desk(QStringLiteral("RootFs")).arguments().at(0).toString();
+    }
+    QString readLine() { return m_simulator->process().readLine(); }
+    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+    QTemporaryDir m_folder;
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestSimulatorRootFs::initTestCase()
+{
+    writeFile(inFolder("catalogue.json"), catalogue.arg(m_folder.path()));
+    writeFile(inFolder("group"), group);
+    m_bus.emplace();
+}
+
+void TestSimulatorRootFs::init()
+{
+    restart();
+}
+
+void TestSimulatorRootFs::restart(const QStringList &options)
+{
+    m_simulator.reset();
+    m_simulator.emplace(
+        *m_bus, QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json")} + options);
+    m_simulator->start();
+}
+
+void TestSimulatorRootFs::holdsWhatRuns()
+{
+    const int first = pidOf(startApplication(QStringLiteral("t.Sleep")));
+    const int second = pidOf(startApplication(QStringLiteral("t.Sleep")));
+    const int one = pidOf(startApplication(QStringLiteral("t.One")));
+    const auto textOf = [this](int pid) {
+        return readFile(QStringLiteral("%1/proc/%2/cgroup").arg(rootFs()).arg(pid));
+    };
+    const QString expected = QStringLiteral("9:pids:/user.slice\n"
+                                            "8:cpuset:/\n"
+                                            "7:devices:/user.slice\n"
+                                            "6:freezer:%1\n"
+                                            "5:cpu,cpuacct:%1\n"
+                                            "4:memory:%1\n"
+                                            "3:blkio:/user.slice\n"
+                                            "2:net_cls,net_prio:/\n"
+                                            "1:name=systemd:/user.slice/session.scope\n"
+                                            "0::/user.slice/session.scope\n");
+    QCOMPARE(textOf(first), expected.arg(QStringLiteral("/ostrel-helper/t.Sleep/instance_1")));
+    QCOMPARE(textOf(second), expected.arg(QStringLiteral("/ostrel-helper/t.Sleep/instance_2")));
+    QCOMPARE(textOf(one), expected.arg(QStringLiteral("/ostrel-helper/t.One/app")));
+    // The service is in the group of its application.
+    const QStringList files = filesBelow(rootFs());
+    QCOMPARE(files.size(), 4);
+    int ones = 0;
+    for (const QString &file : files) {
+        ones += readFile(rootFs() + QLatin1Char('/') + file)
+                    .contains(QStringLiteral("4:memory:/ostrel-helper/t.One/app\n"))
+            ? 1
+            : 0;
+    }
+    QCOMPARE(ones, 2);
+}
+
+void TestSimulatorRootFs::isThereBeforeTheProgram()
+{
+    for (int i = 1; i <= 20; ++i) {
+        startApplication(QStringLiteral("t.Group"));
+        QString line;
+        do {
+            line = readLine();
+        } while (!line.startsWith(QLatin1String("4:")));
+        QCOMPARE(line, QStringLiteral("4:memory:/ostrel-helper/t.Group/instance_%1").arg(i));
+        while (!line.startsWith(QLatin1String("0:"))) {
+            line = readLine();
+        }
+    }
+}
+
+void TestSimulatorRootFs::losesWhatEnds()
+{
+    const QString proc = rootFs() + QStringLiteral("/proc");
+    startApplication(QStringLiteral("t.Sleep"));
+    const int left = pidOf(startApplication(QStringLiteral("t.Sleep")));
+    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Sleep.instance_1")});
+    QCOMPARE(QDir(proc).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList(QString::number(left)));
+    callControl(QStringLiteral("Start"), {QStringLiteral("t.Broken")});
+    ServiceMonitor monitor(*m_bus, *m_simulator);
+    startApplication(QStringLiteral("t.Once"));
+    monitor.textsUntil(QStringLiteral("Terminated"));
+    QCOMPARE(QDir(proc).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList(QString::number(left)));
+}
+
+void TestSimulatorRootFs::isEmptyAfterAReset()
+{
+    startApplication(QStringLiteral("t.One"));
+    QCOMPARE(filesBelow(rootFs()).size(), 2);
+    m_simulator->reset();
+    QCOMPARE(filesBelow(rootFs()), QStringList());
+}
+
+void TestSimulatorRootFs::goesWithTheSimulator()
+{
+    startApplication(QStringLiteral("t.Sleep"));
+    const QString folder = rootFs();
+    QVERIFY(QDir(folder + QStringLiteral("/proc")).exists());
+    QCOMPARE(m_simulator->end(), 0);
+    QVERIFY(!QDir(folder).exists());
+}
+
+void TestSimulatorRootFs::mayBeChosen()
+{
+    const QString folder = inFolder("new/root");
+    restart({QStringLiteral("--rootfs"), folder});
+    QCOMPARE(rootFs(), folder);
+    const int pid = pidOf(startApplication(QStringLiteral("t.Sleep")));
+    QCOMPARE(filesBelow(folder), QStringList(QStringLiteral("proc/%1/cgroup").arg(pid)));
+    QCOMPARE(m_simulator->end(), 0);
+    // What it has not made, it leaves.
+    QVERIFY(QDir(folder).exists());
+    QVERIFY(QDir(folder).isEmpty());
+}
+
+void TestSimulatorRootFs::mustBeUsable_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("below a file") << inFolder("catalogue.json/root")
+                                  << QStringLiteral("cannot make the folder %1: Not a directory")
+                                         .arg(inFolder("catalogue.json/root/proc"));
+    QTest::newRow("the system's own")
+        << QStringLiteral("/") << QStringLiteral("the folder /proc is not empty");
+}
+
+void TestSimulatorRootFs::mustBeUsable()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, message);
+    const Result result = run(QStringLiteral(SIMULATOR), {QStringLiteral("--rootfs"), folder});
+    QCOMPARE(result.exitStatus, 1);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.errors, QStringLiteral("ostrel-simulator: %1\n").arg(message));
+}
+
+OSTREL_TEST_MAIN(TestSimulatorRootFs)
+
+#include "tst_simulator_root_fs.moc"

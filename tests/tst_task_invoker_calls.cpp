@@ -1,0 +1,509 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QPoint>
+#include <QtCore/QUrl>
+#include <QtDBus/QDBusArgument>
+
+#include <optional>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+// Tasks are started and stopped, and the outcomes arrive.
+class TestTaskInvokerCalls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void startIsOneCall();
+    void stopIsOneCall();
+    void callsDoNotWaitForTheRegistration();
+    void callsAreSentAfterAFailedRegistration();
+    void callbacksComeFromTheEventLoop();
+    void numbersArriveUnchanged_data();
+    void numbersArriveUnchanged();
+    void serviceErrorsAreMapped_data();
+    void serviceErrorsAreMapped();
+    void errorsMayCarryANumber_data();
+    void errorsMayCarryANumber();
+    void otherRepliesAreFailures_data();
+    void otherRepliesAreFailures();
+    void furtherValuesAreAccepted();
+    void stopAcceptsAnyReply_data();
+    void stopAcceptsAnyReply();
+    void emptyCallbacksAreSkipped_data();
+    void emptyCallbacksAreSkipped();
+    void callbacksRunInTheOrderOfTheReplies();
+    void callbacksMayCallAgain();
+    void unsendableMapsAreNotSent_data();
+    void unsendableMapsAreNotSent();
+    void simulatorRefusesWhatItShould();
+
+private:
+    MethodFaults starts() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    }
+    MethodFaults stops() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
+    }
+    // The calls of the session, which the registration is none of.
+    QVector<Call> sessionCalls() const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestTaskInvokerCalls::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerCalls::init()
+{
+    m_warnings.emplace();
+}
+
+// No outcome of these calls is ever logged.
+void TestTaskInvokerCalls::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+QVector<Call> TestTaskInvokerCalls::sessionCalls() const
+{
+    QVector<Call> calls = m_simulator->calls();
+    calls.removeFirst();
+    return calls;
+}
+
+void TestTaskInvokerCalls::startIsOneCall()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+
+    const QVector<Call> calls = sessionCalls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.at(0).path, QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync"));
+    QCOMPARE(calls.at(0).interface, QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvokerSession1"));
+    QCOMPARE(calls.at(0).member, QStringLiteral("Start"));
+    QCOMPARE(calls.at(0).signature, QStringLiteral("sa{sv}a{sv}"));
+    QCOMPARE(calls.at(0).arguments.at(0).toString(), QStringLiteral("photos"));
+    for (const int map : {1, 2}) {
+        QCOMPARE(qdbus_cast<QVariantMap>(calls.at(0).arguments.at(map)), QVariantMap());
+    }
+}
+
+void TestTaskInvokerCalls::stopIsOneCall()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, nullptr);
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
+
+    const QVector<Call> calls = sessionCalls();
+    QCOMPARE(calls.size(), 2);
+    QCOMPARE(calls.at(1).path, sessionPath(QStringLiteral("sync")));
+    QCOMPARE(calls.at(1).interface, QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE));
+    QCOMPARE(calls.at(1).member, QStringLiteral("Stop"));
+    QCOMPARE(calls.at(1).signature, QStringLiteral("s"));
+    QCOMPARE(calls.at(1).arguments, QVariantList{QStringLiteral("photos")});
+}
+
+void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
+{
+    const MethodFaults registration =
+        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    registration.holdNext(1);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.onReady(events.ready());
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    registration.release({0});
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
+                          QStringLiteral("ready 0")}));
+}
+
+void TestTaskInvokerCalls::callsAreSentAfterAFailedRegistration()
+{
+    m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
+        .failNext(QStringLiteral("a.b"), QString());
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(waitUntilReady(invoker).isError());
+    QCOMPARE(warnings.texts().size(), 1);
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    const QString noSession =
+        QStringLiteral("1 \"No object at the path %1\"").arg(sessionPath(QStringLiteral("sync")));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 0: ") + noSession,
+                          QStringLiteral("stopped ") + noSession}));
+    QCOMPARE(sessionCalls().size(), 2);
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
+void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    starts().holdNext(1);
+    stops().holdNext(1);
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+
+    // The answers are there, but only the event loop brings them.
+    starts().waitForHeld(1);
+    stops().waitForHeld(1);
+    starts().release({0});
+    stops().release({0});
+    QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+    // What waited for the answers is gone again.
+    QTRY_VERIFY_WITH_TIMEOUT(invoker.children().isEmpty(), patience);
+}
+
+void TestTaskInvokerCalls::numbersArriveUnchanged_data()
+{
+    QTest::addColumn<int>("number");
+    for (const int number : {42, 0, -1, 2147483647, -2147483647 - 1}) {
+        QTest::addRow("%d", number) << number;
+    }
+}
+
+void TestTaskInvokerCalls::numbersArriveUnchanged()
+{
+    QFETCH(int, number);
+    starts().answerNext({number});
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started %1: 0").arg(number)));
+}
+
+void TestTaskInvokerCalls::serviceErrorsAreMapped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
+    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
+    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
+    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
+    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
+    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
+    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
+    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
+    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
+    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
+    QTest::newRow("ApplicationNotRunning")
+        << service + QStringLiteral("ApplicationNotRunning") << 8;
+    QTest::newRow("ApplicationAlreadyRunning")
+        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
+    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
+}
+
+void TestTaskInvokerCalls::serviceErrorsAreMapped()
+{
+    QFETCH(QString, name);
+    QFETCH(int, code);
+    starts().failNext(name, QStringLiteral("no start"));
+    stops().failNext(name, QStringLiteral("no stop"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 0: %1 \"no start\"").arg(code),
+                          QStringLiteral("stopped %1 \"no stop\"").arg(code)}));
+}
+
+void TestTaskInvokerCalls::errorsMayCarryANumber_data()
+{
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("event");
+    const auto row = [](const char *value, const char *event) {
+        QTest::newRow(value) << QString::fromLatin1(value)
+                             << QStringLiteral("started ") + QString::fromLatin1(event);
+    };
+    row("s 42", "42: 1 \"42\"");
+    row("s -7", "-7: 1 \"-7\"");
+    row("s 0x1f", "0: 1 \"0x1f\"");
+    row("s 4.7", "0: 1 \"4.7\"");
+    row("s none", "0: 1 \"none\"");
+    row("s ''", "0: 1 \"\"");
+    row("i 42", "42: 1 \"42\"");
+    row("u 42", "42: 1 \"42\"");
+    row("d 42.7", "43: 1 \"42.7\"");
+    row("b true", "1: 1 \"true\"");
+    row("ay 2 52 50", "42: 1 \"42\"");
+    // What is no single value is no number, and no text.
+    row("ai 2 1 2", "0: 1");
+    row("ai 0", "0: 1");
+    row("(i) 42", "0: 1");
+    row("(ii) 42 43", "0: 1");
+    row("a{sv} 1 k i 42", "0: 1");
+    row("a{ii} 1 42 43", "0: 1");
+    row("a(i) 1 42", "0: 1");
+    row("as 2 42 43", "0: 1");
+    row("v i 42", "0: 1");
+    row("o /a", "0: 1");
+    row("g i", "0: 1");
+}
+
+void TestTaskInvokerCalls::errorsMayCarryANumber()
+{
+    QFETCH(QString, value);
+    busctlDesk(*m_bus, QStringLiteral("FailNextWith"),
+               QStringList{QStringLiteral("sssav"),
+                           QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
+                           QStringLiteral("Start"), QStringLiteral("a.b"), QStringLiteral("1")}
+                   + words(value));
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QTEST(events.all().constFirst(), "event");
+}
+
+void TestTaskInvokerCalls::otherRepliesAreFailures_data()
+{
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QVariantList>("values");
+    const auto row = [](const char *signature, const QVariantList &values) {
+        QTest::newRow(signature) << QString::fromLatin1(signature) << values;
+    };
+    row("", {});
+    row("s", {QStringLiteral("42")});
+    row("u", {42U});
+    row("x", {42LL});
+    row("b", {true});
+    row("d", {42.0});
+    row("y", {QVariant::fromValue(uchar(42))});
+    row("v", {QVariant::fromValue(QDBusVariant(42))});
+    row("si", {QStringLiteral("42"), 42});
+    row("ai", {QVariant::fromValue(QList<int>{42})});
+    row("(ii)", {QPoint(42, 42)});
+    row("a{sv}", {QVariantMap{{QStringLiteral("number"), 42}}});
+    row("as", {QStringList{QStringLiteral("42")}});
+}
+
+void TestTaskInvokerCalls::otherRepliesAreFailures()
+{
+    QFETCH(QString, signature);
+    QFETCH(QVariantList, values);
+    starts().answerNext(values);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(),
+             QStringList(QStringLiteral("started 0: 1 \"Unexpected reply signature: got \"%1\", "
+                                        "expected \"i\"\"")
+                             .arg(signature)));
+}
+
+void TestTaskInvokerCalls::furtherValuesAreAccepted()
+{
+    starts().answerNext({42, QStringLiteral("more"), QVariantMap()});
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started 42: 0")));
+}
+
+void TestTaskInvokerCalls::stopAcceptsAnyReply_data()
+{
+    QTest::addColumn<QVariantList>("values");
+    QTest::newRow("nothing") << QVariantList();
+    QTest::newRow("string") << QVariantList{QStringLiteral("x")};
+    QTest::newRow("number") << QVariantList{-1};
+    QTest::newRow("map and more") << QVariantList{QVariantMap(), QPoint(1, 2)};
+}
+
+void TestTaskInvokerCalls::stopAcceptsAnyReply()
+{
+    QFETCH(QVariantList, values);
+    stops().answerNext(values);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
+}
+
+void TestTaskInvokerCalls::emptyCallbacksAreSkipped_data()
+{
+    QTest::addColumn<bool>("failing");
+    QTest::newRow("success") << false;
+    QTest::newRow("failure") << true;
+}
+
+void TestTaskInvokerCalls::emptyCallbacksAreSkipped()
+{
+    QFETCH(bool, failing);
+    if (failing) {
+        starts().failNext(QStringLiteral("a.b"), QString());
+        stops().failNext(QStringLiteral("a.b"), QString());
+    }
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    invoker.start(QStringLiteral("photos"), {}, {}, nullptr);
+    invoker.stop(QStringLiteral("photos"), nullptr);
+    invoker.start(QStringLiteral("photos"), {}, {}, {});
+    roundTrip(invoker);
+    QCOMPARE(sessionCalls().size(), 4);
+    QTRY_VERIFY_WITH_TIMEOUT(invoker.children().isEmpty(), patience);
+}
+
+void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    starts().holdNext(3);
+    Events events;
+    const auto start = [&](const QString &task) {
+        invoker.start(task, {}, {}, events.started(task));
+    };
+    // The simulator answers at once when there is no such task, and later when it runs.
+    start(QStringLiteral("x"));
+    start(QStringLiteral("photos"));
+    start(QStringLiteral("y"));
+    starts().waitForHeld(3);
+    starts().release({2, 1, 0});
+    QVERIFY(events.waitFor(3));
+    roundTrip(invoker);
+    const QString none = QStringLiteral("%1 0: 2 \"There is no task \"%1\" of the type \"sync\"\"");
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("photos 1: 0"), none.arg(QStringLiteral("y")),
+                          none.arg(QStringLiteral("x"))}));
+}
+
+void TestTaskInvokerCalls::callbacksMayCallAgain()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), {}, {}, [&](int number, const Error &error) {
+        events.started()(number, error);
+        invoker.stop(QStringLiteral("photos"), [&](const Error &stopError) {
+            events.stopped()(stopError);
+            invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+            // In here it waits for the last one.
+            QVERIFY(events.waitFor(3));
+            events.add(QStringLiteral("end"));
+        });
+    });
+    QVERIFY(events.waitFor(4));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
+                          QStringLiteral("started 2: 0"), QStringLiteral("end")}));
+}
+
+void TestTaskInvokerCalls::unsendableMapsAreNotSent_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("innerKey");
+    QTest::addColumn<QString>("problem");
+    const auto row = [](const char *name, const QVariant &value, const char *problem,
+                        const char *innerKey = "") {
+        QTest::newRow(name) << value << QString::fromLatin1(innerKey)
+                            << QString::fromLatin1(problem);
+    };
+    row("nothing", QVariant(), "holds a value of type none");
+    row("float", 1.5F, "holds a value of type float");
+    row("address", QUrl(QStringLiteral("a:b")), "holds a value of type QUrl");
+    row("character", QChar(QLatin1Char('x')), "holds a value of type QChar");
+    row("empty argument", QVariant::fromValue(QDBusArgument()),
+        "holds a value of type QDBusArgument");
+    row("in depth", QVariantList{QVariantMap{{QStringLiteral("k"), QVariant()}}},
+        "holds a value of type none", "k");
+    QVariant deep = 3;
+    for (int i = 0; i < 40; ++i) {
+        deep = QVariantList{deep};
+    }
+    row("too deep", deep, "is nested too deeply for a message, with a value of type QVariantList");
+}
+
+// The failure comes like any other, and the connection is as it was.
+void TestTaskInvokerCalls::unsendableMapsAreNotSent()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QString, innerKey);
+    QFETCH(QString, problem);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    TaskInvoker::StartupInfo info;
+    TaskInvoker::Hints hints;
+    info.setParameters({QStringLiteral("good")});
+    info.insert(QStringLiteral("one"), value);
+    hints.insert(QStringLiteral("two"), value);
+    Events events;
+    invoker.start(QStringLiteral("photos"), info, {}, events.started());
+    invoker.start(QStringLiteral("photos"), {}, hints, events.started());
+    invoker.start(QStringLiteral("photos"), info, hints, events.started());
+    invoker.start(QStringLiteral("photos"), info, hints, nullptr);
+    QCOMPARE(events.all(), QStringList());
+    QVERIFY(events.waitFor(3));
+    const auto failure = [&](const char *key) {
+        return QStringLiteral("started 0: 1 \"Marshalling failed: \"%1\" %2\"")
+            .arg(innerKey.isEmpty() ? QString::fromLatin1(key) : innerKey, problem);
+    };
+    QCOMPARE(events.all(), (QStringList{failure("one"), failure("two"), failure("one")}));
+    QCOMPARE(sessionCalls().size(), 0);
+    // The caller's maps are as they were.
+    QCOMPARE(info.size(), 2);
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(4));
+    QCOMPARE(events.all().constLast(), QStringLiteral("started 1: 0"));
+}
+
+void TestTaskInvokerCalls::simulatorRefusesWhatItShould()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.start(QString(), {}, {}, events.started());
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(
+        events.all(),
+        (QStringList{QStringLiteral("started 0: 2 \"There is no task \"\" of the type \"sync\"\""),
+                     QStringLiteral("stopped 8 \"The task \"photos\" is not running\"")}));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerCalls)
+
+#include "tst_task_invoker_calls.moc"

@@ -1,0 +1,477 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QSemaphore>
+#include <QtCore/QThread>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+const QString type = QStringLiteral("sync");
+const QString bothLists =
+    QStringLiteral("2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0");
+
+TaskInvoker *newInvoker()
+{
+    return new TaskInvoker(TaskInvoker::SessionBus, type);
+}
+
+// Something that has been handled is behind everything that came before it.
+void otherRoundTrip()
+{
+    TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("other"));
+    roundTrip(other);
+}
+
+} // namespace
+
+// Invokers that end at every stage, and in whatever they call. Much of what is shown here is that
+// nothing is leaked or used after its end, which the sanitizers see.
+class TestTaskInvokerLifetimes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void endsBeforeTheAnswer_data();
+    void endsBeforeTheAnswer();
+    void endsWithItsParent();
+    void endsInAReadyCallback_data();
+    void endsInAReadyCallback();
+    void endsInAReadyCallbackThatRunsAtOnce();
+    void endsInASlotOfTheFirstLists_data();
+    void endsInASlotOfTheFirstLists();
+    void endsInASlotOfAnAnnouncement_data();
+    void endsInASlotOfAnAnnouncement();
+    void endsInTheCallbackOfACall_data();
+    void endsInTheCallbackOfACall();
+    void endsInAnEventLoopOfACallback();
+    void endsInAnEventLoopOfASlot();
+    void callsInFlightAreDropped_data();
+    void callsInFlightAreDropped();
+    void callbacksAreCopied();
+    void slotsMayStartAndStopAndAsk();
+    void manyEndWhileAnswersArrive();
+    void livesInAnotherThread();
+
+private:
+    MethodFaults registration() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    }
+    MethodFaults starts() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    }
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestTaskInvokerLifetimes::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerLifetimes::init()
+{
+    m_warnings.emplace();
+}
+
+void TestTaskInvokerLifetimes::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestTaskInvokerLifetimes::endsBeforeTheAnswer_data()
+{
+    QTest::addColumn<bool>("arrived");
+    QTest::newRow("before the answer is sent") << false;
+    QTest::newRow("before the answer is handled") << true;
+}
+
+void TestTaskInvokerLifetimes::endsBeforeTheAnswer()
+{
+    QFETCH(bool, arrived);
+    registration().holdNext(1);
+    std::unique_ptr<TaskInvoker> invoker(newInvoker());
+    Events events;
+    events.watch(*invoker);
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    invoker->onReady([held](const Error &) { ++*held; });
+    held.reset();
+    registration().waitForHeld(1);
+    if (arrived) {
+        registration().release({0});
+        invoker.reset();
+    } else {
+        invoker.reset();
+        registration().release({0});
+    }
+    // Its callbacks are gone with it.
+    QVERIFY(watched.expired());
+    otherRoundTrip();
+    QCOMPARE(events.all(), QStringList());
+}
+
+void TestTaskInvokerLifetimes::endsWithItsParent()
+{
+    auto parent = std::make_unique<QObject>();
+    QPointer<TaskInvoker> invoker = new TaskInvoker(TaskInvoker::SessionBus, type, parent.get());
+    Events events;
+    invoker->onReady(events.ready());
+    invoker->start(QStringLiteral("photos"), {}, {}, events.started());
+    parent.reset();
+    QVERIFY(invoker.isNull());
+    otherRoundTrip();
+    QCOMPARE(events.all(), QStringList());
+}
+
+void TestTaskInvokerLifetimes::endsInAReadyCallback_data()
+{
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("success") << QString();
+    QTest::newRow("error") << QStringLiteral("error");
+    QTest::newRow("foreign path") << QStringLiteral("/x");
+}
+
+void TestTaskInvokerLifetimes::endsInAReadyCallback()
+{
+    QFETCH(QString, answer);
+    if (answer == QLatin1String("error")) {
+        registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+    } else if (!answer.isEmpty()) {
+        answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} 0").arg(answer));
+    }
+    const Warnings warnings;
+    QPointer<TaskInvoker> invoker = newInvoker();
+    Events events;
+    invoker->onReady(events.ready(QStringLiteral("first")));
+    const QString kept = QStringLiteral("kept");
+    invoker->onReady([invoker, kept, &events](const Error &error) {
+        delete invoker.data();
+        // The callback itself and what it was given are still good.
+        events.add(kept + QLatin1Char(' ') + Ostrel::text(error));
+    });
+    invoker->onReady(events.ready(QStringLiteral("never")));
+    invoker->start(QStringLiteral("photos"), {}, {}, nullptr);
+    QVERIFY(events.waitFor(2));
+    otherRoundTrip();
+    QVERIFY(invoker.isNull());
+    const QString outcome = answer.isEmpty() ? QStringLiteral("0")
+        : answer == QLatin1String("error")   ? QStringLiteral("1 \"text\"")
+                                             : QStringLiteral("1 \"Wrong TaskInvoker path\"");
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("first ") + outcome, QStringLiteral("kept ") + outcome}));
+    QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);
+}
+
+void TestTaskInvokerLifetimes::endsInAReadyCallbackThatRunsAtOnce()
+{
+    registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+    const Warnings warnings;
+    auto *invoker = newInvoker();
+    waitUntilReady(*invoker);
+    QString seen;
+    invoker->onReady([invoker, &seen](const Error &error) {
+        delete invoker;
+        seen = Ostrel::text(error);
+    });
+    QCOMPARE(seen, QStringLiteral("1 \"text\""));
+}
+
+void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists_data()
+{
+    QTest::addColumn<bool>("active");
+    QTest::newRow("activeTasksChanged") << true;
+    QTest::newRow("availableTasksChanged") << false;
+}
+
+void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists()
+{
+    QFETCH(bool, active);
+    answerRegistration(*m_bus, type, bothLists);
+    QPointer<TaskInvoker> invoker = newInvoker();
+    Events events;
+    events.watch(*invoker);
+    invoker->onReady(events.ready());
+    connect(invoker,
+            active ? &TaskInvoker::activeTasksChanged : &TaskInvoker::availableTasksChanged, this,
+            [invoker] { delete invoker.data(); });
+    QVERIFY(events.waitFor(active ? 1 : 2));
+    otherRoundTrip();
+    QVERIFY(invoker.isNull());
+    QCOMPARE(events.all(),
+             QStringList({QStringLiteral("active [a 1 {}]"), QStringLiteral("available [b {}]")})
+                 .mid(0, active ? 1 : 2));
+}
+
+void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement_data()
+{
+    endsInASlotOfTheFirstLists_data();
+}
+
+void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement()
+{
+    QFETCH(bool, active);
+    QPointer<TaskInvoker> invoker = newInvoker();
+    waitUntilReady(*invoker);
+    Events events;
+    events.watch(*invoker);
+    connect(invoker,
+            active ? &TaskInvoker::activeTasksChanged : &TaskInvoker::availableTasksChanged, this,
+            [invoker] { delete invoker.data(); });
+    emitPropertiesChanged(*m_bus, type, bothLists);
+    emitPropertiesChanged(*m_bus, type, bothLists);
+    QVERIFY(events.waitFor(active ? 1 : 2));
+    otherRoundTrip();
+    QVERIFY(invoker.isNull());
+    QCOMPARE(events.all(),
+             QStringList({QStringLiteral("active [a 1 {}]"), QStringLiteral("available [b {}]")})
+                 .mid(0, active ? 1 : 2));
+}
+
+void TestTaskInvokerLifetimes::endsInTheCallbackOfACall_data()
+{
+    QTest::addColumn<bool>("start");
+    QTest::addColumn<bool>("failing");
+    QTest::newRow("start succeeds") << true << false;
+    QTest::newRow("start fails") << true << true;
+    QTest::newRow("stop succeeds") << false << false;
+    QTest::newRow("stop fails") << false << true;
+}
+
+void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
+{
+    QFETCH(bool, start);
+    QFETCH(bool, failing);
+    auto *invoker = newInvoker();
+    waitUntilReady(*invoker);
+    Events events;
+    const QString task = failing ? QStringLiteral("none") : QStringLiteral("photos");
+    const QString kept = QStringLiteral("kept");
+    const auto end = [invoker, kept, &events](const Error &error) {
+        delete invoker;
+        events.add(QStringLiteral("%1 %2").arg(kept).arg(error.code()));
+    };
+    if (start) {
+        invoker->start(task, {}, {}, [end](int, const Error &error) { end(error); });
+    } else {
+        invoker->start(task, {}, {}, nullptr);
+        invoker->stop(task, end);
+    }
+    invoker->start(QStringLiteral("contacts"), {}, {}, events.started(QStringLiteral("never")));
+    QVERIFY(events.waitFor(1));
+    otherRoundTrip();
+    QCOMPARE(events.all(),
+             QStringList(failing ? QStringLiteral("kept 2") : QStringLiteral("kept 0")));
+    // What was sent was carried out all the same.
+    QCOMPARE(m_simulator
+                 ->desk(QStringLiteral("WaitForCalls"),
+                        {QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
+                         QStringLiteral("Start"), 2U})
+                 .type(),
+             QDBusMessage::ReplyMessage);
+}
+
+void TestTaskInvokerLifetimes::endsInAnEventLoopOfACallback()
+{
+    QPointer<TaskInvoker> invoker = newInvoker();
+    Events events;
+    invoker->onReady([&, invoker](const Error &) {
+        events.add(QStringLiteral("begin"));
+        invoker->start(QStringLiteral("photos"), {}, {}, [&, invoker](int, const Error &) {
+            delete invoker.data();
+            events.add(QStringLiteral("deleted"));
+        });
+        QVERIFY(events.waitFor(2));
+        events.add(QStringLiteral("end"));
+    });
+    invoker->onReady(events.ready(QStringLiteral("never")));
+    QVERIFY(events.waitFor(3));
+    otherRoundTrip();
+    QCOMPARE(
+        events.all(),
+        (QStringList{QStringLiteral("begin"), QStringLiteral("deleted"), QStringLiteral("end")}));
+}
+
+void TestTaskInvokerLifetimes::endsInAnEventLoopOfASlot()
+{
+    QPointer<TaskInvoker> invoker = newInvoker();
+    Events events;
+    connect(invoker, &TaskInvoker::activeTasksChanged, this, [&, invoker] {
+        events.add(QStringLiteral("begin"));
+        invoker->stop(QStringLiteral("photos"), [&, invoker](const Error &) {
+            delete invoker.data();
+            events.add(QStringLiteral("deleted"));
+        });
+        QVERIFY(events.waitFor(2));
+        events.add(QStringLiteral("end"));
+    });
+    connect(invoker, &TaskInvoker::availableTasksChanged, this,
+            [&] { events.add(QStringLiteral("never")); });
+    invoker->onReady(events.ready(QStringLiteral("never")));
+    QVERIFY(events.waitFor(3));
+    otherRoundTrip();
+    QCOMPARE(
+        events.all(),
+        (QStringList{QStringLiteral("begin"), QStringLiteral("deleted"), QStringLiteral("end")}));
+}
+
+void TestTaskInvokerLifetimes::callsInFlightAreDropped_data()
+{
+    QTest::addColumn<bool>("arrived");
+    QTest::newRow("before the answers are sent") << false;
+    QTest::newRow("before the answers are handled") << true;
+}
+
+void TestTaskInvokerLifetimes::callsInFlightAreDropped()
+{
+    QFETCH(bool, arrived);
+    std::unique_ptr<TaskInvoker> invoker(newInvoker());
+    waitUntilReady(*invoker);
+    starts().holdNext(2);
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    for (int i = 0; i < 2; ++i) {
+        invoker->start(QStringLiteral("photos"), {}, {}, [held](int, const Error &) { ++*held; });
+    }
+    // A failure that is known already is dropped as well.
+    TaskInvoker::Hints unsendable;
+    unsendable.insert(QStringLiteral("k"), QVariant());
+    invoker->start(QStringLiteral("photos"), {}, unsendable,
+                   [held](int, const Error &) { ++*held; });
+    invoker->stop(QStringLiteral("none"), [held](const Error &) { ++*held; });
+    starts().waitForHeld(2);
+    // What waits for the answers belongs to the invoker.
+    QCOMPARE(invoker->children().size(), 4);
+    if (arrived) {
+        starts().release({1, 0});
+    }
+    QCOMPARE(*held, 0);
+    held.reset();
+    invoker.reset();
+    QVERIFY(watched.expired());
+    if (!arrived) {
+        starts().release({1, 0});
+    }
+    otherRoundTrip();
+}
+
+void TestTaskInvokerLifetimes::callbacksAreCopied()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    Events events;
+    auto started = events.started();
+    auto stopped = events.stopped();
+    invoker.start(QStringLiteral("photos"), {}, {}, started);
+    invoker.stop(QStringLiteral("photos"), stopped);
+    started = nullptr;
+    stopped = nullptr;
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+}
+
+void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    Events events;
+    bool first = true;
+    connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&] {
+        events.add(QStringLiteral("active %1").arg(invoker.activeTasks().size()));
+        if (first) {
+            first = false;
+            invoker.onReady(events.ready());
+            invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+            invoker.stop(QStringLiteral("photos"), events.stopped());
+        }
+    });
+    QVERIFY(events.waitFor(6));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("active 0"), QStringLiteral("ready 0"),
+                          QStringLiteral("started 1: 0"), QStringLiteral("active 1"),
+                          QStringLiteral("stopped 0"), QStringLiteral("active 0")}));
+}
+
+void TestTaskInvokerLifetimes::manyEndWhileAnswersArrive()
+{
+    int callbacks = 0;
+    for (int round = 0; round < 100; ++round) {
+        std::vector<std::unique_ptr<TaskInvoker>> invokers;
+        for (int i = 0; i < 3; ++i) {
+            invokers.emplace_back(newInvoker());
+            invokers.back()->onReady([&callbacks](const Error &) { ++callbacks; });
+            invokers.back()->start(QStringLiteral("photos"), {}, {},
+                                   [&callbacks](int, const Error &) { ++callbacks; });
+        }
+        if (round % 2 == 0) {
+            QCoreApplication::processEvents();
+        }
+    }
+    const int before = callbacks;
+    QVERIFY(before <= 600);
+    otherRoundTrip();
+    QCOMPARE(callbacks, before);
+}
+
+// The invoker may live in any one thread that runs an event loop.
+void TestTaskInvokerLifetimes::livesInAnotherThread()
+{
+    QThread thread;
+    thread.start();
+    QObject context;
+    context.moveToThread(&thread);
+    QSemaphore done;
+    std::vector<QThread *> ranIn;
+    QStringList seen;
+    const auto saw = [&](const QString &event) {
+        ranIn.push_back(QThread::currentThread());
+        seen.append(event);
+        done.release();
+    };
+    TaskInvoker *invoker = nullptr;
+    QMetaObject::invokeMethod(&context, [&] {
+        invoker = newInvoker();
+        connect(invoker, &TaskInvoker::activeTasksChanged, [&] { saw(QStringLiteral("active")); });
+        invoker->onReady([&](const Error &error) { saw(Ostrel::text(error)); });
+        invoker->start(QStringLiteral("photos"), {}, {},
+                       [&](int number, const Error &) { saw(QString::number(number)); });
+    });
+    QVERIFY(done.tryAcquire(4, patience));
+    QMetaObject::invokeMethod(
+        &context, [&] { delete invoker; }, Qt::BlockingQueuedConnection);
+    thread.quit();
+    QVERIFY(thread.wait(patience));
+    QCOMPARE(seen,
+             (QStringList{QStringLiteral("active"), QStringLiteral("0"), QStringLiteral("1"),
+                          QStringLiteral("active")}));
+    QCOMPARE(ranIn, std::vector<QThread *>(4, &thread));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerLifetimes)
+
+#include "tst_task_invoker_lifetimes.moc"

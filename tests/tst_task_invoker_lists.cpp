@@ -1,0 +1,391 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QVariantMap>
+
+#include <optional>
+
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+const QString type = QStringLiteral("other");
+
+} // namespace
+
+// The service announces lists of tasks, and the invoker passes them on.
+class TestTaskInvokerLists : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void answerFillsThem();
+    void answerWithoutListsChangesNothing();
+    void announcementsAreApplied_data();
+    void announcementsAreApplied();
+    void recordsArriveWhole();
+    void aListStaysWhenTheOtherChanges();
+    void theSameListIsAnnouncedAgain();
+    void activeTasksComeFirst();
+    void startAndStopAreAnnounced();
+    void announcementsBeforeTheAnswerAreApplied();
+    void otherSignalsAreDropped_data();
+    void otherSignalsAreDropped();
+    void otherSendersAreDropped();
+    void slotsMayRunAnEventLoop();
+
+private:
+    // An announcement of the list "end" is the marker behind everything else.
+    void waitForTheEnd(const Events &events) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestTaskInvokerLists::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerLists::init()
+{
+    m_warnings.emplace();
+}
+
+// Nothing of this is ever logged.
+void TestTaskInvokerLists::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestTaskInvokerLists::waitForTheEnd(const Events &events) const
+{
+    emitPropertiesChanged(*m_bus, type, QStringLiteral("1 ActiveTasks a(sia{sv}) 1 end 0 0"));
+    QTRY_VERIFY_WITH_TIMEOUT(events.all().contains(QStringLiteral("active [end 0 {}]")), patience);
+    QCOMPARE(events.all().constLast(), QStringLiteral("active [end 0 {}]"));
+}
+
+void TestTaskInvokerLists::answerFillsThem()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    waitUntilReady(invoker);
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("active []"),
+                          QStringLiteral("available [calendar {Description=Fetches the calendars}; "
+                                         "contacts {Description=Fetches the contacts}; "
+                                         "photos {Description=Sends the photos}]")}));
+}
+
+void TestTaskInvokerLists::answerWithoutListsChangesNothing()
+{
+    answerRegistration(*m_bus, type, QStringLiteral("1 Other i 3"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    Events events;
+    events.watch(invoker);
+    QCOMPARE(text(waitUntilReady(invoker)), QStringLiteral("0"));
+    QCOMPARE(events.all(), QStringList());
+}
+
+void TestTaskInvokerLists::announcementsAreApplied_data()
+{
+    QTest::addColumn<QString>("changed");
+    QTest::addColumn<QString>("invalidated");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QStringList>("seen");
+
+    const QString own = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    const QString none = QStringLiteral("0");
+    const QString active = QStringLiteral("ActiveTasks a(sia{sv}) 1 a 1 0");
+    const QString available = QStringLiteral("AvailableTasks a(sa{sv}) 1 b 0");
+    const QString activeSeen = QStringLiteral("active [a 1 {}]");
+    const QString availableSeen = QStringLiteral("available [b {}]");
+    const auto row = [](const char *name, const QString &changed, const QString &invalidated,
+                        const QString &interface, const QStringList &seen) {
+        QTest::newRow(name) << changed << invalidated << interface << seen;
+    };
+    row("active tasks alone", QStringLiteral("1 ") + active, none, own, {activeSeen});
+    row("available tasks alone", QStringLiteral("1 ") + available, none, own, {availableSeen});
+    row("both, in either order", QStringLiteral("2 %1 %2").arg(available, active), none, own,
+        {activeSeen, availableSeen});
+    row("others around them",
+        QStringLiteral("4 Z i 1 %1 A a(sa{sv}) 1 c 0 %2").arg(available, active), none, own,
+        {activeSeen, availableSeen});
+    row("others alone", QStringLiteral("2 Tasks a(sa{sv}) 1 c 0 '' i 3"), none, own, {});
+    row("other letters", QStringLiteral("2 activeTasks a(sia{sv}) 1 a 1 0 AVAILABLETASKS i 3"),
+        none, own, {});
+    row("names with blanks", QStringLiteral("1 ActiveTasksX a(sia{sv}) 1 a 1 0"), none, own, {});
+    row("nothing", none, none, own, {});
+    row("invalidated alone", none, QStringLiteral("2 ActiveTasks AvailableTasks"), own, {});
+    row("changed and invalidated", QStringLiteral("1 ") + active,
+        QStringLiteral("2 ActiveTasks AvailableTasks"), own, {activeSeen});
+    row("another interface", QStringLiteral("2 %1 %2").arg(available, active), none,
+        QStringLiteral("a.b"), {activeSeen, availableSeen});
+    row("no interface", QStringLiteral("1 ") + active, none, QStringLiteral("''"), {activeSeen});
+    row("empty lists", QStringLiteral("2 ActiveTasks a(sia{sv}) 0 AvailableTasks a(sa{sv}) 0"),
+        none, own, {QStringLiteral("active []"), QStringLiteral("available []")});
+    // The message brings the older value last.
+    row("twice in one message",
+        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 x 1 0 ActiveTasks a(sia{sv}) 1 y 2 0"), none,
+        own, {QStringLiteral("active [y 2 {}]"), QStringLiteral("active [x 1 {}]")});
+}
+
+void TestTaskInvokerLists::announcementsAreApplied()
+{
+    QFETCH(QString, changed);
+    QFETCH(QString, invalidated);
+    QFETCH(QString, interface);
+    QFETCH(QStringList, seen);
+    answerRegistration(*m_bus, type,
+                       QStringLiteral("2 ActiveTasks a(sia{sv}) 1 old 9 0 AvailableTasks "
+                                      "a(sa{sv}) 1 old 0"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    emitPropertiesChanged(*m_bus, type, changed, invalidated, interface);
+    waitForTheEnd(events);
+    QCOMPARE(events.all(), seen + QStringList(QStringLiteral("active [end 0 {}]")));
+    if (!seen.join(QString()).contains(QStringLiteral("available"))) {
+        QCOMPARE(text(invoker.availableTasks()), QStringLiteral("old {}"));
+    }
+    // Nothing is fetched: the registration is all that was sent.
+    QCOMPARE(m_simulator->calls().size(), 1);
+}
+
+void TestTaskInvokerLists::recordsArriveWhole()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    emitPropertiesChanged(
+        *m_bus, type,
+        QStringLiteral("2 ActiveTasks a(sia{sv}) 3 '' -2147483648 0 one 1 2 A i -1 B as 2 x y "
+                       "two 2147483647 0 AvailableTasks a(sa{sv}) 2 a 1 K a{sv} 1 k v s deep b 0"));
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(text(invoker.activeTasks()),
+             QStringLiteral(" -2147483648 {}; one 1 {A=-1,B=}; two 2147483647 {}"));
+    QCOMPARE(invoker.activeTasks().at(1).properties.value(QStringLiteral("B")).toStringList(),
+             (QStringList{QStringLiteral("x"), QStringLiteral("y")}));
+    QCOMPARE(text(invoker.availableTasks()), QStringLiteral("a {K=}; b {}"));
+}
+
+void TestTaskInvokerLists::aListStaysWhenTheOtherChanges()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    const auto available = text(invoker.availableTasks());
+    Events events;
+    events.watch(invoker);
+    emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
+                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    QVERIFY(events.waitFor(1));
+    roundTrip(invoker);
+    QCOMPARE(events.all(), QStringList(QStringLiteral("active [a 1 {}]")));
+    QCOMPARE(text(invoker.availableTasks()), available);
+}
+
+void TestTaskInvokerLists::theSameListIsAnnouncedAgain()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    for (int i = 0; i < 3; ++i) {
+        emitPropertiesChanged(*m_bus, type, QStringLiteral("1 AvailableTasks a(sa{sv}) 1 a 0"));
+    }
+    waitForTheEnd(events);
+    const QString seen = QStringLiteral("available [a {}]");
+    QCOMPARE(events.all(), (QStringList{seen, seen, seen, QStringLiteral("active [end 0 {}]")}));
+}
+
+// The list that changes second is still the earlier one when the first is announced.
+void TestTaskInvokerLists::activeTasksComeFirst()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    int availableWhenActive = -1;
+    int availableWhenAvailable = -1;
+    connect(&invoker, &TaskInvoker::activeTasksChanged, this,
+            [&] { availableWhenActive = invoker.availableTasks().size(); });
+    connect(&invoker, &TaskInvoker::availableTasksChanged, this,
+            [&] { availableWhenAvailable = invoker.availableTasks().size(); });
+    emitPropertiesChanged(
+        *m_bus, QStringLiteral("sync"),
+        QStringLiteral("2 AvailableTasks a(sa{sv}) 1 b 0 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    QTRY_COMPARE_WITH_TIMEOUT(availableWhenAvailable, 1, patience);
+    QCOMPARE(availableWhenActive, 3);
+}
+
+void TestTaskInvokerLists::startAndStopAreAnnounced()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    TaskInvoker::Hints hints;
+    hints.setPriority(5);
+    invoker.start(QStringLiteral("photos"), {}, hints, events.started());
+    QVERIFY(events.waitFor(2));
+    const int pid = invoker.activeTasks().constFirst().pid;
+    invoker.stop(QStringLiteral("photos"), events.stopped());
+    QVERIFY(events.waitFor(4));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 1: 0"),
+                          QStringLiteral("active [photos %1 {Priority=5}]").arg(pid),
+                          QStringLiteral("stopped 0"), QStringLiteral("active []")}));
+}
+
+void TestTaskInvokerLists::announcementsBeforeTheAnswerAreApplied()
+{
+    const MethodFaults registration =
+        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    registration.holdNext(1);
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    registration.waitForHeld(1);
+    emitPropertiesChanged(*m_bus, type, QStringLiteral("1 AvailableTasks a(sa{sv}) 1 early 0"));
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(text(invoker.availableTasks()), QStringLiteral("early {}"));
+    registration.release({0});
+    QVERIFY(events.waitFor(4));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("available [early {}]"), QStringLiteral("active []"),
+                          QStringLiteral("available []"), QStringLiteral("ready 0")}));
+}
+
+void TestTaskInvokerLists::otherSignalsAreDropped_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QString>("member");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("arguments");
+
+    const QString own = sessionPath(type);
+    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+    const QString changed = QStringLiteral("PropertiesChanged");
+    const QString good = QStringLiteral("s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+    const auto row = [](const char *name, const QString &path, const QString &interface,
+                        const QString &member, int count, const QString &arguments) {
+        QTest::newRow(name) << path << interface << member << count << arguments;
+    };
+    row("another path", sessionPath(QStringLiteral("others")), properties, changed, 3, good);
+    row("a path below", own + QStringLiteral("/x"), properties, changed, 3, good);
+    row("another interface", own, QStringLiteral("a.b"), changed, 3, good);
+    row("another member", own, properties, QStringLiteral("Changed"), 3, good);
+    const auto wrong = [&](const char *signature, int count, const char *arguments) {
+        row(signature, own, properties, changed, count, QString::fromLatin1(arguments));
+    };
+    wrong("", 0, "");
+    wrong("s", 1, "s x");
+    wrong("sa{sv}", 2, "s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0");
+    wrong("sa{sv}asi", 4, "s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0 i 3");
+    wrong("sa{sv}ao", 3, "s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 ao 0");
+    wrong("oa{sv}as", 3, "o /x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+    wrong("sa{ss}as", 3, "s x a{ss} 1 ActiveTasks x as 0");
+    wrong("sa{is}as", 3, "s x a{is} 1 1 x as 0");
+    wrong("sa{sa(sia{sv})}as", 3, "s x a{sa(sia{sv})} 1 ActiveTasks 1 a 1 0 as 0");
+    wrong("saias", 3, "s x ai 2 1 2 as 0");
+    wrong("saas", 2, "s x aas 1 1 ActiveTasks");
+    wrong("s(i)as", 3, "s x (i) 3 as 0");
+    wrong("s(sv)as", 3, "s x (sv) ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+    wrong("savas", 3, "s x av 1 a(sia{sv}) 1 a 1 0 as 0");
+    wrong("svas", 3, "s x v a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+    wrong("sa{sv}ai", 3, "s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 ai 1 1");
+    wrong("ia{sv}as", 3, "i 3 a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+}
+
+void TestTaskInvokerLists::otherSignalsAreDropped()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, interface);
+    QFETCH(QString, member);
+    QFETCH(int, count);
+    QFETCH(QString, arguments);
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    emitSignal(*m_bus, path, interface, member, arguments, count);
+    waitForTheEnd(events);
+    QCOMPARE(events.size(), 1);
+}
+
+// Only the service is listened to, broadcast or not.
+void TestTaskInvokerLists::otherSendersAreDropped()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    const QString self = QDBusConnection::sessionBus().baseService();
+    for (const QString &destination : {QString(), QStringLiteral("--destination=%1").arg(self)}) {
+        QStringList arguments{QStringLiteral("--address=%1").arg(m_bus->address())};
+        if (!destination.isEmpty()) {
+            arguments.append(destination);
+        }
+        const Result sent =
+            run(QStringLiteral("busctl"),
+                arguments
+                    + QStringList{QStringLiteral("emit"), sessionPath(type),
+                                  QStringLiteral("org.freedesktop.DBus.Properties"),
+                                  QStringLiteral("PropertiesChanged"), QStringLiteral("sa{sv}as")}
+                    + words(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
+        QVERIFY2(sent.exitStatus == 0, qPrintable(sent.errors));
+    }
+    waitForTheEnd(events);
+    QCOMPARE(events.size(), 1);
+}
+
+// What comes in the meantime is applied, and the rest of the announcement behind it.
+void TestTaskInvokerLists::slotsMayRunAnEventLoop()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    bool first = true;
+    connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&] {
+        if (first) {
+            first = false;
+            events.add(QStringLiteral("begin"));
+            emitPropertiesChanged(*m_bus, type,
+                                  QStringLiteral("1 AvailableTasks a(sa{sv}) 1 inner 0"));
+            QVERIFY(events.waitFor(3));
+            events.add(QStringLiteral("end"));
+        }
+    });
+    emitPropertiesChanged(
+        *m_bus, type,
+        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 outer 0"));
+    QVERIFY(events.waitFor(5));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("active [a 1 {}]"), QStringLiteral("begin"),
+                          QStringLiteral("available [inner {}]"), QStringLiteral("end"),
+                          QStringLiteral("available [outer {}]")}));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerLists)
+
+#include "tst_task_invoker_lists.moc"

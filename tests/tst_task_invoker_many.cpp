@@ -1,0 +1,181 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <vector>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+// A program with much to do: nothing is lost, mixed up or told twice.
+class TestTaskInvokerMany : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void thousandInvokers();
+    void tenThousandStartsInFlight();
+    void tenThousandTasks();
+    void tenThousandReadyCallbacks();
+    void thousandAnnouncements();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTaskInvokerMany::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerMany::cleanup()
+{
+    m_simulator->reset();
+}
+
+void TestTaskInvokerMany::thousandInvokers()
+{
+    const Warnings warnings;
+    constexpr int count = 1000;
+    std::vector<std::unique_ptr<TaskInvoker>> invokers;
+    std::vector<int> ready(count, 0);
+    std::vector<int> changes(count, 0);
+    int failures = 0;
+    for (int i = 0; i < count; ++i) {
+        invokers.push_back(
+            std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("t%1").arg(i)));
+        const auto number = static_cast<std::size_t>(i);
+        invokers.back()->onReady([&, number](const Error &error) {
+            ++ready.at(number);
+            failures += error ? 1 : 0;
+        });
+        connect(invokers.back().get(), &TaskInvoker::availableTasksChanged, this,
+                [&, number] { ++changes.at(number); });
+    }
+    const auto all = [](const std::vector<int> &counts) {
+        return std::accumulate(counts.cbegin(), counts.cend(), 0);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(all(ready) >= count, patience);
+    // Each hears what is announced for its own type alone.
+    emitPropertiesChanged(*m_bus, QStringLiteral("t500"),
+                          QStringLiteral("1 AvailableTasks a(sa{sv}) 1 a 0"));
+    QTRY_COMPARE_WITH_TIMEOUT(changes.at(500), 2, patience);
+    roundTrip(*invokers.at(999));
+    QCOMPARE(all(changes), count + 1);
+    QCOMPARE(ready, std::vector<int>(count, 1));
+    QCOMPARE(failures, 0);
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+void TestTaskInvokerMany::tenThousandStartsInFlight()
+{
+    constexpr int count = 10000;
+    const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    // All find it running, so that the simulator answers each at once.
+    int started = 0;
+    invoker.start(QStringLiteral("photos"), {}, {},
+                  [&](int number, const Error &) { started = number; });
+    QTRY_COMPARE_WITH_TIMEOUT(started, 1, patience);
+    starts.holdNext(count);
+    std::vector<int> callbacks(count, 0);
+    QVector<int> order;
+    int failures = 0;
+    for (int i = 0; i < count; ++i) {
+        invoker.start(QStringLiteral("photos"), {}, {}, [&, i](int number, const Error &error) {
+            ++callbacks.at(static_cast<std::size_t>(i));
+            order.append(i);
+            failures += number == 0 && error.code() == Error::ApplicationAlreadyRunning ? 1 : 0;
+        });
+    }
+    starts.waitForHeld(count);
+    QCOMPARE(order.size(), 0);
+    // The last call is answered first.
+    QList<uint> reversed;
+    for (uint i = count; i > 0; --i) {
+        reversed.append(i - 1);
+    }
+    starts.release(reversed);
+    QTRY_VERIFY_WITH_TIMEOUT(order.size() >= count, patience);
+    roundTrip(invoker);
+    QCOMPARE(callbacks, std::vector<int>(count, 1));
+    QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
+    QCOMPARE(failures, count);
+}
+
+void TestTaskInvokerMany::tenThousandTasks()
+{
+    constexpr int count = 10000;
+    QStringList active;
+    QStringList available;
+    for (int i = 0; i < count; ++i) {
+        active.append(QStringLiteral("t%1 %1 0").arg(i));
+        available.append(QStringLiteral("t%1 0").arg(i));
+    }
+    const QString blank = QStringLiteral(" ");
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
+    waitUntilReady(invoker);
+    emitPropertiesChanged(
+        *m_bus, QStringLiteral("other"),
+        QStringLiteral("2 ActiveTasks a(sia{sv}) %1 %2 AvailableTasks "
+                       "a(sa{sv}) %1 %3")
+            .arg(QString::number(count), active.join(blank), available.join(blank)));
+    QTRY_COMPARE_WITH_TIMEOUT(invoker.availableTasks().size(), count, patience);
+    QCOMPARE(invoker.activeTasks().size(), count);
+    for (int i = 0; i < count; ++i) {
+        QCOMPARE(invoker.activeTasks().at(i).name, QStringLiteral("t%1").arg(i));
+        QCOMPARE(invoker.activeTasks().at(i).pid, i);
+        QCOMPARE(invoker.availableTasks().at(i).name, QStringLiteral("t%1").arg(i));
+    }
+}
+
+void TestTaskInvokerMany::tenThousandReadyCallbacks()
+{
+    constexpr int count = 10000;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVector<int> order;
+    for (int i = 0; i < count; ++i) {
+        invoker.onReady([&order, i](const Error &) { order.append(i); });
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(order.size() >= count, patience);
+    roundTrip(invoker);
+    QCOMPARE(order.size(), count);
+    QVERIFY(std::is_sorted(order.cbegin(), order.cend()));
+}
+
+void TestTaskInvokerMany::thousandAnnouncements()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
+    waitUntilReady(invoker);
+    int changes = 0;
+    connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&changes] { ++changes; });
+    busctlDesk(
+        *m_bus, QStringLiteral("EmitMany"),
+        QStringList{QStringLiteral("ossavu"), sessionPath(QStringLiteral("other")),
+                    QStringLiteral("org.freedesktop.DBus.Properties"),
+                    QStringLiteral("PropertiesChanged"), QStringLiteral("3")}
+            + words(QStringLiteral("s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000")));
+    QTRY_VERIFY_WITH_TIMEOUT(changes >= 1000, patience);
+    roundTrip(invoker);
+    QCOMPARE(changes, 1000);
+    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("a 1 {}; b 2 {}"));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerMany)
+
+#include "tst_task_invoker_many.moc"

@@ -1,0 +1,346 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <functional>
+#include <optional>
+#include <type_traits>
+
+using Hints = Ostrel::TaskInvoker::Hints;
+using Ostrel::TaskInvoker;
+using StartupInfo = Ostrel::TaskInvoker::StartupInfo;
+
+Q_DECLARE_METATYPE(std::function<void(Hints &)>)
+Q_DECLARE_METATYPE(std::function<void(StartupInfo &)>)
+
+static_assert(std::is_base_of_v<QVariantMap, Hints> && std::is_base_of_v<QVariantMap, StartupInfo>);
+static_assert(std::is_convertible_v<const Hints &, const QVariantMap &>);
+static_assert(sizeof(Hints) == sizeof(QVariantMap) && sizeof(StartupInfo) == sizeof(QVariantMap));
+
+// What a task is started with and how: what the maps hold, and what they are on the wire.
+class TestTaskInvokerMaps : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void nothingIsSetAtFirst();
+    void eachHintWritesItsKey_data();
+    void eachHintWritesItsKey();
+    void eachStartupInfoWritesItsKey_data();
+    void eachStartupInfoWritesItsKey();
+    void secondValueReplacesTheFirst();
+    void environmentGrows();
+    void environmentGoesOnFromWhatIsThere();
+    void cgroupSettingsAreKeptByName();
+    void autostartIsOneOfThree_data();
+    void autostartIsOneOfThree();
+    void copiesAreIndependent();
+    void othersKeysTravelToo();
+    void jsonValuesTravelAsWhatTheyAre();
+
+private:
+    // The two maps of a start, as busctl reads them from the call log.
+    QStringList onTheWire(const StartupInfo &info, const Hints &hints) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTaskInvokerMaps::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerMaps::cleanup()
+{
+    m_simulator->reset();
+}
+
+QStringList TestTaskInvokerMaps::onTheWire(const StartupInfo &info, const Hints &hints) const
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    m_simulator->desk(QStringLiteral("ClearCalls"));
+    Events events;
+    invoker.start(QStringLiteral("photos"), info, hints, events.started());
+    if (!events.waitFor(1) || events.all().constFirst() != QLatin1String("started 1: 0")) {
+        qFatal("the task is not started");
+    }
+    const QJsonDocument log =
+        QJsonDocument::fromJson(busctlDesk(*m_bus, QStringLiteral("Calls")).toUtf8());
+    const QJsonArray call = log[QLatin1String("data")][0][0].toArray();
+    if (call.at(3) != QLatin1String("sa{sv}a{sv}")) {
+        qFatal("the signature is not the right one");
+    }
+    QStringList maps;
+    for (const int argument : {1, 2}) {
+        const QJsonObject map = call.at(4)[argument].toObject();
+        if (map.value(QLatin1String("type")) != QLatin1String("a{sv}")) {
+            qFatal("an argument is not of its type");
+        }
+        maps.append(QString::fromUtf8(QJsonDocument(map.value(QLatin1String("data")).toObject())
+                                          .toJson(QJsonDocument::Compact)));
+        maps.last().replace(QLatin1Char('"'), QLatin1Char('\''));
+    }
+    return maps;
+}
+
+void TestTaskInvokerMaps::nothingIsSetAtFirst()
+{
+    QVERIFY(Hints().isEmpty());
+    QVERIFY(StartupInfo().isEmpty());
+    QCOMPARE(onTheWire({}, {}), (QStringList{QStringLiteral("{}"), QStringLiteral("{}")}));
+}
+
+void TestTaskInvokerMaps::eachHintWritesItsKey_data()
+{
+    QTest::addColumn<std::function<void(Hints &)>>("set");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("wire");
+    const auto row = [](const char *name, const std::function<void(Hints &)> &set, const char *key,
+                        const QVariant &value, const char *wire) {
+        QTest::newRow(name) << set << QString::fromLatin1(key) << value
+                            << QString::fromLatin1(wire);
+    };
+    const QStringList list{QStringLiteral("a"), QString(), QStringLiteral("a")};
+    const QByteArray bytes("\0\1\0\xff", 4);
+    row(
+        "setCPULimit", [](Hints &hints) { hints.setCPULimit(-7); }, "CPULimit", -7,
+        "{'CPULimit':{'data':-7,'type':'i'}}");
+    row(
+        "setUser", [](Hints &hints) { hints.setUser(QStringLiteral("me")); }, "User",
+        QStringLiteral("me"), "{'User':{'data':'me','type':'s'}}");
+    row(
+        "setDBusService", [](Hints &hints) { hints.setDBusService(QStringLiteral("a.b")); },
+        "DBusService", QStringLiteral("a.b"), "{'DBusService':{'data':'a.b','type':'s'}}");
+    row(
+        "setHomeless true", [](Hints &hints) { hints.setHomeless(true); }, "Homeless", true,
+        "{'Homeless':{'data':true,'type':'b'}}");
+    row(
+        "setHomeless false", [](Hints &hints) { hints.setHomeless(false); }, "Homeless", false,
+        "{'Homeless':{'data':false,'type':'b'}}");
+    row(
+        "setMaximumRunningTime", [](Hints &hints) { hints.setMaximumRunningTime(60); },
+        "RunningTime", 60, "{'RunningTime':{'data':60,'type':'i'}}");
+    row(
+        "setOomWeight", [](Hints &hints) { hints.setOomWeight(2147483647); }, "Weight", 2147483647,
+        "{'Weight':{'data':2147483647,'type':'i'}}");
+    row(
+        "setPermissions", [list](Hints &hints) { hints.setPermissions(list); }, "Permissions", list,
+        "{'Permissions':{'data':['a','','a'],'type':'as'}}");
+    row(
+        "setPriority", [](Hints &hints) { hints.setPriority(-20); }, "Priority", -20,
+        "{'Priority':{'data':-20,'type':'i'}}");
+    row(
+        "setConditions", [](Hints &hints) { hints.setConditions({}); }, "Conditions", QStringList(),
+        "{'Conditions':{'data':[],'type':'as'}}");
+    row(
+        "setAutostart", [](Hints &hints) { hints.setAutostart(TaskInvoker::AutostartDisabled); },
+        "Autostart", 2, "{'Autostart':{'data':2,'type':'i'}}");
+    row(
+        "addCGroupSetting",
+        [bytes](Hints &hints) { hints.addCGroupSetting(QStringLiteral("memory.max"), bytes); },
+        "CGroups", QVariantMap{{QStringLiteral("memory.max"), bytes}},
+        "{'CGroups':{'data':{'memory.max':{'data':[0,1,0,255],'type':'ay'}},'type':'a{sv}'}}");
+}
+
+void TestTaskInvokerMaps::eachHintWritesItsKey()
+{
+    QFETCH(std::function<void(Hints &)>, set);
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, wire);
+    Hints hints;
+    set(hints);
+    QCOMPARE(hints, (QVariantMap{{key, value}}));
+    QCOMPARE(hints.value(key).userType(), value.userType());
+    QCOMPARE(onTheWire({}, hints), (QStringList{QStringLiteral("{}"), wire}));
+}
+
+void TestTaskInvokerMaps::eachStartupInfoWritesItsKey_data()
+{
+    QTest::addColumn<std::function<void(StartupInfo &)>>("set");
+    QTest::addColumn<QString>("wire");
+    const auto row = [](const char *name, const std::function<void(StartupInfo &)> &set,
+                        const char *wire) {
+        QTest::newRow(name) << set << QString::fromUtf8(wire);
+    };
+    row(
+        "setParameters",
+        [](StartupInfo &info) {
+            info.setParameters({QStringLiteral("-a"), QString(), QString::fromUtf8("\xc3\xa9")});
+        },
+        "{'Params':{'data':['-a','','\xc3\xa9'],'type':'as'}}");
+    row(
+        "setParameters to none", [](StartupInfo &info) { info.setParameters({}); },
+        "{'Params':{'data':[],'type':'as'}}");
+    row(
+        "addEnvironmentVariable",
+        [](StartupInfo &info) {
+            info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("b"));
+        },
+        "{'Environment':{'data':['A=b'],'type':'as'}}");
+}
+
+void TestTaskInvokerMaps::eachStartupInfoWritesItsKey()
+{
+    QFETCH(std::function<void(StartupInfo &)>, set);
+    QFETCH(QString, wire);
+    StartupInfo info;
+    set(info);
+    QCOMPARE(info.size(), 1);
+    QCOMPARE(info.first().userType(), int(QMetaType::QStringList));
+    QCOMPARE(onTheWire(info, {}), (QStringList{wire, QStringLiteral("{}")}));
+}
+
+void TestTaskInvokerMaps::secondValueReplacesTheFirst()
+{
+    Hints hints;
+    hints.setUser(QStringLiteral("first"));
+    hints.setUser(QStringLiteral("second"));
+    hints.setPriority(1);
+    hints.setPriority(2);
+    hints.setHomeless(true);
+    hints.setHomeless(false);
+    hints.setPermissions({QStringLiteral("x")});
+    hints.setPermissions({});
+    QCOMPARE(hints,
+             (QVariantMap{{QStringLiteral("User"), QStringLiteral("second")},
+                          {QStringLiteral("Priority"), 2},
+                          {QStringLiteral("Homeless"), false},
+                          {QStringLiteral("Permissions"), QStringList()}}));
+    StartupInfo info;
+    info.setParameters({QStringLiteral("x")});
+    info.setParameters({QStringLiteral("y")});
+    QCOMPARE(info, (QVariantMap{{QStringLiteral("Params"), QStringList(QStringLiteral("y"))}}));
+}
+
+void TestTaskInvokerMaps::environmentGrows()
+{
+    StartupInfo info;
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
+    info.setParameters({QStringLiteral("p")});
+    info.addEnvironmentVariable(QString(), QStringLiteral("v"));
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("2"));
+    info.addEnvironmentVariable(QStringLiteral("x=y"), QStringLiteral("=z"));
+    info.addEnvironmentVariable(QStringLiteral("E"), QString());
+    info.setParameters({QStringLiteral("q")});
+    QCOMPARE(info,
+             (QVariantMap{
+                 {QStringLiteral("Environment"),
+                  QStringList{QStringLiteral("A=1"), QStringLiteral("=v"), QStringLiteral("A=2"),
+                              QStringLiteral("x=y==z"), QStringLiteral("E=")}},
+                 {QStringLiteral("Params"), QStringList(QStringLiteral("q"))}}));
+}
+
+void TestTaskInvokerMaps::environmentGoesOnFromWhatIsThere()
+{
+    StartupInfo info;
+    info.insert(QStringLiteral("Environment"), QStringList(QStringLiteral("own")));
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
+    QCOMPARE(info.value(QStringLiteral("Environment")).toStringList(),
+             (QStringList{QStringLiteral("own"), QStringLiteral("A=1")}));
+    // What is no list begins one.
+    info.insert(QStringLiteral("Environment"), QVariantMap());
+    info.addEnvironmentVariable(QStringLiteral("B"), QStringLiteral("2"));
+    QCOMPARE(info.value(QStringLiteral("Environment")),
+             QVariant(QStringList(QStringLiteral("B=2"))));
+}
+
+void TestTaskInvokerMaps::cgroupSettingsAreKeptByName()
+{
+    Hints hints;
+    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
+    hints.addCGroupSetting(QStringLiteral("b"), QByteArray());
+    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("2\0", 2));
+    QCOMPARE(hints,
+             (QVariantMap{{QStringLiteral("CGroups"),
+                           QVariantMap{{QStringLiteral("a"), QByteArray("2\0", 2)},
+                                       {QStringLiteral("b"), QByteArray()}}}}));
+    QCOMPARE(onTheWire({}, hints).at(1),
+             QStringLiteral("{'CGroups':{'data':{'a':{'data':[50,0],'type':'ay'},"
+                            "'b':{'data':[],'type':'ay'}},'type':'a{sv}'}}"));
+}
+
+void TestTaskInvokerMaps::autostartIsOneOfThree_data()
+{
+    QTest::addColumn<quint32>("autostart");
+    QTest::addColumn<int>("stored");
+    QTest::newRow("0") << 0U << 0;
+    QTest::newRow("1") << 1U << 1;
+    QTest::newRow("2") << 2U << 2;
+    QTest::newRow("3") << 3U << 0;
+    QTest::newRow("all bits") << 4294967295U << 0;
+    QTest::newRow("257") << 257U << 0;
+}
+
+void TestTaskInvokerMaps::autostartIsOneOfThree()
+{
+    QFETCH(quint32, autostart);
+    QFETCH(int, stored);
+    Hints hints;
+    hints.setAutostart(TaskInvoker::AutostartEnabled);
+    hints.setAutostart(static_cast<TaskInvoker::Autostart>(autostart));
+    QCOMPARE(hints, (QVariantMap{{QStringLiteral("Autostart"), stored}}));
+    QCOMPARE(hints.first().userType(), int(QMetaType::Int));
+}
+
+void TestTaskInvokerMaps::copiesAreIndependent()
+{
+    Hints hints;
+    hints.setPriority(1);
+    Hints copy = hints;
+    copy.setPriority(2);
+    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
+    QCOMPARE(hints.value(QStringLiteral("Priority")).toInt(), 1);
+    QCOMPARE(copy, (QVariantMap{{QStringLiteral("Priority"), 2}}));
+    copy = hints;
+    QCOMPARE(copy, hints);
+}
+
+// Nothing is filtered: the service may know more keys than this library.
+void TestTaskInvokerMaps::othersKeysTravelToo()
+{
+    StartupInfo info;
+    info.insert(QStringLiteral("own"), QVariantList{1, QStringLiteral("x")});
+    info.insert(QStringLiteral("params"), 3U);
+    Hints hints;
+    hints.insert(QString(), QVariantMap{{QStringLiteral("k"), true}});
+    QCOMPARE(onTheWire(info, hints),
+             (QStringList{QStringLiteral("{'own':{'data':[{'data':1,'type':'i'},"
+                                         "{'data':'x','type':'s'}],'type':'av'},"
+                                         "'params':{'data':3,'type':'u'}}"),
+                          QStringLiteral("{'':{'data':{'k':{'data':true,'type':'b'}},"
+                                         "'type':'a{sv}'}}")}));
+}
+
+void TestTaskInvokerMaps::jsonValuesTravelAsWhatTheyAre()
+{
+    StartupInfo info;
+    info.insert(QStringLiteral("json"), QJsonArray{true, false});
+    Hints hints;
+    hints.insert(QStringLiteral("json"), QJsonValue(1.5));
+    QCOMPARE(onTheWire(info, hints),
+             (QStringList{QStringLiteral("{'json':{'data':[true,false],'type':'ab'}}"),
+                          QStringLiteral("{'json':{'data':1.5,'type':'d'}}")}));
+    // The caller's own map keeps them as they were.
+    QCOMPARE(info.first().userType(), int(QMetaType::QJsonArray));
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerMaps)
+
+#include "tst_task_invoker_maps.moc"

@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "advice.h"
+
+#include "DBus/names_p.h"
+
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusReply>
+
+namespace
+{
+
+// Advice is not worth waiting for. In milliseconds.
+constexpr int patience = 1000;
+
+template <typename Answer>
+QDBusReply<Answer> ask(const QDBusConnection &bus, const QString &method,
+                       const QVariantList &arguments = {})
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), method);
+    question.setArguments(arguments);
+    return bus.call(question, QDBus::Block, patience);
+}
+
+// Nobody owns the service's name, and the bus knows no program that would.
+bool isServiceAbsent(const QDBusConnection &bus)
+{
+    const QString service = QStringLiteral(OSTREL_SERVICE_NAME);
+    const auto owned = ask<bool>(bus, QStringLiteral("NameHasOwner"), {service});
+    if (!owned.isValid() || owned.value()) {
+        return false;
+    }
+    const auto activatable = ask<QStringList>(bus, QStringLiteral("ListActivatableNames"));
+    return activatable.isValid() && !activatable.value().contains(service);
+}
+
+} // namespace
+
+QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType)
+{
+    if (error.code() != Ostrel::Error::Failed) {
+        return {};
+    }
+    const bool isSystemBus = busType == QDBusConnection::SystemBus;
+    const QDBusConnection bus =
+        isSystemBus ? QDBusConnection::systemBus() : QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return isSystemBus
+            ? QStringLiteral("no system message bus can be reached; a device starts it with the "
+                             "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set")
+            : QStringLiteral("no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                             "'dbus-run-session -- bash' opens a shell with a bus of its own");
+    }
+    if (isServiceAbsent(bus)) {
+        return QStringLiteral("no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
+                              "at a desk, start its stand-in: ostrel-simulator --%1 &")
+            .arg(isSystemBus ? QStringLiteral("system") : QStringLiteral("session"));
+    }
+    return {};
+}

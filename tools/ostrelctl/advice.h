@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_ADVICE_H
+#define OSTRELCTL_ADVICE_H
+
+#include <Ostrel/Error>
+
+#include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
+
+// What the user can do about an error of an operation on this bus: where there is no bus, or no
+// service on it. Null if the error says it all.
+QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType);
+
+#endif

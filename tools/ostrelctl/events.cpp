@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "events.h"
+
+#include "command.h"
+#include "report.h"
+#include "text.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+#include <QtCore/QTextStream>
+
+#include <cstdio>
+
+UntilInterrupted::UntilInterrupted(QDBusConnection bus)
+{
+    connect(&m_termination, &Termination::requested, QCoreApplication::instance(),
+            &QCoreApplication::quit);
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                SLOT(onDisconnected()));
+}
+
+void UntilInterrupted::onDisconnected()
+{
+    QTextStream(stderr) << "error: the bus went away\n";
+    QCoreApplication::exit(OperationFailed);
+}
+
+void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    if (asJson) {
+        object.insert(QStringLiteral("time"), now.toString(Qt::ISODateWithMs));
+        object.insert(QStringLiteral("event"), event);
+        printJson(object);
+    } else {
+        printLine(QStringLiteral("%1 %2 %3")
+                      .arg(now.toString(QStringLiteral("HH:mm:ss.zzz")), event.leftJustified(14),
+                           onOneLine(text)));
+    }
+    if (std::fflush(stdout) != 0) {
+        QCoreApplication::exit(OperationFailed);
+    }
+}

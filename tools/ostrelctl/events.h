@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_EVENTS_H
+#define OSTRELCTL_EVENTS_H
+
+#include "termination.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QObject>
+#include <QtDBus/QDBusConnection>
+
+// Ends the program's event loop in good order at Ctrl-C, and with an error when the bus goes away.
+class UntilInterrupted : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit UntilInterrupted(QDBusConnection bus);
+
+private Q_SLOTS:
+    void onDisconnected();
+
+private:
+    Termination m_termination;
+};
+
+// Prints one event with the time: as text, or as JSON with "time" and "event" added. When nobody
+// reads along any more, the event loop ends.
+void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text);
+
+#endif

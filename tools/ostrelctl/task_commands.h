@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTRELCTL_TASK_COMMANDS_H
+#define OSTRELCTL_TASK_COMMANDS_H
+
+#include "command.h"
+#include "command_line.h"
+
+#include <Ostrel/TaskInvoker>
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+#include <functional>
+
+// The sub-commands of 'task'.
+Command taskListCommand();
+Command taskStartCommand();
+Command taskStopCommand();
+Command taskWatchCommand();
+
+// The command line of a sub-command of 'task': with the task's type in front, and the choice of the
+// bus.
+class TaskLine : public CommandLine
+{
+public:
+    TaskLine(const QString &command, const QString &description);
+
+    Ostrel::TaskInvoker::BusType bus() const;
+    QString type() const { return positional(0); }
+
+    // Prints the outcome of an operation on this bus, as this line wants it. The result is the exit
+    // status.
+    int conclude(const Ostrel::Error &error, const QJsonObject &result = {},
+                 const QString &text = QString()) const;
+};
+
+// Registers the type and has the function carry on with the invoker; runs the event loop until that
+// ends it, and returns the exit status. A registration that fails is told, and is the end.
+int withInvoker(const TaskLine &line, const std::function<void(Ostrel::TaskInvoker &)> &carryOn);
+
+QJsonArray toJson(const QVector<Ostrel::AvailableTask> &tasks);
+QJsonArray toJson(const QVector<Ostrel::ActiveTask> &tasks);
+
+#endif

@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "report.h"
+#include "task_commands.h"
+
+#include <QtCore/QCoreApplication>
+
+namespace
+{
+
+int run(const QStringList &arguments)
+{
+    TaskLine line(QStringLiteral("stop"), QStringLiteral("Stops a task."));
+    line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));
+    if (const auto exitStatus = line.parse(arguments)) {
+        return *exitStatus;
+    }
+    return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
+        invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
+            QCoreApplication::exit(line.conclude(error));
+        });
+    });
+}
+
+} // namespace
+
+Command taskStopCommand()
+{
+    return {QStringLiteral("stop"), QStringLiteral("Stop a task"), run};
+}
