@@ -12,42 +12,6 @@
 namespace ByHand
 {
 
-namespace
-{
-
-Error errorOf(const QDBusError &error)
-{
-    return {error.name(), error.message()};
-}
-
-} // namespace
-
-static const QDBusArgument &operator>>(const QDBusArgument &argument, Application &application)
-{
-    argument.beginStructure();
-    argument >> application.appId >> application.pid >> application.state >> application.kind
-        >> application.properties;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument &operator>>(const QDBusArgument &argument, Service &service)
-{
-    argument.beginStructure();
-    argument >> service.appId >> service.name >> service.pid >> service.state
-        >> service.properties;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument &operator>>(const QDBusArgument &argument, Task &task)
-{
-    argument.beginStructure();
-    argument >> task.name >> task.pid >> task.properties;
-    argument.endStructure();
-    return argument;
-}
-
 Control::Control()
 {
     const auto receive = [this](const QString &name, const char *member) {
@@ -109,7 +73,7 @@ Invoker::Invoker(const QString &type, const Ready &ready)
                 const QDBusPendingReply<QDBusObjectPath, QVariantMap> reply = *finished;
                 finished->deleteLater();
                 if (reply.isError()) {
-                    ready(errorOf(reply.error()));
+                    ready(Records::errorOf(reply.error()));
                     return;
                 }
                 onPropertiesChanged(QString(), reply.argumentAt<1>(), QStringList());
@@ -134,7 +98,7 @@ void Invoker::start(const QString &name, const QVariantMap &startupInfo, const Q
                 const QDBusPendingReply<int> reply = *finished;
                 finished->deleteLater();
                 if (reply.isError()) {
-                    done(0, errorOf(reply.error()));
+                    done(0, Records::errorOf(reply.error()));
                 } else {
                     done(reply.value(), {});
                 }
@@ -163,7 +127,7 @@ void Windows::updateStatus(const QString &window, int status, int arg1, int arg2
                 const QDBusPendingReply<uint> reply = *finished;
                 finished->deleteLater();
                 if (reply.isError()) {
-                    done(255, errorOf(reply.error()));
+                    done(255, Records::errorOf(reply.error()));
                 } else {
                     done(reply.value(), {});
                 }

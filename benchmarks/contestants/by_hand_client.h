@@ -4,10 +4,9 @@
 #ifndef BENCHMARKS_BY_HAND_CLIENT_H
 #define BENCHMARKS_BY_HAND_CLIENT_H
 
+#include "qt_records.h"
+
 #include <QtCore/QObject>
-#include <QtCore/QVariantMap>
-#include <QtCore/QVector>
-#include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCallWatcher>
 
@@ -19,37 +18,10 @@
 namespace ByHand
 {
 
-struct Application
-{
-    QString appId;
-    int pid;
-    uint state;
-    uint kind;
-    QVariantMap properties;
-};
-
-struct Service
-{
-    QString appId;
-    QString name;
-    int pid;
-    uint state;
-    QVariantMap properties;
-};
-
-struct Task
-{
-    QString name;
-    int pid;
-    QVariantMap properties;
-};
-
-// A name of none is no error.
-struct Error
-{
-    QString name;
-    QString message;
-};
+using Records::Application;
+using Records::Error;
+using Records::Service;
+using Records::Task;
 
 class Control : public QObject
 {
@@ -104,7 +76,7 @@ private Q_SLOTS:
 
 private:
     QDBusConnection m_bus = QDBusConnection::sessionBus();
-    QString m_path;
+    const QString m_path;
     QVector<Task> m_activeTasks;
 };
 

@@ -100,11 +100,10 @@ public:
         std::size_t good = 0;
         const QString name = QString::fromUtf8(TaskMaps::name);
         for (std::size_t i = 0; i < size; ++i) {
-            m_invoker->start(name, m_startupInfo, m_hints,
-                             [&](int /*number*/, const Error &error) {
-                                 good += error ? 0 : 1;
-                                 ++answered;
-                             });
+            m_invoker->start(name, m_startupInfo, m_hints, [&](int /*number*/, const Error &error) {
+                good += error ? 0 : 1;
+                ++answered;
+            });
         }
         waitFor(answered, size);
         return good;
@@ -133,8 +132,7 @@ private:
         std::size_t ready = 0;
         m_invoker = makeInvoker(QStringLiteral("benchmark"), ready);
         waitFor(ready, 1);
-        QObject::connect(m_invoker.get(), &TaskInvoker::activeTasksChanged,
-                         [this] { ++m_lists; });
+        QObject::connect(m_invoker.get(), &TaskInvoker::activeTasksChanged, [this] { ++m_lists; });
     }
 
     TaskInvoker::StartupInfo m_startupInfo;

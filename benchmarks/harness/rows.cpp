@@ -70,7 +70,8 @@ void addRecords(std::vector<Row> &rows, const Contestant &contestant, Desk &desk
             const std::string order =
                 "tasks " + std::to_string(size) + ' ' + std::to_string(signals);
             rows.push_back({named("task lists", size), signals, size == 10000 ? 1U : 2U,
-                            [=] { contestant.hearTasks(0); }, [=, &desk] {
+                            [=] { contestant.hearTasks(0); },
+                            [=, &desk] {
                                 desk.order(order);
                                 expect(contestant.hearTasks(signals) == size, "task lists");
                             }});
@@ -78,7 +79,8 @@ void addRecords(std::vector<Row> &rows, const Contestant &contestant, Desk &desk
     }
     if (contestant.hearStates) {
         constexpr std::size_t signals = 200;
-        rows.push_back({"state changes", signals, 2, [=] { contestant.hearStates(0); }, [=, &desk] {
+        rows.push_back({"state changes", signals, 2, [=] { contestant.hearStates(0); },
+                        [=, &desk] {
                             desk.order("states " + std::to_string(signals));
                             expect(contestant.hearStates(signals) == (signals - 1) % 4,
                                    "state changes");

@@ -126,8 +126,8 @@ int add_interfaces(struct service *service)
     };
     int result = 0;
     for (size_t i = 0; result >= 0 && i < sizeof objects / sizeof *objects; ++i) {
-        result = sd_bus_add_object_vtable(service->bus, NULL, objects[i].path,
-                                          objects[i].interface, objects[i].vtable, service);
+        result = sd_bus_add_object_vtable(service->bus, NULL, objects[i].path, objects[i].interface,
+                                          objects[i].vtable, service);
     }
     return result;
 }

@@ -68,7 +68,8 @@ static int on_client(sd_event_source *source, int listener, uint32_t events, voi
     if (client < 0) {
         return -errno;
     }
-    return sd_event_add_io(sd_event_source_get_event(source), NULL, client, EPOLLIN, on_order, data);
+    return sd_event_add_io(sd_event_source_get_event(source), NULL, client, EPOLLIN, on_order,
+                           data);
 }
 
 static int on_input(sd_event_source *source, int input, uint32_t events, void *data)

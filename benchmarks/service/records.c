@@ -30,8 +30,8 @@ static int append_application(sd_bus_message *message, unsigned number)
     snprintf(name, sizeof name, "demo.Application%u", number);
     int result = sd_bus_message_open_container(message, 'r', "siuua{sv}");
     if (result >= 0) {
-        result =
-            sd_bus_message_append(message, "siuu", name, (int)(1000 + number), number % 4, number % 2);
+        result = sd_bus_message_append(message, "siuu", name, (int)(1000 + number), number % 4,
+                                       number % 2);
     }
     if (result >= 0) {
         result = append_properties(message, number);
