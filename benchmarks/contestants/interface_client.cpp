@@ -14,25 +14,9 @@ Control::Control()
     : m_interface(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
                   QStringLiteral(OSTREL_CONTROL_INTERFACE), QDBusConnection::sessionBus())
 {
-    // It makes its signals from what the service says that it has.
-    connect(&m_interface, SIGNAL(Started(QString, QVariantMap)), this,
-            SIGNAL(started(QString, QVariantMap)));
-    connect(&m_interface, SIGNAL(Terminated(QString, QVariantMap)), this,
-            SIGNAL(terminated(QString, QVariantMap)));
-    connect(&m_interface, SIGNAL(StateChanged(QString, QVariantMap)), this,
-            SLOT(onStateChanged(QString, QVariantMap)));
-    connect(&m_interface, SIGNAL(SelectedByOom(QString)), this, SIGNAL(selectedByOom(QString)));
 }
 
-void Control::onStateChanged(const QString &appInstanceId, const QVariantMap &properties)
-{
-    const auto state = properties.constFind(QStringLiteral("State"));
-    if (state != properties.cend()) {
-        Q_EMIT stateChanged(appInstanceId, state->toUInt());
-    }
-}
-
-ByHand::Control::Started Control::start(const QString &appId)
+Control::Started Control::start(const QString &appId)
 {
     const QDBusMessage reply = m_interface.call(QStringLiteral("Start"), appId);
     if (reply.type() == QDBusMessage::ErrorMessage) {

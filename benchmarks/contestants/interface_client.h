@@ -13,25 +13,18 @@
 namespace Interface
 {
 
-class Control : public QObject
+// It cannot tell of signals with maps unless the service names their C++ types, so that all signals
+// are connected by hand.
+class Control : public ByHand::Control
 {
     Q_OBJECT
 
 public:
     Control();
 
-    ByHand::Control::Started start(const QString &appId);
+    Started start(const QString &appId);
     Records::Error running(QVector<Records::Application> &applications,
                            QVector<Records::Service> &services);
-
-Q_SIGNALS:
-    void started(const QString &appInstanceId, const QVariantMap &details);
-    void terminated(const QString &appInstanceId, const QVariantMap &details);
-    void stateChanged(const QString &appInstanceId, uint state);
-    void selectedByOom(const QString &processId);
-
-private Q_SLOTS:
-    void onStateChanged(const QString &appInstanceId, const QVariantMap &properties);
 
 private:
     QDBusInterface m_interface;

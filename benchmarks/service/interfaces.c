@@ -88,7 +88,10 @@ static const sd_bus_vtable control[] = {
     SD_BUS_METHOD("Start", "s", "sa{sv}", start_application, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("GetRunningApplications", "", "a(siuua{sv})a(ssiua{sv})",
                   get_running_applications, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_SIGNAL("Started", "sa{sv}", 0),
+    SD_BUS_SIGNAL("Terminated", "sa{sv}", 0),
     SD_BUS_SIGNAL("StateChanged", "sa{sv}", 0),
+    SD_BUS_SIGNAL("SelectedByOom", "s", 0),
     SD_BUS_VTABLE_END,
 };
 
