@@ -66,9 +66,10 @@ private:
 void TestSimulatorTaskProcesses::initTestCase()
 {
     const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
-    writeFile(file, QString::fromLatin1(catalogue)
-                        .replace(QLatin1Char('\''), QLatin1Char('"'))
-                        .replace(QStringLiteral("FOLDER"), m_folder.path()));
+    writeFile(file,
+              QString::fromLatin1(catalogue)
+                  .replace(QLatin1Char('\''), QLatin1Char('"'))
+                  .replace(QStringLiteral("FOLDER"), m_folder.path()));
     writeFile(m_folder.filePath(QStringLiteral("tell.sh")),
               QStringLiteral("printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n"));
     writeFile(m_folder.filePath(QStringLiteral("stubborn.sh")),

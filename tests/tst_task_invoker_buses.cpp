@@ -92,8 +92,9 @@ void TestTaskInvokerBuses::busesAreKeptApart()
     onSession.start(QStringLiteral("contacts"), {}, {}, sessionEvents.started());
     QVERIFY(sessionEvents.waitFor(2));
     roundTrip(onSystem);
-    QCOMPARE(systemEvents.sortedWithoutPids(),
-             (QStringList{QStringLiteral("active [photos PID {}]"), QStringLiteral("started 1: 0")}));
+    QCOMPARE(
+        systemEvents.sortedWithoutPids(),
+        (QStringList{QStringLiteral("active [photos PID {}]"), QStringLiteral("started 1: 0")}));
     QCOMPARE(
         sessionEvents.sortedWithoutPids(),
         (QStringList{QStringLiteral("active [contacts PID {}]"), QStringLiteral("started 1: 0")}));

@@ -30,9 +30,9 @@ TaskInvoker *newInvoker()
 }
 
 // The invoker ends in a slot of one of its signals.
-void deleteIn(const QPointer<TaskInvoker> &invoker, bool active)
+void deleteIn(TaskInvoker *invoker, bool active)
 {
-    const auto end = [invoker] { delete invoker.data(); };
+    const auto end = [invoker] { delete invoker; };
     if (active) {
         QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker, end);
     } else {

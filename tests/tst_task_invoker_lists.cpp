@@ -247,11 +247,10 @@ void TestTaskInvokerLists::startAndStopAreAnnounced()
     QVERIFY(events.waitFor(2));
     invoker.stop(QStringLiteral("photos"), events.stopped());
     QVERIFY(events.waitFor(4));
-    QCOMPARE(
-        events.sortedWithoutPids(),
-        (QStringList{QStringLiteral("active []"),
-                     QStringLiteral("active [photos PID {Priority=5}]"),
-                     QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(events.sortedWithoutPids(),
+             (QStringList{QStringLiteral("active []"),
+                          QStringLiteral("active [photos PID {Priority=5}]"),
+                          QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
 }
 
 void TestTaskInvokerLists::announcementsBeforeTheAnswerAreApplied()
