@@ -30,11 +30,11 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+clang|Clang|command -v clang++
+libclang-rt-dev|libFuzzer for Clang|echo "extern \"C\" int LLVMFuzzerTestOneInput() { return 0; }" | clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
 doxygen|Doxygen|command -v doxygen
 xsltproc|xsltproc|command -v xsltproc
 qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
-clang|Clang|command -v clang++
-libclang-rt-dev|libFuzzer for Clang|echo "extern \"C\" int LLVMFuzzerTestOneInput() { return 0; }" | clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
 abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy

@@ -5,6 +5,7 @@
 #include "process.h"
 #include "test_main.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void busNamesComeFromOnePlace();
     void versionIsTheSameEverywhere();
     void documentsNameFilesThatExist();
+    void linksLeadSomewhere();
 
 private:
     QStringList m_files;
@@ -122,6 +124,28 @@ void TestTree::documentsNameFilesThatExist()
         }
     }
     QVERIFY(names > 20);
+}
+
+// The links in the texts that are read in the tree itself.
+void TestTree::linksLeadSomewhere()
+{
+    const QRegularExpression link(QStringLiteral("\\]\\(([^)#:]+)(#[^):]*)?\\)"));
+    int followed = 0;
+    for (const QString &file : qAsConst(m_files)) {
+        // The pages of the documentation link to one another by their names there.
+        if (!file.endsWith(QLatin1String(".md")) || file.startsWith(QLatin1String("docs/"))) {
+            continue;
+        }
+        const QString path = QStringLiteral(SOURCE_DIR "/") + file;
+        const QDir folder = QFileInfo(path).dir();
+        QRegularExpressionMatchIterator each = link.globalMatch(readFile(path));
+        while (each.hasNext()) {
+            const QString target = each.next().captured(1);
+            QVERIFY2(folder.exists(target), qPrintable(file + QStringLiteral(": ") + target));
+            ++followed;
+        }
+    }
+    QVERIFY(followed > 0);
 }
 
 OSTREL_TEST_MAIN(TestTree)
