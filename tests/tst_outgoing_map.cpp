@@ -6,6 +6,7 @@
 #include "warnings.h"
 
 #include "DBus/names_p.h"
+#include "DBus/nesting_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
@@ -93,6 +94,9 @@ private Q_SLOTS:
     void deepestValuesArrive();
     void tooDeepValuesAreFound_data();
     void tooDeepValuesAreFound();
+    void nestingIsThatOfTheTypes_data();
+    void nestingIsThatOfTheTypes();
+    void nestingEndsWithTheSignature();
 
 private:
     // Sends a map in a call that the simulator refuses, but logs; returns the name of its error.
@@ -116,6 +120,7 @@ void TestOutgoingMap::initTestCase()
     qDBusRegisterMetaType<NamedMaps>();
     qDBusRegisterMetaType<NamedVariants>();
     qDBusRegisterMetaType<QList<Maps>>();
+    qDBusRegisterMetaType<QList<QStringList>>();
     qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
 }
 
@@ -327,6 +332,12 @@ void TestOutgoingMap::deepestValuesArrive_data()
     QTest::newRow("structures") << inStructures(32);
     QTest::newRow("lists and a list of maps")
         << inLists(QVariant::fromValue(Maps{oneEntry(1)}), 28);
+    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
+    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{strings}), 28);
+    QTest::newRow("lists and a map of maps")
+        << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
+    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
 }
@@ -350,7 +361,14 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
     QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
     QTest::newRow("structures") << inStructures(33);
-    QVariantMap key{{QStringLiteral("key"), 1}};
+    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
+    const QVariantMap arrays{{QStringLiteral("key"), QVariant::fromValue(QList<QStringList>())}};
+    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{arrays}), 28);
+    QTest::newRow("lists and a map of maps")
+        << inLists(QVariant::fromValue(NamedMaps{{QString(), strings}}), 28);
+    QTest::newRow("lists and a record of arrays")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, arrays}), 28);
+    const QVariantMap key{{QStringLiteral("key"), 1}};
     QTest::newRow("lists and a list of maps") << inLists(QVariant::fromValue(Maps{key}), 29);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, key}), 29);
@@ -372,7 +390,6 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
 void TestOutgoingMap::tooDeepValuesAreFound()
 {
     QFETCH(QVariant, value);
-    qDBusRegisterMetaType<QList<QStringList>>();
     QVariantMap map = mapOf(value);
     const QString message = Ostrel::makeSendable(map).message();
     QVERIFY2(
@@ -380,6 +397,51 @@ void TestOutgoingMap::tooDeepValuesAreFound()
                                           "a message, with a value of type "))
             || message.startsWith(QStringLiteral("Marshalling failed: \"inner\" is nested")),
         qPrintable(message));
+}
+
+void TestOutgoingMap::nestingIsThatOfTheTypes_data()
+{
+    QTest::addColumn<QByteArray>("signature");
+    QTest::addColumn<int>("arrays");
+    QTest::addColumn<int>("structures");
+    QTest::addColumn<int>("containers");
+    QTest::addColumn<bool>("isTooDeep");
+    const auto row = [](const QByteArray &signature, int arrays, int structures, int containers,
+                        bool isTooDeep = false) {
+        QTest::newRow(signature) << signature << arrays << structures << containers << isTooDeep;
+    };
+    row("i", 0, 0, 0);
+    row("v", 0, 0, 1);
+    row("as", 1, 0, 1);
+    row("a{sv}", 1, 1, 3);
+    row("(iasi)", 1, 1, 2);
+    row("(a(i)((v)i))", 1, 3, 4);
+    row(QByteArray(32, 'a') + 'i', 32, 0, 32);
+    row(QByteArray(33, 'a') + 'i', 33, 0, 33, true);
+    row(QByteArray(32, '(') + 'i' + QByteArray(32, ')'), 0, 32, 32);
+    row(QByteArray(33, '(') + 'i' + QByteArray(33, ')'), 0, 33, 33, true);
+}
+
+void TestOutgoingMap::nestingIsThatOfTheTypes()
+{
+    QFETCH(QByteArray, signature);
+    signature += "xyz";
+    const char *rest = signature.constData();
+    const Ostrel::Nesting nesting = Ostrel::nestingOf(rest);
+    QTEST(nesting.arrays, "arrays");
+    QTEST(nesting.structures, "structures");
+    QTEST(nesting.containers, "containers");
+    QTEST(nesting.isTooDeep(), "isTooDeep");
+    QCOMPARE(rest, "xyz");
+}
+
+void TestOutgoingMap::nestingEndsWithTheSignature()
+{
+    for (const char *signature : {"", "a", "(", "(a", "a{s"}) {
+        const char *rest = signature;
+        Ostrel::nestingOf(rest);
+        QCOMPARE(rest, signature + qstrlen(signature));
+    }
 }
 
 OSTREL_TEST_MAIN(TestOutgoingMap)

@@ -48,6 +48,28 @@ public:
         add(1 + (m_texts == Counted ? utf8Length(text) : 3 * qint64(text.size())));
     }
 
+    // The size of a number of a type, or 0 for another type.
+    static int ofNumber(char type)
+    {
+        switch (type) {
+        case 'y':
+            return 1;
+        case 'n':
+        case 'q':
+            return 2;
+        case 'b':
+        case 'i':
+        case 'u':
+            return 4;
+        case 'x':
+        case 't':
+        case 'd':
+            return 8;
+        default:
+            return 0;
+        }
+    }
+
     static qint64 utf8Length(const QString &text)
     {
         qint64 length = 0;

@@ -3,7 +3,6 @@
 
 #include "DBus/outgoing_walk_p.h"
 
-#include "DBus/signature_p.h"
 #include "DBus/types.h"
 
 #include <QtCore/QAssociativeIterable>
@@ -41,7 +40,7 @@ OutgoingWalk::Outcome OutgoingWalk::elements(const QVariant &value, const char *
     const auto elements = value.value<QSequentialIterable>();
     const char *const elementSignature = signature + 1;
     m_size.addLength();
-    if (const int size = numberSize(*elementSignature)) {
+    if (const int size = MessageSize::ofNumber(*elementSignature)) {
         m_size.align(size);
         m_size.add(qint64(size) * elements.size());
         return Unchanged;

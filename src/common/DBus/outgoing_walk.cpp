@@ -3,7 +3,7 @@
 
 #include "DBus/outgoing_walk_p.h"
 
-#include "DBus/signature_p.h"
+#include "DBus/nesting_p.h"
 #include "DBus/types_json_p.h"
 
 #include <QtCore/QVariantHash>
@@ -81,8 +81,13 @@ OutgoingWalk::Outcome OutgoingWalk::type(const QVariant &value, const char *sign
         return unsendable(value);
     }
     const char *rest = signature;
-    if (!fits(rest, containers)) {
+    const Nesting nesting = nestingOf(rest);
+    if (nesting.isTooDeep() || containers + nesting.containers > maximumContainers) {
         return tooDeep(value);
+    }
+    // A list of what has no type for the bus has half of one.
+    if (rest[-1] == 'a') {
+        return unsendable(value);
     }
     // A variant holds one value; an argument may have been given several.
     if (*rest != '\0') {
@@ -96,7 +101,7 @@ OutgoingWalk::Outcome OutgoingWalk::type(const QVariant &value, const char *sign
 OutgoingWalk::Outcome OutgoingWalk::content(const QVariant &value, const char *signature,
                                             int containers, QVariant &replacement)
 {
-    if (const int size = numberSize(*signature)) {
+    if (const int size = MessageSize::ofNumber(*signature)) {
         m_size.addNumber(size);
         return Unchanged;
     }
