@@ -1,14 +1,20 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "application_texts.h"
 #include "outcomes.h"
 #include "simulator.h"
+#include "task_invokers.h"
 #include "test_main.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+
+#include <memory>
 
 using Ostrel::Control;
 using Ostrel::Error;
+using Ostrel::TaskInvoker;
 using Ostrel::WindowManagement;
 
 // The bus ends under a process that uses it. The connection does not come back.
@@ -27,6 +33,22 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     simulator.start();
     QCOMPARE(reportWindow().state, 1U);
 
+    auto control = std::make_unique<Control>();
+    simulator.desk(QStringLiteral("ListNext"), {2U, 1U});
+    QVector<Ostrel::RunningApplication> applications;
+    QVector<Ostrel::RunningService> services;
+    QVERIFY(!control->getRunningApplications(applications, services));
+    const QString listed = text(applications) + text(services);
+    QCOMPARE(applications.size() + services.size(), 3);
+
+    Events events;
+    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("photos"));
+    QVERIFY(!waitUntilReady(*invoker));
+    const QString available = text(invoker->availableTasks());
+    simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
+    invoker->stop(QStringLiteral("x"), events.stopped(QStringLiteral("held")));
+    simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").waitForHeld(1);
+
     simulator.windowStatus().holdNext(2);
     WindowManagement windows;
     Outcomes outcomes;
@@ -41,10 +63,30 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     QCOMPARE(outcomes.at(2).error.message(), QStringLiteral("Not connected to D-Bus server"));
     reportWindow();
     QCOMPARE(outcomes.size(), 3);
-    Control control;
-    QCOMPARE(control.start(QStringLiteral("a.b")).error.message(),
-             QStringLiteral("Not connected to D-Bus server"));
-    QCOMPARE(control.terminate(QStringLiteral("a.b")).code(), Error::Failed);
+    const QString disconnected = QStringLiteral("1 \"Not connected to D-Bus server\"");
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(text(control->start(QStringLiteral("a.b")).error), disconnected);
+        QCOMPARE(text(control->startDebug(QStringLiteral("a.b"), {}).error), disconnected);
+        QCOMPARE(text(control->terminate(QStringLiteral("a.b"))), disconnected);
+        QCOMPARE(text(control->getRunningApplications(applications, services)), disconnected);
+        // Then one that is made without a bus.
+        control = std::make_unique<Control>();
+    }
+    QCOMPARE(text(applications) + text(services), listed);
+
+    QVERIFY(events.waitFor(1));
+    QVERIFY(events.all().at(0).startsWith(QStringLiteral("held 1 ")));
+    events.clear();
+    invoker->start(QStringLiteral("x"), {}, {}, events.started());
+    invoker->stop(QStringLiteral("x"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("started 0: ") + disconnected,
+                          QStringLiteral("stopped ") + disconnected}));
+    QCOMPARE(text(invoker->availableTasks()), available);
+    // They end as quietly.
+    control.reset();
+    invoker.reset();
     for (int i = 0; i < 3; ++i) {
         QCOMPARE(outcomes.at(i).state, 255U);
         QCOMPARE(outcomes.at(i).error.code(), Error::Failed);

@@ -29,6 +29,8 @@ private Q_SLOTS:
     void constructionAsksTheBusForFourSignals();
     void destructionTakesTheRulesBack();
     void serviceIsSentTheRequestsAlone();
+    void lookUpsSendNothing();
+    void instanceIsNeverDestroyed();
     void instanceIsSharedAndHasNoOwner();
     void othersAreIndependent();
 
@@ -52,6 +54,14 @@ QString member(const QJsonObject &message)
 {
     return message.value(QLatin1String("member")).toString();
 }
+
+QJsonValue argument(const QJsonObject &message, int index)
+{
+    return message.value(QLatin1String("payload"))[QLatin1String("data")][index];
+}
+
+const QString makeInstance =
+    QStringLiteral("MAKE_AN_INSTANCE"); // clazy:exclude=non-pod-global-static
 
 } // namespace
 
@@ -162,6 +172,45 @@ void TestControl::serviceIsSentTheRequestsAlone()
                      QStringLiteral("Terminate s"), QStringLiteral("GetRunningApplications ")}));
 }
 
+void TestControl::lookUpsSendNothing()
+{
+    const Control control;
+    const QVector<QJsonObject> messages = sentBy([&control] {
+        control.getAppIdByPid(1);
+        control.getAppInstanceIdByPid(1);
+    });
+    QVERIFY(messages.isEmpty());
+}
+
+// A process that makes the instance and ends takes no rule back.
+void TestControl::instanceIsNeverDestroyed()
+{
+    BusMonitor monitor(*m_bus);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(makeInstance, QStringLiteral("1"));
+    QCOMPARE(run(QCoreApplication::applicationFilePath(), {}, environment).exitStatus, 0);
+    QString process;
+    QStringList members;
+    monitor.messagesUntil([&process, &members](const QJsonObject &message) {
+        const QString sender = message.value(QLatin1String("sender")).toString();
+        if (process.isEmpty()
+            && argument(message, 0)
+                   .toString()
+                   .contains(QLatin1String("interface='" OSTREL_CONTROL_INTERFACE "'"))) {
+            process = sender;
+        }
+        if (!process.isEmpty() && sender == process) {
+            members.append(member(message));
+        }
+        // The bus tells that the process has gone.
+        return member(message) == QLatin1String("NameOwnerChanged")
+            && argument(message, 0).toString() == process
+            && argument(message, 2).toString().isEmpty();
+    });
+    QVERIFY(members.count(QStringLiteral("AddMatch")) >= 4);
+    QCOMPARE(members.count(QStringLiteral("RemoveMatch")), 0);
+}
+
 void TestControl::destructionTakesTheRulesBack()
 {
     const QVector<QJsonObject> messages = sentBy([] { const Control control; });
@@ -175,6 +224,13 @@ void TestControl::destructionTakesTheRulesBack()
              members.count(QStringLiteral("AddMatch")));
 }
 
-OSTREL_TEST_MAIN(TestControl)
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsSet(qPrintable(makeInstance))) {
+        const QCoreApplication application(argc, argv);
+        return Control::instance() != nullptr ? 0 : 1;
+    }
+    return runTests<TestControl>(argc, argv);
+}
 
 #include "tst_control.moc"

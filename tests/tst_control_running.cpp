@@ -201,6 +201,7 @@ void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead_data()
     }
     row("ai", "2 1 2", "", "");
     row("(si)", "x 1", "", "");
+    row("((siuua{sv}))", "x 1 2 3 0", "", "");
     row("a(ss)", "1 x y", "x 0 0 0 {}", "x y 0 0 {}");
     row("a(s)", "2 x y", "x 0 0 0 {}; y 0 0 0 {}", "x  0 0 {}; y  0 0 {}");
     row("a(siuu)", "1 x 1 2 3", "x 1 2 3 {}", "x  0 3 {}");

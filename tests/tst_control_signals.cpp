@@ -365,6 +365,9 @@ void TestControlSignals::queuedConnectionsCrossThreads()
     emitSignal(QStringLiteral("StateChanged"),
                {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 4000000000U}}});
     QVERIFY(arrived(events));
+    // It is behind the signal in the receiver's queue.
+    QMetaObject::invokeMethod(
+        &receiver, [] {}, Qt::BlockingQueuedConnection);
     thread.quit();
     QVERIFY(thread.wait(patience));
     QCOMPARE(state, 4000000000U);

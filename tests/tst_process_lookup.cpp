@@ -25,9 +25,9 @@ namespace
 
 constexpr int pid = 1234;
 
-// What was opened last, and how.
-QByteArray openedPath; // clazy:exclude=non-pod-global-static
-QByteArray openedMode; // clazy:exclude=non-pod-global-static
+// What this thread opened last, and how.
+thread_local QByteArray openedPath; // clazy:exclude=non-pod-global-static
+thread_local QByteArray openedMode; // clazy:exclude=non-pod-global-static
 
 QByteArray repeated(char character, int count)
 {
@@ -73,10 +73,12 @@ private Q_SLOTS:
     void missingBuffersAreRefused();
     void unreadableFilesGiveNothing();
     void rootWithoutAnEndIsCut();
+    void filesAreClosed_data();
+    void filesAreClosed();
     void anyThreadMayAsk();
 
 private:
-    void write(const QByteArray &content);
+    void write(const QByteArray &content, int process = pid);
 
     QTemporaryDir m_root;
 };
@@ -92,9 +94,9 @@ void TestProcessLookup::cleanup()
     QDir(m_root.filePath(QStringLiteral("proc"))).removeRecursively();
 }
 
-void TestProcessLookup::write(const QByteArray &content)
+void TestProcessLookup::write(const QByteArray &content, int process)
 {
-    const QString folder = m_root.filePath(QStringLiteral("proc/%1").arg(pid));
+    const QString folder = m_root.filePath(QStringLiteral("proc/%1").arg(process));
     QVERIFY(QDir().mkpath(folder));
     QFile file(folder + QStringLiteral("/cgroup"));
     QVERIFY(file.open(QIODevice::WriteOnly));
@@ -183,7 +185,10 @@ void TestProcessLookup::lines_data()
         viewer);
     row("colon in front", ":4:memory:/ostrel-helper/demo.Viewer/app\n", viewer, viewer);
     row("colon at the end", "4:memory:/ostrel-helper/demo.Viewer/app:\n", viewer, viewer);
-    row("fourth field", "4:memory:/ostrel-helper/demo.Viewer/app:x\n" + good, viewer, seventh);
+    const QByteArray fourFields = "4:memory:/ostrel-helper/other.App/app:x\n";
+    row("fourth field", fourFields, nothing, nothing);
+    row("fourth field goes on", fourFields + good, viewer, seventh);
+    row("fourth field behind", good + fourFields, viewer, seventh);
     row("no path goes on", "4:memory:\n" + good, viewer, seventh);
     row("only a number goes on", "4\n" + good, viewer, seventh);
     row("empty line goes on", "\n" + good, viewer, seventh);
@@ -374,16 +379,69 @@ void TestProcessLookup::rootWithoutAnEndIsCut()
     }
 }
 
+void TestProcessLookup::filesAreClosed_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("found") << QByteArray("4:memory:/ostrel-helper/demo.Viewer/app\n");
+    QTest::newRow("stopped") << QByteArray("4:memory:/elsewhere\n");
+    QTest::newRow("none") << QByteArray("0::/\n");
+}
+
+void TestProcessLookup::filesAreClosed()
+{
+    QFETCH(QByteArray, content);
+    write(content);
+    const auto openFiles = [] {
+        return QDir(QStringLiteral("/proc/self/fd"))
+            .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
+            .size();
+    };
+    const Control control;
+    control.getAppIdByPid(pid);
+    const int before = openFiles();
+    QVERIFY(before > 0);
+    for (int i = 0; i < 100; ++i) {
+        control.getAppIdByPid(pid);
+    }
+    QCOMPARE(openFiles(), before);
+}
+
+// Two threads ask for different processes all the time, and neither gets a part of the other's
+// answer.
 void TestProcessLookup::anyThreadMayAsk()
 {
-    write("4:memory:/ostrel-helper/demo.Viewer/instance_7\n");
+    constexpr int rounds = 5000;
+    struct Asker
+    {
+        int process;
+        QString instanceId;
+        int right = 0;
+    };
+    std::vector<Asker> askers{
+        {1, QStringLiteral("demo.Viewer.instance_7")},
+        {2, QStringLiteral("other.Application-of-a-long-name.instance_12345")},
+    };
+    write("3:cpu:/a/b/c\n4:memory:/ostrel-helper/demo.Viewer/instance_7\n", 1);
+    write("4:memory:/ostrel-helper/other.Application-of-a-long-name/instance_12345\n5:x:/y\n", 2);
+
     const Control control;
-    QString inOtherThread;
-    const std::unique_ptr<QThread> thread(QThread::create(
-        [&control, &inOtherThread] { inOtherThread = control.getAppInstanceIdByPid(pid); }));
-    thread->start();
-    QVERIFY(thread->wait(patience));
-    QCOMPARE(inOtherThread, QStringLiteral("demo.Viewer.instance_7"));
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (Asker &asker : askers) {
+        threads.emplace_back(QThread::create([&control, &asker] {
+            for (int i = 0; i < rounds; ++i) {
+                asker.right += control.getAppInstanceIdByPid(asker.process) == asker.instanceId;
+            }
+        }));
+    }
+    for (const auto &thread : threads) {
+        thread->start();
+    }
+    for (const auto &thread : threads) {
+        QVERIFY(thread->wait(patience));
+    }
+    for (const Asker &asker : askers) {
+        QCOMPARE(asker.right, rounds);
+    }
 }
 
 OSTREL_TEST_MAIN(TestProcessLookup)

@@ -5,9 +5,10 @@
 #include "warnings.h"
 
 #include "DBus/types_p.h"
-#include "Ostrel/control.h"
+#include "Ostrel/control_p.h"
 #include "Ostrel/task_invoker.h"
 
+#include <QtCore/QMetaMethod>
 #include <QtCore/QSequentialIterable>
 #include <QtCore/QThread>
 #include <QtDBus/QDBusMetaType>
@@ -74,6 +75,7 @@ private Q_SLOTS:
     void secondTimeChangesNothing();
     void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
+    void stateChangesComeToASlotOfThisForm();
 };
 
 void TestRegistration::nothingIsKnownBefore()
@@ -236,6 +238,20 @@ void TestRegistration::queuedSignalsCarryTheTypes()
     thread.quit();
     QVERIFY(thread.wait(20000));
     QCOMPARE(warnings.texts(), QStringList());
+}
+
+// The names of the parameters are a part of the meta-object, and so of the interface.
+void TestRegistration::stateChangesComeToASlotOfThisForm()
+{
+    const QMetaObject &proxy = Ostrel::ControlPrivate::staticMetaObject;
+    QCOMPARE(proxy.methodCount() - proxy.methodOffset(), 1);
+    const QMetaMethod slot = proxy.method(proxy.methodOffset());
+    QCOMPARE(slot.methodType(), QMetaMethod::Slot);
+    QCOMPARE(slot.access(), QMetaMethod::Private);
+    QCOMPARE(slot.methodSignature(), QByteArrayLiteral("onStateChanged(QString,QVariantMap)"));
+    QCOMPARE(
+        slot.parameterNames(),
+        (QList<QByteArray>{QByteArrayLiteral("appInstanceId"), QByteArrayLiteral("debugParams")}));
 }
 
 OSTREL_TEST_MAIN(TestRegistration)
