@@ -17,6 +17,18 @@
  * They declare no constructors and no default member values, so that a default-constructed record
  * has empty strings and an empty map, but numbers without a defined value; write
  * `RunningApplication application{};` for zeros.
+ *
+ * Their `properties` hold texts, numbers, truth values, lists of texts and bytes as such. Other
+ * arrays, structures and maps among them are a QDBusArgument, of which `toList()` and `toMap()` are
+ * empty without a word. qdbus_cast() reads one as what its signature says:
+ *
+ * @code
+ * const auto windows =
+ *     application.properties.value(QStringLiteral("Windows")).value<QDBusArgument>();
+ * if (windows.currentSignature() == QLatin1String("ai")) {
+ *     const auto numbers = qdbus_cast<QList<int>>(windows);
+ * }
+ * @endcode
  */
 
 namespace Ostrel

@@ -28,8 +28,8 @@ class ControlPrivate;
  * Each request is one call to the lifecycle service, and its outcome is what the function returns.
  * The service may be absent when the object is made, may come and go: each request stands for
  * itself, nothing is queued or repeated, and the signals arrive from whoever is the service at the
- * time. Signals that the service sends while it does not run, or before the object was made, are
- * lost.
+ * time. What happens while no service runs, or happened before the object was made, is not told
+ * later. A signal that comes right behind a change of the service's owner may be lost, too.
  *
  * @code
  * Ostrel::Control *control = Ostrel::Control::instance();
@@ -52,7 +52,30 @@ class ControlPrivate;
  *
  * The object uses the session bus. Signals are delivered by the event loop of the thread that made
  * the object; the requests need no loop. Like any QObject it belongs to one thread and is used
- * there; only the two look-ups by process may be called from any thread.
+ * there; only the two look-ups by process may be called from any thread. It stays there: do not use
+ * `moveToThread()`, which would take one part of the signals along and leave the other.
+ *
+ * A thread that keeps a Control has to run its event loop. Until it does, the signals of the
+ * service are kept in memory, without a limit (a thousand of them take more than a megabyte). A
+ * thread without a loop makes a Control for its requests alone, and destroys it behind them.
+ *
+ * The maps that come with signals and results (`details`) hold plain values, but arrays,
+ * structures and maps within them come as a QDBusArgument (lists of texts and bytes do not):
+ * `toList()` and `toMap()` of such a value are empty without a word. qdbus_cast() reads it, and
+ * only as what it is; look at its signature first, since another type ends the process.
+ *
+ * @code
+ * const auto windows = result.details.value(QStringLiteral("Windows")).value<QDBusArgument>();
+ * if (windows.currentSignature() == QLatin1String("ai")) {
+ *     const auto numbers = qdbus_cast<QList<int>>(windows);
+ * }
+ * @endcode
+ *
+ * The texts that a request sends go out as given, as far as D-Bus can hold them: one ends at a
+ * character U+0000, and half of a surrogate pair arrives as "?". A message takes 128 MiB, and each
+ * map in it 64 MiB; a request with more fails without being sent. A message bus may be configured
+ * to take less (system buses take 32 MiB unless told otherwise), and drops the connection of a
+ * program that sends more.
  *
  * A connection to the bus that is lost does not come back: when the message bus itself has ended,
  * every later request of the process fails. Let the event loop run once before the first request
@@ -103,11 +126,14 @@ public:
      * This makes the bus call "Start" (signature "s", answered by "sa{sv}") on the service's
      * ".Control1" interface, and blocks until it is answered.
      *
-     * @param appId  the identifier of the application. It goes out exactly as given.
+     * @param appId  the identifier of the application. It goes out as given.
      * @return the instance's identifier and details, and an error that is none. On failure both are
      *         empty, and the error has the code of the service's own error, or Error::Failed when
      *         the service is absent, ends before it answers, answers with other types, or lets the
-     *         bus's time limit pass, and when there is no bus. A service may answer with an error
+     *         bus's time limit pass, when there is no bus, and when the identifier is too large for
+     *         a message. Errors of the message bus itself keep the codes that Error has for them:
+     *         AccessDenied, when it does not let the call pass, InvalidArgs and NotSupported. A
+     *         service may answer with an error
      *         reply of the name "NoError": both are empty then, too, and the error is none but has
      *         the reply's message.
      */
@@ -120,10 +146,15 @@ public:
      * service's ".Control1" interface, and blocks until it is answered. Of the parameters, exactly
      * those that were set are sent.
      *
-     * @param appId   the identifier of the application. It goes out exactly as given.
+     * @param appId   the identifier of the application. It goes out as given.
      * @param params  the conditions. JSON values among them travel as what they are on the bus. A
-     *                value that no message can hold (of a type that is not registered with QtDBus,
-     *                or more than 64 containers deep) keeps the call from being made.
+     *                value that no message can hold keeps the call from being made, wherever in
+     *                lists and maps it stands: an invalid QVariant, a value of a type that is not
+     *                registered with QtDBus, a JSON null, an empty object path or signature, an
+     *                invalid file descriptor, one that is more than 64 containers deep, and one
+     *                that makes the map larger than 64 MiB. What a QDBusArgument or a structure of
+     *                the caller's own writes is not looked into: that it fits into a message is the
+     *                caller's duty, and another one ends the process or its connection to the bus.
      * @return as for start(), and Error::Failed with a message that begins with "Marshalling
      *         failed: " for a value that cannot be sent.
      */
@@ -135,8 +166,8 @@ public:
      * This makes the bus call "Terminate" (signature "s") on the service's ".Control1" interface,
      * and blocks until it is answered.
      *
-     * @param appInstanceId  the identifier of the instance, as start() returned it. It goes out
-     *                       exactly as given.
+     * @param appInstanceId  the identifier of the instance, as start() returned it. It goes out as
+     *                       given.
      * @return an error that is none on success, whatever values the answer carries; otherwise the
      *         code and message of the service's own error, or Error::Failed as for start().
      */
@@ -164,29 +195,32 @@ public:
      * Returns the identifier of the application that a process belongs to.
      *
      * It is read from the process's memory control group ("/proc/PID/cgroup", below the folder that
-     * the environment variable "OSTREL_ROOTFS" names, if it is set). No bus call is made, and any
-     * thread may call it as long as no other thread changes the environment.
+     * the environment variable "OSTREL_ROOTFS" names, if it is set; its text is put in front as it
+     * is, without a separator). No bus call is made, and any thread may call it as long as no other
+     * thread changes the environment.
      *
      * The file is the kernel's, but a process that may name control groups can make it tell
      * anything; do not decide on access rights by it.
      *
      * @param pid  the number of the process, as this process sees it.
-     * @return the identifier, cut to 127 bytes of UTF-8; null when the process does not exist, is
-     *         not one that the service manages, or the system has no memory control groups of the
-     *         first version.
+     * @return the identifier, cut to 127 bytes of UTF-8; a cut one is not the application's. It is
+     *         null when the process does not exist, is not one that the service manages, or the
+     *         system has no memory control groups of the first version.
      */
     QString getAppIdByPid(int pid) const;
 
     /**
      * Returns the identifier of the instance that a process belongs to.
      *
-     * As getAppIdByPid(), and with the same limits.
+     * As getAppIdByPid().
      *
      * @param pid  the number of the process, as this process sees it.
-     * @return the application's identifier, followed by "." and the instance's own part
-     *         ("instance_…", together with the identifier's cut at most 159 bytes of UTF-8 long) if
-     *         it has one, or the application's identifier alone for an application of one instance;
-     *         null as for getAppIdByPid(), and for a control group that is named otherwise.
+     * @return the application's identifier, "." and the instance's own part ("instance_…"); or the
+     *         application's identifier alone, for an application that has one instance. It is null
+     *         where getAppIdByPid() is, and for an instance whose part is named otherwise. The
+     *         application's identifier is cut to 127 bytes of UTF-8, and the instance's part to
+     *         159; what has been cut identifies nothing any more. If both are too long, this and
+     *         getAppIdByPid() are null.
      */
     QString getAppInstanceIdByPid(int pid) const;
 
@@ -213,9 +247,15 @@ Q_SIGNALS:
     /**
      * The state of an instance has changed.
      *
+     * A connection by text is spelled `SIGNAL(stateChanged(QString,ApplicationState))`, without the
+     * namespace. As with all signals of this class, one that the service sends with other values,
+     * or with further ones, is dropped.
+     *
      * @param appInstanceId  the identifier of the instance.
-     * @param state          the new state: any number that the service sent, and 0 for a value that
-     *                       is no number. A change that names no state is left out.
+     * @param state          the new state: any number that the service sent, also as a text that
+     *                       reads as one. Of a number beyond 32 bits, the lower 32 are taken; a
+     *                       value that is no number counts as 0. A change that names no state is
+     *                       left out.
      */
     void stateChanged(const QString &appInstanceId, ApplicationState state);
 

@@ -41,7 +41,8 @@ public:
     /**
      * Constructs parameters from @p params, which is adopted as it is. Its keys are the ones that
      * the functions below name; others are kept, and travel to the service unchanged. A value that
-     * no message can hold makes the call fail that it is sent with.
+     * no message can hold makes the call fail that it is sent with. A QDBusArgument or a structure
+     * of the caller's own is not looked into: what it writes has to fit into a message.
      */
     DebugParams(const QVariantMap &params);
 

@@ -15,7 +15,7 @@ namespace Ostrel
 // Returns true and fills both buffers, cutting to their sizes, which count the terminating zero. If
 // there is nothing to be found, it returns false and touches neither.
 //
-// It uses the stack alone, so that any thread may call it.
+// It keeps no state of its own, so that any thread may call it.
 bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instance,
                       std::size_t instanceSize);
 

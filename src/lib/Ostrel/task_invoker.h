@@ -55,10 +55,18 @@ class TaskInvokerPrivate;
  * service comes later or comes back; construct another one then. Its calls are sent all the same.
  * Whoever owns the service's name at the time is who is spoken to and listened to.
  *
+ * Texts go out as given, as far as D-Bus can hold them: one ends at a character U+0000, and half of
+ * a surrogate pair arrives as "?". A message bus may be configured to take less than the 128 MiB
+ * that D-Bus allows for a message (system buses take 32 MiB unless told otherwise), and drops the
+ * connection of a program that sends more.
+ *
  * The object belongs to the thread that constructs it: it is used there and stays there, and this
  * thread's event loop runs its callbacks and emits its signals. A callback or a slot may do
  * anything, deleting the invoker included; what would have come after is dropped then. Nothing that
  * the service sends can crash the program: list entries of unexpected types hold default values.
+ *
+ * A thread that keeps an invoker has to run its event loop. Until it does, what the service
+ * announces is kept in memory, without a limit.
  */
 class OSTREL_EXPORT TaskInvoker : public QObject
 {
@@ -147,10 +155,16 @@ public:
      *
      * @param name        names the task.
      * @param startupInfo what the task is started with.
-     * @param hints       how the service is to run it. Both maps go out exactly as they are. One
-     *                    that holds a value which no message can hold, such as an invalid QVariant
-     *                    or one of a type that D-Bus does not know, fails the call before it is
-     *                    sent.
+     * @param hints       how the service is to run it. Both maps go out as they are, and JSON
+     *                    values in them as what they are on the bus. One with a value that no
+     *                    message can hold, wherever in lists and maps it stands, fails the call
+     *                    before it is sent: an invalid QVariant, a value of a type that is not
+     *                    registered with QtDBus, a JSON null, an empty object path or signature, an
+     *                    invalid file descriptor, one that is more than 64 containers deep, or one
+     *                    that makes a map larger than 64 MiB or the message larger than 128 MiB.
+     *                    What a QDBusArgument or a structure of the caller's own writes is not
+     *                    looked into: that it fits into a message is the caller's duty, and another
+     *                    one ends the process or its connection to the bus.
      * @param callback    receives the outcome, exactly once if the invoker lives, from the event
      *                    loop and never from within this function. On success it gets the number of
      *                    the service's answer, whose meaning is for the service to say, and an
@@ -159,8 +173,10 @@ public:
      *                    service's own error, or Error::Failed when the service is absent, ends
      *                    before it answers, answers with another type, or lets the bus's time limit
      *                    pass (25 seconds by default), when there is no bus, when the task type
-     *                    makes no valid path, and when a map cannot be sent ("Marshalling failed:"
-     *                    and the reason). It is copied and kept until then. It may be empty: the
+     *                    makes no valid path, and when the name or a map cannot be sent
+     *                    ("Marshalling failed:" and the reason). Errors of the message bus itself
+     *                    keep the codes that Error has for them: AccessDenied, InvalidArgs and
+     *                    NotSupported. It is copied and kept until then. It may be empty: the
      *                    outcome is dropped then.
      *
      * Callbacks run in the order in which the answers arrive, which need not be the order of the

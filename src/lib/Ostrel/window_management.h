@@ -68,8 +68,9 @@ public:
      * Reports the status of one window, and returns at once.
      *
      * This makes the bus call "UpdateWindowStatus" (signature "siii", answered by "u") on the
-     * service's ".WindowManagement1" interface. The string and the three numbers go out exactly as
-     * given; what they mean, and which of them are valid, is for the service to say.
+     * service's ".WindowManagement1" interface. The string and the three numbers go out as given (a
+     * text ends at a character U+0000, and half of a surrogate pair arrives as "?"); what they
+     * mean, and which of them are valid, is for the service to say.
      *
      * @param window   names the window.
      * @param status   the status of the window.
@@ -80,11 +81,12 @@ public:
      *                 is destroyed, the callback is dropped and never runs.
      * @param callback receives the outcome, exactly once if the context lives, and never from
      *                 within this function. On success it gets the state that the service assigned,
-     * any number included, and an Error that is no error. On failure it gets
+     *                 any number included, and an Error that is no error. On failure it gets
      *                 ApplicationStateUnknown (255) and the Error: the code of the service's own
      *                 error, or Error::Failed when the service is absent, ends before it answers,
      *                 answers with another type, or lets the bus's time limit pass (25 seconds by
-     *                 default), and when there is no bus. A service may answer with an error reply
+     *                 default), when there is no bus, and when @p window is too large for a message
+     *                 (128 MiB). A service may answer with an error reply
      *                 of the name "NoError": that gives 255, too, and an Error that is no error but
      *                 has the reply's message. The callback is copied and kept until then, and
      *                 may delete any object, the context and this one included. An empty one makes
