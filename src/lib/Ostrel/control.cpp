@@ -28,11 +28,8 @@ namespace
 // holds none.
 template <typename Record> void read(const QVariant &value, QVector<Record> &records)
 {
-    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        value.value<QDBusArgument>() >> records;
-    } else {
-        records = QVector<Record>();
-    }
+    // Of any other value that is an empty argument, which reads as no array.
+    value.value<QDBusArgument>() >> records;
 }
 
 } // namespace

@@ -25,11 +25,8 @@ namespace
 // Replaces the records by those that a property holds. What holds no list of records holds none.
 template <typename Record> void read(const QVariant &value, QVector<Record> &records)
 {
-    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        value.value<QDBusArgument>() >> records;
-    } else {
-        records = QVector<Record>();
-    }
+    // Of any other value that is an empty argument, which reads as no array.
+    value.value<QDBusArgument>() >> records;
 }
 
 // The number that an answer begins with, or 0. An error reply may begin with anything: its
