@@ -6,6 +6,7 @@
 #include <QtCore/QSocketNotifier>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,8 +19,11 @@ int writeEnd = -1;
 
 void onSignal(int /*number*/)
 {
+    // It may come between a call of the C library and the look at what went wrong in it.
+    const int error = errno;
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, 1);
+    errno = error;
 }
 
 void handleSignals(void (*handler)(int))

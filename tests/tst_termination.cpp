@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "termination.h"
+#include "test_main.h"
+
+#include <QtTest/QSignalSpy>
+
+#include <cerrno>
+#include <csignal>
+
+// How the programs learn that they are to end.
+class TestTermination : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void signalsComeFromTheEventLoop_data();
+    void signalsComeFromTheEventLoop();
+    void interruptedCodeKeepsItsError();
+};
+
+void TestTermination::signalsComeFromTheEventLoop_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+}
+
+void TestTermination::signalsComeFromTheEventLoop()
+{
+    QFETCH(int, number);
+    const Termination termination;
+    QSignalSpy requested(&termination, &Termination::requested);
+    std::raise(number);
+    QCOMPARE(requested.size(), 0);
+    QVERIFY(requested.wait());
+}
+
+// More signals than anybody keeps count of. What cannot be written down is no news.
+void TestTermination::interruptedCodeKeepsItsError()
+{
+    const Termination termination;
+    for (int i = 0; i < 100000; ++i) {
+        errno = ENOENT;
+        std::raise(SIGTERM);
+        if (errno != ENOENT) {
+            QFAIL(qPrintable(QStringLiteral("signal %1 left error %2").arg(i).arg(errno)));
+        }
+    }
+}
+
+OSTREL_TEST_MAIN(TestTermination)
+
+#include "tst_termination.moc"
