@@ -9,12 +9,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
-#include <QtCore/QRegularExpression>
 
-#include <csignal>
 #include <optional>
 
 // The commands of application control, as a user types them and as a script reads them.
@@ -38,55 +33,23 @@ private Q_SLOTS:
     void whichPrintsTheApplication();
     void failuresAreTold_data();
     void failuresAreTold();
-    void watchPrintsEvents();
-    void watchPrintsJson();
-    void watchEndsWithTheBus();
-    void watchWithoutBus();
+    void controlCharactersAreEscaped();
     void tellsMistakes_data();
     void tellsMistakes();
 
 private:
     static Result ostrelctl(const QStringList &arguments);
+
     MethodFaults next(const char *method) const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
     }
     // Has the next list hold one application and one service.
     void arrangeList() const;
-    void emitEvents() const;
 
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
 };
-
-namespace
-{
-
-// A watcher, when it watches.
-class Watcher : public Process
-{
-    Q_OBJECT
-
-public:
-    explicit Watcher(const QStringList &options = {})
-        : Process(QStringLiteral(OSTRELCTL), QStringList(QStringLiteral("watch")) + options)
-    {
-        setProcessChannelMode(QProcess::MergedChannels);
-        start();
-    }
-
-    // Ends it as Ctrl-C does, and returns its exit status.
-    int interrupt()
-    {
-        ::kill(pid_t(processId()), SIGINT);
-        return waitForFinished(patience) && exitStatus() == QProcess::NormalExit ? exitCode() : -1;
-    }
-};
-
-const QString watching = // clazy:exclude=non-pod-global-static
-    QStringLiteral("watching the applications; Ctrl-C ends it");
-
-} // namespace
 
 Result TestOstrelctlControl::ostrelctl(const QStringList &arguments)
 {
@@ -115,18 +78,6 @@ void TestOstrelctlControl::arrangeList() const
                                             "a(ssiua{sv}) 1 demo.Viewer decoder -1 3 0")));
 }
 
-void TestOstrelctlControl::emitEvents() const
-{
-    const auto send = [this](const QString &member, const QVariantList &arguments) {
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
-    };
-    const QString id = QStringLiteral("a.b.instance_1");
-    send(QStringLiteral("Started"), {id, QVariantMap{{QStringLiteral("Pid"), 17}}});
-    send(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 255U}}});
-    send(QStringLiteral("SelectedByOom"), {QStringLiteral("1\n7")});
-    send(QStringLiteral("Terminated"), {id, QVariantMap()});
-}
-
 void TestOstrelctlControl::startPrintsTheInstance()
 {
     next("Start").answerNext({QStringLiteral("one"), QVariantMap()});
@@ -140,13 +91,15 @@ void TestOstrelctlControl::startPrintsTheInstance()
 
 void TestOstrelctlControl::startPrintsAnyDetailsAsJson()
 {
-    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                           QStringLiteral("Start"), QStringLiteral("2")}
-                   + wordsOf(QStringLiteral(
-                       "s one a{sv} 13 a y 7 b n -3 c q 4 d d 1.5 e o /p f g as g v s x "
-                       "h ay 2 0 255 i (sai) x 2 1 2 j a{is} 1 3 x k a{sv} 1 l b true m as 0 "
-                       "n x -9007199254740992")));
+    busctlDesk(
+        *m_bus, QStringLiteral("AnswerNext"),
+        QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+                    QStringLiteral("Start"), QStringLiteral("2")}
+            + wordsOf(QStringLiteral(
+                "s one a{sv} 18 a y 7 b n -3 c q 4 d d 1.5 e o /p f g as g v s x "
+                "h ay 2 0 255 i (sai) x 2 1 2 j a{is} 1 3 x k a{sv} 1 l b true m as 0 "
+                "n x -9007199254740992 o x -9007199254740993 p t 9007199254740992 "
+                "q t 9007199254740993 r x -9223372036854775808 t av 1 t 18446744073709551615")));
     const Result result =
         ostrelctl({QStringLiteral("start"), QStringLiteral("--json"), QStringLiteral("a.b")});
     QCOMPARE(result.errors, QString());
@@ -154,7 +107,9 @@ void TestOstrelctlControl::startPrintsAnyDetailsAsJson()
         result.output,
         QStringLiteral(R"({"appInstanceId":"one","details":{"a":7,"b":-3,"c":4,"d":1.5,"e":"/p",)"
                        R"("f":"as","g":"x","h":[0,255],"i":["x",[1,2]],"j":{"3":"x"},)"
-                       R"("k":{"l":true},"m":[],"n":-9007199254740992}})"
+                       R"("k":{"l":true},"m":[],"n":-9007199254740992,"o":"-9007199254740993",)"
+                       R"("p":9007199254740992,"q":"9007199254740993",)"
+                       R"("r":"-9223372036854775808","t":["18446744073709551615"]}})"
                        "\n"));
     QCOMPARE(result.exitStatus, 0);
 }
@@ -189,6 +144,10 @@ void TestOstrelctlControl::debugSendsWhatIsGiven_data()
                            << QVariantMap{{QStringLiteral("stdoutFile"), QStringLiteral("/o")},
                                           {QStringLiteral("stderrFile"),
                                            QDir::current().absoluteFilePath(QStringLiteral("e"))}};
+    QTest::newRow("file in a folder")
+        << words("--stdout a/o")
+        << QVariantMap{{QStringLiteral("stdoutFile"),
+                        QDir::current().absoluteFilePath(QStringLiteral("a/o"))}};
 }
 
 void TestOstrelctlControl::debugSendsWhatIsGiven()
@@ -231,7 +190,7 @@ void TestOstrelctlControl::psPrintsATable()
     QCOMPARE(result.output,
              QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES\n"
                             "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-                            "Size=18446744073709552000\n"
+                            "Size=18446744073709551615\n"
                             "demo.Viewer  decoder  -1   3           -\n"));
     QCOMPARE(result.exitStatus, 0);
 
@@ -247,7 +206,7 @@ void TestOstrelctlControl::psPrintsJson()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
              QStringLiteral(R"~({"applications":[{"appId":"demo.Viewer","kind":2,"pid":17,)~"
-                            R"~("properties":{"Name":"x\ny","Size":18446744073709552000},)~"
+                            R"~("properties":{"Name":"x\ny","Size":"18446744073709551615"},)~"
                             R"~("state":4294967295}],"services":[{"appId":"demo.Viewer",)~"
                             R"~("name":"decoder","pid":-1,"properties":{},"state":3}]})~"
                             "\n"));
@@ -268,7 +227,7 @@ void TestOstrelctlControl::psFitsTheTerminal()
     };
     QCOMPARE(widthsAt(200).at(1),
              QStringLiteral("demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-                            "Size=18446744073709552000"));
+                            "Size=18446744073709551615"));
     QCOMPARE(widthsAt(55),
              (QStringList{
                  QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES"),
@@ -289,7 +248,7 @@ void TestOstrelctlControl::whichPrintsTheApplication_data()
     QTest::addColumn<QString>("errors");
     QTest::addColumn<QString>("json");
 
-    const QString none = QStringLiteral("error: process 17 belongs to no application\n");
+    const QString none = QStringLiteral("error: Failed: process 17 belongs to no application\n");
     QTest::newRow("instance")
         << QByteArray("/ostrel-helper/a.b/instance_1") << QStringLiteral("a.b a.b.instance_1\n")
         << QString()
@@ -302,7 +261,9 @@ void TestOstrelctlControl::whichPrintsTheApplication_data()
         << QByteArray("/ostrel-helper/a.b/x") << QStringLiteral("a.b -\n") << QString()
         << QStringLiteral(R"({"appId":"a.b","appInstanceId":null,"pid":17})");
     QTest::newRow("none") << QByteArray("/user.slice/x") << QString() << none
-                          << QStringLiteral(R"({"appId":null,"appInstanceId":null,"pid":17})");
+                          << QStringLiteral(R"({"appId":null,"appInstanceId":null,"error":)"
+                                            R"({"code":1,"message":"process 17 belongs to no )"
+                                            R"(application","name":"Failed"},"pid":17})");
 }
 
 // It needs no bus.
@@ -340,104 +301,61 @@ void TestOstrelctlControl::failuresAreTold_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("method");
-    const auto row = [](const char *method, const QStringList &arguments) {
-        QTest::newRow(method) << arguments << QByteArray(method);
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("name");
+    const auto row = [](const char *method, const QStringList &arguments, int code = 3,
+                        const char *name = "HandlerFailed") {
+        QTest::newRow(method) << arguments << QByteArray(method) << code
+                              << QString::fromLatin1(name);
     };
     row("Start", {QStringLiteral("start"), QStringLiteral("a")});
     row("StartDebug", {QStringLiteral("debug"), QStringLiteral("a")});
     row("Terminate", {QStringLiteral("terminate"), QStringLiteral("a")});
+    // The library does not look at the error's name there.
+    row("GetRunningApplications", {QStringLiteral("ps")}, 1, "Failed");
 }
 
 void TestOstrelctlControl::failuresAreTold()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, method);
+    QFETCH(int, code);
+    QFETCH(QString, name);
     for (const bool json : {false, true}) {
         next(method.constData())
             .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
         const Result result =
             ostrelctl(arguments + (json ? QStringList(QStringLiteral("--json")) : QStringList()));
-        QCOMPARE(
-            result.output,
-            json ? QStringLiteral(R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
-                                  "\n")
-                 : QString());
-        QCOMPARE(result.errors, QStringLiteral("error: HandlerFailed: no\n"));
+        QCOMPARE(result.output,
+                 json ? QStringLiteral(R"({"error":{"code":%1,"message":"no","name":"%2"}})"
+                                       "\n")
+                            .arg(code)
+                            .arg(name)
+                      : QString());
+        QCOMPARE(result.errors, QStringLiteral("error: %1: no\n").arg(name));
         QCOMPARE(result.exitStatus, 1);
     }
-    next("GetRunningApplications")
-        .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
-    const Result list = ostrelctl({QStringLiteral("ps")});
-    QCOMPARE(list.output, QString());
-    QCOMPARE(list.errors, QStringLiteral("error: Failed: no\n"));
-    QCOMPARE(list.exitStatus, 1);
 }
 
-void TestOstrelctlControl::watchPrintsEvents()
+// What the service sends has no power over the terminal, nor over the reader of JSON.
+void TestOstrelctlControl::controlCharactersAreEscaped()
 {
-    Watcher watcher;
-    QCOMPARE(watcher.readLine(), watching);
-    emitEvents();
-    const QStringList expected{
-        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
-        QStringLiteral("stateChanged   a.b.instance_1 255"),
-        QStringLiteral("selectedByOom  1\\n7"),
-        QStringLiteral("terminated     a.b.instance_1 {}"),
-    };
-    static const QRegularExpression line(
-        QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
-    for (const QString &event : expected) {
-        QCOMPARE(line.match(watcher.readLine()).captured(1), event);
-    }
-    QCOMPARE(watcher.interrupt(), 0);
-}
+    const QString id = QStringLiteral("a\x1b[2J\u009b\x7f\u00a0");
+    next("Start").answerNext({id, QVariantMap()});
+    QCOMPARE(ostrelctl({QStringLiteral("start"), QStringLiteral("a")}).output,
+             id + QLatin1Char('\n'));
 
-void TestOstrelctlControl::watchPrintsJson()
-{
-    Watcher watcher({QStringLiteral("--json")});
-    QCOMPARE(watcher.readLine(), watching);
-    emitEvents();
-    const QStringList expected{
-        QStringLiteral(
-            R"({"appInstanceId":"a.b.instance_1","details":{"Pid":17},"event":"started"})"),
-        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","event":"stateChanged","state":255})"),
-        QStringLiteral(R"({"event":"selectedByOom","processId":"1\n7"})"),
-        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","details":{},"event":"terminated"})"),
-    };
-    for (const QString &event : expected) {
-        QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
-        QVERIFY(
-            QDateTime::fromString(object.take(QStringLiteral("time")).toString(), Qt::ISODateWithMs)
-                .isValid());
-        QCOMPARE(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)), event);
-    }
-    QCOMPARE(watcher.interrupt(), 0);
-}
+    next("Start").answerNext({id, QVariantMap()});
+    const Result terminal =
+        run(QStringLiteral("script"),
+            {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
+             QStringLiteral(OSTRELCTL " start a"), QStringLiteral("/dev/null")});
+    QCOMPARE(terminal.output, QStringLiteral("a\\x1b[2J\\x9b\\x7f\u00a0\r\n"));
 
-void TestOstrelctlControl::watchEndsWithTheBus()
-{
-    PrivateBus bus;
-    Watcher watcher;
-    QCOMPARE(watcher.readLine(), watching);
-    bus.end();
-    QCOMPARE(watcher.readLine(), QStringLiteral("error: the bus went away"));
-    QVERIFY(watcher.waitForFinished(patience));
-    QCOMPARE(watcher.exitCode(), 1);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
-}
-
-void TestOstrelctlControl::watchWithoutBus()
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                       QStringLiteral("unix:path=/nonexistent/session"));
-    const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
-    QCOMPARE(result.output, QString());
-    QCOMPARE(result.errors,
-             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
-                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
-                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
-    QCOMPARE(result.exitStatus, 1);
+    next("Start").answerNext({id, QVariantMap()});
+    QCOMPARE(
+        ostrelctl({QStringLiteral("start"), QStringLiteral("--json"), QStringLiteral("a")}).output,
+        QStringLiteral("{\"appInstanceId\":\"a\\u001b[2J\\u009b\\u007f\u00a0\",\"details\":{}}\n"));
 }
 
 void TestOstrelctlControl::tellsMistakes_data()
@@ -460,7 +378,15 @@ void TestOstrelctlControl::tellsMistakes_data()
     row("ps a", "unexpected argument \"a\"");
     row("watch a", "unexpected argument \"a\"");
     row("which", "PID is missing");
-    row("which x", "PID takes a whole number from -2147483648 to 2147483647, not \"x\"");
+    row("which x", "PID takes a whole number from 1 to 2147483647, not \"x\"");
+    row("which 0", "PID takes a whole number from 1 to 2147483647, not \"0\"");
+    row("which -1", "PID takes a whole number from 1 to 2147483647, not \"-1\"");
+    // A blank more makes an empty word.
+    row("start ", "APP is empty");
+    row("debug ", "APP is empty");
+    row("terminate ", "INSTANCE is empty");
+    row("debug --stdout  a", "--stdout takes the name of a file");
+    row("debug --stderr  a", "--stderr takes the name of a file");
 }
 
 void TestOstrelctlControl::tellsMistakes()

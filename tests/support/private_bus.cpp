@@ -5,6 +5,8 @@
 
 #include "files.h"
 
+#include <csignal>
+
 namespace
 {
 
@@ -39,4 +41,14 @@ PrivateBus::PrivateBus(std::optional<int> replyTimeout)
     m_daemon->start();
     m_address = m_daemon->readLine();
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toUtf8());
+}
+
+void PrivateBus::suspend()
+{
+    ::kill(pid_t(m_daemon->processId()), SIGSTOP);
+}
+
+void PrivateBus::resume()
+{
+    ::kill(pid_t(m_daemon->processId()), SIGCONT);
 }

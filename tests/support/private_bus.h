@@ -24,6 +24,10 @@ public:
     // Ends the bus; all connections to it are lost.
     void end() { m_daemon->end(); }
 
+    // Makes the bus hang: it takes connections, and answers nothing.
+    void suspend();
+    void resume();
+
 private:
     QTemporaryDir m_folder;
     std::unique_ptr<Process> m_daemon;

@@ -80,19 +80,38 @@ bool CommandLine::wantsJson() const
     return isSet(QStringLiteral("json"));
 }
 
-std::optional<int> CommandLine::number(int index) const
+std::optional<QString> CommandLine::text(int index) const
+{
+    const QString text = positional(index);
+    if (text.isEmpty()) {
+        tellMistake(QStringLiteral("%1 is empty").arg(m_positionals.at(index)));
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<int> CommandLine::number(int index, int least) const
 {
     bool ok = false;
     const int number = positional(index).toInt(&ok);
-    if (!ok) {
+    if (!ok || number < least) {
         tellMistake(QStringLiteral("%1 takes a whole number from %2 to %3, not \"%4\"")
                         .arg(m_positionals.at(index))
-                        .arg(std::numeric_limits<int>::min())
+                        .arg(least)
                         .arg(std::numeric_limits<int>::max())
                         .arg(positional(index)));
         return std::nullopt;
     }
     return number;
+}
+
+bool CommandLine::isFile(const QString &option) const
+{
+    if (isSet(option) && value(option).isEmpty()) {
+        tellMistake(QStringLiteral("--%1 takes the name of a file").arg(option));
+        return false;
+    }
+    return true;
 }
 
 std::optional<QStringList> CommandLine::assignments(const QString &option) const

@@ -7,6 +7,7 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QStringList>
 
+#include <limits>
 #include <optional>
 
 // The command line of one sub-command: its options, --help among them, and how its mistakes are
@@ -43,8 +44,14 @@ public:
 
     QString positional(int index) const { return m_parser.positionalArguments().at(index); }
 
-    // A positional argument as a number; without one, the mistake was told.
-    std::optional<int> number(int index) const;
+    // A positional argument that is not empty; without one, the mistake was told.
+    std::optional<QString> text(int index) const;
+
+    // A positional argument as a number from the least one on; without one, the mistake was told.
+    std::optional<int> number(int index, int least = std::numeric_limits<int>::min()) const;
+
+    // Whether an option names a file if it was given; if not, the mistake was told.
+    bool isFile(const QString &option) const;
 
     // The values of an option, each of the form NAME=VALUE; if one is not, the mistake was told.
     std::optional<QStringList> assignments(const QString &option) const;

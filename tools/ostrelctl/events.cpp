@@ -9,7 +9,6 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QTextStream>
 
 #include <cstdio>
 
@@ -24,7 +23,8 @@ UntilInterrupted::UntilInterrupted(QDBusConnection bus)
 
 void UntilInterrupted::onDisconnected()
 {
-    QTextStream(stderr) << "error: the bus went away\n";
+    reportError(Ostrel::Error(Ostrel::Error::Failed, QStringLiteral("the bus went away")),
+                std::nullopt);
     QCoreApplication::exit(OperationFailed);
 }
 
@@ -32,7 +32,7 @@ void printEvent(bool asJson, const QString &event, QJsonObject object, const QSt
 {
     const QDateTime now = QDateTime::currentDateTime();
     if (asJson) {
-        object.insert(QStringLiteral("time"), now.toString(Qt::ISODateWithMs));
+        object.insert(QStringLiteral("time"), now.toUTC().toString(Qt::ISODateWithMs));
         object.insert(QStringLiteral("event"), event);
         printJson(object);
     } else {

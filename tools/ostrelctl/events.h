@@ -25,8 +25,8 @@ private:
     Termination m_termination;
 };
 
-// Prints one event with the time: as text, or as JSON with "time" and "event" added. When nobody
-// reads along any more, the event loop ends.
+// Prints one event with the time: as text, or as JSON with "time" (UTC) and "event" added. When
+// nobody reads along any more, the event loop ends.
 void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text);
 
 #endif

@@ -66,6 +66,14 @@ QJsonValue read(const QDBusArgument &argument)
     }
 }
 
+// Readers of JSON take a number for a double. One that would come out as another is a string.
+template <typename Number> QJsonValue integer(Number number)
+{
+    constexpr qint64 largest = qint64(1) << 53;
+    const bool isExact = number <= Number(largest) && (number >= 0 || qint64(number) >= -largest);
+    return isExact ? QJsonValue(qint64(number)) : QJsonValue(QString::number(number));
+}
+
 QJsonArray toJson(const QByteArray &bytes)
 {
     QJsonArray array;
@@ -100,6 +108,10 @@ QJsonValue toJson(const QVariant &value)
     case QMetaType::Short:
     case QMetaType::UShort:
         return value.toInt();
+    case QMetaType::LongLong:
+        return integer(value.toLongLong());
+    case QMetaType::ULongLong:
+        return integer(value.toULongLong());
     case QMetaType::QByteArray:
         return toJson(value.toByteArray());
     default:
@@ -116,16 +128,27 @@ QJsonObject toJson(const QVariantMap &map)
     return object;
 }
 
+namespace
+{
+
+QString text(const QVariant &value)
+{
+    if (value.userType() == QMetaType::LongLong || value.userType() == QMetaType::ULongLong) {
+        return value.toString();
+    }
+    // A document is an array or an object; the brackets come off again.
+    const QByteArray array =
+        QJsonDocument(QJsonArray{toJson(value)}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1, array.size() - 2));
+}
+
+} // namespace
+
 QString propertiesText(const QVariantMap &map)
 {
     QStringList entries;
-    const QJsonObject object = toJson(map);
-    for (auto entry = object.begin(); entry != object.end(); ++entry) {
-        // A document is an array or an object; the brackets come off again.
-        const QByteArray value =
-            QJsonDocument(QJsonArray{entry.value()}).toJson(QJsonDocument::Compact);
-        entries.append(entry.key() + QLatin1Char('=')
-                       + QString::fromUtf8(value.mid(1, value.size() - 2)));
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+        entries.append(entry.key() + QLatin1Char('=') + text(entry.value()));
     }
     return entries.join(QLatin1Char(' '));
 }

@@ -11,6 +11,7 @@
 #include <QtCore/QTextStream>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace
 {
@@ -45,11 +46,11 @@ QString nameOf(Ostrel::Error::Code code)
 
 } // namespace
 
-void reportError(const Ostrel::Error &error, QDBusConnection::BusType bus)
+void reportError(const Ostrel::Error &error, std::optional<QDBusConnection::BusType> bus)
 {
     QTextStream err(stderr);
     err << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message()) << Qt::endl;
-    const QString advice = adviceOn(error, bus);
+    const QString advice = bus ? adviceOn(error, *bus) : QString();
     if (!advice.isNull()) {
         err << "hint: " << advice << '\n';
     }
@@ -64,16 +65,23 @@ QJsonObject toJson(const Ostrel::Error &error)
 
 void printLine(const QString &line)
 {
-    QTextStream(stdout) << line << '\n';
+    QTextStream(stdout) << (isatty(STDOUT_FILENO) != 0 ? onOneLine(line) : line) << '\n';
 }
 
 void printJson(const QJsonObject &document)
 {
-    printLine(QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact)));
+    // The writer escapes the control characters that JSON wants escaped. Terminals obey others,
+    // too.
+    QString text = QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact));
+    for (ushort character = 0x7f; character < 0xa0; ++character) {
+        text.replace(QChar(character),
+                     QStringLiteral("\\u%1").arg(character, 4, 16, QLatin1Char('0')));
+    }
+    printLine(text);
 }
 
 int conclude(const Ostrel::Error &error, bool asJson, QJsonObject result, const QString &text,
-             QDBusConnection::BusType bus)
+             std::optional<QDBusConnection::BusType> bus)
 {
     if (asJson) {
         if (error) {

@@ -34,7 +34,11 @@ int start(const QStringList &arguments)
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    return report(ControlClient().start(line.positional(0)), line.wantsJson());
+    const auto app = line.text(0);
+    if (!app) {
+        return BadUsage;
+    }
+    return report(ControlClient().start(*app), line.wantsJson());
 }
 
 // The service has a working folder of its own.
@@ -76,8 +80,9 @@ int debug(const QStringList &arguments)
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    const auto environment = line.assignments(env);
-    if (!environment) {
+    const auto app = line.text(0);
+    const auto environment = app ? line.assignments(env) : std::nullopt;
+    if (!environment || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
         return BadUsage;
     }
 
@@ -103,7 +108,7 @@ int debug(const QStringList &arguments)
     if (line.isSet(stderrFile)) {
         params.setStderrFile(absolute(line.value(stderrFile)));
     }
-    return report(ControlClient().startDebug(line.positional(0), params), line.wantsJson());
+    return report(ControlClient().startDebug(*app, params), line.wantsJson());
 }
 
 } // namespace

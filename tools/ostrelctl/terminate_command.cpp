@@ -15,11 +15,15 @@ int run(const QStringList &arguments)
                      QStringLiteral("Terminates an instance of an application."));
     line.addJsonFlag();
     line.addPositional(QStringLiteral("INSTANCE"),
-                       QStringLiteral("Identifies the instance, as 'start' and 'which' print it."));
+                       QStringLiteral("Identifies the instance, as 'start' and 'watch' print it."));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    return conclude(ControlClient().terminate(line.positional(0)), line.wantsJson(), {});
+    const auto instance = line.text(0);
+    if (!instance) {
+        return BadUsage;
+    }
+    return conclude(ControlClient().terminate(*instance), line.wantsJson(), {});
 }
 
 } // namespace

@@ -8,9 +8,13 @@
 #include "json.h"
 #include "report.h"
 
+#include "DBus/names_p.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusReply>
 
 #include <cstdio>
 
@@ -92,7 +96,14 @@ int run(const QStringList &arguments)
     }
     const UntilInterrupted untilInterrupted(bus);
     const Watch watch(control, line.wantsJson());
-    QTextStream(stderr) << "watching the applications; Ctrl-C ends it\n";
+    QTextStream err(stderr);
+    err << "watching the applications; Ctrl-C ends it\n";
+    const QDBusReply<bool> isRunning =
+        bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
+    if (isRunning.isValid() && !isRunning.value()) {
+        err << "note: the service is not running yet\n";
+    }
+    err.flush();
     return QCoreApplication::exec();
 }
 

@@ -6,10 +6,6 @@
 #include "control_client.h"
 #include "report.h"
 
-#include <QtCore/QTextStream>
-
-#include <cstdio>
-
 namespace
 {
 
@@ -31,27 +27,28 @@ int run(const QStringList &arguments)
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    const auto pid = line.number(0);
+    const auto pid = line.number(0, 1);
     if (!pid) {
         return BadUsage;
     }
 
+    // A Control opens the session bus, and waits for one that hangs. This is the address of none.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     const Ostrel::Control control;
     const QString appId = control.getAppIdByPid(*pid);
     const QString instance = control.getAppInstanceIdByPid(*pid);
-    if (line.wantsJson()) {
-        printJson({{QStringLiteral("pid"), *pid},
-                   {QStringLiteral("appId"), orNull(appId)},
-                   {QStringLiteral("appInstanceId"), orNull(instance)}});
-    } else if (!appId.isNull()) {
-        printLine(
-            QStringLiteral("%1 %2").arg(appId, instance.isNull() ? QStringLiteral("-") : instance));
-    }
+    const QJsonObject result{{QStringLiteral("pid"), *pid},
+                             {QStringLiteral("appId"), orNull(appId)},
+                             {QStringLiteral("appInstanceId"), orNull(instance)}};
     if (appId.isNull()) {
-        QTextStream(stderr) << "error: process " << *pid << " belongs to no application\n";
-        return OperationFailed;
+        return conclude(
+            Ostrel::Error(Ostrel::Error::Failed,
+                          QStringLiteral("process %1 belongs to no application").arg(*pid)),
+            line.wantsJson(), result, QString(), std::nullopt);
     }
-    return Success;
+    return conclude(
+        Ostrel::Error(), line.wantsJson(), result,
+        QStringLiteral("%1 %2").arg(appId, instance.isNull() ? QStringLiteral("-") : instance));
 }
 
 } // namespace

@@ -1,0 +1,266 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QScopeGuard>
+
+#include <algorithm>
+#include <csignal>
+#include <optional>
+
+namespace
+{
+
+// A watcher, when it watches.
+class Watcher : public Process
+{
+    Q_OBJECT
+
+public:
+    explicit Watcher(const QStringList &options = {}, const QString &timeZone = QString())
+        : Process(QStringLiteral(OSTRELCTL), QStringList(QStringLiteral("watch")) + options)
+    {
+        if (!timeZone.isNull()) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QStringLiteral("TZ"), timeZone);
+            setProcessEnvironment(environment);
+        }
+        setProcessChannelMode(QProcess::MergedChannels);
+        start();
+    }
+
+    // Ends it as Ctrl-C does, and returns its exit status.
+    int interrupt()
+    {
+        ::kill(pid_t(processId()), SIGINT);
+        return waitForFinished(patience) && exitStatus() == QProcess::NormalExit ? exitCode() : -1;
+    }
+};
+
+bool hasSocket(const QDir &files)
+{
+    const QFileInfoList all = files.entryInfoList(QDir::System | QDir::NoDotAndDotDot);
+    return std::any_of(all.cbegin(), all.cend(), [](const QFileInfo &file) {
+        return file.symLinkTarget().contains(QLatin1String("socket:"));
+    });
+}
+
+const QString watching = // clazy:exclude=non-pod-global-static
+    QStringLiteral("watching the applications; Ctrl-C ends it");
+
+} // namespace
+
+// The command that follows the applications, and what becomes of commands when the bus ends or
+// hangs.
+class TestOstrelctlWatch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void watchPrintsEvents();
+    void watchPrintsJson();
+    void watchEndsInGoodOrder();
+    void watchTellsThatNoServiceRuns();
+    void watchEndsWithTheBus();
+    void watchCanBeInterruptedWhileTheBusHangs();
+    void watchWithoutBus();
+    void startEndsWithTheBus();
+    void whichDoesNotAskTheBus();
+
+private:
+    // While it lives, a test may have a bus of its own.
+    auto otherBus() const
+    {
+        return qScopeGuard([address = m_bus->address().toUtf8()] {
+            qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+        });
+    }
+
+    void emitEvents() const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestOstrelctlWatch::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestOstrelctlWatch::emitEvents() const
+{
+    const auto send = [this](const QString &member, const QVariantList &arguments) {
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+    };
+    const QString id = QStringLiteral("a.b.instance_1");
+    send(QStringLiteral("Started"), {id, QVariantMap{{QStringLiteral("Pid"), 17}}});
+    send(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 255U}}});
+    send(QStringLiteral("SelectedByOom"), {QStringLiteral("1\n7")});
+    send(QStringLiteral("Terminated"), {id, QVariantMap()});
+}
+
+void TestOstrelctlWatch::watchPrintsEvents()
+{
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    emitEvents();
+    const QStringList expected{
+        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
+        QStringLiteral("stateChanged   a.b.instance_1 255"),
+        QStringLiteral("selectedByOom  1\\n7"),
+        QStringLiteral("terminated     a.b.instance_1 {}"),
+    };
+    static const QRegularExpression line(
+        QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
+    for (const QString &event : expected) {
+        QCOMPARE(line.match(watcher.readLine()).captured(1), event);
+    }
+    QCOMPARE(watcher.interrupt(), 0);
+}
+
+void TestOstrelctlWatch::watchPrintsJson()
+{
+    Watcher watcher({QStringLiteral("--json")}, QStringLiteral("Asia/Kathmandu"));
+    QCOMPARE(watcher.readLine(), watching);
+    emitEvents();
+    const QStringList expected{
+        QStringLiteral(
+            R"({"appInstanceId":"a.b.instance_1","details":{"Pid":17},"event":"started"})"),
+        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","event":"stateChanged","state":255})"),
+        QStringLiteral(R"({"event":"selectedByOom","processId":"1\n7"})"),
+        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","details":{},"event":"terminated"})"),
+    };
+    for (const QString &event : expected) {
+        QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
+        const QString time = object.take(QStringLiteral("time")).toString();
+        QVERIFY2(time.endsWith(QLatin1Char('Z')), qPrintable(time));
+        // Now, wherever the machine is.
+        const qint64 age =
+            QDateTime::fromString(time, Qt::ISODateWithMs).msecsTo(QDateTime::currentDateTimeUtc());
+        QVERIFY2(age >= 0 && age < 3 * patience, qPrintable(time));
+        QCOMPARE(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)), event);
+    }
+    QCOMPARE(watcher.interrupt(), 0);
+}
+
+void TestOstrelctlWatch::watchEndsInGoodOrder()
+{
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    // It sends SIGTERM.
+    QCOMPARE(watcher.end(), 0);
+}
+
+void TestOstrelctlWatch::watchTellsThatNoServiceRuns()
+{
+    const auto back = otherBus();
+    const PrivateBus bus;
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    QCOMPARE(watcher.readLine(), QStringLiteral("note: the service is not running yet"));
+    Simulator simulator(bus);
+    simulator.start();
+    const QVariantList arguments{QStringLiteral("a"), QVariantMap()};
+    // The watcher may still be asking who the service is, and drops what comes meanwhile.
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
+                                 QStringLiteral("Started"), arguments);
+            return watcher.canReadLine() || watcher.waitForReadyRead(10);
+        },
+        patience));
+    QVERIFY(watcher.readLine().endsWith(QStringLiteral("started        a {}")));
+    QCOMPARE(watcher.interrupt(), 0);
+}
+
+void TestOstrelctlWatch::watchEndsWithTheBus()
+{
+    const auto back = otherBus();
+    PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    Watcher watcher;
+    QCOMPARE(watcher.readLine(), watching);
+    bus.end();
+    QCOMPARE(watcher.readLine(), QStringLiteral("error: Failed: the bus went away"));
+    QVERIFY(watcher.waitForFinished(patience));
+    QCOMPARE(watcher.exitCode(), 1);
+}
+
+// Nothing has been set up yet that would keep the signal until the bus answers.
+void TestOstrelctlWatch::watchCanBeInterruptedWhileTheBusHangs()
+{
+    const auto back = otherBus();
+    PrivateBus bus;
+    bus.suspend();
+    const auto resume = qScopeGuard([&bus] { bus.resume(); });
+    Watcher watcher;
+    QVERIFY(watcher.waitForStarted(patience));
+    const QDir files(QStringLiteral("/proc/%1/fd").arg(watcher.processId()));
+    // It has gone to the bus.
+    QTRY_VERIFY_WITH_TIMEOUT(hasSocket(files), patience);
+    ::kill(pid_t(watcher.processId()), SIGINT);
+    QVERIFY(watcher.waitForFinished(patience));
+}
+
+void TestOstrelctlWatch::watchWithoutBus()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/session"));
+    const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.errors,
+             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
+                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+// A call that blocks ends with the bus as well.
+void TestOstrelctlWatch::startEndsWithTheBus()
+{
+    const auto back = otherBus();
+    PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    const MethodFaults faults = simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    faults.holdNext(1);
+    Process start(QStringLiteral(OSTRELCTL), {QStringLiteral("start"), QStringLiteral("a.b")});
+    start.start();
+    faults.waitForHeld(1);
+    bus.end();
+    QVERIFY(start.waitForFinished(patience));
+    QCOMPARE(start.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(start.exitCode(), 1);
+    QVERIFY(start.readAllStandardError().startsWith("error: Failed: "));
+}
+
+void TestOstrelctlWatch::whichDoesNotAskTheBus()
+{
+    const auto back = otherBus();
+    PrivateBus bus;
+    bus.suspend();
+    const auto resume = qScopeGuard([&bus] { bus.resume(); });
+    Process which(QStringLiteral(OSTRELCTL),
+                  {QStringLiteral("which"), QString::number(QCoreApplication::applicationPid())});
+    which.start();
+    QVERIFY(which.waitForFinished(patience));
+    QCOMPARE(which.exitCode(), 1);
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlWatch)
+
+#include "tst_ostrelctl_watch.moc"
