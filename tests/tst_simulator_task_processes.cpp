@@ -15,7 +15,6 @@
 #include <csignal>
 #include <optional>
 
-using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 namespace
