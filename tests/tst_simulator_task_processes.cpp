@@ -21,14 +21,15 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const char *const catalogue = R"({ "taskTypes": [ { "type": "a/b", "tasks": [
-    { "name": "tell", "program": "/bin/sh", "properties": { "Title": "Tells" },
-      "arguments": [ "-c", "printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"; exec sleep 600", "sh", "first" ] },
-    { "name": "once", "program": "true" },
-    { "name": "broken", "program": "/nonexistent/task" },
-    { "name": "stubborn", "program": "/bin/sh",
-      "arguments": [ "-c", "trap '' TERM; echo >\"$OUT\"; while :; do sleep 1; done" ] }
-] } ] })";
+// With ' for ", and FOLDER for where the scripts are.
+const char *const catalogue =
+    "{ 'taskTypes': [ { 'type': 'a/b', 'tasks': ["
+    "{ 'name': 'tell', 'program': '/bin/sh', 'arguments': [ 'FOLDER/tell.sh', 'first' ],"
+    "  'properties': { 'Title': 'Tells' } },"
+    "{ 'name': 'once', 'program': 'true' },"
+    "{ 'name': 'broken', 'program': '/nonexistent/task' },"
+    "{ 'name': 'stubborn', 'program': '/bin/sh', 'arguments': [ 'FOLDER/stubborn.sh' ] }"
+    "] } ] }";
 
 } // namespace
 
@@ -65,7 +66,14 @@ private:
 void TestSimulatorTaskProcesses::initTestCase()
 {
     const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
-    writeFile(file, QString::fromLatin1(catalogue));
+    writeFile(file,
+              QString::fromLatin1(catalogue)
+                  .replace(QLatin1Char('\''), QLatin1Char('"'))
+                  .replace(QStringLiteral("FOLDER"), m_folder.path()));
+    writeFile(m_folder.filePath(QStringLiteral("tell.sh")),
+              QStringLiteral("printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n"));
+    writeFile(m_folder.filePath(QStringLiteral("stubborn.sh")),
+              QStringLiteral("trap '' TERM\necho >\"$OUT\"\nwhile :; do sleep 1; done\n"));
     qputenv("OUT", QFile::encodeName(m_output));
     m_bus.emplace();
     m_simulator.emplace(*m_bus,

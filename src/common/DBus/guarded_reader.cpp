@@ -36,4 +36,38 @@ void skipValue(const QDBusArgument &argument)
     }
 }
 
+void readMember(const QDBusArgument &argument, QVariantMap &map, bool &known)
+{
+    map.clear();
+    if (!known && argument.currentType() != QDBusArgument::MapType) {
+        skipValue(argument);
+        return;
+    }
+
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        QString key;
+        QVariant value;
+        argument.beginMapEntry();
+        if (known) {
+            argument >> key;
+        } else {
+            // A key is always a basic value. The types of an empty map do not show, nor do they
+            // matter.
+            const QVariant basic = argument.asVariant();
+            known = basic.userType() == QMetaType::QString
+                && argument.currentType() == QDBusArgument::VariantType;
+            if (!known) {
+                argument.endMapEntry();
+                break;
+            }
+            key = basic.toString();
+        }
+        argument >> value;
+        argument.endMapEntry();
+        static_cast<QMultiMap<QString, QVariant> &>(map).insert(key, value);
+    }
+    argument.endMap();
+}
+
 } // namespace Ostrel

@@ -9,16 +9,19 @@
 #include <QtCore/QVector>
 #include <QtDBus/QDBusArgument>
 
+#include <array>
+#include <cstddef>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
 // QtDBus reads a value as whatever type it is asked for; when the value is of another one, it
 // aborts the process, reads stray memory or goes round for ever. Every read of structured data
-// goes through here and looks at the signature first.
+// goes through here and looks at the type first.
 //
-// Asking for a signature allocates, so a whole structure is compared at once, and a whole array by
-// its own signature; the members are looked at one by one only when that comparison fails.
+// Asking for a signature allocates. The kind of a value and, of a basic one, the type as which it
+// comes out do not, and they tell as much. All elements of an array are of one type, so that it is
+// looked at once for each member, and read plainly from then on.
 
 namespace Ostrel
 {
@@ -26,71 +29,51 @@ namespace Ostrel
 // Steps over the value at which the argument stands, whatever it is. At an end it does nothing.
 void skipValue(const QDBusArgument &argument);
 
-// The D-Bus signature of one member of a record.
-template <typename Member> constexpr QLatin1String memberSignature()
+// The readers of members: each replaces the member by the value at which the argument stands.
+// A value of another type is stepped over, and the member gets its default value.
+//
+// known tells whether the value is known to be of the member's type, and learns it: the next value
+// of the same type is read without looking.
+
+// Reads "a{sv}". A key that comes more than once stays in the map as often.
+void readMember(const QDBusArgument &argument, QVariantMap &map, bool &known);
+
+// Reads "s", "i" or "u"; an enumeration is "u".
+template <typename Member>
+void readMember(const QDBusArgument &argument, Member &member, bool &known)
 {
+    using Wire = std::conditional_t<std::is_enum_v<Member>, quint32, Member>;
+    static_assert(
+        std::is_same_v<Wire,
+                       quint32> || std::is_same_v<Wire, qint32> || std::is_same_v<Wire, QString>);
     if constexpr (std::is_enum_v<Member>) {
         static_assert(std::is_same_v<std::underlying_type_t<Member>, quint32>);
-        return QLatin1String("u");
-    } else if constexpr (std::is_same_v<Member, quint32>) {
-        return QLatin1String("u");
-    } else if constexpr (std::is_same_v<Member, qint32>) {
-        return QLatin1String("i");
-    } else if constexpr (std::is_same_v<Member, QString>) {
-        return QLatin1String("s");
-    } else {
-        static_assert(std::is_same_v<Member, QVariantMap>);
-        return QLatin1String("a{sv}");
     }
-}
 
-// Reads a member where the signature is known to be the right one.
-template <typename Member> void readPlainly(const QDBusArgument &argument, Member &member)
-{
-    if constexpr (std::is_enum_v<Member>) {
-        quint32 number = 0;
-        argument >> number;
-        member = static_cast<Member>(number);
+    Wire value{};
+    if (known) {
+        argument >> value;
+    } else if (argument.currentType() == QDBusArgument::BasicType) {
+        const QVariant basic = argument.asVariant();
+        known = basic.userType() == qMetaTypeId<Wire>();
+        if (known) {
+            value = basic.value<Wire>();
+        }
     } else {
-        argument >> member;
-    }
-}
-
-// Reads a member only when the argument stands at its signature; otherwise the member gets its
-// default value, and what stands there is stepped over.
-template <typename Member> void readGuarded(const QDBusArgument &argument, Member &member)
-{
-    if (argument.currentType() != QDBusArgument::UnknownType
-        && argument.currentSignature() == memberSignature<Member>()) {
-        readPlainly(argument, member);
-    } else {
-        member = Member{};
         skipValue(argument);
     }
+    member = static_cast<Member>(std::move(value));
 }
 
-// "(siu)" and the like, built once for each list of members.
-template <typename... Members>
-const QString &structureSignature(const std::tuple<Members &...> & /*members*/)
-{
-    static const QString signature =
-        QLatin1Char('(') + (QString() + ... + memberSignature<Members>()) + QLatin1Char(')');
-    return signature;
-}
-
-template <typename... Members>
-void readStructurePlainly(const QDBusArgument &argument, const std::tuple<Members &...> &members)
+// Reads the members of the structure at which the argument stands. What is known of them is told
+// and learnt member by member.
+template <typename... Members, std::size_t... indices>
+void readMembers(const QDBusArgument &argument, const std::tuple<Members &...> &members,
+                 std::array<bool, sizeof...(Members)> &known,
+                 std::index_sequence<indices...> /*indices*/)
 {
     argument.beginStructure();
-    std::apply([&](auto &...member) { (readPlainly(argument, member), ...); }, members);
-    argument.endStructure();
-}
-
-template <typename... Members>
-void readStructureGuarded(const QDBusArgument &argument, const std::tuple<Members &...> &members)
-{
-    argument.beginStructure();
-    std::apply([&](auto &...member) { (readGuarded(argument, member), ...); }, members);
+    (readMember(argument, std::get<indices>(members), known[indices]), ...);
     argument.endStructure();
 }
 
@@ -99,14 +82,13 @@ void readStructureGuarded(const QDBusArgument &argument, const std::tuple<Member
 template <typename... Members>
 void readStructure(const QDBusArgument &argument, const std::tuple<Members &...> &members)
 {
-    if (argument.currentType() != QDBusArgument::StructureType) {
+    if (argument.currentType() == QDBusArgument::StructureType) {
+        std::array<bool, sizeof...(Members)> known{};
+        readMembers(argument, members, known, std::index_sequence_for<Members...>());
+    } else {
         std::apply([](auto &...member) { ((member = std::decay_t<decltype(member)>{}), ...); },
                    members);
         skipValue(argument);
-    } else if (argument.currentSignature() == structureSignature(members)) {
-        readStructurePlainly(argument, members);
-    } else {
-        readStructureGuarded(argument, members);
     }
 }
 
@@ -116,26 +98,28 @@ void readStructure(const QDBusArgument &argument, const std::tuple<Members &...>
 template <typename Record, typename MembersOf>
 void readStructures(const QDBusArgument &argument, QVector<Record> &records, MembersOf membersOf)
 {
-    // The old records may be shared; clear() would copy them first.
-    records = QVector<Record>();
+    // Room that is there is used again. Where the old records are shared, clear() would copy them
+    // first.
+    if (records.isDetached()) {
+        records.clear();
+    } else {
+        records = QVector<Record>();
+    }
     if (argument.currentType() != QDBusArgument::ArrayType) {
         skipValue(argument);
         return;
     }
 
-    // All elements of an array are of one type.
-    Record sample{};
-    const bool expected =
-        argument.currentSignature() == QLatin1Char('a') + structureSignature(membersOf(sample));
+    using Members = decltype(membersOf(std::declval<Record &>()));
+    constexpr std::size_t size = std::tuple_size_v<Members>;
+    std::array<bool, size> known{};
     argument.beginArray();
-    while (!argument.atEnd() && argument.currentType() == QDBusArgument::StructureType) {
-        Record record{};
-        if (expected) {
-            readStructurePlainly(argument, membersOf(record));
-        } else {
-            readStructureGuarded(argument, membersOf(record));
+    if (argument.currentType() == QDBusArgument::StructureType) {
+        while (!argument.atEnd()) {
+            Record record{};
+            readMembers(argument, membersOf(record), known, std::make_index_sequence<size>());
+            records.append(std::move(record));
         }
-        records.append(std::move(record));
     }
     argument.endArray();
 }

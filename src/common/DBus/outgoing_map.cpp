@@ -61,6 +61,29 @@ bool isInvalid(const QVariant &value)
             && !value.value<QDBusUnixFileDescriptor>().isValid());
 }
 
+// Nearly all that is sent is of these types, which any message can hold just as they are. None
+// takes more than one container.
+bool isPlain(const QVariant &value)
+{
+    switch (value.userType()) {
+    case QMetaType::Bool:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::QString:
+    case QMetaType::QStringList:
+    case QMetaType::QByteArray:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Looks at the values of a map in depth.
 class Walk
 {
@@ -75,7 +98,11 @@ public:
     {
         // The map is shared with the caller's as long as nothing has to be replaced.
         QVector<QPair<QString, QVariant>> replacements;
+        const bool hasRoom = containers + containersOfMap < maximumContainers;
         for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+            if (hasRoom && isPlain(entry.value())) {
+                continue;
+            }
             m_key = entry.key();
             QVariant content = entry.value();
             const Outcome outcome = value(content, containers + containersOfMap);

@@ -28,9 +28,10 @@ namespace
 // holds none.
 template <typename Record> void read(const QVariant &value, QVector<Record> &records)
 {
-    records = QVector<Record>();
     if (value.userType() == qMetaTypeId<QDBusArgument>()) {
         value.value<QDBusArgument>() >> records;
+    } else {
+        records = QVector<Record>();
     }
 }
 

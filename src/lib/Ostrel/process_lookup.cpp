@@ -98,10 +98,13 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
     if (appId == nullptr || instance == nullptr) {
         return false;
     }
+    std::array<char, 4096> buffer; // outlives the file
     const File file = openControlGroups(pid);
     if (!file) {
         return false;
     }
+    // The stream would ask for the file's block size and allocate one.
+    std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size());
 
     bool found = false;
     std::array<char, 1024> line;

@@ -22,14 +22,14 @@ namespace Ostrel
 namespace
 {
 
-// What holds no list of records reads as an empty one.
-template <typename Record> QVector<Record> recordsIn(const QVariant &value)
+// Replaces the records by those that a property holds. What holds no list of records holds none.
+template <typename Record> void read(const QVariant &value, QVector<Record> &records)
 {
-    QVector<Record> records;
     if (value.userType() == qMetaTypeId<QDBusArgument>()) {
         value.value<QDBusArgument>() >> records;
+    } else {
+        records = QVector<Record>();
     }
-    return records;
 }
 
 // The number that an answer begins with, or 0. An error reply may begin with anything: its
@@ -176,13 +176,13 @@ void TaskInvokerPrivate::applyProperties(const QVariantMap &properties)
 {
     // A slot may delete this object; only what is held here is good afterwards.
     const QPointer<TaskInvokerPrivate> self(this);
-    const QVariantMap held = properties;
+    const QVariantMap held = properties; // NOLINT(performance-unnecessary-copy-initialization)
     for (auto property = held.cbegin(); !self.isNull() && property != held.cend(); ++property) {
         if (property.key() == QLatin1String("AvailableTasks")) {
-            m_availableTasks = recordsIn<AvailableTask>(property.value());
+            read(property.value(), m_availableTasks);
             Q_EMIT m_invoker->availableTasksChanged();
         } else if (property.key() == QLatin1String("ActiveTasks")) {
-            m_activeTasks = recordsIn<ActiveTask>(property.value());
+            read(property.value(), m_activeTasks);
             Q_EMIT m_invoker->activeTasksChanged();
         }
     }

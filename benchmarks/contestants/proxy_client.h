@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef BENCHMARKS_PROXY_CLIENT_H
+#define BENCHMARKS_PROXY_CLIENT_H
+
+#include "by_hand_client.h"
+#include "control_proxy.h"
+#include "session_proxy.h"
+#include "windows_proxy.h"
+
+// The same on top of proxies that qdbusxml2cpp has made.
+
+namespace Proxy
+{
+
+class Control : public QObject
+{
+    Q_OBJECT
+
+public:
+    Control();
+
+    ByHand::Control::Started start(const QString &appId);
+    Records::Error running(QVector<Records::Application> &applications,
+                           QVector<Records::Service> &services);
+
+Q_SIGNALS:
+    void started(const QString &appInstanceId, const QVariantMap &details);
+    void terminated(const QString &appInstanceId, const QVariantMap &details);
+    void stateChanged(const QString &appInstanceId, uint state);
+    void selectedByOom(const QString &processId);
+
+private:
+    ControlProxy m_proxy;
+};
+
+// There is no proxy for what it does otherwise: it registers at another object, and hears a signal
+// of a standard interface.
+class Invoker : public ByHand::Invoker
+{
+    Q_OBJECT
+
+public:
+    Invoker(const QString &type, const Ready &ready);
+
+    void start(const QString &name, const QVariantMap &startupInfo, const QVariantMap &hints,
+               const Done &done);
+
+private:
+    SessionProxy m_proxy;
+};
+
+class Windows : public QObject
+{
+    Q_OBJECT
+
+public:
+    Windows();
+
+    void updateStatus(const QString &window, int status, int arg1, int arg2,
+                      const ByHand::Windows::Done &done);
+
+private:
+    WindowsProxy m_proxy;
+};
+
+} // namespace Proxy
+
+#endif

@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What every contestant's program does:
+//   PROGRAM --once              makes the client, starts one application, and ends
+//   PROGRAM --count ROW...      runs the rows a fixed number of times and prints, for each, a line
+//                               "ROW<tab>OPERATIONS<tab>ALLOCATIONS<tab>BYTES<tab>PEAK"; under
+//                               callgrind it writes a dump for each
+//   PROGRAM [OPTION...]         measures times, with the options of Google Benchmark
+
+#include "allocations.h"
+#include "contestant.h"
+#include "desk.h"
+#include "fail.h"
+#include "rows.h"
+
+#include <benchmark/benchmark.h>
+#include <valgrind/callgrind.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+Allocations allocations()
+{
+    return benchmarkAllocations != nullptr ? benchmarkAllocations() : Allocations{};
+}
+
+// The most memory that the process has held since the last call, in KiB.
+unsigned long peakMemory()
+{
+    unsigned long peak = 0;
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        if (word == "VmHWM:") {
+            status >> peak;
+        }
+    }
+    std::ofstream("/proc/self/clear_refs") << 5;
+    return peak;
+}
+
+void count(const Row &row)
+{
+    if (row.prepare) {
+        row.prepare();
+    }
+    CALLGRIND_START_INSTRUMENTATION;
+    row.run(); // what is built once is not an operation's cost
+    peakMemory();
+
+    CALLGRIND_ZERO_STATS;
+    const Allocations before = allocations();
+    for (std::size_t i = 0; i < row.runs; ++i) {
+        row.run();
+    }
+    const Allocations after = allocations();
+    CALLGRIND_DUMP_STATS_AT(row.name.c_str());
+    CALLGRIND_STOP_INSTRUMENTATION;
+
+    std::cout << row.name << '\t' << row.runs * row.operations << '\t' << after.count - before.count
+              << '\t' << after.bytes - before.bytes << '\t' << peakMemory() << std::endl;
+}
+
+void measure(const Row &row, benchmark::State &state)
+{
+    if (row.prepare) {
+        row.prepare();
+    }
+    row.run(); // what is built once is not an operation's cost
+    for (auto _ : state) {
+        row.run();
+    }
+    state.SetItemsProcessed(state.iterations() * std::int64_t(row.operations));
+    state.counters["operations"] = double(row.operations);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const Contestant contestant = makeContestant(argc, argv);
+    if (!arguments.empty() && arguments.front() == "--once") {
+        expect(!contestant.startApplication().empty(), "the first call");
+        return 0;
+    }
+
+    Desk desk;
+    const std::vector<Row> rows = rowsOf(contestant, desk);
+    if (!arguments.empty() && arguments.front() == "--count") {
+        for (const Row &row : rows) {
+            if (std::find(arguments.begin(), arguments.end(), row.name) != arguments.end()) {
+                count(row);
+            }
+        }
+        return 0;
+    }
+
+    for (const Row &row : rows) {
+        benchmark::RegisterBenchmark(row.name.c_str(),
+                                     [&row](benchmark::State &state) { measure(row, state); })
+            ->MeasureProcessCPUTime()
+            ->UseRealTime();
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 2;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef BENCHMARKS_ROWS_H
+#define BENCHMARKS_ROWS_H
+
+#include "contestant.h"
+#include "desk.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// One thing to measure.
+struct Row
+{
+    // "family/size", or a family alone.
+    std::string name;
+    // How many operations one run is.
+    std::size_t operations;
+    // How many runs are counted where times do not matter.
+    std::size_t runs;
+    std::function<void()> prepare;
+    // Checks its result.
+    std::function<void()> run;
+};
+
+// All rows that the contestant can take part in. Both arguments have to outlive them.
+std::vector<Row> rowsOf(const Contestant &contestant, Desk &desk);
+
+#endif

@@ -1,0 +1,63 @@
+# SPDX-FileCopyrightText: 2026 The libostrel authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+"""What can be counted, and comes out alike every time: instructions and allocations."""
+
+import tempfile
+from pathlib import Path
+
+FIRST_CALL = 'first call'
+
+
+def _callgrind(output, *options):
+    # Threads take turns in a fixed order, so that a busy machine changes nothing.
+    return ['valgrind', '--tool=callgrind', '--fair-sched=yes', f'--callgrind-out-file={output}',
+            *options]
+
+
+def _instructions(folder):
+    """The totals of all dumps, by what has caused them."""
+    totals = {}
+    for dump in Path(folder).iterdir():
+        trigger = ''
+        with dump.open() as lines:
+            for line in lines:
+                if line.startswith('desc: Trigger: '):
+                    trigger = line.rstrip('\n').split(': ', 2)[2]
+                elif line.startswith('totals: '):
+                    totals[trigger.removeprefix('Client Request: ')] = int(line.split()[1])
+    return totals
+
+
+def _preload(stage):
+    return str(stage.programs / 'libbenchmark-allocations.so')
+
+
+def count(stage, contestant, rows):
+    """Figures per operation, for each of the rows in which the contestant takes part."""
+    with tempfile.TemporaryDirectory(prefix='bench') as folder:
+        printed = stage.run(
+            contestant, '--count', *rows, LD_PRELOAD=_preload(stage),
+            prefix=_callgrind(f'{folder}/dump', '--instr-atstart=no'))
+        instructions = _instructions(folder)
+    figures = {}
+    for line in printed.splitlines():
+        row, operations, allocations, size, _ = line.split('\t')
+        operations = int(operations)
+        figures[row] = {'instructions': instructions[row] / operations,
+                        'allocations': int(allocations) / operations,
+                        'bytes': int(size) / operations}
+    return figures
+
+
+def count_first_call(stage, contestant):
+    """The instructions of a whole process that makes one call."""
+    with tempfile.TemporaryDirectory(prefix='bench') as folder:
+        stage.run(contestant, '--once', prefix=_callgrind(f'{folder}/dump'))
+        return {'instructions': _instructions(folder)['Program termination']}
+
+
+def peak_memory(stage, contestant, row):
+    """The most memory that a process of its own held while it ran the row, in bytes."""
+    printed = stage.run(contestant, '--count', row)
+    return int(printed.split('\t')[4]) * 1024 if printed else None
