@@ -72,7 +72,6 @@ private Q_SLOTS:
     void values_data();
     void values();
     void undefinedWritesNothing();
-    void nullIsLeftToQt();
     void arraysAndObjectsOnTheirOwn();
     void restOfTheMessageArrives();
     void deepObjectsAreCut();
@@ -200,15 +199,6 @@ void TestWritingJson::undefinedWritesNothing()
     const Warnings warnings;
     QCOMPARE(sent(QJsonValue(QJsonValue::Undefined)), QStringLiteral(" "));
     QCOMPARE(warnings.texts(), QStringList(QStringLiteral("Unknown JSON value type")));
-}
-
-// It is written as a variant of nothing, which Qt leaves out.
-void TestWritingJson::nullIsLeftToQt()
-{
-    const Warnings warnings;
-    QCOMPARE(sent(QJsonValue(QJsonValue::Null)), QStringLiteral(" "));
-    QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("QDBusMarshaller: cannot add a null QDBusVariant")));
 }
 
 void TestWritingJson::arraysAndObjectsOnTheirOwn()
