@@ -30,10 +30,22 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+clang|Clang|command -v clang++
+libclang-rt-dev|libFuzzer for Clang|echo "extern \"C\" int LLVMFuzzerTestOneInput() { return 0; }" | clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
+doxygen|Doxygen|command -v doxygen
+xsltproc|xsltproc|command -v xsltproc
+qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
 abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
+'
+package_needs='
+debhelper|debhelper 13|command -v dh
+doxygen|Doxygen|command -v doxygen
+dpkg-dev|dpkg-buildpackage|command -v dpkg-buildpackage
+lintian|lintian|command -v lintian
+xsltproc|xsltproc|command -v xsltproc
 '
 
 # missing NEEDS: the lines of the needs that are not met.

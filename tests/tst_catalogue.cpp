@@ -117,21 +117,41 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("mistake");
 
-    const auto row = [](const char *text, const char *mistake) {
-        QTest::newRow(mistake) << QString::fromUtf8(text).replace(QLatin1Char('\''),
-                                                                  QLatin1Char('"'))
-                               << QString::fromUtf8(mistake);
+    const auto row = [](const QByteArray &text, const QByteArray &mistake) {
+        QTest::newRow(mistake.constData())
+            << QString::fromUtf8(text).replace(QLatin1Char('\''), QLatin1Char('"'))
+            << QString::fromUtf8(mistake);
     };
     row("[]", "the catalogue takes an object, not an array");
     row("{'aplications': []}", "aplications: is not known");
     row("{'applications': {}}", "applications: takes an array, not an object");
     row("{'applications': ['demo.A']}", "applications[0]: takes an object, not a string");
 
+    row("{'taskTypes': {}}", "taskTypes: takes an array, not an object");
+    row("{'taskTypes': [{'type': 'a'}]}", "taskTypes[0].tasks: is missing");
+    row("{'taskTypes': [{'tasks': []}]}", "taskTypes[0].type: is missing");
+    row("{'taskTypes': [{'type': 'a', 'tasks': [], 'kind': 1}]}",
+        "taskTypes[0].kind: is not known");
+    row("{'taskTypes': [{'type': 'a', 'tasks': []}, {'type': 'a', 'tasks': []}]}",
+        "taskTypes[1].type: \"a\" is there already");
+    for (const char *const type : {"a-b", "a/", "/a", "a//b", "\xc3\xa9"}) {
+        row("{'taskTypes': [{'type': '" + QByteArray(type) + "', 'tasks': []}]}",
+            "taskTypes[0].type: \"" + QByteArray(type) + "\" makes no object path");
+    }
+    row("{'taskTypes': [{'type': 'a', 'tasks': ['b']}]}",
+        "taskTypes[0].tasks[0]: takes an object, not a string");
+    row("{'taskTypes': [{'type': 'a', 'tasks': [{'name': 'b'}]}]}",
+        "taskTypes[0].tasks[0].program: is missing");
+    row("{'taskTypes': [{'type': 'a', 'tasks': [{'name': 'b/c', 'program': 'true'}]}]}",
+        "taskTypes[0].tasks[0].name: \"b/c\" cannot be a component of a path");
+    row("{'taskTypes': [{'type': 'a', 'tasks': [{'name': 'b', 'program': 'true'},"
+        "{'name': 'b', 'program': 'true'}]}]}",
+        "taskTypes[0].tasks[1].name: \"b\" is there already");
+
     // The rest is about the second of two applications.
     const auto application = [&row](const char *text, const char *mistake) {
-        row(("{'applications': [{'id': 'demo.A', 'program': 'true'}, " + QByteArray(text) + "]}")
-                .constData(),
-            ("applications[1]" + QByteArray(mistake)).constData());
+        row("{'applications': [{'id': 'demo.A', 'program': 'true'}, " + QByteArray(text) + "]}",
+            "applications[1]" + QByteArray(mistake));
     };
     application("{'program': 'true'}", ".id: is missing");
     application("{'id': 'demo.B'}", ".program: is missing");

@@ -6,6 +6,8 @@
 
 #include "DBus/names_p.h"
 
+#include <QtCore/QRegularExpression>
+
 #include <optional>
 
 // The examples, as their readers meet them: built against the installed library, and run.
@@ -90,10 +92,13 @@ void TestExamples::taskRunnerRunsATask()
     const Result result = runExample(QStringLiteral("task-runner"),
                                      {QStringLiteral("sync"), QStringLiteral("contacts")});
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output,
+    QString output = result.output;
+    output.replace(QRegularExpression(QStringLiteral("\\([1-9][0-9]*\\)")),
+                   QStringLiteral("(PID)"));
+    QCOMPARE(output,
              QStringLiteral("active:\navailable: calendar contacts photos\n"
-                            "started contacts as number 1\nactive: contacts (1)\n"
-                            "stopped contacts\n"));
+                            "started contacts as number 1\nactive: contacts (PID)\n"
+                            "stopped contacts\nactive:\n"));
     QCOMPARE(result.exitStatus, 0);
 }
 
@@ -129,8 +134,8 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     example.start();
     start.waitForHeld(1);
     // Those that are printed by now may have come before the call.
-    const int before = example.bytesAvailable() / int(sizeof "tick");
-    for (int i = 0; i < before + 3; ++i) {
+    const auto before = example.bytesAvailable() / qint64(sizeof "tick");
+    for (qint64 i = 0; i < before + 3; ++i) {
         QCOMPARE(example.readLine(), QStringLiteral("tick"));
     }
     start.release({0});

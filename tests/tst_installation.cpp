@@ -141,10 +141,12 @@ void TestInstallation::installsWhatAProgramNeeds()
         library + QStringLiteral("libostrel-system-qt5.so.1"),
         library + QStringLiteral("libostrel-system-qt5.so.1.0.0"),
         library + QStringLiteral("pkgconfig/ostrel-system-qt5.pc"),
+        QStringLiteral("share/bash-completion/completions/ostrelctl"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_INTERFACE ".xml"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"),
         QStringLiteral("share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml"),
+        QStringLiteral("share/man/man1/ostrelctl.1"),
     };
     expected.sort();
     QCOMPARE(filesBelow(m_prefix), expected);
@@ -159,7 +161,9 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
     QCOMPARE(filesBelow(prefix),
              (QStringList{
                  QStringLiteral("bin/ostrel-simulator"),
-                 QStringLiteral("share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml")}));
+                 QStringLiteral("share/bash-completion/completions/ostrel-simulator"),
+                 QStringLiteral("share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml"),
+                 QStringLiteral("share/man/man1/ostrel-simulator.1")}));
 }
 
 void TestInstallation::isFoundByCMake()

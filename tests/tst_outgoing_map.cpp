@@ -6,13 +6,16 @@
 #include "warnings.h"
 
 #include "DBus/names_p.h"
+#include "DBus/nesting_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
 
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
 #include <optional>
@@ -34,6 +37,19 @@ QVariant inMaps(QVariant value, int levels)
         value = QVariantMap{{QStringLiteral("inner"), value}};
     }
     return value;
+}
+
+QVariant inStructures(int levels)
+{
+    QDBusArgument argument;
+    for (int level = 0; level < levels; ++level) {
+        argument.beginStructure();
+    }
+    argument << 1;
+    for (int level = 0; level < levels; ++level) {
+        argument.endStructure();
+    }
+    return QVariant::fromValue(argument);
 }
 
 QVariantMap mapOf(const QVariant &value)
@@ -63,6 +79,8 @@ private Q_SLOTS:
     void deepestValuesArrive();
     void tooDeepValuesAreFound_data();
     void tooDeepValuesAreFound();
+    void nestingIsThatOfTheTypes_data();
+    void nestingIsThatOfTheTypes();
 
 private:
     // Sends a map in a call that the simulator refuses, but logs; returns the name of its error.
@@ -80,6 +98,10 @@ void TestOutgoingMap::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+    Ostrel::registerDBusTypes();
+    qDBusRegisterMetaType<QList<QVariantMap>>();
+    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+    qDBusRegisterMetaType<QList<QStringList>>();
 }
 
 void TestOutgoingMap::cleanup()
@@ -125,6 +147,14 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
     QTest::newRow("variant") << QVariant::fromValue(QDBusVariant(3));
     QTest::newRow("empty map") << QVariant(QVariantMap());
     QTest::newRow("empty list") << QVariant(QVariantList());
+    QTest::newRow("paths") << QVariant::fromValue(
+        QList<QDBusObjectPath>{QDBusObjectPath(QStringLiteral("/a"))});
+    QTest::newRow("list of maps") << QVariant::fromValue(
+        QList<QVariantMap>{{{QStringLiteral("k"), 1}}, {}});
+    QTest::newRow("map of maps") << QVariant::fromValue(
+        QMap<QString, QVariantMap>{{QStringLiteral("k"), {{QStringLiteral("l"), 1}}}});
+    QTest::newRow("record") << QVariant::fromValue(
+        Ostrel::AvailableTask{QStringLiteral("x"), {{QStringLiteral("k"), 1}}});
 }
 
 void TestOutgoingMap::sendableValuesStayAsTheyAre()
@@ -201,6 +231,31 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
         "\"key\" holds a value of type none");
     row("far inside", inMaps(inLists(inMaps(QVariant(1.5F), 1), 2), 1),
         "\"inner\" holds a value of type float");
+    row("invalid path", QVariant::fromValue(QDBusObjectPath()),
+        "\"key\" holds a value of type QDBusObjectPath");
+    row("invalid signature", QVariant::fromValue(QDBusSignature()),
+        "\"key\" holds a value of type QDBusSignature");
+    row("invalid descriptor", QVariant::fromValue(QDBusUnixFileDescriptor()),
+        "\"key\" holds a value of type QDBusUnixFileDescriptor");
+    row("in a list of paths", QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()}),
+        "\"key\" holds a value of type QDBusObjectPath");
+
+    const QVariantMap bad{{QStringLiteral("k"), QVariant()}};
+    const char *const found = "\"k\" holds a value of type none";
+    row("in a list of maps", QVariant::fromValue(QList<QVariantMap>{{}, bad}), found);
+    row("in a map of maps",
+        QVariant::fromValue(QMap<QString, QVariantMap>{{QStringLiteral("x"), bad}}), found);
+    using namespace Ostrel;
+    row("in an application", QVariant::fromValue(RunningApplication{{}, 0, {}, {}, bad}), found);
+    row("in a service", QVariant::fromValue(RunningService{{}, {}, 0, {}, bad}), found);
+    row("in a task's state", QVariant::fromValue(TaskState{{}, 0, bad}), found);
+    row("in an available task", QVariant::fromValue(AvailableTask{{}, bad}), found);
+    row("in an active task", QVariant::fromValue(ActiveTask{{}, 0, bad}), found);
+    row("in tasks", QVariant::fromValue(QVector<ActiveTask>{{{}, 0, {}}, {{}, 0, bad}}), found);
+    // A list of maps has no place for what would replace a JSON value.
+    row("JSON in a list of maps",
+        QVariant::fromValue(QList<QVariantMap>{{{QStringLiteral("k"), QJsonArray{true, false}}}}),
+        "\"key\" holds a JSON value of type QList<QVariantMap>");
     row("JSON null", QJsonValue(QJsonValue::Null), "\"key\" holds a value of type QJsonValue");
 }
 
@@ -225,6 +280,14 @@ void TestOutgoingMap::deepestValuesArrive_data()
     QTest::newRow("lists") << inLists(1, 30);
     QTest::newRow("lists and strings") << inLists(QStringList{QStringLiteral("x")}, 30);
     QTest::newRow("lists and a variant") << inLists(QVariant::fromValue(QDBusVariant(1)), 30);
+    QTest::newRow("structures") << inStructures(32);
+    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
+    QTest::newRow("lists and maps")
+        << inLists(QVariant::fromValue(QList<QVariantMap>{strings}), 28);
+    QTest::newRow("lists and a map of maps") << inLists(
+        QVariant::fromValue(QMap<QString, QVariantMap>{{QString(), {{QString(), 1}}}}), 28);
+    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
 }
@@ -246,6 +309,16 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
         << inLists(QVariant::fromValue(QDBusVariant(QStringList{QStringLiteral("x")})), 30);
     QTest::newRow("lists and arrays in arrays")
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
+    QTest::newRow("structures") << inStructures(33);
+    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
+    const QVariantMap arrays{{QStringLiteral("key"), QVariant::fromValue(QList<QStringList>())}};
+    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(QList<QVariantMap>{arrays}), 28);
+    QTest::newRow("lists and a map of maps")
+        << inLists(QVariant::fromValue(QMap<QString, QVariantMap>{{QString(), strings}}), 28);
+    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, arrays}), 28);
+    QTest::newRow("lists and a record") << inLists(
+        QVariant::fromValue(Ostrel::AvailableTask{{}, {{QStringLiteral("key"), 1}}}), 29);
     QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
     QTest::newRow("far too many lists") << inLists(1, 1000);
 }
@@ -253,7 +326,6 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
 void TestOutgoingMap::tooDeepValuesAreFound()
 {
     QFETCH(QVariant, value);
-    qDBusRegisterMetaType<QList<QStringList>>();
     QVariantMap map = mapOf(value);
     const QString message = Ostrel::makeSendable(map).message();
     QVERIFY2(
@@ -261,6 +333,42 @@ void TestOutgoingMap::tooDeepValuesAreFound()
                                           "a message, with a value of type "))
             || message.startsWith(QStringLiteral("Marshalling failed: \"inner\" is nested")),
         qPrintable(message));
+}
+
+void TestOutgoingMap::nestingIsThatOfTheTypes_data()
+{
+    QTest::addColumn<QByteArray>("signature");
+    QTest::addColumn<int>("arrays");
+    QTest::addColumn<int>("structures");
+    QTest::addColumn<int>("containers");
+    QTest::addColumn<bool>("isTooDeep");
+    const auto row = [](const QByteArray &signature, int arrays, int structures, int containers,
+                        bool isTooDeep = false) {
+        QTest::newRow(signature) << signature << arrays << structures << containers << isTooDeep;
+    };
+    row("i", 0, 0, 0);
+    row("v", 0, 0, 1);
+    row("as", 1, 0, 1);
+    row("a{sv}", 1, 1, 3);
+    row("(iasi)", 1, 1, 2);
+    row("(a(i)((v)i))", 1, 3, 4);
+    row(QByteArray(32, 'a') + 'i', 32, 0, 32);
+    row(QByteArray(33, 'a') + 'i', 33, 0, 33, true);
+    row(QByteArray(32, '(') + 'i' + QByteArray(32, ')'), 0, 32, 32);
+    row(QByteArray(33, '(') + 'i' + QByteArray(33, ')'), 0, 33, 33, true);
+}
+
+void TestOutgoingMap::nestingIsThatOfTheTypes()
+{
+    QFETCH(QByteArray, signature);
+    signature += "xyz";
+    const char *rest = signature.constData();
+    const Ostrel::Nesting nesting = Ostrel::nestingOf(rest);
+    QTEST(nesting.arrays, "arrays");
+    QTEST(nesting.structures, "structures");
+    QTEST(nesting.containers, "containers");
+    QTEST(nesting.isTooDeep(), "isTooDeep");
+    QCOMPARE(rest, "xyz");
 }
 
 OSTREL_TEST_MAIN(TestOutgoingMap)

@@ -49,8 +49,10 @@ private Q_SLOTS:
     void errorsThatHaveComeKeepTheirValues();
     void errorsMadeHereAreHandled();
     void callsOnNoConnectionAreHandled();
+    void whatHasComeFirstIsHandledFirst();
 
 private:
+    static QDBusPendingCall sentCall(int status);
     static QDBusPendingCall finishedCall();
 
     std::optional<PrivateBus> m_bus;
@@ -64,13 +66,18 @@ void TestPendingCall::initTestCase()
     m_simulator->start();
 }
 
-QDBusPendingCall TestPendingCall::finishedCall()
+QDBusPendingCall TestPendingCall::sentCall(int status)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(
         QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
         QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE), QStringLiteral("UpdateWindowStatus"));
-    message << QStringLiteral("w") << 1 << 2 << 3;
-    QDBusPendingCall call = QDBusConnection::sessionBus().asyncCall(message);
+    message << QStringLiteral("w") << status << 2 << 3;
+    return QDBusConnection::sessionBus().asyncCall(message);
+}
+
+QDBusPendingCall TestPendingCall::finishedCall()
+{
+    QDBusPendingCall call = sentCall(1);
     call.waitForFinished();
     return call;
 }
@@ -125,6 +132,27 @@ void TestPendingCall::callsOnNoConnectionAreHandled()
                  QStringLiteral("a.b"), QStringLiteral("/"), QString(), QStringLiteral("C")))),
              (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Disconnected"),
                           QStringLiteral("Not connected to D-Bus server")}));
+}
+
+// The first answer is there before its call is watched, the second one comes while its call is.
+void TestPendingCall::whatHasComeFirstIsHandledFirst()
+{
+    using Reply = QDBusPendingReply<uint>;
+    const QObject context;
+    QStringList order;
+    const auto handler = [&order](const Reply &reply) {
+        order.append(QString::number(reply.value()));
+    };
+    watchPendingCall<Reply>(finishedCall(), &context, handler);
+    m_simulator->windowStatus().holdNext(1);
+    QDBusPendingCall second = sentCall(2);
+    watchPendingCall<Reply>(second, &context, handler);
+    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator->windowStatus().release({0});
+    second.waitForFinished();
+    QCOMPARE(order, QStringList());
+    QTRY_COMPARE_WITH_TIMEOUT(order.size(), 2, patience);
+    QCOMPARE(order, (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
 }
 
 OSTREL_TEST_MAIN(TestPendingCall)

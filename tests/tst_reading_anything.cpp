@@ -30,19 +30,19 @@ struct Value
 };
 
 // The value inside an array of one element, inside another one, and so on, so many in all.
-Value inArrays(int count, Value value)
+Value inArrays(int count, const Value &value)
 {
     return {QString(count, QLatin1Char('a')) + value.signature,
             QStringLiteral("1 ").repeated(count) + value.words};
 }
 
-Value inStructures(int count, Value value)
+Value inStructures(int count, const Value &value)
 {
     return {QString(count, QLatin1Char('(')) + value.signature + QString(count, QLatin1Char(')')),
             value.words};
 }
 
-Value inDicts(int count, Value value)
+Value inDicts(int count, const Value &value)
 {
     return {QStringLiteral("a{s").repeated(count) + value.signature
                 + QString(count, QLatin1Char('}')),
@@ -50,7 +50,7 @@ Value inDicts(int count, Value value)
 }
 
 // A variant inside a variant, so many in all.
-Value inVariants(int count, Value value)
+Value inVariants(int count, const Value &value)
 {
     return {QStringLiteral("v"),
             QStringLiteral("v ").repeated(count - 1) + value.signature + QLatin1Char(' ')

@@ -269,8 +269,8 @@ void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened_data()
             << QStringLiteral("No such file or directory");
         QTest::addRow("%s is a folder", key)
             << QString::fromLatin1(key) << m_folder.path() << QStringLiteral("Is a directory");
-        QTest::addRow("%s without a name", key) << QString::fromLatin1(key) << QStringLiteral("")
-                                                << QStringLiteral("No such file or directory");
+        QTest::addRow("%s without a name", key)
+            << QString::fromLatin1(key) << QString() << QStringLiteral("No such file or directory");
         QTest::addRow("%s is a pipe without a reader", key)
             << QString::fromLatin1(key) << pipe << QStringLiteral("No such device or address");
     }

@@ -92,11 +92,12 @@ void TestTaskInvokerBuses::busesAreKeptApart()
     onSession.start(QStringLiteral("contacts"), {}, {}, sessionEvents.started());
     QVERIFY(sessionEvents.waitFor(2));
     roundTrip(onSystem);
-    QCOMPARE(systemEvents.all(),
-             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("active [photos 1 {}]")}));
     QCOMPARE(
-        sessionEvents.all(),
-        (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("active [contacts 1 {}]")}));
+        systemEvents.sortedWithoutPids(),
+        (QStringList{QStringLiteral("active [photos PID {}]"), QStringLiteral("started 1: 0")}));
+    QCOMPARE(
+        sessionEvents.sortedWithoutPids(),
+        (QStringList{QStringLiteral("active [contacts PID {}]"), QStringLiteral("started 1: 0")}));
 }
 
 // What is in flight there fails, and so does what comes later; the other bus does not notice.

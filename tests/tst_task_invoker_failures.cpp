@@ -21,6 +21,20 @@ const QString gone =
 const QString silent =
     QStringLiteral("1 \"Message did not receive a reply (timeout by message bus)\"");
 
+// Qt has something to say when it learns late that a service has another owner; the library has
+// not.
+QStringList ownTexts(const Warnings &warnings)
+{
+    QStringList texts;
+    const QStringList all = warnings.texts();
+    for (const QString &text : all) {
+        if (!text.startsWith(QStringLiteral("QDBusConnection: name "))) {
+            texts.append(text);
+        }
+    }
+    return texts;
+}
+
 QString noSession()
 {
     return QStringLiteral("1 \"No object at the path %1\"").arg(sessionPath(type));
@@ -96,7 +110,7 @@ void TestTaskInvokerFailures::serviceIsAbsent()
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("ready ") + absent, QStringLiteral("started 0: ") + absent,
                           QStringLiteral("stopped ") + absent}));
-    QCOMPARE(warnings.texts(),
+    QCOMPARE(ownTexts(warnings),
              QStringList(QStringLiteral("TaskInvoker registration failed: "
                                         "QDBusError(\"org.freedesktop.DBus.Error.ServiceUnknown\", "
                                         "\"The name " OSTREL_SERVICE_NAME
@@ -114,7 +128,7 @@ void TestTaskInvokerFailures::serviceEndsBeforeItAnswers()
     QVERIFY(events.waitFor(1));
     QCOMPARE(m_simulator->waitForEnd(), 1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("ready ") + gone));
-    QCOMPARE(warnings.texts().size(), 1);
+    QCOMPARE(ownTexts(warnings).size(), 1);
 }
 
 void TestTaskInvokerFailures::serviceEndsWithManyCallsInFlight()
@@ -136,7 +150,7 @@ void TestTaskInvokerFailures::serviceEndsWithManyCallsInFlight()
     QCOMPARE(events.all().count(QStringLiteral("started 0: ") + gone), 20);
     QCOMPARE(events.all().count(QStringLiteral("stopped ") + gone), 1);
     QCOMPARE(events.size(), 21);
-    QCOMPARE(warnings.texts(), QStringList());
+    QCOMPARE(ownTexts(warnings), QStringList());
 }
 
 void TestTaskInvokerFailures::serviceNeverAnswers()
@@ -153,10 +167,10 @@ void TestTaskInvokerFailures::serviceNeverAnswers()
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     invoker.stop(QStringLiteral("photos"), events.stopped());
     QVERIFY(events.waitFor(3));
-    QCOMPARE(events.all(),
+    QCOMPARE(events.sorted(),
              (QStringList{QStringLiteral("ready ") + silent, QStringLiteral("started 0: ") + silent,
                           QStringLiteral("stopped ") + silent}));
-    QCOMPARE(warnings.texts().size(), 1);
+    QCOMPARE(ownTexts(warnings).size(), 1);
 }
 
 // A failed invoker stays failed, but its calls go out, and it hears what is announced.
@@ -176,11 +190,11 @@ void TestTaskInvokerFailures::serviceComesLater()
     QVERIFY(events.waitFor(3));
     invoker.onReady(events.ready());
     QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("started 0: ") + noSession(), QStringLiteral("started 1: 0"),
-                     QStringLiteral("active [photos 1 {}]"), QStringLiteral("ready ") + absent}));
+        events.sortedWithoutPids(),
+        (QStringList{QStringLiteral("active [photos PID {}]"), QStringLiteral("ready ") + absent,
+                     QStringLiteral("started 0: ") + noSession(), QStringLiteral("started 1: 0")}));
     QVERIFY(invoker.availableTasks().isEmpty());
-    QCOMPARE(warnings.texts().size(), 1);
+    QCOMPARE(ownTexts(warnings).size(), 1);
 }
 
 // Nothing is registered again, and the lists stay as they were until something is announced.
@@ -195,6 +209,8 @@ void TestTaskInvokerFailures::serviceComesBack()
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     QVERIFY(events.waitFor(2));
     events.clear();
+    const QString active = text(invoker.activeTasks());
+    QVERIFY2(active.startsWith(QStringLiteral("photos ")), qPrintable(active));
 
     QCOMPARE(m_simulator->end(), 0);
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
@@ -202,7 +218,7 @@ void TestTaskInvokerFailures::serviceComesBack()
     m_simulator->start();
     invoker.stop(QStringLiteral("photos"), events.stopped());
     QVERIFY(events.waitFor(2));
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("photos 1 {}"));
+    QCOMPARE(text(invoker.activeTasks()), active);
     QCOMPARE(m_simulator->calls().size(), 1);
 
     TaskInvoker second(TaskInvoker::SessionBus, type);
@@ -210,11 +226,11 @@ void TestTaskInvokerFailures::serviceComesBack()
     invoker.start(QStringLiteral("contacts"), {}, {}, events.started());
     QVERIFY(events.waitFor(4));
     invoker.onReady(events.ready());
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + absent,
-                          QStringLiteral("stopped ") + noSession(), QStringLiteral("started 1: 0"),
-                          QStringLiteral("active [contacts 1 {}]"), QStringLiteral("ready 0")}));
-    QCOMPARE(warnings.texts(), QStringList());
+    QCOMPARE(events.sortedWithoutPids(),
+             (QStringList{QStringLiteral("active [contacts PID {}]"), QStringLiteral("ready 0"),
+                          QStringLiteral("started 0: ") + absent, QStringLiteral("started 1: 0"),
+                          QStringLiteral("stopped ") + noSession()}));
+    QCOMPARE(ownTexts(warnings), QStringList());
 }
 
 // It may know nothing of tasks.
@@ -235,7 +251,7 @@ void TestTaskInvokerFailures::anotherProgramOwnsTheName()
             QStringLiteral("ready 1 \"No such object path '%1'\"")
                 .arg(QStringLiteral(OSTREL_TASK_INVOKER_PATH)),
             QStringLiteral("started 0: 1 \"No such object path '%1'\"").arg(sessionPath(type))}));
-    QCOMPARE(warnings.texts().size(), 1);
+    QCOMPARE(ownTexts(warnings).size(), 1);
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerFailures)

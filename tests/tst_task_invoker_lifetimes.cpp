@@ -29,6 +29,17 @@ TaskInvoker *newInvoker()
     return new TaskInvoker(TaskInvoker::SessionBus, type);
 }
 
+// The invoker ends in a slot of one of its signals.
+void deleteIn(TaskInvoker *invoker, bool active)
+{
+    const auto end = [invoker] { delete invoker; };
+    if (active) {
+        QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker, end);
+    } else {
+        QObject::connect(invoker, &TaskInvoker::availableTasksChanged, invoker, end);
+    }
+}
+
 // Something that has been handled is behind everything that came before it.
 void otherRoundTrip()
 {
@@ -218,9 +229,7 @@ void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists()
     Events events;
     events.watch(*invoker);
     invoker->onReady(events.ready());
-    connect(invoker,
-            active ? &TaskInvoker::activeTasksChanged : &TaskInvoker::availableTasksChanged, this,
-            [invoker] { delete invoker.data(); });
+    deleteIn(invoker, active);
     QVERIFY(events.waitFor(active ? 1 : 2));
     otherRoundTrip();
     QVERIFY(invoker.isNull());
@@ -241,9 +250,7 @@ void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement()
     waitUntilReady(*invoker);
     Events events;
     events.watch(*invoker);
-    connect(invoker,
-            active ? &TaskInvoker::activeTasksChanged : &TaskInvoker::availableTasksChanged, this,
-            [invoker] { delete invoker.data(); });
+    deleteIn(invoker, active);
     emitPropertiesChanged(*m_bus, type, bothLists);
     emitPropertiesChanged(*m_bus, type, bothLists);
     QVERIFY(events.waitFor(active ? 1 : 2));
@@ -283,7 +290,8 @@ void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
         invoker->start(task, {}, {}, nullptr);
         invoker->stop(task, end);
     }
-    invoker->start(QStringLiteral("contacts"), {}, {}, events.started(QStringLiteral("never")));
+    // Answered behind it.
+    invoker->stop(task, events.stopped(QStringLiteral("never")));
     QVERIFY(events.waitFor(1));
     otherRoundTrip();
     QCOMPARE(events.all(),
@@ -292,7 +300,7 @@ void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
     QCOMPARE(m_simulator
                  ->desk(QStringLiteral("WaitForCalls"),
                         {QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-                         QStringLiteral("Start"), 2U})
+                         QStringLiteral("Stop"), start ? 1U : 2U})
                  .type(),
              QDBusMessage::ReplyMessage);
 }
@@ -411,10 +419,10 @@ void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
         }
     });
     QVERIFY(events.waitFor(6));
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active 0"), QStringLiteral("ready 0"),
-                          QStringLiteral("started 1: 0"), QStringLiteral("active 1"),
-                          QStringLiteral("stopped 0"), QStringLiteral("active 0")}));
+    QCOMPARE(events.sorted(),
+             (QStringList{QStringLiteral("active 0"), QStringLiteral("active 0"),
+                          QStringLiteral("active 1"), QStringLiteral("ready 0"),
+                          QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
 }
 
 void TestTaskInvokerLifetimes::manyEndWhileAnswersArrive()
@@ -456,7 +464,11 @@ void TestTaskInvokerLifetimes::livesInAnotherThread()
     TaskInvoker *invoker = nullptr;
     QMetaObject::invokeMethod(&context, [&] {
         invoker = newInvoker();
-        connect(invoker, &TaskInvoker::activeTasksChanged, [&] { saw(QStringLiteral("active")); });
+        // The invoker ends before this function does.
+        connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
+                [&saw] { // clazy:exclude=lambda-in-connect
+                    saw(QStringLiteral("active"));
+                });
         invoker->onReady([&](const Error &error) { saw(Ostrel::text(error)); });
         invoker->start(QStringLiteral("photos"), {}, {},
                        [&](int number, const Error &) { saw(QString::number(number)); });
@@ -466,8 +478,9 @@ void TestTaskInvokerLifetimes::livesInAnotherThread()
         &context, [&] { delete invoker; }, Qt::BlockingQueuedConnection);
     thread.quit();
     QVERIFY(thread.wait(patience));
+    seen.sort();
     QCOMPARE(seen,
-             (QStringList{QStringLiteral("active"), QStringLiteral("0"), QStringLiteral("1"),
+             (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("active"),
                           QStringLiteral("active")}));
     QCOMPARE(ranIn, std::vector<QThread *>(4, &thread));
 }

@@ -12,7 +12,6 @@
 
 #include <optional>
 
-using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // An invoker registers its type: what it is, and what its beginning and its end put on the bus.

@@ -8,6 +8,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -27,9 +28,11 @@ private:
     void printActive();
     void start();
     void stop();
+    void quitWhenGone();
     void fail(const QString &what, const Error &error);
 
     QString m_task;
+    bool m_stopped = false;
     TaskInvoker m_invoker;
     QTextStream m_out{stdout};
     QTextStream m_err{stderr};
@@ -66,6 +69,7 @@ void TaskRunner::printActive()
         m_out << ' ' << task.name << " (" << task.pid << ')';
     }
     m_out << Qt::endl;
+    quitWhenGone();
 }
 
 void TaskRunner::start()
@@ -94,9 +98,22 @@ void TaskRunner::stop()
             fail(QStringLiteral("cannot stop"), error);
         } else {
             m_out << "stopped " << m_task << Qt::endl;
-            QCoreApplication::quit();
+            m_stopped = true;
+            quitWhenGone();
         }
     });
+}
+
+// The answer to the stop and the new list come in either order.
+void TaskRunner::quitWhenGone()
+{
+    const auto &active = m_invoker.activeTasks();
+    const bool runs =
+        std::any_of(active.cbegin(), active.cend(),
+                    [this](const Ostrel::ActiveTask &task) { return task.name == m_task; });
+    if (m_stopped && !runs) {
+        QCoreApplication::quit();
+    }
 }
 
 void TaskRunner::fail(const QString &what, const Error &error)

@@ -5,8 +5,8 @@
 
 #include <fcntl.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -23,7 +23,7 @@ namespace
 
 [[noreturn]] void fail(const std::string &what)
 {
-    std::fprintf(stderr, "sender: %s\n", what.c_str());
+    std::cerr << "sender: " << what << std::endl;
     std::exit(1);
 }
 
@@ -172,8 +172,7 @@ int main(int argc, char **argv)
     DBusConnection *bus = dbus_connection_open_private(argv[1], nullptr);
     require(bus != nullptr && dbus_bus_register(bus, nullptr) != 0, "no bus");
     require(dbus_bus_request_name(bus, "test.Sender", 0, nullptr) != -1, "no name");
-    std::puts("ready");
-    std::fflush(stdout);
+    std::cout << "ready" << std::endl;
     while (dbus_connection_read_write(bus, -1) != 0) {
         while (DBusMessage *message = dbus_connection_pop_message(bus)) {
             if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_METHOD_CALL) {

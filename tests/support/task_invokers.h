@@ -11,6 +11,7 @@
 
 #include <Ostrel/TaskInvoker>
 
+#include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
 
 namespace Ostrel
@@ -54,16 +55,32 @@ public:
     void watch(const Ostrel::TaskInvoker &invoker)
     {
         const auto *watched = &invoker;
-        QObject::connect(watched, &Ostrel::TaskInvoker::activeTasksChanged, [this, watched] {
-            add(QStringLiteral("active [%1]").arg(text(watched->activeTasks())));
-        });
-        QObject::connect(watched, &Ostrel::TaskInvoker::availableTasksChanged, [this, watched] {
-            add(QStringLiteral("available [%1]").arg(text(watched->availableTasks())));
-        });
+        QObject::connect(watched, &Ostrel::TaskInvoker::activeTasksChanged, watched,
+                         [this, watched] {
+                             add(QStringLiteral("active [%1]").arg(text(watched->activeTasks())));
+                         });
+        QObject::connect(
+            watched, &Ostrel::TaskInvoker::availableTasksChanged, watched, [this, watched] {
+                add(QStringLiteral("available [%1]").arg(text(watched->availableTasks())));
+            });
     }
 
     void add(const QString &event) { m_all.append(event); }
     const QStringList &all() const { return m_all; }
+    // For events whose order is not fixed: an announcement may be handled before or behind the
+    // answer to the call that caused it.
+    QStringList sorted() const
+    {
+        QStringList all = m_all;
+        all.sort();
+        return all;
+    }
+    // The same without the numbers of processes that the simulator runs.
+    QStringList sortedWithoutPids() const
+    {
+        static const QRegularExpression pid(QStringLiteral("(photos|contacts) \\d+ "));
+        return sorted().replaceInStrings(pid, QStringLiteral("\\1 PID "));
+    }
     int size() const { return m_all.size(); }
     void clear() { m_all.clear(); }
 

@@ -21,7 +21,10 @@ const QString argumentsKey = QStringLiteral("arguments");
 const QString propertiesKey = QStringLiteral("properties");
 
 // The members of every program but "program" itself.
-const QStringList programMembers{argumentsKey, propertiesKey};
+QStringList programMembers()
+{
+    return {argumentsKey, propertiesKey};
+}
 
 void readProgram(const JsonNode &node, Program &program)
 {
@@ -40,7 +43,7 @@ void readProgram(const JsonNode &node, Program &program)
 // A name that stands once in a list.
 QString readName(const JsonNode &node, QStringList &earlier)
 {
-    const QString name = node.string();
+    QString name = node.string();
     if (name.isEmpty()) {
         node.refuse(QStringLiteral("is empty"));
     } else if (earlier.contains(name)) {
@@ -54,7 +57,7 @@ QString readName(const JsonNode &node, QStringList &earlier)
 QString readId(const JsonNode &node, QStringList &earlier)
 {
     static const QRegularExpression component(QStringLiteral("\\A[^/:[:cntrl:]]{1,255}\\z"));
-    const QString id = readName(node, earlier);
+    QString id = readName(node, earlier);
     if (!component.match(id).hasMatch() || id == QLatin1String(".") || id == QLatin1String("..")) {
         node.refuse(QStringLiteral("\"%1\" cannot be a component of a path").arg(id));
     }
@@ -64,7 +67,7 @@ QString readId(const JsonNode &node, QStringList &earlier)
 ApplicationService readService(const JsonNode &node, QStringList &names)
 {
     const QString nameKey = QStringLiteral("name");
-    node.expectMembers({nameKey, programKey}, programMembers);
+    node.expectMembers({nameKey, programKey}, programMembers());
     ApplicationService service;
     service.name = readName(node.member(nameKey), names);
     readProgram(node, service);
@@ -78,7 +81,7 @@ Application readApplication(const JsonNode &node, QStringList &ids)
     const QString singleInstanceKey = QStringLiteral("singleInstance");
     const QString servicesKey = QStringLiteral("services");
     node.expectMembers({idKey, programKey},
-                       programMembers + QStringList{kindKey, singleInstanceKey, servicesKey});
+                       programMembers() + QStringList{kindKey, singleInstanceKey, servicesKey});
     Application application;
     application.id = readId(node.member(idKey), ids);
     readProgram(node, application);
@@ -134,7 +137,7 @@ TaskType readTaskType(const JsonNode &node, QStringList &earlier)
 }
 
 // "LINE:COLUMN", from 1, of the mistake; a column is a character.
-QString position(const QByteArray &text, const QJsonParseError &error)
+QString position(const QByteArray &text, QJsonParseError error)
 {
     // Qt has consumed the character that it objects to, but for these.
     const bool isAhead = error.error == QJsonParseError::GarbageAtEnd

@@ -32,11 +32,12 @@ Children::~Children()
     }
 }
 
-Child *Children::run(Launch launch, const QString &group)
+Child *Children::run(const Launch &launch, const QString &group)
 {
     // A program that asks where it belongs has to look where the simulator tells it.
-    launch.environment.insert(QStringLiteral("OSTREL_ROOTFS"), m_rootFs.path());
-    auto *child = new Child(launch, m_killAfter, this);
+    Launch told = launch;
+    told.environment.insert(QStringLiteral("OSTREL_ROOTFS"), m_rootFs.path());
+    auto *child = new Child(told, m_killAfter, this);
     m_children.append(child);
     // Connected before anyone else: who learns of the end finds the root file system without it.
     connect(child, &Child::failed, this, [this, child] { onGone(child); });

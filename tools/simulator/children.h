@@ -29,7 +29,7 @@ public:
 
     // Runs a program in the control group of this path. The child is deleted some time after it is
     // gone.
-    Child *run(Launch launch, const QString &group);
+    Child *run(const Launch &launch, const QString &group);
 
     // Kills all that run now, and calls the function when they are gone.
     void killAll(const std::function<void()> &done);

@@ -3,7 +3,7 @@
 
 #include "signal_sender.h"
 
-#include "values.h"
+#include "desk_call.h"
 
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusObjectPath>
@@ -33,17 +33,14 @@ QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count,
     const QString interface = call.arguments().at(1).toString();
     const QString member = call.arguments().at(2).toString();
     const QVariantList arguments = valuesOf(call.arguments().at(3));
-    const auto refuse = [&call](const QString &message) {
-        return call.createErrorReply(QDBusError::InvalidArgs, message);
-    };
     if (!isInterfaceName(interface)) {
-        return refuse(QStringLiteral("\"%1\" is no interface name").arg(interface));
+        return refuse(call, QStringLiteral("\"%1\" is no interface name").arg(interface));
     }
     if (!isMemberName(member)) {
-        return refuse(QStringLiteral("\"%1\" is no name of a signal").arg(member));
+        return refuse(call, QStringLiteral("\"%1\" is no name of a signal").arg(member));
     }
     if (interface == localInterface || path == localPath) {
-        return refuse(QStringLiteral("The bus forbids signals of %1").arg(localInterface));
+        return refuse(call, QStringLiteral("The bus forbids signals of %1").arg(localInterface));
     }
     for (uint number = 0; number < count; ++number) {
         QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);

@@ -3,15 +3,21 @@
 
 #include "DBus/outgoing_map_p.h"
 
+#include "DBus/nesting_p.h"
+#include "DBus/types.h"
 #include "DBus/types_json_p.h"
 
+#include <QtCore/QAssociativeIterable>
 #include <QtCore/QPair>
+#include <QtCore/QSequentialIterable>
 #include <QtCore/QVariantHash>
 #include <QtCore/QVector>
 #include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
 #include <algorithm>
+#include <cstring>
 
 namespace Ostrel
 {
@@ -42,27 +48,17 @@ int containersIn(const QJsonValue &value)
     return inner;
 }
 
-// The containers of one complete type, which the signature is moved past. Variants count by
-// themselves, since what they hold does not show.
-int containersIn(const char *&signature)
+// Whether the value has a type for the bus, but is none of it. Qt refuses a message with such a
+// value, and loses memory over it.
+bool isInvalid(const QVariant &value)
 {
-    switch (*signature++) {
-    case 'a':
-        return 1 + containersIn(signature);
-    case '(':
-    case '{': {
-        int inner = 0;
-        while (*signature != ')' && *signature != '}') {
-            inner = std::max(inner, containersIn(signature));
-        }
-        ++signature;
-        return 1 + inner;
-    }
-    case 'v':
-        return 1;
-    default:
-        return 0;
-    }
+    const int type = value.userType();
+    return (type == qMetaTypeId<QDBusObjectPath>()
+            && value.value<QDBusObjectPath>().path().isEmpty())
+        || (type == qMetaTypeId<QDBusSignature>()
+            && value.value<QDBusSignature>().signature().isEmpty())
+        || (type == qMetaTypeId<QDBusUnixFileDescriptor>()
+            && !value.value<QDBusUnixFileDescriptor>().isValid());
 }
 
 // Nearly all that is sent is of these types, which any message can hold just as they are. None
@@ -170,16 +166,66 @@ private:
         const QByteArray signature = type == qMetaTypeId<QDBusArgument>()
             ? value.value<QDBusArgument>().currentSignature().toLatin1()
             : QByteArray(QDBusMetaType::typeToSignature(type));
-        if (signature.isEmpty()) {
+        if (signature.isEmpty() || isInvalid(value)) {
             return unsendable(QStringLiteral("holds a value"), value);
         }
+        // Only these can be wrong, and what has been written into an argument is right.
+        const bool mayBeWrong = std::strpbrk(signature.constData(), "vogh") != nullptr;
+        if (mayBeWrong && type != qMetaTypeId<QDBusArgument>()) {
+            const Outcome outcome = inside(value, containers);
+            if (outcome != Unchanged) {
+                return outcome;
+            }
+        }
         const char *rest = signature.constData();
-        if (containers + containersIn(rest) > maximumContainers) {
+        const Nesting nesting = nestingOf(rest);
+        if (nesting.isTooDeep() || containers + nesting.containers > maximumContainers) {
             return tooDeep(value);
         }
         // A variant holds one value; an argument may have been given several.
         return *rest == '\0' ? Unchanged
                              : unsendable(QStringLiteral("holds several values"), value);
+    }
+
+    // What the value itself holds in variants: its type says that it can be sent, and not more. Of
+    // a type of the caller's own that is no container, only its writer knows.
+    Outcome inside(const QVariant &value, int containers)
+    {
+        const int type = value.userType();
+        const QString key = m_key;
+        Outcome result = Unchanged;
+        const auto look = [&](QVariant content, int around) {
+            if (result == Unchanged) {
+                result = this->value(content, containers + around);
+            }
+            if (result == Replaced) {
+                // There is no place for what would replace it.
+                m_key = key;
+                result = unsendable(QStringLiteral("holds a JSON value"), value);
+            }
+        };
+        if (type == qMetaTypeId<RunningApplication>()) {
+            look(value.value<RunningApplication>().properties, 1);
+        } else if (type == qMetaTypeId<RunningService>()) {
+            look(value.value<RunningService>().properties, 1);
+        } else if (type == qMetaTypeId<TaskState>()) {
+            look(value.value<TaskState>().properties, 1);
+        } else if (type == qMetaTypeId<AvailableTask>()) {
+            look(value.value<AvailableTask>().properties, 1);
+        } else if (type == qMetaTypeId<ActiveTask>()) {
+            look(value.value<ActiveTask>().properties, 1);
+        } else if (value.canConvert<QVariantList>()) {
+            const auto elements = value.value<QSequentialIterable>();
+            for (const QVariant &element : elements) {
+                look(element, 1);
+            }
+        } else if (value.canConvert<QVariantMap>()) {
+            const auto entries = value.value<QAssociativeIterable>();
+            for (const QVariant &content : entries) {
+                look(content, 2);
+            }
+        }
+        return result;
     }
 
     Outcome hash(QVariantHash &hash, int containers)

@@ -32,16 +32,18 @@ void watchPendingCall(QDBusPendingCall call, const QObject *context, Handler han
     auto *watcher =
         new QDBusPendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
 
-    const auto finished =
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                         [handler = std::move(handler)](QDBusPendingCallWatcher *finishedWatcher) {
-                             // The handler may delete the watcher's parent, and the watcher with
-                             // it.
-                             const Reply reply = *finishedWatcher;
-                             finishedWatcher->deleteLater();
-                             handler(reply);
-                         });
-    if (!finished) {
+    // The handler may delete the watcher's parent, and the watcher with it.
+    const auto handle = [handler = std::move(handler)](QDBusPendingCallWatcher *finished) {
+        const Reply reply = *finished;
+        finished->deleteLater();
+        handler(reply);
+    };
+    if (context != nullptr && watcher->isFinished()) {
+        // The watcher would take two passes of the event loop to tell, and be overtaken by what
+        // the bus delivers later.
+        QMetaObject::invokeMethod(
+            watcher, [watcher, handle] { handle(watcher); }, Qt::QueuedConnection);
+    } else if (!QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, handle)) {
         delete watcher;
         return;
     }

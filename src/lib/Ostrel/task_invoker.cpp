@@ -176,7 +176,7 @@ void TaskInvokerPrivate::applyProperties(const QVariantMap &properties)
 {
     // A slot may delete this object; only what is held here is good afterwards.
     const QPointer<TaskInvokerPrivate> self(this);
-    const QVariantMap held = properties;
+    const QVariantMap held = properties; // NOLINT(performance-unnecessary-copy-initialization)
     for (auto property = held.cbegin(); !self.isNull() && property != held.cend(); ++property) {
         if (property.key() == QLatin1String("AvailableTasks")) {
             read(property.value(), m_availableTasks);

@@ -201,7 +201,8 @@ Q_SIGNALS:
      * possibly; activeTasks() returns them. It comes with the answer to the registration, before
      * the callbacks of onReady(), and with each later announcement, also after a registration that
      * failed. When one announcement holds both lists, it comes before availableTasksChanged(), and
-     * availableTasks() still returns the earlier list. It is emitted from the event loop.
+     * availableTasks() still returns the earlier list. A change that a call has caused may come
+     * before the call's callback or behind it. It is emitted from the event loop.
      */
     void activeTasksChanged();
 

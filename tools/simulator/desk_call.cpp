@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "values.h"
+#include "desk_call.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusError>
 #include <QtDBus/QDBusVariant>
 
 namespace
@@ -13,6 +14,11 @@ namespace
 constexpr int longestName = 255;
 
 } // namespace
+
+Method methodOf(const QDBusMessage &call)
+{
+    return {call.arguments().at(0).toString(), call.arguments().at(1).toString()};
+}
 
 QVariantList valuesOf(const QVariant &argument)
 {
@@ -39,4 +45,9 @@ bool isMemberName(const QString &name)
 {
     static const QRegularExpression element(QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*\\z"));
     return name.size() <= longestName && element.match(name).hasMatch();
+}
+
+QDBusMessage refuse(const QDBusMessage &call, const QString &message)
+{
+    return call.createErrorReply(QDBusError::InvalidArgs, message);
 }

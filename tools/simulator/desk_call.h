@@ -1,13 +1,19 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef SIMULATOR_VALUES_H
-#define SIMULATOR_VALUES_H
+#ifndef SIMULATOR_DESK_CALL_H
+#define SIMULATOR_DESK_CALL_H
+
+#include "call_log.h"
 
 #include <QtCore/QString>
 #include <QtCore/QVariantList>
+#include <QtDBus/QDBusMessage>
 
-// What the fault desk is given.
+// What the fault desk reads in the calls that it gets.
+
+// The method of the service that the call names first.
+Method methodOf(const QDBusMessage &call);
 
 // The contents of an argument of type "av".
 QVariantList valuesOf(const QVariant &argument);
@@ -15,5 +21,8 @@ QVariantList valuesOf(const QVariant &argument);
 // Interfaces and errors have names of the same form.
 bool isInterfaceName(const QString &name);
 bool isMemberName(const QString &name);
+
+// The answer to a call that asks for what cannot be.
+QDBusMessage refuse(const QDBusMessage &call, const QString &message);
 
 #endif

@@ -1,0 +1,12 @@
+<?xml version="1.0" encoding="UTF-8"?>
+<!--
+  SPDX-FileCopyrightText: 2026 The libostrel authors
+  SPDX-License-Identifier: LGPL-2.1-or-later
+-->
+<!-- Copies one of Qt's tag files without the namespace Qt: every mention of Qt would be a link. -->
+<xsl:stylesheet version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform">
+  <xsl:template match="@* | node()">
+    <xsl:copy><xsl:apply-templates select="@* | node()"/></xsl:copy>
+  </xsl:template>
+  <xsl:template match="compound[@kind = 'namespace' and name = 'Qt']"/>
+</xsl:stylesheet>

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "DBus/nesting_p.h"
+
+#include <algorithm>
+
+namespace Ostrel
+{
+
+Nesting nestingOf(const char *&signature)
+{
+    Nesting nesting;
+    switch (*signature++) {
+    case 'a':
+        nesting = nestingOf(signature);
+        ++nesting.arrays;
+        ++nesting.containers;
+        break;
+    case '(':
+    case '{':
+        while (*signature != ')' && *signature != '}') {
+            const Nesting member = nestingOf(signature);
+            nesting.arrays = std::max(nesting.arrays, member.arrays);
+            nesting.structures = std::max(nesting.structures, member.structures);
+            nesting.containers = std::max(nesting.containers, member.containers);
+        }
+        ++signature;
+        ++nesting.structures;
+        ++nesting.containers;
+        break;
+    case 'v':
+        ++nesting.containers;
+        break;
+    default:
+        break;
+    }
+    return nesting;
+}
+
+} // namespace Ostrel

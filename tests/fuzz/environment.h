@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_FUZZ_ENVIRONMENT_H
+#define TESTS_FUZZ_ENVIRONMENT_H
+
+#include "peer.h"
+
+// What the executions of a target share; it is made at first use and lives until the process ends.
+// The texts are what may be logged, by their beginnings: anything else that is logged as a warning
+// or worse is a finding, like Qt's complaint about a value that was read as something else.
+Peer &sharedPeer(std::initializer_list<const char *> expectedTexts);
+
+#endif

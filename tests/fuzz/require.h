@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_FUZZ_REQUIRE_H
+#define TESTS_FUZZ_REQUIRE_H
+
+#include <cstdlib>
+#include <iostream>
+
+// Ends the process if what has to be so is not; the fuzzer then keeps the input.
+inline void require(bool condition, const char *what)
+{
+    if (!condition) {
+        std::cerr << "required: " << what << std::endl;
+        std::abort();
+    }
+}
+
+#endif

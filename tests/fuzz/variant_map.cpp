@@ -1,0 +1,236 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "variant_map.h"
+
+#include "DBus/types.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QUrl>
+#include <QtCore/QVariantHash>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusUnixFileDescriptor>
+#include <QtDBus/QDBusVariant>
+
+namespace
+{
+
+// Deeper than any message, and not so deep that making it takes long.
+constexpr int maximumDepth = 100;
+
+QString takeText(Bytes &bytes)
+{
+    // UTF-16 of any kind, among it null characters and half surrogates.
+    if (bytes.takeIf('~')) {
+        QString text;
+        for (int left = bytes.takeCount(); left > 0; --left) {
+            text += QChar(bytes.takeNumber<quint16>());
+        }
+        return text;
+    }
+    return QString::fromStdString(bytes.takeString());
+}
+
+QJsonValue takeJson(Bytes &bytes, int depth)
+{
+    switch (bytes.take()) {
+    case 'b':
+        return bytes.take() % 2 == 1;
+    case 'd':
+        return bytes.takeNumber<qint32>() / 8.0;
+    case 's':
+        return takeText(bytes);
+    case '[': {
+        QJsonArray array;
+        for (int left = bytes.takeCount(); left > 0 && depth > 0; --left) {
+            array.append(takeJson(bytes, depth - 1));
+        }
+        return array;
+    }
+    case '{': {
+        QJsonObject object;
+        for (int left = bytes.takeCount(); left > 0 && depth > 0; --left) {
+            const QString key = takeText(bytes);
+            object.insert(key, takeJson(bytes, depth - 1));
+        }
+        return object;
+    }
+    case 'u':
+        return QJsonValue(QJsonValue::Undefined);
+    default:
+        return QJsonValue::Null;
+    }
+}
+
+QVariant takeVariant(Bytes &bytes, int depth);
+
+QVariantMap takeMap(Bytes &bytes, int depth)
+{
+    QVariantMap map;
+    for (int left = bytes.takeCount(); left > 0 && depth > 0; --left) {
+        const QString key = takeText(bytes);
+        map.insert(key, takeVariant(bytes, depth - 1));
+    }
+    return map;
+}
+
+// A number in structures, one in another.
+void writeStructures(QDBusArgument &argument, int count)
+{
+    for (int level = 0; level < count; ++level) {
+        argument.beginStructure();
+    }
+    argument << 1;
+    for (int level = 0; level < count; ++level) {
+        argument.endStructure();
+    }
+}
+
+// Whole values, as a caller writes them. libdbus does not survive the writing of a signature that
+// is too long, so that there is one value if it is deep.
+QDBusArgument takeArgument(Bytes &bytes)
+{
+    QDBusArgument argument;
+    if (bytes.takeIf('(')) {
+        writeStructures(argument, bytes.takeCount() * 3);
+        return argument;
+    }
+    for (int left = bytes.takeCount(); left > 0; --left) {
+        switch (bytes.take()) {
+        case 'i':
+            argument << bytes.takeNumber<qint32>();
+            break;
+        case 's':
+            argument << takeText(bytes);
+            break;
+        case 'a':
+            argument << QStringList{takeText(bytes)};
+            break;
+        case '{':
+            argument << QVariantMap{{takeText(bytes), 1}};
+            break;
+        case 'v':
+            argument << QDBusVariant(takeText(bytes));
+            break;
+        default:
+            writeStructures(argument, 2);
+        }
+    }
+    return argument;
+}
+
+template <typename Number> QVariant takeNumber(Bytes &bytes)
+{
+    return QVariant::fromValue(bytes.takeNumber<Number>());
+}
+
+QVariant takeSimple(Bytes &bytes, std::uint8_t code)
+{
+    switch (code) {
+    case 'b':
+        return bytes.take() % 2 == 1;
+    case 'y':
+        return takeNumber<uchar>(bytes);
+    case 'n':
+        return takeNumber<short>(bytes);
+    case 'q':
+        return takeNumber<ushort>(bytes);
+    case 'i':
+        return takeNumber<int>(bytes);
+    case 'u':
+        return takeNumber<uint>(bytes);
+    case 'x':
+        return takeNumber<qlonglong>(bytes);
+    case 't':
+        return takeNumber<qulonglong>(bytes);
+    case 'd':
+        return static_cast<double>(bytes.takeNumber<qint64>()) / 8;
+    case 's':
+        return takeText(bytes);
+    case 'S':
+        return QStringList{takeText(bytes), QString()};
+    case 'B':
+        return QByteArray::fromStdString(bytes.takeString());
+    case 'o':
+        return QVariant::fromValue(QDBusObjectPath(QLatin1Char('/') + takeText(bytes)));
+    case 'O':
+        return QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()});
+    case 'g':
+        return QVariant::fromValue(QDBusSignature(takeText(bytes)));
+    case 'h':
+        return QVariant::fromValue(QDBusUnixFileDescriptor(bytes.take() % 2 == 0 ? -1 : 0));
+    case 'l':
+        return QVariant::fromValue(QList<int>{1, 2});
+    case 'D':
+        return QDateTime::fromSecsSinceEpoch(bytes.takeNumber<quint32>(), Qt::UTC);
+    // What has no form on the bus.
+    case 'f':
+        return QVariant::fromValue(1.5F);
+    case 'c':
+        return QChar(QLatin1Char('c'));
+    case 'U':
+        return QUrl(QStringLiteral("file:///"));
+    case 'p':
+        return QVariant::fromValue(static_cast<QObject *>(nullptr));
+    case '0':
+        return QVariant::fromValue(nullptr);
+    default:
+        return QVariant();
+    }
+}
+
+QVariant takeVariant(Bytes &bytes, int depth)
+{
+    if (depth <= 0) {
+        return takeSimple(bytes, bytes.take());
+    }
+    const std::uint8_t code = bytes.take();
+    switch (code) {
+    case 'm':
+        return takeMap(bytes, depth);
+    case 'H': {
+        QVariantHash hash;
+        const QVariantMap map = takeMap(bytes, depth);
+        for (auto entry = map.begin(); entry != map.end(); ++entry) {
+            hash.insert(entry.key(), entry.value());
+        }
+        return hash;
+    }
+    case 'L': {
+        QVariantList list;
+        for (int left = bytes.takeCount(); left > 0; --left) {
+            list.append(takeVariant(bytes, depth - 1));
+        }
+        return list;
+    }
+    case 'v':
+        return QVariant::fromValue(QDBusVariant(takeVariant(bytes, depth - 1)));
+    case 'j':
+        return takeJson(bytes, depth);
+    case 'J':
+        return takeJson(bytes, depth).toObject();
+    case 'A':
+        return takeJson(bytes, depth).toArray();
+    case 'a':
+        return QVariant::fromValue(takeArgument(bytes));
+    case 'r':
+        return QVariant::fromValue(
+            Ostrel::ActiveTask{takeText(bytes), bytes.takeNumber<qint32>(), takeMap(bytes, depth)});
+    case 'R':
+        return QVariant::fromValue(
+            QVector<Ostrel::AvailableTask>{{takeText(bytes), takeMap(bytes, depth)}});
+    case 'M':
+        return QVariant::fromValue(QList<QVariantMap>{takeMap(bytes, depth)});
+    default:
+        return takeSimple(bytes, code);
+    }
+}
+
+} // namespace
+
+QVariantMap takeMap(Bytes &bytes)
+{
+    return takeMap(bytes, maximumDepth);
+}

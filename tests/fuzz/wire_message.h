@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_FUZZ_WIRE_MESSAGE_H
+#define TESTS_FUZZ_WIRE_MESSAGE_H
+
+#include "wire_types.h"
+
+#include <dbus/dbus.h>
+
+#include <memory>
+#include <string>
+
+struct UnrefMessage
+{
+    void operator()(DBusMessage *message) const { dbus_message_unref(message); }
+};
+using MessagePointer = std::unique_ptr<DBusMessage, UnrefMessage>;
+
+// A method call with a value of any type that a message can hold, and the string "marker" behind
+// it. It is made with libdbus, with none of Qt's code.
+struct WireMessage
+{
+    MessagePointer message;
+    // The type of the value.
+    std::string type;
+    // How many elements the value has, if it is an array.
+    int length = 0;
+    // Whether value and marker stand in a structure. If not, they are two arguments.
+    bool isStructure = false;
+};
+
+// Any bytes make a well-formed message.
+WireMessage takeMessage(Bytes &bytes);
+
+#endif

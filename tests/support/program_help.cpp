@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "program_help.h"
+
+#include "process.h"
+
+#include <QtCore/QRegularExpression>
+
+QStringList ProgramHelp::ownOptions() const
+{
+    QStringList own = options;
+    own.removeOne(QStringLiteral("-h, --help"));
+    return own;
+}
+
+QStringList ProgramHelp::optionNames() const
+{
+    QStringList names;
+    for (const QString &option : options) {
+        names.append(
+            option.mid(option.indexOf(QLatin1String("--"))).section(QLatin1Char(' '), 0, 0));
+    }
+    return names;
+}
+
+ProgramHelp helpOf(const QString &program, const QString &command)
+{
+    const Result result = run(program,
+                              command.split(QLatin1Char(' '), Qt::SkipEmptyParts)
+                                  + QStringList(QStringLiteral("--help")));
+    static const QRegularExpression usage(QStringLiteral("\\AUsage: \\S+ (.*)"));
+    static const QRegularExpression entry(QStringLiteral("^  (\\S.*?)  "));
+    ProgramHelp help;
+    help.text = result.output;
+    help.usage = usage.match(result.output).captured(1);
+    if (result.exitStatus != 0 || help.usage.isEmpty()) {
+        qFatal("%s %s has no help", qPrintable(program), qPrintable(command));
+    }
+    QString part;
+    const QStringList lines = result.output.split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        const QString name = entry.match(line + QStringLiteral("  "))
+                                 .captured(1)
+                                 .remove(QLatin1Char('<'))
+                                 .remove(QLatin1Char('>'));
+        if (line.endsWith(QLatin1Char(':'))) {
+            part = line;
+        } else if (!name.isEmpty() && part == QLatin1String("Options:")) {
+            help.options.append(name);
+        } else if (!name.isEmpty() && part == QLatin1String("Commands:")) {
+            help.commands.append(name);
+        }
+    }
+    return help;
+}
+
+QMap<QString, ProgramHelp> helpOfCommands(const QString &program)
+{
+    QMap<QString, ProgramHelp> all;
+    const QStringList commands = helpOf(program).commands;
+    for (const QString &command : commands) {
+        const ProgramHelp help = helpOf(program, command);
+        for (const QString &subCommand : help.commands) {
+            const QString name = command + QLatin1Char(' ') + subCommand;
+            all.insert(name, helpOf(program, name));
+        }
+        if (help.commands.isEmpty()) {
+            all.insert(command, help);
+        }
+    }
+    return all;
+}

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_PROGRAM_HELP_H
+#define TESTS_PROGRAM_HELP_H
+
+#include <QtCore/QMap>
+#include <QtCore/QStringList>
+
+// What a program, or one of its commands, tells of itself with --help.
+struct ProgramHelp
+{
+    // The usage without the program: "start [options] APP".
+    QString usage;
+    // The options with the names of their values, in order: "-h, --help", "--wrapper COMMAND".
+    QStringList options;
+    QStringList commands;
+    QString text;
+
+    // The options without that for help, which all have.
+    QStringList ownOptions() const;
+
+    // The long names of the options: "--help", "--wrapper".
+    QStringList optionNames() const;
+};
+
+ProgramHelp helpOf(const QString &program, const QString &command = QString());
+
+// The help of all commands, and of their sub-commands ("task list"), by their names.
+QMap<QString, ProgramHelp> helpOfCommands(const QString &program);
+
+#endif

@@ -1,0 +1,143 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "program_help.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QRegularExpression>
+
+namespace
+{
+
+// The page as its author sees it, without the escapes.
+QString page(const char *file)
+{
+    return readFile(QString::fromLatin1(file))
+        .replace(QStringLiteral("\\-"), QStringLiteral("-"))
+        .replace(QStringLiteral("\\(aq"), QStringLiteral("'"));
+}
+
+// The text between a heading and the next one.
+QString section(const QString &page, const QString &heading)
+{
+    const int begin = page.indexOf(QLatin1Char('\n') + heading + QLatin1Char('\n'));
+    if (begin < 0) {
+        return {};
+    }
+    const int end = page.indexOf(QRegularExpression(QStringLiteral("\\n\\.S[HS] ")), begin + 1);
+    return page.mid(begin, end - begin);
+}
+
+// The options that a section describes, as the help writes them.
+QStringList options(const QString &section)
+{
+    static const QRegularExpression tag(QStringLiteral("^\\.TP\\n\\.B[IR]? (-.*)$"),
+                                        QRegularExpression::MultilineOption);
+    QStringList all;
+    auto each = tag.globalMatch(section);
+    while (each.hasNext()) {
+        // The words of the line are joined; blanks that count stand in quotes.
+        QString words;
+        const QStringList parts = each.next().captured(1).split(QLatin1Char('"'));
+        for (int i = 0; i < parts.size(); ++i) {
+            words += i % 2 == 1 ? parts.at(i) : QString(parts.at(i)).remove(QLatin1Char(' '));
+        }
+        all.append(words);
+    }
+    return all;
+}
+
+} // namespace
+
+// The manual pages, against what the programs tell of themselves.
+class TestManualPages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tellTheVersion();
+    void describeTheProgramsOptions();
+    void describeEachCommand();
+    void describeNoOtherCommand();
+    void listTheHints();
+    void nameTheService();
+};
+
+void TestManualPages::tellTheVersion()
+{
+    for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
+        const QString heading =
+            page(file).split(QLatin1Char('\n')).filter(QStringLiteral(".TH ")).value(0);
+        QVERIFY2(heading.contains(QStringLiteral(" " PROJECT_VERSION "\"")), qPrintable(heading));
+    }
+}
+
+void TestManualPages::describeTheProgramsOptions()
+{
+    QCOMPARE(options(section(page(OSTRELCTL_PAGE), QStringLiteral(".SH OPTIONS"))),
+             helpOf(QStringLiteral(OSTRELCTL)).options);
+    QCOMPARE(options(section(page(SIMULATOR_PAGE), QStringLiteral(".SH OPTIONS"))),
+             helpOf(QStringLiteral(SIMULATOR)).options);
+}
+
+void TestManualPages::describeEachCommand()
+{
+    const QString text = page(OSTRELCTL_PAGE);
+    const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
+    QVERIFY(commands.contains(QStringLiteral("task start")));
+    for (const ProgramHelp &help : commands) {
+        const QString described = section(text, QStringLiteral(".SS \"%1\"").arg(help.usage));
+        QVERIFY2(!described.isEmpty(), qPrintable(help.usage));
+        QCOMPARE(options(described), help.ownOptions());
+    }
+}
+
+void TestManualPages::describeNoOtherCommand()
+{
+    static const QRegularExpression heading(QStringLiteral("^\\.SS \"(.*)\"$"),
+                                            QRegularExpression::MultilineOption);
+    QStringList described;
+    auto each = heading.globalMatch(page(OSTRELCTL_PAGE));
+    while (each.hasNext()) {
+        described.append(each.next().captured(1));
+    }
+    QStringList usages;
+    for (const ProgramHelp &help : helpOfCommands(QStringLiteral(OSTRELCTL))) {
+        usages.append(help.usage);
+    }
+    described.sort();
+    usages.sort();
+    QCOMPARE(described, usages);
+}
+
+void TestManualPages::listTheHints()
+{
+    static const QRegularExpression hint(QStringLiteral("^  (\\w+) +(\\S.*)$"),
+                                         QRegularExpression::MultilineOption);
+    const ProgramHelp help = helpOf(QStringLiteral(OSTRELCTL), QStringLiteral("task start"));
+    const QString described =
+        section(page(OSTRELCTL_PAGE), QStringLiteral(".SS \"%1\"").arg(help.usage));
+    QStringList expected;
+    auto each = hint.globalMatch(help.text.section(QStringLiteral("Options:"), 0, 0));
+    while (each.hasNext()) {
+        const auto match = each.next();
+        expected.append(match.captured(1) + QLatin1Char('\t') + match.captured(2));
+    }
+    QCOMPARE(expected.size(), 10);
+    QCOMPARE(described.split(QLatin1Char('\n')).filter(QStringLiteral("\t")), expected);
+}
+
+void TestManualPages::nameTheService()
+{
+    for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
+        QVERIFY(page(file).contains(QStringLiteral(OSTREL_SERVICE_NAME)));
+        QVERIFY2(!page(file).contains(QLatin1Char('@')), file);
+    }
+}
+
+OSTREL_TEST_MAIN(TestManualPages)
+
+#include "tst_manual_pages.moc"

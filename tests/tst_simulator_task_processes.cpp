@@ -1,0 +1,264 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "busctl.h"
+#include "files.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "task_texts.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QFile>
+
+#include <csignal>
+#include <optional>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+// With ' for ", and FOLDER for where the scripts are.
+const char *const catalogue =
+    "{ 'taskTypes': [ { 'type': 'a/b', 'tasks': ["
+    "{ 'name': 'tell', 'program': '/bin/sh', 'arguments': [ 'FOLDER/tell.sh', 'first' ],"
+    "  'properties': { 'Title': 'Tells' } },"
+    "{ 'name': 'once', 'program': 'true' },"
+    "{ 'name': 'broken', 'program': '/nonexistent/task' },"
+    "{ 'name': 'stubborn', 'program': '/bin/sh', 'arguments': [ 'FOLDER/stubborn.sh' ] }"
+    "] } ] }";
+
+} // namespace
+
+// The processes that the simulator's tasks are.
+class TestSimulatorTaskProcesses : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void startedWithParametersAndEnvironment();
+    void taskThatEndsLeavesTheList();
+    void stopEndsTheProcess();
+    void stopKillsWhatDoesNotEnd();
+    void stopNeedNotWaitForTheStart();
+    void brokenProgramsAreRefused();
+    void startupInfoIsCheckedForItsTypes_data();
+    void startupInfoIsCheckedForItsTypes();
+    void processIsFoundByItsControlGroup();
+    void resetEndsThem();
+
+private:
+    // Waits until the file that the task writes has this content.
+    bool wrote(const QByteArray &content) const;
+
+    QTemporaryDir m_folder;
+    QString m_output = m_folder.filePath(QStringLiteral("output"));
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestSimulatorTaskProcesses::initTestCase()
+{
+    const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
+    writeFile(file,
+              QString::fromLatin1(catalogue)
+                  .replace(QLatin1Char('\''), QLatin1Char('"'))
+                  .replace(QStringLiteral("FOLDER"), m_folder.path()));
+    writeFile(m_folder.filePath(QStringLiteral("tell.sh")),
+              QStringLiteral("printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n"));
+    writeFile(m_folder.filePath(QStringLiteral("stubborn.sh")),
+              QStringLiteral("trap '' TERM\necho >\"$OUT\"\nwhile :; do sleep 1; done\n"));
+    qputenv("OUT", QFile::encodeName(m_output));
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus,
+                        QStringList{QStringLiteral("--catalogue"), file,
+                                    QStringLiteral("--kill-after"), QStringLiteral("200")});
+    m_simulator->start();
+}
+
+void TestSimulatorTaskProcesses::cleanup()
+{
+    m_simulator->reset();
+    QFile::remove(m_output);
+}
+
+bool TestSimulatorTaskProcesses::wrote(const QByteArray &content) const
+{
+    return QTest::qWaitFor(
+        [this, &content] {
+            QFile file(m_output);
+            return file.open(QIODevice::ReadOnly) && file.readAll() == content;
+        },
+        patience);
+}
+
+void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    QCOMPARE(text(invoker.availableTasks()),
+             QStringLiteral("tell {Title=Tells}; once {}; broken {}; stubborn {}"));
+    TaskInvoker::StartupInfo info;
+    info.setParameters({QStringLiteral("second one"), QStringLiteral("--third")});
+    info.addEnvironmentVariable(QStringLiteral("GREETING"), QStringLiteral("hello=you"));
+    TaskInvoker::Hints hints;
+    hints.setUser(QStringLiteral("nemo"));
+    Events events;
+    invoker.start(QStringLiteral("tell"), info, hints, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+    QVERIFY(wrote("hello=you|first|second one|--third|"));
+    roundTrip(invoker);
+    const int pid = invoker.activeTasks().constFirst().pid;
+    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("tell %1 {User=nemo}").arg(pid));
+    QCOMPARE(kill(pid, 0), 0);
+}
+
+void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    invoker.start(QStringLiteral("once"), {}, {}, events.started());
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all().constFirst(), QStringLiteral("started 1: 0"));
+    QCOMPARE(events.all().at(1).section(QLatin1Char(' '), 0, 1), QStringLiteral("active [once"));
+    QCOMPARE(events.all().at(2), QStringLiteral("active []"));
+    // It can be started again.
+    invoker.start(QStringLiteral("once"), {}, {}, events.started());
+    QVERIFY(events.waitFor(6));
+    QCOMPARE(events.all().at(3), QStringLiteral("started 2: 0"));
+}
+
+void TestSimulatorTaskProcesses::stopEndsTheProcess()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    roundTrip(invoker);
+    const int pid = invoker.activeTasks().constFirst().pid;
+    invoker.stop(QStringLiteral("tell"), events.stopped());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all().constLast(), QStringLiteral("stopped 0"));
+    QCOMPARE(kill(pid, 0), -1);
+}
+
+void TestSimulatorTaskProcesses::stopKillsWhatDoesNotEnd()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    invoker.start(QStringLiteral("stubborn"), {}, {}, events.started());
+    QVERIFY(wrote("\n"));
+    roundTrip(invoker);
+    const int pid = invoker.activeTasks().constFirst().pid;
+    invoker.stop(QStringLiteral("stubborn"), events.stopped());
+    invoker.stop(QStringLiteral("stubborn"), events.stopped());
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all().mid(1),
+             (QStringList{QStringLiteral("stopped 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(kill(pid, 0), -1);
+}
+
+void TestSimulatorTaskProcesses::stopNeedNotWaitForTheStart()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("tell"), events.stopped());
+    QVERIFY(events.waitFor(4));
+    QCOMPARE(events.all().at(0), QStringLiteral("started 1: 0"));
+    QCOMPARE(events.all().at(2), QStringLiteral("stopped 0"));
+    QCOMPARE(events.all().at(3), QStringLiteral("active []"));
+}
+
+void TestSimulatorTaskProcesses::brokenProgramsAreRefused()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    invoker.start(QStringLiteral("broken"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    roundTrip(invoker);
+    QCOMPARE(events.all(),
+             QStringList(QStringLiteral("started 0: 3 \"Cannot start \"/nonexistent/task\": "
+                                        "No such file or directory\"")));
+    // It is not taken for started.
+    invoker.start(QStringLiteral("broken"), {}, {}, events.started());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all().at(1), events.all().at(0));
+}
+
+void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("mistake");
+    QTest::newRow("parameters") << QStringLiteral("Params") << QVariant(QStringLiteral("x"))
+                                << QStringLiteral("\"Params\" takes \"as\", not \"s\"");
+    QTest::newRow("environment") << QStringLiteral("Environment") << QVariant(7)
+                                 << QStringLiteral("\"Environment\" takes \"as\", not \"i\"");
+    QTest::newRow("entry of the environment")
+        << QStringLiteral("Environment") << QVariant(QStringList{QStringLiteral("A")})
+        << QStringLiteral("\"Environment\" takes entries NAME=VALUE, not \"A\"");
+}
+
+void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, mistake);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    TaskInvoker::StartupInfo info;
+    info.insert(key, value);
+    Events events;
+    invoker.start(QStringLiteral("tell"), info, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("started 0: 4 \"%1\"").arg(mistake)));
+}
+
+void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    roundTrip(invoker);
+    const QString root =
+        m_simulator->desk(QStringLiteral("RootFs")).arguments().constFirst().toString();
+    QFile file(
+        QStringLiteral("%1/proc/%2/cgroup").arg(root).arg(invoker.activeTasks().constFirst().pid));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains(":memory:/ostrel-helper/a.b.tell/app\n"));
+}
+
+void TestSimulatorTaskProcesses::resetEndsThem()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    waitUntilReady(invoker);
+    Events events;
+    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    roundTrip(invoker);
+    const int pid = invoker.activeTasks().constFirst().pid;
+    m_simulator->reset();
+    QCOMPARE(kill(pid, 0), -1);
+}
+
+OSTREL_TEST_MAIN(TestSimulatorTaskProcesses)
+
+#include "tst_simulator_task_processes.moc"
