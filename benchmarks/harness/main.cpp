@@ -3,6 +3,7 @@
 
 // What every contestant's program does:
 //   PROGRAM --once              makes the client, starts one application, and ends
+//   PROGRAM --rows              prints the names of the rows, a line each
 //   PROGRAM --count ROW...      runs the rows a fixed number of times and prints, for each, a line
 //                               "ROW<tab>OPERATIONS<tab>ALLOCATIONS<tab>BYTES<tab>PEAK"; under
 //                               callgrind it writes a dump for each
@@ -93,6 +94,12 @@ int main(int argc, char **argv)
 
     Desk desk;
     const std::vector<Row> rows = rowsOf(contestant, desk);
+    if (!arguments.empty() && arguments.front() == "--rows") {
+        for (const Row &row : rows) {
+            std::cout << row.name << '\n';
+        }
+        return 0;
+    }
     if (!arguments.empty() && arguments.front() == "--count") {
         for (const Row &row : rows) {
             if (std::find(arguments.begin(), arguments.end(), row.name) != arguments.end()) {
