@@ -15,7 +15,19 @@
 #include <cstddef>
 #include <type_traits>
 
-using namespace Ostrel;
+using Ostrel::ActiveTask;
+using Ostrel::ApplicationKind;
+using Ostrel::ApplicationState;
+using Ostrel::AvailableTask;
+using Ostrel::Control;
+using Ostrel::DebugParams;
+using Ostrel::Error;
+using Ostrel::RunningApplication;
+using Ostrel::RunningService;
+using Ostrel::ServiceState;
+using Ostrel::TaskInvoker;
+using Ostrel::TaskState;
+using Ostrel::WindowManagement;
 
 namespace
 {
@@ -90,13 +102,13 @@ private:
     std::size_t m_end = 0;
 };
 
-Result readTable(const QString &program, const QStringList &options)
+QString readTable(const QString &program, const QStringList &options)
 {
     const Result result = run(program, options + QStringList(QStringLiteral(LIBRARY)));
     if (result.exitStatus != 0) {
         qFatal("%s failed: %s", qPrintable(program), qPrintable(result.errors));
     }
-    return result;
+    return result.output;
 }
 
 // What stands in a class's virtual table, in its order.
@@ -105,10 +117,8 @@ QStringList virtualTable(const QString &name)
     const QRegularExpression table(
         QStringLiteral("^([0-9a-f]+) ([0-9a-f]+) \\w vtable for %1$").arg(name),
         QRegularExpression::MultilineOption);
-    const auto found =
-        table.match(readTable(QStringLiteral("nm"),
-                              {QStringLiteral("--print-size"), QStringLiteral("--demangle")})
-                        .output);
+    const auto found = table.match(readTable(
+        QStringLiteral("nm"), {QStringLiteral("--print-size"), QStringLiteral("--demangle")}));
     const qulonglong begin = found.captured(1).toULongLong(nullptr, 16);
     const qulonglong end = begin + found.captured(2).toULongLong(nullptr, 16);
 
@@ -119,11 +129,9 @@ QStringList virtualTable(const QString &name)
         QStringLiteral("^([0-9a-f]+) +[0-9a-f]+ R_\\w+ +[0-9a-f]+(?: +(.+?)(?:@\\S+)?"
                        "(?: \\+ [0-9a-f]+)?)?$"),
         QRegularExpression::MultilineOption);
-    auto each =
-        relocation.globalMatch(readTable(QStringLiteral("readelf"),
-                                         {QStringLiteral("--wide"), QStringLiteral("--relocs"),
-                                          QStringLiteral("--demangle")})
-                                   .output);
+    auto each = relocation.globalMatch(readTable(
+        QStringLiteral("readelf"),
+        {QStringLiteral("--wide"), QStringLiteral("--relocs"), QStringLiteral("--demangle")}));
     while (each.hasNext()) {
         const auto match = each.next();
         const qulonglong place = match.captured(1).toULongLong(nullptr, 16);
@@ -258,12 +266,12 @@ void TestAbi::virtualFunctionsKeepTheirOrder()
 void TestAbi::isThatOfTheBaseline()
 {
     if (!QFile::exists(QStringLiteral(ABI_BASELINE))) {
-        QSKIP("there is no baseline for this kind of machine");
+        QSKIP("there is no baseline for this kind of machine", );
     }
     if (!readTable(QStringLiteral("readelf"),
                    {QStringLiteral("--wide"), QStringLiteral("--sections")})
-             .output.contains(QStringLiteral(".debug_info"))) {
-        QSKIP("the library has no debug information, from which the interface is read");
+             .contains(QStringLiteral(".debug_info"))) {
+        QSKIP("the library has no debug information, from which the interface is read", );
     }
     const Result result =
         run(QStringLiteral(SOURCE_DIR "/scripts/abi"),

@@ -213,8 +213,8 @@ void TestCompletion::offersWhatIsRunning()
 void TestCompletion::leavesOutWhatTheShellWouldExpand()
 {
     const QTemporaryDir folder;
-    const QString ids[] = {QStringLiteral("$(touch ran)"), QStringLiteral("`touch ran`"),
-                           QStringLiteral("a;b"), QStringLiteral("*")};
+    const QStringList ids{QStringLiteral("$(touch ran)"), QStringLiteral("`touch ran`"),
+                          QStringLiteral("a;b"), QStringLiteral("*")};
     for (const QString &id : ids) {
         // "a" is there to see that the list was read.
         const Result arranged = run(QStringLiteral("busctl"),

@@ -47,6 +47,9 @@ void TestExamples::initTestCase()
     m_environment.insert(QStringLiteral("LD_LIBRARY_PATH"), prefix + QStringLiteral("/" LIBDIR));
     m_environment.insert(QStringLiteral("CXXFLAGS"),
                          QStringLiteral("-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS));
+    m_environment.insert(QStringLiteral("LSAN_OPTIONS"),
+                         QStringLiteral("suppressions=" SOURCE_DIR "/tests/lsan_examples.supp"
+                                        ":print_suppressions=0"));
     const QString build = m_folder.filePath(QStringLiteral("build"));
     const QVector<QStringList> steps{
         {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),

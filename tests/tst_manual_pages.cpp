@@ -105,7 +105,8 @@ void TestManualPages::describeNoOtherCommand()
         described.append(each.next().captured(1));
     }
     QStringList usages;
-    for (const ProgramHelp &help : helpOfCommands(QStringLiteral(OSTRELCTL))) {
+    const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
+    for (const ProgramHelp &help : commands) {
         usages.append(help.usage);
     }
     described.sort();

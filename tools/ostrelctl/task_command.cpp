@@ -29,7 +29,7 @@ int run(const QStringList &arguments)
     if (arguments.isEmpty()) {
         return tellMistake(QStringLiteral("a command is missing"));
     }
-    const QString name = arguments.constFirst();
+    const QString &name = arguments.constFirst();
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
         QTextStream out(stdout);
         out << "Usage: ostrelctl task COMMAND ...\n"

@@ -104,7 +104,7 @@ Application readApplication(const JsonNode &node, QStringList &ids)
 Task readTask(const JsonNode &node, QStringList &names)
 {
     const QString nameKey = QStringLiteral("name");
-    node.expectMembers({nameKey, programKey}, programMembers);
+    node.expectMembers({nameKey, programKey}, programMembers());
     Task task;
     task.name = readId(node.member(nameKey), names);
     readProgram(node, task);
