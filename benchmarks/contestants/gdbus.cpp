@@ -198,7 +198,6 @@ struct States
 unsigned hearStates(std::size_t expected)
 {
     static States states;
-    static const Variant subscribed = callAndWait("Start", g_variant_new("(s)", ""), "(sa{sv})");
     waitFor(states.count, expected);
     return states.last;
 }

@@ -171,8 +171,6 @@ unsigned hearStates(std::size_t expected)
                                        last = std::get<std::uint32_t>(properties.at("State"));
                                        ++count;
                                    });
-    // The bus daemon has the rule when it answers what was sent behind it.
-    static const std::string subscribed = startApplication();
     waitFor(count, expected);
     return last;
 }
