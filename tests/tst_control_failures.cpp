@@ -46,7 +46,7 @@ Error list(Control &control)
 {
     QVector<RunningApplication> applications(1, RunningApplication{});
     QVector<RunningService> services(1, RunningService{});
-    const Error error = control.getRunningApplications(applications, services);
+    Error error = control.getRunningApplications(applications, services);
     if (text(applications) != QLatin1String(" 0 0 0 {}")
         || text(services) != QLatin1String("  0 0 {}")) {
         qFatal("a failure touches the vectors");

@@ -158,12 +158,12 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
     succeed(QStringLiteral(CMAKE),
             {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),
              prefix, QStringLiteral("--component"), QStringLiteral("simulator")});
-    QCOMPARE(filesBelow(prefix),
-             (QStringList{
-                 QStringLiteral("bin/ostrel-simulator"),
-                 QStringLiteral("share/bash-completion/completions/ostrel-simulator"),
-                 QStringLiteral("share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml"),
-                 QStringLiteral("share/man/man1/ostrel-simulator.1")}));
+    QCOMPARE(
+        filesBelow(prefix),
+        (QStringList{QStringLiteral("bin/ostrel-simulator"),
+                     QStringLiteral("share/bash-completion/completions/ostrel-simulator"),
+                     QStringLiteral("share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml"),
+                     QStringLiteral("share/man/man1/ostrel-simulator.1")}));
 }
 
 void TestInstallation::isFoundByCMake()

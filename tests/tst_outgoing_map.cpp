@@ -39,18 +39,33 @@ QVariant inMaps(QVariant value, int levels)
     return value;
 }
 
-QVariant inStructures(int levels)
+// An argument of nothing but containers of one kind within one another.
+QVariant argumentOf(int levels, void (QDBusArgument::*begin)(), void (QDBusArgument::*end)())
 {
     QDBusArgument argument;
     for (int level = 0; level < levels; ++level) {
-        argument.beginStructure();
+        (argument.*begin)();
     }
     argument << 1;
     for (int level = 0; level < levels; ++level) {
-        argument.endStructure();
+        (argument.*end)();
     }
     return QVariant::fromValue(argument);
 }
+
+QVariant inStructures(int levels)
+{
+    return argumentOf(levels, &QDBusArgument::beginStructure, &QDBusArgument::endStructure);
+}
+
+QVariantMap oneEntry(const QVariant &value)
+{
+    return {{QStringLiteral("k"), value}};
+}
+
+using Maps = QList<QVariantMap>;
+using NamedMaps = QMap<QString, QVariantMap>;
+using NamedVariants = QMap<QString, QDBusVariant>;
 
 QVariantMap mapOf(const QVariant &value)
 {
@@ -81,6 +96,7 @@ private Q_SLOTS:
     void tooDeepValuesAreFound();
     void nestingIsThatOfTheTypes_data();
     void nestingIsThatOfTheTypes();
+    void nestingEndsWithTheSignature();
 
 private:
     // Sends a map in a call that the simulator refuses, but logs; returns the name of its error.
@@ -98,10 +114,14 @@ void TestOutgoingMap::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+
     Ostrel::registerDBusTypes();
-    qDBusRegisterMetaType<QList<QVariantMap>>();
-    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+    qDBusRegisterMetaType<Maps>();
+    qDBusRegisterMetaType<NamedMaps>();
+    qDBusRegisterMetaType<NamedVariants>();
+    qDBusRegisterMetaType<QList<Maps>>();
     qDBusRegisterMetaType<QList<QStringList>>();
+    qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
 }
 
 void TestOutgoingMap::cleanup()
@@ -149,12 +169,17 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
     QTest::newRow("empty list") << QVariant(QVariantList());
     QTest::newRow("paths") << QVariant::fromValue(
         QList<QDBusObjectPath>{QDBusObjectPath(QStringLiteral("/a"))});
-    QTest::newRow("list of maps") << QVariant::fromValue(
-        QList<QVariantMap>{{{QStringLiteral("k"), 1}}, {}});
+    QTest::newRow("numbers") << QVariant::fromValue(QList<int>{1, 2});
+    QTest::newRow("signature") << QVariant::fromValue(QDBusSignature(QStringLiteral("a{sv}")));
+    QTest::newRow("descriptor") << QVariant::fromValue(QDBusUnixFileDescriptor(0));
+    QTest::newRow("list of maps") << QVariant::fromValue(Maps{oneEntry(1), {}});
     QTest::newRow("map of maps") << QVariant::fromValue(
-        QMap<QString, QVariantMap>{{QStringLiteral("k"), {{QStringLiteral("l"), 1}}}});
-    QTest::newRow("record") << QVariant::fromValue(
-        Ostrel::AvailableTask{QStringLiteral("x"), {{QStringLiteral("k"), 1}}});
+        NamedMaps{{QStringLiteral("n"), oneEntry(1)}});
+    QTest::newRow("map of variants")
+        << QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(1)}});
+    QTest::newRow("application") << QVariant::fromValue(
+        Ostrel::RunningApplication{QStringLiteral("a.b"), 1, {}, {}, oneEntry(1)});
+    QTest::newRow("structure") << QVariant(QPoint(1, 2));
 }
 
 void TestOutgoingMap::sendableValuesStayAsTheyAre()
@@ -192,6 +217,29 @@ void TestOutgoingMap::jsonValuesAreReplaced_data()
                                   << QStringLiteral("v d 2.5");
     QTest::newRow("far inside") << inMaps(inLists(QJsonValue(true), 1), 1)
                                 << QStringLiteral("a{sv} 1 \"inner\" av 1 b true");
+
+    const QVariantMap inside = oneEntry(flags);
+    QTest::newRow("in a list of maps") << QVariant::fromValue(Maps{{}, inside})
+                                       << QStringLiteral("aa{sv} 2 0 1 \"k\" ab 2 true false");
+    QTest::newRow("in a list of lists of maps")
+        << QVariant::fromValue(QList<Maps>{{inside}, {}})
+        << QStringLiteral("aaa{sv} 2 1 1 \"k\" ab 2 true false 0");
+    QTest::newRow("in a map of maps")
+        << QVariant::fromValue(NamedMaps{{QStringLiteral("m"), {}}, {QStringLiteral("n"), inside}})
+        << QStringLiteral("a{sa{sv}} 2 \"m\" 0 \"n\" 1 \"k\" ab 2 true false");
+    QTest::newRow("in a map of numbers")
+        << QVariant::fromValue(QMap<int, QDBusVariant>{{7, QDBusVariant(flags)}})
+        << QStringLiteral("a{iv} 1 7 ab 2 true false");
+    QTest::newRow("in a record") << QVariant::fromValue(
+        Ostrel::ActiveTask{QStringLiteral("t"), 3, inside})
+                                 << QStringLiteral("(sia{sv}) \"t\" 3 1 \"k\" ab 2 true false");
+    QMultiMap<QString, QVariant> twice;
+    twice.insert(QStringLiteral("k"), 1);
+    twice.insert(QStringLiteral("k"), flags);
+    twice.insert(QStringLiteral("k"), 2);
+    QTest::newRow("behind a key that comes twice")
+        << QVariant(QVariantMap(twice))
+        << QStringLiteral("a{sv} 3 \"k\" i 2 \"k\" ab 2 true false \"k\" i 1");
 }
 
 void TestOutgoingMap::jsonValuesAreReplaced()
@@ -229,33 +277,34 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
         "\"k\" holds a value of type none");
     row("in a variant", QVariant::fromValue(QDBusVariant(QVariant())),
         "\"key\" holds a value of type none");
+    row("behind a map", QVariantList{oneEntry(1), QVariant()},
+        "\"key\" holds a value of type none");
     row("far inside", inMaps(inLists(inMaps(QVariant(1.5F), 1), 2), 1),
         "\"inner\" holds a value of type float");
-    row("invalid path", QVariant::fromValue(QDBusObjectPath()),
+    row("empty path", QVariant::fromValue(QDBusObjectPath()),
         "\"key\" holds a value of type QDBusObjectPath");
-    row("invalid signature", QVariant::fromValue(QDBusSignature()),
+    row("empty signature", QVariant::fromValue(QDBusSignature()),
         "\"key\" holds a value of type QDBusSignature");
-    row("invalid descriptor", QVariant::fromValue(QDBusUnixFileDescriptor()),
+    row("no descriptor", QVariant::fromValue(QDBusUnixFileDescriptor()),
         "\"key\" holds a value of type QDBusUnixFileDescriptor");
-    row("in a list of paths", QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()}),
+    row("empty path in a list", QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()}),
         "\"key\" holds a value of type QDBusObjectPath");
 
-    const QVariantMap bad{{QStringLiteral("k"), QVariant()}};
+    const QVariantMap bad = oneEntry(QVariant());
     const char *const found = "\"k\" holds a value of type none";
-    row("in a list of maps", QVariant::fromValue(QList<QVariantMap>{{}, bad}), found);
-    row("in a map of maps",
-        QVariant::fromValue(QMap<QString, QVariantMap>{{QStringLiteral("x"), bad}}), found);
-    using namespace Ostrel;
-    row("in an application", QVariant::fromValue(RunningApplication{{}, 0, {}, {}, bad}), found);
-    row("in a service", QVariant::fromValue(RunningService{{}, {}, 0, {}, bad}), found);
-    row("in a task's state", QVariant::fromValue(TaskState{{}, 0, bad}), found);
-    row("in an available task", QVariant::fromValue(AvailableTask{{}, bad}), found);
-    row("in an active task", QVariant::fromValue(ActiveTask{{}, 0, bad}), found);
-    row("in tasks", QVariant::fromValue(QVector<ActiveTask>{{{}, 0, {}}, {{}, 0, bad}}), found);
-    // A list of maps has no place for what would replace a JSON value.
-    row("JSON in a list of maps",
-        QVariant::fromValue(QList<QVariantMap>{{{QStringLiteral("k"), QJsonArray{true, false}}}}),
-        "\"key\" holds a JSON value of type QList<QVariantMap>");
+    row("in a list of maps", QVariant::fromValue(Maps{{}, bad}), found);
+    row("in a list of lists of maps", QVariant::fromValue(QList<Maps>{{{}, bad}}), found);
+    row("in a map of maps", QVariant::fromValue(NamedMaps{{QStringLiteral("n"), bad}}), found);
+    row("in a map of variants",
+        QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(QVariant())}}),
+        "\"key\" holds a value of type none");
+    row("in an application", QVariant::fromValue(Ostrel::RunningApplication{{}, 0, {}, {}, bad}),
+        found);
+    row("in a service", QVariant::fromValue(Ostrel::RunningService{{}, {}, 0, {}, bad}), found);
+    row("in a task's state", QVariant::fromValue(Ostrel::TaskState{{}, 0, bad}), found);
+    row("in an available task", QVariant::fromValue(Ostrel::AvailableTask{{}, bad}), found);
+    row("in active tasks",
+        QVariant::fromValue(QVector<Ostrel::ActiveTask>{{{}, 0, {}}, {{}, 0, bad}}), found);
     row("JSON null", QJsonValue(QJsonValue::Null), "\"key\" holds a value of type QJsonValue");
 }
 
@@ -281,11 +330,12 @@ void TestOutgoingMap::deepestValuesArrive_data()
     QTest::newRow("lists and strings") << inLists(QStringList{QStringLiteral("x")}, 30);
     QTest::newRow("lists and a variant") << inLists(QVariant::fromValue(QDBusVariant(1)), 30);
     QTest::newRow("structures") << inStructures(32);
+    QTest::newRow("lists and a list of maps")
+        << inLists(QVariant::fromValue(Maps{oneEntry(1)}), 28);
     const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
-    QTest::newRow("lists and maps")
-        << inLists(QVariant::fromValue(QList<QVariantMap>{strings}), 28);
-    QTest::newRow("lists and a map of maps") << inLists(
-        QVariant::fromValue(QMap<QString, QVariantMap>{{QString(), {{QString(), 1}}}}), 28);
+    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{strings}), 28);
+    QTest::newRow("lists and a map of maps")
+        << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 29);
@@ -309,18 +359,32 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
         << inLists(QVariant::fromValue(QDBusVariant(QStringList{QStringLiteral("x")})), 30);
     QTest::newRow("lists and arrays in arrays")
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
+    QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
     QTest::newRow("structures") << inStructures(33);
     const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
     const QVariantMap arrays{{QStringLiteral("key"), QVariant::fromValue(QList<QStringList>())}};
-    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(QList<QVariantMap>{arrays}), 28);
+    QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{arrays}), 28);
     QTest::newRow("lists and a map of maps")
-        << inLists(QVariant::fromValue(QMap<QString, QVariantMap>{{QString(), strings}}), 28);
-    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(NamedMaps{{QString(), strings}}), 28);
+    QTest::newRow("lists and a record of arrays")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, arrays}), 28);
-    QTest::newRow("lists and a record") << inLists(
-        QVariant::fromValue(Ostrel::AvailableTask{{}, {{QStringLiteral("key"), 1}}}), 29);
-    QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
+    const QVariantMap key{{QStringLiteral("key"), 1}};
+    QTest::newRow("lists and a list of maps") << inLists(QVariant::fromValue(Maps{key}), 29);
+    QTest::newRow("lists and a record")
+        << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, key}), 29);
+    QVariant variant = 1;
+    for (int level = 0; level < 30; ++level) {
+        variant = QVariant::fromValue(NamedVariants{
+            {QStringLiteral("n"),
+             qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
+    }
+    QTest::newRow("maps of variants") << variant;
     QTest::newRow("far too many lists") << inLists(1, 1000);
+    QJsonArray array;
+    for (int level = 0; level < 100000; ++level) {
+        array = QJsonArray{array};
+    }
+    QTest::newRow("far too many arrays") << QVariant(array);
 }
 
 void TestOutgoingMap::tooDeepValuesAreFound()
@@ -369,6 +433,15 @@ void TestOutgoingMap::nestingIsThatOfTheTypes()
     QTEST(nesting.containers, "containers");
     QTEST(nesting.isTooDeep(), "isTooDeep");
     QCOMPARE(rest, "xyz");
+}
+
+void TestOutgoingMap::nestingEndsWithTheSignature()
+{
+    for (const char *signature : {"", "a", "(", "(a", "a{s"}) {
+        const char *rest = signature;
+        Ostrel::nestingOf(rest);
+        QCOMPARE(rest, signature + qstrlen(signature));
+    }
 }
 
 OSTREL_TEST_MAIN(TestOutgoingMap)

@@ -11,6 +11,7 @@
 #include "DBus/types_p.h"
 
 #include <QtCore/QJsonDocument>
+#include <QtDBus/QDBusMetaType>
 
 #include <optional>
 
@@ -83,6 +84,9 @@ private Q_SLOTS:
     void everyReaderStepsOverOneValue_data();
     void everyReaderStepsOverOneValue();
     void descriptorsAreNoMembers();
+    void entriesOfAMapAreSteppedOver();
+    void nothingIsReadFromNothing();
+    void registeredReadersAreTheSame();
     void readingLeavesCopiesWhereTheyAre_data();
     void readingLeavesCopiesWhereTheyAre();
 
@@ -297,6 +301,127 @@ void TestReadingAnything::descriptorsAreNoMembers()
     QCOMPARE(read("(sia{sv})", "a 1 1 k h -", ActiveTask{}), QStringLiteral("a 1 {k=}"));
     QCOMPARE(read("a(sha{sv})", "2 a - 0 b - 0", QVector<ActiveTask>(1, ActiveTask{})),
              QStringLiteral("a 0 {}; b 0 {}"));
+}
+
+namespace
+{
+
+template <typename Target> int readEntriesOf(const QVariant &map)
+{
+    const auto argument = map.value<QDBusArgument>();
+    int count = 0;
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        Target target{};
+        argument >> target;
+        ++count;
+    }
+    argument.endMap();
+    return count;
+}
+
+} // namespace
+
+// What Qt's readers of lists come to when there is a map.
+void TestReadingAnything::entriesOfAMapAreSteppedOver()
+{
+    using namespace Ostrel;
+    const QVariant map =
+        m_sender->receive(QStringLiteral("a{sv}"), QStringLiteral("3 a i 1 b (si) x 3 c v as 0"))
+            .constFirst();
+    const Warnings warnings;
+    QCOMPARE(readEntriesOf<QJsonValue>(map), 3);
+    QCOMPARE(readEntriesOf<QJsonObject>(map), 3);
+    QCOMPARE(readEntriesOf<QJsonArray>(map), 3);
+    QCOMPARE(warnings.texts().size(), 9);
+    QCOMPARE(warnings.texts().count(QStringLiteral("Unsupported type:  \"{sv}\"")), 9);
+    QCOMPARE(readEntriesOf<RunningApplication>(map), 3);
+    QCOMPARE(readEntriesOf<RunningService>(map), 3);
+    QCOMPARE(readEntriesOf<TaskState>(map), 3);
+    QCOMPARE(readEntriesOf<AvailableTask>(map), 3);
+    QCOMPARE(readEntriesOf<ActiveTask>(map), 3);
+    QCOMPARE(readEntriesOf<QVector<ActiveTask>>(map), 3);
+    QCOMPARE(warnings.texts().size(), 9);
+}
+
+// Behind the last value, and in an argument that never held one.
+void TestReadingAnything::nothingIsReadFromNothing()
+{
+    using namespace Ostrel;
+    const auto argument = m_sender->receive(QStringLiteral("(i)"), QStringLiteral("3"))
+                              .constFirst()
+                              .value<QDBusArgument>();
+    int number = 0;
+    argument.beginStructure();
+    argument >> number;
+    QVERIFY(argument.atEnd());
+    for (const QDBusArgument &nothing : {argument, QDBusArgument()}) {
+        const Warnings warnings;
+        QJsonValue value = QStringLiteral("old");
+        QJsonObject object{{QStringLiteral("old"), 1}};
+        QJsonArray array{1};
+        nothing >> value >> object >> array;
+        QCOMPARE(value, QJsonValue(QStringLiteral("old")));
+        QCOMPARE(object.size(), 1);
+        QCOMPARE(array.size(), 1);
+        const QString refused = QStringLiteral("Unsupported type:  \"\"");
+        QCOMPARE(warnings.texts(), (QStringList{refused, refused, refused}));
+
+        ActiveTask task{QStringLiteral("old"), 99, {{QStringLiteral("old"), 1}}};
+        RunningService service{
+            QStringLiteral("old"), QStringLiteral("old"), 1, ServiceState(2), {}};
+        QVector<ActiveTask> tasks{task};
+        nothing >> task >> service >> tasks;
+        QCOMPARE(text(task), text(ActiveTask{}));
+        QCOMPARE(text(service), text(RunningService{}));
+        QVERIFY(tasks.isEmpty());
+        QCOMPARE(warnings.texts().size(), 3);
+    }
+    argument.endStructure();
+}
+
+// Typed replies and the parameters of slots are read by way of the registration.
+void TestReadingAnything::registeredReadersAreTheSame()
+{
+    using namespace Ostrel;
+    registerDBusTypes();
+    const auto read = [this](const char *signature, const char *words, auto target) {
+        // In a structure, since there are no arguments of basic types.
+        const auto argument = m_sender
+                                  ->receive(QStringLiteral("(%1)").arg(QLatin1String(signature)),
+                                            QString::fromLatin1(words))
+                                  .constFirst()
+                                  .template value<QDBusArgument>();
+        argument.beginStructure();
+        if (!QDBusMetaType::demarshall(argument, qMetaTypeId<decltype(target)>(), &target)) {
+            qFatal("%s is not read", signature);
+        }
+        argument.endStructure();
+        return target;
+    };
+    QCOMPARE(text(read("(siuua{sv})", "a -1 2 3 1 k s v", RunningApplication{})),
+             QStringLiteral("a -1 2 3 {k=v}"));
+    QCOMPARE(text(read("(ssiua{sv})", "a b -1 2 1 k s v", RunningService{})),
+             QStringLiteral("a b -1 2 {k=v}"));
+    QCOMPARE(text(read("(sua{sv})", "a 1 1 k s v", TaskState{})), QStringLiteral("a 1 {k=v}"));
+    QCOMPARE(text(read("(sa{sv})", "a 1 k s v", AvailableTask{})), QStringLiteral("a {k=v}"));
+    QCOMPARE(text(read("(sia{sv})", "a -1 1 k s v", ActiveTask{})), QStringLiteral("a -1 {k=v}"));
+    QCOMPARE(text(read("a(siuua{sv})", "1 a -1 2 3 0", QVector<RunningApplication>())),
+             QStringLiteral("a -1 2 3 {}"));
+    QCOMPARE(text(read("a(ssiua{sv})", "1 a b -1 2 0", QVector<RunningService>())),
+             QStringLiteral("a b -1 2 {}"));
+    QCOMPARE(text(read("a(sua{sv})", "1 a 1 0", QVector<TaskState>())), QStringLiteral("a 1 {}"));
+    QCOMPARE(text(read("a(sa{sv})", "1 a 0", QVector<AvailableTask>())), QStringLiteral("a {}"));
+    QCOMPARE(text(read("a(sia{sv})", "1 a -1 0", QVector<ActiveTask>())),
+             QStringLiteral("a -1 {}"));
+    // Other types, too.
+    QCOMPARE(text(read("(ss)", "a b", ActiveTask{})), QStringLiteral("a 0 {}"));
+    QCOMPARE(read("ai", "1 3", QVector<ActiveTask>()).size(), 0);
+
+    QCOMPARE(json(read("(v)", "i 3", QJsonValue(true))), QStringLiteral("[true]"));
+    QCOMPARE(json(read("v", "i 3", QJsonValue())), QStringLiteral("[3]"));
+    QCOMPARE(json(read("a{sv}", "1 k i 3", QJsonObject())), QStringLiteral("[{\"k\":3}]"));
+    QCOMPARE(json(read("av", "1 i 3", QJsonArray())), QStringLiteral("[[3]]"));
 }
 
 void TestReadingAnything::readingLeavesCopiesWhereTheyAre_data()

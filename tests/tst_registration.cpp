@@ -8,6 +8,9 @@
 #include "Ostrel/control.h"
 #include "Ostrel/task_invoker.h"
 
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
 #include <QtCore/QSequentialIterable>
 #include <QtCore/QThread>
 #include <QtDBus/QDBusMetaType>
@@ -71,6 +74,10 @@ private Q_SLOTS:
     void applicationStateIsABareEnumeration();
     void signatures_data();
     void signatures();
+    void registeredWritersWriteTheirSignatures_data();
+    void registeredWritersWriteTheirSignatures();
+    void jsonValuesWriteTheirOwnType();
+    void writersReturnTheirArgument();
     void secondTimeChangesNothing();
     void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
@@ -168,6 +175,48 @@ void TestRegistration::signatures()
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, signature);
     QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type(name))), signature);
+}
+
+void TestRegistration::registeredWritersWriteTheirSignatures_data()
+{
+    signatures_data();
+}
+
+void TestRegistration::registeredWritersWriteTheirSignatures()
+{
+    QFETCH(QByteArray, name);
+    const int type = QMetaType::type(name);
+    const QVariant value(type, nullptr);
+    QDBusArgument argument;
+    QVERIFY(QDBusMetaType::marshall(argument, type, value.constData()));
+    QTEST(argument.currentSignature().toLatin1(), "signature");
+}
+
+// Whatever its type is registered as.
+void TestRegistration::jsonValuesWriteTheirOwnType()
+{
+    const auto signatureOf = [](const QJsonValue &value) {
+        QDBusArgument argument;
+        QDBusMetaType::marshall(argument, QMetaType::QJsonValue, &value);
+        return argument.currentSignature();
+    };
+    QCOMPARE(signatureOf(true), QStringLiteral("b"));
+    QCOMPARE(signatureOf(3), QStringLiteral("d"));
+    QCOMPARE(signatureOf(QStringLiteral("x")), QStringLiteral("s"));
+    QCOMPARE(signatureOf(QJsonObject()), QStringLiteral("a{sv}"));
+    QCOMPARE(signatureOf(QJsonArray()), QStringLiteral("av"));
+    QCOMPARE(signatureOf(QJsonArray{true}), QStringLiteral("ab"));
+}
+
+void TestRegistration::writersReturnTheirArgument()
+{
+    using namespace Ostrel;
+    QDBusArgument argument;
+    QCOMPARE(&(argument << RunningApplication{}), &argument);
+    QCOMPARE(&(argument << RunningService{}), &argument);
+    QCOMPARE(&(argument << TaskState{}), &argument);
+    QCOMPARE(&(argument << AvailableTask{}), &argument);
+    QCOMPARE(&(argument << ActiveTask{}), &argument);
 }
 
 void TestRegistration::secondTimeChangesNothing()

@@ -10,8 +10,8 @@
 
 QStringList wordsOf(const QString &value)
 {
-    return value.split(QLatin1Char(' '), Qt::SkipEmptyParts)
-        .replaceInStrings(QStringLiteral("''"), QString());
+    QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return words.replaceInStrings(QStringLiteral("''"), QString());
 }
 
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)

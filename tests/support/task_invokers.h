@@ -79,7 +79,8 @@ public:
     QStringList sortedWithoutPids() const
     {
         static const QRegularExpression pid(QStringLiteral("(photos|contacts) \\d+ "));
-        return sorted().replaceInStrings(pid, QStringLiteral("\\1 PID "));
+        QStringList all = sorted();
+        return all.replaceInStrings(pid, QStringLiteral("\\1 PID "));
     }
     int size() const { return m_all.size(); }
     void clear() { m_all.clear(); }

@@ -34,17 +34,17 @@ public:
     }
 
 private:
-    void onStarted(const QString &appInstanceId, const QVariantMap &details)
+    void onStarted(const QString &appInstanceId, const QVariantMap &details) const
     {
         print(QStringLiteral("started"), appInstanceId, details);
     }
 
-    void onTerminated(const QString &appInstanceId, const QVariantMap &details)
+    void onTerminated(const QString &appInstanceId, const QVariantMap &details) const
     {
         print(QStringLiteral("terminated"), appInstanceId, details);
     }
 
-    void onStateChanged(const QString &appInstanceId, quint32 state)
+    void onStateChanged(const QString &appInstanceId, quint32 state) const
     {
         printEvent(m_asJson, QStringLiteral("stateChanged"),
                    {{QStringLiteral("appInstanceId"), appInstanceId},
@@ -52,13 +52,13 @@ private:
                    QStringLiteral("%1 %2").arg(appInstanceId).arg(state));
     }
 
-    void onSelectedByOom(const QString &processId)
+    void onSelectedByOom(const QString &processId) const
     {
         printEvent(m_asJson, QStringLiteral("selectedByOom"),
                    {{QStringLiteral("processId"), processId}}, processId);
     }
 
-    void print(const QString &event, const QString &appInstanceId, const QVariantMap &details)
+    void print(const QString &event, const QString &appInstanceId, const QVariantMap &details) const
     {
         const QJsonObject object = toJson(details);
         printEvent(

@@ -114,7 +114,7 @@ Task readTask(const JsonNode &node, QStringList &names)
 // The type becomes the end of an object's path.
 QString readTypeName(const JsonNode &node, QStringList &earlier)
 {
-    const QString name = readName(node, earlier);
+    QString name = readName(node, earlier);
     if (!makesAPath(name)) {
         node.refuse(QStringLiteral("\"%1\" makes no object path").arg(name));
     }

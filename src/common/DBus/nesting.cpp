@@ -4,6 +4,7 @@
 #include "DBus/nesting_p.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace Ostrel
 {
@@ -19,18 +20,21 @@ Nesting nestingOf(const char *&signature)
         break;
     case '(':
     case '{':
-        while (*signature != ')' && *signature != '}') {
+        while (std::strchr(")}", *signature) == nullptr) { // nor at the end
             const Nesting member = nestingOf(signature);
             nesting.arrays = std::max(nesting.arrays, member.arrays);
             nesting.structures = std::max(nesting.structures, member.structures);
             nesting.containers = std::max(nesting.containers, member.containers);
         }
-        ++signature;
+        signature += *signature != '\0' ? 1 : 0;
         ++nesting.structures;
         ++nesting.containers;
         break;
     case 'v':
         ++nesting.containers;
+        break;
+    case '\0':
+        --signature;
         break;
     default:
         break;

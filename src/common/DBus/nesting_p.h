@@ -7,6 +7,9 @@
 namespace Ostrel
 {
 
+// How many containers may stand within one another in an argument of a message.
+constexpr int maximumContainers = 64;
+
 // How deep the types of a signature stand in one another. Variants count by themselves, since what
 // they hold does not show.
 struct Nesting
@@ -19,7 +22,8 @@ struct Nesting
     bool isTooDeep() const { return arrays > 32 || structures > 32; }
 };
 
-// That of one complete type, which the signature is moved past.
+// That of one complete type, which the signature is moved past. It stays within a signature that
+// ends too early.
 Nesting nestingOf(const char *&signature);
 
 } // namespace Ostrel

@@ -4,20 +4,41 @@
 #ifndef OSTREL_DBUS_OUTGOING_MAP_P_H
 #define OSTREL_DBUS_OUTGOING_MAP_P_H
 
+#include "DBus/message_size_p.h"
+
 #include <QtCore/QVariantMap>
 #include <QtDBus/QDBusError>
 
 namespace Ostrel
 {
 
-// Makes a caller's map fit to be sent as "a{sv}". Every call that sends one goes through here,
+// What may still go into a message. Everything that a caller hands over for one goes through here,
 // because QtDBus aborts the process at a value that it cannot marshal, and the bus drops the
-// connection over a message that is too deep.
-//
-// JSON values, at any depth, are replaced by what they are on the bus; nothing else is changed,
-// filtered or completed. If there is a value that cannot be sent, the result is the error that
-// stands for the call, which is then not to be made.
-QDBusError makeSendable(QVariantMap &map);
+// connection over a message that is too deep or too large.
+class MessageRoom
+{
+public:
+    // An identifier or another text.
+    QDBusError take(const QString &text);
+
+    // Makes a map fit to be sent as "a{sv}". JSON values, at any depth, are replaced by what they
+    // are on the bus; nothing else is changed, filtered or completed.
+    QDBusError take(QVariantMap &map);
+
+private:
+    // The head of a message is short, but for a path, which is to be taken like any text.
+    qint64 m_left = MessageSize::maximumMessage - 4096;
+};
+
+// Makes arguments fit to be sent together. If one of them cannot be sent, the result is the error
+// that stands for the call, which is then not to be made.
+template <typename... Arguments> QDBusError makeSendable(Arguments &...arguments)
+{
+    MessageRoom room;
+    QDBusError error;
+    (void)((error = room.take(arguments), !error.isValid()) && ...);
+    return error;
+}
 
 } // namespace Ostrel
 

@@ -95,13 +95,16 @@ Control::~Control() = default;
 
 Control::StartResult Control::start(const QString &appId)
 {
-    return ControlPrivate::startResult(d->asyncCall(QStringLiteral("Start"), appId));
+    const QDBusError unsendable = makeSendable(appId);
+    return ControlPrivate::startResult(unsendable.isValid()
+                                           ? QDBusPendingCall::fromError(unsendable)
+                                           : d->asyncCall(QStringLiteral("Start"), appId));
 }
 
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
     QVariantMap map = DebugParamsPrivate::map(params);
-    const QDBusError unsendable = makeSendable(map);
+    const QDBusError unsendable = makeSendable(appId, map);
     return ControlPrivate::startResult(
         unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
                              : d->asyncCall(QStringLiteral("StartDebug"), appId, map));
@@ -109,6 +112,10 @@ Control::StartResult Control::startDebug(const QString &appId, const DebugParams
 
 Error Control::terminate(const QString &appInstanceId)
 {
+    const QDBusError unsendable = makeSendable(appInstanceId);
+    if (unsendable.isValid()) {
+        return fromDBusError(unsendable);
+    }
     return fromDBusError(QDBusError(d->call(QStringLiteral("Terminate"), appInstanceId)));
 }
 

@@ -20,7 +20,7 @@ namespace
 
 struct CloseFile
 {
-    void operator()(std::FILE *file) const { std::fclose(file); }
+    void operator()(std::FILE *file) const { static_cast<void>(std::fclose(file)); }
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
@@ -36,7 +36,8 @@ File openControlGroups(int pid)
     const char *root = std::getenv("OSTREL_ROOTFS");
     std::array<char, 4096> path;
     // One that is too long is cut, and not found.
-    std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup", root != nullptr ? root : "", pid);
+    static_cast<void>(std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup",
+                                    root != nullptr ? root : "", pid));
     return File(std::fopen(path.data(), "r"));
 }
 
@@ -104,7 +105,7 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
         return false;
     }
     // The stream would ask for the file's block size and allocate one.
-    std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size());
+    static_cast<void>(std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size()));
 
     bool found = false;
     std::array<char, 1024> line;

@@ -62,7 +62,13 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     , m_invoker(invoker)
 {
     registerDBusTypes();
-    registerTaskInvoker();
+
+    const QDBusError unsendable = makeSendable(m_taskType);
+    registerTaskInvoker(unsendable);
+    if (unsendable.isValid()) {
+        // No message can hold the path either, and so no subscription.
+        return;
+    }
 
     connectServiceSignal(connection(),
                          {path(), QStringLiteral("org.freedesktop.DBus.Properties"),
@@ -72,13 +78,15 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
 
 TaskInvokerPrivate::~TaskInvokerPrivate() = default;
 
-void TaskInvokerPrivate::registerTaskInvoker()
+void TaskInvokerPrivate::registerTaskInvoker(const QDBusError &unsendable)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
         service(), QStringLiteral(OSTREL_TASK_INVOKER_PATH),
         QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE), QStringLiteral("RegisterInvoker"));
     call << m_taskType;
-    watchPendingCall<Registration>(connection().asyncCall(call), this,
+    watchPendingCall<Registration>(unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
+                                                        : connection().asyncCall(call),
+                                   this,
                                    [this](const Registration &reply) { onRegistered(reply); });
 }
 
@@ -136,10 +144,8 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
 {
     QVariantMap sentStartupInfo = startupInfo;
     QVariantMap sentHints = hints;
-    QDBusError unsendable = makeSendable(sentStartupInfo);
-    if (!unsendable.isValid()) {
-        unsendable = makeSendable(sentHints);
-    }
+    // Every call carries the path, and with it the task type.
+    const QDBusError unsendable = makeSendable(m_taskType, name, sentStartupInfo, sentHints);
 
     using Reply = QDBusPendingReply<int>;
     watchPendingCall<Reply>(
@@ -155,9 +161,12 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
 void TaskInvokerPrivate::stop(const QString &name,
                               const std::function<void(const Error &)> &callback)
 {
+    const QDBusError unsendable = makeSendable(m_taskType, name);
+
     using Reply = QDBusPendingReply<>;
-    watchPendingCall<Reply>(asyncCall(QStringLiteral("Stop"), name), m_invoker,
-                            [callback](const Reply &reply) {
+    watchPendingCall<Reply>(unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
+                                                 : asyncCall(QStringLiteral("Stop"), name),
+                            m_invoker, [callback](const Reply &reply) {
                                 if (callback) {
                                     callback(fromDBusError(reply.error()));
                                 }

@@ -5,6 +5,7 @@
 #include "Ostrel/window_management_p.h"
 
 #include "DBus/names_p.h"
+#include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
 #include "DBus/service_name_p.h"
 #include "Ostrel/error_p.h"
@@ -27,17 +28,21 @@ void WindowManagementPrivate::updateWindowStatus(
     const QString &window, int status, int arg1, int arg2, const QObject *context,
     const std::function<void(ApplicationState, const Error &)> &callback)
 {
+    const QDBusError unsendable = makeSendable(window);
+
     using Reply = QDBusPendingReply<quint32>;
-    watchPendingCall<Reply>(
-        m_interface->asyncCall(QStringLiteral("UpdateWindowStatus"), window, status, arg1, arg2),
-        context, [callback](const Reply &reply) {
-            if (reply.isError()) {
-                callback(ApplicationStateUnknown, fromDBusError(reply.error()));
-            } else {
-                callback(static_cast<ApplicationState>(reply.value()),
-                         Error(Error::NoError, QString()));
-            }
-        });
+    watchPendingCall<Reply>(unsendable.isValid()
+                                ? QDBusPendingCall::fromError(unsendable)
+                                : m_interface->asyncCall(QStringLiteral("UpdateWindowStatus"),
+                                                         window, status, arg1, arg2),
+                            context, [callback](const Reply &reply) {
+                                if (reply.isError()) {
+                                    callback(ApplicationStateUnknown, fromDBusError(reply.error()));
+                                } else {
+                                    callback(static_cast<ApplicationState>(reply.value()),
+                                             Error(Error::NoError, QString()));
+                                }
+                            });
 }
 
 WindowManagement::WindowManagement(QObject *parent)

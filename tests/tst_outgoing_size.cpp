@@ -1,0 +1,252 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "private_bus.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+#include "DBus/outgoing_map_p.h"
+#include "DBus/outgoing_walk_p.h"
+#include "DBus/types_p.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusVariant>
+
+#include <optional>
+
+using Ostrel::MessageSize;
+using Ostrel::OutgoingWalk;
+
+namespace
+{
+
+using Maps = QList<QVariantMap>;
+using NamedVariants = QMap<QString, QDBusVariant>;
+
+constexpr int largestArray = 64 * 1024 * 1024;
+
+// What the entry "key" of a text takes besides its characters: the key, the type, the length and
+// the zero at the end.
+constexpr int entryOfText = 4 + 4 + 3 + 1 + 4 + 1;
+
+// The same for an array of bytes, which has no end.
+constexpr int entryOfArray = 4 + 4 + 4 + 4;
+
+QString letters(int count)
+{
+    return QString(count, QLatin1Char('x'));
+}
+
+// The error of the message bus, which reads the message and knows no such call; another one if it
+// drops the connection.
+QString answerTo(const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral(OSTREL_SERVICE_PATH),
+        QStringLiteral("a.b"), QStringLiteral("Take"));
+    call.setArguments(arguments);
+    return QDBusConnection::sessionBus().call(call).errorName();
+}
+
+} // namespace
+
+// The bus drops a connection for good over what is too large. What just passes arrives, and a byte
+// more is refused.
+class TestOutgoingSize : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void largestMapsArrive_data();
+    void largestMapsArrive();
+    void textsAreCountedInBytes();
+    void sizesAreThoseInTheMessage_data();
+    void sizesAreThoseInTheMessage();
+    void tooLargeValuesAreFound_data();
+    void tooLargeValuesAreFound();
+    void largestTextsArrive();
+    void tooLargeTextsAreFound();
+    void argumentsShareOneMessage();
+
+private:
+    std::optional<PrivateBus> m_bus;
+};
+
+void TestOutgoingSize::initTestCase()
+{
+    m_bus.emplace();
+    Ostrel::registerDBusTypes();
+    qDBusRegisterMetaType<Maps>();
+    qDBusRegisterMetaType<NamedVariants>();
+    qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
+}
+
+void TestOutgoingSize::largestMapsArrive_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("bytes") << QVariant(QByteArray(largestArray - entryOfArray, 'x'));
+    QTest::newRow("text") << QVariant(letters(largestArray - entryOfText));
+    QString pairs((largestArray - entryOfText) / 2, QChar(0xdc00));
+    for (int i = 0; i < pairs.size(); i += 2) {
+        pairs[i] = QChar(0xd83d);
+    }
+    QTest::newRow("text of four bytes a character") << QVariant(pairs);
+}
+
+void TestOutgoingSize::largestMapsArrive()
+{
+    QFETCH(QVariant, value);
+    QVariantMap map{{QStringLiteral("key"), value}};
+    QCOMPARE(Ostrel::makeSendable(map).message(), QString());
+    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+}
+
+void TestOutgoingSize::textsAreCountedInBytes()
+{
+    for (const QChar character : {QChar(0x7f), QChar(0x80), QChar(0x7ff), QChar(0x800)}) {
+        const int size = QString(character).toUtf8().size();
+        QString text((largestArray - entryOfText) / size, character);
+        QVariantMap map{{QStringLiteral("key"), text}};
+        QVERIFY(!Ostrel::makeSendable(map).isValid());
+        text.append(QString(3, character));
+        map = {{QStringLiteral("key"), text}};
+        QVERIFY(Ostrel::makeSendable(map).isValid());
+    }
+}
+
+void TestOutgoingSize::sizesAreThoseInTheMessage_data()
+{
+    QTest::addColumn<QVariantMap>("map");
+    QTest::addColumn<int>("bytes");
+
+    const auto row = [](const char *name, const QVariant &value, int bytes) {
+        // The length of the array, padding, the key "k" and the signature of the variant.
+        QTest::newRow(name) << QVariantMap{{QStringLiteral("k"), value}} << 8 + bytes;
+    };
+    QTest::newRow("nothing") << QVariantMap() << 4;
+    row("byte", QVariant::fromValue(uchar(1)), 6 + 3 + 1);
+    row("16 bits", QVariant::fromValue(short(1)), 6 + 3 + 1 + 2);
+    row("32 bits", 1, 6 + 3 + 3 + 4);
+    row("64 bits", 1LL, 6 + 3 + 7 + 8);
+    row("text", QStringLiteral("\u20acx"), 6 + 3 + 3 + 4 + 4 + 1);
+    row("texts", QStringList{QStringLiteral("a"), QStringLiteral("b")}, 6 + 4 + 2 + 4 + 8 + 6);
+    row("bytes", QByteArray("abc"), 6 + 4 + 2 + 4 + 3);
+    row("numbers", QVariant::fromValue(QList<int>{1, 2, 3}), 6 + 4 + 2 + 4 + 12);
+    row("list", QVariantList{1, 2}, 6 + 4 + 2 + 4 + 8 + 8);
+    row("variant", QVariant::fromValue(QDBusVariant(1)), 6 + 3 + 3 + 4);
+    row("path", QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a"))), 6 + 3 + 3 + 4 + 3);
+    row("map", QVariantMap{{QStringLiteral("a"), 1}}, 6 + 7 + 3 + 4 + 4 + 6 + 3 + 3 + 4);
+    row("map of numbers",
+        QVariant::fromValue(QMap<int, QDBusVariant>{{1, QDBusVariant(2)}, {3, QDBusVariant(4)}}),
+        6 + 7 + 3 + 4 + 4 + 12 + 4 + 12);
+}
+
+void TestOutgoingSize::sizesAreThoseInTheMessage()
+{
+    QFETCH(QVariantMap, map);
+    OutgoingWalk walk(MessageSize::Counted, 1000);
+    QCOMPARE(walk.entries(map, 0), OutgoingWalk::Unchanged);
+    QTEST(int(walk.bytes()), "bytes");
+}
+
+void TestOutgoingSize::tooLargeValuesAreFound_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("message");
+
+    const auto row = [](const char *name, const QVariant &value, const char *type,
+                        const char *key = "key") {
+        QTest::newRow(name) << value
+                            << QStringLiteral("Marshalling failed: \"%1\" is too large for a "
+                                              "message, with a value of type %2")
+                                   .arg(QLatin1String(key), QLatin1String(type));
+    };
+    const QString half = letters(500);
+    row("bytes", QByteArray(1000, 'x'), "QByteArray");
+    row("text", half + half, "QString");
+    row("numbers", QVariant::fromValue(QVector<int>(250, 7).toList()), "QList<int>");
+    row("texts", QStringList{half, half}, "QStringList");
+    row("list", QVariantList{1, half, half, 1}, "QString");
+    row("map", QVariantMap{{QStringLiteral("a"), half}, {QStringLiteral("b"), half}}, "QString",
+        "b");
+    row("hash", QVariantHash{{half + half, 1}}, "int", qPrintable(half + half));
+    row("list of maps",
+        QVariant::fromValue(Maps{{{QStringLiteral("k"), half}}, {{QStringLiteral("k"), half}}}),
+        "QString", "k");
+    row("map of variants", QVariant::fromValue(NamedVariants{{half + half, QDBusVariant(1)}}),
+        "int");
+    row("paths",
+        QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath(QLatin1Char('/') + half),
+                                                   QDBusObjectPath(QLatin1Char('/') + half)}),
+        "QList<QDBusObjectPath>");
+    row("application", QVariant::fromValue(Ostrel::RunningApplication{half + half, 0, {}, {}, {}}),
+        "Ostrel::RunningApplication");
+    row("service", QVariant::fromValue(Ostrel::RunningService{half, half, 0, {}, {}}),
+        "Ostrel::RunningService");
+    row("task", QVariant::fromValue(Ostrel::ActiveTask{half + half, 0, {}}), "Ostrel::ActiveTask");
+    row("JSON text", QJsonValue(half + half), "QJsonValue");
+    row("JSON array", QJsonArray{half, half}, "QJsonArray");
+    row("JSON object", QJsonObject{{half + half, 1}}, "QJsonObject");
+}
+
+void TestOutgoingSize::tooLargeValuesAreFound()
+{
+    QFETCH(QVariant, value);
+    QVariantMap map{{QStringLiteral("key"), value}};
+    for (const auto texts : {MessageSize::Bounded, MessageSize::Counted}) {
+        OutgoingWalk walk(texts, 1000);
+        QCOMPARE(walk.entries(map, 0), OutgoingWalk::Unsendable);
+        QVERIFY(walk.isTooLarge());
+        if (texts == MessageSize::Counted) {
+            QTEST(walk.problem(), "message");
+        }
+    }
+}
+
+void TestOutgoingSize::largestTextsArrive()
+{
+    // The protocol allows 128 MiB for a message, head included.
+    const QString text = letters(2 * largestArray - 4096);
+    QCOMPARE(Ostrel::makeSendable(text).message(), QString());
+    QCOMPARE(answerTo({text}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+}
+
+void TestOutgoingSize::tooLargeTextsAreFound()
+{
+    const QString text = letters(2 * largestArray - 4095);
+    const QDBusError error = Ostrel::makeSendable(text);
+    QCOMPARE(error.name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(
+        error.message(),
+        QStringLiteral("Marshalling failed: a text of 134213633 bytes is too large for a message"));
+}
+
+void TestOutgoingSize::argumentsShareOneMessage()
+{
+    const QString name = letters(4000);
+    QVariantMap first{{QStringLiteral("first"), letters(largestArray - 100)}};
+    QVariantMap second{{QStringLiteral("second"), letters(largestArray - 20000)}};
+    QCOMPARE(Ostrel::makeSendable(name, first, second).message(), QString());
+    QCOMPARE(answerTo({name, first, second}),
+             QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+
+    second.insert(QStringLiteral("third"), letters(19000));
+    QCOMPARE(Ostrel::makeSendable(name, first, second).message(),
+             QStringLiteral("Marshalling failed: \"third\" is too large for a message, with a "
+                            "value of type QString"));
+    // Each by itself is not.
+    QCOMPARE(Ostrel::makeSendable(second).message(), QString());
+    QCOMPARE(Ostrel::makeSendable(second, name).message(), QString());
+}
+
+OSTREL_TEST_MAIN(TestOutgoingSize)
+
+#include "tst_outgoing_size.moc"

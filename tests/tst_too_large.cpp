@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outcomes.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::DebugParams;
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+// Texts that no message can hold. The bus would drop the process for good, so they are refused,
+// and the process goes on.
+class TestTooLarge : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void controlRefusesThem();
+    void controlRefusesThemInParameters();
+    void taskInvokerRefusesThem();
+    void taskTypesAreRefused();
+    void windowManagementRefusesThem();
+
+private:
+    // More than 128 MiB.
+    const QString m_text{45000000, QChar(0x20ac)};
+    const QString m_refusal =
+        QStringLiteral("Marshalling failed: a text of 135000000 bytes is too large for a message");
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTooLarge::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTooLarge::cleanup()
+{
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+    QCOMPARE(m_simulator->calls().size(), 0);
+    m_simulator->reset();
+}
+
+void TestTooLarge::controlRefusesThem()
+{
+    Control control;
+    const auto isRefusal = [this](const Error &error) {
+        return error.code() == Error::Failed && error.message() == m_refusal;
+    };
+    QVERIFY(isRefusal(control.start(m_text).error));
+    QVERIFY(isRefusal(control.startDebug(m_text, DebugParams()).error));
+    QVERIFY(isRefusal(control.terminate(m_text)));
+}
+
+void TestTooLarge::controlRefusesThemInParameters()
+{
+    DebugParams params;
+    params.setStdoutFile(m_text);
+    const Error error = Control().startDebug(QStringLiteral("a.b"), params).error;
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.message(),
+             QStringLiteral("Marshalling failed: \"stdoutFile\" is too large for a message, with a "
+                            "value of type QString"));
+}
+
+void TestTooLarge::taskInvokerRefusesThem()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("photos"));
+    QVERIFY(!waitUntilReady(invoker));
+    m_simulator->reset();
+
+    Events events;
+    TaskInvoker::StartupInfo large;
+    large.setParameters({m_text.left(20000000)});
+    invoker.start(m_text, {}, {}, events.started());
+    invoker.stop(m_text, events.stopped());
+    // Each of the maps would do, and they would do together.
+    TaskInvoker::Hints hints;
+    hints.setUser(m_text.left(20000000));
+    invoker.start(m_text.left(10000000), large, hints, events.started());
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all(),
+             (QStringList{
+                 QStringLiteral("started 0: 1 \"%1\"").arg(m_refusal),
+                 QStringLiteral("stopped 1 \"%1\"").arg(m_refusal),
+                 QStringLiteral("started 0: 1 \"Marshalling failed: \"User\" is too large for a "
+                                "message, with a value of type QString\"")}));
+}
+
+void TestTooLarge::taskTypesAreRefused()
+{
+    // Of a path there is a byte for each character.
+    const QString type(135000000, QLatin1Char('x'));
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    Events events;
+    invoker.onReady(events.ready());
+    invoker.start(QStringLiteral("a"), {}, {}, events.started());
+    invoker.stop(QStringLiteral("a"), events.stopped());
+    QVERIFY(events.waitFor(3));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("ready 1 \"%1\"").arg(m_refusal),
+                          QStringLiteral("started 0: 1 \"%1\"").arg(m_refusal),
+                          QStringLiteral("stopped 1 \"%1\"").arg(m_refusal)}));
+    QCOMPARE(warnings.texts(),
+             QStringList(QStringLiteral("TaskInvoker registration failed: "
+                                        "QDBusError(\"org.freedesktop.DBus.Error.Failed\", \"%1\")")
+                             .arg(m_refusal)));
+}
+
+void TestTooLarge::windowManagementRefusesThem()
+{
+    const Outcome outcome = reportWindow(m_text);
+    QCOMPARE(outcome.state, 255U);
+    QCOMPARE(outcome.error.code(), Error::Failed);
+    QCOMPARE(outcome.error.message(), m_refusal);
+}
+
+OSTREL_TEST_MAIN(TestTooLarge)
+
+#include "tst_too_large.moc"
