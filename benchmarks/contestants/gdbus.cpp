@@ -289,9 +289,9 @@ void onStarted(GObject * /*source*/, GAsyncResult *result, void *data)
     ++answers->all;
 }
 
-GVariant *strings(const char *const (&texts)[2])
+GVariant *strings(const TaskMaps::Strings &texts)
 {
-    return g_variant_new_strv(texts, 2);
+    return g_variant_new_strv(texts.data(), gssize(texts.size()));
 }
 
 std::size_t startTasks(std::size_t size)

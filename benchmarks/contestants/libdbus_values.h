@@ -4,6 +4,7 @@
 #ifndef BENCHMARKS_LIBDBUS_VALUES_H
 #define BENCHMARKS_LIBDBUS_VALUES_H
 
+#include "contestant.h"
 #include "plain_records.h"
 
 #include <dbus/dbus.h>
@@ -123,7 +124,7 @@ inline void appendString(DBusMessageIter &map, const char *key, const char *text
     });
 }
 
-inline void appendStrings(DBusMessageIter &map, const char *key, const char *const (&texts)[2])
+inline void appendStrings(DBusMessageIter &map, const char *key, const TaskMaps::Strings &texts)
 {
     appendEntry(map, key, "as", [&](DBusMessageIter &value) {
         DBusMessageIter list;

@@ -179,9 +179,9 @@ Invoker &invoker()
     return invoker;
 }
 
-std::vector<std::string> strings(const char *const (&texts)[2])
+std::vector<std::string> strings(const TaskMaps::Strings &texts)
 {
-    return {texts[0], texts[1]};
+    return {texts.begin(), texts.end()};
 }
 
 std::size_t startTasks(std::size_t size)

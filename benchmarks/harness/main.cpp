@@ -74,7 +74,7 @@ void measure(const Row &row, benchmark::State &state)
         row.prepare();
     }
     row.run(); // what is built once is not an operation's cost
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         row.run();
     }
     state.SetItemsProcessed(state.iterations() * std::int64_t(row.operations));
@@ -92,7 +92,7 @@ int main(int argc, char **argv)
         return 0;
     }
 
-    Desk desk;
+    const Desk desk;
     const std::vector<Row> rows = rowsOf(contestant, desk);
     if (!arguments.empty() && arguments.front() == "--rows") {
         for (const Row &row : rows) {

@@ -51,7 +51,7 @@ void addCalls(std::vector<Row> &rows, const Contestant &contestant)
     }
 }
 
-void addRecords(std::vector<Row> &rows, const Contestant &contestant, Desk &desk)
+void addRecords(std::vector<Row> &rows, const Contestant &contestant, const Desk &desk)
 {
     constexpr std::size_t budget = 2000;
     // Before a signal can be waited for, the bus daemon has to know who wants it. It does when it
@@ -99,7 +99,7 @@ void addRecords(std::vector<Row> &rows, const Contestant &contestant, Desk &desk
 
 } // namespace
 
-std::vector<Row> rowsOf(const Contestant &contestant, Desk &desk)
+std::vector<Row> rowsOf(const Contestant &contestant, const Desk &desk)
 {
     std::vector<Row> rows;
     addCalls(rows, contestant);
