@@ -40,6 +40,17 @@ clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
 clazy|clazy|command -v clazy-standalone
 '
+# What it takes to compare the cost of the library with others'.
+cost_needs='
+libbenchmark-dev|Google Benchmark|pkg-config --exists benchmark
+libsystemd-dev|sd-bus|pkg-config --exists libsystemd
+python3|Python 3.9|python3 -c "import sys; sys.exit(sys.version_info < (3, 9))"
+valgrind|Valgrind|command -v valgrind
+'
+bench_needs='
+libglib2.0-dev|GDBus|pkg-config --exists gio-2.0
+libsdbus-c++-dev|sdbus-c++|pkg-config --exists sdbus-c++
+'
 package_needs='
 debhelper|debhelper 13|command -v dh
 doxygen|Doxygen|command -v doxygen

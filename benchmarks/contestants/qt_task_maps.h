@@ -11,7 +11,7 @@
 
 // The usual maps of a task, put together by hand.
 
-template <std::size_t size> QStringList toStrings(const char *const (&texts)[size])
+inline QStringList toStrings(const TaskMaps::Strings &texts)
 {
     QStringList strings;
     for (const char *text : texts) {

@@ -4,6 +4,7 @@
 #ifndef BENCHMARKS_CONTESTANT_H
 #define BENCHMARKS_CONTESTANT_H
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -38,14 +39,15 @@ struct Contestant
 // What a task is started with, the same for all.
 namespace TaskMaps
 {
+using Strings = std::array<const char *, 2>;
 constexpr const char *name = "contacts";
-constexpr const char *parameters[] = {"--all", "--verbose"};
-constexpr const char *environment[] = {"LANG=C.UTF-8", "HOME=/home/user"};
+constexpr Strings parameters{"--all", "--verbose"};
+constexpr Strings environment{"LANG=C.UTF-8", "HOME=/home/user"};
 constexpr int processorLimit = 50;
 constexpr const char *user = "user";
 constexpr int runningTime = 60;
 constexpr int priority = 5;
-constexpr const char *permissions[] = {"network", "contacts"};
+constexpr Strings permissions{"network", "contacts"};
 } // namespace TaskMaps
 
 // The process that is looked up, and the application that it belongs to.

@@ -32,7 +32,7 @@ Desk::~Desk()
     close(m_socket);
 }
 
-void Desk::order(const std::string &order)
+void Desk::order(const std::string &order) const
 {
     std::array<char, 16> answer{};
     if (write(m_socket, order.data(), order.size()) < 0

@@ -17,7 +17,7 @@ public:
     Desk &operator=(const Desk &) = delete;
 
     // Gives an order, and waits until it has been carried out. Ends the program if it cannot be.
-    void order(const std::string &order);
+    void order(const std::string &order) const;
 
 private:
     int m_socket = -1;

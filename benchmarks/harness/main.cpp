@@ -3,6 +3,7 @@
 
 // What every contestant's program does:
 //   PROGRAM --once              makes the client, starts one application, and ends
+//   PROGRAM --rows              prints the names of the rows, a line each
 //   PROGRAM --count ROW...      runs the rows a fixed number of times and prints, for each, a line
 //                               "ROW<tab>OPERATIONS<tab>ALLOCATIONS<tab>BYTES<tab>PEAK"; under
 //                               callgrind it writes a dump for each
@@ -73,7 +74,7 @@ void measure(const Row &row, benchmark::State &state)
         row.prepare();
     }
     row.run(); // what is built once is not an operation's cost
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         row.run();
     }
     state.SetItemsProcessed(state.iterations() * std::int64_t(row.operations));
@@ -91,8 +92,14 @@ int main(int argc, char **argv)
         return 0;
     }
 
-    Desk desk;
+    const Desk desk;
     const std::vector<Row> rows = rowsOf(contestant, desk);
+    if (!arguments.empty() && arguments.front() == "--rows") {
+        for (const Row &row : rows) {
+            std::cout << row.name << '\n';
+        }
+        return 0;
+    }
     if (!arguments.empty() && arguments.front() == "--count") {
         for (const Row &row : rows) {
             if (std::find(arguments.begin(), arguments.end(), row.name) != arguments.end()) {

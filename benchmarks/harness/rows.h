@@ -26,6 +26,6 @@ struct Row
 };
 
 // All rows that the contestant can take part in. Both arguments have to outlive them.
-std::vector<Row> rowsOf(const Contestant &contestant, Desk &desk);
+std::vector<Row> rowsOf(const Contestant &contestant, const Desk &desk);
 
 #endif

@@ -3,8 +3,12 @@
 
 """What can be counted, and comes out alike every time: instructions and allocations."""
 
+import os
 import tempfile
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
+
+from stage import Stage
 
 FIRST_CALL = 'first call'
 
@@ -29,32 +33,35 @@ def _instructions(folder):
     return totals
 
 
-def _preload(stage):
-    return str(stage.programs / 'libbenchmark-allocations.so')
-
-
-def count(stage, contestant, rows):
+def count(programs, contestant, rows):
     """Figures per operation, for each of the rows in which the contestant takes part."""
-    with tempfile.TemporaryDirectory(prefix='bench') as folder:
+    with Stage(programs) as stage, tempfile.TemporaryDirectory(prefix='bench') as folder:
         printed = stage.run(
-            contestant, '--count', *rows, LD_PRELOAD=_preload(stage),
+            contestant, '--count', *rows,
+            LD_PRELOAD=str(stage.programs / 'libbenchmark-allocations.so'),
             prefix=_callgrind(f'{folder}/dump', '--instr-atstart=no'))
         instructions = _instructions(folder)
-    figures = {}
-    for line in printed.splitlines():
-        row, operations, allocations, size, _ = line.split('\t')
-        operations = int(operations)
-        figures[row] = {'instructions': instructions[row] / operations,
-                        'allocations': int(allocations) / operations,
-                        'bytes': int(size) / operations}
+        figures = {}
+        for line in printed.splitlines():
+            row, operations, allocations, size, _ = line.split('\t')
+            operations = int(operations)
+            figures[row] = {'instructions': instructions[row] / operations,
+                            'allocations': int(allocations) / operations,
+                            'bytes': int(size) / operations}
     return figures
 
 
-def count_first_call(stage, contestant):
+def count_first_call(programs, contestant):
     """The instructions of a whole process that makes one call."""
-    with tempfile.TemporaryDirectory(prefix='bench') as folder:
+    with Stage(programs) as stage, tempfile.TemporaryDirectory(prefix='bench') as folder:
         stage.run(contestant, '--once', prefix=_callgrind(f'{folder}/dump'))
         return {'instructions': _instructions(folder)['Program termination']}
+
+
+def at_once(function, *arguments):
+    """Like map(), as many at a time as there are processors."""
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        return list(pool.map(function, *arguments))
 
 
 def peak_memory(stage, contestant, row):

@@ -11,9 +11,8 @@ that a busy machine changes nothing.
 
 import sys
 
-from counting import count
+from counting import at_once, count
 from goals import limits
-from stage import Stage
 
 ROWS = ['make control', 'make invokers/8', 'start', 'start tasks/1', 'start tasks/64',
         'window status', 'running applications/10', 'running applications/1000', 'task lists/10',
@@ -36,9 +35,7 @@ def excesses(library, by_hand):
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
-    with Stage(sys.argv[1]) as stage:
-        library = count(stage, 'library', ROWS)
-        by_hand = count(stage, 'by-hand', ROWS)
+    library, by_hand = at_once(lambda name: count(sys.argv[1], name, ROWS), ['library', 'by-hand'])
     return 1 if list(excesses(library, by_hand)) else 0
 
 
