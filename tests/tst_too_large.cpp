@@ -30,6 +30,7 @@ private Q_SLOTS:
     void controlRefusesThem();
     void controlRefusesThemInParameters();
     void taskInvokerRefusesThem();
+    void taskTypesAreRefused_data();
     void taskTypesAreRefused();
     void windowManagementRefusesThem();
 
@@ -103,10 +104,22 @@ void TestTooLarge::taskInvokerRefusesThem()
                                 "message, with a value of type QString\"")}));
 }
 
+void TestTooLarge::taskTypesAreRefused_data()
+{
+    QTest::addColumn<int>("size");
+
+    // The path that ends with the type stands in the head of a message, which holds half as much.
+    QTest::newRow("for a message") << 135000000;
+    QTest::newRow("for the head of a message") << (64 << 20) - 4095;
+}
+
 void TestTooLarge::taskTypesAreRefused()
 {
-    // Of a path there is a byte for each character.
-    const QString type(135000000, QLatin1Char('x'));
+    QFETCH(int, size);
+    const QString refusal =
+        QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+            .arg(size);
+    const QString type(size, QLatin1Char('x'));
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
@@ -115,13 +128,13 @@ void TestTooLarge::taskTypesAreRefused()
     invoker.stop(QStringLiteral("a"), events.stopped());
     QVERIFY(events.waitFor(3));
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("ready 1 \"%1\"").arg(m_refusal),
-                          QStringLiteral("started 0: 1 \"%1\"").arg(m_refusal),
-                          QStringLiteral("stopped 1 \"%1\"").arg(m_refusal)}));
+             (QStringList{QStringLiteral("ready 1 \"%1\"").arg(refusal),
+                          QStringLiteral("started 0: 1 \"%1\"").arg(refusal),
+                          QStringLiteral("stopped 1 \"%1\"").arg(refusal)}));
     QCOMPARE(warnings.texts(),
              QStringList(QStringLiteral("TaskInvoker registration failed: "
                                         "QDBusError(\"org.freedesktop.DBus.Error.Failed\", \"%1\")")
-                             .arg(m_refusal)));
+                             .arg(refusal)));
 }
 
 void TestTooLarge::windowManagementRefusesThem()

@@ -12,6 +12,12 @@
 namespace Ostrel
 {
 
+// A text that the path of an object ends with.
+struct PathEnd
+{
+    const QString &text;
+};
+
 // What may still go into a message. Everything that a caller hands over for one goes through here,
 // because QtDBus aborts the process at a value that it cannot marshal, and the bus drops the
 // connection over a message that is too deep or too large.
@@ -21,18 +27,24 @@ public:
     // An identifier or another text.
     QDBusError take(const QString &text);
 
+    // The head of a message is an array, which the path has nearly to itself.
+    QDBusError take(PathEnd end);
+
     // Makes a map fit to be sent as "a{sv}". JSON values, at any depth, are replaced by what they
     // are on the bus; nothing else is changed, filtered or completed.
     QDBusError take(QVariantMap &map);
 
 private:
-    // The head of a message is short, but for a path, which is to be taken like any text.
-    qint64 m_left = MessageSize::maximumMessage - 4096;
+    QDBusError take(const QString &text, qint64 room);
+
+    // But for a path, the head of a message is short.
+    static constexpr qint64 head = 4096;
+    qint64 m_left = MessageSize::maximumMessage - head;
 };
 
 // Makes arguments fit to be sent together. If one of them cannot be sent, the result is the error
 // that stands for the call, which is then not to be made.
-template <typename... Arguments> QDBusError makeSendable(Arguments &...arguments)
+template <typename... Arguments> QDBusError makeSendable(Arguments &&...arguments)
 {
     MessageRoom room;
     QDBusError error;
