@@ -27,8 +27,13 @@ private Q_SLOTS:
 
     void tenThousandRecords();
     void hundredThousandSignalsLeaveNothingBehind();
+    void whatWaitsToBeHandledStopsNothing();
+    void largestAnswerStopsNothing();
 
 private:
+    // Has the service send "StateChanged" so often, the instance and the state given.
+    void emitStates(const QString &instance, int count) const;
+
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
 };
@@ -40,6 +45,17 @@ void TestControlLoad::initTestCase()
     m_simulator->start();
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
+}
+
+void TestControlLoad::emitStates(const QString &instance, int count) const
+{
+    const QDBusMessage answer = m_simulator->desk(
+        QStringLiteral("EmitMany"),
+        {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
+         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
+         QVariant(QVariantList{instance, QVariantMap{{QStringLiteral("State"), 3U}}}),
+         uint(count)});
+    QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
 }
 
 void TestControlLoad::tenThousandRecords()
@@ -73,14 +89,7 @@ void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
     std::vector<std::size_t> used;
     for (int i = 0; i < 6; ++i) {
         next = 0;
-        const QDBusMessage answer = m_simulator->desk(
-            QStringLiteral("EmitMany"),
-            {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
-             QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
-             QVariant(
-                 QVariantList{QStringLiteral("%n"), QVariantMap{{QStringLiteral("State"), 3U}}}),
-             uint(round)});
-        QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
+        emitStates(QStringLiteral("%n"), round);
         QTRY_COMPARE_WITH_TIMEOUT(next, round, 3 * patience);
         used.push_back(mallinfo2().uordblks);
     }
@@ -90,6 +99,30 @@ void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
     // The first round fills what is kept for later. A byte a signal would be 100,000.
     const std::size_t growth = used.back() > used.front() ? used.back() - used.front() : 0;
     QVERIFY2(growth < 65536, qPrintable(QString::number(growth)));
+}
+
+// A program that does not listen for a while hears everything later, however much it is.
+void TestControlLoad::whatWaitsToBeHandledStopsNothing()
+{
+    const Control control;
+    int heard = 0;
+    connect(&control, &Control::stateChanged, this,
+            [&heard](const QString & /*id*/, quint32 /*state*/) { ++heard; });
+    const QString large(1 << 20, QLatin1Char('x'));
+    constexpr int count = 200;
+    emitStates(large, count);
+    QTRY_COMPARE_WITH_TIMEOUT(heard, count, 3 * patience);
+    emitStates(QStringLiteral("last"), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(heard, count + 1, patience);
+}
+
+void TestControlLoad::largestAnswerStopsNothing()
+{
+    // Nearly all that a message may hold.
+    const QString large((128 << 20) - 4096, QLatin1Char('x'));
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start").failNext(QStringLiteral("a.b"), large);
+    QCOMPARE(Control().start(QStringLiteral("a.b")).error.message().size(), large.size());
+    QVERIFY(!Control().start(QStringLiteral("demo.Viewer")).error);
 }
 
 OSTREL_TEST_MAIN(TestControlLoad)

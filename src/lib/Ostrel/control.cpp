@@ -6,6 +6,7 @@
 
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
+#include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
 #include "DBus/types_p.h"
@@ -40,6 +41,7 @@ ControlPrivate::ControlPrivate(Control *q)
     , q(q)
 {
     registerDBusTypes();
+    liftReceiveLimit(connection());
 
     const auto receive = [this](const QString &name, const QString &signature, QObject *receiver,
                                 const char *member) {

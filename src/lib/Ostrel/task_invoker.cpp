@@ -7,6 +7,7 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
+#include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
 #include "DBus/types_p.h"
@@ -59,6 +60,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     , m_invoker(invoker)
 {
     registerDBusTypes();
+    liftReceiveLimit(connection());
 
     const QDBusError unsendable = makeSendable(PathEnd{m_taskType});
     registerTaskInvoker(unsendable);

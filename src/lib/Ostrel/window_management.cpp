@@ -7,6 +7,7 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
+#include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "Ostrel/error_p.h"
 
@@ -20,6 +21,7 @@ WindowManagementInterface::WindowManagementInterface()
                              OSTREL_WINDOW_MANAGEMENT_INTERFACE, QDBusConnection::sessionBus(),
                              nullptr)
 {
+    liftReceiveLimit(connection());
 }
 
 WindowManagementInterface::~WindowManagementInterface() = default;
