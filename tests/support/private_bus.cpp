@@ -10,10 +10,17 @@
 namespace
 {
 
-void writeConfiguration(const QString &path, std::optional<int> replyTimeout)
+void writeConfiguration(const QString &path, std::optional<int> replyTimeout,
+                        PrivateBus::Unrequested unrequested)
 {
     const QString limit = replyTimeout
         ? QStringLiteral("  <limit name=\"reply_timeout\">%1</limit>\n").arg(*replyTimeout)
+        : QString();
+    const QString policy = unrequested == PrivateBus::Refused
+        ? QStringLiteral("  <policy context=\"mandatory\">\n"
+                         "    <deny send_type=\"method_return\" send_requested_reply=\"false\"/>\n"
+                         "    <deny send_type=\"error\" send_requested_reply=\"false\"/>\n"
+                         "  </policy>\n")
         : QString();
     writeFile(path,
               QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
@@ -21,16 +28,16 @@ void writeConfiguration(const QString &path, std::optional<int> replyTimeout)
                              "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
                              "<busconfig>\n"
                              "  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n"
-                             "%1</busconfig>\n")
-                  .arg(limit));
+                             "%1%2</busconfig>\n")
+                  .arg(limit, policy));
 }
 
 } // namespace
 
-PrivateBus::PrivateBus(std::optional<int> replyTimeout)
+PrivateBus::PrivateBus(std::optional<int> replyTimeout, Unrequested unrequested)
 {
     const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
-    writeConfiguration(configuration, replyTimeout);
+    writeConfiguration(configuration, replyTimeout, unrequested);
     m_daemon = std::make_unique<Process>(
         QStringLiteral("dbus-daemon"),
         QStringList{
@@ -38,6 +45,10 @@ PrivateBus::PrivateBus(std::optional<int> replyTimeout)
             QStringLiteral("--address=unix:path=%1").arg(m_folder.filePath(QStringLiteral("bus"))),
             QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
             QStringLiteral("--print-address=1")});
+    if (unrequested == Refused) {
+        // It writes a line about each, which nobody reads.
+        m_daemon->setStandardErrorFile(QProcess::nullDevice());
+    }
     m_daemon->start();
     m_address = m_daemon->readLine();
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toUtf8());

@@ -16,10 +16,20 @@
 class PrivateBus
 {
 public:
+    // What becomes of an answer to a call that was not made to its sender. A usual session bus
+    // passes it on, a usual system bus does not.
+    enum Unrequested {
+        PassedOn,
+        Refused
+    };
+
     // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
-    explicit PrivateBus(std::optional<int> replyTimeout = std::nullopt);
+    explicit PrivateBus(std::optional<int> replyTimeout = std::nullopt,
+                        Unrequested unrequested = PassedOn);
 
     QString address() const { return m_address; }
+
+    qint64 processId() const { return m_daemon->processId(); }
 
     // Ends the bus; all connections to it are lost.
     void end() { m_daemon->end(); }

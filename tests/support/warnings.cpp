@@ -15,7 +15,8 @@ QtMessageHandler original = nullptr;
 
 } // namespace
 
-Warnings::Warnings()
+Warnings::Warnings(Printing printing)
+    : m_printing(printing)
 {
     const QMutexLocker locker(&mutex);
     m_earlier = current;
@@ -46,6 +47,9 @@ void Warnings::collect(QtMsgType type, const QMessageLogContext &context, const 
         const QMutexLocker locker(&mutex);
         if (current != nullptr) {
             current->m_texts.append(text);
+            if (current->m_printing == Silent) {
+                return;
+            }
         }
     }
     original(type, context, text);

@@ -11,7 +11,12 @@
 class Warnings
 {
 public:
-    Warnings();
+    enum Printing {
+        Printed,
+        Silent
+    };
+
+    explicit Warnings(Printing printing = Printed);
     ~Warnings();
 
     QStringList texts() const;
@@ -21,6 +26,7 @@ private:
 
     static void collect(QtMsgType type, const QMessageLogContext &context, const QString &text);
 
+    const Printing m_printing;
     QStringList m_texts;
     Warnings *m_earlier;
 };

@@ -1,0 +1,177 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "application_texts.h"
+#include "operation.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+using Ostrel::Control;
+
+namespace
+{
+
+const QString path = QStringLiteral(OSTREL_CONTROL_PATH);
+const QString interface = QStringLiteral(OSTREL_CONTROL_INTERFACE);
+
+void add(Rig &rig, const Control::StartResult &result)
+{
+    rig.setCode(result.error.code());
+    rig.add(QStringLiteral("%1 <%2> {%3}")
+                .arg(textOf(result.error), result.appInstanceId, text(result.details)));
+}
+
+Operation call(const char *name, const char *method, const char *signature, const char *values,
+               const char *seen)
+{
+    Operation operation;
+    operation.name = QString::fromLatin1(name);
+    operation.kind = Operation::BlockingCall;
+    operation.path = path;
+    operation.interface = interface;
+    operation.member = QString::fromLatin1(method);
+    operation.signature = QString::fromLatin1(signature);
+    operation.values = QString::fromLatin1(values);
+    operation.seen = QString::fromLatin1(seen);
+    operation.seenFailure = [](const Failure &failure) {
+        return textOf(failure) + QStringLiteral(" <> {}");
+    };
+    return operation;
+}
+
+Operation start()
+{
+    Operation operation = call("start", "Start", "sa{sv}", "app:1 1 Pid i 7", "0 <app:1> {Pid=7}");
+    operation.prepare = [](Rig &rig) {
+        return [&rig, control = std::make_shared<Control>()] {
+            add(rig, control->start(rig.argument));
+        };
+    };
+    return operation;
+}
+
+Operation startDebug()
+{
+    Operation operation =
+        call("startDebug", "StartDebug", "sa{sv}", "app:1 1 Pid i 7", "0 <app:1> {Pid=7}");
+    operation.prepare = [](Rig &rig) {
+        return [&rig, control = std::make_shared<Control>()] {
+            Ostrel::DebugParams params;
+            params.setCommandLineParams({QStringLiteral("-v")});
+            add(rig, control->startDebug(rig.argument, params));
+        };
+    };
+    return operation;
+}
+
+Operation terminate()
+{
+    Operation operation = call("terminate", "Terminate", "''", "", "0");
+    operation.seenFailure = [](const Failure &failure) { return textOf(failure); };
+    operation.prepare = [](Rig &rig) {
+        return [&rig, control = std::make_shared<Control>()] {
+            const Ostrel::Error error = control->terminate(rig.argument);
+            rig.setCode(error.code());
+            rig.add(textOf(error));
+        };
+    };
+    return operation;
+}
+
+Operation list()
+{
+    Operation operation =
+        call("list", "GetRunningApplications", "a(siuua{sv})a(ssiua{sv})",
+             "1 a.b 7 1 2 1 k i 3 1 a.b s 8 4 0", "0 [a.b 7 1 2 {k=3}] [a.b s 8 4 {}]");
+    operation.seenFailure = [](const Failure &failure) {
+        // The code says no more than that, and what was there stays.
+        return textOf(Failure{1, QString(), failure.message})
+            + QStringLiteral(" [before 0 0 0 {}] [ before 0 0 {}]");
+    };
+    operation.prepare = [](Rig &rig) {
+        return [&rig, control = std::make_shared<Control>()] {
+            QVector<Ostrel::RunningApplication> applications(1, Ostrel::RunningApplication{});
+            QVector<Ostrel::RunningService> services(1, Ostrel::RunningService{});
+            applications[0].appId = QStringLiteral("before");
+            services[0].name = QStringLiteral("before");
+            const Ostrel::Error error = control->getRunningApplications(applications, services);
+            rig.setCode(error.code());
+            rig.add(QStringLiteral("%1 [%2] [%3]")
+                        .arg(textOf(error), text(applications), text(services)));
+        };
+    };
+    return operation;
+}
+
+// listen: connects the Control's signal.
+Operation signal(const char *name, const char *member, const char *signature,
+                 const std::function<void(Rig &, const Control &)> &listen)
+{
+    Operation operation;
+    operation.name = QString::fromLatin1(name);
+    operation.kind = Operation::Signal;
+    operation.path = path;
+    operation.interface = interface;
+    operation.member = QString::fromLatin1(member);
+    operation.signature = QString::fromLatin1(signature);
+    operation.values = QStringLiteral("app:1 1 State i 7");
+    operation.markerValues = QStringLiteral("marker 1 State i 8");
+    operation.seen = operation.name + QStringLiteral(" app:1 {State=7}");
+    operation.markerSeen = operation.name + QStringLiteral(" marker {State=8}");
+    const QString column = operation.name;
+    operation.prepare = [listen, column](Rig &rig) {
+        auto control = std::make_shared<Control>();
+        listen(rig, *control);
+        return [&rig, column, control] { hearMarker(rig, operationNamed(column)); };
+    };
+    return operation;
+}
+
+} // namespace
+
+std::vector<Operation> controlCalls()
+{
+    return {start(), startDebug(), terminate(), list()};
+}
+
+std::vector<Operation> controlSignals()
+{
+    const auto adding = [](Rig &rig, const QString &name) {
+        return [&rig, name, token = rig.token()](const QString &id, const QVariantMap &details) {
+            rig.add(QStringLiteral("%1 %2 {%3}").arg(name, id, text(details)));
+        };
+    };
+    Operation started =
+        signal("started", "Started", "sa{sv}", [adding](Rig &rig, const Control &control) {
+            QObject::connect(&control, &Control::started, &control,
+                             adding(rig, QStringLiteral("started")));
+        });
+    Operation terminated =
+        signal("terminated", "Terminated", "sa{sv}", [adding](Rig &rig, const Control &control) {
+            QObject::connect(&control, &Control::terminated, &control,
+                             adding(rig, QStringLiteral("terminated")));
+        });
+    Operation state =
+        signal("stateChanged", "StateChanged", "sa{sv}", [](Rig &rig, const Control &control) {
+            QObject::connect(&control, &Control::stateChanged, &control,
+                             [&rig, token = rig.token()](const QString &id, quint32 number) {
+                                 rig.add(QStringLiteral("state %1 %2").arg(id).arg(number));
+                             });
+        });
+    state.seen = QStringLiteral("state app:1 7");
+    state.markerSeen = QStringLiteral("state marker 8");
+    Operation oom =
+        signal("selectedByOom", "SelectedByOom", "s", [](Rig &rig, const Control &control) {
+            QObject::connect(&control, &Control::selectedByOom, &control,
+                             [&rig, token = rig.token()](const QString &id) {
+                                 rig.add(QStringLiteral("oom %1").arg(id));
+                             });
+        });
+    oom.values = QStringLiteral("app:1");
+    oom.markerValues = QStringLiteral("marker");
+    oom.seen = QStringLiteral("oom app:1");
+    oom.markerSeen = QStringLiteral("oom marker");
+    return {started, terminated, state, oom};
+}

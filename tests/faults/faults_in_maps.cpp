@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "fault.h"
+#include "hostile_values.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QMap>
+
+// Values of any type in the maps of answers and signals: no type is wrong there, but where a number
+// or a list belongs.
+
+namespace
+{
+
+// An answer or a signal with a value, and what the caller sees of it. %1 is the value with its
+// signature, %2 what it is as a text.
+struct Place
+{
+    QString values;
+    QString seen;
+};
+
+const QMap<QString, Place> &places()
+{
+    const Place answer{QStringLiteral("sa{sv} app:1 1 k %1"), QStringLiteral("0 <app:1> {k=%2}")};
+    const QString started = QStringLiteral("sa{sv} app:1 1 k %1");
+    static const QMap<QString, Place> all{
+        {QStringLiteral("start"), answer},
+        {QStringLiteral("startDebug"), answer},
+        {QStringLiteral("list"),
+         {QStringLiteral("a(siuua{sv})a(ssiua{sv}) 1 a.b 7 1 2 1 k %1 1 a.b s 8 4 1 k %1"),
+          QStringLiteral("0 [a.b 7 1 2 {k=%2}] [a.b s 8 4 {k=%2}]")}},
+        {QStringLiteral("register"),
+         {QStringLiteral("oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH
+                         "sync 3 ActiveTasks %1 AvailableTasks %1 k %1"),
+          QStringLiteral("active [%3]; available [%4]; ready 0")}},
+        {QStringLiteral("started"), {started, QStringLiteral("started app:1 {k=%2}")}},
+        {QStringLiteral("terminated"), {started, QStringLiteral("terminated app:1 {k=%2}")}},
+        {QStringLiteral("stateChanged"),
+         {QStringLiteral("sa{sv} app:1 1 State %1"), QStringLiteral("state app:1 %5")}},
+        {QStringLiteral("activeTasks"),
+         {QStringLiteral("sa{sv}as x.y 1 ActiveTasks %1 0"), QStringLiteral("active [%3]")}},
+        {QStringLiteral("availableTasks"),
+         {QStringLiteral("sa{sv}as x.y 1 AvailableTasks %1 0"), QStringLiteral("available [%4]")}},
+    };
+    return all;
+}
+
+QString filled(QString text, const HostileValue &value)
+{
+    return text.replace(QLatin1String("%1"), value.typed())
+        .replace(QLatin1String("%2"), value.text)
+        .replace(QLatin1String("%3"), value.activeTasks)
+        .replace(QLatin1String("%4"), value.availableTasks)
+        .replace(QLatin1String("%5"), QString::number(quint32(value.number)));
+}
+
+} // namespace
+
+std::vector<Fault> faultsInMaps()
+{
+    std::vector<Fault> faults;
+    for (const HostileValue &value : hostileValues()) {
+        Fault fault{QStringLiteral("in a map, ") + value.typed()};
+        fault.concerns = [](const Operation &operation) {
+            return places().contains(operation.name);
+        };
+        fault.arrange = [value](Rig &rig, const Operation &operation) {
+            const QString values = filled(places().value(operation.name).values, value);
+            if (operation.isCall()) {
+                rig.service().on(operation.member, QStringLiteral("answer ") + values);
+            } else {
+                rig.service().order(operation.order(values));
+            }
+        };
+        fault.expected = [value](const Operation &operation) {
+            const QString seen = filled(places().value(operation.name).seen, value);
+            return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
+        };
+        faults.push_back(fault);
+    }
+    return faults;
+}

@@ -1,0 +1,253 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "fault.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QMap>
+
+// Texts, paths and maps that are as long as they can be, and longer.
+
+namespace
+{
+
+const QString sessions = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
+
+const QChar letter = QLatin1Char('x');
+constexpr int maximumMessage = 128 << 20;
+constexpr int maximumArray = 64 << 20;
+// What is left for the head of a message.
+constexpr int head = 4096;
+
+bool callOf(const Operation &operation)
+{
+    return operation.isCall();
+}
+
+// The bus takes about a second to pass on the largest messages, so that each is tried with one
+// operation, and with all of them only when there is time.
+Fault mostly(const char *operation, Fault fault)
+{
+    if (!qEnvironmentVariableIsSet("OSTREL_LONG_TESTS")) {
+        fault.concerns = [name = QString::fromLatin1(operation)](const Operation &other) {
+            return other.name == name;
+        };
+    }
+    return fault;
+}
+
+// Of the calls, those that take a text; the registration takes the task type instead.
+bool takesText(const Operation &operation)
+{
+    return operation.isCall() && operation.name != QLatin1String("list")
+        && operation.name != QLatin1String("register");
+}
+
+// The text is made when it is used: some are large.
+Fault argument(const QString &label, const std::function<QString()> &text)
+{
+    Fault fault{label};
+    fault.concerns = takesText;
+    fault.before = [text](Rig &rig, const Operation & /*operation*/) { rig.argument = text(); };
+    fault.arrange = arrangeGood;
+    fault.expected = goodOutcome;
+    return fault;
+}
+
+std::function<QString()> letters(int size)
+{
+    return [size] { return QString(size, letter); };
+}
+
+std::vector<Fault> arguments()
+{
+    const int longest = maximumMessage - head;
+    Fault refused =
+        argument(QStringLiteral("an argument that no message holds"), letters(longest + 1));
+    refused.arrange = {};
+    refused.expected = [longest](const Operation &operation) {
+        return operation.seenFailure(
+            {1, QString(),
+             QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+                 .arg(longest + 1)});
+    };
+    return {
+        argument(QStringLiteral("an empty argument"), [] { return QString(); }),
+        argument(QStringLiteral("an argument with U+0000"),
+                 [] { return QStringLiteral("a") + QChar(0); }),
+        argument(QStringLiteral("an argument with half a character"),
+                 [] { return QString(QChar(0xd800)); }),
+        argument(QStringLiteral("an argument of 255 bytes"), letters(255)),
+        // The task type and the maps need some room too.
+        mostly("terminate",
+               argument(QStringLiteral("the longest argument"), letters(longest - 1024))),
+        refused,
+    };
+}
+
+// Texts that come with the answer or the signal. %1 stands for one that is so long, and %2 for one
+// of two that are half as long.
+struct Incoming
+{
+    QString values;
+    QString seen;
+};
+
+const QMap<QString, Incoming> &places()
+{
+    const Incoming answer{QStringLiteral("sa{sv} @%1 0"), QStringLiteral("0 <x*%1> {}")};
+    static const QMap<QString, Incoming> all{
+        {QStringLiteral("start"), answer},
+        {QStringLiteral("startDebug"), answer},
+        {QStringLiteral("terminate"), {QStringLiteral("s @%1"), QStringLiteral("0")}},
+        {QStringLiteral("list"),
+         {QStringLiteral("a(siuua{sv})a(ssiua{sv}) 1 @%2 7 1 2 0 1 @%2 s 8 4 0"),
+          QStringLiteral("0 [x*%2 7 1 2 {}] [x*%2 s 8 4 {}]")}},
+        {QStringLiteral("register"),
+         {QStringLiteral("oa{sv} /@%1 0"),
+          QStringLiteral("ready 1 \"Wrong TaskInvoker path\"; "
+                         "warning: Unexpected object path: \"/x*%1\"")}},
+        {QStringLiteral("taskStart"),
+         {QStringLiteral("is 42 @%1"), QStringLiteral("started 42: 0")}},
+        {QStringLiteral("taskStop"), {QStringLiteral("s @%1"), QStringLiteral("stopped 0")}},
+        {QStringLiteral("window"), {QStringLiteral("us 2 @%1"), QStringLiteral("state 2: 0")}},
+        {QStringLiteral("started"),
+         {QStringLiteral("sa{sv} @%1 0"), QStringLiteral("started x*%1 {}")}},
+        {QStringLiteral("terminated"),
+         {QStringLiteral("sa{sv} @%1 0"), QStringLiteral("terminated x*%1 {}")}},
+        {QStringLiteral("stateChanged"),
+         {QStringLiteral("sa{sv} @%1 1 State i 7"), QStringLiteral("state x*%1 7")}},
+        {QStringLiteral("selectedByOom"), {QStringLiteral("s @%1"), QStringLiteral("oom x*%1")}},
+        {QStringLiteral("activeTasks"),
+         {QStringLiteral("sa{sv}as @%2 1 ActiveTasks a(sia{sv}) 1 @%2 5 0 0"),
+          QStringLiteral("active [x*%2 5 {}]")}},
+        {QStringLiteral("availableTasks"),
+         {QStringLiteral("sa{sv}as @%2 1 AvailableTasks a(sa{sv}) 1 @%2 0 0"),
+          QStringLiteral("available [x*%2 {}]")}},
+    };
+    return all;
+}
+
+Fault incoming(const QString &label, int size)
+{
+    const auto sized = [size](QString text) {
+        return text.replace(QLatin1String("%1"), QString::number(size))
+            .replace(QLatin1String("%2"), QString::number(size / 2));
+    };
+    Fault fault{label};
+    fault.concerns = [](const Operation &operation) { return places().contains(operation.name); };
+    fault.arrange = [sized](Rig &rig, const Operation &operation) {
+        const QString values = sized(places().value(operation.name).values);
+        if (operation.isCall()) {
+            rig.service().on(operation.member, QStringLiteral("answer ") + values);
+        } else {
+            rig.service().order(operation.order(values));
+        }
+    };
+    fault.expected = [sized](const Operation &operation) {
+        const QString seen = sized(places().value(operation.name).seen);
+        return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
+    };
+    return fault;
+}
+
+Fault failing(const QString &label, int size)
+{
+    Fault fault{label};
+    fault.concerns = callOf;
+    fault.arrange = [size](Rig &rig, const Operation &operation) {
+        rig.service().on(
+            operation.member,
+            QStringLiteral("fail " OSTREL_ERROR_PREFIX "HandlerFailed s @%1").arg(size));
+    };
+    fault.expected = [size](const Operation &operation) {
+        return operation.seenFailure({3, QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
+                                      QStringLiteral("x*%1").arg(size)});
+    };
+    return fault;
+}
+
+// An invoker of a type whose name is so long, and with it the path of its session.
+Fault longType(const QString &label, int size)
+{
+    Fault fault{label};
+    fault.concerns = [](const Operation &operation) {
+        return operation.kind == Operation::AsynchronousCall
+            && operation.name != QLatin1String("window");
+    };
+    fault.before = [size](Rig &rig, const Operation & /*operation*/) {
+        rig.taskType = QString(size, letter);
+    };
+    fault.arrange = [size](Rig &rig, const Operation &operation) {
+        if (operation.name == QLatin1String("register")) {
+            rig.service().on(operation.member,
+                             QStringLiteral("answer oa{sv} %1@%2 0").arg(sessions).arg(size));
+        } else {
+            arrangeGood(rig, operation);
+        }
+    };
+    fault.expected = [](const Operation &operation) {
+        return operation.name == QLatin1String("register") ? QStringLiteral("ready 0")
+                                                           : goodOutcome(operation);
+    };
+    return fault;
+}
+
+Fault tooLongType(int size)
+{
+    Fault fault = longType(QStringLiteral("a task type that no path holds"), size);
+    fault.arrange = {};
+    fault.expected = [size](const Operation &operation) {
+        return operation.seenFailure(
+            {1, QStringLiteral("org.freedesktop.DBus.Error.Failed"),
+             QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+                 .arg(size)});
+    };
+    return fault;
+}
+
+// More than libdbus takes in before it is told that something has been handled.
+Fault flood()
+{
+    Fault fault{QStringLiteral("80 MB of signals while nobody listens")};
+    fault.concerns = [](const Operation &operation) {
+        return operation.name == QLatin1String("selectedByOom");
+    };
+    fault.arrange = [](Rig &rig, const Operation &operation) {
+        for (int i = 0; i < 800; ++i) {
+            rig.service().order(operation.order(QStringLiteral("s @100000")));
+        }
+    };
+    fault.expected = [](const Operation &operation) {
+        return QStringLiteral("oom x*100000; ").repeated(800) + operation.markerSeen;
+    };
+    return fault;
+}
+
+} // namespace
+
+std::vector<Fault> faultsOfLengths()
+{
+    const int longest = maximumMessage - head;
+    const int longestPath = maximumArray - head;
+    const int size = 1 << 20;
+    std::vector<Fault> faults = arguments();
+    for (const Fault &fault : {
+             argument(QStringLiteral("an argument of 1 MiB"), letters(size)),
+             incoming(QStringLiteral("a text of 1 MiB from the service"), size),
+             mostly("start",
+                    incoming(QStringLiteral("the longest text from the service"), longest)),
+             failing(QStringLiteral("an error with a message of 1 MiB"), size),
+             mostly("window",
+                    failing(QStringLiteral("an error with the longest message"), longest)),
+             flood(),
+             longType(QStringLiteral("a task type of 255 bytes"), 255),
+             longType(QStringLiteral("a task type of 1 MiB"), size),
+             mostly("register", longType(QStringLiteral("the longest task type"), longestPath)),
+             tooLongType(longestPath + 1),
+         }) {
+        faults.push_back(fault);
+    }
+    return faults;
+}

@@ -1,0 +1,208 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "fault.h"
+
+#include "DBus/names_p.h"
+
+// The bus or the service is not there, goes away, or hangs.
+
+namespace
+{
+
+const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
+
+const Failure disconnected{1, QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
+                           QStringLiteral("Not connected to D-Bus server")};
+const Failure absent{
+    1, QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
+    QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files")};
+const Failure gone{
+    1, QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+    QStringLiteral("Message recipient disconnected from message bus without replying")};
+const Failure silent{1, QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+                     QStringLiteral("Message did not receive a reply (timeout by message bus)")};
+
+bool any(const Operation & /*operation*/)
+{
+    return true;
+}
+
+bool call(const Operation &operation)
+{
+    return operation.isCall();
+}
+
+bool callOrLocal(const Operation &operation)
+{
+    return !operation.isSignal();
+}
+
+QString withoutBus(const Operation &operation)
+{
+    return operation.isSignal() ? QString() : outcomeOf(operation, disconnected);
+}
+
+std::function<QString(const Operation &)> failing(const Failure &failure)
+{
+    return [failure](const Operation &operation) { return outcomeOf(operation, failure); };
+}
+
+void endBus(Rig &rig, const Operation & /*operation*/)
+{
+    rig.endBus();
+}
+
+void killService(Rig &rig, const Operation & /*operation*/)
+{
+    rig.killService();
+}
+
+std::vector<Fault> faultsOfTheBus()
+{
+    Fault none{QStringLiteral("no bus"), Fault::OwnProcessWithoutBus, 15};
+    none.concerns = any;
+    none.expected = withoutBus;
+
+    Fault before{QStringLiteral("the bus dies before the client is made"), Fault::OwnProcess, 15};
+    before.concerns = any;
+    before.before = endBus;
+    before.expected = withoutBus;
+
+    Fault between{QStringLiteral("the bus dies before the call"), Fault::OwnProcess};
+    between.concerns = any;
+    between.arrange = endBus;
+    between.expected = withoutBus;
+
+    Fault within{QStringLiteral("the bus dies in the call"), Fault::OwnProcess};
+    within.concerns = call;
+    within.arrange = [](Rig &rig, const Operation &operation) {
+        rig.service().on(operation.member, QStringLiteral("kill %1").arg(rig.bus().processId()));
+    };
+    within.expected = failing(disconnected);
+    return {none, before, between, within};
+}
+
+Fault frozenService()
+{
+    Fault frozen{QStringLiteral("the service hangs"), Fault::OwnProcess, 4, 700};
+    frozen.concerns = any;
+    frozen.arrange = [](Rig &rig, const Operation &operation) {
+        if (operation.isSignal()) {
+            rig.service().freeze();
+            rig.service().orderLater(
+                operation.order(operation.signature + QLatin1Char(' ') + operation.values));
+            Rig::settle();
+            rig.add(QStringLiteral("so far"));
+            rig.service().thaw();
+            rig.service().waitForOrder();
+        } else {
+            arrangeGood(rig, operation);
+            rig.service().freeze();
+        }
+    };
+    frozen.after = [](Rig &rig, const Operation & /*operation*/) {
+        // A late answer is nobody's business any more.
+        rig.service().thaw();
+        rig.service().order(QStringLiteral("forget"));
+    };
+    frozen.expected = [](const Operation &operation) {
+        return operation.isSignal() ? QStringLiteral("so far; ") + goodOutcome(operation)
+                                    : outcomeOf(operation, silent);
+    };
+    return frozen;
+}
+
+// What a service that has lost its name says.
+Fault handedOver()
+{
+    Fault handed{QStringLiteral("the service loses its name in the call")};
+    handed.concerns = any;
+    handed.arrange = [](Rig &rig, const Operation &operation) {
+        if (operation.isSignal()) {
+            Rig::waitForOwner(Rig::Nobody, [&rig] {
+                rig.service().order(QStringLiteral("release ") + serviceName);
+            });
+            arrangeGood(rig, operation);
+            Rig::waitForOwner(Rig::Somebody, [&rig] {
+                rig.service().order(QStringLiteral("own ") + serviceName);
+            });
+        } else if (operation.isCall()) {
+            rig.service().on(operation.member,
+                             QStringLiteral("release %1 answer %2 %3")
+                                 .arg(serviceName, operation.signature, operation.values));
+        }
+    };
+    handed.after = [](Rig &rig, const Operation &operation) {
+        if (operation.isCall()) {
+            Rig::waitForOwner(Rig::Somebody, [&rig] {
+                rig.service().order(QStringLiteral("own ") + serviceName);
+            });
+        }
+    };
+    // The call was made to it, so that its answer is good; its signals are not.
+    handed.expected = [](const Operation &operation) {
+        return operation.isSignal() ? operation.markerSeen : goodOutcome(operation);
+    };
+    return handed;
+}
+
+std::vector<Fault> faultsOfTheService()
+{
+    Fault away{QStringLiteral("the service is absent")};
+    away.concerns = callOrLocal;
+    away.before = killService;
+    away.expected = failing(absent);
+
+    Fault late{QStringLiteral("the service comes late")};
+    late.concerns = any;
+    late.before = killService;
+    late.arrange = [](Rig &rig, const Operation &operation) {
+        rig.startService();
+        arrangeGood(rig, operation);
+    };
+    late.expected = goodOutcome;
+
+    Fault restarted{QStringLiteral("the service is started anew")};
+    restarted.concerns = any;
+    restarted.arrange = [](Rig &rig, const Operation &operation) {
+        rig.killService();
+        rig.startService();
+        arrangeGood(rig, operation);
+    };
+    restarted.expected = goodOutcome;
+
+    Fault dying{QStringLiteral("the service dies in the call")};
+    dying.concerns = any;
+    dying.arrange = [](Rig &rig, const Operation &operation) {
+        if (operation.isCall()) {
+            rig.service().on(operation.member, QStringLiteral("die"));
+        } else {
+            arrangeGood(rig, operation);
+            rig.killService();
+            rig.startService();
+        }
+    };
+    dying.after = [](Rig &rig, const Operation &operation) {
+        if (operation.isCall()) {
+            rig.buryService();
+        }
+    };
+    // What it sent before its end is good.
+    dying.expected = [](const Operation &operation) {
+        return operation.isCall() ? operation.seenFailure(gone) : goodOutcome(operation);
+    };
+    return {away, late, restarted, dying, handedOver()};
+}
+
+} // namespace
+
+std::vector<Fault> faultsOfLife()
+{
+    std::vector<Fault> faults = faultsOfTheBus();
+    for (Fault &fault : faultsOfTheService()) {
+        faults.push_back(fault);
+    }
+    faults.push_back(frozenService());
+    return faults;
+}

@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "matrix.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtDBus/QDBusConnection>
+
+#include <iostream>
+
+namespace
+{
+
+// Well below the time limit of a call, which would show here.
+constexpr int bound = 15000;
+constexpr int nameWidth = 50;
+
+const Fault &faultNamed(const QString &name)
+{
+    static const std::vector<Fault> all = [] {
+        std::vector<Fault> joined;
+        for (const auto &some : {faultsOfLife(), faultsOfErrors(), faultsOfTypes(), faultsInMaps(),
+                                 faultsOfLengths()}) {
+            joined.insert(joined.end(), some.cbegin(), some.cend());
+        }
+        return joined;
+    }();
+    for (const Fault &fault : all) {
+        if (fault.name == name) {
+            return fault;
+        }
+    }
+    qFatal("no fault: %s", qPrintable(name));
+}
+
+QString markOf(const Rig &rig, const Operation &operation)
+{
+    if (operation.isCall()) {
+        return QString::number(rig.code());
+    }
+    if (operation.isSignal()) {
+        const auto others = rig.events().size() - rig.events().count(operation.markerSeen);
+        return others > 0 ? QStringLiteral("+") : QStringLiteral("-");
+    }
+    return QStringLiteral("ok");
+}
+
+// What the operation comes to now, when all is well with the service.
+QString afterwards(Rig &rig, const Operation &operation)
+{
+    rig.begin();
+    {
+        const auto action = operation.prepare(rig);
+        arrangeGood(rig, operation);
+        action();
+    }
+    return rig.events().join(QStringLiteral("; "));
+}
+
+int widthOf(const Operation &operation)
+{
+    return operation.name.size() + 1;
+}
+
+void printLine(const QString &line)
+{
+    std::cout << qPrintable(line) << std::endl;
+}
+
+void printHead()
+{
+    QString line(nameWidth, QLatin1Char(' '));
+    for (const Operation &operation : operations()) {
+        line += QLatin1Char(' ') + operation.name;
+    }
+    printLine(line);
+}
+
+void printRow(const Fault &fault, const std::vector<std::optional<Outcome>> &row,
+              const std::vector<bool> &wrong)
+{
+    QString line = fault.name.leftJustified(nameWidth, QLatin1Char(' '), true);
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        const QString mark = !row[i] ? QString() : wrong[i] ? QStringLiteral("!") : row[i]->mark;
+        line += mark.rightJustified(widthOf(operations()[i]));
+    }
+    printLine(line);
+}
+
+} // namespace
+
+Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
+{
+    rig.begin();
+    if (fault.before) {
+        fault.before(rig, operation);
+    }
+    QString text;
+    QElapsedTimer timer;
+    {
+        const auto action = operation.prepare(rig);
+        if (fault.arrange) {
+            fault.arrange(rig, operation);
+        }
+        timer.start();
+        action();
+        const qint64 elapsed = timer.elapsed();
+        Rig::settle();
+        if (fault.after) {
+            fault.after(rig, operation);
+            Rig::settle();
+        }
+        text = rig.events().join(QStringLiteral("; "));
+        if (elapsed > bound) {
+            text += QStringLiteral(" (after %1 ms)").arg(elapsed);
+        }
+        // Those of onReady() stay until their invoker ends.
+        if (operation.kind == Operation::AsynchronousCall
+            && operation.member != QLatin1String("RegisterInvoker") && rig.liveCallbacks() != 0) {
+            text += QStringLiteral(" (its callback is still held)");
+        }
+    }
+    Rig::settle();
+    if (rig.liveCallbacks() != 0) {
+        text += QStringLiteral(" (%1 callbacks are held for ever)").arg(rig.liveCallbacks());
+    }
+    const QStringList warnings = rig.takeWarnings();
+    for (const QString &warning : warnings) {
+        text += QStringLiteral("; warning: ") + shortened(warning);
+    }
+    Outcome outcome{markOf(rig, operation), text};
+
+    if (QDBusConnection::sessionBus().isConnected()) {
+        const QString later = afterwards(rig, operation);
+        if (later != goodOutcome(operation)) {
+            outcome.text += QStringLiteral(" (afterwards: %1)").arg(later);
+        }
+    }
+    return outcome;
+}
+
+int tryApart(const QString &fault, const QStringList &operations)
+{
+    const Fault &tried = faultNamed(fault);
+    Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : Rig::WithBus,
+            tried.replyTimeout);
+    for (const QString &operation : operations) {
+        const Outcome outcome = tryOperation(rig, tried, operationNamed(operation));
+        printLine(outcome.mark);
+        printLine(outcome.text);
+    }
+    return 0;
+}
+
+Matrix::Row Matrix::row(const Fault &fault)
+{
+    if (fault.place != Fault::Shared) {
+        return rowApart(fault);
+    }
+    Row outcomes(operations().size());
+    if (!m_rig) {
+        m_rig.emplace(Rig::WithBus);
+    }
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        if (fault.concerns(operations()[i])) {
+            outcomes[i] = tryOperation(*m_rig, fault, operations()[i]);
+        }
+    }
+    return outcomes;
+}
+
+Matrix::Row Matrix::rowApart(const Fault &fault)
+{
+    struct Part
+    {
+        std::unique_ptr<Process> process;
+        std::vector<std::size_t> columns;
+    };
+    std::vector<Part> parts;
+    for (std::size_t i = 0; i < operations().size(); ++i) {
+        if (fault.concerns(operations()[i])) {
+            if (parts.empty() || int(parts.back().columns.size()) == fault.operationsAtOnce) {
+                parts.emplace_back();
+            }
+            parts.back().columns.push_back(i);
+        }
+    }
+    // All at once, because some wait for a time limit.
+    for (Part &part : parts) {
+        QStringList arguments{QStringLiteral("--apart"), fault.name};
+        for (const std::size_t column : part.columns) {
+            arguments.append(operations()[column].name);
+        }
+        part.process =
+            std::make_unique<Process>(QCoreApplication::applicationFilePath(), arguments);
+        part.process->start();
+    }
+    Row outcomes(operations().size());
+    for (const Part &part : parts) {
+        for (const std::size_t column : part.columns) {
+            const QString mark = part.process->readLine();
+            outcomes[column] = Outcome{mark, part.process->readLine()};
+        }
+        if (!part.process->waitForFinished(patience)
+            || part.process->exitStatus() != QProcess::NormalExit
+            || part.process->exitCode() != 0) {
+            outcomes[part.columns.back()]->text +=
+                QStringLiteral(" (the program does not end well: %1)")
+                    .arg(QString::fromUtf8(part.process->readAllStandardError()));
+        }
+    }
+    return outcomes;
+}
+
+QStringList Matrix::run(const std::vector<Fault> &faults)
+{
+    QStringList failures;
+    printHead();
+    for (const Fault &fault : faults) {
+        const auto outcomes = row(fault);
+        std::vector<bool> wrong(outcomes.size());
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            if (!outcomes[i]) {
+                continue;
+            }
+            ++m_cells;
+            const QString expected = fault.expected(operations()[i]);
+            wrong[i] = outcomes[i]->text != expected;
+            if (wrong[i]) {
+                failures.append(
+                    QStringLiteral("%1, %2:\n   saw      %3\n   expected %4")
+                        .arg(operations()[i].name, fault.name, outcomes[i]->text, expected));
+            }
+        }
+        printRow(fault, outcomes, wrong);
+    }
+    return failures;
+}

@@ -1,0 +1,158 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "rig.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QTimer>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingCallWatcher>
+#include <QtDBus/QDBusServiceWatcher>
+
+Rig::Rig(Bus bus, std::optional<int> replyTimeout)
+{
+    if (bus != NoBus) {
+        m_bus.emplace(replyTimeout,
+                      bus == WithStrictBus ? PrivateBus::Refused : PrivateBus::PassedOn);
+    }
+    // A connection hands nothing over, its end included, before the event loop has run.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void Rig::endBus()
+{
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        return;
+    }
+    m_service.reset();
+    m_bus->end();
+    waitUntil("the connection is lost",
+              [] { return !QDBusConnection::sessionBus().isConnected(); });
+}
+
+void Rig::startService()
+{
+    // Signals that come before it is known are dropped.
+    waitForOwner(Somebody, [this] {
+        m_service.emplace(*m_bus);
+        m_service->order(QStringLiteral("own " OSTREL_SERVICE_NAME));
+    });
+}
+
+void Rig::killService()
+{
+    waitForOwner(Nobody, [this] { m_service->kill(); });
+    m_service.reset();
+}
+
+void Rig::buryService()
+{
+    m_service->waitForEnd();
+    m_service.reset();
+}
+
+void Rig::waitForOwner(Owner owner, const std::function<void()> &change)
+{
+    const QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME),
+                                      QDBusConnection::sessionBus());
+    bool known = false;
+    QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &watcher,
+                     [&known, owner](const QString &, const QString &, const QString &now) {
+                         known = now.isEmpty() == (owner == Nobody);
+                     });
+    change();
+    waitUntil("the owner is known", [&known] { return known; });
+}
+
+void Rig::begin()
+{
+    argument = QStringLiteral("a.b");
+    taskType = QStringLiteral("sync");
+    if (QDBusConnection::sessionBus().isConnected()) {
+        if (!m_service) {
+            startService();
+        }
+        m_service->order(QStringLiteral("forget"));
+    }
+    takeWarnings();
+    m_events.clear();
+    m_code = 0;
+}
+
+void Rig::add(const QString &event)
+{
+    m_events.append(shortened(event));
+}
+
+QStringList Rig::takeWarnings()
+{
+    QStringList taken = m_warnings.texts().mid(m_warningsTaken);
+    m_warningsTaken += taken.size();
+    taken.erase(std::remove_if(taken.begin(), taken.end(),
+                               [](const QString &text) {
+                                   return text.startsWith(QStringLiteral("QDBusConnection: name "));
+                               }),
+                taken.end());
+    return taken;
+}
+
+void Rig::waitUntil(const char *what, const std::function<bool()> &condition)
+{
+    const QDeadlineTimer limit(patience);
+    // Not all conditions announce themselves by an event.
+    QTimer look;
+    look.start(5);
+    while (!condition()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        if (limit.hasExpired()) {
+            qFatal("this does not come: %s", what);
+        }
+    }
+}
+
+void Rig::settle()
+{
+    QCoreApplication::sendPostedEvents();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected()) {
+        const QString daemon = QStringLiteral("org.freedesktop.DBus");
+        const QDBusPendingCallWatcher answer(bus.asyncCall(QDBusMessage::createMethodCall(
+            daemon, QStringLiteral("/org/freedesktop/DBus"), daemon, QStringLiteral("GetId"))));
+        bool answered = false;
+        QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &answer,
+                         [&answered] { answered = true; });
+        waitUntil("the bus answers", [&answered] { return answered; });
+    }
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+QString textOf(const Ostrel::Error &error)
+{
+    const QString code = QString::number(error.code());
+    return error.message().isNull() ? code : QStringLiteral("%1 \"%2\"").arg(code, error.message());
+}
+
+QString shortened(const QString &text)
+{
+    if (text.isEmpty()) {
+        return text; // which may be null
+    }
+    const QChar x = QLatin1Char('x');
+    QString result;
+    for (int i = 0, run = 0; i < text.size(); i += run) {
+        for (run = 0; i + run < text.size() && text.at(i + run) == x; ++run) { }
+        if (run > 32) {
+            result += QStringLiteral("x*%1").arg(run);
+        } else {
+            run = qMax(run, 1);
+            result += text.midRef(i, run);
+        }
+    }
+    return result;
+}

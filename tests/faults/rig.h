@@ -1,0 +1,89 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_FAULTS_RIG_H
+#define TESTS_FAULTS_RIG_H
+
+#include "peer.h"
+#include "warnings.h"
+
+#include <Ostrel/Error>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// The bus, the service on it, which is a peer that does whatever it is told to, and what a caller
+// of the library saw.
+class Rig
+{
+public:
+    enum Bus {
+        NoBus,
+        WithBus,
+        // One that passes on no answer to a call that was not made to its sender.
+        WithStrictBus
+    };
+
+    // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
+    explicit Rig(Bus bus, std::optional<int> replyTimeout = std::nullopt);
+
+    PrivateBus &bus() { return *m_bus; }
+    void endBus();
+    Peer &service() { return *m_service; }
+    bool hasService() const { return m_service.has_value(); }
+    // Both return when the client's connection knows.
+    void startService();
+    void killService();
+    // For one that was told to end.
+    void buryService();
+    // The same for what else changes the owner of the service's name.
+    enum Owner {
+        Nobody,
+        Somebody
+    };
+    static void waitForOwner(Owner owner, const std::function<void()> &change);
+
+    // Forgets what was seen and arranged. The service is there afterwards, if the bus is.
+    void begin();
+
+    // What the caller sees, in its order. A text of many x is shortened.
+    void add(const QString &event);
+    void setCode(int code) { m_code = code; }
+    const QStringList &events() const { return m_events; }
+    int code() const { return m_code; }
+
+    // What the library logged since the last question. Qt has something to say when it learns late
+    // that a service has another owner; that is left out.
+    QStringList takeWarnings();
+
+    // Every callback keeps one.
+    std::shared_ptr<void> token() const { return m_token; }
+    int liveCallbacks() const { return int(m_token.use_count()) - 1; }
+
+    // Runs the event loop until the condition holds; ends the program if that does not come.
+    static void waitUntil(const char *what, const std::function<bool()> &condition);
+    // Returns when all that the bus has delivered by now has been handled.
+    static void settle();
+
+    // What the operations are called with.
+    QString argument;
+    QString taskType;
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Peer> m_service;
+    Warnings m_warnings{Warnings::Silent};
+    int m_warningsTaken = 0;
+    QStringList m_events;
+    int m_code = 0;
+    std::shared_ptr<void> m_token = std::make_shared<int>();
+};
+
+// The code, and the message unless it is null.
+QString textOf(const Ostrel::Error &error);
+
+// The same with a run of many x written as x*N.
+QString shortened(const QString &text);
+
+#endif

@@ -1,0 +1,185 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "operation.h"
+#include "task_texts.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/TaskInvoker>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+// Adds what an invoker tells of its lists.
+void listen(Rig &rig, const TaskInvoker *invoker)
+{
+    QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
+                     [&rig, invoker, token = rig.token()] {
+                         rig.add(QStringLiteral("active [%1]").arg(text(invoker->activeTasks())));
+                     });
+    QObject::connect(invoker, &TaskInvoker::availableTasksChanged, invoker,
+                     [&rig, invoker, token = rig.token()] {
+                         rig.add(
+                             QStringLiteral("available [%1]").arg(text(invoker->availableTasks())));
+                     });
+}
+
+std::shared_ptr<TaskInvoker> makeInvoker(Rig &rig)
+{
+    return std::make_shared<TaskInvoker>(TaskInvoker::SessionBus, rig.taskType);
+}
+
+// The path of the session, for an order.
+QString session(const Rig &rig)
+{
+    const QString path = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
+    // A long type consists of one letter.
+    return rig.taskType.size() > 255 ? path + QStringLiteral("@%1").arg(rig.taskType.size())
+                                     : path + rig.taskType;
+}
+
+// One whose registration has been answered, as well as it can be.
+std::shared_ptr<TaskInvoker> makeReadyInvoker(Rig &rig)
+{
+    if (rig.hasService()) {
+        rig.service().on(QStringLiteral("RegisterInvoker"),
+                         QStringLiteral("answer oa{sv} %1 0").arg(session(rig)));
+    }
+    auto invoker = makeInvoker(rig);
+    const auto ready = std::make_shared<bool>(false);
+    invoker->onReady([ready](const Error & /*error*/) { *ready = true; });
+    Rig::waitUntil("the invoker is ready", [&ready] { return *ready; });
+    rig.takeWarnings();
+    return invoker;
+}
+
+Operation call(const char *name, const char *method, const char *signature, const char *values,
+               const char *seen)
+{
+    Operation operation;
+    operation.name = QString::fromLatin1(name);
+    operation.kind = Operation::AsynchronousCall;
+    operation.path = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH "sync");
+    operation.interface = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    operation.member = QString::fromLatin1(method);
+    operation.signature = QString::fromLatin1(signature);
+    operation.values = QString::fromLatin1(values);
+    operation.seen = QString::fromLatin1(seen);
+    return operation;
+}
+
+// The callback runs exactly once, so that the number of events is known.
+void waitForReport(Rig &rig, const QString &label)
+{
+    Rig::waitUntil("the callback runs", [&rig, &label] {
+        return !rig.events().isEmpty() && rig.events().constLast().startsWith(label);
+    });
+}
+
+Operation registration()
+{
+    Operation operation =
+        call("register", "RegisterInvoker", "oa{sv}",
+             OSTREL_TASK_INVOKER_SESSIONS_PATH "sync 2 ActiveTasks a(sia{sv}) 1 t 5 0 "
+                                               "AvailableTasks a(sa{sv}) 1 t 1 k i 3",
+             "active [t 5 {}]; available [t {k=3}]; ready 0");
+    operation.path = QStringLiteral(OSTREL_TASK_INVOKER_PATH);
+    operation.interface = QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE);
+    operation.seenFailure = [](const Failure &failure) {
+        // QDebug has its own way with quotation marks.
+        QString message = failure.message;
+        message.replace(QLatin1String("\""), QLatin1String("\\\""));
+        return QStringLiteral("ready %1; warning: TaskInvoker registration failed: "
+                              "QDBusError(\"%2\", \"%3\")")
+            .arg(textOf(failure), failure.name, message);
+    };
+    operation.prepare = [](Rig &rig) {
+        const auto slot = std::make_shared<std::shared_ptr<TaskInvoker>>();
+        return [&rig, slot] {
+            *slot = makeInvoker(rig);
+            listen(rig, slot->get());
+            (*slot)->onReady([&rig, token = rig.token()](const Error &error) {
+                rig.setCode(error.code());
+                rig.add(QStringLiteral("ready ") + textOf(error));
+            });
+            waitForReport(rig, QStringLiteral("ready"));
+        };
+    };
+    return operation;
+}
+
+Operation taskStart()
+{
+    Operation operation = call("taskStart", "Start", "i", "42", "started 42: 0");
+    operation.seenFailure = [](const Failure &failure) {
+        return QStringLiteral("started 0: ") + textOf(failure);
+    };
+    operation.prepare = [](Rig &rig) {
+        return [&rig, invoker = makeReadyInvoker(rig)] {
+            TaskInvoker::StartupInfo info;
+            info.setParameters({QStringLiteral("-v")});
+            invoker->start(rig.argument, info, {},
+                           [&rig, token = rig.token()](int number, const Error &error) {
+                               rig.setCode(error.code());
+                               rig.add(
+                                   QStringLiteral("started %1: %2").arg(number).arg(textOf(error)));
+                           });
+            waitForReport(rig, QStringLiteral("started"));
+        };
+    };
+    return operation;
+}
+
+Operation taskStop()
+{
+    Operation operation = call("taskStop", "Stop", "''", "", "stopped 0");
+    operation.seenFailure = [](const Failure &failure) {
+        return QStringLiteral("stopped ") + textOf(failure);
+    };
+    operation.prepare = [](Rig &rig) {
+        return [&rig, invoker = makeReadyInvoker(rig)] {
+            invoker->stop(rig.argument, [&rig, token = rig.token()](const Error &error) {
+                rig.setCode(error.code());
+                rig.add(QStringLiteral("stopped ") + textOf(error));
+            });
+            waitForReport(rig, QStringLiteral("stopped"));
+        };
+    };
+    return operation;
+}
+
+Operation listSignal(const char *name, const char *values, const char *seen, const char *marker,
+                     const char *markerSeen)
+{
+    Operation operation = call(name, "PropertiesChanged", "sa{sv}as", values, seen);
+    operation.kind = Operation::Signal;
+    operation.interface = QStringLiteral("org.freedesktop.DBus.Properties");
+    operation.markerValues = QString::fromLatin1(marker);
+    operation.markerSeen = QString::fromLatin1(markerSeen);
+    const QString column = operation.name;
+    operation.prepare = [column](Rig &rig) {
+        auto invoker = makeReadyInvoker(rig);
+        listen(rig, invoker.get());
+        return [&rig, column, invoker] { hearMarker(rig, operationNamed(column)); };
+    };
+    return operation;
+}
+
+} // namespace
+
+std::vector<Operation> taskOperations()
+{
+    return {
+        registration(),
+        taskStart(),
+        taskStop(),
+        listSignal("activeTasks", "x.y 1 ActiveTasks a(sia{sv}) 1 t 5 0 0", "active [t 5 {}]",
+                   "x.y 1 ActiveTasks a(sia{sv}) 1 marker 8 0 0", "active [marker 8 {}]"),
+        listSignal("availableTasks", "x.y 1 AvailableTasks a(sa{sv}) 1 t 0 0", "available [t {}]",
+                   "x.y 1 AvailableTasks a(sa{sv}) 1 marker 0 0", "available [marker {}]"),
+    };
+}

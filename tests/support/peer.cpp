@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "peer.h"
+
+#include <csignal>
+
+Peer::Peer(const PrivateBus &bus)
+    : m_process(QStringLiteral(PEER), {bus.address()})
+{
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start();
+    m_name = m_process.readLine();
+}
+
+void Peer::order(const QString &line)
+{
+    orderLater(line);
+    waitForOrder();
+}
+
+void Peer::orderLater(const QString &line)
+{
+    m_process.write(line.toUtf8() + '\n');
+    while (m_process.bytesToWrite() > 0) {
+        if (!m_process.waitForBytesWritten(patience)) {
+            qFatal("the peer takes no order: %s", qPrintable(line.left(200)));
+        }
+    }
+}
+
+void Peer::waitForOrder()
+{
+    if (m_process.readLine() != QLatin1String("ok")) {
+        qFatal("the peer does not answer");
+    }
+}
+
+void Peer::on(const QString &method, const QString &action)
+{
+    order(QStringLiteral("on %1 %2").arg(method, action));
+}
+
+void Peer::freeze()
+{
+    ::kill(pid_t(m_process.processId()), SIGSTOP);
+}
+
+void Peer::thaw()
+{
+    ::kill(pid_t(m_process.processId()), SIGCONT);
+}
+
+void Peer::kill()
+{
+    m_process.kill();
+    waitForEnd();
+}
+
+void Peer::waitForEnd()
+{
+    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(patience)) {
+        qFatal("the peer does not end");
+    }
+}

@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "faults/matrix.h"
+#include "test_main.h"
+
+#include <iostream>
+
+// Every operation of the library under everything that the bus, the service or another peer can do
+// to it: what the caller sees, once and in time, and that nothing is left behind. A fault costs a
+// call its result, and never the program.
+class TestFaultMatrix : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanupTestCase();
+
+    void busAndServiceFail();
+    void serviceRefuses();
+    void valuesAreOfWrongTypes();
+    void mapsHoldAnything();
+    void textsAreAsLongAsTheyCanBe();
+
+private:
+    void run(const std::vector<Fault> &faults);
+
+    Matrix m_matrix;
+};
+
+void TestFaultMatrix::run(const std::vector<Fault> &faults)
+{
+    const QStringList failures = m_matrix.run(faults);
+    for (const QString &failure : failures) {
+        std::cout << qPrintable(failure) << std::endl;
+    }
+    QCOMPARE(failures.size(), 0);
+}
+
+void TestFaultMatrix::cleanupTestCase()
+{
+    std::cout
+        << m_matrix.cells()
+        << " cells. A number is the code of the error that the caller gets; + is a signal that "
+           "is taken, - one that is not."
+        << std::endl;
+}
+
+void TestFaultMatrix::busAndServiceFail()
+{
+    run(faultsOfLife());
+}
+
+void TestFaultMatrix::serviceRefuses()
+{
+    run(faultsOfErrors());
+}
+
+void TestFaultMatrix::valuesAreOfWrongTypes()
+{
+    run(faultsOfTypes());
+}
+
+void TestFaultMatrix::mapsHoldAnything()
+{
+    run(faultsInMaps());
+}
+
+void TestFaultMatrix::textsAreAsLongAsTheyCanBe()
+{
+    run(faultsOfLengths());
+}
+
+int main(int argc, char **argv)
+{
+    if (argc > 3 && qstrcmp(argv[1], "--apart") == 0) {
+        const QCoreApplication application(argc, argv);
+        return tryApart(QCoreApplication::arguments().at(2), QCoreApplication::arguments().mid(3));
+    }
+    return runTests<TestFaultMatrix>(argc, argv);
+}
+
+#include "tst_fault_matrix.moc"
