@@ -1,0 +1,273 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "faults/fault.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtDBus/QDBusConnection>
+
+// Peers that are not the service say what only the service may say. Nothing of it is taken, and
+// what the service says afterwards is.
+class TestForgery : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void signalsOfStrangers_data();
+    void signalsOfStrangers();
+    void signalsOfAFormerOwner_data();
+    void signalsOfAFormerOwner();
+    void answersOfStrangers_data();
+    void answersOfStrangers();
+    void answersAheadOfTheCall_data();
+    void answersAheadOfTheCall();
+    void wordsOfTheBus_data();
+    void wordsOfTheBus();
+
+private:
+    static void addRows(bool (*concerns)(const Operation &));
+    void forgeSignals(Peer &peer, const Operation &operation);
+    // Returns when the bus has looked at all that the peer has sent.
+    static void finish(Peer &peer);
+    static QString text(const Rig &rig);
+    void works(const Operation &operation);
+
+    std::optional<Rig> m_rig;
+    QString m_client;
+};
+
+void TestForgery::initTestCase()
+{
+    // libdbus knows an answer by its number alone, so that a bus that passes on everything lets
+    // everybody answer.
+    m_rig.emplace(Rig::WithStrictBus);
+    m_client = QDBusConnection::sessionBus().baseService();
+}
+
+void TestForgery::init()
+{
+    m_rig->begin();
+}
+
+void TestForgery::addRows(bool (*concerns)(const Operation &))
+{
+    QTest::addColumn<QString>("name");
+    for (const Operation &operation : operations()) {
+        if (concerns(operation)) {
+            QTest::addRow("%s", qPrintable(operation.name)) << operation.name;
+        }
+    }
+}
+
+static bool isSignal(const Operation &operation)
+{
+    return operation.isSignal();
+}
+
+static bool isCall(const Operation &operation)
+{
+    return operation.isCall();
+}
+
+static bool isAny(const Operation &operation)
+{
+    return operation.kind != Operation::Local;
+}
+
+void TestForgery::forgeSignals(Peer &peer, const Operation &operation)
+{
+    const QString values = operation.signature + QLatin1Char(' ') + operation.values;
+    const QString nobody = QStringLiteral("''");
+    for (const QString &destination : {nobody, m_client}) {
+        for (const QString &sender :
+             {nobody, m_rig->service().name(), QStringLiteral(OSTREL_SERVICE_NAME),
+              QStringLiteral("org.freedesktop.DBus")}) {
+            peer.order(QStringLiteral("signal %1 %2 %3 %4 %5 %6")
+                           .arg(sender, destination, operation.path, operation.interface,
+                                operation.member, values));
+        }
+    }
+    finish(peer);
+}
+
+void TestForgery::finish(Peer &peer)
+{
+    peer.order(QStringLiteral("own test.Finished"));
+    peer.order(QStringLiteral("release test.Finished"));
+}
+
+QString TestForgery::text(const Rig &rig)
+{
+    return rig.events().join(QStringLiteral("; "));
+}
+
+// The service is heard, and answers.
+void TestForgery::works(const Operation &operation)
+{
+    m_rig->begin();
+    const auto action = operation.prepare(*m_rig);
+    arrangeGood(*m_rig, operation);
+    action();
+    QCOMPARE(text(*m_rig), goodOutcome(operation));
+}
+
+void TestForgery::signalsOfStrangers_data()
+{
+    addRows(isSignal);
+}
+
+void TestForgery::signalsOfStrangers()
+{
+    QFETCH(QString, name);
+    const Operation &operation = operationNamed(name);
+    auto action = operation.prepare(*m_rig);
+    Peer stranger(m_rig->bus());
+    forgeSignals(stranger, operation);
+    action();
+    QCOMPARE(text(*m_rig), operation.markerSeen);
+    action = nullptr;
+    works(operation);
+}
+
+void TestForgery::signalsOfAFormerOwner_data()
+{
+    addRows(isSignal);
+}
+
+void TestForgery::signalsOfAFormerOwner()
+{
+    QFETCH(QString, name);
+    const Operation &operation = operationNamed(name);
+    auto action = operation.prepare(*m_rig);
+    // Once it was the service, and was heard.
+    Peer former(m_rig->bus());
+    const QString own = QStringLiteral("own " OSTREL_SERVICE_NAME);
+    const QString release = QStringLiteral("release " OSTREL_SERVICE_NAME);
+    Rig::waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
+    Rig::waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
+    former.order(operation.order(operation.signature + QLatin1Char(' ') + operation.values));
+    Rig::waitUntil("the owner is heard", [this] { return m_rig->events().size() == 1; });
+    QCOMPARE(text(*m_rig), operation.seen);
+    Rig::waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
+    // Between two owners there is none.
+    forgeSignals(former, operation);
+    Rig::waitForOwner(Rig::Somebody, [this, &own] { m_rig->service().order(own); });
+    forgeSignals(former, operation);
+    action();
+    QCOMPARE(text(*m_rig), goodOutcome(operation));
+    action = nullptr;
+    works(operation);
+}
+
+void TestForgery::answersOfStrangers_data()
+{
+    addRows(isCall);
+}
+
+// While the call waits for its answer.
+void TestForgery::answersOfStrangers()
+{
+    QFETCH(QString, name);
+    const Operation &operation = operationNamed(name);
+    auto action = operation.prepare(*m_rig);
+    const QString forged = operation.name == QLatin1String("list") ? QStringLiteral("0 0")
+        : operation.name == QLatin1String("register")              ? QStringLiteral("/forged 0")
+        : operation.name.startsWith(QLatin1String("start"))        ? QStringLiteral("forged 0")
+        : operation.values.isEmpty()                               ? QString()
+                                                                   : QStringLiteral("99");
+    m_rig->service().on(operation.member,
+                        QStringLiteral("forge %1 %2 | answer %1 %3")
+                            .arg(operation.signature, forged, operation.values));
+    action();
+    Rig::settle();
+    QCOMPARE(text(*m_rig), operation.seen);
+    QCOMPARE(m_rig->takeWarnings(), QStringList());
+    action = nullptr;
+    works(operation);
+}
+
+void TestForgery::answersAheadOfTheCall_data()
+{
+    addRows(isCall);
+}
+
+// The next serial numbers of the client are known to anybody who counts.
+void TestForgery::answersAheadOfTheCall()
+{
+    QFETCH(QString, name);
+    const Operation &operation = operationNamed(name);
+    auto action = operation.prepare(*m_rig);
+    Peer stranger(m_rig->bus());
+    for (int serial = 1; serial <= 1500; ++serial) {
+        stranger.order(QStringLiteral("return '' %1 %2 %3 %4")
+                           .arg(m_client)
+                           .arg(serial)
+                           .arg(operation.signature, operation.values));
+        stranger.order(
+            QStringLiteral("error '' %1 %2 test.Forged s forged").arg(m_client).arg(serial));
+    }
+    finish(stranger);
+    arrangeGood(*m_rig, operation);
+    action();
+    Rig::settle();
+    QCOMPARE(text(*m_rig), operation.seen);
+    action = nullptr;
+    works(operation);
+}
+
+void TestForgery::wordsOfTheBus_data()
+{
+    addRows(isAny);
+}
+
+// What the bus would say: that the name has another owner, or that the client has it.
+void TestForgery::wordsOfTheBus()
+{
+    QFETCH(QString, name);
+    const Operation &operation = operationNamed(name);
+    Peer stranger(m_rig->bus());
+    const auto forge = [this, &stranger](const QString &member, const QString &values) {
+        for (const QString &sender :
+             {QStringLiteral("''"), QStringLiteral("org.freedesktop.DBus")}) {
+            for (const QString &destination : {QStringLiteral("''"), m_client}) {
+                stranger.order(QStringLiteral("signal %1 %2 /org/freedesktop/DBus "
+                                              "org.freedesktop.DBus %3 %4")
+                                   .arg(sender, destination, member, values));
+            }
+        }
+    };
+    const auto forgeAll = [this, &stranger, &forge] {
+        const QString service = QStringLiteral(OSTREL_SERVICE_NAME);
+        const QString owner = m_rig->service().name();
+        forge(QStringLiteral("NameOwnerChanged"),
+              QStringLiteral("sss %1 %2 %3").arg(service, owner, stranger.name()));
+        forge(QStringLiteral("NameOwnerChanged"),
+              QStringLiteral("sss %1 %2 ''").arg(service, owner));
+        forge(QStringLiteral("NameAcquired"), QStringLiteral("s ") + service);
+        forge(QStringLiteral("NameLost"), QStringLiteral("s ") + m_client);
+        finish(stranger);
+        Rig::settle();
+    };
+    forgeAll();
+    {
+        const auto action = operation.prepare(*m_rig);
+        forgeAll();
+        if (operation.isSignal()) {
+            forgeSignals(stranger, operation);
+        } else {
+            arrangeGood(*m_rig, operation);
+        }
+        action();
+        QCOMPARE(text(*m_rig), operation.isSignal() ? operation.markerSeen : operation.seen);
+    }
+    works(operation);
+}
+
+OSTREL_TEST_MAIN(TestForgery)
+
+#include "tst_forgery.moc"
