@@ -291,7 +291,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber()
                QStringList{QStringLiteral("sssav"),
                            QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
                            QStringLiteral("Start"), QStringLiteral("a.b"), QStringLiteral("1")}
-                   + words(value));
+                   + wordsOf(value));
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());

@@ -350,7 +350,7 @@ void TestTaskInvokerLists::otherSendersAreDropped()
                     + QStringList{QStringLiteral("emit"), sessionPath(type),
                                   QStringLiteral("org.freedesktop.DBus.Properties"),
                                   QStringLiteral("PropertiesChanged"), QStringLiteral("sa{sv}as")}
-                    + words(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
+                    + wordsOf(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
         QVERIFY2(sent.exitStatus == 0, qPrintable(sent.errors));
     }
     waitForTheEnd(events);
