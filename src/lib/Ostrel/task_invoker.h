@@ -112,7 +112,10 @@ public:
      * @param taskType names the type. It becomes the end of the path of the session's bus object
      *                 just as it is, and so takes letters, digits and underscores, in parts that
      *                 "/" may separate. It is not checked: another type is registered, too, but no
-     *                 service can answer well, and start() and stop() fail without being sent.
+     *                 service can answer well, and start() and stop() fail without being sent. Of
+     *                 a type larger than 32 MiB nothing is sent at all. With one of more than about
+     *                 800 characters, changes of the lists are not heard: a message bus takes 1024
+     *                 bytes for what it is asked to pass on.
      * @param parent   the parent.
      */
     TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
