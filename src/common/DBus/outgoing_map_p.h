@@ -34,7 +34,7 @@ public:
     // The service answers with the path, and a connection that has taken in 63 MiB at once may
     // never take in anything again. The head of a message, where the path stands, has room for no
     // more than that either.
-    QDBusError take(const PathEnd &end);
+    QDBusError take(PathEnd end);
 
 private:
     QDBusError take(const QString &text, qint64 room);
