@@ -38,6 +38,7 @@ qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
 abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
 clang-tidy|clang-tidy|command -v clang-tidy
+clangd|clangd|command -v clangd
 clazy|clazy|command -v clazy-standalone
 '
 # What it takes to compare the cost of the library with others'.

@@ -149,7 +149,7 @@ void TestOstrelctlWatch::watchPrintsJson()
         // Now, wherever the machine is.
         const qint64 age =
             QDateTime::fromString(time, Qt::ISODateWithMs).msecsTo(QDateTime::currentDateTimeUtc());
-        QVERIFY2(age >= 0 && age < 3 * patience, qPrintable(time));
+        QVERIFY2(age >= 0 && age < 3 * qint64(patience), qPrintable(time));
         QCOMPARE(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)), event);
     }
     QCOMPARE(watcher.interrupt(), 0);

@@ -426,10 +426,13 @@ void TestProcessLookup::anyThreadMayAsk()
 
     const Control control;
     std::vector<std::unique_ptr<QThread>> threads;
+    threads.reserve(askers.size());
     for (Asker &asker : askers) {
         threads.emplace_back(QThread::create([&control, &asker] {
             for (int i = 0; i < rounds; ++i) {
-                asker.right += control.getAppInstanceIdByPid(asker.process) == asker.instanceId;
+                if (control.getAppInstanceIdByPid(asker.process) == asker.instanceId) {
+                    ++asker.right;
+                }
             }
         }));
     }

@@ -289,7 +289,7 @@ void onStarted(GObject * /*source*/, GAsyncResult *result, void *data)
     ++answers->all;
 }
 
-GVariant *strings(const TaskMaps::Strings &texts)
+GVariant *strings(TaskMaps::Strings texts)
 {
     return g_variant_new_strv(texts.data(), gssize(texts.size()));
 }

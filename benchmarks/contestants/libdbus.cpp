@@ -283,10 +283,11 @@ unsigned updateWindowStatus()
     const Message call = newCall(OSTREL_WINDOW_MANAGEMENT_PATH, OSTREL_WINDOW_MANAGEMENT_INTERFACE,
                                  "UpdateWindowStatus");
     const char *window = "main";
-    const std::int32_t numbers[] = {1, 640, 480};
-    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &window, DBUS_TYPE_INT32, &numbers[0],
-                             DBUS_TYPE_INT32, &numbers[1], DBUS_TYPE_INT32, &numbers[2],
-                             DBUS_TYPE_INVALID);
+    const std::int32_t status = 1;
+    const std::int32_t width = 640;
+    const std::int32_t height = 480;
+    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &window, DBUS_TYPE_INT32, &status,
+                             DBUS_TYPE_INT32, &width, DBUS_TYPE_INT32, &height, DBUS_TYPE_INVALID);
     sendAsync(call, [&](DBusMessage *reply) {
         dbus_message_get_args(reply, nullptr, DBUS_TYPE_UINT32, &state, DBUS_TYPE_INVALID);
         ++answered;

@@ -124,7 +124,7 @@ inline void appendString(DBusMessageIter &map, const char *key, const char *text
     });
 }
 
-inline void appendStrings(DBusMessageIter &map, const char *key, const TaskMaps::Strings &texts)
+inline void appendStrings(DBusMessageIter &map, const char *key, TaskMaps::Strings texts)
 {
     appendEntry(map, key, "as", [&](DBusMessageIter &value) {
         DBusMessageIter list;

@@ -74,7 +74,7 @@ public:
 private:
     States()
     {
-        QObject::connect(Control::instance(), &Control::stateChanged,
+        QObject::connect(Control::instance(), &Control::stateChanged, Control::instance(),
                          [this](const QString & /*appInstanceId*/, ApplicationState state) {
                              m_last = state;
                              ++m_count;
@@ -119,7 +119,8 @@ private:
     Tasks()
     {
         m_startupInfo.setParameters(toStrings(TaskMaps::parameters));
-        for (const QString &variable : toStrings(TaskMaps::environment)) {
+        const QStringList environment = toStrings(TaskMaps::environment);
+        for (const QString &variable : environment) {
             m_startupInfo.addEnvironmentVariable(variable.section(QLatin1Char('='), 0, 0),
                                                  variable.section(QLatin1Char('='), 1));
         }
@@ -132,7 +133,8 @@ private:
         std::size_t ready = 0;
         m_invoker = makeInvoker(QStringLiteral("benchmark"), ready);
         waitFor(ready, 1);
-        QObject::connect(m_invoker.get(), &TaskInvoker::activeTasksChanged, [this] { ++m_lists; });
+        QObject::connect(m_invoker.get(), &TaskInvoker::activeTasksChanged, m_invoker.get(),
+                         [this] { ++m_lists; });
     }
 
     TaskInvoker::StartupInfo m_startupInfo;

@@ -21,17 +21,20 @@ std::string lookUp(int process)
 {
     const char *root = std::getenv("OSTREL_ROOTFS");
     std::array<char, 4096> path;
-    std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup", root != nullptr ? root : "",
-                  process);
+    const int length = std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup",
+                                     root != nullptr ? root : "", process);
+    if (length < 0) {
+        return {};
+    }
     const int file = open(path.data(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         return {};
     }
     std::array<char, 4096> contents;
-    const ssize_t length = read(file, contents.data(), contents.size());
+    const ssize_t got = read(file, contents.data(), contents.size());
     close(file);
 
-    std::string_view rest(contents.data(), std::size_t(std::max<ssize_t>(length, 0)));
+    std::string_view rest(contents.data(), std::size_t(std::max<ssize_t>(got, 0)));
     constexpr std::string_view memory = ":memory:";
     const auto start = rest.find(memory);
     if (start == std::string_view::npos) {

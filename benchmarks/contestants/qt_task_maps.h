@@ -11,7 +11,7 @@
 
 // The usual maps of a task, put together by hand.
 
-inline QStringList toStrings(const TaskMaps::Strings &texts)
+inline QStringList toStrings(TaskMaps::Strings texts)
 {
     QStringList strings;
     for (const char *text : texts) {

@@ -311,7 +311,7 @@ int onStarted(sd_bus_message *reply, void *data, sd_bus_error * /*error*/)
     return 0;
 }
 
-void appendStrings(sd_bus_message *call, const char *key, const TaskMaps::Strings &strings)
+void appendStrings(sd_bus_message *call, const char *key, TaskMaps::Strings strings)
 {
     check(sd_bus_message_append(call, "{sv}", key, "as", 2, strings[0], strings[1]), key);
 }

@@ -22,13 +22,17 @@ using Application =
 using Service = sdbus::Struct<std::string, std::string, std::int32_t, std::uint32_t, Properties>;
 using Task = sdbus::Struct<std::string, std::int32_t, Properties>;
 
-std::unique_ptr<sdbus::IConnection> bus;
+sdbus::IConnection &bus()
+{
+    static const std::unique_ptr<sdbus::IConnection> bus = sdbus::createSessionBusConnection();
+    return *bus;
+}
 
 void waitFor(std::size_t &count, std::size_t expected)
 {
     while (count < expected) {
-        if (!bus->processPendingRequest() && count < expected) {
-            const auto data = bus->getEventLoopPollData();
+        if (!bus().processPendingRequest() && count < expected) {
+            const auto data = bus().getEventLoopPollData();
             pollfd descriptor{data.fd, data.events, 0};
             poll(&descriptor, 1, data.getPollTimeout());
         }
@@ -38,7 +42,7 @@ void waitFor(std::size_t &count, std::size_t expected)
 
 std::unique_ptr<sdbus::IProxy> newProxy(const std::string &path)
 {
-    return sdbus::createProxy(*bus, OSTREL_SERVICE_NAME, path);
+    return sdbus::createProxy(bus(), OSTREL_SERVICE_NAME, path);
 }
 
 sdbus::IProxy &control()
@@ -179,7 +183,7 @@ Invoker &invoker()
     return invoker;
 }
 
-std::vector<std::string> strings(const TaskMaps::Strings &texts)
+std::vector<std::string> strings(TaskMaps::Strings texts)
 {
     return {texts.begin(), texts.end()};
 }
@@ -237,7 +241,7 @@ unsigned updateWindowStatus()
 
 Contestant makeContestant(int & /*argc*/, char ** /*argv*/)
 {
-    bus = sdbus::createSessionBusConnection();
+    bus();
     Contestant contestant;
     contestant.makeControl = makeControl;
     contestant.makeInvokers = makeInvokers;

@@ -10,14 +10,13 @@
 #include <cstddef>
 
 // The C library's own functions. dlsym() would allocate.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
-void *__libc_malloc(std::size_t size);
-void *__libc_calloc(std::size_t number, std::size_t size);
-void *__libc_realloc(void *old, std::size_t size);
+void *__libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier)
+void *__libc_calloc(std::size_t number, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+void *__libc_realloc(void *old, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 void *__libc_memalign(std::size_t alignment, std::size_t size);
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace
 {

@@ -51,18 +51,18 @@ void count(const Row &row)
     if (row.prepare) {
         row.prepare();
     }
-    CALLGRIND_START_INSTRUMENTATION;
+    CALLGRIND_START_INSTRUMENTATION; // NOLINT(modernize-avoid-c-arrays)
     row.run(); // what is built once is not an operation's cost
     peakMemory();
 
-    CALLGRIND_ZERO_STATS;
+    CALLGRIND_ZERO_STATS; // NOLINT(modernize-avoid-c-arrays)
     const Allocations before = allocations();
     for (std::size_t i = 0; i < row.runs; ++i) {
         row.run();
     }
     const Allocations after = allocations();
-    CALLGRIND_DUMP_STATS_AT(row.name.c_str());
-    CALLGRIND_STOP_INSTRUMENTATION;
+    CALLGRIND_DUMP_STATS_AT(row.name.c_str()); // NOLINT(modernize-avoid-c-arrays)
+    CALLGRIND_STOP_INSTRUMENTATION; // NOLINT(modernize-avoid-c-arrays)
 
     std::cout << row.name << '\t' << row.runs * row.operations << '\t' << after.count - before.count
               << '\t' << after.bytes - before.bytes << '\t' << peakMemory() << std::endl;

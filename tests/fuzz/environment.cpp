@@ -37,23 +37,30 @@ void judge(QtMsgType type, const QMessageLogContext & /*context*/, const QString
 
 } // namespace
 
+void prepareProcess(std::initializer_list<const char *> expected)
+{
+    static bool isPrepared = false;
+    if (isPrepared) {
+        return;
+    }
+    isPrepared = true;
+    static std::string name = "fuzzer";
+    static std::array<char *, 2> arguments{name.data(), nullptr};
+    static int count = 1;
+    // Another dispatcher than GLib's takes half the time.
+    qputenv("QT_NO_GLIB", "1");
+    static auto *application = new QCoreApplication(count, arguments.data());
+    require(application != nullptr, "the application is there");
+    for (const char *text : expected) {
+        expectedTexts().emplace_back(text);
+    }
+    qInstallMessageHandler(judge);
+}
+
 Peer &sharedPeer(std::initializer_list<const char *> expected)
 {
+    prepareProcess(expected);
     // Never destroyed: at the end of the process, Qt's own parts may be gone before.
-    static Peer *peer = nullptr;
-    if (peer == nullptr) {
-        static std::string name = "fuzzer";
-        static std::array<char *, 2> arguments{name.data(), nullptr};
-        static int count = 1;
-        // Another dispatcher than GLib's takes half the time.
-        qputenv("QT_NO_GLIB", "1");
-        static auto *application = new QCoreApplication(count, arguments.data());
-        require(application != nullptr, "the application is there");
-        for (const char *text : expected) {
-            expectedTexts().emplace_back(text);
-        }
-        qInstallMessageHandler(judge);
-        peer = new Peer;
-    }
+    static Peer *peer = new Peer;
     return *peer;
 }

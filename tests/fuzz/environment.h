@@ -6,9 +6,13 @@
 
 #include "peer.h"
 
-// What the executions of a target share; it is made at first use and lives until the process ends.
-// The texts are what may be logged, by their beginnings: anything else that is logged as a warning
-// or worse is a finding, like Qt's complaint about a value that was read as something else.
+// Makes the application object. The texts are what may be logged, by their beginnings: anything
+// else that is logged as a warning or worse is a finding, like Qt's complaint about a value that
+// was read as something else. Only the first call does something.
+void prepareProcess(std::initializer_list<const char *> expectedTexts);
+
+// What the executions of a target share; it is made at first use, with the process prepared as
+// above, and lives until the process ends.
 Peer &sharedPeer(std::initializer_list<const char *> expectedTexts);
 
 #endif

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -18,8 +19,9 @@ constexpr int maximumDescriptors = 16;
 class Writer
 {
 public:
-    explicit Writer(Bytes &bytes)
+    explicit Writer(Bytes &bytes, int descriptors = maximumDescriptors)
         : m_bytes(bytes)
+        , m_descriptorsLeft(descriptors)
     {
     }
 
@@ -50,6 +52,24 @@ public:
             basic(to, type.front());
         }
         return 0;
+    }
+
+    void properties(DBusMessageIter *to, const std::vector<std::string> &names)
+    {
+        DBusMessageIter map;
+        require(dbus_message_iter_open_container(to, DBUS_TYPE_ARRAY, "{sv}", &map) != 0,
+                "a map begins");
+        const int count = m_bytes.takeCount() % 4;
+        for (int i = 0; i < count; ++i) {
+            DBusMessageIter entry;
+            require(dbus_message_iter_open_container(&map, DBUS_TYPE_DICT_ENTRY, nullptr, &entry)
+                        != 0,
+                    "an entry begins");
+            string(&entry, 's', names.at(m_bytes.takeCount() % names.size()));
+            variant(&entry, 3); // itself, its entry and the map
+            require(dbus_message_iter_close_container(&map, &entry) != 0, "an entry ends");
+        }
+        require(dbus_message_iter_close_container(to, &map) != 0, "a map ends");
     }
 
 private:
@@ -182,7 +202,7 @@ private:
     }
 
     Bytes &m_bytes;
-    int m_descriptorsLeft = maximumDescriptors;
+    int m_descriptorsLeft;
 };
 
 } // namespace
@@ -216,4 +236,29 @@ WireMessage takeMessage(Bytes &bytes)
         dbus_message_iter_close_container(&arguments, &structure);
     }
     return result;
+}
+
+void takeArguments(Bytes &bytes, DBusMessage *message, int minimum)
+{
+    DBusMessageIter arguments;
+    dbus_message_iter_init_append(message, &arguments);
+    Writer writer(bytes, maximumDescriptors / 2); // properties and others may stand in one message
+    const int count = minimum + bytes.takeCount() % 6;
+    std::size_t length = std::strlen(dbus_message_get_signature(message));
+    for (int i = 0; i < count; ++i) {
+        std::string type = writer.takeType(Room());
+        if (length + type.size() + std::size_t(count) > DBUS_MAXIMUM_SIGNATURE_LENGTH) {
+            type = "y"; // for the rest there is room then
+        }
+        length += type.size();
+        writer.write(&arguments, type, 0);
+    }
+}
+
+void takeProperties(Bytes &bytes, DBusMessage *message, const std::vector<std::string> &names)
+{
+    DBusMessageIter arguments;
+    dbus_message_iter_init_append(message, &arguments);
+    Writer writer(bytes, maximumDescriptors / 2); // properties and others may stand in one message
+    writer.properties(&arguments, names);
 }

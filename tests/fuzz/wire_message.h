@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct UnrefMessage
 {
@@ -32,5 +33,11 @@ struct WireMessage
 
 // Any bytes make a well-formed message.
 WireMessage takeMessage(Bytes &bytes);
+
+// Puts a few values of any types behind what the message holds already, at least so many.
+void takeArguments(Bytes &bytes, DBusMessage *message, int minimum = 0);
+
+// A map of properties, "a{sv}": each key one of the names, each value of any type.
+void takeProperties(Bytes &bytes, DBusMessage *message, const std::vector<std::string> &names);
 
 #endif

@@ -57,7 +57,7 @@ QString open(const QString &name, std::shared_ptr<QFile> &file)
 QString DebugLaunch::read(const QVariantMap &parameters)
 {
     m_others = parameters;
-    const QString mistake = typeMistake(parameters, signatures());
+    QString mistake = typeMistake(parameters, signatures());
     if (!mistake.isEmpty()) {
         return mistake;
     }

@@ -22,7 +22,7 @@ const QString environmentKey = QStringLiteral("Environment");
 // empty string.
 QString apply(const QVariantMap &startupInfo, Launch &launch)
 {
-    const QString mistake = typeMistake(
+    QString mistake = typeMistake(
         startupInfo,
         {{parametersKey, QStringLiteral("as")}, {environmentKey, QStringLiteral("as")}});
     if (!mistake.isEmpty()) {
@@ -168,7 +168,7 @@ QVector<TaskInvokerSession1::StartedChild>::iterator TaskInvokerSession1::find(c
 TaskInvokerSession1::StartedChild TaskInvokerSession1::take(const Child *child)
 {
     const auto found = find(child);
-    const StartedChild taken = *found;
+    StartedChild taken = *found;
     m_started.erase(found);
     return taken;
 }

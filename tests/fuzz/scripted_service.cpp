@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "scripted_service.h"
+
+#include "require.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QProcess>
+
+ScriptedService::ScriptedService()
+{
+    startBus();
+    takeName();
+    // It lives as long as the process: the fuzzer leaves without destroying anything.
+    m_thread = std::thread([this] { serve(); });
+    m_thread.detach();
+}
+
+void ScriptedService::startBus()
+{
+    // The bus ends with the pipe that its child watches, however this process ends.
+    static auto *bus = new QProcess;
+    bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    bus->start(QStringLiteral("sh"),
+               {QStringLiteral("-c"),
+                QStringLiteral("dbus-daemon --config-file='" PRIVATE_BUS_CONFIGURATION
+                               "' --nofork --nopidfile --nosyslog --print-address=1 & "
+                               "cat >/dev/null; kill $!")});
+    require(bus->waitForReadyRead(), "the bus starts");
+    m_address = bus->readLine().trimmed().toStdString();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
+}
+
+void ScriptedService::takeName()
+{
+    dbus_threads_init_default();
+    m_connection = dbus_connection_open_private(m_address.c_str(), nullptr);
+    require(m_connection != nullptr && dbus_bus_register(m_connection, nullptr) != 0,
+            "the service reaches the bus");
+    dbus_connection_set_exit_on_disconnect(m_connection, 0);
+    require(dbus_bus_request_name(m_connection, OSTREL_SERVICE_NAME, 0, nullptr)
+                == DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER,
+            "the service gets its name");
+}
+
+void ScriptedService::setScript(const Script &script)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_script = script;
+}
+
+void ScriptedService::serve()
+{
+    while (dbus_connection_read_write(m_connection, -1) != 0) {
+        while (const MessagePointer message{dbus_connection_pop_message(m_connection)}) {
+            if (dbus_message_get_type(message.get()) != DBUS_MESSAGE_TYPE_METHOD_CALL) {
+                continue;
+            }
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            for (const MessagePointer &answer : m_script(message.get())) {
+                dbus_connection_send(m_connection, answer.get(), nullptr);
+            }
+            dbus_connection_flush(m_connection);
+        }
+    }
+}
