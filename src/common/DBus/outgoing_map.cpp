@@ -10,11 +10,21 @@ namespace Ostrel
 
 QDBusError MessageRoom::take(const QString &text)
 {
+    return take(text, m_left);
+}
+
+QDBusError MessageRoom::take(PathEnd end)
+{
+    return take(end.text, qMin(m_left, MessageSize::maximumPath));
+}
+
+QDBusError MessageRoom::take(const QString &text, qint64 room)
+{
     // The most that it can be is near enough for a short text, and is known without reading it.
     constexpr int shortText = 1024;
     const qint64 bytes =
         text.size() <= shortText ? 3 * qint64(text.size()) : MessageSize::utf8Length(text);
-    if (bytes > m_left) {
+    if (bytes > room) {
         return QDBusError(
             QDBusError::Failed,
             QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")

@@ -12,6 +12,12 @@
 namespace Ostrel
 {
 
+// The end of an object's path, given by a caller. The rest of the path is short.
+struct PathEnd
+{
+    const QString &text;
+};
+
 // What may still go into a message. Everything that a caller hands over for one goes through here,
 // because QtDBus aborts the process at a value that it cannot marshal, and the bus drops the
 // connection over a message that is too deep or too large.
@@ -25,14 +31,21 @@ public:
     // are on the bus; nothing else is changed, filtered or completed.
     QDBusError take(QVariantMap &map);
 
+    // The service answers with the path, and a connection that has taken in 63 MiB at once may
+    // never take in anything again. The head of a message, where the path stands, has room for no
+    // more than that either.
+    QDBusError take(PathEnd end);
+
 private:
-    // The head of a message is short, but for a path, which is to be taken like any text.
+    QDBusError take(const QString &text, qint64 room);
+
+    // The head of a message is short, but for a path.
     qint64 m_left = MessageSize::maximumMessage - 4096;
 };
 
 // Makes arguments fit to be sent together. If one of them cannot be sent, the result is the error
 // that stands for the call, which is then not to be made.
-template <typename... Arguments> QDBusError makeSendable(Arguments &...arguments)
+template <typename... Arguments> QDBusError makeSendable(Arguments &&...arguments)
 {
     MessageRoom room;
     QDBusError error;

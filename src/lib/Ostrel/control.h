@@ -56,8 +56,10 @@ class ControlPrivate;
  * `moveToThread()`, which would take one part of the signals along and leave the other.
  *
  * A thread that keeps a Control has to run its event loop. Until it does, the signals of the
- * service are kept in memory, without a limit (a thousand of them take more than a megabyte). A
- * thread without a loop makes a Control for its requests alone, and destroys it behind them.
+ * service are kept in memory (a thousand of them take more than a megabyte). When more than 63 MiB
+ * of messages are kept, of all objects on the bus together, QtDBus may take in nothing any more,
+ * and every later call fails. A thread without a loop makes a Control for its requests alone, and
+ * destroys it behind them.
  *
  * The maps that come with signals and results (`details`) hold plain values, but arrays,
  * structures and maps within them come as a QDBusArgument (lists of texts and bytes do not):

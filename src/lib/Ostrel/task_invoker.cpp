@@ -60,7 +60,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
 {
     registerDBusTypes();
 
-    const QDBusError unsendable = makeSendable(m_taskType);
+    const QDBusError unsendable = makeSendable(PathEnd{m_taskType});
     registerTaskInvoker(unsendable);
     if (unsendable.isValid()) {
         // No message can hold the path either, and so no subscription.
@@ -142,7 +142,8 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
     QVariantMap sentStartupInfo = startupInfo;
     QVariantMap sentHints = hints;
     // Every call carries the path, and with it the task type.
-    const QDBusError unsendable = makeSendable(m_taskType, name, sentStartupInfo, sentHints);
+    const QDBusError unsendable =
+        makeSendable(PathEnd{m_taskType}, name, sentStartupInfo, sentHints);
 
     using Reply = QDBusPendingReply<int>;
     watchPendingCall<Reply>(
@@ -158,7 +159,7 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
 void TaskInvokerPrivate::stop(const QString &name,
                               const std::function<void(const Error &)> &callback)
 {
-    const QDBusError unsendable = makeSendable(m_taskType, name);
+    const QDBusError unsendable = makeSendable(PathEnd{m_taskType}, name);
 
     using Reply = QDBusPendingReply<>;
     watchPendingCall<Reply>(unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
