@@ -22,7 +22,7 @@ from mutations import MUTATIONS
 
 ROOT = Path(__file__).resolve().parents[2]
 # What waits for a time limit or measures, and so tells nothing sooner than others.
-SLOW = 'tst_default_time_limit|tst_installation|tst_examples|tst_abi|tst_documents|cost'
+SLOW = 'tst_default_time_limit|tst_installation|tst_vendor_prefix|tst_examples|tst_documents|docs'
 
 
 def quietly(*command, **options):
