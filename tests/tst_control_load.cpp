@@ -28,7 +28,6 @@ private Q_SLOTS:
     void tenThousandRecords();
     void hundredThousandSignalsLeaveNothingBehind();
     void whatWaitsToBeHandledStopsNothing();
-    void largestAnswerStopsNothing();
 
 private:
     // Has the service send "StateChanged" so often, the instance and the state given.
@@ -114,15 +113,6 @@ void TestControlLoad::whatWaitsToBeHandledStopsNothing()
     QTRY_COMPARE_WITH_TIMEOUT(heard, count, 3 * patience);
     emitStates(QStringLiteral("last"), 1);
     QTRY_COMPARE_WITH_TIMEOUT(heard, count + 1, patience);
-}
-
-void TestControlLoad::largestAnswerStopsNothing()
-{
-    // Nearly all that a message may hold.
-    const QString large((128 << 20) - 4096, QLatin1Char('x'));
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start").failNext(QStringLiteral("a.b"), large);
-    QCOMPARE(Control().start(QStringLiteral("a.b")).error.message().size(), large.size());
-    QVERIFY(!Control().start(QStringLiteral("demo.Viewer")).error);
 }
 
 OSTREL_TEST_MAIN(TestControlLoad)

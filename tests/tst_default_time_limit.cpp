@@ -2,23 +2,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "simulator.h"
+#include "task_invokers.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QThread>
 #include <QtCore/QVector>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <vector>
 
 using Ostrel::Control;
 using Ostrel::Error;
+using Ostrel::TaskInvoker;
 using Ostrel::WindowManagement;
 
 namespace
@@ -52,8 +56,17 @@ void TestDefaultTimeLimit::silentServiceFailsEveryCall()
     for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
         simulator.faults(OSTREL_CONTROL_INTERFACE, method).ignoreNext();
     }
+    // Without a session there would be answers.
+    TaskInvoker registered(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(!waitUntilReady(registered));
+    simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").ignoreNext();
+    for (const char *method : {"Start", "Stop"}) {
+        simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
+    }
 
-    QVector<Failure> failures(5);
+    // One for each call that waits in the event loop, then one for each that blocks.
+    constexpr int waiting = 4;
+    QVector<Failure> failures(waiting + 4);
     WindowManagement windows;
     QElapsedTimer timer;
     timer.start();
@@ -62,6 +75,15 @@ void TestDefaultTimeLimit::silentServiceFailsEveryCall()
                                    QCOMPARE(quint32(state), 255U);
                                    failures[0] = {timer.elapsed(), error};
                                });
+    TaskInvoker unanswered(TaskInvoker::SessionBus, QStringLiteral("other"));
+    unanswered.onReady([&](const Error &error) { failures[1] = {timer.elapsed(), error}; });
+    registered.start(QStringLiteral("photos"), {}, {}, [&](int number, const Error &error) {
+        QCOMPARE(number, 0);
+        failures[2] = {timer.elapsed(), error};
+    });
+    registered.stop(QStringLiteral("photos"), [&](const Error &error) {
+        failures[3] = {timer.elapsed(), error};
+    });
     const std::vector<std::function<Error(Control &)>> requests{
         [](Control &control) { return control.start(QStringLiteral("a.b")).error; },
         [](Control &control) { return control.startDebug(QStringLiteral("a.b"), {}).error; },
@@ -74,7 +96,7 @@ void TestDefaultTimeLimit::silentServiceFailsEveryCall()
     };
     std::vector<std::unique_ptr<QThread>> threads;
     for (std::size_t i = 0; i < requests.size(); ++i) {
-        Failure *const failure = &failures[int(i) + 1];
+        Failure *const failure = &failures[waiting + int(i)];
         threads.emplace_back(QThread::create([&timer, failure, request = requests.at(i)] {
             Control control;
             const Error error = request(control);
@@ -82,7 +104,11 @@ void TestDefaultTimeLimit::silentServiceFailsEveryCall()
         }));
         threads.back()->start();
     }
-    QVERIFY(QTest::qWaitFor([&failures] { return failures.at(0).after != 0; }, 3 * patience));
+    const auto allHaveFailed = [&failures] {
+        return std::all_of(failures.cbegin(), failures.cbegin() + waiting,
+                           [](const Failure &failure) { return failure.after != 0; });
+    };
+    QVERIFY(QTest::qWaitFor(allHaveFailed, 3 * patience));
     for (const auto &thread : threads) {
         QVERIFY(thread->wait(patience));
     }

@@ -6,7 +6,7 @@
 
 #include "DBus/types_p.h"
 #include "Ostrel/control_p.h"
-#include "Ostrel/task_invoker.h"
+#include "Ostrel/task_invoker_p.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -83,6 +83,7 @@ private Q_SLOTS:
     void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
     void stateChangesComeToASlotOfThisForm();
+    void listChangesComeToASlotOfThisForm();
 };
 
 void TestRegistration::nothingIsKnownBefore()
@@ -301,6 +302,21 @@ void TestRegistration::stateChangesComeToASlotOfThisForm()
     QCOMPARE(
         slot.parameterNames(),
         (QList<QByteArray>{QByteArrayLiteral("appInstanceId"), QByteArrayLiteral("debugParams")}));
+}
+
+void TestRegistration::listChangesComeToASlotOfThisForm()
+{
+    const QMetaObject &proxy = Ostrel::TaskInvokerPrivate::staticMetaObject;
+    QCOMPARE(proxy.superClass(), &QDBusAbstractInterface::staticMetaObject);
+    QCOMPARE(proxy.methodCount() - proxy.methodOffset(), 1);
+    const QMetaMethod slot = proxy.method(proxy.methodOffset());
+    QCOMPARE(slot.methodType(), QMetaMethod::Slot);
+    QCOMPARE(slot.access(), QMetaMethod::Private);
+    QCOMPARE(slot.methodSignature(),
+             QByteArrayLiteral("onPropertiesChanged(QString,QVariantMap,QStringList)"));
+    QCOMPARE(slot.parameterNames(),
+             (QList<QByteArray>{QByteArrayLiteral("interface"), QByteArrayLiteral("changed"),
+                                QByteArrayLiteral("invalidated")}));
 }
 
 OSTREL_TEST_MAIN(TestRegistration)

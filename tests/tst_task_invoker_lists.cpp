@@ -43,6 +43,7 @@ private Q_SLOTS:
     void otherSignalsAreDropped();
     void otherSendersAreDropped();
     void slotsMayRunAnEventLoop();
+    void longTypesHearTheirLists();
 
 private:
     // An announcement of the list "end" is the marker behind everything else.
@@ -350,7 +351,7 @@ void TestTaskInvokerLists::otherSendersAreDropped()
                     + QStringList{QStringLiteral("emit"), sessionPath(type),
                                   QStringLiteral("org.freedesktop.DBus.Properties"),
                                   QStringLiteral("PropertiesChanged"), QStringLiteral("sa{sv}as")}
-                    + words(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
+                    + wordsOf(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
         QVERIFY2(sent.exitStatus == 0, qPrintable(sent.errors));
     }
     waitForTheEnd(events);
@@ -383,6 +384,19 @@ void TestTaskInvokerLists::slotsMayRunAnEventLoop()
              (QStringList{QStringLiteral("active [a 1 {}]"), QStringLiteral("begin"),
                           QStringLiteral("available [inner {}]"), QStringLiteral("end"),
                           QStringLiteral("available [outer {}]")}));
+}
+
+// Nearly as long as a message bus lets them be.
+void TestTaskInvokerLists::longTypesHearTheirLists()
+{
+    const QString longType(800, QLatin1Char('x'));
+    TaskInvoker invoker(TaskInvoker::SessionBus, longType);
+    waitUntilReady(invoker);
+    Events events;
+    events.watch(invoker);
+    emitPropertiesChanged(*m_bus, longType, QStringLiteral("1 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(), QStringList(QStringLiteral("active [a 1 {}]")));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerLists)

@@ -164,12 +164,12 @@ void TestTaskInvokerMany::thousandAnnouncements()
     waitUntilReady(invoker);
     int changes = 0;
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&changes] { ++changes; });
-    busctlDesk(
-        *m_bus, QStringLiteral("EmitMany"),
-        QStringList{QStringLiteral("ossavu"), sessionPath(QStringLiteral("other")),
-                    QStringLiteral("org.freedesktop.DBus.Properties"),
-                    QStringLiteral("PropertiesChanged"), QStringLiteral("3")}
-            + words(QStringLiteral("s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000")));
+    busctlDesk(*m_bus, QStringLiteral("EmitMany"),
+               QStringList{QStringLiteral("ossavu"), sessionPath(QStringLiteral("other")),
+                           QStringLiteral("org.freedesktop.DBus.Properties"),
+                           QStringLiteral("PropertiesChanged"), QStringLiteral("3")}
+                   + wordsOf(QStringLiteral(
+                       "s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000")));
     QTRY_VERIFY_WITH_TIMEOUT(changes >= 1000, patience);
     roundTrip(invoker);
     QCOMPARE(changes, 1000);

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void environmentGrows();
     void environmentGoesOnFromWhatIsThere();
     void cgroupSettingsAreKeptByName();
+    void cgroupSettingsGoOnFromWhatIsThere();
     void autostartIsOneOfThree_data();
     void autostartIsOneOfThree();
     void copiesAreIndependent();
@@ -165,6 +166,7 @@ void TestTaskInvokerMaps::eachHintWritesItsKey()
     QFETCH(QVariant, value);
     QFETCH(QString, wire);
     Hints hints;
+    hints.insert(key, 1.5);
     set(hints);
     QCOMPARE(hints, (QVariantMap{{key, value}}));
     QCOMPARE(hints.value(key).userType(), value.userType());
@@ -274,6 +276,21 @@ void TestTaskInvokerMaps::cgroupSettingsAreKeptByName()
     QCOMPARE(onTheWire({}, hints).at(1),
              QStringLiteral("{'CGroups':{'data':{'a':{'data':[50,0],'type':'ay'},"
                             "'b':{'data':[],'type':'ay'}},'type':'a{sv}'}}"));
+}
+
+void TestTaskInvokerMaps::cgroupSettingsGoOnFromWhatIsThere()
+{
+    const QString key = QStringLiteral("CGroups");
+    Hints hints;
+    hints.insert(key, QVariantMap{{QStringLiteral("own"), 3}});
+    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
+    QCOMPARE(
+        hints.value(key),
+        QVariant(QVariantMap{{QStringLiteral("a"), QByteArray("1")}, {QStringLiteral("own"), 3}}));
+    // What is no map begins one.
+    hints.insert(key, QStringLiteral("own"));
+    hints.addCGroupSetting(QStringLiteral("b"), QByteArray("2"));
+    QCOMPARE(hints.value(key), QVariant(QVariantMap{{QStringLiteral("b"), QByteArray("2")}}));
 }
 
 void TestTaskInvokerMaps::autostartIsOneOfThree_data()

@@ -17,6 +17,14 @@ using Ostrel::DebugParams;
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
+namespace
+{
+
+// The service answers with it, and a connection takes in 63 MiB at once.
+constexpr int largestTaskType = 32 << 20;
+
+} // namespace
+
 // Texts that no message can hold. The bus would drop the process for good, so they are refused,
 // and the process goes on.
 class TestTooLarge : public QObject
@@ -32,6 +40,7 @@ private Q_SLOTS:
     void taskInvokerRefusesThem();
     void taskTypesAreRefused_data();
     void taskTypesAreRefused();
+    void largestTaskTypeIsTaken();
     void windowManagementRefusesThem();
 
 private:
@@ -104,22 +113,21 @@ void TestTooLarge::taskInvokerRefusesThem()
                                 "message, with a value of type QString\"")}));
 }
 
+// Of a path there is a byte for each character.
 void TestTooLarge::taskTypesAreRefused_data()
 {
     QTest::addColumn<int>("size");
-
-    // The path that ends with the type stands in the head of a message, which holds half as much.
-    QTest::newRow("for a message") << 135000000;
-    QTest::newRow("for the head of a message") << (64 << 20) - 4095;
+    QTest::newRow("larger than a message") << 135000000;
+    QTest::newRow("larger than an answer may be") << largestTaskType + 1;
 }
 
 void TestTooLarge::taskTypesAreRefused()
 {
     QFETCH(int, size);
+    const QString type(size, QLatin1Char('x'));
     const QString refusal =
         QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
             .arg(size);
-    const QString type(size, QLatin1Char('x'));
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
@@ -135,6 +143,21 @@ void TestTooLarge::taskTypesAreRefused()
              QStringList(QStringLiteral("TaskInvoker registration failed: "
                                         "QDBusError(\"org.freedesktop.DBus.Error.Failed\", \"%1\")")
                              .arg(refusal)));
+}
+
+void TestTooLarge::largestTaskTypeIsTaken()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QString(largestTaskType, QLatin1Char('x')));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    Error error;
+    bool answered = false;
+    invoker.stop(QStringLiteral("a"), [&](const Error &outcome) {
+        error = outcome;
+        answered = true;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(answered, patience);
+    QCOMPARE(error.code(), Error::HandlerNotFound);
+    m_simulator->reset();
 }
 
 void TestTooLarge::windowManagementRefusesThem()

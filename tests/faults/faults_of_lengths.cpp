@@ -16,7 +16,7 @@ const QString sessions = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
 
 const QChar letter = QLatin1Char('x');
 constexpr int maximumMessage = 128 << 20;
-constexpr int maximumArray = 64 << 20;
+constexpr int longestType = 32 << 20;
 // What is left for the head of a message.
 constexpr int head = 4096;
 
@@ -230,7 +230,6 @@ Fault flood()
 std::vector<Fault> faultsOfLengths()
 {
     const int longest = maximumMessage - head;
-    const int longestPath = maximumArray - head;
     const int size = 1 << 20;
     std::vector<Fault> faults = arguments();
     for (const Fault &fault : {
@@ -244,8 +243,8 @@ std::vector<Fault> faultsOfLengths()
              flood(),
              longType(QStringLiteral("a task type of 255 bytes"), 255),
              longType(QStringLiteral("a task type of 1 MiB"), size),
-             mostly("register", longType(QStringLiteral("the longest task type"), longestPath)),
-             tooLongType(longestPath + 1),
+             mostly("register", longType(QStringLiteral("the longest task type"), longestType)),
+             tooLongType(longestType + 1),
          }) {
         faults.push_back(fault);
     }

@@ -126,20 +126,13 @@ inline QString sessionPath(const QString &type)
     return QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + type;
 }
 
-// Values in busctl's form, with '' for an empty string, as the words that busctl takes.
-inline QStringList words(const QString &values)
-{
-    QStringList all = values.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    return all.replaceInStrings(QStringLiteral("''"), QString());
-}
-
 // Has the simulator send a signal of three arguments, each given as signature and value.
 inline void emitSignal(const PrivateBus &bus, const QString &path, const QString &interface,
                        const QString &member, const QString &arguments, int count = 3)
 {
     busctlDesk(bus, QStringLiteral("Emit"),
                QStringList{QStringLiteral("ossav"), path, interface, member, QString::number(count)}
-                   + words(arguments));
+                   + wordsOf(arguments));
 }
 
 // Has the simulator send "PropertiesChanged" for the session of a type. The changed properties are
@@ -160,7 +153,7 @@ inline void answerRegistration(const PrivateBus &bus, int count, const QString &
     busctlDesk(bus, QStringLiteral("AnswerNext"),
                QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
                            QStringLiteral("RegisterInvoker"), QString::number(count)}
-                   + words(values));
+                   + wordsOf(values));
 }
 
 // The same with the path of the type's session, and these properties.

@@ -23,6 +23,9 @@ public:
     static constexpr qint64 maximumArray = 64 << 20;
     static constexpr qint64 maximumMessage = 128 << 20;
 
+    // What is sure to come back in an answer, with room for the rest of it.
+    static constexpr qint64 maximumPath = 32 << 20;
+
     explicit MessageSize(Texts texts)
         : m_texts(texts)
     {

@@ -15,7 +15,7 @@ QDBusError MessageRoom::take(const QString &text)
 
 QDBusError MessageRoom::take(PathEnd end)
 {
-    return take(end.text, qMin(m_left, MessageSize::maximumArray - head));
+    return take(end.text, qMin(m_left, MessageSize::maximumPath));
 }
 
 QDBusError MessageRoom::take(const QString &text, qint64 room)

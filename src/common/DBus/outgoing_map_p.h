@@ -12,7 +12,7 @@
 namespace Ostrel
 {
 
-// A text that the path of an object ends with.
+// The end of an object's path, given by a caller. The rest of the path is short.
 struct PathEnd
 {
     const QString &text;
@@ -27,19 +27,20 @@ public:
     // An identifier or another text.
     QDBusError take(const QString &text);
 
-    // The head of a message is an array, which the path has nearly to itself.
-    QDBusError take(PathEnd end);
-
     // Makes a map fit to be sent as "a{sv}". JSON values, at any depth, are replaced by what they
     // are on the bus; nothing else is changed, filtered or completed.
     QDBusError take(QVariantMap &map);
 
+    // The service answers with the path, and a connection of its own that has taken in 63 MiB at
+    // once may never take in anything again. The head of a message, where the path stands, has room
+    // for no more than that either.
+    QDBusError take(PathEnd end);
+
 private:
     QDBusError take(const QString &text, qint64 room);
 
-    // But for a path, the head of a message is short.
-    static constexpr qint64 head = 4096;
-    qint64 m_left = MessageSize::maximumMessage - head;
+    // The head of a message is short, but for a path.
+    qint64 m_left = MessageSize::maximumMessage - 4096;
 };
 
 // Makes arguments fit to be sent together. If one of them cannot be sent, the result is the error

@@ -112,7 +112,10 @@ public:
      * @param taskType names the type. It becomes the end of the path of the session's bus object
      *                 just as it is, and so takes letters, digits and underscores, in parts that
      *                 "/" may separate. It is not checked: another type is registered, too, but no
-     *                 service can answer well, and start() and stop() fail without being sent.
+     *                 service can answer well, and start() and stop() fail without being sent. Of
+     *                 a type larger than 32 MiB nothing is sent at all. With one of more than about
+     *                 800 characters, changes of the lists are not heard: a message bus takes 1024
+     *                 bytes for what it is asked to pass on.
      * @param parent   the parent.
      */
     TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
@@ -127,11 +130,12 @@ public:
     QString taskType() const;
 
     /**
-     * Calls @p callback with the outcome of the registration, exactly once.
+     * Calls @p callback with the outcome of the registration, exactly once if the invoker lives.
      *
-     * Before the answer has been handled the callback is copied and kept; it runs from the event
-     * loop, behind the signals of the first lists and behind the callbacks given earlier. After
-     * that it runs within this function. It makes no bus call of its own.
+     * Before the answer has been handled the callback is copied; it runs from the event loop,
+     * behind the signals of the first lists and behind the callbacks given earlier, and is kept
+     * until the invoker is destroyed, with all that it holds. After that it runs within this
+     * function, and is not kept. This makes no bus call of its own.
      *
      * @param callback receives an Error: no error when the invoker is registered; Error::Failed
      *                 with the message "Wrong TaskInvoker path" when the service answered with
@@ -214,11 +218,12 @@ public:
 Q_SIGNALS:
     /**
      * The service has announced the running tasks ("ActiveTasks"), the same ones as before
-     * possibly; activeTasks() returns them. It comes with the answer to the registration, before
-     * the callbacks of onReady(), and with each later announcement, also after a registration that
-     * failed. When one announcement holds both lists, it comes before availableTasksChanged(), and
-     * availableTasks() still returns the earlier list. A change that a call has caused may come
-     * before the call's callback or behind it. It is emitted from the event loop.
+     * possibly; activeTasks() returns them. It comes when the answer to the registration brings the
+     * list, before the callbacks of onReady(), and with each announcement, also before that answer
+     * and after a registration that failed. When one announcement holds both lists, it comes before
+     * availableTasksChanged(), and availableTasks() still returns the earlier list. A change that a
+     * call has caused may come before the call's callback or behind it. It is emitted from the
+     * event loop.
      */
     void activeTasksChanged();
 

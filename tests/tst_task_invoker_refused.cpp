@@ -1,0 +1,357 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <QtCore/QLoggingCategory>
+#include <QtCore/QScopeGuard>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusObjectPath>
+
+#include <csignal>
+#include <optional>
+
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+const QString oneTask =
+    QStringLiteral("2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv}) 1 b 7 0");
+
+} // namespace
+
+// A registration fails: who waits for the answer learns why, it is logged, and the lists stay.
+class TestTaskInvokerRefused : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void serviceErrorsAreMapped_data();
+    void serviceErrorsAreMapped();
+    void errorsWithoutATextAreMapped();
+    void otherRepliesAreFailures_data();
+    void otherRepliesAreFailures();
+    void foreignPathsAreRefused_data();
+    void foreignPathsAreRefused();
+    void failuresLeaveTheListsAsTheyAre_data();
+    void failuresLeaveTheListsAsTheyAre();
+    void failuresLeaveEarlierAnnouncementsAlone_data();
+    void failuresLeaveEarlierAnnouncementsAlone();
+    void failuresAreLoggedBeforeTheyAreTold_data();
+    void failuresAreLoggedBeforeTheyAreTold();
+    void warningsAreOfTheDefaultCategory_data();
+    void warningsAreOfTheDefaultCategory();
+
+private:
+    MethodFaults registration() const
+    {
+        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+    }
+    // Has the next registration fail, by a foreign path or by an error.
+    void failRegistration(bool foreign) const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+void TestTaskInvokerRefused::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestTaskInvokerRefused::init()
+{
+    m_warnings.emplace();
+}
+
+void TestTaskInvokerRefused::cleanup()
+{
+    const QStringList warnings = m_warnings->texts();
+    m_warnings.reset();
+    m_simulator->reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void TestTaskInvokerRefused::failRegistration(bool foreign) const
+{
+    if (foreign) {
+        answerRegistration(*m_bus, 2, QStringLiteral("o /x a{sv} ") + oneTask);
+    } else {
+        registration().failNext(QStringLiteral("a.b"), QString());
+    }
+}
+
+void TestTaskInvokerRefused::serviceErrorsAreMapped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
+    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
+    // The lists stay empty, but who waits sees a success.
+    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
+    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
+    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
+    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
+    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
+    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
+    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
+    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
+    QTest::newRow("ApplicationNotRunning")
+        << service + QStringLiteral("ApplicationNotRunning") << 8;
+    QTest::newRow("ApplicationAlreadyRunning")
+        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
+    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
+}
+
+void TestTaskInvokerRefused::serviceErrorsAreMapped()
+{
+    QFETCH(QString, name);
+    QFETCH(int, code);
+    registration().failNext(name, QStringLiteral("the service \"says\" so"));
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(events.all(),
+             QStringList(QStringLiteral("ready %1 \"the service \"says\" so\"").arg(code)));
+    QCOMPARE(warnings.texts(),
+             QStringList(QStringLiteral("TaskInvoker registration failed: QDBusError(\"%1\", "
+                                        "\"the service \\\"says\\\" so\")")
+                             .arg(name)));
+    QVERIFY(invoker.availableTasks().isEmpty());
+    QVERIFY(invoker.activeTasks().isEmpty());
+}
+
+void TestTaskInvokerRefused::errorsWithoutATextAreMapped()
+{
+    busctlDesk(*m_bus, QStringLiteral("FailNextWith"),
+               {QStringLiteral("sssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
+                QStringLiteral("RegisterInvoker"), QStringLiteral("a.b"), QStringLiteral("1"),
+                QStringLiteral("a(si)"), QStringLiteral("1"), QStringLiteral("x"),
+                QStringLiteral("3")});
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const Error error = waitUntilReady(invoker);
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.message(), QString());
+    QCOMPARE(
+        warnings.texts(),
+        QStringList(QStringLiteral("TaskInvoker registration failed: QDBusError(\"a.b\", \"\")")));
+}
+
+void TestTaskInvokerRefused::otherRepliesAreFailures_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("values");
+    QTest::addColumn<QString>("got");
+    const QString path = sessionPath(QStringLiteral("sync"));
+    const auto row = [](const char *got, int count, const QString &values) {
+        QTest::newRow(got) << count << values << QString::fromLatin1(got);
+    };
+    row("", 0, QString());
+    row("o", 1, QStringLiteral("o ") + path);
+    row("sa{sv}", 2, QStringLiteral("s %1 a{sv} 0").arg(path));
+    row("a{sv}o", 2, QStringLiteral("a{sv} 0 o ") + path);
+    row("oa{ss}", 2, QStringLiteral("o %1 a{ss} 1 AvailableTasks x").arg(path));
+    row("oa{sas}", 2, QStringLiteral("o %1 a{sas} 0").arg(path));
+    row("oav", 2, QStringLiteral("o %1 av 0").arg(path));
+    row("ov", 2, QStringLiteral("o %1 v a{sv} 0").arg(path));
+    row("(oa{sv})", 1, QStringLiteral("(oa{sv}) %1 0").arg(path));
+    row("va{sv}", 2, QStringLiteral("v o %1 a{sv} 0").arg(path));
+    row("i", 1, QStringLiteral("i 3"));
+}
+
+void TestTaskInvokerRefused::otherRepliesAreFailures()
+{
+    QFETCH(int, count);
+    QFETCH(QString, values);
+    QFETCH(QString, got);
+    answerRegistration(*m_bus, count, values);
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    QVERIFY(events.waitFor(1));
+    const QString message =
+        QStringLiteral("Unexpected reply signature: got \"%1\", expected \"oa{sv}\"").arg(got);
+    QCOMPARE(events.all(), QStringList(QStringLiteral("ready 1 \"%1\"").arg(message)));
+    QCOMPARE(
+        warnings.texts(),
+        QStringList(
+            QStringLiteral("TaskInvoker registration failed: "
+                           "QDBusError(\"org.freedesktop.DBus.Error.InvalidSignature\", \"%1\")")
+                .arg(QString(message).replace(QLatin1Char('"'), QLatin1String("\\\"")))));
+}
+
+void TestTaskInvokerRefused::foreignPathsAreRefused_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("another type's") << sessionPath(QStringLiteral("maintenance"));
+    QTest::newRow("in other letters") << sessionPath(QStringLiteral("Sync"));
+    QTest::newRow("below") << sessionPath(QStringLiteral("sync/x"));
+    QTest::newRow("beginning alike") << sessionPath(QStringLiteral("syncx"));
+    QTest::newRow("root") << QStringLiteral("/");
+}
+
+void TestTaskInvokerRefused::foreignPathsAreRefused()
+{
+    QFETCH(QString, path);
+    answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} %2").arg(path, oneTask));
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    QVERIFY(events.waitFor(1));
+    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all().constFirst(), QStringLiteral("ready 1 \"Wrong TaskInvoker path\""));
+    QCOMPARE(warnings.texts(),
+             QStringList(QStringLiteral("Unexpected object path: \"%1\"").arg(path)));
+    QVERIFY(invoker.availableTasks().isEmpty());
+    QVERIFY(invoker.activeTasks().isEmpty());
+    // It goes on speaking to its own session.
+    QCOMPARE(m_simulator->calls().constLast().path, sessionPath(QStringLiteral("sync")));
+}
+
+void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre_data()
+{
+    QTest::addColumn<bool>("foreign");
+    QTest::newRow("error") << false;
+    QTest::newRow("foreign path") << true;
+}
+
+// A list may have been announced before the answer, and be announced after it.
+void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre()
+{
+    QFETCH(bool, foreign);
+    failRegistration(foreign);
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    // Signals that come before this one has been answered are of another test.
+    waitUntilReady(invoker);
+    emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
+                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 c 8 0"));
+    QVERIFY(events.waitFor(1));
+
+    registration().holdNext(1);
+    TaskInvoker early(TaskInvoker::SessionBus, QStringLiteral("early"));
+    Events earlyEvents;
+    earlyEvents.watch(early);
+    early.onReady(earlyEvents.ready());
+    registration().waitForHeld(1);
+    emitPropertiesChanged(*m_bus, QStringLiteral("early"),
+                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 d 9 0"));
+    QVERIFY(earlyEvents.waitFor(1));
+    QCOMPARE(earlyEvents.all(), QStringList(QStringLiteral("active [d 9 {}]")));
+    registration().release({0});
+    QVERIFY(earlyEvents.waitFor(4));
+    QCOMPARE(earlyEvents.all().mid(1),
+             (QStringList{QStringLiteral("active []"), QStringLiteral("available []"),
+                          QStringLiteral("ready 0")}));
+
+    QCOMPARE(events.all(), QStringList(QStringLiteral("active [c 8 {}]")));
+    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("c 8 {}"));
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
+void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone_data()
+{
+    failuresLeaveTheListsAsTheyAre_data();
+}
+
+// The service sends a list, and then the answer.
+void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone()
+{
+    QFETCH(bool, foreign);
+    // It registers the types that the announcement is made of.
+    const TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("other"));
+    registration().waitForCalls(1);
+    failRegistration(foreign);
+    const auto process = pid_t(m_simulator->process().processId());
+    const auto resume = qScopeGuard([process] { ::kill(process, SIGCONT); });
+    ::kill(process, SIGSTOP);
+    const QVariantMap changed{
+        {QStringLiteral("ActiveTasks"),
+         QVariant::fromValue(QVector<Ostrel::ActiveTask>{{QStringLiteral("early"), 7, {}}})}};
+    QDBusMessage announcement = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("Emit"));
+    announcement << QVariant::fromValue(QDBusObjectPath(sessionPath(QStringLiteral("sync"))))
+                 << QStringLiteral("org.freedesktop.DBus.Properties")
+                 << QStringLiteral("PropertiesChanged")
+                 << QVariant(QVariantList{QStringLiteral("a.b"), changed, QStringList()});
+    QVERIFY(QDBusConnection::sessionBus().send(announcement));
+
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    events.watch(invoker);
+    invoker.onReady([&](const Error &error) { events.add(QString::number(error.code())); });
+    // The bus has answered this, and with it taken the subscription.
+    QDBusConnection::sessionBus().interface()->serviceOwner(QStringLiteral(OSTREL_SERVICE_NAME));
+    ::kill(process, SIGCONT);
+    QVERIFY(events.waitFor(2));
+    roundTrip(invoker);
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("active [early 7 {}]"), QStringLiteral("1")}));
+    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("early 7 {}"));
+    QVERIFY(invoker.availableTasks().isEmpty());
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
+void TestTaskInvokerRefused::failuresAreLoggedBeforeTheyAreTold_data()
+{
+    failuresLeaveTheListsAsTheyAre_data();
+}
+
+void TestTaskInvokerRefused::failuresAreLoggedBeforeTheyAreTold()
+{
+    QFETCH(bool, foreign);
+    failRegistration(foreign);
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    int warningsWhenTold = -1;
+    invoker.onReady([&](const Error &) { warningsWhenTold = warnings.texts().size(); });
+    waitUntilReady(invoker);
+    QCOMPARE(warningsWhenTold, 1);
+}
+
+void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory_data()
+{
+    failuresLeaveTheListsAsTheyAre_data();
+}
+
+// A program turns them off like its own.
+void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory()
+{
+    QFETCH(bool, foreign);
+    failRegistration(foreign);
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
+    const auto restore = qScopeGuard([] { QLoggingCategory::setFilterRules(QString()); });
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QCOMPARE(waitUntilReady(invoker).code(), Error::Failed);
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerRefused)
+
+#include "tst_task_invoker_refused.moc"

@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "bus_monitor.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+using Ostrel::TaskInvoker;
+
+// The calls of a task invoker as a program sees them that shares no code with it.
+class TestTaskInvokerWire : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void callsAreOrdinaryOnes_data();
+    void callsAreOrdinaryOnes();
+    void serviceIsSentNothingElse();
+
+private:
+    // What this process sent to anyone but the message bus.
+    QVector<QJsonObject> m_calls;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTaskInvokerWire::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    BusMonitor monitor(*m_bus);
+    {
+        TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+        QVERIFY(!waitUntilReady(invoker));
+        TaskInvoker::StartupInfo info;
+        info.setParameters({QStringLiteral("--all")});
+        TaskInvoker::Hints hints;
+        hints.setPriority(-5);
+        Events events;
+        invoker.start(QStringLiteral("photos"), info, hints, events.started());
+        QVERIFY(events.waitFor(1));
+        roundTrip(invoker);
+    }
+    const QString self = QDBusConnection::sessionBus().baseService();
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/end"),
+                                       QStringLiteral("a.b"), QStringLiteral("End")));
+    const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
+        return message.value(QLatin1String("member")) == QLatin1String("End");
+    });
+    std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(m_calls),
+                 [&self](const QJsonObject &message) {
+                     return message.value(QLatin1String("sender")) == self
+                         && message.value(QLatin1String("destination"))
+                         != QLatin1String("org.freedesktop.DBus");
+                 });
+    m_calls.removeLast();
+}
+
+void TestTaskInvokerWire::callsAreOrdinaryOnes_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QString>("member");
+    QTest::addColumn<QString>("signature");
+    QTest::addColumn<QJsonArray>("arguments");
+    const auto variant = [](const char *type, const QJsonValue &data) {
+        return QJsonObject{{QStringLiteral("type"), QString::fromLatin1(type)},
+                           {QStringLiteral("data"), data}};
+    };
+    const QString session = QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync");
+    const QString ofSessions = QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvokerSession1");
+    QTest::newRow("RegisterInvoker")
+        << 0 << QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvoker1")
+        << QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvoker1") << QStringLiteral("RegisterInvoker")
+        << QStringLiteral("s") << QJsonArray{QStringLiteral("sync")};
+    QTest::newRow("Start") << 1 << session << ofSessions << QStringLiteral("Start")
+                           << QStringLiteral("sa{sv}a{sv}")
+                           << QJsonArray{
+                                  QStringLiteral("photos"),
+                                  QJsonObject{{QStringLiteral("Params"),
+                                               variant("as", QJsonArray{QStringLiteral("--all")})}},
+                                  QJsonObject{{QStringLiteral("Priority"), variant("i", -5)}}};
+    QTest::newRow("Stop") << 2 << session << ofSessions << QStringLiteral("Stop")
+                          << QStringLiteral("s") << QJsonArray{QStringLiteral("marker")};
+}
+
+void TestTaskInvokerWire::callsAreOrdinaryOnes()
+{
+    QFETCH(int, number);
+    QFETCH(QString, signature);
+    QFETCH(QJsonArray, arguments);
+    QVERIFY(number < m_calls.size());
+    const QJsonObject &call = m_calls.at(number);
+    QCOMPARE(call.value(QLatin1String("type")).toString(), QStringLiteral("method_call"));
+    QCOMPARE(call.value(QLatin1String("destination")).toString(),
+             QStringLiteral(OSTREL_SERVICE_NAME));
+    QTEST(call.value(QLatin1String("path")).toString(), "path");
+    QTEST(call.value(QLatin1String("interface")).toString(), "interface");
+    QTEST(call.value(QLatin1String("member")).toString(), "member");
+    QCOMPARE(
+        call.value(QLatin1String("payload")).toObject(),
+        (QJsonObject{{QStringLiteral("type"), signature}, {QStringLiteral("data"), arguments}}));
+    // The service may be started by the call, and has to answer.
+    QCOMPARE(call.value(QLatin1String("flags")).toInt(-1), 0);
+}
+
+// No introspection, no reading of properties, nothing at the end: these calls.
+void TestTaskInvokerWire::serviceIsSentNothingElse()
+{
+    QCOMPARE(m_calls.size(), 3);
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerWire)
+
+#include "tst_task_invoker_wire.moc"
