@@ -98,10 +98,17 @@ void TestExamples::taskRunnerRunsATask()
     QString output = result.output;
     output.replace(QRegularExpression(QStringLiteral("\\([1-9][0-9]*\\)")),
                    QStringLiteral("(PID)"));
-    QCOMPARE(output,
-             QStringLiteral("active:\navailable: calendar contacts photos\n"
-                            "started contacts as number 1\nactive: contacts (PID)\n"
-                            "stopped contacts\nactive:\n"));
+    QVERIFY2(output.startsWith(QStringLiteral("active:\navailable: calendar contacts photos\n")),
+             qPrintable(output));
+    // The answer to a call and the list that it changes come in either order.
+    QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    lines.sort();
+    QCOMPARE(lines,
+             (QStringList{QStringLiteral("active:"), QStringLiteral("active:"),
+                          QStringLiteral("active: contacts (PID)"),
+                          QStringLiteral("available: calendar contacts photos"),
+                          QStringLiteral("started contacts as number 1"),
+                          QStringLiteral("stopped contacts")}));
     QCOMPARE(result.exitStatus, 0);
 }
 

@@ -225,6 +225,18 @@ void TestProcessLookup::lines_data()
     row("nothing counts behind a zero byte",
         QByteArrayLiteral("4:memory:/ostrel-helper/demo.Viewer/app\0/x.y/z\n"), viewer, viewer);
 
+    row("byte order marks",
+        "4:memory:/ostrel-helper/\xef\xbb\xbf"
+        "demo.Viewer/\xef\xbb\xbfinstance_7\n",
+        QStringLiteral("demo.Viewer"), QStringLiteral("demo.Viewer.instance_7"));
+    row("a byte order mark before the kind",
+        "4:memory:/ostrel-helper/demo.Viewer/\xef\xbb\xbf"
+        "app\n",
+        QStringLiteral("demo.Viewer"), QStringLiteral("demo.Viewer"));
+    const QString cutText = QStringLiteral("a.") + QString(124, QLatin1Char('x')) + QChar(0xfffd);
+    row("a character that is cut in two",
+        "4:memory:/ostrel-helper/a." + repeated('x', 124) + "\xc3\xa9/instance_7\n", cutText,
+        cutText + QStringLiteral(".instance_7"));
     row("invalid UTF-8", "4:memory:/ostrel-helper/de\xffmo.Viewer/instance_\xc3\n",
         QStringLiteral("de\uFFFDmo.Viewer"), QStringLiteral("de\uFFFDmo.Viewer.instance_\uFFFD"));
     row("beyond ASCII", "4:memory:/ostrel-helper/demo.\xc3\xa9/app\n",

@@ -13,7 +13,7 @@ from stage import Stage
 FIRST_CALL = 'first call'
 
 
-def _callgrind(output, *options):
+def callgrind(output, *options):
     # Threads take turns in a fixed order, so that a busy machine changes nothing.
     return ['valgrind', '--tool=callgrind', '--fair-sched=yes', f'--callgrind-out-file={output}',
             *options]
@@ -39,7 +39,7 @@ def count(programs, contestant, rows):
         printed = stage.run(
             contestant, '--count', *rows,
             LD_PRELOAD=str(stage.programs / 'libbenchmark-allocations.so'),
-            prefix=_callgrind(f'{folder}/dump', '--instr-atstart=no'))
+            prefix=callgrind(f'{folder}/dump', '--instr-atstart=no'))
         instructions = _instructions(folder)
         figures = {}
         for line in printed.splitlines():
@@ -54,7 +54,7 @@ def count(programs, contestant, rows):
 def count_first_call(programs, contestant):
     """The instructions of a whole process that makes one call."""
     with Stage(programs) as stage, tempfile.TemporaryDirectory(prefix='bench') as folder:
-        stage.run(contestant, '--once', prefix=_callgrind(f'{folder}/dump'))
+        stage.run(contestant, '--once', prefix=callgrind(f'{folder}/dump'))
         return {'instructions': _instructions(folder)['Program termination']}
 
 

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace Ostrel
@@ -81,14 +82,23 @@ void copyBounded(char *target, const char *source, std::size_t size)
 }
 
 // The identifiers of the application and, as its control group names it, of the instance.
-std::pair<QString, QString> lookUp(int pid)
+struct Identifiers
 {
     std::array<char, 128> appId;
     std::array<char, 160> instance;
-    if (!readControlGroup(pid, appId.data(), appId.size(), instance.data(), instance.size())) {
-        return {};
-    }
-    return {QString::fromUtf8(appId.data()), QString::fromUtf8(instance.data())};
+};
+
+bool lookUp(int pid, Identifiers &identifiers)
+{
+    return readControlGroup(pid, identifiers.appId.data(), identifiers.appId.size(),
+                            identifiers.instance.data(), identifiers.instance.size());
+}
+
+// QString leaves out the mark before a text, and it would keep one that stands in the middle.
+const char *withoutByteOrderMark(const char *text)
+{
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    return std::strncmp(text, mark.data(), mark.size()) == 0 ? text + mark.size() : text;
 }
 
 } // namespace
@@ -137,17 +147,27 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
 
 QString Control::getAppIdByPid(int pid) const
 {
-    return lookUp(pid).first;
+    Identifiers identifiers;
+    return lookUp(pid, identifiers) ? QString::fromUtf8(identifiers.appId.data()) : QString();
 }
 
 QString Control::getAppInstanceIdByPid(int pid) const
 {
-    const auto [appId, instance] = lookUp(pid);
-    if (instance.startsWith(QLatin1String("instance_"), Qt::CaseSensitive)) {
-        return appId + QLatin1Char('.') + instance;
+    Identifiers identifiers;
+    if (!lookUp(pid, identifiers)) {
+        return {};
     }
-    if (instance == QLatin1String("app")) {
-        return appId;
+    const char *instance = withoutByteOrderMark(identifiers.instance.data());
+    constexpr std::string_view prefix = "instance_";
+    if (std::strncmp(instance, prefix.data(), prefix.size()) == 0) {
+        // Put together before it is decoded, so that there is one string to make room for.
+        std::array<char, sizeof identifiers> id;
+        const int length =
+            std::snprintf(id.data(), id.size(), "%s.%s", identifiers.appId.data(), instance);
+        return QString::fromUtf8(id.data(), length);
+    }
+    if (std::strcmp(instance, "app") == 0) {
+        return QString::fromUtf8(identifiers.appId.data());
     }
     return {};
 }
