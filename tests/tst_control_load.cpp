@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
+#include "memory_figures.h"
 #include "simulator.h"
 #include "test_main.h"
 
@@ -60,6 +61,7 @@ void TestControlLoad::emitStates(const QString &instance, int count) const
 void TestControlLoad::tenThousandRecords()
 {
     m_simulator->desk(QStringLiteral("ListNext"), {10000U, 10000U});
+    MemoryFigures figures;
     QVector<RunningApplication> applications;
     QVector<RunningService> services;
     QVERIFY(!Control().getRunningApplications(applications, services));
@@ -71,6 +73,9 @@ void TestControlLoad::tenThousandRecords()
         QVERIFY2(applications.at(i).appId.endsWith(number), qPrintable(applications.at(i).appId));
         QVERIFY2(services.at(i).name.endsWith(number), qPrintable(services.at(i).name));
     }
+    applications.clear();
+    services.clear();
+    figures.print(QStringLiteral("10,000 applications and services"));
 }
 
 void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
@@ -85,6 +90,7 @@ void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
         ++next;
     });
 
+    MemoryFigures figures;
     std::vector<std::size_t> used;
     for (int i = 0; i < 6; ++i) {
         next = 0;
@@ -92,6 +98,7 @@ void TestControlLoad::hundredThousandSignalsLeaveNothingBehind()
         QTRY_COMPARE_WITH_TIMEOUT(next, round, 3 * patience);
         used.push_back(mallinfo2().uordblks);
     }
+    figures.print(QStringLiteral("120,000 signals"));
 #if defined(__SANITIZE_ADDRESS__)
     QSKIP("AddressSanitizer has an allocator of its own, which mallinfo2() does not see");
 #endif

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "memory_figures.h"
 #include "simulator.h"
 #include "task_invokers.h"
 #include "test_main.h"
@@ -51,6 +52,7 @@ void TestTaskInvokerMany::thousandInvokers()
 {
     const Warnings warnings;
     constexpr int count = 1000;
+    MemoryFigures figures;
     std::vector<std::unique_ptr<TaskInvoker>> invokers;
     std::vector<int> ready(count, 0);
     std::vector<int> changes(count, 0);
@@ -79,6 +81,8 @@ void TestTaskInvokerMany::thousandInvokers()
     QCOMPARE(ready, std::vector<int>(count, 1));
     QCOMPARE(failures, 0);
     QCOMPARE(warnings.texts(), QStringList());
+    invokers.clear();
+    figures.print(QStringLiteral("1,000 invokers"));
 }
 
 void TestTaskInvokerMany::tenThousandStartsInFlight()
@@ -92,6 +96,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlight()
     invoker.start(QStringLiteral("photos"), {}, {},
                   [&](int number, const Error &) { started = number; });
     QTRY_COMPARE_WITH_TIMEOUT(started, 1, patience);
+    MemoryFigures figures;
     starts.holdNext(count);
     std::vector<int> callbacks(count, 0);
     QVector<int> order;
@@ -116,6 +121,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlight()
     QCOMPARE(callbacks, std::vector<int>(count, 1));
     QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
     QCOMPARE(failures, count);
+    figures.print(QStringLiteral("10,000 starts in flight"));
 }
 
 void TestTaskInvokerMany::tenThousandTasks()
@@ -128,7 +134,9 @@ void TestTaskInvokerMany::tenThousandTasks()
         available.append(QStringLiteral("t%1 0").arg(i));
     }
     const QString blank = QStringLiteral(" ");
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
+    MemoryFigures figures;
+    std::optional<TaskInvoker> owned;
+    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, QStringLiteral("other"));
     waitUntilReady(invoker);
     emitPropertiesChanged(
         *m_bus, QStringLiteral("other"),
@@ -142,12 +150,16 @@ void TestTaskInvokerMany::tenThousandTasks()
         QCOMPARE(invoker.activeTasks().at(i).pid, i);
         QCOMPARE(invoker.availableTasks().at(i).name, QStringLiteral("t%1").arg(i));
     }
+    owned.reset();
+    figures.print(QStringLiteral("10,000 active and 10,000 available tasks"));
 }
 
 void TestTaskInvokerMany::tenThousandReadyCallbacks()
 {
     constexpr int count = 10000;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    MemoryFigures figures;
+    std::optional<TaskInvoker> owned;
+    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, QStringLiteral("sync"));
     QVector<int> order;
     for (int i = 0; i < count; ++i) {
         invoker.onReady([&order, i](const Error &) { order.append(i); });
@@ -156,12 +168,15 @@ void TestTaskInvokerMany::tenThousandReadyCallbacks()
     roundTrip(invoker);
     QCOMPARE(order.size(), count);
     QVERIFY(std::is_sorted(order.cbegin(), order.cend()));
+    owned.reset();
+    figures.print(QStringLiteral("10,000 ready callbacks"));
 }
 
 void TestTaskInvokerMany::thousandAnnouncements()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
     waitUntilReady(invoker);
+    MemoryFigures figures;
     int changes = 0;
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&changes] { ++changes; });
     busctlDesk(*m_bus, QStringLiteral("EmitMany"),
@@ -174,6 +189,7 @@ void TestTaskInvokerMany::thousandAnnouncements()
     roundTrip(invoker);
     QCOMPARE(changes, 1000);
     QCOMPARE(text(invoker.activeTasks()), QStringLiteral("a 1 {}; b 2 {}"));
+    figures.print(QStringLiteral("1,000 announcements"));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerMany)

@@ -7,7 +7,10 @@
 #include "DBus/message_size_p.h"
 
 #include <QtCore/QVariantMap>
+#include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
+
+#include <utility>
 
 namespace Ostrel
 {
@@ -51,6 +54,18 @@ template <typename... Arguments> QDBusError makeSendable(Arguments &&...argument
     QDBusError error;
     (void)((error = room.take(arguments), !error.isValid()) && ...);
     return error;
+}
+
+// The same for a call on a connection. On a lost one QtDBus may wait for ever, as it does when the
+// process ends and its thread is gone before the static objects of the caller are.
+template <typename... Arguments>
+QDBusError prepareCall(const QDBusConnection &bus, Arguments &&...arguments)
+{
+    if (!bus.isConnected()) {
+        return QDBusError(QDBusError::Disconnected,
+                          QStringLiteral("Not connected to D-Bus server"));
+    }
+    return makeSendable(std::forward<Arguments>(arguments)...);
 }
 
 } // namespace Ostrel

@@ -57,10 +57,14 @@ ControlPrivate::ControlPrivate(Control *q)
             SIGNAL(selectedByOom(QString)));
 }
 
-Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
+Control::StartResult ControlPrivate::startResult(QDBusPendingCall call)
 {
-    QDBusPendingReply<QString, QVariantMap> reply = call;
-    reply.waitForFinished();
+    call.waitForFinished();
+    // Before the types are looked at: at the end of the process QtDBus has none any more.
+    if (call.isError()) {
+        return {fromDBusError(call.error()), {}, {}};
+    }
+    const QDBusPendingReply<QString, QVariantMap> reply = call;
     if (reply.isError()) {
         return {fromDBusError(reply.error()), {}, {}};
     }
@@ -94,26 +98,26 @@ Control::~Control() = default;
 
 Control::StartResult Control::start(const QString &appId)
 {
-    const QDBusError unsendable = makeSendable(appId);
-    return ControlPrivate::startResult(unsendable.isValid()
-                                           ? QDBusPendingCall::fromError(unsendable)
+    const QDBusError refusal = prepareCall(d->connection(), appId);
+    return ControlPrivate::startResult(refusal.isValid()
+                                           ? QDBusPendingCall::fromError(refusal)
                                            : d->asyncCall(QStringLiteral("Start"), appId));
 }
 
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
     QVariantMap map = DebugParamsPrivate::map(params);
-    const QDBusError unsendable = makeSendable(appId, map);
+    const QDBusError refusal = prepareCall(d->connection(), appId, map);
     return ControlPrivate::startResult(
-        unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
-                             : d->asyncCall(QStringLiteral("StartDebug"), appId, map));
+        refusal.isValid() ? QDBusPendingCall::fromError(refusal)
+                          : d->asyncCall(QStringLiteral("StartDebug"), appId, map));
 }
 
 Error Control::terminate(const QString &appInstanceId)
 {
-    const QDBusError unsendable = makeSendable(appInstanceId);
-    if (unsendable.isValid()) {
-        return fromDBusError(unsendable);
+    const QDBusError refusal = prepareCall(d->connection(), appInstanceId);
+    if (refusal.isValid()) {
+        return fromDBusError(refusal);
     }
     return fromDBusError(QDBusError(d->call(QStringLiteral("Terminate"), appInstanceId)));
 }
@@ -121,6 +125,10 @@ Error Control::terminate(const QString &appInstanceId)
 Error Control::getRunningApplications(QVector<RunningApplication> &applications,
                                       QVector<RunningService> &services)
 {
+    const QDBusError refusal = prepareCall(d->connection());
+    if (refusal.isValid()) {
+        return fromDBusError(refusal);
+    }
     const QDBusMessage reply = d->call(QStringLiteral("GetRunningApplications"));
     if (reply.type() == QDBusMessage::ErrorMessage) {
         // The code says no more than that, whatever the error's name.

@@ -80,7 +80,11 @@ class ControlPrivate;
  * A connection to the bus that is lost does not come back: when the message bus itself has ended,
  * every later request of the process fails. Let the event loop run once before the first request
  * (`QCoreApplication::processEvents()` does): until then QtDBus does not notice a message bus that
- * ends, and would wait for ever. A program that forks does so before it makes the first object.
+ * ends, and may wait for ever.
+ *
+ * A program that forks does so before it makes the first object; a later child may only run another
+ * program or end with `_exit()`. When the process ends, a request that another thread waits in may
+ * keep it from ending; the requests of static objects that outlive QtDBus fail.
  */
 class OSTREL_EXPORT Control : public QObject
 {

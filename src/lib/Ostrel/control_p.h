@@ -22,7 +22,7 @@ public:
     explicit ControlPrivate(Control *q);
 
     // Waits for the answer of a call that starts an application.
-    static Control::StartResult startResult(const QDBusPendingCall &call);
+    static Control::StartResult startResult(QDBusPendingCall call);
 
 private Q_SLOTS:
     void onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams);

@@ -12,8 +12,10 @@ namespace Ostrel
 
 Error fromDBusError(const QDBusError &error)
 {
-    // Two tables, because a name counts only below the prefix that it belongs to.
-    static const QMap<QString, Error::Code> serviceCodes{
+    // Two tables, because a name counts only below the prefix that it belongs to. They are never
+    // destroyed: static objects and threads of the caller may ask until the process is gone.
+    using Codes = QMap<QString, Error::Code>;
+    static const auto *const serviceCodes = new const Codes{
         {QStringLiteral("NoError"), Error::NoError},
         {QStringLiteral("HandlerNotFound"), Error::HandlerNotFound},
         {QStringLiteral("HandlerFailed"), Error::HandlerFailed},
@@ -21,7 +23,7 @@ Error fromDBusError(const QDBusError &error)
         {QStringLiteral("ApplicationNotRunning"), Error::ApplicationNotRunning},
         {QStringLiteral("ApplicationAlreadyRunning"), Error::ApplicationAlreadyRunning},
     };
-    static const QMap<QString, Error::Code> standardCodes{
+    static const auto *const standardCodes = new const Codes{
         {QStringLiteral("Failed"), Error::Failed},
         {QStringLiteral("InvalidArgs"), Error::InvalidArgs},
         {QStringLiteral("NotSupported"), Error::NotSupported},
@@ -40,10 +42,10 @@ Error fromDBusError(const QDBusError &error)
     Error::Code code = Error::Failed;
     if (name.startsWith(servicePrefix, Qt::CaseSensitive)) {
         name.remove(servicePrefix, Qt::CaseSensitive);
-        code = serviceCodes.value(name, Error::Failed);
+        code = serviceCodes->value(name, Error::Failed);
     } else if (name.startsWith(standardPrefix, Qt::CaseSensitive)) {
         name.remove(standardPrefix, Qt::CaseSensitive);
-        code = standardCodes.value(name, Error::Failed);
+        code = standardCodes->value(name, Error::Failed);
     }
     return Error(code, error.message());
 }

@@ -62,9 +62,9 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     registerDBusTypes();
     liftReceiveLimit(connection());
 
-    const QDBusError unsendable = makeSendable(PathEnd{m_taskType});
-    registerTaskInvoker(unsendable);
-    if (unsendable.isValid()) {
+    const QDBusError refusal = prepareCall(connection(), PathEnd{m_taskType});
+    registerTaskInvoker(refusal);
+    if (refusal.isValid()) {
         // No message can hold the path either, and so no subscription.
         return;
     }
@@ -77,16 +77,15 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
 
 TaskInvokerPrivate::~TaskInvokerPrivate() = default;
 
-void TaskInvokerPrivate::registerTaskInvoker(const QDBusError &unsendable)
+void TaskInvokerPrivate::registerTaskInvoker(const QDBusError &refusal)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
         service(), QStringLiteral(OSTREL_TASK_INVOKER_PATH),
         QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE), QStringLiteral("RegisterInvoker"));
     call << m_taskType;
-    watchPendingCall<Registration>(unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
-                                                        : connection().asyncCall(call),
-                                   this,
-                                   [this](const Registration &reply) { onRegistered(reply); });
+    watchPendingCall<Registration>(
+        refusal.isValid() ? QDBusPendingCall::fromError(refusal) : connection().asyncCall(call),
+        this, [this](const Registration &reply) { onRegistered(reply); });
 }
 
 void TaskInvokerPrivate::onRegistered(const Registration &reply)
@@ -144,13 +143,13 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
     QVariantMap sentStartupInfo = startupInfo;
     QVariantMap sentHints = hints;
     // Every call carries the path, and with it the task type.
-    const QDBusError unsendable =
-        makeSendable(PathEnd{m_taskType}, name, sentStartupInfo, sentHints);
+    const QDBusError refusal =
+        prepareCall(connection(), PathEnd{m_taskType}, name, sentStartupInfo, sentHints);
 
     using Reply = QDBusPendingReply<int>;
     watchPendingCall<Reply>(
-        unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
-                             : asyncCall(QStringLiteral("Start"), name, sentStartupInfo, sentHints),
+        refusal.isValid() ? QDBusPendingCall::fromError(refusal)
+                          : asyncCall(QStringLiteral("Start"), name, sentStartupInfo, sentHints),
         m_invoker, [callback](const Reply &reply) {
             if (callback) {
                 callback(numberIn(reply.reply()), fromDBusError(reply.error()));
@@ -161,11 +160,11 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
 void TaskInvokerPrivate::stop(const QString &name,
                               const std::function<void(const Error &)> &callback)
 {
-    const QDBusError unsendable = makeSendable(PathEnd{m_taskType}, name);
+    const QDBusError refusal = prepareCall(connection(), PathEnd{m_taskType}, name);
 
     using Reply = QDBusPendingReply<>;
-    watchPendingCall<Reply>(unsendable.isValid() ? QDBusPendingCall::fromError(unsendable)
-                                                 : asyncCall(QStringLiteral("Stop"), name),
+    watchPendingCall<Reply>(refusal.isValid() ? QDBusPendingCall::fromError(refusal)
+                                              : asyncCall(QStringLiteral("Stop"), name),
                             m_invoker, [callback](const Reply &reply) {
                                 if (callback) {
                                     callback(fromDBusError(reply.error()));

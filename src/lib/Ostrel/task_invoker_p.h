@@ -38,7 +38,7 @@ private Q_SLOTS:
 private:
     using Registration = QDBusPendingReply<QDBusObjectPath, QVariantMap>;
 
-    void registerTaskInvoker(const QDBusError &unsendable);
+    void registerTaskInvoker(const QDBusError &refusal);
     void onRegistered(const Registration &reply);
     void applyProperties(const QVariantMap &properties);
     void markReady(const Error &result);

@@ -30,11 +30,11 @@ void WindowManagementPrivate::updateWindowStatus(
     const QString &window, int status, int arg1, int arg2, const QObject *context,
     const std::function<void(ApplicationState, const Error &)> &callback)
 {
-    const QDBusError unsendable = makeSendable(window);
+    const QDBusError refusal = prepareCall(m_interface->connection(), window);
 
     using Reply = QDBusPendingReply<quint32>;
-    watchPendingCall<Reply>(unsendable.isValid()
-                                ? QDBusPendingCall::fromError(unsendable)
+    watchPendingCall<Reply>(refusal.isValid()
+                                ? QDBusPendingCall::fromError(refusal)
                                 : m_interface->asyncCall(QStringLiteral("UpdateWindowStatus"),
                                                          window, status, arg1, arg2),
                             context, [callback](const Reply &reply) {

@@ -1,0 +1,99 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_LIFETIMES_CLIENTS_H
+#define TESTS_LIFETIMES_CLIENTS_H
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+#include <Ostrel/WindowManagement>
+
+#include <QtCore/QStringList>
+#include <QtTest/QTest>
+
+#include <cstdio>
+
+// Writes a line at once: the process may end in any way.
+inline void say(const QString &line)
+{
+    std::puts(qPrintable(line));
+    std::fflush(stdout);
+}
+
+// One of each client, and what they tell.
+class Clients
+{
+public:
+    Clients()
+    {
+        QObject::connect(&m_control, &Ostrel::Control::started, &m_context,
+                         [this](const QString &instance) {
+                             if (m_started.contains(instance)) {
+                                 m_events.append(QStringLiteral("started"));
+                             }
+                         });
+        m_invoker.onReady([this](const Ostrel::Error &error) { note("ready", error); });
+    }
+
+    Ostrel::Control &control() { return m_control; }
+
+    // Calls that are answered in the event loop, if at all.
+    void call()
+    {
+        m_invoker.stop(QStringLiteral("none"),
+                       [this](const Ostrel::Error &error) { note("stopped", error); });
+        m_windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &m_context,
+                                     [this](Ostrel::ApplicationState, const Ostrel::Error &error) {
+                                         note("reported", error);
+                                     });
+    }
+
+    // A call that waits for its answer, which a signal follows.
+    void start()
+    {
+        const auto result = m_control.start(QStringLiteral("demo.Viewer"));
+        m_started.append(result.appInstanceId);
+        const Ostrel::Error &error = result.error;
+        say(QStringLiteral("start %1 %2").arg(error.code()).arg(error.message()).trimmed());
+    }
+
+    void sayOtherRequests()
+    {
+        QVector<Ostrel::RunningApplication> applications;
+        QVector<Ostrel::RunningService> services;
+        for (const Ostrel::Error &error :
+             {m_control.startDebug(QStringLiteral("demo.Viewer"), {}).error,
+              m_control.terminate(QStringLiteral("none")),
+              m_control.getRunningApplications(applications, services)}) {
+            say(QStringLiteral("%1 %2").arg(error.code()).arg(error.message()).trimmed());
+        }
+    }
+
+    // Writes so many events, in the order of the alphabet: that of the bus is not fixed.
+    void sayEvents(int count)
+    {
+        if (!QTest::qWaitFor([this, count] { return m_events.size() >= count; }, 20000)) {
+            m_events.append(QStringLiteral("nothing more"));
+        }
+        m_events.sort();
+        say(m_events.join(QStringLiteral(", ")));
+        m_events.clear();
+    }
+
+    const QStringList &events() const { return m_events; }
+
+private:
+    void note(const char *event, const Ostrel::Error &error)
+    {
+        m_events.append(QStringLiteral("%1 %2").arg(QLatin1String(event)).arg(error.code()));
+    }
+
+    QStringList m_events;
+    QStringList m_started;
+    Ostrel::Control m_control;
+    Ostrel::TaskInvoker m_invoker{Ostrel::TaskInvoker::SessionBus, QStringLiteral("sync")};
+    Ostrel::WindowManagement m_windows;
+    QObject m_context;
+};
+
+#endif

@@ -1,0 +1,90 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "forks.h"
+
+#include "clients.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdlib>
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+// Forks, and returns how the child ended: its exit status, or minus the signal.
+int inChild(const std::function<void()> &function)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // One that hangs is to be seen as such.
+        ::alarm(20);
+        function();
+        ::_exit(99);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+// A program with calls in flight that has such a child, and goes on.
+int withChild(int &argc, char **argv, const std::function<void()> &function)
+{
+    const QCoreApplication application(argc, argv);
+    Clients clients;
+    clients.sayEvents(1);
+    clients.call();
+    say(QStringLiteral("child: %1").arg(inChild(function)));
+    clients.start();
+    clients.sayEvents(3);
+    // The same once more, with nothing in flight.
+    say(QStringLiteral("child: %1").arg(inChild(function)));
+    clients.call();
+    clients.start();
+    clients.sayEvents(3);
+    return 0;
+}
+
+} // namespace
+
+int childExecs(int &argc, char **argv)
+{
+    return withChild(argc, argv, [argv] {
+        ::execl(argv[0], argv[0], "applicationComesLater", nullptr);
+    });
+}
+
+// Not the connection to the bus either.
+int childInheritsNothing(int &argc, char **argv)
+{
+    return withChild(argc, argv, [] {
+        ::execl("/bin/sh", "sh", "-c", "ls -l /proc/self/fd | grep socket", nullptr);
+    });
+}
+
+int childUsesNothing(int &argc, char **argv)
+{
+    return withChild(argc, argv, [] { ::_exit(7); });
+}
+
+int childComesFirst(int &argc, char **argv)
+{
+    const int status = inChild([&argc, argv] {
+        const QCoreApplication application(argc, argv);
+        {
+            Clients clients;
+            clients.start();
+            clients.sayEvents(2);
+        }
+        std::exit(7); // NOLINT(concurrency-mt-unsafe)
+    });
+    say(QStringLiteral("child: %1").arg(status));
+    const QCoreApplication application(argc, argv);
+    Clients clients;
+    clients.start();
+    clients.sayEvents(2);
+    return 0;
+}

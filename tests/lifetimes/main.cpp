@@ -1,0 +1,228 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// Programs that use the library early, late, or in odd ways, one for each name; each writes what it
+// sees. A program that gets through to its end returns 0.
+
+#include "clients.h"
+#include "forks.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusConnection>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+
+namespace
+{
+
+using Application = std::optional<QCoreApplication>;
+using Scenario = std::function<int(int &argc, char **argv)>;
+
+// Made before QtDBus's own static objects, and so destroyed after them.
+class AtExit
+{
+public:
+    ~AtExit()
+    {
+        if (m_calls) {
+            useWithoutQtDBus();
+        }
+    }
+
+    void own(std::unique_ptr<Clients> clients) { m_clients = std::move(clients); }
+    void makeCalls() { m_calls = true; }
+
+private:
+    void useWithoutQtDBus()
+    {
+        for (int i = 0; i < 2; ++i) {
+            m_clients->start();
+            m_clients->sayOtherRequests();
+            m_clients->call();
+            // Made when there is nothing left to make it with.
+            m_clients = std::make_unique<Clients>();
+        }
+        m_clients.reset();
+        say(QStringLiteral("destroyed"));
+    }
+
+    std::unique_ptr<Clients> m_clients;
+    bool m_calls = false;
+};
+
+// clazy:excludeall=non-pod-global-static
+AtExit atExit;
+
+// Made before main() runs, if the environment says so.
+const std::unique_ptr<Clients> early =
+    qEnvironmentVariableIsSet("EARLY") ? std::make_unique<Clients>() : nullptr;
+
+int applicationComesLater(int &argc, char **argv)
+{
+    Clients clients;
+    clients.start();
+    clients.call();
+    const QCoreApplication application(argc, argv);
+    clients.sayEvents(4);
+    return 0;
+}
+
+int noApplication(int & /*argc*/, char ** /*argv*/)
+{
+    Clients clients;
+    clients.start();
+    clients.call();
+    clients.start();
+    say(clients.events().join(QStringLiteral(", ")));
+    return 0;
+}
+
+int anotherApplication(int &argc, char **argv)
+{
+    Application application;
+    application.emplace(argc, argv);
+    Clients clients;
+    clients.start();
+    clients.sayEvents(2);
+    application.reset();
+    clients.start();
+    clients.call();
+    application.emplace(argc, argv);
+    clients.sayEvents(3);
+    return 0;
+}
+
+int objectsOutliveTheApplication(int &argc, char **argv)
+{
+    Application application;
+    application.emplace(argc, argv);
+    auto clients = std::make_unique<Clients>();
+    clients->sayEvents(1);
+    clients->call();
+    application.reset();
+    clients->start();
+    clients.reset();
+    say(QStringLiteral("destroyed"));
+    return 0;
+}
+
+int staticObjects(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    auto clients = std::make_unique<Clients>();
+    clients->call();
+    clients->sayEvents(3);
+    clients->call();
+    atExit.own(std::move(clients));
+    return 0;
+}
+
+int callsInStaticDestructors(int &argc, char **argv)
+{
+    atExit.makeCalls();
+    return staticObjects(argc, argv);
+}
+
+int staticObjectsFromTheBeginning(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    early->start();
+    early->call();
+    early->sayEvents(4);
+    early->call();
+    return 0;
+}
+
+int exitInASlot(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Clients clients;
+    QObject::connect(&clients.control(), &Ostrel::Control::started, &application, [&clients] {
+        clients.call();
+        say(QStringLiteral("exit"));
+        std::exit(0); // NOLINT(concurrency-mt-unsafe)
+    });
+    clients.start();
+    clients.sayEvents(100);
+    return 1;
+}
+
+int exitInACallback(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Clients clients;
+    Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("other"));
+    invoker.onReady([&clients](const Ostrel::Error &) {
+        clients.call();
+        say(QStringLiteral("exit"));
+        std::exit(0); // NOLINT(concurrency-mt-unsafe)
+    });
+    clients.sayEvents(100);
+    return 1;
+}
+
+// They end when the thread has no event loop any more, and nothing of Qt may be left of it.
+int objectsOfAThread(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    for (int i = 0; i < 3; ++i) {
+        std::thread thread([] {
+            thread_local std::unique_ptr<Clients> clients;
+            clients = std::make_unique<Clients>();
+            clients->start();
+            clients->call();
+        });
+        thread.join();
+    }
+    say(QStringLiteral("joined"));
+    return 0;
+}
+
+// Without the event loop QtDBus does not tell that the bus has ended.
+int busEndsBeforeTheLoopRuns(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Clients clients;
+    // What kills the bus, when it is told so.
+    say(QStringLiteral("ready"));
+    std::getchar();
+    while (QDBusConnection::sessionBus().isConnected()) {
+        std::this_thread::yield();
+    }
+    clients.start();
+    clients.sayOtherRequests();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const std::vector<std::pair<const char *, Scenario>> scenarios{
+        {"applicationComesLater", applicationComesLater},
+        {"noApplication", noApplication},
+        {"anotherApplication", anotherApplication},
+        {"objectsOutliveTheApplication", objectsOutliveTheApplication},
+        {"staticObjects", staticObjects},
+        {"callsInStaticDestructors", callsInStaticDestructors},
+        {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
+        {"exitInASlot", exitInASlot},
+        {"exitInACallback", exitInACallback},
+        {"objectsOfAThread", objectsOfAThread},
+        {"busEndsBeforeTheLoopRuns", busEndsBeforeTheLoopRuns},
+        {"childExecs", childExecs},
+        {"childInheritsNothing", childInheritsNothing},
+        {"childUsesNothing", childUsesNothing},
+        {"childComesFirst", childComesFirst},
+    };
+    for (const auto &[name, run] : scenarios) {
+        if (argc > 1 && qstrcmp(argv[1], name) == 0) {
+            return run(argc, argv);
+        }
+    }
+    std::fputs("unknown\n", stderr);
+    return 2;
+}

@@ -1,0 +1,143 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include <optional>
+
+// The library around the beginning and the end of a process, and of the application object. Each
+// row is a program of its own, in lifetimes/. That nothing is used after its end, the sanitizers
+// see.
+class TestLifetimes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void programEndsWell_data();
+    void programEndsWell();
+    void busThatEndsBeforeTheLoopRunsIsNoticed();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestLifetimes::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestLifetimes::cleanup()
+{
+    m_simulator->reset();
+}
+
+void TestLifetimes::programEndsWell_data()
+{
+    QTest::addColumn<QString>("output");
+    const auto row = [](const char *program, const char *output) {
+        QTest::newRow(program) << QString::fromUtf8(output);
+    };
+    row("applicationComesLater",
+        "start 0\n"
+        "ready 0, reported 0, started, stopped 2\n");
+    // Nothing that needs an event loop comes.
+    row("noApplication",
+        "start 0\n"
+        "start 0\n"
+        "\n");
+    row("anotherApplication",
+        "start 0\n"
+        "ready 0, started\n"
+        "start 0\n"
+        "reported 0, started, stopped 2\n");
+    row("objectsOutliveTheApplication",
+        "ready 0\n"
+        "start 0\n"
+        "destroyed\n");
+    row("staticObjects", "ready 0, reported 0, stopped 2\n");
+    row("callsInStaticDestructors",
+        "ready 0, reported 0, stopped 2\n"
+        "start 1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "start 1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "1 Not connected to D-Bus server\n"
+        "destroyed\n");
+    row("staticObjectsFromTheBeginning",
+        "start 0\n"
+        "ready 0, reported 0, started, stopped 2\n");
+    row("exitInASlot",
+        "start 0\n"
+        "exit\n");
+    row("exitInACallback", "exit\n");
+    row("objectsOfAThread",
+        "start 0\n"
+        "start 0\n"
+        "start 0\n"
+        "joined\n");
+
+    // What the parent says is the same with each kind of child.
+    const QString parent = QStringLiteral("ready 0\n"
+                                          "%1"
+                                          "start 0\n"
+                                          "reported 0, started, stopped 2\n"
+                                          "%1"
+                                          "start 0\n"
+                                          "reported 0, started, stopped 2\n");
+    const QString anotherProgram = QStringLiteral("start 0\n"
+                                                  "ready 0, reported 0, started, stopped 2\n");
+    QTest::newRow("childExecs") << parent.arg(anotherProgram + QStringLiteral("child: 0\n"));
+    QTest::newRow("childInheritsNothing") << parent.arg(QStringLiteral("child: 1\n"));
+    QTest::newRow("childUsesNothing") << parent.arg(QStringLiteral("child: 7\n"));
+    row("childComesFirst",
+        "start 0\n"
+        "ready 0, started\n"
+        "child: 7\n"
+        "start 0\n"
+        "ready 0, started\n");
+}
+
+void TestLifetimes::programEndsWell()
+{
+    QFETCH(QString, output);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString program = QString::fromUtf8(QTest::currentDataTag());
+    if (program == QLatin1String("staticObjectsFromTheBeginning")) {
+        environment.insert(QStringLiteral("EARLY"), QStringLiteral("1"));
+    }
+    const Result result = run(QStringLiteral(LIFETIMES), {program}, environment);
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, output);
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
+{
+    PrivateBus bus;
+    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("busEndsBeforeTheLoopRuns")});
+    program.start();
+    QCOMPARE(program.readLine(), QStringLiteral("ready"));
+    bus.end();
+    program.write("\n");
+    QVERIFY(program.waitForFinished(patience));
+    const QString failure = QStringLiteral("1 Not connected to D-Bus server\n");
+    QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
+             QStringLiteral("start ") + failure + failure.repeated(3));
+    QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+    QCOMPARE(program.exitCode(), 0);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+}
+
+OSTREL_TEST_MAIN(TestLifetimes)
+
+#include "tst_lifetimes.moc"

@@ -1,0 +1,241 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "memory_figures.h"
+#include "outcomes.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QEventLoop>
+#include <QtCore/QTimer>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <vector>
+
+using Ostrel::ApplicationState;
+using Ostrel::Control;
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+using Ostrel::WindowManagement;
+
+// Calls without end: each gets its own answer, and nothing of them stays. OSTREL_LONG_TESTS in the
+// environment makes them ten times as many.
+class TestLoad : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void controlIsAskedOnAndOn();
+    void windowsAreReportedOnAndOn();
+    void tasksAreStoppedOnAndOn();
+    void tenThousandReportsInFlight();
+
+private:
+    const int m_count = longTests() ? 100000 : 10000;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+    std::optional<Warnings> m_warnings;
+};
+
+namespace
+{
+
+// What the allocator itself keeps for later. A piece of memory for each call, however small, would
+// be three times as much in the short form.
+constexpr qint64 mayStay = 100000;
+
+// Makes one call after the other, each when the last has been answered, and counts those answered.
+class Sequence
+{
+public:
+    Sequence(int count, std::function<void(int)> call)
+        : m_count(count)
+        , m_call(std::move(call))
+    {
+    }
+
+    void answered()
+    {
+        if (++m_done < m_count) {
+            m_call(m_done);
+        } else {
+            m_loop.quit();
+        }
+    }
+
+    // Runs it to its end. It may take long, but not without getting on. QTest's own waiting would
+    // sleep between the calls.
+    bool run()
+    {
+        int seen = 0;
+        QTimer watch;
+        QObject::connect(&watch, &QTimer::timeout, &m_loop, [this, &seen] {
+            if (seen == m_done) {
+                m_loop.quit();
+            }
+            seen = m_done;
+        });
+        watch.start(patience);
+        m_call(0);
+        m_loop.exec();
+        return m_done == m_count;
+    }
+
+private:
+    int m_count;
+    int m_done = 0;
+    std::function<void(int)> m_call;
+    QEventLoop m_loop;
+};
+
+} // namespace
+
+void TestLoad::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    m_warnings.emplace();
+}
+
+void TestLoad::cleanup()
+{
+    m_simulator->reset();
+    QCOMPARE(m_warnings->texts(), QStringList());
+}
+
+void TestLoad::controlIsAskedOnAndOn()
+{
+    Control control;
+    const auto ask = [&control](int count) {
+        for (int i = 0; i < count; ++i) {
+            const QString id = QStringLiteral("none.%1").arg(i);
+            const Error error = control.terminate(id);
+            if (error.code() != Error::ApplicationNotRunning || !error.message().contains(id)) {
+                qFatal("call %d: %s", i, qPrintable(text(error)));
+            }
+        }
+        // What the bus has told meanwhile.
+        QCoreApplication::processEvents();
+    };
+    // The first ones fill what is kept for later.
+    ask(1000);
+    MemoryFigures figures;
+    ask(m_count);
+    const qint64 growth = figures.growth();
+    figures.print(QStringLiteral("%1 calls of Control, one after the other").arg(m_count));
+    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+}
+
+void TestLoad::windowsAreReportedOnAndOn()
+{
+    WindowManagement windows;
+    const auto report = [this, &windows](int count) {
+        Sequence *all = nullptr;
+        Sequence sequence(count, [&](int i) {
+            windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this,
+                                       [&all, i](ApplicationState state, const Error &error) {
+                                           if (error || quint32(state) != quint32(i)) {
+                                               qFatal("call %d: %u %s", i, quint32(state),
+                                                      qPrintable(text(error)));
+                                           }
+                                           all->answered();
+                                       });
+        });
+        all = &sequence;
+        return sequence.run() && QTest::qWaitFor([this] { return children().isEmpty(); }, patience);
+    };
+    QVERIFY(report(1000));
+    MemoryFigures figures;
+    QVERIFY(report(m_count));
+    const qint64 growth = figures.growth();
+    figures.print(QStringLiteral("%1 calls of WindowManagement, one after the other").arg(m_count));
+    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+}
+
+void TestLoad::tasksAreStoppedOnAndOn()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(!waitUntilReady(invoker));
+    const auto stop = [&invoker](int count) {
+        Sequence *all = nullptr;
+        Sequence sequence(count, [&](int i) {
+            const QString name = QStringLiteral("none.%1").arg(i);
+            invoker.stop(name, [&all, i, name](const Error &error) {
+                if (error.code() != Error::HandlerNotFound || !error.message().contains(name)) {
+                    qFatal("call %d: %s", i, qPrintable(text(error)));
+                }
+                all->answered();
+            });
+        });
+        all = &sequence;
+        return sequence.run()
+            && QTest::qWaitFor([&invoker] { return invoker.children().isEmpty(); }, patience);
+    };
+    QVERIFY(stop(1000));
+    MemoryFigures figures;
+    QVERIFY(stop(m_count));
+    const qint64 growth = figures.growth();
+    figures.print(QStringLiteral("%1 calls of TaskInvoker, one after the other").arg(m_count));
+    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+}
+
+void TestLoad::tenThousandReportsInFlight()
+{
+    constexpr int count = 10000;
+    WindowManagement windows;
+    const auto report = [&] {
+        std::vector<int> answers(count, 0);
+        QVector<int> order;
+        order.reserve(count);
+        m_simulator->windowStatus().holdNext(count);
+        for (int i = 0; i < count; ++i) {
+            windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this,
+                                       [&, i](ApplicationState state, const Error &error) {
+                                           if (error || quint32(state) != quint32(i)) {
+                                               qFatal("call %d: %u", i, quint32(state));
+                                           }
+                                           ++answers.at(static_cast<std::size_t>(i));
+                                           order.append(i);
+                                       });
+        }
+        m_simulator->windowStatus().waitForHeld(count);
+        QCOMPARE(order.size(), 0);
+        // The last call is answered first.
+        QList<uint> reversed;
+        for (uint i = count; i > 0; --i) {
+            reversed.append(i - 1);
+        }
+        m_simulator->windowStatus().release(reversed);
+        QVERIFY(QTest::qWaitFor([&] { return order.size() >= count; }, patience));
+        // No second answer is behind these.
+        Outcomes marker;
+        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, marker.callback());
+        QVERIFY(marker.waitFor(1));
+        QCOMPARE(answers, std::vector<int>(count, 1));
+        QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
+        QTRY_VERIFY_WITH_TIMEOUT(children().isEmpty(), patience);
+    };
+    report();
+    MemoryFigures figures;
+    report();
+    const qint64 growth = figures.growth();
+    figures.print(QStringLiteral("10,000 calls of WindowManagement in flight"));
+    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+}
+
+OSTREL_TEST_MAIN(TestLoad)
+
+#include "tst_load.moc"

@@ -1,0 +1,122 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "control_events.h"
+#include "memory_figures.h"
+#include "outcomes.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <QtDBus/QDBusServiceWatcher>
+#include <QtTest/QSignalSpy>
+
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+using Ostrel::WindowManagement;
+
+// A service that ends and comes back, again and again, under objects that stay. OSTREL_LONG_TESTS
+// in the environment makes it ten times as often.
+class TestLoadRestarts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void everyServiceIsHeardAndAnswers();
+
+private:
+    // Starts the service, and returns when QtDBus knows it: what comes earlier, it drops.
+    void startService();
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestLoadRestarts::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestLoadRestarts::startService()
+{
+    QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME), QDBusConnection::sessionBus(),
+                                QDBusServiceWatcher::WatchForRegistration);
+    QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
+    m_simulator->start();
+    QTRY_COMPARE_WITH_TIMEOUT(owned.size(), 1, patience);
+}
+
+void TestLoadRestarts::everyServiceIsHeardAndAnswers()
+{
+    const int restarts = longTests() ? 200 : 20;
+    const Warnings warnings;
+    startService();
+    Control control;
+    const ControlEvents signalsOfControl(control);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(!waitUntilReady(invoker));
+    Events events;
+    events.watch(invoker);
+    // One of them: each keeps its proxy for ever.
+    WindowManagement windows;
+    QStringList expectedSignals;
+    QStringList expectedEvents;
+
+    std::optional<MemoryFigures> figures;
+    for (int i = 0; i < restarts; ++i) {
+        const QString number = QString::number(i);
+        // A call that is lost with the service.
+        m_simulator->windowStatus().holdNext(1);
+        Outcomes outcomes;
+        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
+        m_simulator->windowStatus().waitForHeld(1);
+        QCOMPARE(m_simulator->end(), 0);
+        QVERIFY(outcomes.waitFor(1));
+        QCOMPARE(outcomes.at(0).error.code(), Error::Failed);
+        QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::Failed);
+
+        startService();
+        // The signals of the new one, to all that were there before.
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
+                                QStringLiteral("SelectedByOom"), {number});
+        expectedSignals.append(QStringLiteral("oom ") + number);
+        emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
+                              QStringLiteral("1 ActiveTasks a(sia{sv}) 1 t%1 %1 0").arg(number));
+        expectedEvents.append(QStringLiteral("active [t%1 %1 {}]").arg(number));
+        QVERIFY(signalsOfControl.waitFor(expectedSignals.last()));
+        QVERIFY(events.waitFor(expectedEvents.size()));
+
+        // Its answers. It has to be told of the task type again, by another invoker.
+        windows.updateWindowStatus(QStringLiteral("w"), i, 2, 3, this, outcomes.callback());
+        QVERIFY(outcomes.waitFor(2));
+        QCOMPARE(outcomes.at(1).state, quint32(i));
+        QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::ApplicationNotRunning);
+        TaskInvoker another(TaskInvoker::SessionBus, QStringLiteral("other"));
+        QVERIFY(!waitUntilReady(another));
+        if (i == 0) {
+            figures.emplace();
+        }
+    }
+    const qint64 growth = figures->growth() / restarts;
+    figures->print(QStringLiteral("%1 restarts of the service").arg(restarts - 1));
+    QCOMPARE(signalsOfControl.all(), expectedSignals);
+    QCOMPARE(events.all(), expectedEvents);
+    QCOMPARE(warnings.texts(), QStringList());
+    // The lists of this test alone take some of it.
+    QVERIFY2(growth < 2048, qPrintable(QString::number(growth)));
+}
+
+OSTREL_TEST_MAIN(TestLoadRestarts)
+
+#include "tst_load_restarts.moc"

@@ -1,0 +1,124 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <dlfcn.h>
+#include <optional>
+
+// Plugins that use the library come and go. QtDBus goes on knowing what the library has registered
+// and the objects that it keeps, so that the library itself has to stay.
+class TestUnloading : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void pluginsComeAndGo();
+    void whatIsLeftBehindGoesOn();
+    void hostNeedNotKnowQt();
+
+private:
+    // Loads the plugin, has it use the library, and unloads it.
+    static void usePlugin();
+    // Has the service send each signal to whoever listens, and lets them arrive.
+    void sendSignals() const;
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+namespace
+{
+
+bool isLoaded(const char *file)
+{
+    void *loaded = dlopen(file, RTLD_NOW | RTLD_NOLOAD);
+    if (loaded != nullptr) {
+        dlclose(loaded);
+    }
+    return loaded != nullptr;
+}
+
+} // namespace
+
+void TestUnloading::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestUnloading::usePlugin()
+{
+    void *plugin = dlopen(TEST_PLUGIN, RTLD_NOW);
+    QVERIFY2(plugin != nullptr, dlerror());
+    const auto use = reinterpret_cast<int (*)()>(dlsym(plugin, "useLibrary"));
+    QVERIFY(use != nullptr);
+    QCOMPARE(use(), 4);
+    QCOMPARE(dlclose(plugin), 0);
+    QVERIFY(!isLoaded(TEST_PLUGIN));
+    QVERIFY(isLoaded(LIBRARY));
+}
+
+void TestUnloading::sendSignals() const
+{
+    const QVariantMap details{{QStringLiteral("State"), 3U}};
+    for (const char *member : {"Started", "Terminated", "StateChanged"}) {
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
+                                QString::fromLatin1(member), {QStringLiteral("id"), details});
+    }
+    // Its answer is behind them.
+    QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+    QCoreApplication::processEvents();
+}
+
+void TestUnloading::pluginsComeAndGo()
+{
+    const Warnings warnings;
+    QVERIFY(!isLoaded(LIBRARY));
+    for (int i = 0; i < 10; ++i) {
+        usePlugin();
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+    }
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+// The shared Control hears the signals, and the proxies that the service has another owner.
+void TestUnloading::whatIsLeftBehindGoesOn()
+{
+    usePlugin();
+    sendSignals();
+    m_simulator->end();
+    m_simulator->start();
+    sendSignals();
+    // Qt makes one of its own from the registration.
+    const int type = QMetaType::type("QVector<RunningApplication>");
+    QVERIFY(type != QMetaType::UnknownType);
+    QVariant made(type, nullptr);
+    QVERIFY(made.isValid());
+    QCOMPARE(made.value<QSequentialIterable>().size(), 0);
+    usePlugin();
+}
+
+void TestUnloading::hostNeedNotKnowQt()
+{
+    const Result result =
+        run(QStringLiteral(BARE_HOST), {QStringLiteral(TEST_PLUGIN), QStringLiteral("5")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, QStringLiteral("4\n4\n4\n4\n4\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+OSTREL_TEST_MAIN(TestUnloading)
+
+#include "tst_unloading.moc"
