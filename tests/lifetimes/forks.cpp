@@ -52,9 +52,8 @@ int withChild(int &argc, char **argv, const std::function<void()> &function)
 
 int childExecs(int &argc, char **argv)
 {
-    return withChild(argc, argv, [argv] {
-        ::execl(argv[0], argv[0], "applicationComesLater", nullptr);
-    });
+    return withChild(argc, argv,
+                     [argv] { ::execl(argv[0], argv[0], "applicationComesLater", nullptr); });
 }
 
 // Not the connection to the bus either.

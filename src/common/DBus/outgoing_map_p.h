@@ -61,11 +61,12 @@ template <typename... Arguments> QDBusError makeSendable(Arguments &&...argument
 template <typename... Arguments>
 QDBusError prepareCall(const QDBusConnection &bus, Arguments &&...arguments)
 {
-    if (!bus.isConnected()) {
-        return QDBusError(QDBusError::Disconnected,
-                          QStringLiteral("Not connected to D-Bus server"));
+    QDBusError error = makeSendable(std::forward<Arguments>(arguments)...);
+    if (!error.isValid() && !bus.isConnected()) {
+        error =
+            QDBusError(QDBusError::Disconnected, QStringLiteral("Not connected to D-Bus server"));
     }
-    return makeSendable(std::forward<Arguments>(arguments)...);
+    return error;
 }
 
 } // namespace Ostrel
