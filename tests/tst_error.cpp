@@ -153,6 +153,11 @@ void TestError::mapsBusErrorNames_data()
     service(".HandlerFailed", 1);
     service(".ErrorX.HandlerFailed", 1);
 
+    // Without a prefix they mean nothing either.
+    for (const char *name : {"HandlerNotFound", "NotSupported", "AccessDenied"}) {
+        QTest::newRow(name) << QString::fromLatin1(name) << 1;
+    }
+
     const auto standard = [](const char *name, int code) {
         QTest::newRow(name) << QString::fromLatin1(name) << code;
     };

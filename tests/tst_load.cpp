@@ -34,9 +34,9 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void controlIsAskedOnAndOn();
+    void controlIsAskedOnAndOn() const;
     void windowsAreReportedOnAndOn();
-    void tasksAreStoppedOnAndOn();
+    void tasksAreStoppedOnAndOn() const;
     void tenThousandReportsInFlight();
 
 private:
@@ -116,7 +116,7 @@ void TestLoad::cleanup()
     QCOMPARE(m_warnings->texts(), QStringList());
 }
 
-void TestLoad::controlIsAskedOnAndOn()
+void TestLoad::controlIsAskedOnAndOn() const
 {
     Control control;
     const auto ask = [&control](int count) {
@@ -165,7 +165,7 @@ void TestLoad::windowsAreReportedOnAndOn()
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
-void TestLoad::tasksAreStoppedOnAndOn()
+void TestLoad::tasksAreStoppedOnAndOn() const
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     QVERIFY(!waitUntilReady(invoker));

@@ -4,24 +4,24 @@
 // A program that knows nothing of Qt: loads a plugin, has it use the library and unloads it, again
 // and again.
 
-#include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <iostream>
 
 int main(int argc, char **argv)
 {
-    const int rounds = argc > 2 ? std::atoi(argv[2]) : 0;
-    for (int i = 0; i < rounds; ++i) {
+    const long rounds = argc > 2 ? std::strtol(argv[2], nullptr, 10) : 0;
+    for (long i = 0; i < rounds; ++i) {
         void *plugin = dlopen(argv[1], RTLD_NOW);
         if (plugin == nullptr) {
-            std::fprintf(stderr, "%s\n", dlerror());
+            std::cerr << dlerror() << std::endl;
             return 1;
         }
         const auto use = reinterpret_cast<int (*)()>(dlsym(plugin, "useLibrary"));
-        std::printf("%d\n", use());
+        std::cout << use() << std::endl;
         dlclose(plugin);
         if (dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) != nullptr) {
-            std::fputs("the plugin stays\n", stderr);
+            std::cerr << "the plugin stays" << std::endl;
             return 1;
         }
     }

@@ -11,13 +11,12 @@
 #include <QtCore/QStringList>
 #include <QtTest/QTest>
 
-#include <cstdio>
+#include <iostream>
 
 // Writes a line at once: the process may end in any way.
 inline void say(const QString &line)
 {
-    std::puts(qPrintable(line));
-    std::fflush(stdout);
+    std::cout << qPrintable(line) << std::endl;
 }
 
 // One of each client, and what they tell.

@@ -188,7 +188,7 @@ int busEndsBeforeTheLoopRuns(int &argc, char **argv)
     Clients clients;
     // What kills the bus, when it is told so.
     say(QStringLiteral("ready"));
-    std::getchar();
+    std::cin.get();
     while (QDBusConnection::sessionBus().isConnected()) {
         std::this_thread::yield();
     }
@@ -223,6 +223,6 @@ int main(int argc, char **argv)
             return run(argc, argv);
         }
     }
-    std::fputs("unknown\n", stderr);
+    std::cerr << "unknown" << std::endl;
     return 2;
 }

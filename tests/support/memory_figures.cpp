@@ -29,7 +29,7 @@ qint64 status(const QByteArray &name)
 qint64 allocated()
 {
     const struct mallinfo2 info = mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
+    return static_cast<qint64>(info.uordblks) + static_cast<qint64>(info.hblkhd);
 }
 
 // The peak counts from here on. Where the system forbids that, it counts from the beginning.
