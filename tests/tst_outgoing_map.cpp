@@ -67,12 +67,30 @@ using Maps = QList<QVariantMap>;
 using NamedMaps = QMap<QString, QVariantMap>;
 using NamedVariants = QMap<QString, QDBusVariant>;
 
+// A caller's own type that writes nothing, so that Qt knows no type for it.
+struct Nothing
+{
+};
+using Nothings = QList<Nothing>;
+
+QDBusArgument &operator<<(QDBusArgument &argument, Nothing /*nothing*/)
+{
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Nothing & /*nothing*/)
+{
+    return argument;
+}
+
 QVariantMap mapOf(const QVariant &value)
 {
     return {{QStringLiteral("key"), value}};
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Nothing)
 
 // The maps that callers hand over: what can be sent arrives, and what cannot be sent is found
 // before it costs the process its life or its bus.
@@ -90,6 +108,7 @@ private Q_SLOTS:
     void jsonValuesAreReplaced();
     void unsendableValuesAreFound_data();
     void unsendableValuesAreFound();
+    void descriptorsMayStandApartFromJson();
     void deepestValuesArrive_data();
     void deepestValuesArrive();
     void tooDeepValuesAreFound_data();
@@ -118,6 +137,11 @@ void TestOutgoingMap::initTestCase()
     Ostrel::registerDBusTypes();
     qDBusRegisterMetaType<Maps>();
     qDBusRegisterMetaType<NamedMaps>();
+    qDBusRegisterMetaType<Nothing>();
+    qDBusRegisterMetaType<Nothings>();
+    // Qt complains of the types once.
+    QDBusMetaType::typeToSignature(qMetaTypeId<Nothing>());
+    QDBusMetaType::typeToSignature(qMetaTypeId<Nothings>());
     qDBusRegisterMetaType<NamedVariants>();
     qDBusRegisterMetaType<QList<Maps>>();
     qDBusRegisterMetaType<QList<QStringList>>();
@@ -271,6 +295,10 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     several << 1 << QStringLiteral("x");
     row("argument of several values", QVariant::fromValue(several),
         "\"key\" holds several values of type QDBusArgument");
+    row("what writes nothing", QVariant::fromValue(Nothing()),
+        "\"key\" holds a value of type Nothing");
+    row("list of it", QVariant::fromValue(Nothings()),
+        "\"key\" holds a value of type QList<Nothing>");
     row("in a map", inMaps(QVariant(), 1), "\"inner\" holds a value of type none");
     row("in a list", QVariantList{1, QVariant(1.5F)}, "\"key\" holds a value of type float");
     row("in a hash", QVariantHash{{QStringLiteral("k"), QVariant()}},
@@ -306,6 +334,20 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     row("in active tasks",
         QVariant::fromValue(QVector<Ostrel::ActiveTask>{{{}, 0, {}}, {{}, 0, bad}}), found);
     row("JSON null", QJsonValue(QJsonValue::Null), "\"key\" holds a value of type QJsonValue");
+
+    const QVariantMap beside{
+        {QStringLiteral("j"), QJsonValue(1)},
+        {QStringLiteral("h"), QVariant::fromValue(QDBusUnixFileDescriptor(0))}};
+    row("descriptor beside JSON in a list of maps", QVariant::fromValue(Maps{beside}),
+        "\"key\" holds a file descriptor beside JSON, in a value of type QList<QVariantMap>");
+    row("descriptor beside JSON in a map of maps",
+        QVariant::fromValue(NamedMaps{{QStringLiteral("n"), beside}}),
+        "\"key\" holds a file descriptor beside JSON, in a value of type "
+        "QMap<QString,QVariantMap>");
+    row("descriptor beside JSON in active tasks",
+        QVariant::fromValue(QVector<Ostrel::ActiveTask>{{{}, 0, beside}}),
+        "\"key\" holds a file descriptor beside JSON, in a value of type "
+        "QVector<Ostrel::ActiveTask>");
 }
 
 void TestOutgoingMap::unsendableValuesAreFound()
@@ -318,6 +360,24 @@ void TestOutgoingMap::unsendableValuesAreFound()
     const QDBusError error = Ostrel::makeSendable(map);
     QCOMPARE(error.name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QTEST(error.message(), "message");
+    QCOMPARE(warnings.texts(), QStringList());
+}
+
+// Not in what JSON has to be put into anew.
+void TestOutgoingMap::descriptorsMayStandApartFromJson()
+{
+    const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(0));
+    const QVariantMap json = oneEntry(QJsonValue(1));
+    QVariantMap map{
+        {QStringLiteral("a"), QVariant::fromValue(Maps{oneEntry(descriptor)})},
+        {QStringLiteral("b"), QVariantList{descriptor, QVariant::fromValue(Maps{json})}},
+        {QStringLiteral("c"),
+         QVariantMap{{QStringLiteral("h"), descriptor}, {QStringLiteral("j"), QJsonValue(1)}}},
+        {QStringLiteral("d"), QVariant::fromValue(NamedMaps{{QStringLiteral("n"), json}})}};
+    const Warnings warnings;
+    const QDBusError error = Ostrel::makeSendable(map);
+    QCOMPARE(error.message(), QString());
+    QVERIFY(sent(map).startsWith(QStringLiteral("4 \"a\" aa{sv} 1 1 \"k\" h ")));
     QCOMPARE(warnings.texts(), QStringList());
 }
 

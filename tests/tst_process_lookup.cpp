@@ -158,6 +158,8 @@ void TestProcessLookup::lines_data()
 
     row("instance", good, viewer, seventh);
     row("app", "4:memory:/ostrel-helper/demo.Viewer/app\n", viewer, viewer);
+    row("no other components", "4:memory:/ostrel-helper.App/app\n",
+        QStringLiteral("ostrel-helper.App"), QStringLiteral("ostrel-helper.App"));
     row("below other components", "4:memory:/a/b/ostrel-helper/c/demo.Viewer/app\n", viewer,
         viewer);
     row("instance of any name behind the underscore",

@@ -73,6 +73,7 @@ void TestReadingApplications::readOneApplication_data()
             {"(siuua{sv})", "a -1 2 3 1 k s v", "a -1 2 3 {k=v}"},
             {"(siuua{sv})", "a 1 4294967295 4294967294 0", "a 1 4294967295 4294967294 {}"},
             {"(siuua{sv}s)", "a 1 2 3 0 more", "a 1 2 3 {}"},
+            {"(siuua{sv})", "a 1 2 3 2 k s v k s w", "a 1 2 3 {k=w,k=v}"},
             {"(s)", "a", "a 0 0 0 {}"},
             {"(si)", "a 1", "a 1 0 0 {}"},
             {"(siuu)", "a 1 2 3", "a 1 2 3 {}"},

@@ -112,8 +112,11 @@ void TestUnloading::whatIsLeftBehindGoesOn()
 
 void TestUnloading::hostNeedNotKnowQt()
 {
-    const Result result =
-        run(QStringLiteral(BARE_HOST), {QStringLiteral(TEST_PLUGIN), QStringLiteral("5")});
+    // QtDBus loses what it is about when the process ends, now and then.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    const Result result = run(QStringLiteral(BARE_HOST),
+                              {QStringLiteral(TEST_PLUGIN), QStringLiteral("5")}, environment);
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, QStringLiteral("4\n4\n4\n4\n4\n"));
     QCOMPARE(result.exitStatus, 0);

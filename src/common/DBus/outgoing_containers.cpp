@@ -47,6 +47,7 @@ OutgoingWalk::Outcome OutgoingWalk::elements(const QVariant &value, const char *
     }
 
     Outcome result = Unchanged;
+    const int descriptorsBefore = m_descriptors;
     QVariantList sent;
     for (QVariant element : elements) {
         const Outcome outcome = this->element(element, elementSignature, containers + 1);
@@ -59,6 +60,9 @@ OutgoingWalk::Outcome OutgoingWalk::elements(const QVariant &value, const char *
         sent.append(element);
     }
     if (result == Replaced) {
+        if (m_descriptors != descriptorsBefore) {
+            return unsendableDescriptor(value);
+        }
         // A container of this type has no place for what replaces a value; the message has.
         QDBusArgument argument;
         argument.beginArray((*elements.begin()).userType());
@@ -82,6 +86,7 @@ OutgoingWalk::Outcome OutgoingWalk::pairs(const QVariant &value, const char *sig
     m_size.addLength();
 
     Outcome result = Unchanged;
+    const int descriptorsBefore = m_descriptors;
     QVariantList keys;
     QVariantList values;
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
@@ -102,6 +107,9 @@ OutgoingWalk::Outcome OutgoingWalk::pairs(const QVariant &value, const char *sig
         values.append(content);
     }
     if (result == Replaced) {
+        if (m_descriptors != descriptorsBefore) {
+            return unsendableDescriptor(value);
+        }
         QDBusArgument argument;
         argument.beginMap(entries.begin().key().userType(), entries.begin().value().userType());
         for (int i = 0; i < keys.size(); ++i) {

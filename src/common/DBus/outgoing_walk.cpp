@@ -85,10 +85,6 @@ OutgoingWalk::Outcome OutgoingWalk::type(const QVariant &value, const char *sign
     if (nesting.isTooDeep() || containers + nesting.containers > maximumContainers) {
         return tooDeep(value);
     }
-    // A list of what has no type for the bus has half of one.
-    if (rest[-1] == 'a') {
-        return unsendable(value);
-    }
     // A variant holds one value; an argument may have been given several.
     if (*rest != '\0') {
         return unsendable(QStringLiteral("holds several values"), value);
@@ -140,6 +136,7 @@ OutgoingWalk::Outcome OutgoingWalk::content(const QVariant &value, const char *s
     }
     if (type == qMetaTypeId<QDBusUnixFileDescriptor>()) {
         m_size.addNumber(4);
+        ++m_descriptors;
         return contentOf<QDBusUnixFileDescriptor>(value).isValid() ? Unchanged : unsendable(value);
     }
     if (*signature == 'a' && value.canConvert<QVariantList>()) {
@@ -261,6 +258,13 @@ OutgoingWalk::Outcome OutgoingWalk::unsendable(const QString &what, const QVaria
             .arg(m_key, what,
                  value.isValid() ? QString::fromLatin1(value.typeName()) : QStringLiteral("none"));
     return Unsendable;
+}
+
+// What replaces a container of one type is a QDBusArgument, which takes a file descriptor only
+// when it is part of a message already.
+OutgoingWalk::Outcome OutgoingWalk::unsendableDescriptor(const QVariant &value)
+{
+    return unsendable(QStringLiteral("holds a file descriptor beside JSON, in a value"), value);
 }
 
 } // namespace Ostrel

@@ -77,11 +77,13 @@ private:
     Outcome tooDeep(const QVariant &value);
     Outcome unsendable(const QVariant &value);
     Outcome unsendable(const QString &what, const QVariant &value);
+    Outcome unsendableDescriptor(const QVariant &value);
 
     MessageSize m_size;
     const qint64 m_room;
     QString m_key;
     QString m_problem;
+    int m_descriptors = 0; // so many file descriptors have been met
     bool m_isTooLarge = false;
 };
 

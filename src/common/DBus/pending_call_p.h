@@ -18,15 +18,8 @@ namespace Ostrel
 // never after context is gone. Reply is a QDBusPendingReply, whose types the answer has to match;
 // another answer arrives as an error. The handler may delete anything, context included.
 template <typename Reply, typename Handler>
-void watchPendingCall(QDBusPendingCall call, const QObject *context, Handler handler)
+void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Handler handler)
 {
-    // A call on a connection that never was has failed already, without the parts that would tell
-    // a watcher so. A call that is made from its error has them. An error that has come from
-    // somebody by now is left alone: it may carry values, which would be lost.
-    if (call.isFinished() && call.isError() && call.reply().arguments().isEmpty()) {
-        call = QDBusPendingCall::fromError(call.error());
-    }
-
     // An object cannot have a parent in another thread. There the watcher follows context by hand.
     const bool elsewhere = context != nullptr && context->thread() != QThread::currentThread();
     auto *watcher =

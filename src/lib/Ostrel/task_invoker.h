@@ -164,8 +164,9 @@ public:
      *                    message can hold, wherever in lists and maps it stands, fails the call
      *                    before it is sent: an invalid QVariant, a value of a type that is not
      *                    registered with QtDBus, a JSON null, an empty object path or signature, an
-     *                    invalid file descriptor, one that is more than 64 containers deep, or one
-     *                    that makes a map larger than 64 MiB or the message larger than 128 MiB.
+     *                    invalid file descriptor or one beside JSON in a list or map of one type,
+     *                    one that is more than 64 containers deep, or one that makes a map larger
+     *                    than 64 MiB or the message larger than 128 MiB.
      *                    What a QDBusArgument or a structure of the caller's own writes is not
      *                    looked into: that it fits into a message is the caller's duty, and another
      *                    one ends the process or its connection to the bus.
