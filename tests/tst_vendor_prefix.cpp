@@ -36,6 +36,7 @@ Result configure(const QString &folder, const QString &prefix)
                {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"),
                 QStringLiteral(SOURCE_DIR), QStringLiteral("-B"), folder,
                 QStringLiteral("-DBUILD_TESTING=OFF"), QStringLiteral("-DCMAKE_BUILD_TYPE=Debug"),
+                QStringLiteral("-DCMAKE_CXX_FLAGS_DEBUG=-O0"),
                 QStringLiteral("-DOSTREL_VENDOR_PREFIX=") + prefix});
 }
 
