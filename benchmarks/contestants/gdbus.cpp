@@ -90,7 +90,7 @@ Variant callAndWait(const char *method, GVariant *arguments, const char *type)
     GError *error = nullptr;
     GVariant *reply = g_dbus_connection_call_sync(
         bus, OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, method, arguments,
-        G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+        G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE, G_MAXINT, nullptr, &error);
     return checked(reply, error, method);
 }
 
@@ -98,7 +98,8 @@ void call(const std::string &path, const char *interface, const char *method, GV
           const char *type, GAsyncReadyCallback done, void *data)
 {
     g_dbus_connection_call(bus, OSTREL_SERVICE_NAME, path.c_str(), interface, method, arguments,
-                           G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, done, data);
+                           G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE, G_MAXINT, nullptr, done,
+                           data);
 }
 
 Variant finish(GAsyncResult *result, const char *what)

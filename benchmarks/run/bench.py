@@ -39,8 +39,17 @@ def merge(results, more):
             results[contestant].setdefault(row, {}).update(figures)
 
 
+def count_one(programs, contestant, rows):
+    """What is counted of a contestant. One that cannot be counted does not spoil the others."""
+    try:
+        return count(programs, contestant, rows)
+    except RuntimeError as error:
+        print(f'Nothing is counted of {contestant}: {error}')
+        return {}
+
+
 def count_all(programs, contestants, rows):
-    counted = at_once(lambda contestant: count(programs, contestant, rows), contestants)
+    counted = at_once(lambda contestant: count_one(programs, contestant, rows), contestants)
     clients = [contestant for contestant in contestants if contestant != 'read']
     first = at_once(lambda contestant: count_first_call(programs, contestant), clients)
     results = dict(zip(contestants, counted))

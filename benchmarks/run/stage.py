@@ -56,7 +56,9 @@ class Stage:
         (folder / 'proc' / '4711' / 'cgroup').write_text(CONTROL_GROUPS)
         self.environment.update(
             OSTREL_ROOTFS=str(folder), BENCHMARK_DESK=str(folder / 'desk'),
-            HOME=str(folder), XDG_RUNTIME_DIR=str(folder))
+            HOME=str(folder), XDG_RUNTIME_DIR=str(folder),
+            # Under Valgrind the answers to many calls come late.
+            SYSTEMD_BUS_TIMEOUT=f'{PATIENCE}s')
         self.environment['DBUS_SESSION_BUS_ADDRESS'] = self._start(
             'dbus-daemon', f'--config-file={TREE}/scripts/private-bus.conf',
             f'--address=unix:path={folder}/bus', '--nofork', '--nopidfile', '--nosyslog',
