@@ -18,7 +18,8 @@ OTHERS = {
     'make invokers': {'instructions': 1.55, 'allocations': 1.6},
     # Less than Qt's classes for files, by far.
     'process lookup': {'instructions': 0.4, 'allocations': 0.1},
-    'first call': {'instructions': 1.02},
+    # A client is made for it, and the types are registered.
+    'first call': {'instructions': 1.08},
 }
 
 # Processor time, where there is no reason to expect more; the noise comes on top.

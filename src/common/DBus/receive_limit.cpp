@@ -5,18 +5,34 @@
 
 #include <QtCore/QLibrary>
 
+#include <dlfcn.h>
 #include <limits>
 
 namespace Ostrel
 {
 
+namespace
+{
+
+using SetLimit = void (*)(void *connection, long bytes);
+
+// QtDBus has loaded libdbus, and its connection is one of libdbus'; neither Qt nor this library
+// passes the setting on.
+SetLimit findSetLimit()
+{
+    const char *const name = "dbus_connection_set_max_received_size";
+    if (void *found = dlsym(RTLD_DEFAULT, name)) {
+        return reinterpret_cast<SetLimit>(found);
+    }
+    // A QtDBus that is not linked with it. This takes a hundred times as long.
+    return reinterpret_cast<SetLimit>(QLibrary::resolve(QStringLiteral("dbus-1"), 3, name));
+}
+
+} // namespace
+
 void liftReceiveLimit(const QDBusConnection &bus)
 {
-    // QtDBus has loaded the library, and its connection is one of libdbus'; neither Qt nor this
-    // library passes the setting on.
-    using SetLimit = void (*)(void *connection, long bytes);
-    static const auto setLimit = reinterpret_cast<SetLimit>(
-        QLibrary::resolve(QStringLiteral("dbus-1"), 3, "dbus_connection_set_max_received_size"));
+    static const SetLimit setLimit = findSetLimit();
 
     void *connection = bus.internalPointer();
     if (setLimit != nullptr && connection != nullptr) {
