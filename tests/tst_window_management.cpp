@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "error_names.h"
 #include "outcomes.h"
 #include "simulator.h"
 #include "test_main.h"
@@ -228,28 +229,13 @@ void TestWindowManagement::otherRepliesAreFailures()
 
 void TestWindowManagement::serviceErrorsAreMapped_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("code");
-
-    const QString service = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
-    const QString standard = QStringLiteral("org.freedesktop.DBus.Error.");
-    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
-    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
-    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
-    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
-    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
-    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
-    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
-    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
-    QTest::newRow("ApplicationNotRunning")
-        << service + QStringLiteral("ApplicationNotRunning") << 8;
-    QTest::newRow("ApplicationAlreadyRunning")
-        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
+    addErrorNames();
+    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
+    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
     QTest::newRow("the service's AccessDenied") << service + QStringLiteral("AccessDenied") << 1;
     QTest::newRow("the standard's HandlerFailed")
         << standard + QStringLiteral("HandlerFailed") << 1;
     QTest::newRow("UnknownMethod") << standard + QStringLiteral("UnknownMethod") << 1;
-    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
     QTest::newRow("prefix twice") << service + service + QStringLiteral("HandlerFailed") << 3;
 }
 

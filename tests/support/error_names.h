@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_ERROR_NAMES_H
+#define TESTS_ERROR_NAMES_H
+
+#include "DBus/names_p.h"
+
+#include <QtTest/QTest>
+
+// Rows with the names of the bus errors that have codes, and one that has none.
+inline void addErrorNames()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("code");
+    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
+    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
+    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
+    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
+    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
+    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
+    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
+    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
+    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
+    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
+    QTest::newRow("ApplicationNotRunning")
+        << service + QStringLiteral("ApplicationNotRunning") << 8;
+    QTest::newRow("ApplicationAlreadyRunning")
+        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
+    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
+}
+
+#endif
