@@ -5,9 +5,11 @@
 """Breaks the library on purpose, one place at a time, and shows which test notices.
 
 Usage: mutate.py SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
+       mutate.py --verify
 
 The tree is copied into the folder and built there; the tree itself stays as it is. What no test
-notices is named at the end, and makes this fail.
+notices is named at the end, and makes this fail. With --verify it only looks whether each of the
+places still stands there, and once.
 """
 
 import filecmp
@@ -80,6 +82,15 @@ def verdict(scratch, tests):
     return (noticed, True) if noticed else ('NO TEST NOTICES', False)
 
 
+def missing_places():
+    """Where the list of mutations no longer fits the tree, a line each."""
+    for name, (_, mutations) in MUTATIONS.items():
+        source = (ROOT / name).read_text()
+        for before, _ in mutations:
+            if source.count(before) != 1:
+                yield f'{name}: stands there {source.count(before)} times: {before}'
+
+
 def one_line(text):
     return ' '.join(text.split())
 
@@ -87,6 +98,10 @@ def one_line(text):
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
+    if missing := list(missing_places()):
+        sys.exit('\n'.join(missing))
+    if sys.argv[1] == '--verify':
+        return 0
     scratch = Path(sys.argv[1]).resolve()
     tree = prepare(scratch)
     count = 0
@@ -96,8 +111,6 @@ def main():
             continue
         original = (tree / name).read_text()
         for before, after in mutations:
-            if original.count(before) != 1:
-                sys.exit(f'{name}: does not stand there once: {before}')
             (tree / name).write_text(original.replace(before, after))
             try:
                 text, noticed = verdict(scratch, tests)
