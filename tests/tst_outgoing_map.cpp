@@ -58,6 +58,24 @@ QVariant inStructures(int levels)
     return argumentOf(levels, &QDBusArgument::beginStructure, &QDBusArgument::endStructure);
 }
 
+QVariant inObjects(int levels)
+{
+    QJsonValue value = 1;
+    for (int level = 0; level < levels; ++level) {
+        value = QJsonObject{{QStringLiteral("k"), value}};
+    }
+    return value;
+}
+
+QVariant inMixedArrays(int levels)
+{
+    QJsonValue value = 1;
+    for (int level = 0; level < levels; ++level) {
+        value = QJsonArray{QStringLiteral("x"), value};
+    }
+    return value;
+}
+
 QVariantMap oneEntry(const QVariant &value)
 {
     return {{QStringLiteral("k"), value}};
@@ -398,16 +416,21 @@ void TestOutgoingMap::deepestValuesArrive_data()
         << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
-    QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 29);
+    QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 30);
+    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, QStringLiteral("x")}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
+    QTest::newRow("JSON objects") << inObjects(16);
+    QTest::newRow("JSON arrays") << inMixedArrays(16);
 }
 
 void TestOutgoingMap::deepestValuesArrive()
 {
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
+    const Warnings warnings;
     QVERIFY(!Ostrel::makeSendable(map).isValid());
     QCOMPARE(answerTo(map), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(warnings.texts(), QStringList());
 }
 
 void TestOutgoingMap::tooDeepValuesAreFound_data()
@@ -419,7 +442,10 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
         << inLists(QVariant::fromValue(QDBusVariant(QStringList{QStringLiteral("x")})), 30);
     QTest::newRow("lists and arrays in arrays")
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
-    QTest::newRow("lists and JSON") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
+    QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
+    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, QStringLiteral("x")}, 30);
+    QTest::newRow("lists and JSON objects")
+        << inLists(QJsonArray{QJsonObject{{QStringLiteral("k"), 1}}}, 29);
     QTest::newRow("structures") << inStructures(33);
     const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
     const QVariantMap arrays{{QStringLiteral("key"), QVariant::fromValue(QList<QStringList>())}};
@@ -439,6 +465,8 @@ void TestOutgoingMap::tooDeepValuesAreFound_data()
              qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
     }
     QTest::newRow("maps of variants") << variant;
+    QTest::newRow("JSON objects") << inObjects(17);
+    QTest::newRow("JSON arrays") << inMixedArrays(17);
     QTest::newRow("far too many lists") << inLists(1, 1000);
     QJsonArray array;
     for (int level = 0; level < 100000; ++level) {

@@ -277,12 +277,12 @@ MUTATIONS = {
     BUS + 'types_json_writer.cpp': (
         ['tst_writing_json', 'tst_json_round_trip'],
         [
-            ('constexpr int maximumDepth = 16;', 'constexpr int maximumDepth = 17;'),
+            ('depth < Ostrel::maximumJsonDepth', 'depth <= Ostrel::maximumJsonDepth'),
             ('"Unknown JSON value type"', '"Unknown JSON type"'),
             ('"JSON value is nested too deeply"', '"JSON is nested too deeply"'),
             ('if (content.currentSignature().isEmpty()) {', 'if (false) {'),
             ('"JSON array of arrays are not supported"', '"JSON arrays of arrays"'),
-            ('if (array.isEmpty() || mixed) {', 'if (mixed) {'),
+            ('return !array.isEmpty()\n        && std::all_of', 'return std::all_of'),
             ('            if (content.isValid()) {\n', '            {\n'),
         ],
     ),
@@ -334,6 +334,10 @@ MUTATIONS = {
         [
             ("signature == nullptr || *signature == '\\0'", 'signature == nullptr'),
             ('        ++m_descriptors;\n', ''),
+            ('depth >= maximumJsonDepth && ', 'depth > maximumJsonDepth && '),
+            ('containersBelow = containers + 1;', 'containersBelow = containers;'),
+            ('value.isBool() ? 4 : 8', '8'),
+            ('place == InArrayOfOneType ? InVariant : place;', 'InVariant;'),
             ("if (*rest != '\\0') {", 'if (false) {'),
             ('containers + nesting.containers > maximumContainers', 'false'),
             ('isValid() ? Unchanged : unsendable(value)', 'isValid() ? Unchanged : Unchanged'),
@@ -348,8 +352,8 @@ MUTATIONS = {
         ['tst_outgoing_size', 'tst_outgoing_map', 'tst_too_large'],
         [
             ('bytes > room', 'false'),
-            ('        if (!walk.isTooLarge()) {\n            break;\n        }\n',
-             '        break;\n'),
+            ('    m_left -= walk.bytes();\n', ''),
+            ('    m_left -= bytes;\n', ''),
             ('qMin(m_left, MessageSize::maximumPath)', 'm_left'),
         ],
     ),

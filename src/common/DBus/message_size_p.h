@@ -13,23 +13,12 @@ namespace Ostrel
 class MessageSize
 {
 public:
-    // To count the bytes of a text is to read it; how many they are at most is known beforehand.
-    enum Texts {
-        Bounded,
-        Counted
-    };
-
     // What the bus protocol allows.
     static constexpr qint64 maximumArray = 64 << 20;
     static constexpr qint64 maximumMessage = 128 << 20;
 
     // What is sure to come back in an answer, with room for the rest of it.
     static constexpr qint64 maximumPath = 32 << 20;
-
-    explicit MessageSize(Texts texts)
-        : m_texts(texts)
-    {
-    }
 
     qint64 bytes() const { return m_bytes; }
 
@@ -45,10 +34,13 @@ public:
     // The length that stands before the elements of an array or the bytes of a text.
     void addLength() { addNumber(4); }
 
+    // Its own length stands before it.
+    void addSignature(const char *signature) { add(1 + qint64(qstrlen(signature)) + 1); }
+
     void addText(const QString &text)
     {
         addLength();
-        add(1 + (m_texts == Counted ? utf8Length(text) : 3 * qint64(text.size())));
+        add(1 + utf8Length(text));
     }
 
     // The size of a number of a type, or 0 for another type.
@@ -84,7 +76,6 @@ public:
     }
 
 private:
-    const Texts m_texts;
     qint64 m_bytes = 0;
 };
 

@@ -15,20 +15,20 @@ namespace Ostrel
 namespace
 {
 
-// How many bytes the texts of a record take at most.
+// How many bytes the texts of a record take.
 qint64 textsOf(const RunningApplication &application)
 {
-    return 3 * qint64(application.appId.size());
+    return MessageSize::utf8Length(application.appId);
 }
 
 qint64 textsOf(const RunningService &service)
 {
-    return 3 * (qint64(service.appId.size()) + service.name.size());
+    return MessageSize::utf8Length(service.appId) + MessageSize::utf8Length(service.name);
 }
 
 template <typename Task> qint64 textsOf(const Task &task)
 {
-    return 3 * qint64(task.name.size());
+    return MessageSize::utf8Length(task.name);
 }
 
 } // namespace

@@ -20,10 +20,7 @@ QDBusError MessageRoom::take(PathEnd end)
 
 QDBusError MessageRoom::take(const QString &text, qint64 room)
 {
-    // The most that it can be is near enough for a short text, and is known without reading it.
-    constexpr int shortText = 1024;
-    const qint64 bytes =
-        text.size() <= shortText ? 3 * qint64(text.size()) : MessageSize::utf8Length(text);
+    const qint64 bytes = MessageSize::utf8Length(text);
     if (bytes > room) {
         return QDBusError(
             QDBusError::Failed,
@@ -37,20 +34,12 @@ QDBusError MessageRoom::take(const QString &text, qint64 room)
 QDBusError MessageRoom::take(QVariantMap &map)
 {
     // The map is an array, behind eight bytes. The arrays in it are no larger.
-    const qint64 room = qMin(m_left, 8 + MessageSize::maximumArray);
-    QDBusError error;
-    for (const auto texts : {MessageSize::Bounded, MessageSize::Counted}) {
-        OutgoingWalk walk(texts, room);
-        if (walk.entries(map, 0) != OutgoingWalk::Unsendable) {
-            m_left -= walk.bytes();
-            return {};
-        }
-        error = QDBusError(QDBusError::Failed, walk.problem());
-        if (!walk.isTooLarge()) {
-            break;
-        }
+    OutgoingWalk walk(qMin(m_left, 8 + MessageSize::maximumArray));
+    if (walk.entries(map, 0) == OutgoingWalk::Unsendable) {
+        return QDBusError(QDBusError::Failed, walk.problem());
     }
-    return error;
+    m_left -= walk.bytes();
+    return {};
 }
 
 } // namespace Ostrel

@@ -38,6 +38,23 @@ bool isJson(int type)
         || type == QMetaType::QJsonArray;
 }
 
+// That of the value which the writer makes of a JSON value. In a mixed array it makes no arrays of
+// one type.
+const char *jsonSignature(const QJsonValue &value, bool inMixedArray)
+{
+    switch (value.type()) {
+    case QJsonValue::Array: {
+        const QJsonArray array = value.toArray();
+        const bool ofObjects = !inMixedArray && array.first().isObject() && isJsonOfOneType(array);
+        return ofObjects ? "aa{sv}" : "av";
+    }
+    case QJsonValue::Object:
+        return "a{sv}";
+    default:
+        return "s";
+    }
+}
+
 // What a value holds that is known to be of the type.
 template <typename Content> const Content &contentOf(const QVariant &value)
 {
@@ -67,7 +84,6 @@ OutgoingWalk::Outcome OutgoingWalk::value(const QVariant &value, int containers,
         }
     }
     if (outcome != Unsendable && m_size.bytes() > m_room) {
-        m_isTooLarge = true;
         outcome = unsendable(QStringLiteral("is too large for a message, with a value"), value);
     }
     return outcome;
@@ -188,7 +204,7 @@ OutgoingWalk::Outcome OutgoingWalk::json(const QVariant &value, int containers,
                                          QVariant &replacement)
 {
     const QJsonValue json = value.toJsonValue();
-    if (!jsonFits(json, containers)) {
+    if (!jsonFits(json, containers, 0, InVariant)) {
         return tooDeep(value);
     }
     if (m_size.bytes() > m_room) {
@@ -206,27 +222,28 @@ OutgoingWalk::Outcome OutgoingWalk::json(const QVariant &value, int containers,
     return Replaced;
 }
 
-// Takes every value to stand in a variant. Those in an array of one type do not, so that what would
-// just pass may be refused.
-bool OutgoingWalk::jsonFits(const QJsonValue &value, int containers)
+// Counts what the writer makes of a value. What the writer would cut is refused: nothing goes out
+// in part.
+bool OutgoingWalk::jsonFits(const QJsonValue &value, int containers, int depth, JsonPlace place)
 {
-    if (containers > maximumContainers) {
+    if (containers > maximumContainers
+        || (depth >= maximumJsonDepth && (value.isArray() || value.isObject()))) {
         return false;
     }
-    m_size.add(qstrlen("\5a{sv}"));
-    m_size.align(8);
-    switch (value.type()) {
-    case QJsonValue::Array: {
-        const QJsonArray array = value.toArray();
-        return std::all_of(array.begin(), array.end(), [&](const QJsonValue &element) {
-            return jsonFits(element, containers + containersOfList);
-        });
+    if (place != InArrayOfOneType) {
+        m_size.addSignature(jsonSignature(value, place == InVariantOfMixedArray));
     }
+    switch (value.type()) {
+    case QJsonValue::Array:
+        return jsonArrayFits(value.toArray(), containers, depth, place);
     case QJsonValue::Object: {
         const QJsonObject object = value.toObject();
+        const JsonPlace below = place == InArrayOfOneType ? InVariant : place;
+        m_size.addLength();
         for (auto entry = object.begin(); entry != object.end(); ++entry) {
+            m_size.align(8);
             m_size.addText(entry.key());
-            if (!jsonFits(entry.value(), containers + containersOfMap)) {
+            if (!jsonFits(entry.value(), containers + containersOfMap, depth + 1, below)) {
                 return false;
             }
         }
@@ -236,9 +253,21 @@ bool OutgoingWalk::jsonFits(const QJsonValue &value, int containers)
         m_size.addText(value.toString());
         return true;
     default:
-        m_size.addNumber(8);
+        m_size.addNumber(value.isBool() ? 4 : 8);
         return true;
     }
+}
+
+bool OutgoingWalk::jsonArrayFits(const QJsonArray &array, int containers, int depth,
+                                 JsonPlace place)
+{
+    const bool mixed = place == InVariantOfMixedArray || !isJsonOfOneType(array);
+    const JsonPlace below = mixed ? InVariantOfMixedArray : InArrayOfOneType;
+    const int containersBelow = containers + (mixed ? containersOfList : 1);
+    m_size.addLength();
+    return std::all_of(array.begin(), array.end(), [&](const QJsonValue &element) {
+        return jsonFits(element, containersBelow, depth + 1, below);
+    });
 }
 
 OutgoingWalk::Outcome OutgoingWalk::tooDeep(const QVariant &value)

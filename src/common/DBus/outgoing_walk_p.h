@@ -6,6 +6,7 @@
 
 #include "DBus/message_size_p.h"
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonValue>
 #include <QtCore/QPair>
 #include <QtCore/QVariant>
@@ -28,9 +29,8 @@ public:
         Unsendable
     };
 
-    OutgoingWalk(MessageSize::Texts texts, qint64 room)
-        : m_size(texts)
-        , m_room(room)
+    explicit OutgoingWalk(qint64 room)
+        : m_room(room)
     {
     }
 
@@ -40,15 +40,21 @@ public:
 
     qint64 bytes() const { return m_size.bytes(); }
 
-    // What was found unsendable, and whether for nothing but its size.
+    // What was found unsendable.
     QString problem() const { return m_problem; }
-    bool isTooLarge() const { return m_isTooLarge; }
 
 private:
     // A value in a map stands in a variant in an entry in an array; one in a list in a variant in
     // an array.
     static constexpr int containersOfMap = 3;
     static constexpr int containersOfList = 2;
+
+    // Below a mixed array, there are only variants.
+    enum JsonPlace {
+        InVariant,
+        InVariantOfMixedArray,
+        InArrayOfOneType
+    };
 
     Outcome value(const QVariant &value, int containers, QVariant &replacement);
     Outcome type(const QVariant &value, const char *signature, int containers);
@@ -66,7 +72,8 @@ private:
     Outcome record(const QVariant &value, int containers, QVariant &replacement);
 
     Outcome json(const QVariant &value, int containers, QVariant &replacement);
-    bool jsonFits(const QJsonValue &value, int containers);
+    bool jsonFits(const QJsonValue &value, int containers, int depth, JsonPlace place);
+    bool jsonArrayFits(const QJsonArray &array, int containers, int depth, JsonPlace place);
 
     // Looks at a container of a known type in a value.
     template <typename Container>
@@ -84,7 +91,6 @@ private:
     QString m_key;
     QString m_problem;
     int m_descriptors = 0; // so many file descriptors have been met
-    bool m_isTooLarge = false;
 };
 
 template <typename Map> OutgoingWalk::Outcome OutgoingWalk::entries(Map &map, int containers)

@@ -16,6 +16,20 @@
 // What has no form on the bus is logged and left out. Reading takes whatever stands there, and
 // leaves a Null in the place of what it refuses.
 
+namespace Ostrel
+{
+
+// A message holds 64 containers within one another, and an object takes three. A deeper message
+// would cost the process its connection, so that no array and no object is written below this many;
+// the rest of the 64 is for what the value itself is put into.
+constexpr int maximumJsonDepth = 16;
+
+// Whether an array has elements, all of one type: they are written as that type, and those of
+// another array in variants.
+bool isJsonOfOneType(const QJsonArray &array);
+
+} // namespace Ostrel
+
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object);
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array);

@@ -11,11 +11,6 @@
 namespace
 {
 
-// A message holds 64 containers within one another, and an object takes three. A deeper message
-// would cost the process its connection, so that what lies below is left out; the rest of the 64 is
-// for what the value itself is put into.
-constexpr int maximumDepth = 16;
-
 void warnOfUnknownType()
 {
     qWarning("Unknown JSON value type");
@@ -25,7 +20,7 @@ void writeValue(QDBusArgument &argument, const QJsonValue &value, int depth);
 
 bool isTooDeep(int depth)
 {
-    if (depth < maximumDepth) {
+    if (depth < Ostrel::maximumJsonDepth) {
         return false;
     }
     qWarning("JSON value is nested too deeply");
@@ -118,15 +113,11 @@ void writeArray(QDBusArgument &argument, const QJsonArray &array, int depth)
     if (isTooDeep(depth)) {
         return;
     }
-    const QJsonValue::Type type = array.isEmpty() ? QJsonValue::Undefined : array.first().type();
-    const bool mixed = std::any_of(array.begin(), array.end(), [type](const QJsonValue &element) {
-        return element.type() != type;
-    });
-    if (array.isEmpty() || mixed) {
+    if (!Ostrel::isJsonOfOneType(array)) {
         argument << toVariants(array, depth);
         return;
     }
-    switch (type) {
+    switch (array.first().type()) {
     case QJsonValue::Bool:
         writeTypedArray(argument, array, QMetaType::Bool, depth);
         break;
@@ -177,6 +168,14 @@ void writeValue(QDBusArgument &argument, const QJsonValue &value, int depth)
 }
 
 } // namespace
+
+bool Ostrel::isJsonOfOneType(const QJsonArray &array)
+{
+    const QJsonValue::Type type = array.first().type();
+    return !array.isEmpty()
+        && std::all_of(array.begin(), array.end(),
+                       [type](const QJsonValue &element) { return element.type() == type; });
+}
 
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value)
 {

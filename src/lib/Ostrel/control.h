@@ -154,12 +154,15 @@ public:
      * @param params  the conditions. JSON values among them travel as what they are on the bus. A
      *                value that no message can hold keeps the call from being made, wherever in
      *                lists and maps it stands: an invalid QVariant, a value of a type that is not
-     *                registered with QtDBus, a JSON null, an empty object path or signature, an
-     *                invalid file descriptor or one beside JSON in a list or map of one type, one
-     *                that is more than 64 containers deep, and one that makes the map larger than
-     *                64 MiB. What a QDBusArgument or a structure of
-     *                the caller's own writes is not looked into: that it fits into a message is the
-     *                caller's duty, and another one ends the process or its connection to the bus.
+     *                registered with QtDBus, JSON that has no form on the bus (a null, an array of
+     *                arrays or of nulls), an empty object path or signature, an invalid file
+     *                descriptor or one beside JSON in a list or map of one type, one that is more
+     *                than 64 containers deep, JSON more than 16 deep, and one that makes the map
+     *                larger than 64 MiB. Within a JSON object or a mixed JSON array, what has no
+     *                form on the bus is left out; the page of @ref errors tells what of it is
+     *                logged. What a QDBusArgument or a structure of the caller's own writes is not
+     *                looked into: that it fits into a message is the caller's duty, and another one
+     *                ends the process or its connection to the bus.
      * @return as for start(), and Error::Failed with a message that begins with "Marshalling
      *         failed: " for a value that cannot be sent.
      */

@@ -163,13 +163,16 @@ public:
      *                    values in them as what they are on the bus. One with a value that no
      *                    message can hold, wherever in lists and maps it stands, fails the call
      *                    before it is sent: an invalid QVariant, a value of a type that is not
-     *                    registered with QtDBus, a JSON null, an empty object path or signature, an
+     *                    registered with QtDBus, JSON that has no form on the bus (a null, an
+     *                    array of arrays or of nulls), an empty object path or signature, an
      *                    invalid file descriptor or one beside JSON in a list or map of one type,
-     *                    one that is more than 64 containers deep, or one that makes a map larger
-     *                    than 64 MiB or the message larger than 128 MiB.
-     *                    What a QDBusArgument or a structure of the caller's own writes is not
-     *                    looked into: that it fits into a message is the caller's duty, and another
-     *                    one ends the process or its connection to the bus.
+     *                    one that is more than 64 containers deep, JSON more than 16 deep, or one
+     *                    that makes a map larger than 64 MiB or the message larger than 128 MiB.
+     *                    Within a JSON object or a mixed JSON array, what has no form on the bus is
+     *                    left out; the page of @ref errors tells what of it is logged. What a
+     *                    QDBusArgument or a structure of the caller's own writes is not looked
+     *                    into: that it fits into a message is the caller's duty, and another one
+     *                    ends the process or its connection to the bus.
      * @param callback    receives the outcome, exactly once if the invoker lives, from the event
      *                    loop and never from within this function. On success it gets the number of
      *                    the service's answer, whose meaning is for the service to say, and an
