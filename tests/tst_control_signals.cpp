@@ -43,6 +43,7 @@ private Q_SLOTS:
     void serviceThatComesLaterIsHeard();
     void everyControlHearsThem();
     void queuedConnectionsCrossThreads();
+    void theyComeInTheThreadOfTheControl();
     void deletedInASlot_data();
     void deletedInASlot();
     void endedControlHearsNothing();
@@ -374,6 +375,43 @@ void TestControlSignals::queuedConnectionsCrossThreads()
     QCOMPARE(ranIn, &thread);
     QCOMPARE(spy.size(), 1);
     QCOMPARE(spy.at(0).at(1).toUInt(), 4000000000U);
+}
+
+void TestControlSignals::theyComeInTheThreadOfTheControl()
+{
+    QThread thread;
+    QObject inThread;
+    inThread.moveToThread(&thread);
+    thread.start();
+    QAtomicInt elsewhere = 0;
+    QAtomicInt emitted = 0;
+    std::unique_ptr<Control> control;
+    const auto count = [&] {
+        elsewhere += QThread::currentThread() == &thread ? 0 : 1;
+        ++emitted;
+    };
+    QMetaObject::invokeMethod(
+        &inThread,
+        [&] {
+            control = std::make_unique<Control>();
+            connect(control.get(), &Control::started, count);
+            connect(control.get(), &Control::terminated, count);
+            connect(control.get(), &Control::stateChanged, count);
+            connect(control.get(), &Control::selectedByOom, count);
+        },
+        Qt::BlockingQueuedConnection);
+    const QString id = QStringLiteral("id");
+    emitSignal(QStringLiteral("Started"), {id, QVariantMap()});
+    emitSignal(QStringLiteral("Terminated"), {id, QVariantMap()});
+    emitSignal(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 3U}}});
+    emitSignal(QStringLiteral("SelectedByOom"), {id});
+    const bool allCame = QTest::qWaitFor([&] { return emitted == 4; }, patience);
+    QMetaObject::invokeMethod(
+        &inThread, [&] { control.reset(); }, Qt::BlockingQueuedConnection);
+    thread.quit();
+    QVERIFY(thread.wait(patience));
+    QVERIFY(allCame);
+    QCOMPARE(int(elsewhere), 0);
 }
 
 void TestControlSignals::deletedInASlot_data()

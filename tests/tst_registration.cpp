@@ -1,12 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "process.h"
 #include "test_main.h"
 #include "warnings.h"
 
 #include "DBus/types_p.h"
 #include "Ostrel/control_p.h"
 #include "Ostrel/task_invoker_p.h"
+
+#include <Ostrel/WindowManagement>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -88,6 +91,13 @@ private Q_SLOTS:
 
 void TestRegistration::nothingIsKnownBefore()
 {
+    // Who only reports windows sends and gets numbers and texts.
+    bool reported = false;
+    Ostrel::WindowManagement windows;
+    windows.updateWindowStatus(
+        QStringLiteral("w"), 1, 2, 3, this,
+        [&](Ostrel::ApplicationState, const Ostrel::Error &) { reported = true; });
+    QVERIFY(QTest::qWaitFor([&] { return reported; }, patience));
     QCOMPARE(QMetaType::type("RunningApplication"), 0);
     QCOMPARE(QMetaType::type("ApplicationState"), 0);
     const Warnings warnings;
@@ -294,6 +304,7 @@ void TestRegistration::queuedSignalsCarryTheTypes()
 void TestRegistration::stateChangesComeToASlotOfThisForm()
 {
     const QMetaObject &proxy = Ostrel::ControlPrivate::staticMetaObject;
+    QCOMPARE(proxy.superClass(), &QDBusAbstractInterface::staticMetaObject);
     QCOMPARE(proxy.methodCount() - proxy.methodOffset(), 1);
     const QMetaMethod slot = proxy.method(proxy.methodOffset());
     QCOMPARE(slot.methodType(), QMetaMethod::Slot);

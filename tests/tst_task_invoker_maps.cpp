@@ -256,6 +256,13 @@ void TestTaskInvokerMaps::environmentGoesOnFromWhatIsThere()
     info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
     QCOMPARE(info.value(QStringLiteral("Environment")).toStringList(),
              (QStringList{QStringLiteral("own"), QStringLiteral("A=1")}));
+    // Whatever Qt can make a list of is one.
+    info.insert(QStringLiteral("Environment"), QStringLiteral("own=1"));
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
+    info.addEnvironmentVariable(QStringLiteral("B"), QStringLiteral("2"));
+    QCOMPARE(info.value(QStringLiteral("Environment")),
+             QVariant(QStringList{QStringLiteral("own=1"), QStringLiteral("A=1"),
+                                  QStringLiteral("B=2")}));
     // What is no list begins one.
     info.insert(QStringLiteral("Environment"), QVariantMap());
     info.addEnvironmentVariable(QStringLiteral("B"), QStringLiteral("2"));
@@ -283,6 +290,12 @@ void TestTaskInvokerMaps::cgroupSettingsGoOnFromWhatIsThere()
     const QString key = QStringLiteral("CGroups");
     Hints hints;
     hints.insert(key, QVariantMap{{QStringLiteral("own"), 3}});
+    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
+    QCOMPARE(
+        hints.value(key),
+        QVariant(QVariantMap{{QStringLiteral("a"), QByteArray("1")}, {QStringLiteral("own"), 3}}));
+    // Whatever Qt can make a map of is one.
+    hints.insert(key, QVariantHash{{QStringLiteral("own"), 3}});
     hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
     QCOMPARE(
         hints.value(key),

@@ -36,13 +36,21 @@ private Q_SLOTS:
     void callbackIsCopied();
     void callbacksAreKeptUntilTheEnd();
     void callbacksMayAskAgain();
+    void callbacksOfAFailureMayAskAgain();
     void callbacksMayRunAnEventLoop();
     void slotsOfTheFirstListsAskBeforeItIsReady();
     void furtherValuesAreAccepted();
+    void emptyCallbackThrowsWhenItIsItsTurn_data() { outcomes(); }
     void emptyCallbackThrowsWhenItIsItsTurn();
+    void emptyCallbackThrowsAtOnceWhenReady_data() { outcomes(); }
     void emptyCallbackThrowsAtOnceWhenReady();
 
 private:
+    // Of the registration, as they are handed over.
+    static void outcomes();
+    // Has the service answer so.
+    void prepare(const QString &outcome) const;
+
     MethodFaults registration() const
     {
         return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
@@ -174,6 +182,20 @@ void TestTaskInvokerReady::callbacksMayAskAgain()
                           QStringLiteral("next 0")}));
 }
 
+void TestTaskInvokerReady::callbacksOfAFailureMayAskAgain()
+{
+    prepare(QStringLiteral("3 \"no\""));
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    Events events;
+    invoker.onReady([&](const Error &) { invoker.onReady(events.ready(QStringLiteral("inner"))); });
+    invoker.onReady(events.ready(QStringLiteral("next")));
+    QVERIFY(events.waitFor(2));
+    QCOMPARE(events.all(),
+             (QStringList{QStringLiteral("inner 3 \"no\""), QStringLiteral("next 3 \"no\"")}));
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
 void TestTaskInvokerReady::callbacksMayRunAnEventLoop()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
@@ -218,8 +240,25 @@ void TestTaskInvokerReady::furtherValuesAreAccepted()
     QCOMPARE(text(invoker.activeTasks()), QStringLiteral("b 7 {}"));
 }
 
+void TestTaskInvokerReady::outcomes()
+{
+    QTest::addColumn<QString>("outcome");
+    QTest::newRow("success") << QStringLiteral("0");
+    QTest::newRow("failure") << QStringLiteral("3 \"no\"");
+}
+
+void TestTaskInvokerReady::prepare(const QString &outcome) const
+{
+    if (outcome != QLatin1String("0")) {
+        registration().failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
+                                QStringLiteral("no"));
+    }
+}
+
 void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
 {
+    QFETCH(QString, outcome);
+    prepare(outcome);
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     events.watch(invoker);
@@ -239,14 +278,19 @@ void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
     // The event loop works on, and so does the invoker, which is ready.
     roundTrip(invoker);
     invoker.onReady(events.ready(QStringLiteral("later")));
-    QCOMPARE(events.all().mid(2),
-             (QStringList{QStringLiteral("first 0"), QStringLiteral("later 0")}));
+    QStringList told = events.all();
+    told = told.mid(told.size() - 2);
+    QCOMPARE(told,
+             (QStringList{QStringLiteral("first ") + outcome, QStringLiteral("later ") + outcome}));
 }
 
 void TestTaskInvokerReady::emptyCallbackThrowsAtOnceWhenReady()
 {
+    QFETCH(QString, outcome);
+    prepare(outcome);
+    const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    waitUntilReady(invoker);
+    QCOMPARE(text(waitUntilReady(invoker)), outcome);
     QVERIFY_EXCEPTION_THROWN(invoker.onReady(nullptr), std::bad_function_call);
     roundTrip(invoker);
 }

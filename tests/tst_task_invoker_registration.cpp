@@ -34,6 +34,8 @@ private Q_SLOTS:
     void sendsNothingAtItsEnd();
     void typesThatMakeAPathAreRegistered_data();
     void typesThatMakeAPathAreRegistered();
+    void typesThatTheBusAlters_data();
+    void typesThatTheBusAlters();
     void otherTypesAreRegisteredToo_data();
     void otherTypesAreRegisteredToo();
     void otherTypesNeverMatchAPath();
@@ -243,6 +245,49 @@ void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered()
     QVERIFY(events.waitFor(1));
     QCOMPARE(m_simulator->calls().constLast().path, sessionPath(type));
     QVERIFY(events.all().constFirst().startsWith(QStringLiteral("started 0: 2 ")));
+}
+
+void TestTaskInvokerRegistration::typesThatTheBusAlters_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QVariantList>("registered");
+    QTest::addColumn<QString>("outcome");
+    QTest::addColumn<QString>("warning");
+    // A text on the bus ends at a NUL, so that another session is answered.
+    QTest::newRow("NUL")
+        << QStringLiteral("a") + QChar(0) + QLatin1Char('b') << QVariantList{QStringLiteral("a")}
+        << QStringLiteral("1 \"Wrong TaskInvoker path\"")
+        << QStringLiteral("Unexpected object path: \"%1\"").arg(sessionPath(QStringLiteral("a")));
+    QTest::newRow("half a character")
+        << QStringLiteral("a") + QChar(0xd83d) << QVariantList{QStringLiteral("a?")}
+        << QStringLiteral("4 \"\"a?\" makes no object path\"")
+        << QStringLiteral("TaskInvoker registration failed: "
+                          "QDBusError(\"org.freedesktop.DBus.Error.InvalidArgs\", \"\\\"a?\\\" "
+                          "makes no object path\")");
+}
+
+void TestTaskInvokerRegistration::typesThatTheBusAlters()
+{
+    QFETCH(QString, type);
+    const Warnings warnings;
+    TaskInvoker invoker(TaskInvoker::SessionBus, type);
+    QCOMPARE(invoker.taskType(), type);
+    Events events;
+    events.watch(invoker);
+    invoker.onReady(events.ready());
+    QVERIFY(events.waitFor(1));
+    QFETCH(QString, outcome);
+    QCOMPARE(events.all(), QStringList(QStringLiteral("ready ") + outcome));
+    QFETCH(QString, warning);
+    QCOMPARE(warnings.texts(), QStringList(warning));
+    QCOMPARE(m_simulator->calls().size(), 1);
+    QTEST(m_simulator->calls().at(0).arguments, "registered");
+
+    events.clear();
+    invoker.start(QStringLiteral("task"), {}, {}, events.started());
+    QVERIFY(events.waitFor(1));
+    QVERIFY(events.all().at(0).startsWith(QStringLiteral("started 0: 1 \"Invalid object path: ")));
+    QCOMPARE(m_simulator->calls().size(), 1);
 }
 
 void TestTaskInvokerRegistration::otherTypesAreRegisteredToo_data()

@@ -47,6 +47,7 @@ private Q_SLOTS:
     void serviceErrorsAreMapped();
     void eachCallGetsItsCallbackOnce();
     void callbacksRunInTheOrderOfTheReplies();
+    void emptyCallbackThrows_data();
     void emptyCallbackThrows();
 
 private:
@@ -290,8 +291,20 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
                           QStringLiteral("11:11:0")}));
 }
 
+void TestWindowManagement::emptyCallbackThrows_data()
+{
+    QTest::addColumn<bool>("fails");
+    QTest::newRow("success") << false;
+    QTest::newRow("failure") << true;
+}
+
 void TestWindowManagement::emptyCallbackThrows()
 {
+    QFETCH(bool, fails);
+    if (fails) {
+        m_simulator->windowStatus().failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
+                                             QStringLiteral("no"));
+    }
     // Qt has something to say about exceptions in event handlers; the library has not.
     const Warnings warnings;
     WindowManagement windows;

@@ -153,6 +153,8 @@ MUTATIONS = {
         ['tst_task_invoker_maps', 'tst_task_invoker_calls'],
         [
             ('QStringLiteral("Params")', 'QStringLiteral("Parameters")'),
+            ('this->value(key).toStringList();',
+             'qvariant_cast<QStringList>(this->value(key).toList());'),
             ('QStringList environment = this->value(key).toStringList();',
              'QStringList environment;'),
             ("name + QLatin1Char('=') + value", "value + QLatin1Char('=') + name"),
@@ -186,6 +188,7 @@ MUTATIONS = {
              '    markReady(Error(Error::NoError, QString()));\n    if (!self.isNull()) {\n'
              '        applyProperties(reply.argumentAt<1>());\n    }\n'),
             ('    m_ready = true;\n    m_result = result;\n', '    m_result = result;\n'),
+            ('    m_result = result;\n\n', '    const std::shared_ptr<void> atEnd(nullptr, [&](void *) { m_result = result; });\n'),
             ('    m_result = result;\n', ''),
             ('for (const auto &callback : callbacks) {\n        callback(result);',
              'for (auto next = callbacks.crbegin(); next != callbacks.crend(); ++next) {\n'
@@ -219,6 +222,8 @@ MUTATIONS = {
             ('QStringLiteral("UpdateWindowStatus")', 'QStringLiteral("UpdateWindowState")'),
             ('callback(ApplicationStateUnknown, fromDBusError(reply.error()));',
              'callback(ApplicationState(0), fromDBusError(reply.error()));'),
+            ('                                    callback(ApplicationStateUnknown',
+             '                                    if (callback) callback(ApplicationStateUnknown'),
             ('static_cast<ApplicationState>(reply.value())',
              'static_cast<ApplicationState>(reply.value() & 0xff)'),
             ('QDBusPendingReply<quint32>', 'QDBusPendingReply<int>'),
@@ -277,6 +282,7 @@ MUTATIONS = {
     BUS + 'types_json_writer.cpp': (
         ['tst_writing_json', 'tst_json_round_trip'],
         [
+            ('argument << QDBusVariant(QVariant());', ''),
             ('depth < Ostrel::maximumJsonDepth', 'depth <= Ostrel::maximumJsonDepth'),
             ('"Unknown JSON value type"', '"Unknown JSON type"'),
             ('"JSON value is nested too deeply"', '"JSON is nested too deeply"'),
@@ -335,7 +341,7 @@ MUTATIONS = {
             ("signature == nullptr || *signature == '\\0'", 'signature == nullptr'),
             ('        ++m_descriptors;\n', ''),
             ('depth >= maximumJsonDepth && ', 'depth > maximumJsonDepth && '),
-            ('containersBelow = containers + 1;', 'containersBelow = containers;'),
+            ('(mixed ? containersOfList : 1)', 'containersOfList'),
             ('value.isBool() ? 4 : 8', '8'),
             ('place == InArrayOfOneType ? InVariant : place;', 'InVariant;'),
             ("if (*rest != '\\0') {", 'if (false) {'),

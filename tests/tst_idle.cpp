@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outcomes.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+#include <Ostrel/WindowManagement>
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+using Ostrel::Control;
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+int threads()
+{
+    return QDir(QStringLiteral("/proc/self/task"))
+        .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+        .size();
+}
+
+int sockets()
+{
+    const QFileInfoList files =
+        QDir(QStringLiteral("/proc/self/fd"))
+            .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    return int(std::count_if(files.begin(), files.end(), [](const QFileInfo &file) {
+        return file.symLinkTarget().contains(QLatin1String("socket:"));
+    }));
+}
+
+// When the library has been loaded, and this program has not begun.
+const int threadsAtFirst = threads();
+const int socketsAtFirst = sockets();
+
+} // namespace
+
+// What a program has of the library while it has no client, and with the clients besides Qt's own.
+class TestIdle : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingRunsBeforeTheFirstClient();
+    void clientsStartNoThreads();
+};
+
+void TestIdle::nothingRunsBeforeTheFirstClient()
+{
+    QCOMPARE(threadsAtFirst, 1);
+    QCOMPARE(socketsAtFirst, 0);
+
+    const int before = threads();
+    QVERIFY(!Ostrel::Error());
+    QVERIFY(Ostrel::DebugParams().sandboxEnabled());
+    QCOMPARE(sockets(), 0);
+    QCOMPARE(threads(), before);
+}
+
+void TestIdle::clientsStartNoThreads()
+{
+    const PrivateBus bus;
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    Simulator simulator(bus);
+    simulator.start();
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+    QVERIFY(QDBusConnection::systemBus().isConnected());
+    const int threadsOfQt = threads();
+    const int connectionsOfQt = sockets();
+
+    Control control;
+    TaskInvoker onSession(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker onSystem(TaskInvoker::SystemBus, QStringLiteral("sync"));
+    QCOMPARE(control.terminate(QStringLiteral("none")).code(),
+             Ostrel::Error::ApplicationNotRunning);
+    QVERIFY(!waitUntilReady(onSession));
+    QVERIFY(!waitUntilReady(onSystem));
+    QVERIFY(!reportWindow().error);
+    QCOMPARE(threads(), threadsOfQt);
+    QCOMPARE(sockets(), connectionsOfQt);
+}
+
+OSTREL_TEST_MAIN(TestIdle)
+
+#include "tst_idle.moc"
