@@ -47,7 +47,7 @@ MUTATIONS = {
     ),
     LIBRARY + 'control.cpp': (
         ['tst_control', 'tst_control_requests', 'tst_control_running', 'tst_control_signals',
-         'tst_control_failures', 'tst_bus_dies', 'tst_no_bus', 'tst_too_large'],
+         'tst_control_failures', 'tst_bus_dies', 'tst_no_bus', 'tst_too_large', 'tst_lifetimes'],
         [
             ('QStringLiteral(OSTREL_CONTROL_PATH)', 'QStringLiteral(OSTREL_TASK_INVOKER_PATH)'),
             ('OSTREL_CONTROL_INTERFACE, QDBusConnection::sessionBus()',
