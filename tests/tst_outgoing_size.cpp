@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "outgoing_maps.h"
 #include "private_bus.h"
 #include "test_main.h"
 
-#include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/outgoing_walk_p.h"
 #include "DBus/types_p.h"
@@ -12,11 +12,8 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusObjectPath>
-#include <QtDBus/QDBusVariant>
 
 #include <optional>
 
@@ -24,9 +21,6 @@ using Ostrel::OutgoingWalk;
 
 namespace
 {
-
-using Maps = QList<QVariantMap>;
-using NamedVariants = QMap<QString, QDBusVariant>;
 
 constexpr int largestArray = 64 * 1024 * 1024;
 
@@ -40,17 +34,6 @@ constexpr int entryOfArray = 4 + 4 + 4 + 4;
 QString letters(int count)
 {
     return QString(count, QLatin1Char('x'));
-}
-
-// The error of the message bus, which reads the message and knows no such call; another one if it
-// drops the connection.
-QString answerTo(const QVariantList &arguments)
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral(OSTREL_SERVICE_PATH),
-        QStringLiteral("a.b"), QStringLiteral("Take"));
-    call.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(call).errorName();
 }
 
 } // namespace

@@ -328,7 +328,7 @@ MUTATIONS = {
         ],
     ),
     BUS + 'nesting_p.h': (
-        ['tst_outgoing_map'],
+        ['tst_outgoing_depth'],
         [
             ('maximumContainers = 64', 'maximumContainers = 65'),
             ('arrays > 32', 'arrays > 33'),
@@ -336,7 +336,7 @@ MUTATIONS = {
         ],
     ),
     BUS + 'outgoing_walk.cpp': (
-        ['tst_outgoing_map', 'tst_outgoing_size', 'fuzz_outgoing_map'],
+        ['tst_outgoing_map', 'tst_outgoing_depth', 'tst_outgoing_size', 'fuzz_outgoing_map'],
         [
             ("signature == nullptr || *signature == '\\0'", 'signature == nullptr'),
             ('        ++m_descriptors;\n', ''),

@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_OUTGOING_MAPS_H
+#define TESTS_OUTGOING_MAPS_H
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QVariantMap>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusVariant>
+
+// Containers of one type, which the tests register with QtDBus.
+using Maps = QList<QVariantMap>;
+using NamedMaps = QMap<QString, QVariantMap>;
+using NamedVariants = QMap<QString, QDBusVariant>;
+
+inline QVariantMap mapOf(const QVariant &value)
+{
+    return {{QStringLiteral("key"), value}};
+}
+
+inline QVariantMap oneEntry(const QVariant &value)
+{
+    return {{QStringLiteral("k"), value}};
+}
+
+inline QVariant inLists(QVariant value, int levels)
+{
+    for (int level = 0; level < levels; ++level) {
+        value = QVariantList{value};
+    }
+    return value;
+}
+
+inline QVariant inMaps(QVariant value, int levels)
+{
+    for (int level = 0; level < levels; ++level) {
+        value = QVariantMap{{QStringLiteral("inner"), value}};
+    }
+    return value;
+}
+
+// The error of the message bus, which reads the message and knows no such call; another one if it
+// drops the connection.
+inline QString answerTo(const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral(OSTREL_SERVICE_PATH),
+        QStringLiteral("a.b"), QStringLiteral("Take"));
+    call.setArguments(arguments);
+    return QDBusConnection::sessionBus().call(call).errorName();
+}
+
+#endif
