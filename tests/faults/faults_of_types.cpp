@@ -22,10 +22,17 @@ struct Values
 {
     QString signature;
     QString words;
+    int count = 1;
+
+    Values with(const Values &more) const
+    {
+        return {signature + more.signature, words + QLatin1Char(' ') + more.words,
+                count + more.count};
+    }
 
     Values with(const HostileValue &value) const
     {
-        return {signature + value.signature, words + QLatin1Char(' ') + value.words};
+        return with(Values{value.signature, value.words});
     }
 
     QString typed() const
@@ -43,26 +50,41 @@ QString typesOf(const Operation &operation)
     return operation.signature == QLatin1String("''") ? QString() : operation.signature;
 }
 
-Values right(const Operation &operation)
+// The right values one by one, where there are several.
+std::vector<Values> severalRight(const Operation &operation)
 {
-    return {typesOf(operation), operation.values};
-}
-
-// The first of the right values, where there are several.
-Values firstRight(const Operation &operation)
-{
-    static const QMap<QString, Values> firsts{
-        {QStringLiteral("sa{sv}"), {QStringLiteral("s"), QStringLiteral("app:1")}},
-        {QStringLiteral("oa{sv}"), {QStringLiteral("o"), session}},
-        {QStringLiteral("sa{sv}as"), {QStringLiteral("s"), QStringLiteral("x.y")}},
-        {applicationsType + servicesType, {applicationsType, QStringLiteral("1 a.b 7 1 2 0")}},
+    const Values details{QStringLiteral("a{sv}"), QStringLiteral("1 State i 7")};
+    const Values lists{
+        QStringLiteral("a{sv}"),
+        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 t 5 0 AvailableTasks a(sa{sv}) 1 t 0")};
+    static const QMap<QString, std::vector<Values>> all{
+        {QStringLiteral("sa{sv}"), {{QStringLiteral("s"), QStringLiteral("app:1")}, details}},
+        {QStringLiteral("oa{sv}"), {{QStringLiteral("o"), session}, lists}},
+        {QStringLiteral("sa{sv}as"),
+         {{QStringLiteral("s"), QStringLiteral("x.y")},
+          lists,
+          {QStringLiteral("as"), QStringLiteral("0")}}},
+        {applicationsType + servicesType,
+         {{applicationsType, QStringLiteral("1 a.b 7 1 2 0")},
+          {servicesType, QStringLiteral("1 a.b s 8 4 0")}}},
     };
-    return firsts.value(operation.signature);
+    return all.value(operation.signature);
 }
 
 bool hasSeveral(const Operation &operation)
 {
-    return !firstRight(operation).signature.isEmpty();
+    return !severalRight(operation).empty();
+}
+
+Values right(const Operation &operation)
+{
+    return {typesOf(operation), operation.values,
+            hasSeveral(operation) ? int(severalRight(operation).size()) : 1};
+}
+
+Values firstRight(const Operation &operation)
+{
+    return hasSeveral(operation) ? severalRight(operation).front() : Values{};
 }
 
 bool isList(const Operation &operation)
@@ -78,7 +100,7 @@ bool canTake(const Operation &operation, const Values &values)
     Q_UNUSED(values)
     return true;
 #else
-    return !isList(operation) || values.signature.count(QLatin1Char('a')) > 2;
+    return !isList(operation) || values.count > 1;
 #endif
 }
 
@@ -134,7 +156,7 @@ Fault alone(const HostileValue &value)
 {
     // The list takes any two values.
     Fault fault = sending(value.typed(), [value](const Operation &operation) {
-        const Values one = Values{}.with(value);
+        const Values one{value.signature, value.words};
         return isList(operation) ? one.with(value) : one;
     });
     fault.expected = [value, other = fault.expected](const Operation &operation) {
@@ -160,6 +182,31 @@ Fault second(const HostileValue &value)
     return fault;
 }
 
+// In the place of one of several values, between the right ones.
+Fault between(const QString &label, std::size_t place, const HostileValue &value)
+{
+    Fault fault = sending(label.arg(value.typed()), [place, value](const Operation &operation) {
+        Values values{{}, {}, 0};
+        std::vector<Values> all = severalRight(operation);
+        if (place < all.size()) {
+            all[place] = {value.signature, value.words};
+        }
+        for (const Values &one : all) {
+            values = values.with(one);
+        }
+        return values;
+    });
+    fault.concerns = [place, concerned = fault.concerns](const Operation &operation) {
+        // The last of two is wrong above, too.
+        return severalRight(operation).size() > (place == 0 ? 1 : 2) && concerned(operation);
+    };
+    fault.expected = [value, other = fault.expected](const Operation &operation) {
+        return isList(operation) ? QStringLiteral("0 [%1] [a.b s 8 4 {}]").arg(value.applications)
+                                 : other(operation);
+    };
+    return fault;
+}
+
 Fault additional(const HostileValue &value)
 {
     Fault fault =
@@ -175,7 +222,9 @@ Fault additional(const HostileValue &value)
 
 std::vector<Fault> faultsOfCounts()
 {
-    Fault none = sending(QStringLiteral("no values"), [](const Operation &) { return Values{}; });
+    Fault none = sending(QStringLiteral("no values"), [](const Operation &) {
+        return Values{{}, {}, 0};
+    });
     Fault few = sending(QStringLiteral("too few values"), firstRight);
     few.concerns = [concerned = few.concerns](const Operation &operation) {
         return hasSeveral(operation) && concerned(operation);
@@ -189,6 +238,9 @@ std::vector<Fault> faultsOfTypes()
     for (const HostileValue &value : hostileValues()) {
         faults.push_back(alone(value));
         faults.push_back(second(value));
+        faults.push_back(between(QStringLiteral("%1, then right"), 0, value));
+        faults.push_back(between(QStringLiteral("right, then %1, then right"), 1, value));
+        faults.push_back(between(QStringLiteral("right but the third, %1"), 2, value));
         faults.push_back(additional(value));
     }
     return faults;
