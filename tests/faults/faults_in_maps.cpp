@@ -48,6 +48,27 @@ const QMap<QString, Place> &places()
     return all;
 }
 
+// The same in the maps of tasks, and beside the state.
+const QMap<QString, Place> &innerPlaces()
+{
+    static const QMap<QString, Place> all{
+        {QStringLiteral("register"),
+         {QStringLiteral("oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH
+                         "sync 2 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 "
+                         "AvailableTasks a(sa{sv}) 1 t 1 k %1"),
+          QStringLiteral("active [t 5 {k=%2}]; available [t {k=%2}]; ready 0")}},
+        {QStringLiteral("stateChanged"),
+         {QStringLiteral("sa{sv} app:1 2 State i 7 k %1"), QStringLiteral("state app:1 7")}},
+        {QStringLiteral("activeTasks"),
+         {QStringLiteral("sa{sv}as x.y 1 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 0"),
+          QStringLiteral("active [t 5 {k=%2}]")}},
+        {QStringLiteral("availableTasks"),
+         {QStringLiteral("sa{sv}as x.y 1 AvailableTasks a(sa{sv}) 1 t 1 k %1 0"),
+          QStringLiteral("available [t {k=%2}]")}},
+    };
+    return all;
+}
+
 QString filled(QString text, const HostileValue &value)
 {
     return text.replace(QLatin1String("%1"), value.typed())
@@ -57,29 +78,35 @@ QString filled(QString text, const HostileValue &value)
         .replace(QLatin1String("%5"), QString::number(quint32(value.number)));
 }
 
+Fault holding(const QString &label, const QMap<QString, Place> &places, const HostileValue &value)
+{
+    Fault fault{label + value.typed()};
+    fault.concerns = [places](const Operation &operation) {
+        return places.contains(operation.name);
+    };
+    fault.arrange = [places, value](Rig &rig, const Operation &operation) {
+        const QString values = filled(places.value(operation.name).values, value);
+        if (operation.isCall()) {
+            rig.service().on(operation.member, QStringLiteral("answer ") + values);
+        } else {
+            rig.service().order(operation.order(values));
+        }
+    };
+    fault.expected = [places, value](const Operation &operation) {
+        const QString seen = filled(places.value(operation.name).seen, value);
+        return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
+    };
+    return fault;
+}
+
 } // namespace
 
 std::vector<Fault> faultsInMaps()
 {
     std::vector<Fault> faults;
     for (const HostileValue &value : hostileValues()) {
-        Fault fault{QStringLiteral("in a map, ") + value.typed()};
-        fault.concerns = [](const Operation &operation) {
-            return places().contains(operation.name);
-        };
-        fault.arrange = [value](Rig &rig, const Operation &operation) {
-            const QString values = filled(places().value(operation.name).values, value);
-            if (operation.isCall()) {
-                rig.service().on(operation.member, QStringLiteral("answer ") + values);
-            } else {
-                rig.service().order(operation.order(values));
-            }
-        };
-        fault.expected = [value](const Operation &operation) {
-            const QString seen = filled(places().value(operation.name).seen, value);
-            return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
-        };
-        faults.push_back(fault);
+        faults.push_back(holding(QStringLiteral("in a map, "), places(), value));
+        faults.push_back(holding(QStringLiteral("in an inner map, "), innerPlaces(), value));
     }
     return faults;
 }
