@@ -38,6 +38,11 @@ bool callOrLocal(const Operation &operation)
     return !operation.isSignal();
 }
 
+bool isRegistration(const Operation &operation)
+{
+    return operation.name == QLatin1String("register");
+}
+
 QString withoutBus(const Operation &operation)
 {
     return operation.isSignal() ? QString() : outcomeOf(operation, disconnected);
@@ -58,6 +63,12 @@ void killService(Rig &rig, const Operation & /*operation*/)
     rig.killService();
 }
 
+void startService(Rig &rig, const Operation &operation)
+{
+    rig.startService();
+    arrangeGood(rig, operation);
+}
+
 std::vector<Fault> faultsOfTheBus()
 {
     Fault none{QStringLiteral("no bus"), Fault::OwnProcessWithoutBus, 15};
@@ -71,8 +82,22 @@ std::vector<Fault> faultsOfTheBus()
 
     Fault between{QStringLiteral("the bus dies before the call"), Fault::OwnProcess};
     between.concerns = any;
-    between.arrange = endBus;
-    between.expected = withoutBus;
+    between.before = [](Rig &rig, const Operation &operation) {
+        rig.invokerIsFirst = true;
+        if (isRegistration(operation)) {
+            arrangeGood(rig, operation);
+        }
+    };
+    between.arrange = [](Rig &rig, const Operation &operation) {
+        if (isRegistration(operation)) {
+            Rig::waitUntil("both lists are there", [&rig] { return rig.events().size() == 2; });
+        }
+        rig.endBus();
+    };
+    // The outcome of a registration is kept.
+    between.expected = [](const Operation &operation) {
+        return isRegistration(operation) ? goodOutcome(operation) : withoutBus(operation);
+    };
 
     Fault within{QStringLiteral("the bus dies in the call"), Fault::OwnProcess};
     within.concerns = call;
@@ -156,21 +181,42 @@ std::vector<Fault> faultsOfTheService()
 
     Fault late{QStringLiteral("the service comes late")};
     late.concerns = any;
-    late.before = killService;
-    late.arrange = [](Rig &rig, const Operation &operation) {
-        rig.startService();
-        arrangeGood(rig, operation);
+    late.before = [](Rig &rig, const Operation & /*operation*/) {
+        rig.killService();
+        rig.invokerIsFirst = true;
     };
-    late.expected = goodOutcome;
+    late.arrange = startService;
+    // A registration is not tried again.
+    late.expected = [](const Operation &operation) {
+        return isRegistration(operation) ? operation.seenFailure(absent) : goodOutcome(operation);
+    };
 
     Fault restarted{QStringLiteral("the service is started anew")};
     restarted.concerns = any;
-    restarted.arrange = [](Rig &rig, const Operation &operation) {
-        rig.killService();
-        rig.startService();
-        arrangeGood(rig, operation);
+    restarted.before = [](Rig &rig, const Operation &operation) {
+        rig.invokerIsFirst = true;
+        if (isRegistration(operation)) {
+            rig.service().on(operation.member, QStringLiteral("ignore"));
+        }
     };
-    restarted.expected = goodOutcome;
+    restarted.arrange = [](Rig &rig, const Operation &operation) {
+        // So that the registration is on its way.
+        Rig::settle();
+        rig.killService();
+        startService(rig, operation);
+    };
+    restarted.expected = [](const Operation &operation) {
+        return isRegistration(operation) ? operation.seenFailure(gone) : goodOutcome(operation);
+    };
+
+    Fault registered{QStringLiteral("the service is started anew behind the call")};
+    registered.concerns = isRegistration;
+    registered.arrange = arrangeGood;
+    registered.after = [](Rig &rig, const Operation &operation) {
+        rig.killService();
+        startService(rig, operation);
+    };
+    registered.expected = goodOutcome;
 
     Fault dying{QStringLiteral("the service dies in the call")};
     dying.concerns = any;
@@ -192,7 +238,7 @@ std::vector<Fault> faultsOfTheService()
     dying.expected = [](const Operation &operation) {
         return operation.isCall() ? operation.seenFailure(gone) : goodOutcome(operation);
     };
-    return {away, late, restarted, dying, handedOver()};
+    return {away, late, restarted, registered, dying, handedOver()};
 }
 
 } // namespace

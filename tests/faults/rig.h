@@ -69,6 +69,8 @@ public:
     // What the operations are called with.
     QString argument;
     QString taskType;
+    // An invoker is made in front of what happens to it, and not behind that.
+    bool invokerIsFirst = false;
 
 private:
     std::optional<PrivateBus> m_bus;

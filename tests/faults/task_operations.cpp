@@ -99,9 +99,17 @@ Operation registration()
     };
     operation.prepare = [](Rig &rig) {
         const auto slot = std::make_shared<std::shared_ptr<TaskInvoker>>();
-        return [&rig, slot] {
+        const auto make = [&rig, slot] {
             *slot = makeInvoker(rig);
             listen(rig, slot->get());
+        };
+        if (rig.invokerIsFirst) {
+            make();
+        }
+        return [&rig, slot, make] {
+            if (!*slot) {
+                make();
+            }
             (*slot)->onReady([&rig, token = rig.token()](const Error &error) {
                 rig.setCode(error.code());
                 rig.add(QStringLiteral("ready ") + textOf(error));
