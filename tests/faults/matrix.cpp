@@ -40,7 +40,9 @@ QString markOf(const Rig &rig, const Operation &operation)
         return QString::number(rig.code());
     }
     if (operation.isSignal()) {
-        const auto others = rig.events().size() - rig.events().count(operation.markerSeen);
+        const auto word = operation.markerSeen.section(QLatin1Char(' '), 0, 0);
+        const auto others =
+            rig.events().filter(word).size() - rig.events().count(operation.markerSeen);
         return others > 0 ? QStringLiteral("+") : QStringLiteral("-");
     }
     return QStringLiteral("ok");

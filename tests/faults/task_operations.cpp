@@ -14,6 +14,9 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
+// Of longer ones the bus passes on no changes, so that something else has to end the waiting.
+constexpr int longestHeardType = 800;
+
 // Adds what an invoker tells of its lists.
 void listen(Rig &rig, const TaskInvoker *invoker)
 {
@@ -145,17 +148,20 @@ Operation taskStart()
 Operation taskStop()
 {
     Operation operation = call("taskStop", "Stop", "''", "", "stopped 0");
+void stop(Rig &rig, TaskInvoker &invoker)
+{
+    invoker.stop(rig.argument, [&rig, token = rig.token()](const Error &error) {
+        rig.setCode(error.code());
+        rig.add(QStringLiteral("stopped ") + textOf(error));
+    });
+    waitForReport(rig, QStringLiteral("stopped"));
+}
+
     operation.seenFailure = [](const Failure &failure) {
         return QStringLiteral("stopped ") + textOf(failure);
     };
     operation.prepare = [](Rig &rig) {
-        return [&rig, invoker = makeReadyInvoker(rig)] {
-            invoker->stop(rig.argument, [&rig, token = rig.token()](const Error &error) {
-                rig.setCode(error.code());
-                rig.add(QStringLiteral("stopped ") + textOf(error));
-            });
-            waitForReport(rig, QStringLiteral("stopped"));
-        };
+        return [&rig, invoker = makeReadyInvoker(rig)] { stop(rig, *invoker); };
     };
     return operation;
 }
@@ -172,7 +178,15 @@ Operation listSignal(const char *name, const char *values, const char *seen, con
     operation.prepare = [column](Rig &rig) {
         auto invoker = makeReadyInvoker(rig);
         listen(rig, invoker.get());
-        return [&rig, column, invoker] { hearMarker(rig, operationNamed(column)); };
+        return [&rig, column, invoker] {
+            if (rig.taskType.size() <= longestHeardType) {
+                Operation operation = operationNamed(column);
+                operation.path = session(rig);
+                hearMarker(rig, operation);
+            } else {
+                stop(rig, *invoker);
+            }
+        };
     };
     return operation;
 }
