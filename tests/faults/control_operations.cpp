@@ -58,8 +58,10 @@ Operation startDebug()
         call("startDebug", "StartDebug", "sa{sv}", "app:1 1 Pid i 7", "0 <app:1> {Pid=7}");
     operation.prepare = [](Rig &rig) {
         return [&rig, control = std::make_shared<Control>()] {
-            Ostrel::DebugParams params;
-            params.setCommandLineParams({QStringLiteral("-v")});
+            Ostrel::DebugParams params(rig.parameters);
+            if (rig.parameters.isEmpty()) {
+                params.setCommandLineParams({QStringLiteral("-v")});
+            }
             add(rig, control->startDebug(rig.argument, params));
         };
     };

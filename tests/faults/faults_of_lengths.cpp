@@ -16,6 +16,11 @@ const QString sessions = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
 
 const QChar letter = QLatin1Char('x');
 constexpr int maximumMessage = 128 << 20;
+constexpr int maximumArray = 64 << 20;
+// What the only entry of a map takes besides a text under the key "key", and besides the key of a
+// byte: lengths, the types, padding, zeros at the ends.
+constexpr int entryOfText = 4 + 4 + 3 + 1 + 4 + 1;
+constexpr int entryOfByte = 4 + 1 + 3 + 1;
 constexpr int longestType = 32 << 20;
 // What is left for the head of a message.
 constexpr int head = 4096;
@@ -179,22 +184,22 @@ Fault longType(const QString &label, int size)
         rig.taskType = QString(size, letter);
     };
     fault.arrange = [size](Rig &rig, const Operation &operation) {
+        Operation ofType = operation;
+        const QString session = QStringLiteral("%1@%2").arg(sessions).arg(size);
         if (operation.name == QLatin1String("register")) {
             ofType.values.replace(sessions + QStringLiteral("sync"), session);
         } else {
             ofType.path = session;
             // Its answer comes behind the signal.
             arrangeGood(rig, operationNamed(QStringLiteral("taskStop")));
-        Operation ofType = operation;
-        const QString session = QStringLiteral("%1@%2").arg(sessions).arg(size);
         }
+        arrangeGood(rig, ofType);
     };
     fault.expected = [size](const Operation &operation) {
         // What the bus is asked to pass on may have 1024 bytes, the type's among them.
         return operation.isSignal() && size > 800 ? QStringLiteral("stopped 0")
                                                   : goodOutcome(operation);
     };
-        arrangeGood(rig, ofType);
     return fault;
 }
 
@@ -211,6 +216,53 @@ Fault tooLongType(int size)
                      .arg(size)});
     };
     return fault;
+}
+
+// A map of one entry, in place of a program's or a task's parameters. Made when it is used, too.
+Fault parameters(const QString &label, const std::function<QVariantMap()> &map)
+{
+    Fault fault = argument(label, {});
+    fault.concerns = [](const Operation &operation) {
+        return operation.name == QLatin1String("startDebug")
+            || operation.name == QLatin1String("taskStart");
+    };
+    fault.before = [map](Rig &rig, const Operation & /*operation*/) { rig.parameters = map(); };
+    return fault;
+}
+
+std::vector<Fault> largestMaps()
+{
+    const int longestValue = maximumArray - entryOfText;
+    const int longestKey = maximumArray - entryOfByte;
+    const auto value = [](int size) {
+        return [size] { return QVariantMap{{QStringLiteral("key"), QString(size, letter)}}; };
+    };
+    const auto key = [](int size) {
+        return [size] {
+            return QVariantMap{{QString(size, letter), QVariant::fromValue(uchar(1))}};
+        };
+    };
+    const auto refused = [](Fault fault, const QString &keyed, const char *type) {
+        fault.arrange = {};
+        fault.expected = [keyed, type](const Operation &operation) {
+            return operation.seenFailure(
+                {1, QString(),
+                 QStringLiteral("Marshalling failed: \"%1\" is too large for a message, with a "
+                                "value of type %2")
+                     .arg(keyed, QLatin1String(type))});
+        };
+        return fault;
+    };
+    return {
+        mostly("taskStart",
+               parameters(QStringLiteral("the longest text in a map"), value(longestValue))),
+        refused(parameters(QStringLiteral("a text that no map holds"), value(longestValue + 1)),
+                QStringLiteral("key"), "QString"),
+        mostly("startDebug",
+               parameters(QStringLiteral("the longest key of a map"), key(longestKey))),
+        refused(parameters(QStringLiteral("a key that no map holds"), key(longestKey + 1)),
+                QStringLiteral("x*%1").arg(longestKey + 1), "uchar"),
+    };
 }
 
 // More than libdbus takes in before it is told that something has been handled.
@@ -238,6 +290,9 @@ std::vector<Fault> faultsOfLengths()
     const int longest = maximumMessage - head;
     const int size = 1 << 20;
     std::vector<Fault> faults = arguments();
+    for (const Fault &fault : largestMaps()) {
+        faults.push_back(fault);
+    }
     for (const Fault &fault : {
              argument(QStringLiteral("an argument of 1 MiB"), letters(size)),
              incoming(QStringLiteral("a text of 1 MiB from the service"), size),
@@ -248,6 +303,8 @@ std::vector<Fault> faultsOfLengths()
                     failing(QStringLiteral("an error with the longest message"), longest)),
              flood(),
              longType(QStringLiteral("a task type of 255 bytes"), 255),
+             longType(QStringLiteral("a task type of 800 bytes"), 800),
+             longType(QStringLiteral("a task type of 1024 bytes"), 1024),
              longType(QStringLiteral("a task type of 1 MiB"), size),
              mostly("register", longType(QStringLiteral("the longest task type"), longestType)),
              tooLongType(longestType + 1),
@@ -256,5 +313,3 @@ std::vector<Fault> faultsOfLengths()
     }
     return faults;
 }
-             longType(QStringLiteral("a task type of 800 bytes"), 800),
-             longType(QStringLiteral("a task type of 1024 bytes"), 1024),

@@ -73,6 +73,7 @@ void Rig::begin()
 {
     argument = QStringLiteral("a.b");
     taskType = QStringLiteral("sync");
+    parameters.clear();
     invokerIsFirst = false;
     if (QDBusConnection::sessionBus().isConnected()) {
         if (!m_service) {

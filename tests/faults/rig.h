@@ -9,6 +9,8 @@
 
 #include <Ostrel/Error>
 
+#include <QtCore/QVariantMap>
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -69,6 +71,8 @@ public:
     // What the operations are called with.
     QString argument;
     QString taskType;
+    // Of a debugged start and of a task, in place of usual parameters.
+    QVariantMap parameters;
     // An invoker is made in front of what happens to it, and not behind that.
     bool invokerIsFirst = false;
 

@@ -133,6 +133,9 @@ Operation taskStart()
         return [&rig, invoker = makeReadyInvoker(rig)] {
             TaskInvoker::StartupInfo info;
             info.setParameters({QStringLiteral("-v")});
+            if (!rig.parameters.isEmpty()) {
+                info.swap(rig.parameters);
+            }
             invoker->start(rig.argument, info, {},
                            [&rig, token = rig.token()](int number, const Error &error) {
                                rig.setCode(error.code());
@@ -145,9 +148,6 @@ Operation taskStart()
     return operation;
 }
 
-Operation taskStop()
-{
-    Operation operation = call("taskStop", "Stop", "''", "", "stopped 0");
 void stop(Rig &rig, TaskInvoker &invoker)
 {
     invoker.stop(rig.argument, [&rig, token = rig.token()](const Error &error) {
@@ -157,6 +157,9 @@ void stop(Rig &rig, TaskInvoker &invoker)
     waitForReport(rig, QStringLiteral("stopped"));
 }
 
+Operation taskStop()
+{
+    Operation operation = call("taskStop", "Stop", "''", "", "stopped 0");
     operation.seenFailure = [](const Failure &failure) {
         return QStringLiteral("stopped ") + textOf(failure);
     };
