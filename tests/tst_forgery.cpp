@@ -148,15 +148,15 @@ void TestForgery::signalsOfAFormerOwner()
     Peer former(m_rig->bus());
     const QString own = QStringLiteral("own " OSTREL_SERVICE_NAME);
     const QString release = QStringLiteral("release " OSTREL_SERVICE_NAME);
-    Rig::waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
-    Rig::waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
+    m_rig->waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
+    m_rig->waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
     former.order(operation.order(operation.signature + QLatin1Char(' ') + operation.values));
     Rig::waitUntil("the owner is heard", [this] { return m_rig->events().size() == 1; });
     QCOMPARE(text(*m_rig), operation.seen);
-    Rig::waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
+    m_rig->waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
     // Between two owners there is none.
     forgeSignals(former, operation);
-    Rig::waitForOwner(Rig::Somebody, [this, &own] { m_rig->service().order(own); });
+    m_rig->waitForOwner(Rig::Somebody, [this, &own] { m_rig->service().order(own); });
     forgeSignals(former, operation);
     action();
     QCOMPARE(text(*m_rig), goodOutcome(operation));
@@ -184,7 +184,7 @@ void TestForgery::answersOfStrangers()
                         QStringLiteral("forge %1 %2 | answer %1 %3")
                             .arg(operation.signature, forged, operation.values));
     action();
-    Rig::settle();
+    m_rig->settle();
     QCOMPARE(text(*m_rig), operation.seen);
     QCOMPARE(m_rig->takeWarnings(), QStringList());
     action = nullptr;
@@ -214,7 +214,7 @@ void TestForgery::answersAheadOfTheCall()
     finish(stranger);
     arrangeGood(*m_rig, operation);
     action();
-    Rig::settle();
+    m_rig->settle();
     QCOMPARE(text(*m_rig), operation.seen);
     action = nullptr;
     works(operation);
@@ -251,7 +251,7 @@ void TestForgery::wordsOfTheBus()
         forge(QStringLiteral("NameAcquired"), QStringLiteral("s ") + service);
         forge(QStringLiteral("NameLost"), QStringLiteral("s ") + m_client);
         finish(stranger);
-        Rig::settle();
+        m_rig->settle();
     };
     forgeAll();
     {

@@ -117,7 +117,7 @@ Fault frozenService()
             rig.service().freeze();
             rig.service().orderLater(
                 operation.order(operation.signature + QLatin1Char(' ') + operation.values));
-            Rig::settle();
+            rig.settle();
             rig.add(QStringLiteral("so far"));
             rig.service().thaw();
             rig.service().waitForOrder();
@@ -145,13 +145,12 @@ Fault handedOver()
     handed.concerns = any;
     handed.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isSignal()) {
-            Rig::waitForOwner(Rig::Nobody, [&rig] {
+            rig.waitForOwner(Rig::Nobody, [&rig] {
                 rig.service().order(QStringLiteral("release ") + serviceName);
             });
             arrangeGood(rig, operation);
-            Rig::waitForOwner(Rig::Somebody, [&rig] {
-                rig.service().order(QStringLiteral("own ") + serviceName);
-            });
+            rig.waitForOwner(Rig::Somebody,
+                             [&rig] { rig.service().order(QStringLiteral("own ") + serviceName); });
         } else if (operation.isCall()) {
             rig.service().on(operation.member,
                              QStringLiteral("release %1 answer %2 %3")
@@ -160,9 +159,8 @@ Fault handedOver()
     };
     handed.after = [](Rig &rig, const Operation &operation) {
         if (operation.isCall()) {
-            Rig::waitForOwner(Rig::Somebody, [&rig] {
-                rig.service().order(QStringLiteral("own ") + serviceName);
-            });
+            rig.waitForOwner(Rig::Somebody,
+                             [&rig] { rig.service().order(QStringLiteral("own ") + serviceName); });
         }
     };
     // The call was made to it, so that its answer is good; its signals are not.
@@ -201,7 +199,7 @@ std::vector<Fault> faultsOfTheService()
     };
     restarted.arrange = [](Rig &rig, const Operation &operation) {
         // So that the registration is on its way.
-        Rig::settle();
+        rig.settle();
         rig.killService();
         startService(rig, operation);
     };

@@ -5,8 +5,8 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
-#include <QtDBus/QDBusConnection>
 
+#include <algorithm>
 #include <iostream>
 
 namespace
@@ -32,6 +32,46 @@ const Fault &faultNamed(const QString &name)
         }
     }
     qFatal("no fault: %s", qPrintable(name));
+}
+
+// An operation on one of the buses.
+struct Column
+{
+    QString name;
+    const Operation &operation;
+    QDBusConnection::BusType bus;
+};
+
+const std::vector<Column> &columns()
+{
+    static const std::vector<Column> all = [] {
+        std::vector<Column> joined;
+        for (const Operation &operation : operations()) {
+            joined.push_back({operation.name, operation, QDBusConnection::SessionBus});
+        }
+        for (const Operation &operation : taskOperations()) {
+            joined.push_back({QStringLiteral("system:") + operation.name,
+                              operationNamed(operation.name), QDBusConnection::SystemBus});
+        }
+        return joined;
+    }();
+    return all;
+}
+
+const Column &columnNamed(const QString &name)
+{
+    const auto found = std::find_if(columns().cbegin(), columns().cend(),
+                                    [&name](const Column &column) { return column.name == name; });
+    if (found == columns().cend()) {
+        qFatal("no column: %s", qPrintable(name));
+    }
+    return *found;
+}
+
+// System buses pass on fewer answers than session buses do.
+Rig::Bus kindOf(QDBusConnection::BusType bus)
+{
+    return bus == QDBusConnection::SystemBus ? Rig::WithStrictBus : Rig::WithBus;
 }
 
 QString markOf(const Rig &rig, const Operation &operation)
@@ -60,11 +100,6 @@ QString afterwards(Rig &rig, const Operation &operation)
     return rig.events().join(QStringLiteral("; "));
 }
 
-int widthOf(const Operation &operation)
-{
-    return operation.name.size() + 1;
-}
-
 void printLine(const QString &line)
 {
     std::cout << qPrintable(line) << std::endl;
@@ -73,8 +108,8 @@ void printLine(const QString &line)
 void printHead()
 {
     QString line(nameWidth, QLatin1Char(' '));
-    for (const Operation &operation : operations()) {
-        line += QLatin1Char(' ') + operation.name;
+    for (const Column &column : columns()) {
+        line += QLatin1Char(' ') + column.name;
     }
     printLine(line);
 }
@@ -85,7 +120,7 @@ void printRow(const Fault &fault, const std::vector<std::optional<Outcome>> &row
     QString line = fault.name.leftJustified(nameWidth, QLatin1Char(' '), true);
     for (std::size_t i = 0; i < row.size(); ++i) {
         const QString mark = !row[i] ? QString() : wrong[i] ? QStringLiteral("!") : row[i]->mark;
-        line += mark.rightJustified(widthOf(operations()[i]));
+        line += mark.rightJustified(columns()[i].name.size() + 1);
     }
     printLine(line);
 }
@@ -108,10 +143,10 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
         timer.start();
         action();
         const qint64 elapsed = timer.elapsed();
-        Rig::settle();
+        rig.settle();
         if (fault.after) {
             fault.after(rig, operation);
-            Rig::settle();
+            rig.settle();
         }
         text = rig.events().join(QStringLiteral("; "));
         if (elapsed > bound) {
@@ -123,7 +158,7 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
             text += QStringLiteral(" (its callback is still held)");
         }
     }
-    Rig::settle();
+    rig.settle();
     if (rig.liveCallbacks() != 0) {
         text += QStringLiteral(" (%1 callbacks are held for ever)").arg(rig.liveCallbacks());
     }
@@ -133,7 +168,7 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
     }
     Outcome outcome{markOf(rig, operation), text};
 
-    if (QDBusConnection::sessionBus().isConnected()) {
+    if (rig.connection().isConnected()) {
         const QString later = afterwards(rig, operation);
         if (later != goodOutcome(operation)) {
             outcome.text += QStringLiteral(" (afterwards: %1)").arg(later);
@@ -142,13 +177,19 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
     return outcome;
 }
 
-int tryApart(const QString &fault, const QStringList &operations)
+int tryApart(const QString &fault, const QStringList &columnNames)
 {
     const Fault &tried = faultNamed(fault);
-    Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : Rig::WithBus,
-            tried.replyTimeout);
-    for (const QString &operation : operations) {
-        const Outcome outcome = tryOperation(rig, tried, operationNamed(operation));
+    const Column &first = columnNamed(columnNames.constFirst());
+    std::optional<PrivateBus> session;
+    if (first.bus == QDBusConnection::SystemBus) {
+        // All is well with the other one.
+        session.emplace();
+    }
+    Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : kindOf(first.bus),
+            tried.replyTimeout, first.bus);
+    for (const QString &column : columnNames) {
+        const Outcome outcome = tryOperation(rig, tried, columnNamed(column).operation);
         printLine(outcome.mark);
         printLine(outcome.text);
     }
@@ -160,13 +201,16 @@ Matrix::Row Matrix::row(const Fault &fault)
     if (fault.place != Fault::Shared) {
         return rowApart(fault);
     }
-    Row outcomes(operations().size());
-    if (!m_rig) {
-        m_rig.emplace(Rig::WithBus);
+    for (const auto bus : {QDBusConnection::SessionBus, QDBusConnection::SystemBus}) {
+        if (!m_rigs.at(bus)) {
+            m_rigs.at(bus).emplace(kindOf(bus), std::nullopt, bus);
+        }
     }
+    Row outcomes(columns().size());
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
-        if (fault.concerns(operations()[i])) {
-            outcomes[i] = tryOperation(*m_rig, fault, operations()[i]);
+        const Column &column = columns()[i];
+        if (fault.concerns(column.operation)) {
+            outcomes[i] = tryOperation(*m_rigs.at(column.bus), fault, column.operation);
         }
     }
     return outcomes;
@@ -180,9 +224,10 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
         std::vector<std::size_t> columns;
     };
     std::vector<Part> parts;
-    for (std::size_t i = 0; i < operations().size(); ++i) {
-        if (fault.concerns(operations()[i])) {
-            if (parts.empty() || int(parts.back().columns.size()) == fault.operationsAtOnce) {
+    for (std::size_t i = 0; i < columns().size(); ++i) {
+        if (fault.concerns(columns()[i].operation)) {
+            if (parts.empty() || int(parts.back().columns.size()) == fault.operationsAtOnce
+                || columns()[parts.back().columns.front()].bus != columns()[i].bus) {
                 parts.emplace_back();
             }
             parts.back().columns.push_back(i);
@@ -192,13 +237,13 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
     for (Part &part : parts) {
         QStringList arguments{QStringLiteral("--apart"), fault.name};
         for (const std::size_t column : part.columns) {
-            arguments.append(operations()[column].name);
+            arguments.append(columns()[column].name);
         }
         part.process =
             std::make_unique<Process>(QCoreApplication::applicationFilePath(), arguments);
         part.process->start();
     }
-    Row outcomes(operations().size());
+    Row outcomes(columns().size());
     for (const Part &part : parts) {
         for (const std::size_t column : part.columns) {
             const QString mark = part.process->readLine();
@@ -227,12 +272,12 @@ QStringList Matrix::run(const std::vector<Fault> &faults)
                 continue;
             }
             ++m_cells;
-            const QString expected = fault.expected(operations()[i]);
+            const QString expected = fault.expected(columns()[i].operation);
             wrong[i] = outcomes[i]->text != expected;
             if (wrong[i]) {
                 failures.append(
                     QStringLiteral("%1, %2:\n   saw      %3\n   expected %4")
-                        .arg(operations()[i].name, fault.name, outcomes[i]->text, expected));
+                        .arg(columns()[i].name, fault.name, outcomes[i]->text, expected));
             }
         }
         printRow(fault, outcomes, wrong);

@@ -6,6 +6,8 @@
 
 #include "fault.h"
 
+#include <array>
+
 // What came of one operation under one fault.
 struct Outcome
 {
@@ -18,7 +20,8 @@ struct Outcome
 // Tries an operation under a fault, and whether it still works afterwards.
 Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation);
 
-// Tries all operations under all faults, and prints a table of it.
+// Tries all operations, those of task invokers on each bus, under all faults, and prints a table of
+// it.
 class Matrix
 {
 public:
@@ -34,11 +37,12 @@ private:
     // The same in processes of their own.
     static Row rowApart(const Fault &fault);
 
-    std::optional<Rig> m_rig;
+    // For each bus.
+    std::array<std::optional<Rig>, 2> m_rigs;
     int m_cells = 0;
 };
 
 // What a process of its own does; the result is its exit status.
-int tryApart(const QString &fault, const QStringList &operations);
+int tryApart(const QString &fault, const QStringList &columnNames);
 
 #endif

@@ -3,8 +3,6 @@
 
 #include "operation.h"
 
-#include <QtDBus/QDBusConnection>
-
 #include <algorithm>
 
 QString textOf(const Failure &failure)
@@ -47,9 +45,9 @@ const Operation &operationNamed(const QString &name)
 
 void hearMarker(Rig &rig, const Operation &operation)
 {
-    if (!QDBusConnection::sessionBus().isConnected()) {
+    if (!rig.connection().isConnected()) {
         // It tells of its end like of anything else.
-        Rig::settle();
+        rig.settle();
         return;
     }
     rig.service().order(

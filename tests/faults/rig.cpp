@@ -13,26 +13,52 @@
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusServiceWatcher>
 
-Rig::Rig(Bus bus, std::optional<int> replyTimeout)
+namespace
 {
+
+std::shared_ptr<const Warnings> sharedWarnings()
+{
+    static std::weak_ptr<const Warnings> current;
+    auto shared = current.lock();
+    if (!shared) {
+        shared = std::make_shared<const Warnings>(Warnings::Silent);
+        current = shared;
+    }
+    return shared;
+}
+
+} // namespace
+
+Rig::Rig(Bus bus, std::optional<int> replyTimeout, QDBusConnection::BusType type)
+    : m_type(type)
+    , m_warnings(sharedWarnings())
+{
+    const char *const sessionBus = "DBUS_SESSION_BUS_ADDRESS";
+    const QByteArray session = qgetenv(sessionBus);
+    QByteArray address("unix:path=/nonexistent/bus");
     if (bus != NoBus) {
         m_bus.emplace(replyTimeout,
                       bus == WithStrictBus ? PrivateBus::Refused : PrivateBus::PassedOn);
+        address = m_bus->address().toUtf8();
     }
-    // A connection hands nothing over, its end included, before the event loop has run.
-    QDBusConnection::sessionBus();
-    QCoreApplication::processEvents();
+    // A private bus makes itself the session bus.
+    qputenv(sessionBus, session);
+    qputenv(isOnSystemBus() ? "DBUS_SYSTEM_BUS_ADDRESS" : sessionBus, address);
+}
+
+QDBusConnection Rig::connection() const
+{
+    return isOnSystemBus() ? QDBusConnection::systemBus() : QDBusConnection::sessionBus();
 }
 
 void Rig::endBus()
 {
-    if (!QDBusConnection::sessionBus().isConnected()) {
+    if (!connection().isConnected()) {
         return;
     }
     m_service.reset();
     m_bus->end();
-    waitUntil("the connection is lost",
-              [] { return !QDBusConnection::sessionBus().isConnected(); });
+    waitUntil("the connection is lost", [this] { return !connection().isConnected(); });
 }
 
 void Rig::startService()
@@ -56,10 +82,9 @@ void Rig::buryService()
     m_service.reset();
 }
 
-void Rig::waitForOwner(Owner owner, const std::function<void()> &change)
+void Rig::waitForOwner(Owner owner, const std::function<void()> &change) const
 {
-    const QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME),
-                                      QDBusConnection::sessionBus());
+    const QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME), connection());
     bool known = false;
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &watcher,
                      [&known, owner](const QString &, const QString &, const QString &now) {
@@ -75,7 +100,10 @@ void Rig::begin()
     taskType = QStringLiteral("sync");
     parameters.clear();
     invokerIsFirst = false;
-    if (QDBusConnection::sessionBus().isConnected()) {
+    // A connection hands nothing over, its end included, before the event loop has run.
+    connection();
+    QCoreApplication::processEvents();
+    if (connection().isConnected()) {
         if (!m_service) {
             startService();
         }
@@ -93,7 +121,7 @@ void Rig::add(const QString &event)
 
 QStringList Rig::takeWarnings()
 {
-    QStringList taken = m_warnings.texts().mid(m_warningsTaken);
+    QStringList taken = m_warnings->texts().mid(m_warningsTaken);
     m_warningsTaken += taken.size();
     taken.erase(std::remove_if(taken.begin(), taken.end(),
                                [](const QString &text) {
@@ -117,10 +145,10 @@ void Rig::waitUntil(const char *what, const std::function<bool()> &condition)
     }
 }
 
-void Rig::settle()
+void Rig::settle() const
 {
     QCoreApplication::sendPostedEvents();
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = connection();
     if (bus.isConnected()) {
         const QString daemon = QStringLiteral("org.freedesktop.DBus");
         const QDBusPendingCallWatcher answer(bus.asyncCall(QDBusMessage::createMethodCall(

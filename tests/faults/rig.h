@@ -10,6 +10,7 @@
 #include <Ostrel/Error>
 
 #include <QtCore/QVariantMap>
+#include <QtDBus/QDBusConnection>
 
 #include <functional>
 #include <memory>
@@ -28,7 +29,14 @@ public:
     };
 
     // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
-    explicit Rig(Bus bus, std::optional<int> replyTimeout = std::nullopt);
+    // type: what the bus is to the client, which connects when it begins. libdbus learns the
+    // addresses of all buses then.
+    explicit Rig(Bus bus, std::optional<int> replyTimeout = std::nullopt,
+                 QDBusConnection::BusType type = QDBusConnection::SessionBus);
+
+    // The client's.
+    QDBusConnection connection() const;
+    bool isOnSystemBus() const { return m_type == QDBusConnection::SystemBus; }
 
     PrivateBus &bus() { return *m_bus; }
     void endBus();
@@ -44,7 +52,7 @@ public:
         Nobody,
         Somebody
     };
-    static void waitForOwner(Owner owner, const std::function<void()> &change);
+    void waitForOwner(Owner owner, const std::function<void()> &change) const;
 
     // Forgets what was seen and arranged. The service is there afterwards, if the bus is.
     void begin();
@@ -66,7 +74,7 @@ public:
     // Runs the event loop until the condition holds; ends the program if that does not come.
     static void waitUntil(const char *what, const std::function<bool()> &condition);
     // Returns when all that the bus has delivered by now has been handled.
-    static void settle();
+    void settle() const;
 
     // What the operations are called with.
     QString argument;
@@ -77,9 +85,11 @@ public:
     bool invokerIsFirst = false;
 
 private:
+    const QDBusConnection::BusType m_type;
     std::optional<PrivateBus> m_bus;
     std::optional<Peer> m_service;
-    Warnings m_warnings{Warnings::Silent};
+    // Those of all rigs, because whoever collects last gets everything.
+    std::shared_ptr<const Warnings> m_warnings;
     int m_warningsTaken = 0;
     QStringList m_events;
     int m_code = 0;

@@ -33,7 +33,8 @@ void listen(Rig &rig, const TaskInvoker *invoker)
 
 std::shared_ptr<TaskInvoker> makeInvoker(Rig &rig)
 {
-    return std::make_shared<TaskInvoker>(TaskInvoker::SessionBus, rig.taskType);
+    return std::make_shared<TaskInvoker>(
+        rig.isOnSystemBus() ? TaskInvoker::SystemBus : TaskInvoker::SessionBus, rig.taskType);
 }
 
 // The path of the session, for an order.
