@@ -69,6 +69,12 @@ void startService(Rig &rig, const Operation &operation)
     arrangeGood(rig, operation);
 }
 
+// What a second registration would bring has come then.
+void settleWithService(Rig &rig, const Operation & /*operation*/)
+{
+    rig.settleWithService();
+}
+
 std::vector<Fault> faultsOfTheBus()
 {
     Fault none{QStringLiteral("no bus"), Fault::OwnProcessWithoutBus, 15};
@@ -184,6 +190,7 @@ std::vector<Fault> faultsOfTheService()
         rig.invokerIsFirst = true;
     };
     late.arrange = startService;
+    late.after = settleWithService;
     // A registration is not tried again.
     late.expected = [](const Operation &operation) {
         return isRegistration(operation) ? operation.seenFailure(absent) : goodOutcome(operation);
@@ -203,6 +210,7 @@ std::vector<Fault> faultsOfTheService()
         rig.killService();
         startService(rig, operation);
     };
+    restarted.after = settleWithService;
     restarted.expected = [](const Operation &operation) {
         return isRegistration(operation) ? operation.seenFailure(gone) : goodOutcome(operation);
     };
@@ -213,6 +221,7 @@ std::vector<Fault> faultsOfTheService()
     registered.after = [](Rig &rig, const Operation &operation) {
         rig.killService();
         startService(rig, operation);
+        rig.settleWithService();
     };
     registered.expected = goodOutcome;
 

@@ -145,18 +145,24 @@ void Rig::waitUntil(const char *what, const std::function<bool()> &condition)
     }
 }
 
-void Rig::settle() const
+void Rig::settleWithService() const
+{
+    settleWith(QStringLiteral(OSTREL_SERVICE_NAME));
+}
+
+void Rig::settleWith(const QString &whom) const
 {
     QCoreApplication::sendPostedEvents();
     QDBusConnection bus = connection();
     if (bus.isConnected()) {
-        const QString daemon = QStringLiteral("org.freedesktop.DBus");
+        // Whatever comes of it is an answer.
         const QDBusPendingCallWatcher answer(bus.asyncCall(QDBusMessage::createMethodCall(
-            daemon, QStringLiteral("/org/freedesktop/DBus"), daemon, QStringLiteral("GetId"))));
+            whom, QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.Peer"),
+            QStringLiteral("Ping"))));
         bool answered = false;
         QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &answer,
                          [&answered] { answered = true; });
-        waitUntil("the bus answers", [&answered] { return answered; });
+        waitUntil("the other end answers", [&answered] { return answered; });
     }
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

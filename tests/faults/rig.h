@@ -74,7 +74,9 @@ public:
     // Runs the event loop until the condition holds; ends the program if that does not come.
     static void waitUntil(const char *what, const std::function<bool()> &condition);
     // Returns when all that the bus has delivered by now has been handled.
-    void settle() const;
+    void settle() const { settleWith(QStringLiteral("org.freedesktop.DBus")); }
+    // Returns when the service has answered all that it was asked by now, too.
+    void settleWithService() const;
 
     // What the operations are called with.
     QString argument;
@@ -85,6 +87,8 @@ public:
     bool invokerIsFirst = false;
 
 private:
+    void settleWith(const QString &whom) const;
+
     const QDBusConnection::BusType m_type;
     std::optional<PrivateBus> m_bus;
     std::optional<Peer> m_service;
