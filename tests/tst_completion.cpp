@@ -201,6 +201,10 @@ void TestCompletion::offersWhatIsRunning()
     QCOMPARE(offers(QStringLiteral("ostrelctl start x")), QStringList());
     QCOMPARE(offers(QStringLiteral("ostrelctl start demo.Player ")), QStringList());
     QCOMPARE(offers(QStringLiteral("ostrelctl terminate ")), QStringList(instance));
+    const QByteArray rootFs = qgetenv("OSTREL_ROOTFS");
+    qunsetenv("OSTREL_ROOTFS");
+    QCOMPARE(offers(QStringLiteral("ostrelctl terminate ")), QStringList(instance));
+    qputenv("OSTREL_ROOTFS", rootFs);
     // The application and its two services.
     const QStringList processes = offers(QStringLiteral("ostrelctl which "));
     QCOMPARE(processes.size(), 3);

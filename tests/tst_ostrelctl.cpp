@@ -22,6 +22,7 @@ private Q_SLOTS:
     void windowFails();
     void windowAnsweredByNoError();
     void errorsStayOnOneLine();
+    void outputThatCannotBeWrittenIsAFailure_data();
     void outputThatCannotBeWrittenIsAFailure();
     void windowWithoutService();
     void windowWithoutBus();
@@ -154,10 +155,18 @@ void TestOstrelctl::errorsStayOnOneLine()
     QCOMPARE(result.errors, QString::fromUtf8("error: Failed: two\\nlines\\x1b[1m ü\n"));
 }
 
+void TestOstrelctl::outputThatCannotBeWrittenIsAFailure_data()
+{
+    QTest::addColumn<QString>("line");
+    for (const char *line : {"window main 2 3 4", "window --help", "--help", "--version"}) {
+        QTest::newRow(line) << QString::fromLatin1(line);
+    }
+}
+
 void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
 {
-    Process process(QStringLiteral(OSTRELCTL),
-                    QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    QFETCH(QString, line);
+    Process process(QStringLiteral(OSTRELCTL), line.split(QLatin1Char(' ')));
     process.setStandardOutputFile(QStringLiteral("/dev/full"));
     process.start();
     QVERIFY(process.waitForFinished(patience));

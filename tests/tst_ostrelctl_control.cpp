@@ -28,6 +28,7 @@ private Q_SLOTS:
     void terminateSaysNothing();
     void psPrintsATable();
     void psPrintsJson();
+    void psFitsTheTerminal_data();
     void psFitsTheTerminal();
     void whichPrintsTheApplication_data();
     void whichPrintsTheApplication();
@@ -131,6 +132,15 @@ void TestOstrelctlControl::debugSendsWhatIsGiven_data()
                                     {wrapper,
                                      QStringList{QStringLiteral("gdb"), QStringLiteral("--args"),
                                                  QStringLiteral("a b")}}};
+    QTest::newRow("wrapper with quotes")
+        << QStringList{QStringLiteral("--wrapper"),
+                       QStringLiteral(R"( a "" b" c"d \"e\" "\"f\\" \n )")}
+        << QVariantMap{{wrapper,
+                        QStringList{QStringLiteral("a"), QString(), QStringLiteral("b cd"),
+                                    QStringLiteral("\"e\""), QStringLiteral("\"f\\"),
+                                    QStringLiteral("\\n")}}};
+    QTest::newRow("empty wrapper") << QStringList{QStringLiteral("--wrapper"), QString()}
+                                   << QVariantMap{{wrapper, QStringList()}};
     QTest::newRow("params") << words("--param one --param --two --param=-3")
                             << QVariantMap{{params, words("one --two -3")}};
     QTest::newRow("environment") << words("--env A=1 --env B==")
@@ -213,16 +223,24 @@ void TestOstrelctlControl::psPrintsJson()
     QCOMPARE(result.exitStatus, 0);
 }
 
+void TestOstrelctlControl::psFitsTheTerminal_data()
+{
+    QTest::addColumn<QString>("locale");
+    QTest::newRow("UTF-8") << QStringLiteral("C.UTF-8");
+    QTest::newRow("ASCII") << QStringLiteral("C");
+}
+
 void TestOstrelctlControl::psFitsTheTerminal()
 {
+    QFETCH(QString, locale);
     // script gives the command a terminal, whose width it is told.
-    const auto widthsAt = [this](int columns) {
+    const auto widthsAt = [this, &locale](int columns) {
         arrangeList();
-        Result result =
-            run(QStringLiteral("script"),
-                {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
-                 QStringLiteral("stty cols %1; " OSTRELCTL " ps").arg(columns),
-                 QStringLiteral("/dev/null")});
+        Result result = run(
+            QStringLiteral("script"),
+            {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
+             QStringLiteral("stty cols %1; LC_ALL=%2 " OSTRELCTL " ps").arg(columns).arg(locale),
+             QStringLiteral("/dev/null")});
         return result.output.remove(QLatin1Char('\r')).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     };
     QCOMPARE(widthsAt(200).at(1),
@@ -372,6 +390,7 @@ void TestOstrelctlControl::tellsMistakes_data()
     row("debug --param", "Missing value after '--param'.");
     row("debug a --param", "Missing value after '--param'.");
     row("debug a --env A", "--env takes NAME=VALUE, not \"A\"");
+    row("debug a --wrapper \"x", "a quote in --wrapper does not end: \"\"x\"");
     row("debug a --env =1", "--env takes NAME=VALUE, not \"=1\"");
     row("debug a --no-sandbox=1", "Unexpected value after '--no-sandbox'.");
     row("terminate", "INSTANCE is missing");

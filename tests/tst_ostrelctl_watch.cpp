@@ -170,6 +170,10 @@ void TestOstrelctlWatch::watchTellsThatNoServiceRuns()
     Watcher watcher;
     QCOMPARE(watcher.readLine(), watching);
     QCOMPARE(watcher.readLine(), QStringLiteral("note: the service is not running yet"));
+    QCOMPARE(watcher.readLine(),
+             QStringLiteral("hint: no service owns the name " OSTREL_SERVICE_NAME
+                            " on the session bus; at a desk, start its stand-in: "
+                            "ostrel-simulator --session &"));
     Simulator simulator(bus);
     simulator.start();
     const QVariantList arguments{QStringLiteral("a"), QVariantMap()};

@@ -96,7 +96,7 @@ def one_line(text):
 
 
 def main():
-    if len(sys.argv) < 2:
+    if len(sys.argv) < 2 or (sys.argv[1].startswith('-') and sys.argv[1] != '--verify'):
         sys.exit(__doc__)
     if missing := list(missing_places()):
         sys.exit('\n'.join(missing))

@@ -24,9 +24,9 @@ void CommandLine::addFlag(const QString &name, const QString &description)
     m_parser.addOption({name, description});
 }
 
-void CommandLine::addJsonFlag()
+void CommandLine::addJsonFlag(const QString &printed)
 {
-    addFlag(QStringLiteral("json"), QStringLiteral("Print the result as one JSON document."));
+    addFlag(QStringLiteral("json"), QStringLiteral("Print %1.").arg(printed));
 }
 
 void CommandLine::addOption(const QString &name, const QString &valueName,
@@ -124,6 +124,43 @@ std::optional<QStringList> CommandLine::assignments(const QString &option) const
         }
     }
     return all;
+}
+
+// Not QProcess::splitCommand(), which drops empty words and takes a quote that does not end.
+std::optional<QStringList> CommandLine::words(const QString &option) const
+{
+    const QString text = value(option);
+    const QChar quote = QLatin1Char('"');
+    const QChar escape = QLatin1Char('\\');
+    QStringList words;
+    bool inWord = false;
+    bool inQuotes = false;
+    for (int i = 0; i < text.size(); ++i) {
+        QChar character = text.at(i);
+        if (character.isSpace() && !inQuotes) {
+            inWord = false;
+            continue;
+        }
+        if (!inWord) {
+            words.append(QString());
+            inWord = true;
+        }
+        if (character == quote) {
+            inQuotes = !inQuotes;
+            continue;
+        }
+        const QChar next = i + 1 < text.size() ? text.at(i + 1) : QChar();
+        if (character == escape && (next == quote || next == escape)) {
+            character = next;
+            ++i;
+        }
+        words.last() += character;
+    }
+    if (inQuotes) {
+        tellMistake(QStringLiteral("a quote in --%1 does not end: \"%2\"").arg(option, text));
+        return std::nullopt;
+    }
+    return words;
 }
 
 void CommandLine::tellMistake(const QString &mistake) const

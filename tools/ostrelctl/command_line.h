@@ -20,8 +20,8 @@ public:
     // An option without a value. One that is not known is bad usage.
     void addFlag(const QString &name, const QString &description);
 
-    // The flag of all commands: the result as JSON.
-    void addJsonFlag();
+    // The flag of all commands. What it prints is told in the help.
+    void addJsonFlag(const QString &printed = QStringLiteral("the result as one JSON document"));
 
     // An option with a value, which may be given several times.
     void addOption(const QString &name, const QString &valueName, const QString &description);
@@ -55,6 +55,9 @@ public:
 
     // The values of an option, each of the form NAME=VALUE; if one is not, the mistake was told.
     std::optional<QStringList> assignments(const QString &option) const;
+
+    // The value of an option as the words of a command; if it is none, the mistake was told.
+    std::optional<QStringList> words(const QString &option) const;
 
     // Says what is wrong with the arguments, and where help is.
     void tellMistake(const QString &mistake) const;

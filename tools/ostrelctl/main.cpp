@@ -21,6 +21,16 @@ int tellMistake(const QString &mistake)
     return BadUsage;
 }
 
+// The exit status, when everything has been printed.
+int finish(int status)
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        QTextStream(stderr) << "ostrelctl: cannot write the output\n";
+        return OperationFailed;
+    }
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -58,10 +68,12 @@ int main(int argc, char **argv)
         return tellMistake(parser.errorText());
     }
     if (parser.isSet(QStringLiteral("help"))) {
-        parser.showHelp();
+        QTextStream(stdout) << parser.helpText();
+        return finish(Success);
     }
     if (parser.isSet(QStringLiteral("version"))) {
-        parser.showVersion();
+        QTextStream(stdout) << "ostrelctl " PROJECT_VERSION "\n";
+        return finish(Success);
     }
 
     QStringList arguments = parser.positionalArguments();
@@ -74,10 +86,5 @@ int main(int argc, char **argv)
     if (command == commands.cend()) {
         return tellMistake(QStringLiteral("no command \"%1\"").arg(name));
     }
-    const int status = command->run(arguments);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        QTextStream(stderr) << "ostrelctl: cannot write the output\n";
-        return OperationFailed;
-    }
-    return status;
+    return finish(command->run(arguments));
 }

@@ -28,8 +28,13 @@ _ostrelctl_offer_running() {
         processes) _ostrelctl_offer "$pid" ;;
         instances)
             [[ $service == - ]] || continue
-            instance=$(timeout 1 "$program" which "$pid" 2>/dev/null)
-            instance=${instance#* }
+            # A simulator tells it, and its processes are found in a folder that may be unknown.
+            if [[ $rest =~ InstanceId=\"([^\"]*)\" ]]; then
+                instance=${BASH_REMATCH[1]}
+            else
+                instance=$(timeout 1 "$program" which "$pid" 2>/dev/null)
+                instance=${instance#* }
+            fi
             [[ $instance =~ ^[A-Za-z0-9._-]+$ ]] && _ostrelctl_offer "$instance"
             ;;
         esac

@@ -8,7 +8,6 @@
 #include "report.h"
 
 #include <QtCore/QFileInfo>
-#include <QtCore/QProcess>
 
 namespace
 {
@@ -64,7 +63,8 @@ int debug(const QStringList &arguments)
     line.addJsonFlag();
     line.addOption(wrapper, QStringLiteral("COMMAND"),
                    QStringLiteral("Put this command in front of the program. Blanks separate its "
-                                  "words; \"\" quotes."));
+                                  "words; \"\" quotes, and \\ "
+                                  "in front of \" or \\ takes it as it is."));
     line.addOption(param, QStringLiteral("WORD"),
                    QStringLiteral("Add this word to the program's command line; repeatable."));
     line.addOption(env, QStringLiteral("NAME=VALUE"),
@@ -82,13 +82,14 @@ int debug(const QStringList &arguments)
     }
     const auto app = line.text(0);
     const auto environment = app ? line.assignments(env) : std::nullopt;
-    if (!environment || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
+    const auto wrapperWords = environment ? line.words(wrapper) : std::nullopt;
+    if (!wrapperWords || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
         return BadUsage;
     }
 
     Ostrel::DebugParams params;
     if (line.isSet(wrapper)) {
-        params.setApplicationWrapper(QProcess::splitCommand(line.value(wrapper)));
+        params.setApplicationWrapper(*wrapperWords);
     }
     if (line.isSet(param)) {
         params.setCommandLineParams(line.values(param));

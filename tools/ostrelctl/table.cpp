@@ -7,6 +7,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <cwchar>
 #include <numeric>
@@ -15,6 +16,31 @@
 
 namespace
 {
+
+// What is printed is UTF-8, whatever the environment's locale has characters for. While this lives,
+// the C library knows how wide they are.
+class Utf8Characters
+{
+public:
+    Utf8Characters()
+        : m_locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
+        , m_before(m_locale != nullptr ? uselocale(m_locale) : nullptr)
+    {
+    }
+    ~Utf8Characters()
+    {
+        if (m_locale != nullptr) {
+            uselocale(m_before);
+            freelocale(m_locale);
+        }
+    }
+
+private:
+    Q_DISABLE_COPY(Utf8Characters)
+
+    locale_t m_locale;
+    locale_t m_before;
+};
 
 constexpr int gap = 2;
 constexpr int narrowest = 4;
@@ -121,6 +147,7 @@ int terminalWidth()
 
 void printTable(const QStringList &heading, const QVector<QStringList> &rows)
 {
+    const Utf8Characters characters;
     const QStringList lines = tableLines(heading, rows, terminalWidth());
     for (const QString &line : lines) {
         printLine(line);

@@ -51,10 +51,15 @@ int run(const QStringList &arguments)
 
 } // namespace
 
-TaskLine::TaskLine(const QString &command, const QString &description)
+TaskLine::TaskLine(const QString &command, const QString &description,
+                   const std::optional<QString> &json)
     : CommandLine(QStringLiteral("task ") + command, description)
 {
-    addJsonFlag();
+    if (json) {
+        addJsonFlag(*json);
+    } else {
+        addJsonFlag();
+    }
     addFlag(QStringLiteral("system"), QStringLiteral("Use the system bus."));
     addPositional(QStringLiteral("TYPE"), QStringLiteral("Names the type of the tasks."));
 }

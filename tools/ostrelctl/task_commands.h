@@ -13,6 +13,7 @@
 #include <QtCore/QJsonObject>
 
 #include <functional>
+#include <optional>
 
 // The sub-commands of 'task'.
 Command taskListCommand();
@@ -25,7 +26,9 @@ Command taskWatchCommand();
 class TaskLine : public CommandLine
 {
 public:
-    TaskLine(const QString &command, const QString &description);
+    // json: what --json prints, if it is not the result.
+    TaskLine(const QString &command, const QString &description,
+             const std::optional<QString> &json = std::nullopt);
 
     Ostrel::TaskInvoker::BusType bus() const;
     QString type() const { return positional(0); }

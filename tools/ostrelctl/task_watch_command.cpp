@@ -45,7 +45,8 @@ int run(const QStringList &arguments)
     TaskLine line(
         QStringLiteral("watch"),
         QStringLiteral("Prints the lists of a type's tasks whenever the service announces "
-                       "one, with the\ntime, until Ctrl-C."));
+                       "one, with the\ntime, until Ctrl-C."),
+        QStringLiteral("each list as a JSON object on a line"));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }

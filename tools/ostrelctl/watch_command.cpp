@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "advice.h"
 #include "command.h"
 #include "command_line.h"
 #include "control_client.h"
@@ -82,7 +83,7 @@ int run(const QStringList &arguments)
         QStringLiteral("watch"),
         QStringLiteral("Prints a line for each event in the life of applications, with the time, "
                        "until Ctrl-C."));
-    line.addFlag(QStringLiteral("json"), QStringLiteral("Print each event as a JSON object."));
+    line.addJsonFlag(QStringLiteral("each event as a JSON object on a line"));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
@@ -102,6 +103,11 @@ int run(const QStringList &arguments)
         bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
     if (isRunning.isValid() && !isRunning.value()) {
         err << "note: the service is not running yet\n";
+        const QString advice =
+            adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()), QDBusConnection::SessionBus);
+        if (!advice.isNull()) {
+            err << "hint: " << advice << '\n';
+        }
     }
     err.flush();
     return QCoreApplication::exec();

@@ -56,7 +56,9 @@ JsonNode::JsonNode(const QJsonValue &value, const QString &place, QString &mista
 
 QString JsonNode::string() const
 {
-    return expect(QJsonValue::String) ? m_value.toString() : QString();
+    const QString text = expect(QJsonValue::String) ? m_value.toString() : QString();
+    expectWhole(text);
+    return text;
 }
 
 bool JsonNode::boolean() const
@@ -150,6 +152,14 @@ bool JsonNode::expect(QJsonValue::Type type) const
     return true;
 }
 
+// A NUL would end it in a message and in a program's arguments.
+void JsonNode::expectWhole(const QString &text) const
+{
+    if (text.contains(QChar(0))) {
+        refuse(QStringLiteral("has a NUL in a text"));
+    }
+}
+
 QVariant JsonNode::variant(int depth) const
 {
     if (depth > greatestDepth) {
@@ -158,8 +168,9 @@ QVariant JsonNode::variant(int depth) const
     }
     switch (m_value.type()) {
     case QJsonValue::Bool:
+        return m_value.toBool();
     case QJsonValue::String:
-        return m_value.toVariant();
+        return string();
     case QJsonValue::Double:
         if (holds<int>(m_value.toDouble())) {
             return m_value.toInt();
@@ -191,6 +202,7 @@ QVariantMap JsonNode::variants(int depth) const
     QVariantMap map;
     const QStringList names = m_value.toObject().keys();
     for (const QString &name : names) {
+        expectWhole(name);
         map.insert(name, member(name).variant(depth + 1));
     }
     return map;

@@ -37,6 +37,7 @@ public:
 
 private:
     bool expect(QJsonValue::Type type) const;
+    void expectWhole(const QString &text) const;
     QVariant variant(int depth) const;
     QVariantMap variants(int depth) const;
 
