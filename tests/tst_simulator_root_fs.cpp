@@ -7,6 +7,8 @@
 #include "simulator.h"
 #include "test_main.h"
 
+#include "DBus/names_p.h"
+
 #include <QtCore/QDir>
 
 #include <optional>
@@ -48,6 +50,7 @@ private Q_SLOTS:
     void losesWhatEnds();
     void isEmptyAfterAReset();
     void goesWithTheSimulator();
+    void goesWithAServiceThatDies();
     void mayBeChosen();
     void mustBeUsable_data();
     void mustBeUsable();
@@ -165,6 +168,18 @@ void TestSimulatorRootFs::goesWithTheSimulator()
     const QString folder = rootFs();
     QVERIFY(QDir(folder + QStringLiteral("/proc")).exists());
     QCOMPARE(m_simulator->end(), 0);
+    QVERIFY(!QDir(folder).exists());
+}
+
+void TestSimulatorRootFs::goesWithAServiceThatDies()
+{
+    startApplication(QStringLiteral("t.Sleep"));
+    const QString folder = rootFs();
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
+    QDBusPendingCall call = asyncCallControl(QStringLiteral("Terminate"), {QString()});
+    call.waitForFinished();
+    QVERIFY(call.isError());
+    QCOMPARE(m_simulator->waitForEnd(), 1);
     QVERIFY(!QDir(folder).exists());
 }
 

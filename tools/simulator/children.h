@@ -26,6 +26,7 @@ public:
     ~Children() override;
 
     QString rootFs() const { return m_rootFs.path(); }
+    void clearRootFs() { m_rootFs.clear(); }
 
     // Runs a program in the control group of this path. The child is deleted some time after it is
     // gone.

@@ -12,6 +12,11 @@
 
 RootFs::~RootFs()
 {
+    clear();
+}
+
+void RootFs::clear()
+{
     const QSet<int> processes = m_processes;
     for (const int pid : processes) {
         remove(pid);
@@ -19,6 +24,7 @@ RootFs::~RootFs()
     if (!m_path.isEmpty()) {
         QDir(m_path).rmdir(QStringLiteral("proc"));
     }
+    m_temporary.reset();
 }
 
 QString RootFs::make(const QString &folder)

@@ -24,6 +24,9 @@ public:
 
     QString path() const { return m_path; }
 
+    // Takes all of it away.
+    void clear();
+
     // Puts a process into the group of this path.
     bool add(int pid, const QString &group);
     void remove(int pid);
