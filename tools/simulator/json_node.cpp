@@ -56,7 +56,7 @@ JsonNode::JsonNode(const QJsonValue &value, const QString &place, QString &mista
 
 QString JsonNode::string() const
 {
-    const QString text = expect(QJsonValue::String) ? m_value.toString() : QString();
+    QString text = expect(QJsonValue::String) ? m_value.toString() : QString();
     expectWhole(text);
     return text;
 }
