@@ -132,6 +132,9 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
     row("JSON objects", QJsonArray{QJsonObject{{QStringLiteral("a"), 1}}},
         6 + 8 + 2 + 4 + 4 + 6 + 3 + 7 + 8);
     row("mixed JSON", QJsonArray{QStringLiteral("a"), true}, 6 + 4 + 2 + 4 + 3 + 1 + 6 + 3 + 3 + 4);
+    row("JSON array in an object in mixed JSON",
+        QJsonArray{QStringLiteral("a"), QJsonObject{{QStringLiteral("a"), QJsonArray{true}}}},
+        6 + 4 + 2 + 4 + 3 + 1 + 6 + 7 + 3 + 4 + 6 + 4 + 2 + 4 + 3 + 1 + 4);
     row("map of numbers",
         QVariant::fromValue(QMap<int, QDBusVariant>{{1, QDBusVariant(2)}, {3, QDBusVariant(4)}}),
         6 + 7 + 3 + 4 + 4 + 12 + 4 + 12);

@@ -23,8 +23,10 @@ from pathlib import Path
 from mutations import MUTATIONS
 
 ROOT = Path(__file__).resolve().parents[2]
-# What waits for a time limit or measures, and so tells nothing sooner than others.
-SLOW = 'tst_default_time_limit|tst_installation|tst_vendor_prefix|tst_examples|tst_documents|docs'
+# What waits for a time limit or measures, and so tells nothing sooner than others; and what looks at
+# the sources, which notices anything.
+SLOW = ('mutations|tst_tree|tst_default_time_limit|tst_installation|tst_vendor_prefix|tst_examples|'
+        'tst_documents|docs')
 
 
 def quietly(*command, **options):
