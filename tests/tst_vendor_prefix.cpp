@@ -94,57 +94,49 @@ void TestVendorPrefix::stopsTheWholeConfiguration()
              qPrintable(tooLong.errors));
 }
 
+// Where the tests run with the sanitizers, it is not the default one.
 void TestVendorPrefix::reachesEveryName()
 {
-    const QTemporaryDir folder;
-    const Result configured = configure(folder.path(), QStringLiteral("com.example.device"));
-    QVERIFY2(configured.exitStatus == 0, qPrintable(configured.errors));
-    const Result built = run(QStringLiteral(CMAKE),
-                             {QStringLiteral("--build"), folder.path(), QStringLiteral("--target"),
-                              QStringLiteral("ostrelctl"), QStringLiteral("ostrel-simulator")},
-                             QProcessEnvironment::systemEnvironment(), 30 * patience);
-    QVERIFY2(built.exitStatus == 0, qPrintable(built.output));
-
+    const QString name = QStringLiteral(VENDOR_PREFIX ".Ostrel");
+    const QString path =
+        QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/'));
     const PrivateBus bus;
-    Process simulator(folder.filePath(QStringLiteral("tools/simulator/ostrel-simulator")), {});
+    Process simulator(QStringLiteral(SIMULATOR), {});
     simulator.start();
-    QCOMPARE(
-        simulator.readLine(),
-        QStringLiteral("ostrel-simulator: com.example.device.Ostrel is ready on the session bus"));
-    const Result window = run(folder.filePath(QStringLiteral("tools/ostrelctl/ostrelctl")),
-                              QStringLiteral("window main 4 5 6").split(QLatin1Char(' ')));
+    QCOMPARE(simulator.readLine(),
+             QStringLiteral("ostrel-simulator: %1 is ready on the session bus").arg(name));
+    const Result window =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 4 5 6").split(QLatin1Char(' ')));
     QCOMPARE(window.errors, QString());
     QCOMPARE(window.output, QStringLiteral("4\n"));
 
-    const auto desk = [&bus](const QStringList &call) {
+    const auto desk = [&](const QStringList &call) {
         return run(QStringLiteral("busctl"),
                    QStringList{QStringLiteral("--address=%1").arg(bus.address()),
-                               QStringLiteral("call"), QStringLiteral("com.example.device.Ostrel"),
-                               QStringLiteral("/com/example/device/Ostrel/Simulator1"),
-                               QStringLiteral("com.example.device.Ostrel.Simulator1")}
+                               QStringLiteral("call"), name, path + QStringLiteral("/Simulator1"),
+                               name + QStringLiteral(".Simulator1")}
                        + call);
     };
     QCOMPARE(desk({QStringLiteral("Calls")}).output,
-             QStringLiteral("a(ssssav) 1 \"/com/example/device/Ostrel/WindowManagement1\" "
-                            "\"com.example.device.Ostrel.WindowManagement1\" "
-                            "\"UpdateWindowStatus\" \"siii\" 4 s \"main\" i 4 i 5 i 6\n"));
+             QStringLiteral("a(ssssav) 1 \"%1/WindowManagement1\" \"%2.WindowManagement1\" "
+                            "\"UpdateWindowStatus\" \"siii\" 4 s \"main\" i 4 i 5 i 6\n")
+                 .arg(path, name));
 
-    const Result fail = desk({QStringLiteral("FailNext"), QStringLiteral("ssss"),
-                              QStringLiteral("com.example.device.Ostrel.WindowManagement1"),
-                              QStringLiteral("UpdateWindowStatus"),
-                              QStringLiteral("com.example.device.Ostrel.Error.HandlerFailed"),
-                              QStringLiteral("text")});
+    const Result fail =
+        desk({QStringLiteral("FailNext"), QStringLiteral("ssss"),
+              name + QStringLiteral(".WindowManagement1"), QStringLiteral("UpdateWindowStatus"),
+              name + QStringLiteral(".Error.HandlerFailed"), QStringLiteral("text")});
     QCOMPARE(fail.exitStatus, 0);
-    const Result failed = run(folder.filePath(QStringLiteral("tools/ostrelctl/ostrelctl")),
-                              QStringLiteral("window main 4 5 6").split(QLatin1Char(' ')));
+    const Result failed =
+        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 4 5 6").split(QLatin1Char(' ')));
     QCOMPARE(failed.errors, QStringLiteral("error: HandlerFailed: text\n"));
 
     // The files that other programs read.
-    QVERIFY(readFile(folder.filePath(QStringLiteral(
-                         "interfaces/com.example.device.Ostrel.WindowManagement1.xml")))
-                .contains(QStringLiteral("\"com.example.device.Ostrel.WindowManagement1\"")));
-    QVERIFY(readFile(folder.filePath(QStringLiteral("ostrel-system-qt5.pc")))
-                .contains(QStringLiteral("service_name=com.example.device.Ostrel\n")));
+    const QString windowManagement = name + QStringLiteral(".WindowManagement1");
+    QVERIFY(readFile(QStringLiteral(INTERFACES_DIR "/%1.xml").arg(windowManagement))
+                .contains(QStringLiteral("\"%1\"").arg(windowManagement)));
+    QVERIFY(readFile(QStringLiteral(BUILD_DIR "/ostrel-system-qt5.pc"))
+                .contains(QStringLiteral("service_name=%1\n").arg(name)));
 }
 
 OSTREL_TEST_MAIN(TestVendorPrefix)

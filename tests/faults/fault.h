@@ -24,6 +24,9 @@ struct Fault
     int operationsAtOnce = 1;
     std::optional<int> replyTimeout = std::nullopt;
 
+    // Takes hundreds of megabytes, and seconds with them.
+    bool isLarge = false;
+
     // Whether it can happen to the operation at all.
     std::function<bool(const Operation &)> concerns = {};
     // Happens before the client is made, before the operation is tried, and behind it.

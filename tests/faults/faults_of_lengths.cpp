@@ -34,6 +34,7 @@ bool callOf(const Operation &operation)
 // operation, and with all of them only when there is time.
 Fault mostly(const char *operation, Fault fault)
 {
+    fault.isLarge = true;
     if (!qEnvironmentVariableIsSet("OSTREL_LONG_TESTS")) {
         fault.concerns = [name = QString::fromLatin1(operation)](const Operation &other) {
             return other.name == name;
@@ -70,6 +71,7 @@ std::vector<Fault> arguments()
     const int longest = maximumMessage - head;
     Fault refused =
         argument(QStringLiteral("an argument that no message holds"), letters(longest + 1));
+    refused.isLarge = true;
     refused.arrange = {};
     refused.expected = [longest](const Operation &operation) {
         return operation.seenFailure(
@@ -206,6 +208,7 @@ Fault longType(const QString &label, int size)
 Fault tooLongType(int size)
 {
     Fault fault = longType(QStringLiteral("a task type that no path holds"), size);
+    fault.isLarge = true;
     fault.arrange = {};
     fault.expected = [size](const Operation &operation) {
         const Operation &stopping = operationNamed(QStringLiteral("taskStop"));
@@ -243,6 +246,7 @@ std::vector<Fault> largestMaps()
         };
     };
     const auto refused = [](Fault fault, const QString &keyed, const char *type) {
+        fault.isLarge = true;
         fault.arrange = {};
         fault.expected = [keyed, type](const Operation &operation) {
             return operation.seenFailure(
