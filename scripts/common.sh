@@ -53,6 +53,7 @@ libglib2.0-dev|GDBus|pkg-config --exists gio-2.0
 libsdbus-c++-dev|sdbus-c++|pkg-config --exists sdbus-c++
 '
 package_needs='
+build-essential|what every package is built with|dpkg-query --show --showformat "\${Status}" build-essential | grep -qx "install ok installed"
 debhelper|debhelper 13|command -v dh
 doxygen|Doxygen|command -v doxygen
 dpkg-dev|dpkg-buildpackage|command -v dpkg-buildpackage
