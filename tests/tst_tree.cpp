@@ -30,7 +30,7 @@ private:
 
 void TestTree::initTestCase()
 {
-    // What belongs to the tree, git knows; of a copy without git, all of it but the build folder.
+    // What belongs to the tree, git knows; of a copy without git, all of it but what is built.
     const Result listed = QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty()
         ? Result()
         : run(QStringLiteral("git"),
@@ -41,7 +41,7 @@ void TestTree::initTestCase()
         ? listed.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
         : filesBelow(QStringLiteral(SOURCE_DIR));
     for (const QString &file : all) {
-        if (!QRegularExpression(QStringLiteral("^(\\.git|build|\\.cache)(/|$)"))
+        if (!QRegularExpression(QStringLiteral("^(\\.git|build|\\.cache)(/|$)|(^|/)__pycache__/"))
                  .match(file)
                  .hasMatch()) {
             m_files.append(file);
