@@ -113,7 +113,15 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
         // The length of the array, padding, the key "k" and the signature of the variant.
         QTest::newRow(name) << QVariantMap{{QStringLiteral("k"), value}} << 8 + bytes;
     };
-    QTest::newRow("nothing") << QVariantMap() << 4;
+    QTest::newRow("nothing") << QVariantMap() << 8;
+    row("list of empty maps", QVariantList{QVariantMap(), QVariantMap()},
+        6 + 4 + 2 + 4 + 7 + 1 + 4 + 4 + 7 + 1 + 4 + 4);
+    row("empty JSON objects", QJsonArray{QJsonObject(), QJsonObject()}, 6 + 8 + 2 + 4 + 4 + 4 + 4);
+    row("list of no records",
+        QVariantList{QVariant::fromValue(QVector<Ostrel::RunningApplication>()), QByteArray()},
+        6 + 4 + 2 + 4 + 14 + 2 + 4 + 4 + 4 + 4);
+    row("list of no pairs", QVariantList{QVariant::fromValue(QMap<int, QDBusVariant>()), 1},
+        6 + 4 + 2 + 4 + 7 + 1 + 4 + 4 + 3 + 1 + 4);
     row("byte", QVariant::fromValue(uchar(1)), 6 + 3 + 1);
     row("16 bits", QVariant::fromValue(short(1)), 6 + 3 + 1 + 2);
     row("32 bits", 1, 6 + 3 + 3 + 4);

@@ -34,6 +34,14 @@ public:
     // The length that stands before the elements of an array or the bytes of a text.
     void addLength() { addNumber(4); }
 
+    // The same with padding behind it, which an array of entries or structures has without any,
+    // too.
+    void addLengthOfContainers()
+    {
+        addLength();
+        align(8);
+    }
+
     // Its own length stands before it.
     void addSignature(const char *signature) { add(1 + qint64(qstrlen(signature)) + 1); }
 

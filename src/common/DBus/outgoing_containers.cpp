@@ -45,6 +45,9 @@ OutgoingWalk::Outcome OutgoingWalk::elements(const QVariant &value, const char *
         m_size.add(qint64(size) * elements.size());
         return Unchanged;
     }
+    if (*elementSignature == '(') {
+        m_size.align(8);
+    }
 
     Outcome result = Unchanged;
     const int descriptorsBefore = m_descriptors;
@@ -83,7 +86,7 @@ OutgoingWalk::Outcome OutgoingWalk::pairs(const QVariant &value, const char *sig
     // A key is of a basic type.
     const char *const keySignature = signature + 2;
     const char *const valueSignature = signature + 3;
-    m_size.addLength();
+    m_size.addLengthOfContainers();
 
     Outcome result = Unchanged;
     const int descriptorsBefore = m_descriptors;

@@ -239,7 +239,7 @@ bool OutgoingWalk::jsonFits(const QJsonValue &value, int containers, int depth, 
     case QJsonValue::Object: {
         const QJsonObject object = value.toObject();
         const JsonPlace below = place == InArrayOfOneType ? InVariant : place;
-        m_size.addLength();
+        m_size.addLengthOfContainers();
         for (auto entry = object.begin(); entry != object.end(); ++entry) {
             m_size.align(8);
             m_size.addText(entry.key());

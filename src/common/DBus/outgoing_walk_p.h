@@ -98,7 +98,7 @@ template <typename Map> OutgoingWalk::Outcome OutgoingWalk::entries(Map &map, in
     const QString outerKey = m_key;
     QVector<QPair<int, QVariant>> replacements;
     int place = 0;
-    m_size.addLength();
+    m_size.addLengthOfContainers();
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry, ++place) {
         m_key = entry.key();
         m_size.align(8);
