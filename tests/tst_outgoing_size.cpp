@@ -31,6 +31,19 @@ constexpr int entryOfText = 4 + 4 + 3 + 1 + 4 + 1;
 // The same for an array of bytes, which has no end.
 constexpr int entryOfArray = 4 + 4 + 4 + 4;
 
+// Each takes 16 bytes in a list, and the list as the entry "key" as many besides.
+constexpr int mostEmptyMaps = largestArray / 16 - 1;
+
+QVariantList emptyMaps(int count)
+{
+    QVariantList list;
+    list.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        list.append(QVariantMap());
+    }
+    return list;
+}
+
 QString letters(int count)
 {
     return QString(count, QLatin1Char('x'));
@@ -55,6 +68,7 @@ private Q_SLOTS:
     void tooLargeValuesAreFound_data();
     void tooLargeValuesAreFound();
     void largestTextsArrive();
+    void tooManyEmptyMapsAreFound();
     void tooLargeTextsAreFound();
     void argumentsShareOneMessage();
 
@@ -81,6 +95,7 @@ void TestOutgoingSize::largestMapsArrive_data()
         pairs[i] = QChar(0xd83d);
     }
     QTest::newRow("text of four bytes a character") << QVariant(pairs);
+    QTest::newRow("empty maps") << QVariant(emptyMaps(mostEmptyMaps));
 }
 
 void TestOutgoingSize::largestMapsArrive()
@@ -211,6 +226,14 @@ void TestOutgoingSize::largestTextsArrive()
     const QString text = letters(2 * largestArray - 4096);
     QCOMPARE(Ostrel::makeSendable(text).message(), QString());
     QCOMPARE(answerTo({text}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+}
+
+void TestOutgoingSize::tooManyEmptyMapsAreFound()
+{
+    QVariantMap map{{QStringLiteral("key"), emptyMaps(mostEmptyMaps + 1)}};
+    QCOMPARE(Ostrel::makeSendable(map).message(),
+             QStringLiteral("Marshalling failed: \"key\" is too large for a message, with a value "
+                            "of type QVariantMap"));
 }
 
 void TestOutgoingSize::tooLargeTextsAreFound()
