@@ -43,3 +43,16 @@ if(OSTREL_FUZZERS)
     endif()
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+
+# A change inside the library need not link all programs anew.
+set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
+
+find_program(OSTREL_CCACHE ccache)
+if(OSTREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros "${OSTREL_CCACHE}")
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # ccache follows precompiled headers by what this leaves in the preprocessor's output.
+        add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>")
+    endif()
+endif()

@@ -8,7 +8,7 @@
 
 #include <QtCore/QStringList>
 
-// A process without Qt on the bus, which says whatever it is told to. tests/peer/main.cpp describes
+// A process without Qt on the bus, which says whatever it is told to. tests/support/peer/main.cpp describes
 // the orders.
 class Peer
 {

@@ -1,17 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "catalogue.h"
-#include "children.h"
-#include "control1.h"
+#include "bus/service.h"
+#include "faultdesk/simulator1.h"
+#include "interfaces/control1.h"
+#include "interfaces/task_invoker1.h"
+#include "interfaces/window_management1.h"
 #include "options.h"
 #include "print.h"
-#include "root_fs.h"
-#include "service.h"
-#include "simulator1.h"
-#include "task_invoker1.h"
+#include "programs/catalogue.h"
+#include "programs/children.h"
+#include "programs/root_fs.h"
 #include "termination.h"
-#include "window_management1.h"
 
 #include "DBus/names_p.h"
 

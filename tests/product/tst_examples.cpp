@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <optional>
+
+// The examples, as their readers meet them: built against the installed library, and run.
+class TestExamples : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void startAndFollowTellsWhatBecomesOfTheApplication();
+    void taskRunnerRunsATask();
+    void windowStatusTakesTheLatestAnswer();
+    void responsiveGoesOnWhileTheServiceIsSlow();
+    void eachTellsWhyItFails_data();
+    void eachTellsWhyItFails();
+
+private:
+    QString program(const QString &example) const;
+    Result runExample(const QString &example, const QStringList &arguments) const;
+
+    QTemporaryDir m_folder;
+    QProcessEnvironment m_environment;
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestExamples::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+
+    const QString prefix = m_folder.filePath(QStringLiteral("prefix"));
+    m_environment = QProcessEnvironment::systemEnvironment();
+    m_environment.insert(QStringLiteral("LD_LIBRARY_PATH"), prefix + QStringLiteral("/" LIBDIR));
+    m_environment.insert(QStringLiteral("CXXFLAGS"),
+                         QStringLiteral("-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS));
+    m_environment.insert(QStringLiteral("LSAN_OPTIONS"),
+                         QStringLiteral("suppressions=" SOURCE_DIR "/tests/product/lsan_examples.supp"
+                                        ":print_suppressions=0"));
+    const QString build = m_folder.filePath(QStringLiteral("build"));
+    const QVector<QStringList> steps{
+        {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),
+         prefix},
+        {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"),
+         QStringLiteral(SOURCE_DIR "/examples"), QStringLiteral("-B"), build,
+         QStringLiteral("-DCMAKE_PREFIX_PATH=") + prefix},
+        {QStringLiteral("--build"), build},
+    };
+    for (const QStringList &step : steps) {
+        const Result result = run(QStringLiteral(CMAKE), step, m_environment, 15 * patience);
+        QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
+    }
+}
+
+void TestExamples::init()
+{
+    m_simulator->reset();
+}
+
+QString TestExamples::program(const QString &example) const
+{
+    return m_folder.filePath(QStringLiteral("build/%1/%1").arg(example));
+}
+
+Result TestExamples::runExample(const QString &example, const QStringList &arguments) const
+{
+    return run(program(example), arguments, m_environment);
+}
+
+void TestExamples::startAndFollowTellsWhatBecomesOfTheApplication()
+{
+    const Result result =
+        runExample(QStringLiteral("start-and-follow"), {QStringLiteral("demo.Once")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output,
+             QStringLiteral("started as demo.Once.instance_1\nstate 1\nstate 2\nended\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestExamples::taskRunnerRunsATask()
+{
+    const Result result = runExample(QStringLiteral("task-runner"),
+                                     {QStringLiteral("sync"), QStringLiteral("contacts")});
+    QCOMPARE(result.errors, QString());
+    QString output = result.output;
+    output.replace(QRegularExpression(QStringLiteral("\\([1-9][0-9]*\\)")),
+                   QStringLiteral("(PID)"));
+    QVERIFY2(output.startsWith(QStringLiteral("active:\navailable: calendar contacts photos\n")),
+             qPrintable(output));
+    // The answer to a call and the list that it changes come in either order.
+    QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    lines.sort();
+    QCOMPARE(lines,
+             (QStringList{QStringLiteral("active:"), QStringLiteral("active:"),
+                          QStringLiteral("active: contacts (PID)"),
+                          QStringLiteral("available: calendar contacts photos"),
+                          QStringLiteral("started contacts as number 1"),
+                          QStringLiteral("stopped contacts")}));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+// The answers to the first two reports are out of date when they come.
+void TestExamples::windowStatusTakesTheLatestAnswer()
+{
+    m_simulator->windowStatus().holdNext(3);
+    Process example(program(QStringLiteral("window-status")), {});
+    example.setProcessEnvironment(m_environment);
+    example.start();
+    m_simulator->windowStatus().waitForHeld(3);
+    m_simulator->windowStatus().release({1, 0, 2});
+    QCOMPARE(example.readLine(), QStringLiteral("state 2"));
+    QVERIFY(example.waitForFinished(patience));
+    QCOMPARE(example.exitCode(), 0);
+    QCOMPARE(example.readAllStandardOutput() + example.readAllStandardError(), QByteArray());
+
+    QStringList statuses;
+    const QVector<Call> calls = m_simulator->calls();
+    for (const Call &call : calls) {
+        statuses.append(call.arguments.at(1).toString());
+    }
+    QCOMPARE(statuses,
+             (QStringList{QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("2")}));
+}
+
+void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
+{
+    const MethodFaults start = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
+    start.holdNext(1);
+    Process example(program(QStringLiteral("responsive")), {QStringLiteral("demo.Viewer")});
+    example.setProcessEnvironment(m_environment);
+    example.start();
+    start.waitForHeld(1);
+    // Those that are printed by now may have come before the call.
+    const auto before = example.bytesAvailable() / qint64(sizeof "tick");
+    for (qint64 i = 0; i < before + 3; ++i) {
+        QCOMPARE(example.readLine(), QStringLiteral("tick"));
+    }
+    start.release({0});
+    QString line = example.readLine();
+    while (line == QLatin1String("tick")) {
+        line = example.readLine();
+    }
+    QCOMPARE(line, QStringLiteral("started as demo.Viewer.instance_1"));
+    QVERIFY(example.waitForFinished(patience));
+    QCOMPARE(example.exitCode(), 0);
+    QCOMPARE(example.readAllStandardError(), QByteArray());
+}
+
+void TestExamples::eachTellsWhyItFails_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QString>("errors");
+    const QString control = QStringLiteral(OSTREL_CONTROL_INTERFACE);
+    const QString session = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    const QStringList sync{QStringLiteral("sync"), QStringLiteral("photos")};
+    QTest::newRow("start-and-follow")
+        << QStringList{QStringLiteral("demo.Once")} << control << "Start"
+        << "cannot start demo.Once: not today\n";
+    QTest::newRow("task-runner") << sync << session << "Start"
+                                 << "cannot start photos: not today\n";
+    QTest::newRow("window-status")
+        << QStringList() << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE)
+        << "UpdateWindowStatus"
+        << "cannot report: not today\n";
+    QTest::newRow("responsive") << QStringList{QStringLiteral("demo.Once")} << control << "Start"
+                                << "cannot start: not today\n";
+}
+
+void TestExamples::eachTellsWhyItFails()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, interface);
+    QFETCH(const QString, method);
+    QFETCH(const QString, errors);
+    const MethodFaults faults(*m_simulator, interface, method);
+    for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
+        faults.failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
+                        QStringLiteral("not today"));
+    }
+    const Result result = runExample(QString::fromLatin1(QTest::currentDataTag()), arguments);
+    QCOMPARE(result.errors, errors);
+    QCOMPARE(result.exitStatus, 1);
+}
+
+OSTREL_TEST_MAIN(TestExamples)
+
+#include "tst_examples.moc"

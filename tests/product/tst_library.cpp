@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "process.h"
+#include "test_main.h"
+
+#include <QtCore/QRegularExpression>
+
+// The library's file: what it gives to programs, and what it asks of the system.
+class TestLibrary : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void exportsNothingButItsClasses();
+    void needsCoreAndDBusAlone();
+};
+
+void TestLibrary::exportsNothingButItsClasses()
+{
+    const Result result = run(QStringLiteral("nm"),
+                              {QStringLiteral("--dynamic"), QStringLiteral("--demangle"),
+                               QStringLiteral("--defined-only"), QStringLiteral(LIBRARY)});
+    QCOMPARE(result.exitStatus, 0);
+    QStringList exported;
+    const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const QString &line : lines) {
+        exported.append(line.section(QLatin1Char(' '), 2));
+    }
+    exported.removeDuplicates();
+    exported.sort();
+
+    QFile file(QStringLiteral(SOURCE_DIR "/tests/product/exported_symbols.txt"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QStringList expected =
+        QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    expected = expected.filter(QRegularExpression(QStringLiteral("^[^#]")));
+    expected.sort();
+    QCOMPARE(exported, expected);
+}
+
+void TestLibrary::needsCoreAndDBusAlone()
+{
+    const Result result =
+        run(QStringLiteral("readelf"), {QStringLiteral("--dynamic"), QStringLiteral(LIBRARY)});
+    QCOMPARE(result.exitStatus, 0);
+    QStringList needed;
+    QString name;
+    const QRegularExpression entry(QStringLiteral("\\((NEEDED|SONAME)\\).*\\[(.*)\\]"));
+    auto each = entry.globalMatch(result.output);
+    while (each.hasNext()) {
+        const auto match = each.next();
+        if (match.captured(1) == QLatin1String("SONAME")) {
+            name = match.captured(2);
+        } else if (!QRegularExpression(QStringLiteral("^lib(stdc\\+\\+|gcc_s|c|m)\\.so"))
+                        .match(match.captured(2))
+                        .hasMatch()) {
+            needed.append(match.captured(2));
+        }
+    }
+    needed.sort();
+    QCOMPARE(needed,
+             (QStringList{QStringLiteral("libQt5Core.so.5"), QStringLiteral("libQt5DBus.so.5")}));
+    QCOMPARE(name, QStringLiteral("libostrel-system-qt5.so.1"));
+}
+
+OSTREL_TEST_MAIN(TestLibrary)
+
+#include "tst_library.moc"

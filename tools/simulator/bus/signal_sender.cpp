@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "bus/signal_sender.h"
+
+#include "faultdesk/desk_call.h"
+
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusObjectPath>
+
+namespace
+{
+
+// A connection's own messages to itself; the bus cuts off who sends them to others.
+const QString localInterface = QStringLiteral("org.freedesktop.DBus.Local");
+const QString localPath = QStringLiteral("/org/freedesktop/DBus/Local");
+
+QVariantList withNumber(QVariantList arguments, uint number)
+{
+    for (QVariant &argument : arguments) {
+        if (argument.userType() == QMetaType::QString) {
+            argument = argument.toString().replace(QLatin1String("%n"), QString::number(number));
+        }
+    }
+    return arguments;
+}
+
+} // namespace
+
+QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count, bool numbered)
+{
+    const QString path = call.arguments().at(0).value<QDBusObjectPath>().path();
+    const QString interface = call.arguments().at(1).toString();
+    const QString member = call.arguments().at(2).toString();
+    const QVariantList arguments = valuesOf(call.arguments().at(3));
+    if (!isInterfaceName(interface)) {
+        return refuse(call, QStringLiteral("\"%1\" is no interface name").arg(interface));
+    }
+    if (!isMemberName(member)) {
+        return refuse(call, QStringLiteral("\"%1\" is no name of a signal").arg(member));
+    }
+    if (interface == localInterface || path == localPath) {
+        return refuse(call, QStringLiteral("The bus forbids signals of %1").arg(localInterface));
+    }
+    for (uint number = 0; number < count; ++number) {
+        QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
+        signal.setArguments(numbered ? withNumber(arguments, number) : arguments);
+        if (!service.sendSignal(signal)) {
+            return call.createErrorReply(QDBusError::Failed,
+                                         QStringLiteral("The signal cannot be sent"));
+        }
+    }
+    return call.createReply();
+}

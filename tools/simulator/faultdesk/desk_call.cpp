@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "faultdesk/desk_call.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusVariant>
+
+namespace
+{
+
+constexpr int longestName = 255;
+
+} // namespace
+
+Method methodOf(const QDBusMessage &call)
+{
+    return {call.arguments().at(0).toString(), call.arguments().at(1).toString()};
+}
+
+QVariantList valuesOf(const QVariant &argument)
+{
+    QVariantList values;
+    const auto array = argument.value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        QDBusVariant value;
+        array >> value;
+        values.append(value.variant());
+    }
+    array.endArray();
+    return values;
+}
+
+bool isInterfaceName(const QString &name)
+{
+    static const QRegularExpression elements(
+        QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*(\\.[A-Za-z_][A-Za-z0-9_]*)+\\z"));
+    return name.size() <= longestName && elements.match(name).hasMatch();
+}
+
+bool isMemberName(const QString &name)
+{
+    static const QRegularExpression element(QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*\\z"));
+    return name.size() <= longestName && element.match(name).hasMatch();
+}
+
+QDBusMessage refuse(const QDBusMessage &call, const QString &message)
+{
+    return call.createErrorReply(QDBusError::InvalidArgs, message);
+}

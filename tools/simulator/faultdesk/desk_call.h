@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_DESK_CALL_H
+#define SIMULATOR_DESK_CALL_H
+
+#include "bus/call_log.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVariantList>
+#include <QtDBus/QDBusMessage>
+
+// What the fault desk reads in the calls that it gets.
+
+// The method of the service that the call names first.
+Method methodOf(const QDBusMessage &call);
+
+// The contents of an argument of type "av".
+QVariantList valuesOf(const QVariant &argument);
+
+// Interfaces and errors have names of the same form.
+bool isInterfaceName(const QString &name);
+bool isMemberName(const QString &name);
+
+// The answer to a call that asks for what cannot be.
+QDBusMessage refuse(const QDBusMessage &call, const QString &message);
+
+#endif

@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_SIMULATOR1_H
+#define SIMULATOR_SIMULATOR1_H
+
+#include "bus/call_log.h"
+#include "bus/interface.h"
+#include "bus/service.h"
+#include "interfaces/control1.h"
+#include "interfaces/window_management1.h"
+#include "programs/children.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QObject>
+#include <QtCore/QVector>
+
+#include <functional>
+#include <memory>
+
+// ".Simulator1", the fault desk: arranges what becomes of later calls of the service's methods, and
+// tells what was called.
+class Simulator1 : public QObject, public Interface
+{
+    Q_OBJECT
+
+public:
+    // What the desk reaches beyond the service's calls.
+    struct Parts
+    {
+        const WindowManagement1 &windowManagement;
+        Control1 &control;
+        Children &children;
+    };
+
+    Simulator1(Service &service, const Parts &parts);
+
+    void handle(const QDBusMessage &call, const Answer &answer) override;
+    bool isSimulated() const override { return false; }
+    void reset() override;
+
+private:
+    struct HeldAnswer
+    {
+        QDBusMessage call;
+        QDBusMessage answer;
+    };
+
+    // A call of the desk that is answered once something has been counted often enough.
+    struct Waiter
+    {
+        QDBusMessage call;
+        std::function<uint()> counted;
+        uint wanted = 0;
+    };
+
+    // The result is the answer, or an invalid message if it is sent later.
+    using Handler = QDBusMessage (Simulator1::*)(const QDBusMessage &call);
+    static const QHash<QString, Handler> &handlers();
+
+    QDBusMessage failNext(const QDBusMessage &call);
+    QDBusMessage failNextWith(const QDBusMessage &call);
+    QDBusMessage delayNext(const QDBusMessage &call);
+    QDBusMessage answerNext(const QDBusMessage &call);
+    QDBusMessage ignoreNext(const QDBusMessage &call);
+    QDBusMessage holdNext(const QDBusMessage &call);
+    QDBusMessage release(const QDBusMessage &call);
+    QDBusMessage dieInNext(const QDBusMessage &call);
+    QDBusMessage waitForCalls(const QDBusMessage &call);
+    QDBusMessage waitForHeld(const QDBusMessage &call);
+    QDBusMessage calls(const QDBusMessage &call);
+    QDBusMessage clearCalls(const QDBusMessage &call);
+    QDBusMessage windows(const QDBusMessage &call);
+    QDBusMessage listNext(const QDBusMessage &call);
+    QDBusMessage emitOne(const QDBusMessage &call);
+    QDBusMessage emitMany(const QDBusMessage &call);
+    QDBusMessage killByOom(const QDBusMessage &call);
+    QDBusMessage rootFs(const QDBusMessage &call);
+    QDBusMessage resetAll(const QDBusMessage &call);
+
+    QDBusMessage arrange(const QDBusMessage &call, const Service::Fault &fault, uint calls = 1);
+    QDBusMessage answerNext(const QDBusMessage &call, const Method &method,
+                            const QVariantList &values);
+    QDBusMessage wait(const Waiter &waiter);
+    void answerWaiters();
+
+    Service &m_service;
+    Parts m_parts;
+    QHash<Method, QVector<HeldAnswer>> m_held;
+    QVector<Waiter> m_waiters;
+    // On whose behalf delayed answers wait.
+    std::unique_ptr<QObject> m_delays = std::make_unique<QObject>();
+};
+
+#endif

@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_CATALOGUE_H
+#define SIMULATOR_CATALOGUE_H
+
+#include "programs/launch.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariantMap>
+#include <QtCore/QVector>
+
+#include <optional>
+#include <variant>
+
+// What is said of every program in the catalogue.
+struct Program
+{
+    QString program;
+    QStringList arguments;
+    QVariantMap properties;
+
+    // How it is run if nothing else is asked for.
+    Launch launch() const;
+};
+
+// A program that runs while its application runs.
+struct ApplicationService : Program
+{
+    QString name;
+};
+
+struct Application : Program
+{
+    QString id;
+    uint kind = 0;
+    bool singleInstance = false;
+    QVector<ApplicationService> services;
+};
+
+struct Task : Program
+{
+    QString name;
+};
+
+struct TaskType
+{
+    QString name;
+    QVector<Task> tasks;
+
+    std::optional<Task> task(const QString &taskName) const;
+};
+
+// What the simulator can run.
+struct Catalogue
+{
+    QVector<Application> applications;
+    QVector<TaskType> taskTypes;
+
+    std::optional<Application> application(const QString &id) const;
+
+    // A type that is not listed has no tasks.
+    TaskType taskType(const QString &name) const;
+};
+
+// Whether the type can be the end of an object's path.
+bool makesAPath(const QString &taskType);
+
+// Reads the file, or the simulator's own catalogue if none is named. The result is a mistake, with
+// its place, if there is one.
+std::variant<Catalogue, QString> readCatalogue(const QString &file);
+
+#endif

@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_CHILD_H
+#define SIMULATOR_CHILD_H
+
+#include "programs/launch.h"
+
+#include <QtCore/QProcess>
+
+#include <array>
+#include <chrono>
+#include <functional>
+
+// A program that the simulator runs, in a process group of its own. It does not outlive the
+// simulator, however that ends; its descendants do not outlive it.
+class Child : public QProcess
+{
+    Q_OBJECT
+
+public:
+    Child(const Launch &launch, std::chrono::milliseconds killAfter, QObject *parent);
+    ~Child() override;
+
+    // Makes the process, lets the function prepare its surroundings, and then begins the program.
+    // started() or failed() tells later what became of it.
+    void run(const std::function<void(int pid)> &prepare);
+
+    // The same number after the end.
+    int pid() const { return m_pid; }
+
+    // Asks the program to end, and makes it end if it has not done so in time.
+    void end();
+
+    // Makes it end at once.
+    void killAll();
+
+    // What the program ended by: its exit status, or the signal that killed it.
+    bool wasKilled() const { return exitStatus() == CrashExit; }
+    int ending() const { return exitCode(); }
+
+Q_SIGNALS:
+    // The program cannot be started.
+    void failed(const QString &reason);
+
+    // After started(): the program has ended.
+    void ended();
+
+    // After failed() or ended(): nothing is left of it.
+    void gone();
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    Q_DISABLE_COPY(Child)
+
+    void onError(QProcess::ProcessError error);
+    void onFinished();
+    void fail(const QString &reason);
+    void sendToGroup(int signal) const;
+
+    Launch m_launch;
+    std::chrono::milliseconds m_killAfter;
+    int m_simulator;
+    int m_pid = 0;
+    // A pipe at which the new process waits until its surroundings are prepared.
+    std::array<int, 2> m_gate{-1, -1};
+};
+
+#endif

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_CHILDREN_H
+#define SIMULATOR_CHILDREN_H
+
+#include "programs/child.h"
+#include "programs/root_fs.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QVector>
+
+#include <chrono>
+#include <functional>
+
+// The processes that the simulator runs. Each has its place in the root file system while it lives.
+class Children : public QObject
+{
+    Q_OBJECT
+
+public:
+    // killAfter: how long a program that was asked to end has time to do so.
+    Children(RootFs &rootFs, std::chrono::milliseconds killAfter);
+
+    // Ends all, and returns when they are gone.
+    ~Children() override;
+
+    QString rootFs() const { return m_rootFs.path(); }
+    void clearRootFs() { m_rootFs.clear(); }
+
+    // Runs a program in the control group of this path. The child is deleted some time after it is
+    // gone.
+    Child *run(const Launch &launch, const QString &group);
+
+    // Kills all that run now, and calls the function when they are gone.
+    void killAll(const std::function<void()> &done);
+
+private:
+    Q_DISABLE_COPY(Children)
+
+    void onGone(Child *child);
+
+    RootFs &m_rootFs;
+    std::chrono::milliseconds m_killAfter;
+    QVector<Child *> m_children;
+};
+
+#endif

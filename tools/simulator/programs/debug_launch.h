@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef SIMULATOR_DEBUG_LAUNCH_H
+#define SIMULATOR_DEBUG_LAUNCH_H
+
+#include "programs/launch.h"
+
+#include <QtCore/QVariantMap>
+
+// What a caller of "StartDebug" asks for.
+class DebugLaunch
+{
+public:
+    // Takes the parameters over. The result is what is wrong with them, or an empty string.
+    QString read(const QVariantMap &parameters);
+
+    // Changes the way in which a program is run. The result is what prevents it, or an empty
+    // string.
+    QString apply(Launch &launch) const;
+
+    // The parameters that the simulator does nothing with.
+    QVariantMap others() const { return m_others; }
+
+private:
+    QStringList m_wrapper;
+    QStringList m_parameters;
+    QStringList m_environment;
+    QString m_standardOutput;
+    QString m_standardError;
+    QVariantMap m_others;
+};
+
+#endif
