@@ -13,7 +13,7 @@ QDBusError MessageRoom::take(const QString &text)
     return take(text, m_left);
 }
 
-QDBusError MessageRoom::take(PathEnd end)
+QDBusError MessageRoom::take(const PathEnd &end)
 {
     return take(end.text, qMin(m_left, MessageSize::maximumPath));
 }

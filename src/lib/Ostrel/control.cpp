@@ -16,7 +16,7 @@
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
-#include <QtDBus/QDBusMessage>
+
 #include <QtDBus/QDBusPendingReply>
 
 namespace Ostrel
@@ -98,44 +98,33 @@ Control::~Control() = default;
 
 Control::StartResult Control::start(const QString &appId)
 {
-    const QDBusError refusal = prepareCall(d->connection(), appId);
-    return ControlPrivate::startResult(refusal.isValid()
-                                           ? QDBusPendingCall::fromError(refusal)
-                                           : d->asyncCall(QStringLiteral("Start"), appId));
+    return ControlPrivate::startResult(checkedCall(*d, QStringLiteral("Start"), appId));
 }
 
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
-    QVariantMap map = DebugParamsPrivate::map(params);
-    const QDBusError refusal = prepareCall(d->connection(), appId, map);
     return ControlPrivate::startResult(
-        refusal.isValid() ? QDBusPendingCall::fromError(refusal)
-                          : d->asyncCall(QStringLiteral("StartDebug"), appId, map));
+        checkedCall(*d, QStringLiteral("StartDebug"), appId, DebugParamsPrivate::map(params)));
 }
 
 Error Control::terminate(const QString &appInstanceId)
 {
-    const QDBusError refusal = prepareCall(d->connection(), appInstanceId);
-    if (refusal.isValid()) {
-        return fromDBusError(refusal);
-    }
-    return fromDBusError(QDBusError(d->call(QStringLiteral("Terminate"), appInstanceId)));
+    QDBusPendingCall call = checkedCall(*d, QStringLiteral("Terminate"), appInstanceId);
+    call.waitForFinished();
+    return fromDBusError(call.error());
 }
 
 Error Control::getRunningApplications(QVector<RunningApplication> &applications,
                                       QVector<RunningService> &services)
 {
-    const QDBusError refusal = prepareCall(d->connection());
-    if (refusal.isValid()) {
-        return fromDBusError(refusal);
-    }
-    const QDBusMessage reply = d->call(QStringLiteral("GetRunningApplications"));
-    if (reply.type() == QDBusMessage::ErrorMessage) {
+    QDBusPendingCall call = checkedCall(*d, QStringLiteral("GetRunningApplications"));
+    call.waitForFinished();
+    if (call.isError()) {
         // The code says no more than that, whatever the error's name.
-        return Error(Error::Failed, reply.errorMessage());
+        return Error(Error::Failed, call.error().message());
     }
-    // An answer without values has one here, which is not valid.
-    const QVariantList values = reply.arguments();
+    // A reply without values has one here, which is not valid.
+    const QVariantList values = QDBusPendingReply<>(call).reply().arguments();
     if (values.size() < 2) {
         Q_ASSERT_X(false, "QList<T>::at", "index out of range");
         return Error(Error::Failed, QStringLiteral("The reply has fewer than two arguments"));

@@ -62,7 +62,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     registerDBusTypes();
     liftReceiveLimit(connection());
 
-    const QDBusError refusal = prepareCall(connection(), PathEnd{m_taskType});
+    const QDBusError refusal = refusalOf(connection(), PathEnd{m_taskType});
     registerTaskInvoker(refusal);
     if (refusal.isValid()) {
         // No message can hold the path either, and so no subscription.
@@ -140,32 +140,21 @@ void TaskInvokerPrivate::start(const QString &name, const QVariantMap &startupIn
                                const QVariantMap &hints,
                                const std::function<void(int, const Error &)> &callback)
 {
-    QVariantMap sentStartupInfo = startupInfo;
-    QVariantMap sentHints = hints;
-    // Every call carries the path, and with it the task type.
-    const QDBusError refusal =
-        prepareCall(connection(), PathEnd{m_taskType}, name, sentStartupInfo, sentHints);
-
     using Reply = QDBusPendingReply<int>;
-    watchPendingCall<Reply>(
-        refusal.isValid() ? QDBusPendingCall::fromError(refusal)
-                          : asyncCall(QStringLiteral("Start"), name, sentStartupInfo, sentHints),
-        m_invoker, [callback](const Reply &reply) {
-            if (callback) {
-                callback(numberIn(reply.reply()), fromDBusError(reply.error()));
-            }
-        });
+    watchPendingCall<Reply>(checkedCall(*this, QStringLiteral("Start"), name, startupInfo, hints),
+                            m_invoker, [callback](const Reply &reply) {
+                                if (callback) {
+                                    callback(numberIn(reply.reply()), fromDBusError(reply.error()));
+                                }
+                            });
 }
 
 void TaskInvokerPrivate::stop(const QString &name,
                               const std::function<void(const Error &)> &callback)
 {
-    const QDBusError refusal = prepareCall(connection(), PathEnd{m_taskType}, name);
-
     using Reply = QDBusPendingReply<>;
-    watchPendingCall<Reply>(refusal.isValid() ? QDBusPendingCall::fromError(refusal)
-                                              : asyncCall(QStringLiteral("Stop"), name),
-                            m_invoker, [callback](const Reply &reply) {
+    watchPendingCall<Reply>(checkedCall(*this, QStringLiteral("Stop"), name), m_invoker,
+                            [callback](const Reply &reply) {
                                 if (callback) {
                                     callback(fromDBusError(reply.error()));
                                 }

@@ -30,21 +30,17 @@ void WindowManagementPrivate::updateWindowStatus(
     const QString &window, int status, int arg1, int arg2, const QObject *context,
     const std::function<void(ApplicationState, const Error &)> &callback)
 {
-    const QDBusError refusal = prepareCall(m_interface->connection(), window);
-
     using Reply = QDBusPendingReply<quint32>;
-    watchPendingCall<Reply>(refusal.isValid()
-                                ? QDBusPendingCall::fromError(refusal)
-                                : m_interface->asyncCall(QStringLiteral("UpdateWindowStatus"),
-                                                         window, status, arg1, arg2),
-                            context, [callback](const Reply &reply) {
-                                if (reply.isError()) {
-                                    callback(ApplicationStateUnknown, fromDBusError(reply.error()));
-                                } else {
-                                    callback(static_cast<ApplicationState>(reply.value()),
-                                             Error(Error::NoError, QString()));
-                                }
-                            });
+    watchPendingCall<Reply>(
+        checkedCall(*m_interface, QStringLiteral("UpdateWindowStatus"), window, status, arg1, arg2),
+        context, [callback](const Reply &reply) {
+            if (reply.isError()) {
+                callback(ApplicationStateUnknown, fromDBusError(reply.error()));
+            } else {
+                callback(static_cast<ApplicationState>(reply.value()),
+                         Error(Error::NoError, QString()));
+            }
+        });
 }
 
 WindowManagement::WindowManagement(QObject *parent)
