@@ -49,6 +49,7 @@ python3|Python 3.9|python3 -c "import sys; sys.exit(sys.version_info < (3, 9))"
 valgrind|Valgrind|command -v valgrind
 '
 bench_needs='
+python3-matplotlib|Matplotlib|/usr/bin/python3 -c "import matplotlib"
 libglib2.0-dev|GDBus|pkg-config --exists gio-2.0
 libsdbus-c++-dev|sdbus-c++|pkg-config --exists sdbus-c++
 '

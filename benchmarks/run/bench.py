@@ -17,8 +17,7 @@ from counting import FIRST_CALL, at_once, count, count_first_call, peak_memory
 from goals import size
 from stage import Stage
 
-CONTESTANTS = ['library', 'by-hand', 'proxy', 'interface', 'sd-bus', 'libdbus', 'gdbus',
-               'sdbus-c++', 'read']
+CONTESTANTS = ['library', 'by-hand', 'proxy', 'sd-bus', 'libdbus', 'gdbus', 'sdbus-c++', 'read']
 
 # What is counted in a quick run, where valgrind is what takes the time.
 QUICK_CONTESTANTS = ['library', 'by-hand']

@@ -14,7 +14,7 @@ from goals import family
 
 # The kinds of work in which what comes has to be taken apart.
 DECODING = {'running applications', 'task lists', 'state changes'}
-PEERS = ['library', 'by-hand', 'proxy', 'interface', 'sd-bus', 'libdbus', 'gdbus', 'sdbus-c++']
+PEERS = ['library', 'by-hand', 'proxy', 'sd-bus', 'libdbus', 'gdbus', 'sdbus-c++']
 
 
 def number(value):
