@@ -6,8 +6,7 @@
 namespace Ostrel
 {
 
-// To begin a container is to step past it. asVariant() does as well, but takes the argument's
-// copies along, which stay behind in every other read.
+// begin and end step past a container. asVariant() would also advance every copy of the argument.
 void skipValue(const QDBusArgument &argument)
 {
     switch (argument.currentType()) {
@@ -31,7 +30,7 @@ void skipValue(const QDBusArgument &argument)
         return;
     case QDBusArgument::BasicType:
     case QDBusArgument::VariantType:
-        // They stand in messages and variants by themselves, not in arguments that are copied.
+        // A message or a variant holds such a value itself, not an argument that could be copied.
         argument.asVariant();
     }
 }
@@ -52,8 +51,7 @@ void readMember(const QDBusArgument &argument, QVariantMap &map, bool &known)
         if (known) {
             argument >> key;
         } else {
-            // A key is always a basic value. The types of an empty map do not show, nor do they
-            // matter.
+            // A key is always a basic value.
             const QVariant basic = argument.asVariant();
             known = basic.userType() == QMetaType::QString
                 && argument.currentType() == QDBusArgument::VariantType;

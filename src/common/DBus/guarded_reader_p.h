@@ -15,30 +15,29 @@
 #include <type_traits>
 #include <utility>
 
-// QtDBus reads a value as whatever type it is asked for; when the value is of another one, it
-// aborts the process, reads stray memory or goes round for ever. Every read of structured data
-// goes through here and looks at the type first.
+// QtDBus reads a value as any type that it is asked for. If the value has another type, QtDBus
+// aborts the process, reads stray memory or loops for ever. So every read of structured data checks
+// the type first, here.
 //
-// Asking for a signature allocates. The kind of a value and, of a basic one, the type as which it
-// comes out do not, and they tell as much. All elements of an array are of one type, so that it is
-// looked at once for each member, and read plainly from then on.
+// currentSignature() allocates; currentType() does not, and suffices. All elements of an array have
+// one type: each member is checked once, and read without a check in later elements.
 
 namespace Ostrel
 {
 
-// Steps over the value at which the argument stands, whatever it is. At an end it does nothing.
+// Skips the current value, whatever it is. At the end of a container it does nothing.
 void skipValue(const QDBusArgument &argument);
 
-// The readers of members: each replaces the member by the value at which the argument stands.
-// A value of another type is stepped over, and the member gets its default value.
+// Each reader replaces a member by the current value. A value of another type is skipped, and the
+// member gets its default value.
 //
-// known tells whether the value is known to be of the member's type, and learns it: the next value
-// of the same type is read without looking.
+// known: whether the value is known to have the member's type. The reader sets it, so that the next
+// value of the same type is read without a check.
 
-// Reads "a{sv}". A key that comes more than once stays in the map as often.
+// Reads "a{sv}". A key that comes more than once is kept as often.
 void readMember(const QDBusArgument &argument, QVariantMap &map, bool &known);
 
-// Reads "s", "i" or "u"; an enumeration is "u".
+// Reads "s", "i" or "u". An enumeration is "u".
 template <typename Member>
 void readMember(const QDBusArgument &argument, Member &member, bool &known)
 {
@@ -65,8 +64,7 @@ void readMember(const QDBusArgument &argument, Member &member, bool &known)
     member = static_cast<Member>(std::move(value));
 }
 
-// Reads the members of the structure at which the argument stands. What is known of them is told
-// and learnt member by member.
+// Reads the members of the current structure.
 template <typename... Members, std::size_t... indices>
 void readMembers(const QDBusArgument &argument, const std::tuple<Members &...> &members,
                  std::array<bool, sizeof...(Members)> &known,
@@ -77,8 +75,8 @@ void readMembers(const QDBusArgument &argument, const std::tuple<Members &...> &
     argument.endStructure();
 }
 
-// Reads one structure into the members, in their order. Members that the structure does not hold,
-// or holds with another type, get default values; anything but a structure is stepped over.
+// Reads one structure into the members, in their order. A member that is missing or has another
+// type gets its default value. Anything but a structure is skipped.
 template <typename... Members>
 void readStructure(const QDBusArgument &argument, const std::tuple<Members &...> &members)
 {
@@ -92,14 +90,13 @@ void readStructure(const QDBusArgument &argument, const std::tuple<Members &...>
     }
 }
 
-// Replaces the records by those of an array of structures. membersOf gives a record's members as a
-// tuple of references. An array of anything else gives no records; anything but an array is stepped
-// over.
+// Replaces the records by those of an array of structures. membersOf returns the members of a
+// record as a tuple of references. An array of anything else gives no records. Anything but an
+// array is skipped.
 template <typename Record, typename MembersOf>
 void readStructures(const QDBusArgument &argument, QVector<Record> &records, MembersOf membersOf)
 {
-    // Room that is there is used again. Where the old records are shared, clear() would copy them
-    // first.
+    // clear() keeps the capacity, but copies shared records first.
     if (records.isDetached()) {
         records.clear();
     } else {

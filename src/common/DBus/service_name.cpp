@@ -8,8 +8,8 @@
 namespace Ostrel
 {
 
-// Built when the library is loaded, over static data: it owns no memory, so that copies touch no
-// counter and it stays good for whoever still uses the library while the process ends.
+// Built when the library is loaded. It refers to static data: copies touch no reference count, and
+// it stays valid while the process ends.
 const QString serviceName =
     QStringLiteral(OSTREL_SERVICE_NAME); // clazy:exclude=non-pod-global-static
 

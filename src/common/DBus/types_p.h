@@ -11,12 +11,12 @@
 namespace Ostrel
 {
 
-// Makes all records, their vectors, ApplicationState and the JSON classes known to Qt's type
-// systems, once in a process. Every client whose replies or signals carry them calls it first.
+// Registers all records, their vectors, ApplicationState and the JSON classes with Qt, once per
+// process. Each client whose replies or signals carry them calls it first.
 void registerDBusTypes();
 
-// The wire forms of the records. The readers take whatever stands on the bus: what does not match
-// gives default values, is stepped over, and is not reported.
+// Marshalling of the records. The readers accept any value: what does not match is skipped silently
+// and gives default values.
 
 QDBusArgument &operator<<(QDBusArgument &argument, const RunningApplication &application);
 const QDBusArgument &operator>>(const QDBusArgument &argument, RunningApplication &application);
@@ -33,7 +33,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, AvailableTask &ta
 QDBusArgument &operator<<(QDBusArgument &argument, const ActiveTask &task);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ActiveTask &task);
 
-// Chosen over Qt's own readers of a vector, which begin an array whatever the argument stands at.
+// Preferred to Qt's own readers of a vector, which begin an array without a check.
 const QDBusArgument &operator>>(const QDBusArgument &argument,
                                 QVector<RunningApplication> &applications);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<RunningService> &services);

@@ -11,15 +11,15 @@ namespace Ostrel
 
 void registerDBusTypes()
 {
-    // Meant for the thread that makes the clients. Others may come in between: Qt's registration is
-    // safe, and to register the same again changes nothing.
+    // Two threads may get here at once. Qt's registration is thread-safe, and registering a type
+    // again changes nothing.
     static bool registered = false;
     if (registered) {
         return;
     }
 
     // The names without the namespace are aliases, for signals and properties that are declared
-    // inside it. An available and an active task travel in vectors alone.
+    // inside it. Available and active tasks come only in vectors.
     qRegisterMetaType<RunningApplication>("RunningApplication");
     qRegisterMetaType<QVector<RunningApplication>>("QVector<RunningApplication>");
     qRegisterMetaType<RunningService>("RunningService");
