@@ -4,6 +4,8 @@
 #include "simulator.h"
 #include "test_main.h"
 
+#include "DBus/names_p.h"
+
 #include <optional>
 
 // The library around the beginning and the end of a process, and of the application object. Each
@@ -19,6 +21,8 @@ private Q_SLOTS:
 
     void programEndsWell_data();
     void programEndsWell();
+    void callsWithoutReplyAreLeftToTheEnd();
+    void endWaitsForTheRequestsOfOtherThreads();
     void busThatEndsBeforeTheLoopRunsIsNoticed();
 
 private:
@@ -121,6 +125,35 @@ void TestLifetimes::programEndsWell()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, output);
     QCOMPARE(result.exitStatus, 0);
+}
+
+void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
+{
+    m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
+    m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
+    m_simulator->windowStatus().holdNext(1);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    const Result result =
+        run(QStringLiteral(LIFETIMES), {QStringLiteral("callsUnderWay")}, environment);
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
+{
+    const MethodFaults starts = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
+    starts.holdNext(1);
+    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("requestUnderWay")});
+    program.start();
+    starts.waitForHeld(1);
+    program.write("\n");
+    QCOMPARE(program.readLine(), QStringLiteral("ending"));
+    starts.release({0});
+    QVERIFY(program.waitForFinished(patience));
+    QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 0);
 }
 
 void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()

@@ -4,6 +4,8 @@
 #ifndef OSTREL_DBUS_PENDING_CALL_P_H
 #define OSTREL_DBUS_PENDING_CALL_P_H
 
+#include "DBus/process_end_p.h"
+
 #include <QtCore/QObject>
 #include <QtCore/QThread>
 #include <QtDBus/QDBusPendingCall>
@@ -14,6 +16,24 @@
 namespace Ostrel
 {
 
+// A watcher that may be destroyed after QtDBus.
+class PendingCallWatcher : public QDBusPendingCallWatcher // clazy:exclude=missing-qobject-macro
+{
+public:
+    PendingCallWatcher(const QDBusPendingCall &call, QObject *parent)
+        : QDBusPendingCallWatcher(call, parent)
+    {
+        ProcessEnd::watch();
+    }
+
+    ~PendingCallWatcher() override
+    {
+        if (ProcessEnd::hasBegun()) {
+            ProcessEnd::keep(d.take());
+        }
+    }
+};
+
 // Runs handler(reply) once the call has been answered, from the event loop of context's thread, and
 // never after context is gone. Reply is a QDBusPendingReply, whose types the answer has to match;
 // another answer arrives as an error. The handler may delete anything, context included.
@@ -23,7 +43,7 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
     // An object cannot have a parent in another thread. There the watcher follows context by hand.
     const bool elsewhere = context != nullptr && context->thread() != QThread::currentThread();
     auto *watcher =
-        new QDBusPendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
+        new PendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
 
     // The handler may delete the watcher's parent, and the watcher with it.
     const auto handle = [handler = std::move(handler)](QDBusPendingCallWatcher *finished) {

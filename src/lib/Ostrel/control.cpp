@@ -6,6 +6,7 @@
 
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
+#include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
@@ -57,9 +58,16 @@ ControlPrivate::ControlPrivate(Control *q)
             SIGNAL(selectedByOom(QString)));
 }
 
-Control::StartResult ControlPrivate::startResult(QDBusPendingCall call)
+template <typename... Arguments>
+QDBusPendingCall ControlPrivate::finishedCall(const QString &method, const Arguments &...arguments)
 {
+    QDBusPendingCall call = checkedCall(*this, method, arguments...);
     call.waitForFinished();
+    return call;
+}
+
+Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
+{
     // Before the types are looked at: at the end of the process QtDBus has none any more.
     if (call.isError()) {
         return {fromDBusError(call.error()), {}, {}};
@@ -98,27 +106,28 @@ Control::~Control() = default;
 
 Control::StartResult Control::start(const QString &appId)
 {
-    return ControlPrivate::startResult(checkedCall(*d, QStringLiteral("Start"), appId));
+    const ProcessEnd::Delay delay;
+    return ControlPrivate::startResult(d->finishedCall(QStringLiteral("Start"), appId));
 }
 
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
+    const ProcessEnd::Delay delay;
     return ControlPrivate::startResult(
-        checkedCall(*d, QStringLiteral("StartDebug"), appId, DebugParamsPrivate::map(params)));
+        d->finishedCall(QStringLiteral("StartDebug"), appId, DebugParamsPrivate::map(params)));
 }
 
 Error Control::terminate(const QString &appInstanceId)
 {
-    QDBusPendingCall call = checkedCall(*d, QStringLiteral("Terminate"), appInstanceId);
-    call.waitForFinished();
-    return fromDBusError(call.error());
+    const ProcessEnd::Delay delay;
+    return fromDBusError(d->finishedCall(QStringLiteral("Terminate"), appInstanceId).error());
 }
 
 Error Control::getRunningApplications(QVector<RunningApplication> &applications,
                                       QVector<RunningService> &services)
 {
-    QDBusPendingCall call = checkedCall(*d, QStringLiteral("GetRunningApplications"));
-    call.waitForFinished();
+    const ProcessEnd::Delay delay;
+    const QDBusPendingCall call = d->finishedCall(QStringLiteral("GetRunningApplications"));
     if (call.isError()) {
         // The code says no more than that, whatever the error's name.
         return Error(Error::Failed, call.error().message());

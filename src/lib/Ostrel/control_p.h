@@ -21,8 +21,12 @@ class ControlPrivate : public QDBusAbstractInterface
 public:
     explicit ControlPrivate(Control *q);
 
-    // Waits for the answer of a call that starts an application.
-    static Control::StartResult startResult(QDBusPendingCall call);
+    // Calls a method and waits for the reply. Any thread may do so.
+    template <typename... Arguments>
+    QDBusPendingCall finishedCall(const QString &method, const Arguments &...arguments);
+
+    // Reads the reply to a call that starts an application.
+    static Control::StartResult startResult(const QDBusPendingCall &call);
 
 private Q_SLOTS:
     void onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams);

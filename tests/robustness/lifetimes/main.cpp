@@ -126,6 +126,36 @@ int callsInStaticDestructors(int &argc, char **argv)
     return staticObjects(argc, argv);
 }
 
+// With calls that the service does not reply to.
+int callsUnderWay(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    auto clients = std::make_unique<Clients>();
+    clients->call();
+    // The calls have been sent when this returns.
+    clients->control().terminate(QStringLiteral("none"));
+    atExit.own(std::move(clients));
+    return 0;
+}
+
+// The process ends while another thread waits for a reply.
+int requestUnderWay(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    auto *const control = new Ostrel::Control;
+    control->terminate(QStringLiteral("none"));
+
+    struct Ending
+    {
+        ~Ending() { say(QStringLiteral("ending")); }
+    };
+    static const Ending ending;
+    std::thread([control] { control->start(QStringLiteral("demo.Viewer")); }).detach();
+    // Until the service has the call.
+    std::cin.get();
+    return 0;
+}
+
 int staticObjectsFromTheBeginning(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -208,6 +238,8 @@ int main(int argc, char **argv)
         {"objectsOutliveTheApplication", objectsOutliveTheApplication},
         {"staticObjects", staticObjects},
         {"callsInStaticDestructors", callsInStaticDestructors},
+        {"callsUnderWay", callsUnderWay},
+        {"requestUnderWay", requestUnderWay},
         {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
         {"exitInASlot", exitInASlot},
         {"exitInACallback", exitInACallback},
