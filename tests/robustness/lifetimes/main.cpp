@@ -133,7 +133,9 @@ int callsUnderWay(int &argc, char **argv)
     auto clients = std::make_unique<Clients>();
     clients->call();
     // The calls have been sent when this returns.
-    clients->control().terminate(QStringLiteral("none"));
+    QVector<Ostrel::RunningApplication> applications;
+    QVector<Ostrel::RunningService> services;
+    clients->control().getRunningApplications(applications, services);
     atExit.own(std::move(clients));
     return 0;
 }
