@@ -23,13 +23,6 @@ namespace Ostrel
 namespace
 {
 
-// Replaces the records by those that a property holds. What holds no list of records holds none.
-template <typename Record> void read(const QVariant &value, QVector<Record> &records)
-{
-    // Of any other value that is an empty argument, which reads as no array.
-    value.value<QDBusArgument>() >> records;
-}
-
 // The number that an answer begins with, or 0. An error reply may begin with anything: its
 // signature is nobody's business.
 int numberIn(const QDBusMessage &answer)
@@ -47,6 +40,16 @@ int numberIn(const QDBusMessage &answer)
 }
 
 } // namespace
+
+template <typename Record>
+void AnnouncedTasks<Record>::replace(const QVariant &value, quint64 announcement)
+{
+    if (announcement >= m_announcement) {
+        m_announcement = announcement;
+        // A value of another type gives an empty argument, which reads as an empty list.
+        value.value<QDBusArgument>() >> m_tasks;
+    }
+}
 
 TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &taskType,
                                        TaskInvoker *invoker)
@@ -171,15 +174,17 @@ void TaskInvokerPrivate::onPropertiesChanged(const QString & /*interface*/,
 
 void TaskInvokerPrivate::applyProperties(const QVariantMap &properties)
 {
-    // A slot may delete this object; only what is held here is good afterwards.
+    // A slot may delete this object; only what is held here is good afterwards. One that runs an
+    // event loop lets newer announcements in, whose lists stay.
     const QPointer<TaskInvokerPrivate> self(this);
+    const quint64 announcement = ++m_announcements;
     const QVariantMap held = properties; // NOLINT(performance-unnecessary-copy-initialization)
     for (auto property = held.cbegin(); !self.isNull() && property != held.cend(); ++property) {
         if (property.key() == QLatin1String("AvailableTasks")) {
-            read(property.value(), m_availableTasks);
+            m_availableTasks.replace(property.value(), announcement);
             Q_EMIT m_invoker->availableTasksChanged();
         } else if (property.key() == QLatin1String("ActiveTasks")) {
-            read(property.value(), m_activeTasks);
+            m_activeTasks.replace(property.value(), announcement);
             Q_EMIT m_invoker->activeTasksChanged();
         }
     }

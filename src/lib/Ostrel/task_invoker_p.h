@@ -13,6 +13,21 @@
 namespace Ostrel
 {
 
+// A list of tasks as the service last announced it.
+template <typename Record> class AnnouncedTasks
+{
+public:
+    const QVector<Record> &tasks() const { return m_tasks; }
+
+    // Reads the list from a property of an announcement. Announcements count upwards; an older one
+    // than the list's is ignored.
+    void replace(const QVariant &value, quint64 announcement);
+
+private:
+    QVector<Record> m_tasks;
+    quint64 m_announcement = 0;
+};
+
 // The session object of one task type, and what is known of it.
 class TaskInvokerPrivate : public QDBusAbstractInterface
 {
@@ -23,8 +38,8 @@ public:
     ~TaskInvokerPrivate() override;
 
     QString taskType() const { return m_taskType; }
-    const QVector<AvailableTask> &availableTasks() const { return m_availableTasks; }
-    const QVector<ActiveTask> &activeTasks() const { return m_activeTasks; }
+    const QVector<AvailableTask> &availableTasks() const { return m_availableTasks.tasks(); }
+    const QVector<ActiveTask> &activeTasks() const { return m_activeTasks.tasks(); }
 
     void onReady(const std::function<void(const Error &)> &callback);
     void start(const QString &name, const QVariantMap &startupInfo, const QVariantMap &hints,
@@ -47,8 +62,9 @@ private:
     bool m_ready = false;
     Error m_result{Error::NoError, QString()};
     QVector<std::function<void(const Error &)>> m_readyCallbacks;
-    QVector<AvailableTask> m_availableTasks;
-    QVector<ActiveTask> m_activeTasks;
+    AnnouncedTasks<AvailableTask> m_availableTasks;
+    AnnouncedTasks<ActiveTask> m_activeTasks;
+    quint64 m_announcements = 0;
     TaskInvoker *const m_invoker;
 };
 
