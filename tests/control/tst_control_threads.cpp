@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "control_calls.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+using Ostrel::Control;
+using Ostrel::Error;
+
+namespace
+{
+
+constexpr int threadCount = 8;
+constexpr int rounds = 250;
+
+// One request of each kind, whose replies name what was asked for. Returns what is wrong.
+QString makeRequests(Control &control, const QString &id)
+{
+    const auto unexpected = [&id](const Error &error, Error::Code code) {
+        return error.code() != code || !error.message().contains(id);
+    };
+    if (unexpected(control.start(id).error, Error::HandlerNotFound)) {
+        return QStringLiteral("start");
+    }
+    Ostrel::DebugParams params;
+    params.setEnvironment({QStringLiteral("ID=") + id});
+    if (unexpected(control.startDebug(id, params).error, Error::HandlerNotFound)) {
+        return QStringLiteral("startDebug");
+    }
+    if (unexpected(control.terminate(id), Error::ApplicationNotRunning)) {
+        return QStringLiteral("terminate");
+    }
+    QVector<Ostrel::RunningApplication> applications;
+    QVector<Ostrel::RunningService> services;
+    if (control.getRunningApplications(applications, services) || applications.size() != 2) {
+        return QStringLiteral("getRunningApplications");
+    }
+    return {};
+}
+
+} // namespace
+
+// Requests that several threads make at once.
+class TestControlThreads : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void anyThreadMakesRequests_data();
+    void anyThreadMakesRequests();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestControlThreads::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    Control::instance();
+    QCoreApplication::processEvents();
+    startApplication(QStringLiteral("demo.Viewer"));
+    startApplication(QStringLiteral("demo.Clock"));
+}
+
+void TestControlThreads::anyThreadMakesRequests_data()
+{
+    QTest::addColumn<bool>("shared");
+    QTest::newRow("with the shared object") << true;
+    QTest::newRow("with an object of its own") << false;
+}
+
+// Beside calls that the program makes with QtDBus itself.
+void TestControlThreads::anyThreadMakesRequests()
+{
+    QFETCH(const bool, shared);
+    std::atomic<int> running{threadCount};
+    std::vector<QString> problems(threadCount);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([shared, thread, &running, &problems] {
+            for (int i = 0; i < rounds && problems[thread].isEmpty(); ++i) {
+                const std::unique_ptr<Control> own(shared ? nullptr : new Control);
+                problems[thread] = makeRequests(shared ? *Control::instance() : *own,
+                                                QStringLiteral("id.%1.%2.").arg(thread).arg(i));
+            }
+            --running;
+        });
+    }
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    int failed = 0;
+    while (running > 0) {
+        QDBusPendingCall call = bus.asyncCall(QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+        call.waitForFinished();
+        failed += call.isError() ? 1 : 0;
+        QCoreApplication::processEvents();
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (const QString &problem : problems) {
+        QCOMPARE(problem, QString());
+    }
+    QCOMPARE(failed, 0);
+}
+
+OSTREL_TEST_MAIN(TestControlThreads)
+
+#include "tst_control_threads.moc"
