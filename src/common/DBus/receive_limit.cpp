@@ -11,33 +11,67 @@
 namespace Ostrel
 {
 
+#ifdef OSTREL_LIFT_RECEIVE_LIMIT
 namespace
 {
 
-using SetLimit = void (*)(void *connection, long bytes);
+using SetLimit = void (*)(void *connection, long limit);
 
-// QtDBus has loaded libdbus, and its connection is one of libdbus'; neither Qt nor this library
-// passes the setting on.
-SetLimit findSetLimit()
+// The functions of the libdbus that QtDBus uses. Neither Qt nor this library is linked to more of
+// it, and the process may have loaded another one.
+class ReceiveLimits
 {
-    const char *const name = "dbus_connection_set_max_received_size";
-    if (void *found = dlsym(RTLD_DEFAULT, name)) {
-        return reinterpret_cast<SetLimit>(found);
+public:
+    void lift(void *connection) const
+    {
+        // Both or none: a connection that stops at one of them reads nothing any more.
+        if (m_setBytes != nullptr && m_setDescriptors != nullptr) {
+            m_setBytes(connection, std::numeric_limits<long>::max());
+            m_setDescriptors(connection, std::numeric_limits<long>::max());
+        }
     }
-    // A QtDBus that is not linked with it. This takes a hundred times as long.
-    return reinterpret_cast<SetLimit>(QLibrary::resolve(QStringLiteral("dbus-1"), 3, name));
-}
+
+private:
+    static void *loadedQtDBus()
+    {
+        Dl_info info = {};
+        dladdr(reinterpret_cast<void *>(&QDBusConnection::sessionBus), &info);
+        return info.dli_fname == nullptr ? nullptr
+                                         : dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    }
+
+    SetLimit find(const char *name) const
+    {
+        if (m_qtDBus == nullptr) {
+            return nullptr;
+        }
+        // Looks in QtDBus and in the libraries that it is linked to.
+        void *const linked = dlsym(m_qtDBus, name);
+        if (linked == nullptr) {
+            // QtDBus loads libdbus itself, in the same way.
+            return reinterpret_cast<SetLimit>(QLibrary::resolve(QStringLiteral("dbus-1"), 3, name));
+        }
+        // A program that contains a libdbus of its own may have put it in front for QtDBus as well.
+        return dlsym(RTLD_DEFAULT, name) == linked ? reinterpret_cast<SetLimit>(linked) : nullptr;
+    }
+
+    void *const m_qtDBus = loadedQtDBus();
+    SetLimit m_setBytes = find("dbus_connection_set_max_received_size");
+    SetLimit m_setDescriptors = find("dbus_connection_set_max_received_unix_fds");
+};
 
 } // namespace
+#endif
 
-void liftReceiveLimit(const QDBusConnection &bus)
+void liftReceiveLimit([[maybe_unused]] const QDBusConnection &bus)
 {
-    static const SetLimit setLimit = findSetLimit();
+#ifdef OSTREL_LIFT_RECEIVE_LIMIT
+    static const ReceiveLimits limits;
 
-    void *connection = bus.internalPointer();
-    if (setLimit != nullptr && connection != nullptr) {
-        setLimit(connection, std::numeric_limits<long>::max());
+    if (void *connection = bus.internalPointer()) {
+        limits.lift(connection);
     }
+#endif
 }
 
 } // namespace Ostrel

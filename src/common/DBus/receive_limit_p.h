@@ -9,11 +9,13 @@
 namespace Ostrel
 {
 
-// Lets the connection take in messages whatever waits to be handled already.
+// Lets the connection read messages however much waits to be handled already, in bytes and in file
+// descriptors. The build option OSTREL_LIFT_RECEIVE_LIMIT turns this off.
 //
-// libdbus stops to read when that is more than 63 MiB: one large answer, or the signals of a while
-// in which the program did not listen. It goes on when enough has been handled, but that happens in
-// another thread than QtDBus reads in, where QtDBus cannot go on: nothing would ever arrive again.
+// libdbus stops reading when more than 63 MiB or 4,096 descriptors wait: one large reply, or the
+// signals of a while in which the program did not listen. It goes on when enough has been handled,
+// but that happens in another thread than the one in which QtDBus reads, and QtDBus does not
+// notice: nothing would ever arrive again.
 void liftReceiveLimit(const QDBusConnection &bus);
 
 } // namespace Ostrel
