@@ -20,11 +20,7 @@ namespace Ostrel
 class PendingCallWatcher : public QDBusPendingCallWatcher // clazy:exclude=missing-qobject-macro
 {
 public:
-    PendingCallWatcher(const QDBusPendingCall &call, QObject *parent)
-        : QDBusPendingCallWatcher(call, parent)
-    {
-        ProcessEnd::watch();
-    }
+    using QDBusPendingCallWatcher::QDBusPendingCallWatcher;
 
     ~PendingCallWatcher() override
     {

@@ -3,6 +3,11 @@
 
 #include "DBus/process_end_p.h"
 
+#include "DBus/service_name_p.h"
+
+#include <QtCore/QObject>
+#include <QtDBus/QDBusConnection>
+
 #include <atomic>
 #include <mutex>
 #include <vector>
@@ -22,11 +27,25 @@ std::shared_mutex &mutex()
     return *forever;
 }
 
+// QtDBus's thread may still have to send calls. That crashes when Qt's types have gone.
+void waitUntilCallsAreSent()
+{
+    // All connections share the thread. It carries this out after what it was told before, and
+    // finds nothing to disconnect.
+    QObject receiver;
+    for (const char *const bus : {"qt_default_session_bus", "qt_default_system_bus"}) {
+        QDBusConnection(QLatin1String(bus))
+            .disconnect(QString(), QString(), serviceName, QStringLiteral("Nothing"), &receiver,
+                        SLOT(deleteLater()));
+    }
+}
+
 struct Sentinel
 {
     ~Sentinel()
     {
         const std::unique_lock<std::shared_mutex> waitForDelays(mutex());
+        waitUntilCallsAreSent();
         begun = true;
     }
 };
@@ -53,7 +72,6 @@ void ProcessEnd::keep(const void *call)
 ProcessEnd::Delay::Delay()
     : m_lock(mutex())
 {
-    watch();
 }
 
 } // namespace Ostrel

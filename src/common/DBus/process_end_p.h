@@ -14,8 +14,8 @@ namespace Ostrel
 namespace ProcessEnd
 {
 
-// Notices from now on that the process ends. Static objects are destroyed in reverse order: call
-// this after QtDBus has made its connections, and it notices before QtDBus goes.
+// Notices from now on that the process ends. Static objects are destroyed in reverse order: each
+// proxy calls this when QtDBus and the types have been set up, so that it notices before they go.
 void watch();
 
 // Whether QtDBus may have deleted the calls that wait for a reply.

@@ -7,6 +7,7 @@
 #include "DBus/service_name_p.h"
 
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
 
 namespace Ostrel
 {
@@ -25,11 +26,18 @@ struct ServiceSignal
 inline void connectServiceSignal(QDBusConnection bus, const ServiceSignal &signal,
                                  QObject *receiver, const char *member)
 {
-    // Nothing comes from a connection that is lost, and QtDBus would abort the process over asking
-    // it who owns the service's name.
-    if (bus.isConnected()) {
-        bus.connect(serviceName, signal.path, signal.interface, signal.name, signal.signature,
-                    receiver, member);
+    // A lost connection delivers nothing. QtDBus would ask it who owns the service's name, which
+    // aborts the process. A connection that is lost from here until QtDBus asks still does.
+    if (!bus.isConnected()) {
+        return;
+    }
+    bus.connect(serviceName, signal.path, signal.interface, signal.name, signal.signature, receiver,
+                member);
+    if (!bus.isConnected()) {
+        // libdbus has noticed that while QtDBus waited for the owner, and has not told QtDBus: the
+        // calls that wait for a reply would wait for ever. It does when a message is sent, although
+        // this one goes nowhere.
+        bus.send(QDBusMessage::createSignal(signal.path, signal.interface, signal.name));
     }
 }
 

@@ -43,6 +43,7 @@ ControlPrivate::ControlPrivate(Control *q)
 {
     registerDBusTypes();
     liftReceiveLimit(connection());
+    ProcessEnd::watch();
 
     const auto receive = [this](const QString &name, const QString &signature, QObject *receiver,
                                 const char *member) {

@@ -7,6 +7,7 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
+#include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
@@ -64,6 +65,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
 {
     registerDBusTypes();
     liftReceiveLimit(connection());
+    ProcessEnd::watch();
 
     const QDBusError refusal = refusalOf(connection(), PathEnd{m_taskType});
     registerTaskInvoker(refusal);

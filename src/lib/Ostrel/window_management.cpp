@@ -7,6 +7,7 @@
 #include "DBus/names_p.h"
 #include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
+#include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "Ostrel/error_p.h"
@@ -22,6 +23,7 @@ WindowManagementInterface::WindowManagementInterface()
                              nullptr)
 {
     liftReceiveLimit(connection());
+    ProcessEnd::watch();
 }
 
 WindowManagementInterface::~WindowManagementInterface() = default;
