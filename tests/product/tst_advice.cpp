@@ -88,6 +88,11 @@ void TestAdvice::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+    //! [connect]
+    // Before the first object of this library:
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    //! [connect]
 }
 
 void TestAdvice::init()

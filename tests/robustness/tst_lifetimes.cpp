@@ -6,6 +6,7 @@
 
 #include "DBus/names_p.h"
 
+#include <csignal>
 #include <optional>
 
 // The library around the beginning and the end of a process, and of the application object. Each
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void callsWithoutReplyAreLeftToTheEnd();
     void endWaitsForTheRequestsOfOtherThreads();
     void busThatEndsBeforeTheLoopRunsIsNoticed();
+    void busThatEndsInTheFirstObjectIsNoticed();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -169,6 +171,23 @@ void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
     QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
              QStringLiteral("start ") + failure + failure.repeated(3));
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+    QCOMPARE(program.exitCode(), 0);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+}
+
+void TestLifetimes::busThatEndsInTheFirstObjectIsNoticed()
+{
+    PrivateBus bus;
+    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("busEndsInTheFirstObject")});
+    program.start();
+    QCOMPARE(program.readLine(), QStringLiteral("ready"));
+    bus.suspend();
+    program.write("\n");
+    QCOMPARE(program.readLine(), QStringLiteral("making"));
+    ::kill(static_cast<pid_t>(bus.processId()), SIGKILL);
+    QVERIFY(program.waitForFinished(patience));
+    QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
+             QStringLiteral("start 1 Not connected to D-Bus server\nready 1\n"));
     QCOMPARE(program.exitCode(), 0);
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
 }

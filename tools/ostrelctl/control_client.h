@@ -7,13 +7,23 @@
 #include <Ostrel/Control>
 
 #include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusConnection>
 
-// A Control whose blocking calls end when the bus goes away: until the event loop has run once,
-// that is not noticed.
-class ControlClient : public Ostrel::Control // clazy:exclude=missing-qobject-macro
+// Comes before the first client: until the event loop has run once, a bus that goes away is not
+// noticed.
+struct SessionBus
 {
-public:
-    ControlClient() { QCoreApplication::processEvents(); }
+    SessionBus()
+    {
+        QDBusConnection::sessionBus();
+        QCoreApplication::processEvents();
+    }
+};
+
+// A Control whose blocking calls end when the bus goes away.
+class ControlClient : private SessionBus,
+                      public Ostrel::Control // clazy:exclude=missing-qobject-macro
+{
 };
 
 #endif

@@ -3,6 +3,7 @@
 
 #include "command.h"
 #include "command_line.h"
+#include "control_client.h"
 #include "report.h"
 
 #include <Ostrel/WindowManagement>
@@ -34,9 +35,8 @@ int run(const QStringList &arguments)
         return BadUsage;
     }
 
+    const SessionBus bus;
     Ostrel::WindowManagement windows;
-    // Until the event loop has run once, a bus that goes away is not noticed.
-    QCoreApplication::processEvents();
     const bool json = line.wantsJson();
     windows.updateWindowStatus(
         line.positional(0), *status, *arg1, *arg2, &windows,

@@ -48,16 +48,20 @@ class ControlPrivate;
  * @warning start(), startDebug(), terminate() and getRunningApplications() block: the calling
  * thread waits until the service answers or the bus's time limit passes (25 seconds by default),
  * and no event loop runs meanwhile. A program with a user interface calls them from a thread of its
- * own, on a Control that was made in that thread.
+ * own, on instance() or on any other Control.
  *
- * The object uses the session bus. Signals are delivered by the event loop of the thread that made
- * the object; the requests need no loop. Like any QObject it belongs to one thread and is used
- * there; only the two look-ups by process may be called from any thread. It stays there: do not use
- * `moveToThread()`, which would take one part of the signals along and leave the other.
+ * The object uses the session bus. Any thread may make requests and look up processes, several at
+ * once on the same object. The signals are emitted by the event loop of the thread that made the
+ * object; the requests need no loop. The object is destroyed in that thread, when no request is
+ * under way. Do not use `moveToThread()`: it moves only some of the signals.
  *
  * A thread that keeps a Control has to run its event loop. Until it does, the signals of the
  * service are kept in memory, without a limit (a thousand of them take more than a megabyte). A
- * thread without a loop makes a Control for its requests alone, and destroys it behind them.
+ * thread without a loop makes its requests on a Control of another thread.
+ *
+ * Making an object lifts libdbus's limits of received messages and file descriptors, for the
+ * process's connection to the bus and for as long as the process lives; @ref behaviour says why and
+ * what it can cost. A library built with `-DOSTREL_LIFT_RECEIVE_LIMIT=OFF` leaves the limits alone.
  *
  * The maps that come with signals and results (`details`) hold plain values, but arrays,
  * structures and maps within them come as a QDBusArgument (lists of texts and bytes do not):
@@ -78,13 +82,13 @@ class ControlPrivate;
  * program that sends more.
  *
  * A connection to the bus that is lost does not come back: when the message bus itself has ended,
- * every later request of the process fails. Let the event loop run once before the first request
- * (`QCoreApplication::processEvents()` does): until then QtDBus does not notice a message bus that
- * ends, and may wait for ever.
+ * every later request of the process fails. Call `QDBusConnection::sessionBus()` and
+ * `QCoreApplication::processEvents()` before you make the first object: until the event loop has
+ * run once, QtDBus does not notice a message bus that ends, and may wait for ever.
  *
  * A program that forks does so before it makes the first object; a later child may only run another
- * program or end with `_exit()`. When the process ends, a request that another thread waits in may
- * keep it from ending; the requests of static objects that outlive QtDBus fail.
+ * program or end with `_exit()`. When the process ends, it waits for the requests that other
+ * threads have made; the requests of static objects that outlive QtDBus fail.
  */
 class OSTREL_EXPORT Control : public QObject
 {
@@ -106,7 +110,7 @@ public:
      * Returns the one instance that the process shares.
      *
      * The first call makes it, in the calling thread, to which it then belongs; call it there
-     * before other threads do. It is never destroyed.
+     * before other threads do. From then on any thread may call it. The object is never destroyed.
      */
     static Control *instance();
 
@@ -115,9 +119,10 @@ public:
      *
      * The connection to the session bus is opened if the process has none yet, and the message bus
      * is asked for the service's signals and who owns the service's name. That takes a few
-     * milliseconds; a message bus that hangs holds it up. Nothing is sent to the service, and it
-     * does not matter whether it runs. Without a bus the object works all the same: its requests
-     * fail, and no signal comes.
+     * milliseconds. A message bus that accepts the connection and then does not reply blocks the
+     * first object of a process without a limit, and later ones for about 50 seconds. Nothing is
+     * sent to the service, and it does not matter whether it runs. Without a bus the object works
+     * all the same: its requests fail, and no signal comes.
      */
     Control();
 

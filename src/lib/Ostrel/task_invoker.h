@@ -100,9 +100,10 @@ public:
      * This makes the bus call "RegisterInvoker" (signature "s", answered by "oa{sv}") on the
      * service's ".TaskInvoker1" interface, and does not wait for the answer. It opens the
      * connection to the bus if the process has none yet, and asks the message bus who owns the
-     * service's name, which takes a few milliseconds; a message bus that hangs holds it up. It does
-     * not matter whether the service runs, and there need not be a bus: the failure comes to
-     * onReady() like any other.
+     * service's name, which takes a few milliseconds. A message bus that accepts the connection and
+     * then does not reply blocks the first object of a process without a limit, and later ones for
+     * about 50 seconds. It does not matter whether the service runs, and there need not be a bus:
+     * the failure comes to onReady() like any other.
      *
      * A failed registration is logged as a warning: "TaskInvoker registration failed:" and the bus
      * error, or "Unexpected object path:" and the path if the service answers with another
@@ -228,6 +229,13 @@ Q_SIGNALS:
      * availableTasksChanged(), and availableTasks() still returns the earlier list. A change that a
      * call has caused may come before the call's callback or behind it. It is emitted from the
      * event loop.
+     *
+     * A slot may run an event loop of its own. If a newer announcement arrives in it, the newer
+     * lists stay; the older announcement still emits its remaining signal.
+     *
+     * A slot must not throw, as Qt does not support that. An exception out of a slot for the first
+     * lists, those of the registration's reply, leaves the invoker without its later signal, and
+     * not ready for ever: the callbacks of onReady() never run.
      */
     void activeTasksChanged();
 

@@ -229,6 +229,22 @@ int busEndsBeforeTheLoopRuns(int &argc, char **argv)
     return 0;
 }
 
+// As the documentation advises.
+int busEndsInTheFirstObject(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    // What stops the bus, and kills it while the object waits for it.
+    say(QStringLiteral("ready"));
+    std::cin.get();
+    say(QStringLiteral("making"));
+    Clients clients;
+    clients.start();
+    clients.sayEvents(1);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -247,6 +263,7 @@ int main(int argc, char **argv)
         {"exitInACallback", exitInACallback},
         {"objectsOfAThread", objectsOfAThread},
         {"busEndsBeforeTheLoopRuns", busEndsBeforeTheLoopRuns},
+        {"busEndsInTheFirstObject", busEndsInTheFirstObject},
         {"childExecs", childExecs},
         {"childInheritsNothing", childInheritsNothing},
         {"childUsesNothing", childUsesNothing},
