@@ -183,7 +183,7 @@ void TestLifetimes::busThatEndsInTheFirstObjectIsNoticed()
     QCOMPARE(program.readLine(), QStringLiteral("ready"));
     bus.suspend();
     program.write("\n");
-    QCOMPARE(program.readLine(), QStringLiteral("making"));
+    QCOMPARE(program.readLine(), QStringLiteral("asked"));
     ::kill(static_cast<pid_t>(bus.processId()), SIGKILL);
     QVERIFY(program.waitForFinished(patience));
     QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
