@@ -6,7 +6,7 @@
 #include "test_main.h"
 
 #include "DBus/names_p.h"
-#include "DBus/outgoing_map_p.h"
+#include "DBus/outgoing_message_p.h"
 #include "Ostrel/debug_params_p.h"
 
 using Ostrel::DebugParams;
@@ -173,7 +173,9 @@ void TestDebugParams::goOutWithTheirTypes()
     simulator.start();
     const auto send = [](const DebugParams &params) {
         QVariantMap map = mapOf(params);
-        QVERIFY(!Ostrel::makeSendable(map).isValid());
+        Ostrel::OutgoingMessage message(1000);
+        message.add(map);
+        QVERIFY(!message.refusal().isValid());
         QDBusConnection::sessionBus().call(
             QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
                                            QStringLiteral(OSTREL_SERVICE_PATH),

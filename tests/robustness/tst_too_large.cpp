@@ -113,7 +113,7 @@ void TestTooLarge::taskInvokerRefusesThem()
                                 "message, with a value of type QString\"")}));
 }
 
-// Of a path there is a byte for each character.
+// The type is the end of a path, which has a byte for each character.
 void TestTooLarge::taskTypesAreRefused_data()
 {
     QTest::addColumn<int>("size");
@@ -127,7 +127,7 @@ void TestTooLarge::taskTypesAreRefused()
     const QString type(size, QLatin1Char('x'));
     const QString refusal =
         QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
-            .arg(size);
+            .arg(sessionPath(type).size());
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;

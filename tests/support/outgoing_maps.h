@@ -4,7 +4,11 @@
 #ifndef TESTS_OUTGOING_MAPS_H
 #define TESTS_OUTGOING_MAPS_H
 
+#include "private_bus.h"
+#include "process.h"
+
 #include "DBus/names_p.h"
+#include "DBus/outgoing_message_p.h"
 
 #include <QtCore/QVariantMap>
 #include <QtDBus/QDBusConnection>
@@ -42,6 +46,14 @@ inline QVariant inMaps(QVariant value, int levels)
     return value;
 }
 
+// Why the arguments of a call cannot be sent on the session bus. JSON in maps is replaced.
+template <typename... Arguments> QDBusError refusalOf(Arguments &&...arguments)
+{
+    Ostrel::OutgoingMessage message(QDBusConnection::sessionBus(), QString());
+    (message.add(arguments), ...);
+    return message.refusal();
+}
+
 // The error of the message bus, which reads the message and knows no such call; another one if it
 // drops the connection.
 inline QString answerTo(const QVariantList &arguments)
@@ -51,6 +63,22 @@ inline QString answerTo(const QVariantList &arguments)
         QStringLiteral("a.b"), QStringLiteral("Take"));
     call.setArguments(arguments);
     return QDBusConnection::sessionBus().call(call).errorName();
+}
+
+// Sends a map to the simulator on the bus, and returns its contents as the simulator logged them.
+inline QString sentOn(const PrivateBus &bus, const QVariantMap &map)
+{
+    QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
+                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
+                                       QStringLiteral("Take"))
+        << map);
+    const Result result =
+        run(QStringLiteral("busctl"),
+            {QStringLiteral("--address=%1").arg(bus.address()), QStringLiteral("call"),
+             QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+             QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("Calls")});
+    return result.output.section(QStringLiteral("\"Take\" \"a{sv}\" 1 a{sv} "), 1).trimmed();
 }
 
 #endif

@@ -6,6 +6,7 @@
 
 #include "DBus/names_p.h"
 #include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QLoggingCategory>
@@ -142,6 +143,7 @@ void TestJsonRoundTrip::randomObjectsComeBack()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
+    Ostrel::registerDBusTypes();
     const QByteArray given = qgetenv("JSON_SEED");
     const quint32 seed = given.isEmpty() ? std::random_device()() : given.toUInt();
     Maker maker(seed);

@@ -7,7 +7,6 @@
 #include "warnings.h"
 
 #include "DBus/nesting_p.h"
-#include "DBus/outgoing_map_p.h"
 #include "DBus/types_p.h"
 
 #include <QtCore/QJsonArray>
@@ -113,11 +112,15 @@ void TestOutgoingDepth::deepestValuesArrive_data()
         << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
+    QTest::newRow("longest signature")
+        << QVariant::fromValue(QDBusSignature(QString(255, QLatin1Char('i'))));
+    QTest::newRow("deepest signature")
+        << QVariant::fromValue(QDBusSignature(QString(32, QLatin1Char('a')) + QLatin1Char('i')));
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 30);
     QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, QStringLiteral("x")}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
-    QTest::newRow("JSON objects") << inObjects(16);
-    QTest::newRow("JSON arrays") << inMixedArrays(16);
+    QTest::newRow("JSON objects") << inObjects(20);
+    QTest::newRow("JSON arrays") << inMixedArrays(30);
 }
 
 void TestOutgoingDepth::deepestValuesArrive()
@@ -125,7 +128,7 @@ void TestOutgoingDepth::deepestValuesArrive()
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
     const Warnings warnings;
-    QVERIFY(!Ostrel::makeSendable(map).isValid());
+    QVERIFY(!refusalOf(map).isValid());
     QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
     QCOMPARE(warnings.texts(), QStringList());
 }
@@ -162,12 +165,13 @@ void TestOutgoingDepth::tooDeepValuesAreFound_data()
              qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
     }
     QTest::newRow("maps of variants") << variant;
-    QTest::newRow("JSON objects") << inObjects(17);
-    QTest::newRow("JSON arrays") << inMixedArrays(17);
+    QTest::newRow("JSON objects") << inObjects(21);
+    QTest::newRow("JSON arrays") << inMixedArrays(31);
+    QTest::newRow("far too many JSON objects") << inObjects(1000);
     QTest::newRow("far too many lists") << inLists(1, 1000);
     QJsonArray array;
     for (int level = 0; level < 100000; ++level) {
-        array = QJsonArray{array};
+        array = QJsonArray{QStringLiteral("x"), array};
     }
     QTest::newRow("far too many arrays") << QVariant(array);
 }
@@ -176,7 +180,7 @@ void TestOutgoingDepth::tooDeepValuesAreFound()
 {
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
-    const QString message = Ostrel::makeSendable(map).message();
+    const QString message = refusalOf(map).message();
     QVERIFY2(
         message.startsWith(QStringLiteral("Marshalling failed: \"key\" is nested too deeply for "
                                           "a message, with a value of type "))
@@ -189,22 +193,25 @@ void TestOutgoingDepth::nestingIsThatOfTheTypes_data()
     QTest::addColumn<QByteArray>("signature");
     QTest::addColumn<int>("arrays");
     QTest::addColumn<int>("structures");
+    QTest::addColumn<int>("entries");
     QTest::addColumn<int>("containers");
     QTest::addColumn<bool>("isTooDeep");
-    const auto row = [](const QByteArray &signature, int arrays, int structures, int containers,
-                        bool isTooDeep = false) {
-        QTest::newRow(signature) << signature << arrays << structures << containers << isTooDeep;
+    const auto row = [](const QByteArray &signature, int arrays, int structures, int entries,
+                        int containers, bool isTooDeep = false) {
+        QTest::newRow(signature) << signature << arrays << structures << entries << containers
+                                 << isTooDeep;
     };
-    row("i", 0, 0, 0);
-    row("v", 0, 0, 1);
-    row("as", 1, 0, 1);
-    row("a{sv}", 1, 1, 3);
-    row("(iasi)", 1, 1, 2);
-    row("(a(i)((v)i))", 1, 3, 4);
-    row(QByteArray(32, 'a') + 'i', 32, 0, 32);
-    row(QByteArray(33, 'a') + 'i', 33, 0, 33, true);
-    row(QByteArray(32, '(') + 'i' + QByteArray(32, ')'), 0, 32, 32);
-    row(QByteArray(33, '(') + 'i' + QByteArray(33, ')'), 0, 33, 33, true);
+    row("i", 0, 0, 0, 0);
+    row("v", 0, 0, 0, 1);
+    row("as", 1, 0, 0, 1);
+    row("a{sv}", 1, 0, 1, 3);
+    row("(iasi)", 1, 1, 0, 2);
+    row("(a(i)((v)i))", 1, 3, 0, 4);
+    row("a{s(a{si}v)}", 2, 1, 2, 5);
+    row(QByteArray(32, 'a') + 'i', 32, 0, 0, 32);
+    row(QByteArray(33, 'a') + 'i', 33, 0, 0, 33, true);
+    row(QByteArray(32, '(') + 'i' + QByteArray(32, ')'), 0, 32, 0, 32);
+    row(QByteArray(33, '(') + 'i' + QByteArray(33, ')'), 0, 33, 0, 33, true);
 }
 
 void TestOutgoingDepth::nestingIsThatOfTheTypes()
@@ -216,6 +223,7 @@ void TestOutgoingDepth::nestingIsThatOfTheTypes()
     QTEST(nesting.arrays, "arrays");
     QTEST(nesting.structures, "structures");
     QTEST(nesting.containers, "containers");
+    QTEST(nesting.entries, "entries");
     QTEST(nesting.isTooDeep(), "isTooDeep");
     QCOMPARE(rest, "xyz");
 }

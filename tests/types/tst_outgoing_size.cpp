@@ -5,19 +5,19 @@
 #include "private_bus.h"
 #include "test_main.h"
 
-#include "DBus/outgoing_map_p.h"
-#include "DBus/outgoing_walk_p.h"
 #include "DBus/types_p.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
+#include <QtCore/QLineF>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusObjectPath>
 
 #include <optional>
 
-using Ostrel::OutgoingWalk;
+using Ostrel::OutgoingMessage;
 
 namespace
 {
@@ -71,6 +71,9 @@ private Q_SLOTS:
     void tooManyEmptyMapsAreFound();
     void tooLargeTextsAreFound();
     void argumentsShareOneMessage();
+    void leftOutPartsTakeNoRoom();
+    void countingEndsWithTheRoom_data();
+    void countingEndsWithTheRoom();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -83,6 +86,8 @@ void TestOutgoingSize::initTestCase()
     qDBusRegisterMetaType<Maps>();
     qDBusRegisterMetaType<NamedVariants>();
     qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
+    qDBusRegisterMetaType<QList<QPoint>>();
+    qDBusRegisterMetaType<QList<QDate>>();
 }
 
 void TestOutgoingSize::largestMapsArrive_data()
@@ -105,7 +110,7 @@ void TestOutgoingSize::largestMapsArrive()
 {
     QFETCH(QVariant, value);
     QVariantMap map{{QStringLiteral("key"), value}};
-    QCOMPARE(Ostrel::makeSendable(map).message(), QString());
+    QCOMPARE(refusalOf(map).message(), QString());
     QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
 }
 
@@ -115,10 +120,10 @@ void TestOutgoingSize::textsAreCountedInBytes()
         const int size = QString(character).toUtf8().size();
         QString text((largestArray - entryOfText) / size, character);
         QVariantMap map{{QStringLiteral("key"), text}};
-        QVERIFY(!Ostrel::makeSendable(map).isValid());
+        QVERIFY(!refusalOf(map).isValid());
         text.append(QString(3, character));
         map = {{QStringLiteral("key"), text}};
-        QVERIFY(Ostrel::makeSendable(map).isValid());
+        QVERIFY(refusalOf(map).isValid());
     }
 }
 
@@ -152,6 +157,18 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
     row("variant", QVariant::fromValue(QDBusVariant(1)), 6 + 3 + 3 + 4);
     row("path", QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a"))), 6 + 3 + 3 + 4 + 3);
     row("map", QVariantMap{{QStringLiteral("a"), 1}}, 6 + 7 + 3 + 4 + 4 + 6 + 3 + 3 + 4);
+    row("point", QPoint(1, 2), 6 + 6 + 4 + 8);
+    row("points", QVariant::fromValue(QList<QPoint>{{1, 2}, {3, 4}}), 6 + 7 + 3 + 4 + 4 + 16);
+    row("line", QLineF(1, 2, 3, 4), 6 + 12 + 6 + 32);
+    row("time", QTime(1, 2), 6 + 8 + 2 + 16);
+    row("dates", QVariant::fromValue(QList<QDate>{{2000, 1, 2}, {2000, 1, 3}}),
+        6 + 8 + 2 + 4 + 4 + 12 + 4 + 12);
+    row("date and time", QDateTime(QDate(2000, 1, 2), QTime(3, 4)), 6 + 17 + 1 + 12 + 4 + 16 + 4);
+    row("record", QVariant::fromValue(Ostrel::ActiveTask{QStringLiteral("ab"), 7, QVariantMap()}),
+        6 + 12 + 6 + 4 + 3 + 1 + 4 + 4);
+    row("records",
+        QVariant::fromValue(QVector<Ostrel::AvailableTask>{{QStringLiteral("a"), {}}, {{}, {}}}),
+        6 + 11 + 3 + 4 + 6 + 2 + 4 + 4 + 5 + 3 + 4 + 4);
     row("JSON truths", QJsonArray{true, false}, 6 + 4 + 2 + 4 + 8);
     row("JSON numbers", QJsonArray{1, 2, 3}, 6 + 4 + 2 + 4 + 24);
     row("JSON texts", QJsonArray{QStringLiteral("a"), QStringLiteral("b")}, 6 + 4 + 2 + 4 + 8 + 6);
@@ -169,9 +186,10 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
 void TestOutgoingSize::sizesAreThoseInTheMessage()
 {
     QFETCH(QVariantMap, map);
-    OutgoingWalk walk(1000);
-    QVERIFY(walk.entries(map, 0) != OutgoingWalk::Unsendable);
-    QTEST(int(walk.bytes()), "bytes");
+    OutgoingMessage message(1000);
+    message.add(map);
+    QCOMPARE(message.refusal().message(), QString());
+    QTEST(int(message.bytes()), "bytes");
 }
 
 void TestOutgoingSize::tooLargeValuesAreFound_data()
@@ -209,6 +227,8 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
     row("service", QVariant::fromValue(Ostrel::RunningService{half, half, 0, {}, {}}),
         "Ostrel::RunningService");
     row("task", QVariant::fromValue(Ostrel::ActiveTask{half + half, 0, {}}), "Ostrel::ActiveTask");
+    row("points", QVariant::fromValue(QList<QPoint>(QVector<QPoint>(130).toList())),
+        "QList<QPoint>");
     row("JSON text", QJsonValue(half + half), "QJsonValue");
     row("JSON array", QJsonArray{half, half}, "QJsonArray");
     row("JSON object", QJsonObject{{half + half, 1}}, "QJsonObject");
@@ -218,23 +238,23 @@ void TestOutgoingSize::tooLargeValuesAreFound()
 {
     QFETCH(QVariant, value);
     QVariantMap map{{QStringLiteral("key"), value}};
-    OutgoingWalk walk(1000);
-    QCOMPARE(walk.entries(map, 0), OutgoingWalk::Unsendable);
-    QTEST(walk.problem(), "message");
+    OutgoingMessage message(1000);
+    message.add(map);
+    QTEST(message.refusal().message(), "message");
 }
 
 void TestOutgoingSize::largestTextsArrive()
 {
     // The protocol allows 128 MiB for a message, head included.
     const QString text = letters(2 * largestArray - 4096);
-    QCOMPARE(Ostrel::makeSendable(text).message(), QString());
+    QCOMPARE(refusalOf(text).message(), QString());
     QCOMPARE(answerTo({text}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
 }
 
 void TestOutgoingSize::tooManyEmptyMapsAreFound()
 {
     QVariantMap map{{QStringLiteral("key"), emptyMaps(mostEmptyMaps + 1)}};
-    QCOMPARE(Ostrel::makeSendable(map).message(),
+    QCOMPARE(refusalOf(map).message(),
              QStringLiteral("Marshalling failed: \"key\" is too large for a message, with a value "
                             "of type QVariantMap"));
 }
@@ -242,7 +262,7 @@ void TestOutgoingSize::tooManyEmptyMapsAreFound()
 void TestOutgoingSize::tooLargeTextsAreFound()
 {
     const QString text = letters(2 * largestArray - 4095);
-    const QDBusError error = Ostrel::makeSendable(text);
+    const QDBusError error = refusalOf(text);
     QCOMPARE(error.name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(
         error.message(),
@@ -254,7 +274,7 @@ void TestOutgoingSize::argumentsShareOneMessage()
     const QString name = letters(4000);
     QVariantMap first{{QStringLiteral("first"), letters(largestArray - 100)}};
     QVariantMap second{{QStringLiteral("second"), letters(largestArray - 20000)}};
-    QCOMPARE(Ostrel::makeSendable(name, first, second).message(), QString());
+    QCOMPARE(refusalOf(name, first, second).message(), QString());
     QCOMPARE(answerTo({name, first, second}),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
 
@@ -263,17 +283,61 @@ void TestOutgoingSize::argumentsShareOneMessage()
     const QString longName = letters(50000000);
     first = {{QStringLiteral("first"), letters(20000000)}};
     second = {{QStringLiteral("second"), letters(largestArray - 20000)}};
-    QCOMPARE(Ostrel::makeSendable(longName, first).message(), QString());
-    QCOMPARE(Ostrel::makeSendable(first, second).message(), QString());
+    QCOMPARE(refusalOf(longName, first).message(), QString());
+    QCOMPARE(refusalOf(first, second).message(), QString());
 
     first = {{QStringLiteral("first"), letters(largestArray - 100)}};
     second.insert(QStringLiteral("third"), letters(19000));
-    QCOMPARE(Ostrel::makeSendable(name, first, second).message(),
+    QCOMPARE(refusalOf(name, first, second).message(),
              QStringLiteral("Marshalling failed: \"third\" is too large for a message, with a "
                             "value of type QString"));
     // Each by itself is not.
-    QCOMPARE(Ostrel::makeSendable(second).message(), QString());
-    QCOMPARE(Ostrel::makeSendable(second, name).message(), QString());
+    QCOMPARE(refusalOf(second).message(), QString());
+    QCOMPARE(refusalOf(second, name).message(), QString());
+}
+
+void TestOutgoingSize::leftOutPartsTakeNoRoom()
+{
+    const QJsonArray arrays{QJsonArray{letters(500)}};
+    const QJsonObject object{{letters(400), arrays}, {letters(401), arrays}, {letters(800), 1}};
+    QVariantMap map{{QStringLiteral("key"), object}};
+    OutgoingMessage message(1000);
+    message.add(map);
+    QCOMPARE(message.refusal().message(), QString());
+    QCOMPARE(map.value(QStringLiteral("key")), QVariant(QVariantMap{{letters(800), 1.0}}));
+}
+
+void TestOutgoingSize::countingEndsWithTheRoom_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QVariant list = 1;
+    QJsonValue object = 1;
+    QJsonValue mixed = 1;
+    for (int level = 0; level < 14; ++level) {
+        list = QVariantList{list, list, list, list, list, list, list, list, list};
+        QJsonObject parts;
+        for (int i = 0; i < 9; ++i) {
+            parts.insert(QString(QLatin1Char('0' + i)), object);
+        }
+        object = parts;
+        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+    }
+    QTest::newRow("list") << list;
+    QTest::newRow("JSON object") << QVariant(object);
+    QTest::newRow("mixed JSON array") << QVariant(mixed);
+    for (int level = 14; level < 30; ++level) {
+        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+    }
+    QTest::newRow("deep mixed JSON array") << QVariant(mixed);
+}
+
+// A small value can hold the same part many times: this one would take centuries.
+void TestOutgoingSize::countingEndsWithTheRoom()
+{
+    QFETCH(QVariant, value);
+    QVariantMap map{{QStringLiteral("key"), value}};
+    QVERIFY(refusalOf(map).message().startsWith(
+        QStringLiteral("Marshalling failed: \"key\" is too large for a message")));
 }
 
 OSTREL_TEST_MAIN(TestOutgoingSize)

@@ -96,6 +96,7 @@ void TestWritingJson::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+    Ostrel::registerDBusTypes();
 }
 
 void TestWritingJson::cleanup()
@@ -234,7 +235,6 @@ void TestWritingJson::arraysAndObjectsOnTheirOwn()
 // By way of the registration: as arguments of a message, and as values in a map.
 void TestWritingJson::restOfTheMessageArrives()
 {
-    Ostrel::registerDBusTypes();
     const Warnings warnings;
     const QJsonObject object =
         parse(QStringLiteral(R"({"a":[1,2],"k":[[1],[2]],"z":"x"})")).toObject();

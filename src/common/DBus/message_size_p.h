@@ -13,13 +13,6 @@ namespace Ostrel
 class MessageSize
 {
 public:
-    // What the bus protocol allows.
-    static constexpr qint64 maximumArray = 64 << 20;
-    static constexpr qint64 maximumMessage = 128 << 20;
-
-    // What is sure to come back in an answer, with room for the rest of it.
-    static constexpr qint64 maximumPath = 32 << 20;
-
     qint64 bytes() const { return m_bytes; }
 
     void add(qint64 bytes) { m_bytes += bytes; }
@@ -31,27 +24,39 @@ public:
         add(size);
     }
 
-    // The length that stands before the elements of an array or the bytes of a text.
+    // The length of an array or a string. An array is then padded to the boundary of its elements,
+    // even when it is empty.
     void addLength() { addNumber(4); }
 
-    // The same with padding behind it, which an array of entries or structures has without any,
-    // too.
-    void addLengthOfContainers()
+    void addString(const QString &string)
     {
         addLength();
-        align(8);
+        add(utf8Length(string) + 1);
     }
 
-    // Its own length stands before it.
-    void addSignature(const char *signature) { add(1 + qint64(qstrlen(signature)) + 1); }
+    // A signature has one byte for its length.
+    void addSignature(qint64 length) { add(1 + length + 1); }
 
-    void addText(const QString &text)
+    // So many values of a number type, or of a structure that holds nothing but numbers. Returns
+    // false, and adds nothing, if the type is another one.
+    bool addNumbers(const char *type, qint64 count)
     {
-        addLength();
-        add(1 + utf8Length(text));
+        MessageSize one;
+        const char *rest = type;
+        if (!one.addNumbersOf(rest)) {
+            return false;
+        }
+        const int alignment = alignmentOf(*type);
+        align(alignment);
+        if (count > 0) {
+            const qint64 last = one.bytes();
+            one.align(alignment);
+            add((count - 1) * one.bytes() + last);
+        }
+        return true;
     }
 
-    // The size of a number of a type, or 0 for another type.
+    // The size of a number type, or 0 for another type.
     static int ofNumber(char type)
     {
         switch (type) {
@@ -73,10 +78,30 @@ public:
         }
     }
 
-    static qint64 utf8Length(const QString &text)
+    // The boundary on which values of a type begin.
+    static int alignmentOf(char type)
+    {
+        switch (type) {
+        case '(':
+        case '{':
+            return 8;
+        case 'g':
+        case 'v':
+            return 1;
+        case 'a':
+        case 'h':
+        case 'o':
+        case 's':
+            return 4;
+        default:
+            return qMax(1, ofNumber(type));
+        }
+    }
+
+    static qint64 utf8Length(const QString &string)
     {
         qint64 length = 0;
-        for (const QChar unit : text) {
+        for (const QChar unit : string) {
             // Two surrogates make a character of four bytes.
             length += unit < QChar(0x80) ? 1 : unit < QChar(0x800) || unit.isSurrogate() ? 2 : 3;
         }
@@ -84,6 +109,23 @@ public:
     }
 
 private:
+    bool addNumbersOf(const char *&type)
+    {
+        if (*type != '(') {
+            const int size = ofNumber(*type++);
+            addNumber(qMax(1, size));
+            return size > 0;
+        }
+        align(8);
+        for (++type; *type != ')';) {
+            if (!addNumbersOf(type)) {
+                return false;
+            }
+        }
+        ++type;
+        return true;
+    }
+
     qint64 m_bytes = 0;
 };
 

@@ -19,17 +19,20 @@ Nesting nestingOf(const char *&signature)
         ++nesting.containers;
         break;
     case '(':
-    case '{':
+    case '{': {
+        int &level = signature[-1] == '(' ? nesting.structures : nesting.entries;
         while (std::strchr(")}", *signature) == nullptr) { // nor at the end
             const Nesting member = nestingOf(signature);
             nesting.arrays = std::max(nesting.arrays, member.arrays);
             nesting.structures = std::max(nesting.structures, member.structures);
+            nesting.entries = std::max(nesting.entries, member.entries);
             nesting.containers = std::max(nesting.containers, member.containers);
         }
         signature += *signature != '\0' ? 1 : 0;
-        ++nesting.structures;
+        ++level;
         ++nesting.containers;
         break;
+    }
     case 'v':
         ++nesting.containers;
         break;
@@ -40,6 +43,19 @@ Nesting nestingOf(const char *&signature)
         break;
     }
     return nesting;
+}
+
+bool isSignature(const QByteArray &signature)
+{
+    if (signature.isEmpty() || signature.size() > maximumSignature) {
+        return false;
+    }
+    const char *rest = signature.constData();
+    bool isTooDeep = false;
+    while (*rest != '\0' && !isTooDeep) {
+        isTooDeep = nestingOf(rest).isTooDeep();
+    }
+    return !isTooDeep;
 }
 
 } // namespace Ostrel

@@ -4,27 +4,35 @@
 #ifndef OSTREL_DBUS_NESTING_P_H
 #define OSTREL_DBUS_NESTING_P_H
 
+#include <QtCore/QByteArray>
+
 namespace Ostrel
 {
 
-// How many containers may stand within one another in an argument of a message.
+// How many containers may be nested in an argument of a message.
 constexpr int maximumContainers = 64;
 
-// How deep the types of a signature stand in one another. Variants count by themselves, since what
-// they hold does not show.
+// How many characters a signature may have.
+constexpr int maximumSignature = 255;
+
+// How deeply the types of a signature are nested. What a variant holds does not show in it.
 struct Nesting
 {
     int arrays = 0;
     int structures = 0;
+    int entries = 0;
     int containers = 0;
 
-    // Whether no message may hold such a type. libdbus aborts over a variant of one.
-    bool isTooDeep() const { return arrays > 32 || structures > 32; }
+    // Whether no message may hold such a type. libdbus aborts at a variant of one.
+    bool isTooDeep() const { return arrays > 32 || structures > 32 || entries > 32; }
 };
 
-// That of one complete type, which the signature is moved past. It stays within a signature that
-// ends too early.
+// Returns the nesting of one complete type, and moves the signature past it. A signature that ends
+// too early is not read beyond its end.
 Nesting nestingOf(const char *&signature);
+
+// Whether a message may hold the signature as a value. Its characters are known to be types.
+bool isSignature(const QByteArray &signature);
 
 } // namespace Ostrel
 

@@ -1,13 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "DBus/outgoing_walk_p.h"
+#include "DBus/outgoing_message_p.h"
 
-#include "DBus/types.h"
+#include "DBus/nesting_p.h"
+#include "DBus/types_json_p.h"
+#include "DBus/types_members_p.h"
 
 #include <QtCore/QAssociativeIterable>
 #include <QtCore/QSequentialIterable>
-#include <QtDBus/QDBusArgument>
+
+#include <cstring>
 
 namespace Ostrel
 {
@@ -15,161 +18,204 @@ namespace Ostrel
 namespace
 {
 
-// How many bytes the texts of a record take.
-qint64 textsOf(const RunningApplication &application)
+using Associative = QtMetaTypePrivate::QAssociativeIterableImpl;
+using Sequential = QtMetaTypePrivate::QSequentialIterableImpl;
+
+// Whether Qt itself knows how to iterate over a type. canConvert() also says yes to a type with a
+// converter of the caller's own, and iterating over one of those crashes.
+template <typename Iterable> bool isIterable(const QVariant &value)
 {
-    return MessageSize::utf8Length(application.appId);
+    return QMetaType::hasRegisteredConverterFunction(value.userType(), qMetaTypeId<Iterable>());
 }
 
-qint64 textsOf(const RunningService &service)
+// Whether the elements are QVariants, which an iterable unwraps, and are sent as variants.
+bool areQVariants(int type, const char *signature)
 {
-    return MessageSize::utf8Length(service.appId) + MessageSize::utf8Length(service.name);
+    return type == QMetaType::QVariant && *signature == 'v';
 }
 
-template <typename Task> qint64 textsOf(const Task &task)
+// The type as which QtDBus marshals the elements of a container.
+int elementTypeOf(int type)
 {
-    return MessageSize::utf8Length(task.name);
+    return type == QMetaType::QVariant ? qMetaTypeId<QDBusVariant>() : type;
 }
+
+void append(QDBusArgument &argument, const QVariant &element, bool isVariant)
+{
+    argument.appendVariant(isVariant ? QVariant::fromValue(QDBusVariant(element)) : element);
+}
+
+// What is sent in place of a container that cannot hold the replacement of a value is written to a
+// QDBusArgument. That takes a file descriptor only when it is part of a message already.
+const char *const besideJson = "holds a file descriptor beside JSON, in a value";
 
 } // namespace
 
 // A list or vector of one type.
-OutgoingWalk::Outcome OutgoingWalk::elements(const QVariant &value, const char *signature,
-                                             int containers, QVariant &replacement)
+bool OutgoingMessage::elements(const QVariant &value, const char *signature, int containers,
+                               QVariant &replacement)
 {
-    const auto elements = value.value<QSequentialIterable>();
     const char *const elementSignature = signature + 1;
     m_size.addLength();
-    if (const int size = MessageSize::ofNumber(*elementSignature)) {
-        m_size.align(size);
-        m_size.add(qint64(size) * elements.size());
-        return Unchanged;
+    m_size.align(MessageSize::alignmentOf(*elementSignature));
+    if (!isIterable<Sequential>(value)) {
+        return true;
     }
-    if (*elementSignature == '(') {
-        m_size.align(8);
+    const auto sequence = value.value<Sequential>();
+    const QSequentialIterable elements(sequence);
+    if (m_size.addNumbers(elementSignature, elements.size())) {
+        return true;
     }
 
-    Outcome result = Unchanged;
-    const int descriptorsBefore = m_descriptors;
+    const bool areVariants = areQVariants(sequence._metaType_id, elementSignature);
+    const int before = m_replacements;
+    const int descriptorsBefore = m_duplicates.size();
     QVariantList sent;
     for (QVariant element : elements) {
-        const Outcome outcome = this->element(element, elementSignature, containers + 1);
-        if (outcome == Unsendable) {
-            return Unsendable;
-        }
-        if (outcome == Replaced) {
-            result = Replaced;
+        if (!this->element(element, elementSignature, containers + 1, areVariants)
+            || !fits(value)) {
+            return false;
         }
         sent.append(element);
     }
-    if (result == Replaced) {
-        if (m_descriptors != descriptorsBefore) {
-            return unsendableDescriptor(value);
-        }
-        // A container of this type has no place for what replaces a value; the message has.
-        QDBusArgument argument;
-        argument.beginArray((*elements.begin()).userType());
-        for (const QVariant &element : qAsConst(sent)) {
-            argument.appendVariant(element);
-        }
-        argument.endArray();
-        replacement = QVariant::fromValue(argument);
+    if (m_replacements == before) {
+        return true;
     }
-    return result;
+    if (m_duplicates.size() != descriptorsBefore) {
+        return unsendable(value, besideJson);
+    }
+    QDBusArgument argument;
+    argument.beginArray(elementTypeOf(sequence._metaType_id));
+    for (const QVariant &element : qAsConst(sent)) {
+        append(argument, element, areVariants);
+    }
+    argument.endArray();
+    replacement = QVariant::fromValue(argument);
+    return true;
 }
 
 // A map or hash of one type.
-OutgoingWalk::Outcome OutgoingWalk::pairs(const QVariant &value, const char *signature,
-                                          int containers, QVariant &replacement)
+bool OutgoingMessage::pairs(const QVariant &value, const char *signature, int containers,
+                            QVariant &replacement)
 {
-    const auto entries = value.value<QAssociativeIterable>();
     // A key is of a basic type.
     const char *const keySignature = signature + 2;
     const char *const valueSignature = signature + 3;
-    m_size.addLengthOfContainers();
-
-    Outcome result = Unchanged;
-    const int descriptorsBefore = m_descriptors;
+    m_size.addLength();
+    m_size.align(8);
+    if (!isIterable<Associative>(value)) {
+        return true;
+    }
+    const auto map = value.value<Associative>();
+    const QAssociativeIterable entries(map);
+    const bool areVariants = areQVariants(map._metaType_id_value, valueSignature);
+    const int before = m_replacements;
+    const int descriptorsBefore = m_duplicates.size();
     QVariantList keys;
-    QVariantList values;
+    QVariantList sent;
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
         QVariant key = entry.key();
         QVariant content = entry.value();
         m_size.align(8);
-        if (element(key, keySignature, containers + 2) == Unsendable) {
-            return Unsendable;
-        }
-        const Outcome outcome = element(content, valueSignature, containers + 2);
-        if (outcome == Unsendable) {
-            return Unsendable;
-        }
-        if (outcome == Replaced) {
-            result = Replaced;
+        if (!element(key, keySignature, containers + 2, false)
+            || !element(content, valueSignature, containers + 2, areVariants) || !fits(value)) {
+            return false;
         }
         keys.append(key);
-        values.append(content);
+        sent.append(content);
     }
-    if (result == Replaced) {
-        if (m_descriptors != descriptorsBefore) {
-            return unsendableDescriptor(value);
-        }
-        QDBusArgument argument;
-        argument.beginMap(entries.begin().key().userType(), entries.begin().value().userType());
-        for (int i = 0; i < keys.size(); ++i) {
-            argument.beginMapEntry();
-            argument.appendVariant(keys.at(i));
-            argument.appendVariant(values.at(i));
-            argument.endMapEntry();
-        }
-        argument.endMap();
-        replacement = QVariant::fromValue(argument);
+    if (m_replacements == before) {
+        return true;
     }
-    return result;
+    if (m_duplicates.size() != descriptorsBefore) {
+        return unsendable(value, besideJson);
+    }
+    QDBusArgument argument;
+    argument.beginMap(map._metaType_id_key, elementTypeOf(map._metaType_id_value));
+    for (int i = 0; i < keys.size(); ++i) {
+        argument.beginMapEntry();
+        argument.appendVariant(keys.at(i));
+        append(argument, sent.at(i), areVariants);
+        argument.endMapEntry();
+    }
+    argument.endMap();
+    replacement = QVariant::fromValue(argument);
+    return true;
 }
 
-OutgoingWalk::Outcome OutgoingWalk::element(QVariant &element, const char *signature,
-                                            int containers)
+bool OutgoingMessage::element(QVariant &element, const char *signature, int containers,
+                              bool isVariant)
 {
     QVariant replacement;
-    const Outcome outcome = content(element, signature, containers, replacement);
-    if (outcome == Replaced) {
+    // Of the JSON classes, QtDBus knows these two. The type of the container says what they become.
+    const bool isObject = element.userType() == QMetaType::QJsonObject;
+    const bool isArray = element.userType() == QMetaType::QJsonArray;
+    if (isVariant) {
+        if (!value(element, containers + 1, replacement)) {
+            return false;
+        }
+    } else if ((isObject && std::strncmp(signature, "a{sv}", 5) == 0)
+               || (isArray && std::strncmp(signature, "av", 2) == 0)) {
+        PlainJson json(maximumContainers, m_size, m_room);
+        replacement = isObject ? json.from(element.toJsonValue())
+                               : QVariant(json.listFrom(element.toJsonArray()));
+        if (json.isTooLarge()) {
+            return tooLarge(element);
+        }
+        QVariant none;
+        if (!content(replacement, signature, containers, none)) {
+            return false;
+        }
+        ++m_replacements;
+    } else if (!content(element, signature, containers, replacement)) {
+        return false;
+    }
+    if (replacement.isValid()) {
         element = replacement;
     }
-    return outcome;
+    return true;
 }
 
-template <typename Record>
-OutgoingWalk::Outcome OutgoingWalk::properties(Record &record, int containers)
+// One of the library's own structures, or one of a fixed size. A structure of the caller's own may
+// hold more than its type tells.
+bool OutgoingMessage::structure(const QVariant &value, const char *signature, int containers,
+                                QVariant &replacement)
 {
-    m_size.add(textsOf(record) + 32);
-    return entries(record.properties, containers + 1);
-}
-
-// The library's own structures. Those of a caller cannot be looked into.
-OutgoingWalk::Outcome OutgoingWalk::record(const QVariant &value, int containers,
-                                           QVariant &replacement)
-{
-    const auto look = [&](auto record) {
-        using Record = decltype(record);
-        return within(value, &OutgoingWalk::properties<Record>, containers, replacement);
-    };
     const int type = value.userType();
     if (type == qMetaTypeId<RunningApplication>()) {
-        return look(RunningApplication());
+        return within(value, &OutgoingMessage::record<RunningApplication>, containers, replacement);
     }
     if (type == qMetaTypeId<RunningService>()) {
-        return look(RunningService());
+        return within(value, &OutgoingMessage::record<RunningService>, containers, replacement);
     }
     if (type == qMetaTypeId<TaskState>()) {
-        return look(TaskState());
+        return within(value, &OutgoingMessage::record<TaskState>, containers, replacement);
     }
     if (type == qMetaTypeId<AvailableTask>()) {
-        return look(AvailableTask());
+        return within(value, &OutgoingMessage::record<AvailableTask>, containers, replacement);
     }
     if (type == qMetaTypeId<ActiveTask>()) {
-        return look(ActiveTask());
+        return within(value, &OutgoingMessage::record<ActiveTask>, containers, replacement);
     }
-    return Unchanged;
+    m_size.addNumbers(signature, 1);
+    return true;
+}
+
+template <typename Record> bool OutgoingMessage::record(Record &record, int containers)
+{
+    const auto look = [&](auto &member) {
+        using Member = std::decay_t<decltype(member)>;
+        if constexpr (std::is_same_v<Member, QVariantMap>) {
+            return entries(member, containers + 1);
+        } else if constexpr (std::is_same_v<Member, QString>) {
+            m_size.addString(member);
+        } else {
+            m_size.addNumber(sizeof member);
+        }
+        return true;
+    };
+    m_size.align(8);
+    return std::apply([&](auto &...members) { return (look(members) && ...); }, membersOf(record));
 }
 
 } // namespace Ostrel

@@ -4,28 +4,10 @@
 #include "DBus/types_p.h"
 
 #include "DBus/guarded_reader_p.h"
-
-#include <tuple>
+#include "DBus/types_members_p.h"
 
 namespace Ostrel
 {
-
-namespace
-{
-
-// The members in the order of the wire, for reading.
-auto membersOf(RunningApplication &application)
-{
-    return std::tie(application.appId, application.pid, application.state, application.kind,
-                    application.properties);
-}
-
-auto membersOf(RunningService &service)
-{
-    return std::tie(service.appId, service.name, service.pid, service.state, service.properties);
-}
-
-} // namespace
 
 QDBusArgument &operator<<(QDBusArgument &argument, const RunningApplication &application)
 {

@@ -4,29 +4,75 @@
 #ifndef OSTREL_DBUS_TYPES_JSON_P_H
 #define OSTREL_DBUS_TYPES_JSON_P_H
 
+#include "DBus/message_size_p.h"
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
+#include <QtCore/QVariant>
 #include <QtDBus/QDBusArgument>
 
-// JSON values on the bus. The operators stand in the global namespace, because Qt's registration
-// looks for those of its own classes nowhere else; they are hidden, so that they do not replace
-// operators of the program's own.
+#include <limits>
+
+// JSON values on the bus. The operators are in the global namespace, because Qt's registration
+// looks for operators of Qt's own classes nowhere else. They are hidden, so that they do not
+// replace the program's own operators.
 //
-// What has no form on the bus is logged and left out. Reading takes whatever stands there, and
-// leaves a Null in the place of what it refuses.
+// Writing logs and leaves out what has no form on the bus, and objects and arrays more than 16
+// levels deep: a message holds 64 nested containers, an object takes three, and a writer does not
+// know where it writes. Reading takes every value, and returns a Null for one that it refuses.
 
 namespace Ostrel
 {
 
-// A message holds 64 containers within one another, and an object takes three. A deeper message
-// would cost the process its connection, so that no array and no object is written below this many;
-// the rest of the 64 is for what the value itself is put into.
-constexpr int maximumJsonDepth = 16;
+// Turns JSON into plain Qt values, which QtDBus writes in the form that JSON has on the bus. What
+// has no form there is logged where it is part of another value, and left out.
+class PlainJson
+{
+public:
+    // Objects and arrays below so many levels are left out. The conversion stops where a message of
+    // the size would outgrow the room: a small value can hold the same part many times.
+    explicit PlainJson(int levels, const MessageSize &size = MessageSize(),
+                       qint64 room = std::numeric_limits<qint64>::max())
+        : m_levels(levels)
+        , m_size(size)
+        , m_room(room)
+    {
+    }
 
-// Whether an array has elements, all of one type: they are written as that type, and those of
-// another array in variants.
-bool isJsonOfOneType(const QJsonArray &array);
+    // The result is invalid if the value has no form on the bus.
+    QVariant from(const QJsonValue &value) { return from(value, Anywhere); }
+
+    // The array as a list of variants, even if its elements are of one type.
+    QVariantList listFrom(const QJsonArray &array);
+
+    // Why the last value has no form on the bus; null if it has one or is only nested too deeply.
+    const char *problem() const { return m_problem; }
+
+    bool isTooDeep() const { return m_isTooDeep; }
+    bool isTooLarge() const { return qMax(m_size.bytes(), m_leftOut) > m_room; }
+
+private:
+    // Below a mixed array there are no arrays of one type.
+    enum Place {
+        Anywhere,
+        InMixedArray
+    };
+
+    QVariant from(const QJsonValue &value, Place place);
+    QVariant fromArray(const QJsonArray &array, Place place);
+    QVariantMap fromObject(const QJsonObject &object, Place place);
+    // A value in another one. The size becomes the one before, if the value is left out.
+    QVariant part(const QJsonValue &value, Place place, const MessageSize &before);
+    template <typename List> List parts(const QJsonArray &array, Place place);
+
+    int m_levels;
+    MessageSize m_size; // without the types of containers
+    const qint64 m_room;
+    qint64 m_leftOut = 0; // so many values without a form on the bus
+    bool m_isTooDeep = false;
+    const char *m_problem = nullptr;
+};
 
 } // namespace Ostrel
 

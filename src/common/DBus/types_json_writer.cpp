@@ -4,172 +4,21 @@
 #include "DBus/types_json_p.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QVector>
+#include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusVariant>
 
 #include <algorithm>
 
+namespace Ostrel
+{
+
 namespace
 {
 
-void warnOfUnknownType()
-{
-    qWarning("Unknown JSON value type");
-}
+constexpr int maximumLevels = 16;
 
-void writeValue(QDBusArgument &argument, const QJsonValue &value, int depth);
-
-bool isTooDeep(int depth)
-{
-    if (depth < Ostrel::maximumJsonDepth) {
-        return false;
-    }
-    qWarning("JSON value is nested too deeply");
-    return true;
-}
-
-void writeObject(QDBusArgument &argument, const QJsonObject &object, int depth)
-{
-    if (isTooDeep(depth)) {
-        return;
-    }
-    argument.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
-    for (auto entry = object.constBegin(); entry != object.constEnd(); ++entry) {
-        // A value that writes nothing would leave a variant without a type, which no message may
-        // hold. So it comes first, and its entry only if there is something.
-        if (entry.value().isNull()) {
-            continue;
-        }
-        QDBusArgument content;
-        writeValue(content, entry.value(), depth + 1);
-        if (content.currentSignature().isEmpty()) {
-            continue;
-        }
-        argument.beginMapEntry();
-        argument << entry.key() << QDBusVariant(QVariant::fromValue(content));
-        argument.endMapEntry();
-    }
-    argument.endMap();
-}
-
-QVariantList toVariants(const QJsonArray &array, int depth);
-
-// The form of a value in a mixed array. The result is invalid if it has none.
-QVariant toVariant(const QJsonValue &value, int depth)
-{
-    switch (value.type()) {
-    case QJsonValue::Bool:
-        return value.toBool();
-    case QJsonValue::Double:
-        return value.toDouble();
-    case QJsonValue::String:
-        return value.toString();
-    case QJsonValue::Array:
-        return isTooDeep(depth) ? QVariant() : QVariant(toVariants(value.toArray(), depth));
-    case QJsonValue::Object: {
-        if (isTooDeep(depth)) {
-            return QVariant();
-        }
-        const QJsonObject object = value.toObject();
-        QVariantMap map;
-        for (auto entry = object.constBegin(); entry != object.constEnd(); ++entry) {
-            const QVariant content = toVariant(entry.value(), depth + 1);
-            if (content.isValid()) {
-                map.insert(entry.key(), content);
-            }
-        }
-        return map;
-    }
-    case QJsonValue::Null:
-    case QJsonValue::Undefined:
-        break;
-    }
-    warnOfUnknownType();
-    return QVariant();
-}
-
-QVariantList toVariants(const QJsonArray &array, int depth)
-{
-    QVariantList variants;
-    for (const QJsonValue &element : array) {
-        const QVariant variant = toVariant(element, depth + 1);
-        if (variant.isValid()) {
-            variants.append(variant);
-        }
-    }
-    return variants;
-}
-
-void writeTypedArray(QDBusArgument &argument, const QJsonArray &array, int elementType, int depth)
-{
-    argument.beginArray(elementType);
-    for (const QJsonValue &element : array) {
-        writeValue(argument, element, depth + 1);
-    }
-    argument.endArray();
-}
-
-void writeArray(QDBusArgument &argument, const QJsonArray &array, int depth)
-{
-    if (isTooDeep(depth)) {
-        return;
-    }
-    if (!Ostrel::isJsonOfOneType(array)) {
-        argument << toVariants(array, depth);
-        return;
-    }
-    switch (array.first().type()) {
-    case QJsonValue::Bool:
-        writeTypedArray(argument, array, QMetaType::Bool, depth);
-        break;
-    case QJsonValue::Double:
-        writeTypedArray(argument, array, QMetaType::Double, depth);
-        break;
-    case QJsonValue::String:
-        writeTypedArray(argument, array, QMetaType::QString, depth);
-        break;
-    case QJsonValue::Object:
-        writeTypedArray(argument, array, QMetaType::QVariantMap, depth);
-        break;
-    case QJsonValue::Array:
-        qWarning("JSON array of arrays are not supported");
-        break;
-    case QJsonValue::Null:
-    case QJsonValue::Undefined:
-        warnOfUnknownType();
-        break;
-    }
-}
-
-void writeValue(QDBusArgument &argument, const QJsonValue &value, int depth)
-{
-    switch (value.type()) {
-    case QJsonValue::Null:
-        argument << QDBusVariant(QVariant());
-        break;
-    case QJsonValue::Bool:
-        argument << value.toBool();
-        break;
-    case QJsonValue::Double:
-        argument << value.toDouble();
-        break;
-    case QJsonValue::String:
-        argument << value.toString();
-        break;
-    case QJsonValue::Array:
-        writeArray(argument, value.toArray(), depth);
-        break;
-    case QJsonValue::Object:
-        writeObject(argument, value.toObject(), depth);
-        break;
-    case QJsonValue::Undefined:
-        warnOfUnknownType();
-        break;
-    }
-}
-
-} // namespace
-
-bool Ostrel::isJsonOfOneType(const QJsonArray &array)
+bool isOfOneType(const QJsonArray &array)
 {
     const QJsonValue::Type type = array.first().type();
     return !array.isEmpty()
@@ -177,20 +26,164 @@ bool Ostrel::isJsonOfOneType(const QJsonArray &array)
                        [type](const QJsonValue &element) { return element.type() == type; });
 }
 
+} // namespace
+
+QVariantList PlainJson::listFrom(const QJsonArray &array)
+{
+    return parts<QVariantList>(array, InMixedArray);
+}
+
+QVariant PlainJson::from(const QJsonValue &value, Place place)
+{
+    m_problem = nullptr;
+    switch (value.type()) {
+    case QJsonValue::Bool:
+        m_size.addNumber(4);
+        return value.toBool();
+    case QJsonValue::Double:
+        m_size.addNumber(8);
+        return value.toDouble();
+    case QJsonValue::String: {
+        const QString string = value.toString();
+        m_size.addString(string);
+        return string;
+    }
+    case QJsonValue::Array:
+    case QJsonValue::Object: {
+        if (m_levels == 0 || isTooLarge()) {
+            m_isTooDeep = m_isTooDeep || m_levels == 0;
+            return {};
+        }
+        --m_levels;
+        m_size.addLength();
+        const QVariant plain = value.isArray() ? fromArray(value.toArray(), place)
+                                               : fromObject(value.toObject(), place);
+        ++m_levels;
+        return plain;
+    }
+    case QJsonValue::Null:
+    case QJsonValue::Undefined:
+        break;
+    }
+    m_problem = "Unknown JSON value type";
+    ++m_leftOut;
+    return {};
+}
+
+QVariant PlainJson::fromArray(const QJsonArray &array, Place place)
+{
+    if (place == InMixedArray || !isOfOneType(array)) {
+        return listFrom(array);
+    }
+    switch (array.first().type()) {
+    case QJsonValue::Bool:
+        return QVariant::fromValue(parts<QList<bool>>(array, place));
+    case QJsonValue::Double:
+        return QVariant::fromValue(parts<QList<double>>(array, place));
+    case QJsonValue::String:
+        return parts<QStringList>(array, place);
+    case QJsonValue::Object:
+        return QVariant::fromValue(parts<QVector<QVariantMap>>(array, place));
+    case QJsonValue::Array:
+        m_problem = "JSON array of arrays are not supported";
+        break;
+    case QJsonValue::Null:
+    case QJsonValue::Undefined:
+        m_problem = "Unknown JSON value type";
+        break;
+    }
+    m_leftOut += array.size();
+    return {};
+}
+
+QVariantMap PlainJson::fromObject(const QJsonObject &object, Place place)
+{
+    QVariantMap map;
+    for (auto entry = object.begin(); entry != object.end() && !isTooLarge(); ++entry) {
+        if (entry.value().isNull() && place != InMixedArray) {
+            ++m_leftOut;
+            continue;
+        }
+        const QString key = entry.key();
+        const MessageSize before = m_size;
+        m_size.align(8);
+        m_size.addString(key);
+        m_size.addSignature(1);
+        const QVariant plain = part(entry.value(), place, before);
+        if (plain.isValid()) {
+            map.insert(map.cend(), key, plain);
+        }
+    }
+    m_problem = nullptr;
+    return map;
+}
+
+QVariant PlainJson::part(const QJsonValue &value, Place place, const MessageSize &before)
+{
+    QVariant plain = from(value, place);
+    if (m_problem != nullptr) {
+        qWarning("%s", m_problem);
+        m_size = before;
+    }
+    return plain;
+}
+
+template <typename List> List PlainJson::parts(const QJsonArray &array, Place place)
+{
+    List list;
+    for (auto element = array.begin(); element != array.end() && !isTooLarge(); ++element) {
+        const MessageSize before = m_size;
+        if (place == InMixedArray) {
+            m_size.addSignature(1);
+        }
+        const QVariant plain = part(*element, place, before);
+        if (plain.isValid()) {
+            list.append(plain.value<typename List::value_type>());
+        }
+    }
+    m_problem = nullptr;
+    return list;
+}
+
+} // namespace Ostrel
+
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value)
 {
-    writeValue(argument, value, 0);
-    return argument;
+    if (value.isNull()) {
+        return argument << QDBusVariant(QVariant());
+    }
+    Ostrel::PlainJson json(Ostrel::maximumLevels);
+    const QVariant plain = json.from(value);
+    if (json.isTooDeep()) {
+        qWarning("JSON value is nested too deeply");
+    }
+    if (json.problem() != nullptr) {
+        qWarning("%s", json.problem());
+    }
+    // appendVariant() is no way to do this: it writes containers to a copy of the argument.
+    switch (plain.userType()) {
+    case QMetaType::UnknownType:
+        return argument;
+    case QMetaType::Bool:
+        return argument << plain.toBool();
+    case QMetaType::Double:
+        return argument << plain.toDouble();
+    case QMetaType::QString:
+        return argument << plain.toString();
+    case QMetaType::QStringList:
+        return argument << plain.toStringList();
+    default:
+        QDBusMetaType::marshall(argument, plain.userType(), plain.constData());
+        return argument;
+    }
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object)
 {
-    writeObject(argument, object, 0);
-    return argument;
+    return argument << QJsonValue(object);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array)
 {
-    writeArray(argument, array, 0);
-    return argument;
+    return argument << QJsonValue(array);
 }

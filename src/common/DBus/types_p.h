@@ -6,6 +6,7 @@
 
 #include "DBus/types.h"
 
+#include <QtCore/QVariant>
 #include <QtDBus/QDBusArgument>
 
 namespace Ostrel
@@ -40,6 +41,14 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<RunningSe
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<TaskState> &tasks);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<AvailableTask> &tasks);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<ActiveTask> &tasks);
+
+// Replaces the records by those in a value of a reply or a property. A value that is no array of
+// records holds none.
+template <typename Record> void read(const QVariant &value, QVector<Record> &records)
+{
+    // Of a value of another type this is an empty argument, which reads as no array.
+    value.value<QDBusArgument>() >> records;
+}
 
 } // namespace Ostrel
 

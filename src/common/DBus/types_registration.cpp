@@ -43,6 +43,8 @@ void registerDBusTypes()
     qDBusRegisterMetaType<QJsonArray>();
     qDBusRegisterMetaType<QJsonObject>();
     qDBusRegisterMetaType<QJsonValue>();
+    // What an array of JSON objects becomes.
+    qDBusRegisterMetaType<QVector<QVariantMap>>();
 
     registered = true;
 }

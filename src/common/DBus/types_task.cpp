@@ -4,32 +4,10 @@
 #include "DBus/types_p.h"
 
 #include "DBus/guarded_reader_p.h"
-
-#include <tuple>
+#include "DBus/types_members_p.h"
 
 namespace Ostrel
 {
-
-namespace
-{
-
-// The members in the order of the wire, for reading.
-auto membersOf(TaskState &task)
-{
-    return std::tie(task.name, task.state, task.properties);
-}
-
-auto membersOf(AvailableTask &task)
-{
-    return std::tie(task.name, task.properties);
-}
-
-auto membersOf(ActiveTask &task)
-{
-    return std::tie(task.name, task.pid, task.properties);
-}
-
-} // namespace
 
 QDBusArgument &operator<<(QDBusArgument &argument, const TaskState &task)
 {

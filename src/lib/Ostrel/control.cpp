@@ -4,8 +4,8 @@
 #include "Ostrel/control.h"
 #include "Ostrel/control_p.h"
 
+#include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
-#include "DBus/outgoing_map_p.h"
 #include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
@@ -14,7 +14,6 @@
 #include "Ostrel/debug_params_p.h"
 #include "Ostrel/error_p.h"
 
-#include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
 
@@ -22,19 +21,6 @@
 
 namespace Ostrel
 {
-
-namespace
-{
-
-// Replaces the records by those that a value of a reply holds. A value that is no array of records
-// holds none.
-template <typename Record> void read(const QVariant &value, QVector<Record> &records)
-{
-    // Of any other value that is an empty argument, which reads as no array.
-    value.value<QDBusArgument>() >> records;
-}
-
-} // namespace
 
 ControlPrivate::ControlPrivate(Control *q)
     : QDBusAbstractInterface(serviceName, QStringLiteral(OSTREL_CONTROL_PATH),

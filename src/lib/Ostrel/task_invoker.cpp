@@ -4,8 +4,8 @@
 #include "Ostrel/task_invoker.h"
 #include "Ostrel/task_invoker_p.h"
 
+#include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
-#include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
 #include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
@@ -67,7 +67,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     liftReceiveLimit(connection());
     ProcessEnd::watch();
 
-    const QDBusError refusal = refusalOf(connection(), PathEnd{m_taskType});
+    const QDBusError refusal = OutgoingMessage(connection(), path()).refusal();
     registerTaskInvoker(refusal);
     if (refusal.isValid()) {
         // No message can hold the path either, and so no subscription.

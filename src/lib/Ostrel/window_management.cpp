@@ -4,8 +4,8 @@
 #include "Ostrel/window_management.h"
 #include "Ostrel/window_management_p.h"
 
+#include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
-#include "DBus/outgoing_map_p.h"
 #include "DBus/pending_call_p.h"
 #include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"

@@ -216,7 +216,7 @@ Fault tooLongType(int size)
             .seenFailure(
                 {1, QStringLiteral("org.freedesktop.DBus.Error.Failed"),
                  QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
-                     .arg(size)});
+                     .arg(sessions.size() + size)});
     };
     return fault;
 }

@@ -1,0 +1,138 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "DBus/outgoing_message_p.h"
+
+#include "DBus/nesting_p.h"
+
+#include <QtDBus/QDBusMetaType>
+
+// Arguments in a message that is to be sent. One that the caller has written cannot be read. One
+// that was received can, and it may be as deep and as large as a message of its own.
+//
+// A copy of an argument keeps its own place once operator>> or a begin function has been used on
+// it; asVariant() would move the caller's argument along.
+
+namespace Ostrel
+{
+
+namespace
+{
+
+template <typename Value> Value taken(const QDBusArgument &argument)
+{
+    Value value{};
+    argument >> value;
+    return value;
+}
+
+} // namespace
+
+bool OutgoingMessage::argument(const QVariant &value, int containers)
+{
+    const auto argument = value.value<QDBusArgument>();
+    const QByteArray signature = argument.currentSignature().toLatin1();
+    if (!type(value, signature.constData(), containers)) {
+        return false;
+    }
+    const bool wasReceived = argument.currentType() != QDBusArgument::UnknownType;
+    const char *rest = signature.constData();
+    return !wasReceived || received(value, argument, rest, containers);
+}
+
+bool OutgoingMessage::received(const QVariant &value, const QDBusArgument &argument,
+                               const char *&type, int containers)
+{
+    QVariant replacement; // never there: nothing that was received is JSON
+    const char *const start = type++;
+    switch (*start) {
+    case 'a':
+        type = start;
+        return receivedArray(value, argument, type, containers);
+    case '(':
+        m_size.align(8);
+        argument.beginStructure();
+        while (*type != ')') {
+            if (!received(value, argument, type, containers + 1)) {
+                return false;
+            }
+        }
+        ++type;
+        argument.endStructure();
+        return true;
+    case 'v':
+        return this->value(taken<QDBusVariant>(argument).variant(), containers + 1, replacement);
+    case 's':
+    case 'o':
+        m_size.addString(taken<QString>(argument));
+        return true;
+    case 'g':
+        m_size.addSignature(taken<QString>(argument).size());
+        return true;
+    case 'h':
+        return descriptor(value, taken<QDBusUnixFileDescriptor>(argument));
+    default:
+        break;
+    }
+    const int size = MessageSize::ofNumber(*start);
+    m_size.addNumber(size);
+    switch (size) {
+    case 1:
+        taken<uchar>(argument);
+        return true;
+    case 2:
+        taken<ushort>(argument);
+        return true;
+    case 4:
+        taken<uint>(argument);
+        return true;
+    default:
+        taken<qulonglong>(argument);
+        return true;
+    }
+}
+
+bool OutgoingMessage::receivedArray(const QVariant &value, const QDBusArgument &argument,
+                                    const char *&type, int containers)
+{
+    const char *const element = type + 1;
+    nestingOf(type);
+    m_size.addLength();
+    m_size.align(MessageSize::alignmentOf(*element));
+    switch (*element) {
+    case 'y':
+        m_size.add(taken<QByteArray>(argument).size());
+        return true;
+    case 's':
+        for (const QString &string : taken<QStringList>(argument)) {
+            m_size.addString(string);
+        }
+        return true;
+    case '{':
+        argument.beginMap();
+        while (!argument.atEnd()) {
+            m_size.align(8);
+            argument.beginMapEntry();
+            const char *member = element + 1;
+            if (!received(value, argument, member, containers + 2)
+                || !received(value, argument, member, containers + 2) || !fits(value)) {
+                return false;
+            }
+            argument.endMapEntry();
+        }
+        argument.endMap();
+        return true;
+    default:
+        argument.beginArray();
+        while (!argument.atEnd()) {
+            const char *member = element;
+            if (!received(value, argument, member, containers + 1) || !fits(value)) {
+                return false;
+            }
+        }
+        argument.endArray();
+        return true;
+    }
+}
+
+} // namespace Ostrel

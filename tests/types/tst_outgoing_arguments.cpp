@@ -1,0 +1,221 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outgoing_maps.h"
+#include "test_main.h"
+
+#include "DBus/types_p.h"
+
+#include <QtCore/QLineF>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusUnixFileDescriptor>
+
+#include <optional>
+
+namespace
+{
+
+// A structure with a value of each kind, as a caller writes it.
+QVariant everything()
+{
+    QDBusArgument argument;
+    argument.beginStructure();
+    argument << uchar(1) << short(-2) << ushort(3) << -4 << 5U << -6LL << 7ULL << 8.5 << true
+             << QStringLiteral("text") << QDBusObjectPath(QStringLiteral("/path"))
+             << QDBusSignature(QStringLiteral("a{sv}")) << QDBusVariant(QStringLiteral("inner"))
+             << QStringList{QStringLiteral("a"), QStringLiteral("bc")} << QByteArray("bytes")
+             << QList<int>{1, 2, 3} << QVariantMap{{QStringLiteral("k"), QVariantList{1, true}}}
+             << QVariantList{QVariantMap(), QStringLiteral("x")};
+    argument.beginStructure();
+    argument << uchar(9) << 10LL;
+    argument.endStructure();
+    argument.endStructure();
+    return QVariant::fromValue(argument);
+}
+
+QVariant descriptors(int count)
+{
+    QList<QDBusUnixFileDescriptor> descriptors;
+    for (int i = 0; i < count; ++i) {
+        descriptors.append(QDBusUnixFileDescriptor(0));
+    }
+    return QVariant::fromValue(descriptors);
+}
+
+// The bytes of a map with the value, or -1 if it cannot be sent.
+int bytesOf(const QVariant &value)
+{
+    QVariantMap map = mapOf(value);
+    Ostrel::OutgoingMessage message(1000);
+    message.add(map);
+    return message.refusal().isValid() ? -1 : int(message.bytes());
+}
+
+} // namespace
+
+// Values that came from the bus and are sent on: they may be as deep and as large as a message.
+class TestOutgoingArguments : public QObject
+{
+    Q_OBJECT
+
+public Q_SLOTS:
+    void take(const QDBusMessage &message);
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void deepestValuesAreSentOn();
+    void sizesAreThoseOfOwnValues_data();
+    void sizesAreThoseOfOwnValues();
+    void tooLargeValuesAreFound();
+    void descriptorsAreCounted();
+    void argumentsStayWhereTheyStand();
+
+private:
+    // The value as it comes back over the bus.
+    QVariant received(const QVariant &value);
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<QDBusConnection> m_sender;
+    QVariantMap m_received;
+};
+
+void TestOutgoingArguments::initTestCase()
+{
+    m_bus.emplace();
+    Ostrel::registerDBusTypes();
+    qDBusRegisterMetaType<Maps>();
+    qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
+    qDBusRegisterMetaType<QList<QDBusUnixFileDescriptor>>();
+    m_sender = QDBusConnection::connectToBus(m_bus->address(), QStringLiteral("sender"));
+    QVERIFY(QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/a"),
+                                                  QStringLiteral("a.b"), QStringLiteral("Given"),
+                                                  this, SLOT(take(QDBusMessage))));
+    // The bus has the subscription when it has answered this.
+    answerTo({});
+}
+
+void TestOutgoingArguments::cleanup()
+{
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+}
+
+void TestOutgoingArguments::take(const QDBusMessage &message)
+{
+    m_received = qdbus_cast<QVariantMap>(message.arguments().constFirst());
+}
+
+QVariant TestOutgoingArguments::received(const QVariant &value)
+{
+    m_received.clear();
+    m_sender->send(QDBusMessage::createSignal(QStringLiteral("/a"), QStringLiteral("a.b"),
+                                              QStringLiteral("Given"))
+                   << mapOf(value));
+    if (!QTest::qWaitFor([this] { return !m_received.isEmpty(); }, patience)) {
+        qFatal("the signal does not come");
+    }
+    return m_received.value(QStringLiteral("key"));
+}
+
+void TestOutgoingArguments::deepestValuesAreSentOn()
+{
+    // In all, 64 containers.
+    const QVariant value = received(inLists(1, 29));
+    QCOMPARE(value.userType(), qMetaTypeId<QDBusArgument>());
+    QVariantMap map = mapOf(inMaps(value, 1));
+    QCOMPARE(refusalOf(map).message(), QString());
+    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+
+    const QString tooDeep =
+        QStringLiteral("Marshalling failed: \"inner\" is nested too deeply for a "
+                       "message, with a value of type ");
+    map = mapOf(inMaps(QVariant::fromValue(QDBusVariant(value)), 1));
+    QVERIFY(refusalOf(map).message().startsWith(tooDeep));
+    map = mapOf(inMaps(received(inMaps(1, 19)), 2));
+    QVERIFY(refusalOf(map).message().startsWith(tooDeep));
+}
+
+void TestOutgoingArguments::sizesAreThoseOfOwnValues_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("list") << QVariant(
+        QVariantList{QVariant::fromValue(uchar(1)), QStringLiteral("x"), 1.5});
+    QTest::newRow("list of lists")
+        << inLists(QVariantList{1LL, QVariant::fromValue(uchar(1)), 2LL}, 3);
+    QTest::newRow("no list") << QVariant(QVariantList());
+    QTest::newRow("map") << QVariant(
+        QVariantMap{{QStringLiteral("a"), QVariant::fromValue(uchar(1))},
+                    {QStringLiteral("bc"), QByteArray("xyz")},
+                    {QStringLiteral("d"), true}});
+    QTest::newRow("maps") << QVariant::fromValue(Maps{oneEntry(1), {}, oneEntry(inLists(1, 2))});
+    QTest::newRow("map of numbers") << QVariant::fromValue(QMap<int, QDBusVariant>{
+        {1, QDBusVariant(QVariant::fromValue(short(2)))}, {3, QDBusVariant(4)}});
+    QTest::newRow("strings") << inLists(QStringList{QStringLiteral("a"), QString()}, 1);
+    QTest::newRow("numbers") << QVariant::fromValue(QList<qlonglong>{1, 2, 3});
+    QTest::newRow("structure") << QVariant(QLineF(1, 2, 3, 4));
+    QTest::newRow("record") << QVariant::fromValue(
+        Ostrel::ActiveTask{QStringLiteral("abc"), 1, oneEntry(QStringLiteral("x"))});
+    QTest::newRow("records") << QVariant::fromValue(QVector<Ostrel::AvailableTask>{
+        {QStringLiteral("abc"), oneEntry(1)}, {QStringLiteral("d"), {}}});
+    QTest::newRow("path and signature")
+        << QVariant(QVariantList{QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a/b"))),
+                                 QVariant::fromValue(QDBusSignature(QStringLiteral("as"))), 1});
+}
+
+void TestOutgoingArguments::sizesAreThoseOfOwnValues()
+{
+    QFETCH(QVariant, value);
+    const QVariant argument = received(value);
+    QCOMPARE(argument.userType(), qMetaTypeId<QDBusArgument>());
+    QCOMPARE(bytesOf(argument), bytesOf(value));
+}
+
+void TestOutgoingArguments::tooLargeValuesAreFound()
+{
+    QCOMPARE(bytesOf(received(QVariantList{QString(900, QLatin1Char('x')), 1})), 940);
+    QCOMPARE(bytesOf(received(QVariantList{QString(1900, QLatin1Char('x')), 1})), -1);
+}
+
+void TestOutgoingArguments::descriptorsAreCounted()
+{
+    QVariantMap map{{QStringLiteral("a"), received(descriptors(10))},
+                    {QStringLiteral("b"), descriptors(6)}};
+    QCOMPARE(refusalOf(map).message(), QString());
+    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    map.insert(QStringLiteral("b"), received(descriptors(7)));
+    QCOMPARE(refusalOf(map).message(),
+             QStringLiteral("Marshalling failed: \"b\" holds one file descriptor too many, in a "
+                            "value of type QDBusArgument"));
+}
+
+void TestOutgoingArguments::argumentsStayWhereTheyStand()
+{
+    const auto argument = received(everything()).value<QDBusArgument>();
+    const QString signature = argument.currentSignature();
+    QVERIFY(bytesOf(QVariant::fromValue(argument)) > 0);
+    QCOMPARE(argument.currentSignature(), signature);
+
+    QStringList types;
+    QVariantList values;
+    argument.beginStructure();
+    while (!argument.atEnd()) {
+        types.append(argument.currentSignature());
+        QVERIFY(bytesOf(QVariant::fromValue(argument)) > 0);
+        QCOMPARE(argument.currentSignature(), types.constLast());
+        values.append(argument.asVariant());
+    }
+    QCOMPARE(types.join(QString()), signature.mid(1, signature.size() - 2));
+    QCOMPARE(values.at(5), QVariant(-6LL));
+    QCOMPARE(values.at(9), QVariant(QStringLiteral("text")));
+    QCOMPARE(values.at(14), QVariant(QByteArray("bytes")));
+    QCOMPARE(qdbus_cast<QList<int>>(values.at(15)), (QList<int>{1, 2, 3}));
+    // At the end there is no value.
+    QCOMPARE(bytesOf(QVariant::fromValue(argument)), -1);
+    argument.endStructure();
+}
+
+OSTREL_TEST_MAIN(TestOutgoingArguments)
+
+#include "tst_outgoing_arguments.moc"

@@ -1,0 +1,223 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "outgoing_maps.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "warnings.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QTemporaryDir>
+#include <QtDBus/QDBusUnixFileDescriptor>
+
+#include <sys/resource.h>
+
+#include <memory>
+#include <optional>
+
+using Ostrel::TaskInvoker;
+
+namespace
+{
+
+const QString type = QStringLiteral("sync");
+
+// What a usual system bus takes, and what is left of it beside the head.
+constexpr int largestMessage = 32 * 1024 * 1024;
+const int room = largestMessage - 4096 - sessionPath(type).size();
+
+QString letters(int count)
+{
+    return QString(count, QLatin1Char('x'));
+}
+
+QVariantMap descriptors(int count)
+{
+    QVariantList list;
+    for (int i = 0; i < count; ++i) {
+        list.append(QVariant::fromValue(QDBusUnixFileDescriptor(0)));
+    }
+    return {{QStringLiteral("key"), list}};
+}
+
+// A message bus with the limits that are built into the daemon.
+class Daemon
+{
+public:
+    Daemon(const QString &busType, const QString &address)
+        : m_process(QStringLiteral("dbus-daemon"),
+                    {QStringLiteral("--config-file=%1").arg(configuration(busType)),
+                     QStringLiteral("--address=%1")
+                         .arg(QString(address).replace(QLatin1String("%1"), m_folder.path())),
+                     QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+                     QStringLiteral("--nosyslog"), QStringLiteral("--print-address=1")})
+    {
+        m_process.start();
+        m_address = m_process.readLine();
+    }
+
+    QByteArray address() const { return m_address.toUtf8(); }
+
+private:
+    QString configuration(const QString &busType) const
+    {
+        const QString path = m_folder.filePath(QStringLiteral("bus.conf"));
+        writeFile(path,
+                  QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
+                                 "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                                 "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\""
+                                 ">\n"
+                                 "<busconfig>\n"
+                                 "  <type>%1</type>\n"
+                                 "  <listen>unix:tmpdir=/tmp</listen>\n"
+                                 "  <auth>EXTERNAL</auth>\n"
+                                 "  <auth>ANONYMOUS</auth>\n"
+                                 "  <allow_anonymous/>\n"
+                                 "  <policy context=\"default\">\n"
+                                 "    <allow send_destination=\"*\"/>\n"
+                                 "    <allow receive_sender=\"*\"/>\n"
+                                 "  </policy>\n"
+                                 "</busconfig>\n")
+                      .arg(busType));
+        return path;
+    }
+
+    QTemporaryDir m_folder;
+    Process m_process;
+    QString m_address;
+};
+
+} // namespace
+
+// What a call may carry depends on the bus. A message bus drops the connection of a program that
+// sends more, and it does not come back.
+//
+// There is no service: a call that the bus takes is answered by the bus.
+class TestOutgoingBuses : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void systemBusTakesItsLargestMessage();
+    void systemBusTakesItsLargestMap();
+    void systemBusTakesSixteenDescriptors();
+    void descriptorsNeedRoomInTheProcess();
+    void busWithoutDescriptorsIsSentNone();
+
+private:
+    // What becomes of a start on the system bus.
+    QString start(const QString &name, const QVariantMap &hints = {});
+
+    const QString m_arrived = QStringLiteral("started 0: 1 \"The name " OSTREL_SERVICE_NAME
+                                             " was not provided by any .service files\"");
+
+    std::optional<Daemon> m_systemBus;
+    std::optional<Daemon> m_sessionBus;
+    std::unique_ptr<TaskInvoker> m_invoker;
+};
+
+void TestOutgoingBuses::initTestCase()
+{
+    m_systemBus.emplace(QStringLiteral("system"), QStringLiteral("unix:path=%1/bus"));
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address());
+    // It passes on no file descriptors.
+    m_sessionBus.emplace(QStringLiteral("session"), QStringLiteral("tcp:host=127.0.0.1"));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus->address());
+
+    const Warnings warnings;
+    m_invoker = std::make_unique<TaskInvoker>(TaskInvoker::SystemBus, type);
+    QCOMPARE(waitUntilReady(*m_invoker).code(), Ostrel::Error::Failed);
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
+void TestOutgoingBuses::cleanup()
+{
+    QVERIFY(QDBusConnection::systemBus().isConnected());
+    QVERIFY(QDBusConnection::sessionBus().isConnected());
+}
+
+QString TestOutgoingBuses::start(const QString &name, const QVariantMap &hints)
+{
+    TaskInvoker::Hints all;
+    static_cast<QVariantMap &>(all) = hints;
+    Events events;
+    m_invoker->start(name, {}, all, events.started());
+    return events.waitFor(1) ? events.all().constFirst() : QStringLiteral("no answer");
+}
+
+void TestOutgoingBuses::systemBusTakesItsLargestMessage()
+{
+    QCOMPARE(start(letters(room)), m_arrived);
+    for (const int size : {room + 1, largestMessage, 2 * largestMessage}) {
+        QCOMPARE(
+            start(letters(size)),
+            QStringLiteral("started 0: 1 \"Marshalling failed: a text of %1 bytes is too large "
+                           "for a message\"")
+                .arg(size));
+    }
+}
+
+void TestOutgoingBuses::systemBusTakesItsLargestMap()
+{
+    const int before = sessionPath(type).size() + 1;
+    // Each map has a length and padding. The entry has its key, its type and its length.
+    const int maps = (before + 4 + 7) / 8 * 8 + 8;
+    const int largest = largestMessage - 4096 - maps - (4 + 4 + 3 + 1 + 4 + 1);
+    QCOMPARE(start(letters(1), {{QStringLiteral("key"), letters(largest)}}), m_arrived);
+    QCOMPARE(
+        start(letters(1), {{QStringLiteral("key"), letters(largest + 1)}}),
+        QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" is too large for a message, "
+                       "with a value of type QString\""));
+}
+
+void TestOutgoingBuses::systemBusTakesSixteenDescriptors()
+{
+    QCOMPARE(start(QStringLiteral("a"), descriptors(16)), m_arrived);
+    QCOMPARE(start(QStringLiteral("a"), descriptors(17)),
+             QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" holds one file descriptor "
+                            "too many, in a value of type QDBusUnixFileDescriptor\""));
+}
+
+// libdbus duplicates each one. Where it cannot, the message lacks what it announces.
+void TestOutgoingBuses::descriptorsNeedRoomInTheProcess()
+{
+    TaskInvoker::Hints hints;
+    static_cast<QVariantMap &>(hints) = descriptors(1);
+    rlimit usual{};
+    getrlimit(RLIMIT_NOFILE, &usual);
+    rlimit none = usual;
+    none.rlim_cur = 3;
+    Events events;
+    setrlimit(RLIMIT_NOFILE, &none);
+    m_invoker->start(QStringLiteral("a"), {}, hints, events.started());
+    setrlimit(RLIMIT_NOFILE, &usual);
+    QVERIFY(events.waitFor(1));
+    QCOMPARE(
+        events.all().constFirst(),
+        QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" holds a file descriptor that "
+                       "cannot be duplicated, in a value of type QDBusUnixFileDescriptor\""));
+    QCOMPARE(start(QStringLiteral("a"), hints), m_arrived);
+}
+
+void TestOutgoingBuses::busWithoutDescriptorsIsSentNone()
+{
+    Ostrel::Control control;
+    const Ostrel::Error error =
+        control.startDebug(QStringLiteral("a.b"), Ostrel::DebugParams(descriptors(1))).error;
+    QCOMPARE(error.code(), Ostrel::Error::Failed);
+    QCOMPARE(error.message(),
+             QStringLiteral("Marshalling failed: \"key\" needs a bus that passes file descriptors, "
+                            "for a value of type QDBusUnixFileDescriptor"));
+    QVERIFY(!control.startDebug(QStringLiteral("a.b"), {})
+                 .error.message()
+                 .startsWith(QStringLiteral("Not connected")));
+}
+
+OSTREL_TEST_MAIN(TestOutgoingBuses)
+
+#include "tst_outgoing_buses.moc"
