@@ -5,10 +5,7 @@
 #include "require.h"
 #include "variant_map.h"
 
-#include "DBus/outgoing_map_p.h"
-#include "DBus/types_p.h"
-
-#include <QtDBus/QDBusMetaType>
+#include "DBus/outgoing_message_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -33,6 +30,18 @@ int entriesOf(DBusMessage *message)
     return count;
 }
 
+// How many bytes the arguments of a message take.
+qint64 bodyOf(DBusMessage *message)
+{
+    char *bytes = nullptr;
+    int size = 0;
+    require(dbus_message_marshal(message, &bytes, &size) != 0, "the message is marshalled");
+    std::uint32_t body = 0;
+    std::memcpy(&body, bytes + 4, sizeof body);
+    dbus_free(bytes);
+    return body;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -42,14 +51,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         sharedPeer({"Unknown JSON value type", "JSON array of arrays are not supported",
                     "JSON value is nested too deeply", "QDBusObjectPath: invalid path",
                     "QDBusSignature: invalid signature", "QDBusConnection: error: could not send"});
-    Ostrel::registerDBusTypes();
-    qDBusRegisterMetaType<QList<QVariantMap>>();
+    registerVariantTypes();
 
     Bytes bytes(data, size);
-    QVariantMap map = takeMap(bytes);
-    const QVariantMap original = map;
-    const QDBusError error = Ostrel::makeSendable(map);
-    require(std::equal(map.keyBegin(), map.keyEnd(), original.keyBegin(), original.keyEnd()),
+    // A value that came from the bus may be sent on.
+    QVariant received;
+    if (bytes.takeIf('Z')) {
+        const WireMessage wire = takeMessage(bytes);
+        received = peer.toQt(wire.message.get()).arguments().value(0);
+    }
+    const GivenMap given = takeMap(bytes, received);
+    QVariantMap map = given.map;
+    Ostrel::OutgoingMessage outgoing(128 << 20);
+    outgoing.add(map);
+    const QDBusError error = outgoing.refusal();
+    require(std::equal(map.keyBegin(), map.keyEnd(), given.map.keyBegin(), given.map.keyEnd()),
             "nothing is left out or added");
     if (error.isValid()) {
         require(error.type() == QDBusError::Failed
@@ -61,9 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/a"), QStringLiteral("a.b"),
                                                       QStringLiteral("Given"));
     message << map;
-    const MessagePointer received = peer.fromQt(message);
-    require(std::strcmp(dbus_message_get_signature(received.get()), "a{sv}") == 0,
+    const MessagePointer sent = peer.fromQt(message);
+    require(std::strcmp(dbus_message_get_signature(sent.get()), "a{sv}") == 0,
             "the map arrives as a map");
-    require(entriesOf(received.get()) == map.size(), "the map arrives with all its entries");
+    require(entriesOf(sent.get()) == map.size(), "the map arrives with all its entries");
+    require(!given.isKnown || outgoing.bytes() >= bodyOf(sent.get()),
+            "the map is no larger than it was counted");
     return 0;
 }

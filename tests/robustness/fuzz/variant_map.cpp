@@ -3,19 +3,80 @@
 
 #include "variant_map.h"
 
-#include "DBus/types.h"
+#include "DBus/types_json_p.h"
+#include "DBus/types_p.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+#include <QtCore/QLineF>
+#include <QtCore/QRectF>
 #include <QtCore/QUrl>
 #include <QtCore/QVariantHash>
 #include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
+// A caller's own type that is a map on the bus and converts to another one.
+struct Settings
+{
+    QString name;
+};
+
+Q_DECLARE_METATYPE(Settings)
+
+using Variants = QVector<QVariant>;
+using NumberedVariants = QMap<int, QVariant>;
+
+QDBusArgument &operator<<(QDBusArgument &argument, const Settings &settings)
+{
+    return argument << QVariantMap{{settings.name, 1}};
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Settings & /*settings*/)
+{
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const Variants &variants)
+{
+    argument.beginArray(qMetaTypeId<QDBusVariant>());
+    for (const QVariant &variant : variants) {
+        argument << QDBusVariant(variant);
+    }
+    argument.endArray();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Variants & /*variants*/)
+{
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const NumberedVariants &variants)
+{
+    argument.beginMap(QMetaType::Int, qMetaTypeId<QDBusVariant>());
+    for (auto entry = variants.begin(); entry != variants.end(); ++entry) {
+        argument.beginMapEntry();
+        argument << entry.key() << QDBusVariant(entry.value());
+        argument.endMapEntry();
+    }
+    argument.endMap();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, NumberedVariants & /*variants*/)
+{
+    return argument;
+}
+
 namespace
 {
+
+// What the map being made is given, and has been given.
+QVariant receivedValue;
+bool isKnown = true;
 
 // Deeper than any message, and not so deep that making it takes long.
 constexpr int maximumDepth = 100;
@@ -165,6 +226,17 @@ QVariant takeSimple(Bytes &bytes, std::uint8_t code)
         return QVariant::fromValue(QList<int>{1, 2});
     case 'D':
         return QDateTime::fromSecsSinceEpoch(bytes.takeNumber<quint32>(), Qt::UTC);
+    case 'P':
+        return QVariant::fromValue(
+            QList<QPointF>(QVector<QPointF>(bytes.takeCount(), QPointF(1, 2)).toList()));
+    case 'Q':
+        return QRectF(1, 2, 3, 4);
+    case 'T':
+        return QVariant::fromValue(
+            QList<QTime>(QVector<QTime>(bytes.takeCount(), QTime(1, 2)).toList()));
+    case 'X':
+        isKnown = false;
+        return QVariant::fromValue(Settings{takeText(bytes)});
     // What has no form on the bus.
     case 'f':
         return QVariant::fromValue(1.5F);
@@ -214,7 +286,35 @@ QVariant takeVariant(Bytes &bytes, int depth)
     case 'A':
         return takeJson(bytes, depth).toArray();
     case 'a':
+        isKnown = false;
         return QVariant::fromValue(takeArgument(bytes));
+    case 'Z':
+        return receivedValue;
+    case 'V': {
+        Variants variants;
+        for (int left = bytes.takeCount(); left > 0; --left) {
+            variants.append(takeVariant(bytes, depth - 1));
+        }
+        return QVariant::fromValue(variants);
+    }
+    case 'W': {
+        NumberedVariants variants;
+        for (int left = bytes.takeCount(); left > 0; --left) {
+            variants.insert(left, takeVariant(bytes, depth - 1));
+        }
+        return QVariant::fromValue(variants);
+    }
+    case 'N': {
+        QMap<QString, QVariantMap> maps;
+        for (int left = bytes.takeCount(); left > 0; --left) {
+            maps.insert(takeText(bytes), takeMap(bytes, depth - 1));
+        }
+        return QVariant::fromValue(maps);
+    }
+    case 'G':
+        return QVariant::fromValue(QVector<QJsonObject>{takeJson(bytes, depth).toObject()});
+    case 'E':
+        return QVariant::fromValue(QVector<QJsonArray>{takeJson(bytes, depth).toArray()});
     case 'r':
         return QVariant::fromValue(
             Ostrel::ActiveTask{takeText(bytes), bytes.takeNumber<qint32>(), takeMap(bytes, depth)});
@@ -230,7 +330,34 @@ QVariant takeVariant(Bytes &bytes, int depth)
 
 } // namespace
 
-QVariantMap takeMap(Bytes &bytes)
+void registerVariantTypes()
 {
-    return takeMap(bytes, maximumDepth);
+    static bool isRegistered = false;
+    if (isRegistered) {
+        return;
+    }
+    isRegistered = true;
+    Ostrel::registerDBusTypes();
+    qDBusRegisterMetaType<QList<QVariantMap>>();
+    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+    qDBusRegisterMetaType<QVector<QJsonObject>>();
+    qDBusRegisterMetaType<QVector<QJsonArray>>();
+    qDBusRegisterMetaType<QList<QPointF>>();
+    qDBusRegisterMetaType<QList<QTime>>();
+    qDBusRegisterMetaType<Settings>();
+    qDBusRegisterMetaType<Variants>();
+    qDBusRegisterMetaType<NumberedVariants>();
+    QMetaType::registerConverter<Settings, QVariantMap>(
+        [](const Settings &settings) -> QVariantMap {
+            return {{settings.name, QVariant()}};
+        });
+}
+
+GivenMap takeMap(Bytes &bytes, const QVariant &received)
+{
+    receivedValue = received;
+    isKnown = true;
+    const QVariantMap map = takeMap(bytes, maximumDepth);
+    receivedValue = QVariant();
+    return {map, isKnown};
 }
