@@ -21,6 +21,7 @@ private Q_SLOTS:
     void valuesAreOfWrongTypes();
     void mapsHoldAnything();
     void textsAreAsLongAsTheyCanBe();
+    void parametersCannotBeSent();
 
 private:
     void run(const std::vector<Fault> &faults);
@@ -69,6 +70,11 @@ void TestFaultMatrix::mapsHoldAnything()
 void TestFaultMatrix::textsAreAsLongAsTheyCanBe()
 {
     run(faultsOfLengths());
+}
+
+void TestFaultMatrix::parametersCannotBeSent()
+{
+    run(faultsOfParameters());
 }
 
 int main(int argc, char **argv)

@@ -42,6 +42,7 @@ std::vector<Fault> faultsOfErrors();
 std::vector<Fault> faultsOfTypes();
 std::vector<Fault> faultsInMaps();
 std::vector<Fault> faultsOfLengths();
+std::vector<Fault> faultsOfParameters();
 
 // Arranges that all is well: a call is answered as it should be, or a signal sent.
 void arrangeGood(Rig &rig, const Operation &operation);

@@ -21,7 +21,7 @@ const Fault &faultNamed(const QString &name)
     static const std::vector<Fault> all = [] {
         std::vector<Fault> joined;
         for (const auto &some : {faultsOfLife(), faultsOfErrors(), faultsOfTypes(), faultsInMaps(),
-                                 faultsOfLengths()}) {
+                                 faultsOfLengths(), faultsOfParameters()}) {
             joined.insert(joined.end(), some.cbegin(), some.cend());
         }
         return joined;

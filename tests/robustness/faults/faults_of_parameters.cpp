@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "fault.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QUrl>
+#include <QtDBus/QDBusSignature>
+#include <QtDBus/QDBusUnixFileDescriptor>
+#include <QtDBus/QDBusVariant>
+
+// A caller hands over a map that cannot be sent. QtDBus would abort the process, or the bus would
+// drop its connection.
+
+namespace
+{
+
+// The value is under the key "key".
+Fault refused(const char *label, const QVariant &value, const char *problem)
+{
+    Fault fault{QString::fromLatin1(label)};
+    fault.concerns = [](const Operation &operation) {
+        return operation.name == QLatin1String("startDebug")
+            || operation.name == QLatin1String("taskStart");
+    };
+    fault.before = [value](Rig &rig, const Operation & /*operation*/) {
+        rig.parameters = {{QStringLiteral("key"), value}};
+    };
+    const QString message = QStringLiteral("Marshalling failed: \"key\" ") + QLatin1String(problem);
+    fault.expected = [message](const Operation &operation) {
+        return operation.seenFailure({1, QString(), message});
+    };
+    return fault;
+}
+
+QVariant inLists(int levels)
+{
+    QVariant value = 1;
+    for (int level = 0; level < levels; ++level) {
+        value = QVariantList{value};
+    }
+    return value;
+}
+
+QVariant inMixedArrays(int levels)
+{
+    QJsonValue value = 1;
+    for (int level = 0; level < levels; ++level) {
+        value = QJsonArray{QStringLiteral("x"), value};
+    }
+    return value;
+}
+
+// Little in memory, and more than any message on the bus.
+QVariant sharedLists()
+{
+    QVariant value = 1;
+    for (int level = 0; level < 20; ++level) {
+        value = QVariantList{value, value, value, value};
+    }
+    return value;
+}
+
+} // namespace
+
+std::vector<Fault> faultsOfParameters()
+{
+    QVariantList descriptors;
+    for (int i = 0; i < 17; ++i) {
+        descriptors.append(QVariant::fromValue(QDBusUnixFileDescriptor(0)));
+    }
+    return {
+        refused("a parameter of no type", QVariant(), "holds a value of type none"),
+        refused("a parameter of a type that QtDBus does not know", QUrl(),
+                "holds a value of type QUrl"),
+        refused("a parameter with a variant of nothing",
+                QVariant::fromValue(QDBusVariant(QVariant())), "holds a value of type none"),
+        refused("a JSON null as a parameter", QJsonValue(), "holds a value of type QJsonValue"),
+        refused("JSON arrays of arrays as a parameter", QJsonArray{QJsonArray{1}},
+                "holds a value of type QJsonArray"),
+        refused("a parameter that is nested too deeply", inLists(31),
+                "is nested too deeply for a message, with a value of type QVariantList"),
+        refused("JSON that is nested too deeply as a parameter", inMixedArrays(31),
+                "is nested too deeply for a message, with a value of type QJsonValue"),
+        refused("a parameter that holds the same part too often", sharedLists(),
+                "is too large for a message, with a value of type int"),
+        refused("too long a signature as a parameter",
+                QVariant::fromValue(QDBusSignature(QString(256, QLatin1Char('i')))),
+                "holds a value of type QDBusSignature"),
+        refused("too many file descriptors in a parameter", descriptors,
+                "holds one file descriptor too many, in a value of type QDBusUnixFileDescriptor"),
+    };
+}
