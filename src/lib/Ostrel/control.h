@@ -75,11 +75,8 @@ class ControlPrivate;
  * }
  * @endcode
  *
- * The texts that a request sends go out as given, as far as D-Bus can hold them: one ends at a
- * character U+0000, and half of a surrogate pair arrives as "?". A message takes 128 MiB, and each
- * map in it 64 MiB; a request with more fails without being sent. A message bus may be configured
- * to take less (system buses take 32 MiB unless told otherwise), and drops the connection of a
- * program that sends more.
+ * A request sends its strings and maps as given. One that is too large for a message fails without
+ * being sent; @ref sending has the limits.
  *
  * A connection to the bus that is lost does not come back: when the message bus itself has ended,
  * every later request of the process fails. Call `QDBusConnection::sessionBus()` and
@@ -156,18 +153,7 @@ public:
      * those that were set are sent.
      *
      * @param appId   the identifier of the application. It goes out as given.
-     * @param params  the conditions. JSON values among them travel as what they are on the bus. A
-     *                value that no message can hold keeps the call from being made, wherever in
-     *                lists and maps it stands: an invalid QVariant, a value of a type that is not
-     *                registered with QtDBus, JSON that has no form on the bus (a null, an array of
-     *                arrays or of nulls), an empty object path or signature, an invalid file
-     *                descriptor or one beside JSON in a list or map of one type, one that is more
-     *                than 64 containers deep, JSON more than 16 deep, and one that makes the map
-     *                larger than 64 MiB. Within a JSON object or a mixed JSON array, what has no
-     *                form on the bus is left out; the page of @ref errors tells what of it is
-     *                logged. What a QDBusArgument or a structure of the caller's own writes is not
-     *                looked into: that it fits into a message is the caller's duty, and another one
-     *                ends the process or its connection to the bus.
+     * @param params  the conditions. @ref sending says which values can be sent.
      * @return as for start(), and Error::Failed with a message that begins with "Marshalling
      *         failed: " for a value that cannot be sent.
      */

@@ -39,10 +39,9 @@ public:
     DebugParams();
 
     /**
-     * Constructs parameters from @p params, which is adopted as it is. Its keys are the ones that
-     * the functions below name; others are kept, and travel to the service unchanged. A value that
-     * no message can hold makes the call fail that it is sent with. A QDBusArgument or a structure
-     * of the caller's own is not looked into: what it writes has to fit into a message.
+     * Constructs parameters from @p params, which is taken as it is. The functions below name the
+     * keys that they use; other keys are kept and sent, too. @ref sending says which values can be
+     * sent. With another one the request fails.
      */
     DebugParams(const QVariantMap &params);
 

@@ -113,10 +113,9 @@ public:
      * @param taskType names the type. It becomes the end of the path of the session's bus object
      *                 just as it is, and so takes letters, digits and underscores, in parts that
      *                 "/" may separate. It is not checked: another type is registered, too, but no
-     *                 service can answer well, and start() and stop() fail without being sent. Of
-     *                 a type larger than 32 MiB nothing is sent at all. With one of more than about
-     *                 800 characters, changes of the lists are not heard: a message bus takes 1024
-     *                 bytes for what it is asked to pass on.
+     *                 service can answer well, and start() and stop() fail without being sent.
+     *                 Types over 32 MiB are refused. Above about 800 characters no list changes
+     *                 arrive: a match rule holds 1,024 bytes.
      * @param parent   the parent.
      */
     TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
@@ -160,20 +159,9 @@ public:
      *
      * @param name        names the task.
      * @param startupInfo what the task is started with.
-     * @param hints       how the service is to run it. Both maps go out as they are, and JSON
-     *                    values in them as what they are on the bus. One with a value that no
-     *                    message can hold, wherever in lists and maps it stands, fails the call
-     *                    before it is sent: an invalid QVariant, a value of a type that is not
-     *                    registered with QtDBus, JSON that has no form on the bus (a null, an
-     *                    array of arrays or of nulls), an empty object path or signature, an
-     *                    invalid file descriptor or one beside JSON in a list or map of one type,
-     *                    one that is more than 64 containers deep, JSON more than 16 deep, or one
-     *                    that makes a map larger than 64 MiB or the message larger than 128 MiB.
-     *                    Within a JSON object or a mixed JSON array, what has no form on the bus is
-     *                    left out; the page of @ref errors tells what of it is logged. What a
-     *                    QDBusArgument or a structure of the caller's own writes is not looked
-     *                    into: that it fits into a message is the caller's duty, and another one
-     *                    ends the process or its connection to the bus.
+     * @param hints       how the service is to run it. Both maps are sent as they are; @ref sending
+     *                    says which values can be sent. With another one the call fails before it
+     *                    is sent.
      * @param callback    receives the outcome, exactly once if the invoker lives, from the event
      *                    loop and never from within this function. On success it gets the number of
      *                    the service's answer, whose meaning is for the service to say, and an
