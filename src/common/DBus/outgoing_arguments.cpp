@@ -10,6 +10,8 @@
 // Arguments in a message that is to be sent. One that the caller has written cannot be read. One
 // that was received can, and it may be as deep and as large as a message of its own.
 //
+// QtDBus leaks a container that is begun and not ended.
+//
 // A copy of an argument keeps its own place once operator>> or a begin function has been used on
 // it; asVariant() would move the caller's argument along.
 
@@ -44,6 +46,7 @@ bool OutgoingMessage::received(const QVariant &value, const QDBusArgument &argum
                                const char *&type, int containers)
 {
     QVariant replacement; // never there: nothing that was received is JSON
+    bool isSendable = true;
     const char *const start = type++;
     switch (*start) {
     case 'a':
@@ -52,14 +55,12 @@ bool OutgoingMessage::received(const QVariant &value, const QDBusArgument &argum
     case '(':
         m_size.align(8);
         argument.beginStructure();
-        while (*type != ')') {
-            if (!received(value, argument, type, containers + 1)) {
-                return false;
-            }
+        while (isSendable && *type != ')') {
+            isSendable = received(value, argument, type, containers + 1);
         }
         ++type;
         argument.endStructure();
-        return true;
+        return isSendable;
     case 'v':
         return this->value(taken<QDBusVariant>(argument).variant(), containers + 1, replacement);
     case 's':
@@ -96,6 +97,7 @@ bool OutgoingMessage::receivedArray(const QVariant &value, const QDBusArgument &
                                     const char *&type, int containers)
 {
     const char *const element = type + 1;
+    bool isSendable = true;
     nestingOf(type);
     m_size.addLength();
     m_size.align(MessageSize::alignmentOf(*element));
@@ -110,28 +112,24 @@ bool OutgoingMessage::receivedArray(const QVariant &value, const QDBusArgument &
         return true;
     case '{':
         argument.beginMap();
-        while (!argument.atEnd()) {
+        while (isSendable && !argument.atEnd()) {
             m_size.align(8);
             argument.beginMapEntry();
             const char *member = element + 1;
-            if (!received(value, argument, member, containers + 2)
-                || !received(value, argument, member, containers + 2) || !fits(value)) {
-                return false;
-            }
+            isSendable = received(value, argument, member, containers + 2)
+                && received(value, argument, member, containers + 2) && fits(value);
             argument.endMapEntry();
         }
         argument.endMap();
-        return true;
+        return isSendable;
     default:
         argument.beginArray();
-        while (!argument.atEnd()) {
+        while (isSendable && !argument.atEnd()) {
             const char *member = element;
-            if (!received(value, argument, member, containers + 1) || !fits(value)) {
-                return false;
-            }
+            isSendable = received(value, argument, member, containers + 1) && fits(value);
         }
         argument.endArray();
-        return true;
+        return isSendable;
     }
 }
 

@@ -74,10 +74,6 @@ bool OutgoingMessage::type(const QVariant &value, const char *signature, int con
     if (signature == nullptr || *signature == '\0') {
         return unsendable(value);
     }
-    const std::size_t length = qstrlen(signature);
-    if (length > maximumSignature) {
-        return unsendable(value, "has too long a signature, with a value");
-    }
     const char *rest = signature;
     const Nesting nesting = nestingOf(rest);
     if (nesting.isTooDeep() || containers + nesting.containers > maximumContainers) {
@@ -87,10 +83,14 @@ bool OutgoingMessage::type(const QVariant &value, const char *signature, int con
     if (*rest != '\0') {
         return unsendable(value, "holds several values");
     }
+    const auto length = rest - signature;
+    if (length > maximumSignature) {
+        return unsendable(value, "has too long a signature, with a value");
+    }
     if (!m_passesDescriptors && std::strchr(signature, 'h') != nullptr) {
         return unsendable(value, "needs a bus that passes file descriptors, for a value");
     }
-    m_size.addSignature(qint64(length));
+    m_size.addSignature(length);
     return true;
 }
 
