@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "outgoing_maps.h"
+#include "private_bus.h"
+#include "test_main.h"
+
+#include "DBus/types_p.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+#include <optional>
+
+using Ostrel::OutgoingMessage;
+
+namespace
+{
+
+QString letters(int count)
+{
+    return QString(count, QLatin1Char('x'));
+}
+
+} // namespace
+
+// How much of a message JSON takes.
+class TestOutgoingJson : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void leftOutPartsTakeNoRoom();
+    void countingEndsWithTheRoom_data();
+    void countingEndsWithTheRoom();
+
+private:
+    std::optional<PrivateBus> m_bus;
+};
+
+void TestOutgoingJson::initTestCase()
+{
+    m_bus.emplace();
+    Ostrel::registerDBusTypes();
+}
+
+void TestOutgoingJson::leftOutPartsTakeNoRoom()
+{
+    const QJsonArray arrays{QJsonArray{letters(500)}};
+    const QJsonObject object{{letters(400), arrays}, {letters(401), arrays}, {letters(800), 1}};
+    QVariantMap map{{QStringLiteral("key"), object}};
+    OutgoingMessage message(1000);
+    message.add(map);
+    QCOMPARE(message.refusal().message(), QString());
+    QCOMPARE(map.value(QStringLiteral("key")), QVariant(QVariantMap{{letters(800), 1.0}}));
+}
+
+void TestOutgoingJson::countingEndsWithTheRoom_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QVariant list = 1;
+    QJsonValue object = 1;
+    QJsonValue mixed = 1;
+    for (int level = 0; level < 14; ++level) {
+        list = QVariantList{list, list, list, list, list, list, list, list, list};
+        QJsonObject parts;
+        for (int i = 0; i < 9; ++i) {
+            parts.insert(QString(QLatin1Char('0' + i)), object);
+        }
+        object = parts;
+        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+    }
+    QTest::newRow("list") << list;
+    QTest::newRow("JSON object") << QVariant(object);
+    QTest::newRow("mixed JSON array") << QVariant(mixed);
+    for (int level = 14; level < 30; ++level) {
+        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+    }
+    QTest::newRow("deep mixed JSON array") << QVariant(mixed);
+}
+
+// A small value can hold the same part many times: this one would take centuries.
+void TestOutgoingJson::countingEndsWithTheRoom()
+{
+    QFETCH(QVariant, value);
+    QVariantMap map{{QStringLiteral("key"), value}};
+    QVERIFY(refusalOf(map).message().startsWith(
+        QStringLiteral("Marshalling failed: \"key\" is too large for a message")));
+}
+
+OSTREL_TEST_MAIN(TestOutgoingJson)
+
+#include "tst_outgoing_json.moc"
