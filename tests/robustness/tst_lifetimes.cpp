@@ -86,6 +86,7 @@ void TestLifetimes::programEndsWell_data()
         "start 0\n"
         "exit\n");
     row("exitInACallback", "exit\n");
+    row("requestsWithoutEnd", "");
     row("objectsOfAThread",
         "start 0\n"
         "start 0\n"

@@ -33,6 +33,11 @@ qint64 maximumOf(const QDBusConnection &bus)
 
 } // namespace
 
+QDBusError disconnected()
+{
+    return QDBusError(QDBusError::Disconnected, QStringLiteral("Not connected to D-Bus server"));
+}
+
 OutgoingMessage::OutgoingMessage(const QDBusConnection &bus, const QString &path)
     : OutgoingMessage(maximumOf(bus) - head)
 {
@@ -85,8 +90,7 @@ QDBusError OutgoingMessage::refusal()
     // QtDBus needs their places now.
     m_duplicates.clear();
     if (m_isLost && !m_refusal.isValid()) {
-        return QDBusError(QDBusError::Disconnected,
-                          QStringLiteral("Not connected to D-Bus server"));
+        return disconnected();
     }
     return m_refusal;
 }

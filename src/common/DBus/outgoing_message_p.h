@@ -112,6 +112,9 @@ private:
     QDBusError m_refusal;
 };
 
+// What a request fails with on a connection that is lost.
+QDBusError disconnected();
+
 template <typename Map> bool OutgoingMessage::entries(Map &map, int containers)
 {
     const QString outerKey = m_key;

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace Ostrel
@@ -18,7 +19,9 @@ namespace Ostrel
 namespace
 {
 
+std::atomic<bool> announced = false;
 std::atomic<bool> begun = false;
+std::thread::id endingThread; // set before it is announced
 
 // Never destroyed: static objects of the host may make requests after the sentinel has gone.
 std::shared_mutex &mutex()
@@ -44,6 +47,8 @@ struct Sentinel
 {
     ~Sentinel()
     {
+        endingThread = std::this_thread::get_id();
+        announced = true;
         const std::unique_lock<std::shared_mutex> waitForDelays(mutex());
         waitUntilCallsAreSent();
         begun = true;
@@ -69,9 +74,15 @@ void ProcessEnd::keep(const void *call)
     calls->push_back(call);
 }
 
+// Threads that go on with their requests could put off the end for ever. So none begins one after
+// the end was announced.
 ProcessEnd::Delay::Delay()
-    : m_lock(mutex())
 {
+    if (!announced) {
+        m_lock = std::shared_lock<std::shared_mutex>(mutex());
+    }
+    // It may have been announced meanwhile.
+    m_isGranted = m_lock.owns_lock() ? !begun : endingThread == std::this_thread::get_id();
 }
 
 } // namespace Ostrel

@@ -31,8 +31,12 @@ class Delay
 public:
     Delay();
 
+    // False if the process ends already, and not by this thread: QtDBus may go at any moment.
+    bool isGranted() const { return m_isGranted; }
+
 private:
     std::shared_lock<std::shared_mutex> m_lock;
+    bool m_isGranted = true;
 };
 
 } // namespace ProcessEnd

@@ -6,7 +6,6 @@
 
 #include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
-#include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
@@ -46,8 +45,12 @@ ControlPrivate::ControlPrivate(Control *q)
 }
 
 template <typename... Arguments>
-QDBusPendingCall ControlPrivate::finishedCall(const QString &method, const Arguments &...arguments)
+QDBusPendingCall ControlPrivate::finishedCall(const ProcessEnd::Delay &delay, const QString &method,
+                                              const Arguments &...arguments)
 {
+    if (!delay.isGranted()) {
+        return QDBusPendingCall::fromError(disconnected());
+    }
     QDBusPendingCall call = checkedCall(*this, method, arguments...);
     call.waitForFinished();
     return call;
@@ -94,27 +97,28 @@ Control::~Control() = default;
 Control::StartResult Control::start(const QString &appId)
 {
     const ProcessEnd::Delay delay;
-    return ControlPrivate::startResult(d->finishedCall(QStringLiteral("Start"), appId));
+    return ControlPrivate::startResult(d->finishedCall(delay, QStringLiteral("Start"), appId));
 }
 
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
     const ProcessEnd::Delay delay;
-    return ControlPrivate::startResult(
-        d->finishedCall(QStringLiteral("StartDebug"), appId, DebugParamsPrivate::map(params)));
+    return ControlPrivate::startResult(d->finishedCall(delay, QStringLiteral("StartDebug"), appId,
+                                                       DebugParamsPrivate::map(params)));
 }
 
 Error Control::terminate(const QString &appInstanceId)
 {
     const ProcessEnd::Delay delay;
-    return fromDBusError(d->finishedCall(QStringLiteral("Terminate"), appInstanceId).error());
+    return fromDBusError(
+        d->finishedCall(delay, QStringLiteral("Terminate"), appInstanceId).error());
 }
 
 Error Control::getRunningApplications(QVector<RunningApplication> &applications,
                                       QVector<RunningService> &services)
 {
     const ProcessEnd::Delay delay;
-    const QDBusPendingCall call = d->finishedCall(QStringLiteral("GetRunningApplications"));
+    const QDBusPendingCall call = d->finishedCall(delay, QStringLiteral("GetRunningApplications"));
     if (call.isError()) {
         // The code says no more than that, whatever the error's name.
         return Error(Error::Failed, call.error().message());

@@ -6,6 +6,8 @@
 
 #include "Ostrel/control.h"
 
+#include "DBus/process_end_p.h"
+
 #include <QtDBus/QDBusAbstractInterface>
 #include <QtDBus/QDBusPendingCall>
 
@@ -21,9 +23,11 @@ class ControlPrivate : public QDBusAbstractInterface
 public:
     explicit ControlPrivate(Control *q);
 
-    // Calls a method and waits for the reply. Any thread may do so.
+    // Calls a method and waits for the reply. Any thread may do so. The delay lasts until the reply
+    // has been read.
     template <typename... Arguments>
-    QDBusPendingCall finishedCall(const QString &method, const Arguments &...arguments);
+    QDBusPendingCall finishedCall(const ProcessEnd::Delay &delay, const QString &method,
+                                  const Arguments &...arguments);
 
     // Reads the reply to a call that starts an application.
     static Control::StartResult startResult(const QDBusPendingCall &call);

@@ -160,6 +160,26 @@ int requestUnderWay(int &argc, char **argv)
     return 0;
 }
 
+// Other threads go on with their requests while the process ends. Those that come too late fail.
+int requestsWithoutEnd(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    auto *const control = new Ostrel::Control;
+    static std::atomic<int> made = 0;
+    for (int i = 0; i < 8; ++i) {
+        std::thread([control] {
+            while (control->terminate(QStringLiteral("none")).code()
+                   == Ostrel::Error::ApplicationNotRunning) {
+                ++made;
+            }
+        }).detach();
+    }
+    while (made < 100) {
+        std::this_thread::yield();
+    }
+    return 0;
+}
+
 int staticObjectsFromTheBeginning(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -282,6 +302,7 @@ int main(int argc, char **argv)
         {"callsInStaticDestructors", callsInStaticDestructors},
         {"callsUnderWay", callsUnderWay},
         {"requestUnderWay", requestUnderWay},
+        {"requestsWithoutEnd", requestsWithoutEnd},
         {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
         {"exitInASlot", exitInASlot},
         {"exitInACallback", exitInACallback},
