@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <memory>
 #include <vector>
 
@@ -25,9 +26,9 @@ namespace
 
 constexpr int pid = 1234;
 
-// What this thread opened last, and how.
+// What this thread opened last.
 thread_local QByteArray openedPath; // clazy:exclude=non-pod-global-static
-thread_local QByteArray openedMode; // clazy:exclude=non-pod-global-static
+thread_local int openedFlags = 0; // of the descriptor, as F_GETFD returns them
 
 QByteArray repeated(char character, int count)
 {
@@ -50,9 +51,10 @@ extern "C" FILE *fopen(const char *path, const char *mode)
 {
     using Function = FILE *(*)(const char *, const char *);
     static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fopen"));
+    FILE *file = real(path, mode);
     openedPath = path;
-    openedMode = mode;
-    return real(path, mode);
+    openedFlags = file != nullptr ? fcntl(fileno(file), F_GETFD) : 0;
+    return file;
 }
 
 // Which application a process belongs to, told by its control groups. There is no bus here.
@@ -73,6 +75,7 @@ private Q_SLOTS:
     void missingBuffersAreRefused();
     void unreadableFilesGiveNothing();
     void rootWithoutAnEndIsCut();
+    void programsStartedMeanwhileDoNotInheritTheFile();
     void filesAreClosed_data();
     void filesAreClosed();
     void anyThreadMayAsk();
@@ -135,7 +138,6 @@ void TestProcessLookup::file()
     openedPath.clear();
     Control().getAppIdByPid(process);
     QTEST(openedPath, "path");
-    QCOMPARE(openedMode, QByteArrayLiteral("r"));
     openedPath.clear();
     Control().getAppInstanceIdByPid(process);
     QTEST(openedPath, "path");
@@ -391,6 +393,13 @@ void TestProcessLookup::rootWithoutAnEndIsCut()
         QVERIFY(Control().getAppIdByPid(pid).isNull());
         QCOMPARE(openedPath, (root + end).left(4095));
     }
+}
+
+void TestProcessLookup::programsStartedMeanwhileDoNotInheritTheFile()
+{
+    write("4:memory:/ostrel-helper/demo.Viewer/app\n");
+    QCOMPARE(Control().getAppIdByPid(pid), QStringLiteral("demo.Viewer"));
+    QCOMPARE(openedFlags, FD_CLOEXEC);
 }
 
 void TestProcessLookup::filesAreClosed_data()

@@ -36,10 +36,11 @@ File openControlGroups(int pid)
 {
     const char *root = std::getenv("OSTREL_ROOTFS");
     std::array<char, 4096> path;
-    // One that is too long is cut, and not found.
+    // A path that is too long is cut, and does not exist.
     static_cast<void>(std::snprintf(path.data(), path.size(), "%s/proc/%d/cgroup",
                                     root != nullptr ? root : "", pid));
-    return File(std::fopen(path.data(), "r"));
+    // "e": a program that another thread starts meanwhile does not inherit the descriptor.
+    return File(std::fopen(path.data(), "re"));
 }
 
 // The path in a line of the form "NUMBER:memory:PATH"; null for other lines. Runs of separators
@@ -139,7 +140,7 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
         }
         copyBounded(appId, components.appId, appIdSize);
         copyBounded(instance, components.instance, instanceSize);
-        // A later line may tell better.
+        // A later line may match again.
         found = true;
     }
     return found;
