@@ -30,6 +30,10 @@ make|make|command -v make
 qt5-qmake|qmake|test -x "$(pkg-config --variable=host_bins Qt5Core)/qmake"
 systemd|busctl|command -v busctl
 libglib2.0-bin|gdbus|command -v gdbus
+libglib2.0-dev|GIO|pkg-config --exists gio-unix-2.0
+libglib2.0-dev-bin|gdbus-codegen|command -v gdbus-codegen
+libsdbus-c++-bin|sdbus-c++-xml2cpp|command -v sdbus-c++-xml2cpp
+libsdbus-c++-dev|sdbus-c++|pkg-config --exists sdbus-c++
 clang|Clang|command -v clang++
 libclang-rt-dev|libFuzzer for Clang|echo "extern \"C\" int LLVMFuzzerTestOneInput() { return 0; }" | clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
 doxygen|Doxygen|command -v doxygen

@@ -9,6 +9,12 @@
 #include <QtCore/QVariantMap>
 #include <QtCore/QVector>
 
+#ifdef QT_DBUS_LIB
+#include <QtDBus/QDBusArgument>
+
+#include <type_traits>
+#endif
+
 /**
  * @file
  * The records in which the lifecycle service describes what is running and what can be started.
@@ -80,9 +86,9 @@ struct RunningApplication
  */
 struct RunningService
 {
-    /** The identifier of the application that the service belongs to ("s"). */
+    /** The first identifier that the service sends ("s"). */
     QString appId;
-    /** The name of the service ("s"). */
+    /** The second identifier that the service sends ("s"). */
     QString name;
     /** The number that the service gives for the service's process ("i"). It may be negative. */
     qint32 pid;
@@ -149,5 +155,77 @@ Q_DECLARE_METATYPE(Ostrel::RunningService)
 Q_DECLARE_METATYPE(Ostrel::TaskState)
 Q_DECLARE_METATYPE(Ostrel::AvailableTask)
 Q_DECLARE_METATYPE(Ostrel::ActiveTask)
+
+#ifdef QT_DBUS_LIB
+/// @cond
+// For programs that use QtDBus themselves, with code that qdbusxml2cpp generates from the installed
+// descriptions: it reads the records with operators. They are templates, so that operators of the
+// program's own come first. A value of another type is skipped, and leaves the record empty.
+namespace Ostrel
+{
+
+template <typename Member> void readMember(const QDBusArgument &argument, Member &member)
+{
+    if constexpr (std::is_enum_v<Member>) {
+        uint number = 0;
+        argument >> number;
+        member = static_cast<Member>(number);
+    } else {
+        argument >> member;
+    }
+}
+
+template <typename... Members>
+void readRecord(const QDBusArgument &argument, const char *signature, Members &...members)
+{
+    if (argument.currentSignature() == QLatin1String(signature)) {
+        argument.beginStructure();
+        (readMember(argument, members), ...);
+        argument.endStructure();
+    } else if (!argument.atEnd()) {
+        argument.asVariant();
+    }
+}
+
+template <typename Argument>
+using IfQDBusArgument = std::enable_if_t<std::is_same_v<Argument, QDBusArgument>, const Argument &>;
+
+template <typename Argument>
+IfQDBusArgument<Argument> operator>>(const Argument &argument, RunningApplication &application)
+{
+    application = {};
+    readRecord(argument, "(siuua{sv})", application.appId, application.pid, application.state,
+               application.kind, application.properties);
+    return argument;
+}
+
+template <typename Argument>
+IfQDBusArgument<Argument> operator>>(const Argument &argument, RunningService &service)
+{
+    service = {};
+    readRecord(argument, "(ssiua{sv})", service.appId, service.name, service.pid, service.state,
+               service.properties);
+    return argument;
+}
+
+template <typename Argument>
+IfQDBusArgument<Argument> operator>>(const Argument &argument, AvailableTask &task)
+{
+    task = {};
+    readRecord(argument, "(sa{sv})", task.name, task.properties);
+    return argument;
+}
+
+template <typename Argument>
+IfQDBusArgument<Argument> operator>>(const Argument &argument, ActiveTask &task)
+{
+    task = {};
+    readRecord(argument, "(sia{sv})", task.name, task.pid, task.properties);
+    return argument;
+}
+
+} // namespace Ostrel
+/// @endcond
+#endif
 
 #endif
