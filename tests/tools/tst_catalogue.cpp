@@ -227,6 +227,20 @@ void TestCatalogue::refusesAFileThatItCannotRead()
     QCOMPARE(
         folder.errors,
         QStringLiteral("ostrel-simulator: %1: file to open is a directory\n").arg(m_folder.path()));
+    for (const char *const device : {"/dev/zero", "/dev/stdin"}) {
+        const Result endless = run(QStringLiteral(SIMULATOR),
+                                   {QStringLiteral("--catalogue"), QString::fromLatin1(device)});
+        QCOMPARE(endless.exitStatus, 1);
+        QCOMPARE(endless.errors,
+                 QStringLiteral("ostrel-simulator: %1: is not a regular file\n")
+                     .arg(QLatin1String(device)));
+    }
+    QFile huge(m_file);
+    QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(16 * 1024 * 1024 + 1));
+    const Result large = run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_file});
+    QCOMPARE(large.exitStatus, 1);
+    QCOMPARE(large.errors,
+             QStringLiteral("ostrel-simulator: %1: is larger than 16 MiB\n").arg(m_file));
 }
 
 void TestCatalogue::propertiesKeepTheirTypes()

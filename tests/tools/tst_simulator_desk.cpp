@@ -10,6 +10,7 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusObjectPath>
 
 #include <optional>
@@ -40,9 +41,34 @@ private:
     QStringList m_misplaced;
 };
 
+// Collects the signatures of signals.
+class Signatures : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList all() const { return m_all; }
+
+public Q_SLOTS:
+    void onSignal(const QDBusMessage &signal) { m_all.append(signal.signature()); }
+
+private:
+    QStringList m_all;
+};
+
 QVariant path(const char *name)
 {
     return QVariant::fromValue(QDBusObjectPath(QLatin1String(name)));
+}
+
+// So many values of the type "y".
+QVariantList valuesOfBytes(int count)
+{
+    QVariantList values;
+    for (int i = 0; i < count; ++i) {
+        values.append(QVariant::fromValue(static_cast<uchar>(i)));
+    }
+    return values;
 }
 
 } // namespace
@@ -63,6 +89,9 @@ private Q_SLOTS:
     void emitManySendsAHundredThousand();
     void oomKillsTheProcess();
     void oomTakesTheServicesAlong();
+    void longestSignatureIsSent();
+    void floodHearsSigterm();
+    void callTooDeepToBeReturnedIsReported();
     void refusesWhatCannotBe_data();
     void refusesWhatCannotBe();
 
@@ -196,6 +225,61 @@ void TestSimulatorDesk::oomTakesTheServicesAlong()
     QCOMPARE(monitor.texts(), QStringList(QStringLiteral("reply a(siuua{sv})a(ssiua{sv})")));
 }
 
+void TestSimulatorDesk::longestSignatureIsSent()
+{
+    Signatures signatures;
+    QVERIFY(QDBusConnection::sessionBus().connect(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/a"), QStringLiteral("a.b"),
+        QStringLiteral("M"), &signatures, SLOT(onSignal(QDBusMessage))));
+    m_simulator->desk(
+        QStringLiteral("Emit"),
+        {path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(valuesOfBytes(255))});
+    QTRY_COMPARE(signatures.all(), QStringList(QString(255, QLatin1Char('y'))));
+}
+
+void TestSimulatorDesk::floodHearsSigterm()
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    Counter counter;
+    QVERIFY(bus.connect(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/a"),
+                        QStringLiteral("a.b"), QStringLiteral("M"), QStringLiteral("s"), &counter,
+                        SLOT(onSignal(QString))));
+    QDBusMessage flood = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("EmitMany"));
+    flood.setArguments({path("/a"), QStringLiteral("a.b"), QStringLiteral("M"),
+                        QVariantList{QStringLiteral("%n")}, 1000000U});
+    bus.asyncCall(flood);
+    QTRY_VERIFY(counter.count() > 0);
+    QCOMPARE(m_simulator->end(), 0);
+    const QString errors = QString::fromUtf8(m_simulator->process().readAllStandardError());
+    QVERIFY2(QRegularExpression(
+                 QStringLiteral("^ostrel-simulator: stopped after \\d+ of 1000000 signals\n$"))
+                 .match(errors)
+                 .hasMatch(),
+             qPrintable(errors));
+    m_simulator->start();
+}
+
+// A call may be nested as deeply as a message allows. The log returns it within more containers.
+void TestSimulatorDesk::callTooDeepToBeReturnedIsReported()
+{
+    QVariant value = 1;
+    for (int depth = 0; depth < 30; ++depth) {
+        value = QVariantList{value}; // an array and a variant
+    }
+    const QDBusMessage answer =
+        callControl(QStringLiteral("StartDebug"),
+                    {QStringLiteral("demo.None"), QVariantMap{{QStringLiteral("k"), value}}});
+    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerNotFound"));
+    const QDBusMessage calls = m_simulator->desk(QStringLiteral("Calls"));
+    QCOMPARE(calls.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"));
+    QCOMPARE(
+        calls.errorMessage(),
+        QStringLiteral("StartDebug: A value is nested 67 deep, more than the 64 of a message"));
+    QVERIFY(m_simulator->desk(QStringLiteral("ClearCalls")).errorName().isEmpty());
+}
+
 void TestSimulatorDesk::refusesWhatCannotBe_data()
 {
     QTest::addColumn<QString>("method");
@@ -221,6 +305,25 @@ void TestSimulatorDesk::refusesWhatCannotBe_data()
              QStringLiteral("The bus forbids signals of %1").arg(local));
     emission("local path", "/org/freedesktop/DBus/Local", QStringLiteral("a.b"),
              QStringLiteral("M"), QStringLiteral("The bus forbids signals of %1").arg(local));
+
+    const QVariantList values = valuesOfBytes(256);
+    const QString tooLong =
+        QStringLiteral("The signature of the values has 256 characters, more than 255");
+    const QVariantList method{QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Start")};
+    QTest::newRow("too many values in a reply")
+        << QStringLiteral("AnswerNext") << method + QVariantList{QVariant(values)} << tooLong;
+    QTest::newRow("too many values in an error")
+        << QStringLiteral("FailNextWith")
+        << method + QVariantList{QStringLiteral("a.b"), QVariant(values)} << tooLong;
+    QTest::newRow("too many values in a signal")
+        << QStringLiteral("Emit")
+        << QVariantList{path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(values)}
+        << tooLong;
+    QTest::newRow("too many values in many signals")
+        << QStringLiteral("EmitMany")
+        << QVariantList{path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(values),
+                        1000000U}
+        << tooLong;
     QTest::newRow("too many signals") << QStringLiteral("EmitMany")
                                       << QVariantList{path("/a"), QStringLiteral("a.b"),
                                                       QStringLiteral("M"), QVariantList(), 1000001U}

@@ -37,6 +37,7 @@ private Q_SLOTS:
 
     void registrationMakesASession();
     void unknownTypesHaveNoTasks();
+    void hintsTooDeepToBeListedAreRefused();
     void typesThatMakeNoPathAreRefused_data();
     void typesThatMakeNoPathAreRefused();
     void sessionsAreFoundFromTheServiceOn();
@@ -113,6 +114,35 @@ void TestSimulatorTasks::unknownTypesHaveNoTasks()
              QStringLiteral("oa{sv} \"%1\" 2 \"ActiveTasks\" a(sia{sv}) 0 \"AvailableTasks\" "
                             "a(sa{sv}) 0")
                  .arg(pathOf(QStringLiteral("a/b_1"))));
+}
+
+// They come back in the list of active tasks, which adds containers around them.
+void TestSimulatorTasks::hintsTooDeepToBeListedAreRefused()
+{
+    const auto call = [](const QString &objectPath, const char *interface, const char *member,
+                         const QVariantList &arguments) {
+        QDBusMessage message =
+            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), objectPath,
+                                           QLatin1String(interface), QLatin1String(member));
+        message.setArguments(arguments);
+        return QDBusConnection::sessionBus().call(message);
+    };
+    call(QStringLiteral(OSTREL_TASK_INVOKER_PATH), OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker",
+         {QStringLiteral("sync")});
+    const auto start = [&call](int lists) {
+        QVariant value = 1;
+        for (int i = 0; i < lists; ++i) {
+            value = QVariantList{value}; // an array and a variant
+        }
+        return call(pathOf(QStringLiteral("sync")), OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start",
+                    {QStringLiteral("contacts"), QVariantMap(),
+                     QVariantMap{{QStringLiteral("Hint"), value}}});
+    };
+    const QDBusMessage tooDeep = start(29);
+    QCOMPARE(tooDeep.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(tooDeep.errorMessage(),
+             QStringLiteral("A value is nested 66 deep, more than the 64 of a message"));
+    QCOMPARE(start(28).errorName(), QString());
 }
 
 void TestSimulatorTasks::typesThatMakeNoPathAreRefused_data()

@@ -8,6 +8,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <sys/wait.h>
+#include <unistd.h>
 
 // How the programs learn that they are to end.
 class TestTermination : public QObject
@@ -17,6 +20,7 @@ class TestTermination : public QObject
 private Q_SLOTS:
     void signalsComeFromTheEventLoop_data();
     void signalsComeFromTheEventLoop();
+    void signalEndsAChildThatHasNoProgramYet();
     void interruptedCodeKeepsItsError();
 };
 
@@ -32,9 +36,29 @@ void TestTermination::signalsComeFromTheEventLoop()
     QFETCH(int, number);
     const Termination termination;
     QSignalSpy requested(&termination, &Termination::requested);
+    QVERIFY(!Termination::wasRequested());
     QCOMPARE(std::raise(number), 0);
     QCOMPARE(requested.size(), 0);
+    QVERIFY(Termination::wasRequested());
     QVERIFY(requested.wait());
+}
+
+// It inherits the handler, which is none of its business.
+void TestTermination::signalEndsAChildThatHasNoProgramYet()
+{
+    const Termination termination;
+    QSignalSpy requested(&termination, &Termination::requested);
+    const pid_t child = fork();
+    if (child == 0) {
+        std::raise(SIGTERM);
+        _exit(EXIT_SUCCESS);
+    }
+    int status = 0;
+    QCOMPARE(waitpid(child, &status, 0), child);
+    QVERIFY(WIFSIGNALED(status));
+    QCOMPARE(WTERMSIG(status), SIGTERM);
+    QCoreApplication::processEvents();
+    QCOMPARE(requested.size(), 0);
 }
 
 // More signals than anybody keeps count of. What cannot be written down is no news.

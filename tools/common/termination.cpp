@@ -16,11 +16,20 @@ namespace
 
 // A signal handler may do little more than write to a file descriptor.
 int writeEnd = -1;
+volatile std::sig_atomic_t isRequested = 0;
+pid_t owner = 0;
 
-void onSignal(int /*number*/)
+void onSignal(int number)
 {
-    // It may come between a call of the C library and the look at what went wrong in it.
+    if (getpid() != owner) {
+        // A child process that has not begun its program yet shares the handler and the pipe.
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+        return;
+    }
+    // The signal may come between a call of the C library and the check of its error.
     const int error = errno;
+    isRequested = 1;
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, 1);
     errno = error;
@@ -45,11 +54,18 @@ Termination::Termination(QObject *parent)
     }
     m_readEnd = ends[0];
     writeEnd = ends[1];
+    isRequested = 0;
+    owner = getpid();
 
     auto *notifier = new QSocketNotifier(m_readEnd, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &Termination::requested);
 
     handleSignals(onSignal);
+}
+
+bool Termination::wasRequested()
+{
+    return isRequested != 0;
 }
 
 Termination::~Termination()

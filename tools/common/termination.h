@@ -15,6 +15,9 @@ public:
     explicit Termination(QObject *parent = nullptr);
     ~Termination() override;
 
+    // Whether one of them has come, for loops that keep the event loop waiting.
+    static bool wasRequested();
+
 Q_SIGNALS:
     void requested();
 

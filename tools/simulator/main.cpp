@@ -23,7 +23,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <variant>
 
 namespace
 {
@@ -125,20 +124,22 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
 
     const auto parsed = parseOptions(QCoreApplication::arguments());
-    if (const int *exitStatus = std::get_if<int>(&parsed)) {
-        return *exitStatus;
+    if (!parsed) {
+        return reportBadUsage(QCoreApplication::applicationName(), parsed.error());
     }
-    const auto &options = std::get<Options>(parsed);
+    if (!*parsed) {
+        return EXIT_SUCCESS;
+    }
+    const Options &options = **parsed;
 
-    const auto catalogue = readCatalogue(options.catalogue);
-    if (const QString *mistake = std::get_if<QString>(&catalogue)) {
-        print(stderr, *mistake);
+    const Result<Catalogue> catalogue = readCatalogue(options.catalogue);
+    if (!catalogue) {
+        print(stderr, catalogue.error());
         return EXIT_FAILURE;
     }
     RootFs rootFs;
-    const QString mistake = rootFs.make(options.rootFs);
-    if (!mistake.isEmpty()) {
-        print(stderr, mistake);
+    if (const Result<> made = rootFs.make(options.rootFs); !made) {
+        print(stderr, made.error());
         return EXIT_FAILURE;
     }
 
@@ -152,7 +153,7 @@ int main(int argc, char **argv)
     // A blocking call on a bus that goes away before the first pass would never end.
     QCoreApplication::processEvents();
     Children children(rootFs, options.killAfter);
-    return serve(bus, label(options), std::get<Catalogue>(catalogue), children);
+    return serve(bus, label(options), *catalogue, children);
 }
 
 #include "main.moc"

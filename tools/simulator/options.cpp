@@ -3,31 +3,14 @@
 
 #include "options.h"
 
-#include "print.h"
-
 #include "DBus/names_p.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QTextStream>
 
 #include <cstdio>
-#include <cstdlib>
 
-namespace
-{
-
-constexpr int usageError = 2;
-
-int tellMistake(const QString &mistake)
-{
-    print(stderr, mistake);
-    QTextStream(stderr) << "Try 'ostrel-simulator --help'.\n";
-    return usageError;
-}
-
-} // namespace
-
-std::variant<Options, int> parseOptions(const QStringList &arguments)
+Result<std::optional<Options>> parseOptions(const QStringList &arguments)
 {
     const QString session = QStringLiteral("session");
     const QString system = QStringLiteral("system");
@@ -64,23 +47,24 @@ std::variant<Options, int> parseOptions(const QStringList &arguments)
          QStringLiteral("folder")},
     });
     if (!parser.parse(arguments)) {
-        return tellMistake(parser.errorText());
+        return Failure(parser.errorText());
     }
     if (parser.isSet(help)) {
         QTextStream(stdout) << parser.helpText();
-        return EXIT_SUCCESS;
+        return std::nullopt;
     }
     if (parser.isSet(version)) {
-        parser.showVersion();
+        QTextStream(stdout) << "ostrel-simulator " PROJECT_VERSION "\n";
+        return std::nullopt;
     }
     if (!parser.positionalArguments().isEmpty()) {
-        return tellMistake(QStringLiteral("unexpected argument \"%1\"")
-                               .arg(parser.positionalArguments().constFirst()));
+        return Failure(QStringLiteral("unexpected argument \"%1\"")
+                           .arg(parser.positionalArguments().constFirst()));
     }
     const int buses =
         int(parser.isSet(session)) + int(parser.isSet(system)) + int(parser.isSet(address));
     if (buses > 1) {
-        return tellMistake(QStringLiteral("--session, --system and --address exclude one another"));
+        return Failure(QStringLiteral("--session, --system and --address exclude one another"));
     }
 
     Options options;
@@ -88,15 +72,15 @@ std::variant<Options, int> parseOptions(const QStringList &arguments)
     options.rootFs = parser.value(rootFs);
     for (const QString &option : {catalogue, rootFs}) {
         if (parser.isSet(option) && parser.value(option).isEmpty()) {
-            return tellMistake(QStringLiteral("--%1 takes a name, not an empty one").arg(option));
+            return Failure(QStringLiteral("--%1 takes a name, not an empty one").arg(option));
         }
     }
     if (parser.isSet(killAfter)) {
         bool isNumber = false;
         const int milliseconds = parser.value(killAfter).toInt(&isNumber);
         if (!isNumber || milliseconds < 0) {
-            return tellMistake(QStringLiteral("--kill-after takes milliseconds, not \"%1\"")
-                                   .arg(parser.value(killAfter)));
+            return Failure(QStringLiteral("--kill-after takes milliseconds, not \"%1\"")
+                               .arg(parser.value(killAfter)));
         }
         options.killAfter = std::chrono::milliseconds(milliseconds);
     }

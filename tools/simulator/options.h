@@ -4,11 +4,13 @@
 #ifndef SIMULATOR_OPTIONS_H
 #define SIMULATOR_OPTIONS_H
 
+#include "result.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <chrono>
-#include <variant>
+#include <optional>
 
 // What the command line asks for.
 struct Options
@@ -26,8 +28,8 @@ struct Options
     std::chrono::milliseconds killAfter{2000};
 };
 
-// Reads the command line. The result is an exit status if there is nothing more to do: help or the
-// version was asked for and printed, or the usage is bad and the mistake was told.
-std::variant<Options, int> parseOptions(const QStringList &arguments);
+// Reads the command line. There are no options if it asked for help or the version, which has been
+// printed.
+Result<std::optional<Options>> parseOptions(const QStringList &arguments);
 
 #endif

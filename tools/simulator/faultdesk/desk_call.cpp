@@ -3,6 +3,8 @@
 
 #include "faultdesk/desk_call.h"
 
+#include "bus/values.h"
+
 #include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusError>
@@ -20,7 +22,7 @@ Method methodOf(const QDBusMessage &call)
     return {call.arguments().at(0).toString(), call.arguments().at(1).toString()};
 }
 
-QVariantList valuesOf(const QVariant &argument)
+Result<QVariantList> valuesOf(const QVariant &argument)
 {
     QVariantList values;
     const auto array = argument.value<QDBusArgument>();
@@ -31,7 +33,7 @@ QVariantList valuesOf(const QVariant &argument)
         values.append(value.variant());
     }
     array.endArray();
-    return values;
+    return checkSignature(values).map([&values] { return values; });
 }
 
 bool isInterfaceName(const QString &name)

@@ -5,6 +5,7 @@
 #define SIMULATOR_DESK_CALL_H
 
 #include "bus/call_log.h"
+#include "result.h"
 
 #include <QtCore/QString>
 #include <QtCore/QVariantList>
@@ -15,14 +16,14 @@
 // The method of the service that the call names first.
 Method methodOf(const QDBusMessage &call);
 
-// The contents of an argument of type "av".
-QVariantList valuesOf(const QVariant &argument);
+// The contents of an argument of type "av", if they can be the arguments of a message.
+Result<QVariantList> valuesOf(const QVariant &argument);
 
 // Interfaces and errors have names of the same form.
 bool isInterfaceName(const QString &name);
 bool isMemberName(const QString &name);
 
-// The answer to a call that asks for what cannot be.
+// The error reply to a call that asks for the impossible.
 QDBusMessage refuse(const QDBusMessage &call, const QString &message);
 
 #endif

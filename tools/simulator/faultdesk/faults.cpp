@@ -37,11 +37,14 @@ QDBusMessage Simulator1::failNext(const QDBusMessage &call)
 QDBusMessage Simulator1::failNextWith(const QDBusMessage &call)
 {
     const QString error = call.arguments().at(2).toString();
-    const QVariantList values = valuesOf(call.arguments().at(3));
+    const Result<QVariantList> values = valuesOf(call.arguments().at(3));
     if (!isInterfaceName(error)) {
         return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
     }
-    return arrange(call, [this, error, values](const QDBusMessage &failing, Interface &) {
+    if (!values) {
+        return refuse(call, values.error());
+    }
+    return arrange(call, [this, error, values = *values](const QDBusMessage &failing, Interface &) {
         QDBusMessage answer = failing.createErrorReply(error, QString());
         answer.setArguments(values);
         m_service.send(failing, answer);
@@ -65,7 +68,8 @@ QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
 
 QDBusMessage Simulator1::answerNext(const QDBusMessage &call)
 {
-    return answerNext(call, methodOf(call), valuesOf(call.arguments().at(2)));
+    const Result<QVariantList> values = valuesOf(call.arguments().at(2));
+    return values ? answerNext(call, methodOf(call), *values) : refuse(call, values.error());
 }
 
 QDBusMessage Simulator1::ignoreNext(const QDBusMessage &call)

@@ -3,8 +3,9 @@
 
 #include "faultdesk/simulator1.h"
 
-#include "bus/signal_sender.h"
+#include "bus/values.h"
 #include "faultdesk/desk_call.h"
+#include "faultdesk/signal_sender.h"
 
 #include "DBus/names_p.h"
 
@@ -102,7 +103,16 @@ QDBusMessage Simulator1::waitForHeld(const QDBusMessage &call)
 
 QDBusMessage Simulator1::calls(const QDBusMessage &call)
 {
-    return call.createReply(QVariant::fromValue(m_service.log().calls()));
+    const QVector<LoggedCall> &calls = m_service.log().calls();
+    for (const LoggedCall &logged : calls) {
+        // A list of structures that hold a list of variants.
+        const Result<> fits = checkNesting(logged.arguments, 4);
+        if (!fits) {
+            return call.createErrorReply(QDBusError::Failed,
+                                         QStringLiteral("%1: %2").arg(logged.member, fits.error()));
+        }
+    }
+    return call.createReply(QVariant::fromValue(calls));
 }
 
 QDBusMessage Simulator1::clearCalls(const QDBusMessage &call)

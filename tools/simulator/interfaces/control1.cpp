@@ -92,12 +92,12 @@ void Control1::start(const QDBusMessage &call, const Answer &answer)
 
 void Control1::startDebug(const QDBusMessage &call, const Answer &answer)
 {
-    DebugLaunch debug;
-    const QString mistake = debug.read(qdbus_cast<QVariantMap>(call.arguments().at(1)));
-    if (mistake.isEmpty()) {
-        start(call, answer, debug);
+    const Result<DebugLaunch> debug =
+        DebugLaunch::fromParameters(qdbus_cast<QVariantMap>(call.arguments().at(1)));
+    if (debug) {
+        start(call, answer, *debug);
     } else {
-        answer(call.createErrorReply(QDBusError::InvalidArgs, mistake));
+        answer(call.createErrorReply(QDBusError::InvalidArgs, debug.error()));
     }
 }
 
@@ -142,9 +142,9 @@ void Control1::start(const QDBusMessage &call, const Answer &answer, const Debug
     }
 
     Launch launch = application->launch();
-    const QString mistake = debug.apply(launch);
-    if (!mistake.isEmpty()) {
-        answer(call.createErrorReply(QDBusError::Failed, mistake));
+    const Result<> applied = debug.apply(launch);
+    if (!applied) {
+        answer(call.createErrorReply(QDBusError::Failed, applied.error()));
         return;
     }
 

@@ -6,9 +6,9 @@
 
 #include "bus/interface.h"
 #include "bus/service.h"
+#include "interfaces/debug_launch.h"
 #include "programs/catalogue.h"
 #include "programs/children.h"
-#include "programs/debug_launch.h"
 #include "programs/instance.h"
 
 #include <QtCore/QHash>

@@ -4,6 +4,7 @@
 #include "interfaces/task_invoker_session1.h"
 
 #include "bus/properties.h"
+#include "bus/values.h"
 
 #include "DBus/names_p.h"
 
@@ -18,20 +19,19 @@ namespace
 const QString parametersKey = QStringLiteral("Params");
 const QString environmentKey = QStringLiteral("Environment");
 
-// Puts what the task is started with into the launch. The result is what is wrong with it, or an
-// empty string.
-QString apply(const QVariantMap &startupInfo, Launch &launch)
+// Adds what the task is started with to the launch, if its types are right.
+Result<> apply(const QVariantMap &startupInfo, Launch &launch)
 {
-    QString mistake = typeMistake(
-        startupInfo,
-        {{parametersKey, QStringLiteral("as")}, {environmentKey, QStringLiteral("as")}});
-    if (!mistake.isEmpty()) {
-        return mistake;
+    const Result<> types =
+        checkTypes(startupInfo,
+                   {{parametersKey, QStringLiteral("as")}, {environmentKey, QStringLiteral("as")}});
+    if (!types) {
+        return types;
     }
     const QStringList environment = startupInfo.value(environmentKey).toStringList();
     launch.arguments += startupInfo.value(parametersKey).toStringList();
     launch.addEnvironment(environment);
-    return environmentMistake(environmentKey, environment);
+    return checkEnvironment(environmentKey, environment);
 }
 
 } // namespace
@@ -86,9 +86,11 @@ void TaskInvokerSession1::start(const QDBusMessage &call, const Answer &answer)
     }
     const Task task = *m_type.task(name);
     Launch launch = task.launch();
-    const QString mistake = apply(qdbus_cast<QVariantMap>(call.arguments().at(1)), launch);
-    if (!mistake.isEmpty()) {
-        answer(call.createErrorReply(QDBusError::InvalidArgs, mistake));
+    const Result<> applied = apply(qdbus_cast<QVariantMap>(call.arguments().at(1)), launch);
+    // The hints come back in the list of active tasks: in a map of variants, a list, a structure.
+    const Result<> fits = checkNesting({call.arguments().at(2)}, 5);
+    if (const auto error = firstError(applied, fits)) {
+        answer(call.createErrorReply(QDBusError::InvalidArgs, *error));
         return;
     }
 

@@ -6,6 +6,7 @@
 #include "programs/json_node.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -15,6 +16,8 @@
 
 namespace
 {
+
+constexpr int greatestSize = 16 * 1024 * 1024;
 
 const QString programKey = QStringLiteral("program");
 const QString argumentsKey = QStringLiteral("arguments");
@@ -136,7 +139,7 @@ TaskType readTaskType(const JsonNode &node, QStringList &earlier)
     return type;
 }
 
-// "LINE:COLUMN", from 1, of the mistake; a column is a character.
+// "LINE:COLUMN", from 1, of the error; a column is a character.
 QString position(const QByteArray &text, QJsonParseError error)
 {
     // Qt has consumed the character that it objects to, but for these.
@@ -146,6 +149,65 @@ QString position(const QByteArray &text, QJsonParseError error)
     const int line = before.count('\n') + 1;
     const int column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
     return QStringLiteral("%1:%2").arg(line).arg(column);
+}
+
+Catalogue readCatalogue(const JsonNode &root)
+{
+    const QString applicationsKey = QStringLiteral("applications");
+    const QString taskTypesKey = QStringLiteral("taskTypes");
+    root.expectMembers({}, {applicationsKey, taskTypesKey});
+    Catalogue catalogue;
+    if (root.has(applicationsKey)) {
+        QStringList ids;
+        const QVector<JsonNode> applications = root.member(applicationsKey).elements();
+        for (const JsonNode &application : applications) {
+            catalogue.applications.append(readApplication(application, ids));
+        }
+    }
+    if (root.has(taskTypesKey)) {
+        QStringList names;
+        const QVector<JsonNode> types = root.member(taskTypesKey).elements();
+        for (const JsonNode &type : types) {
+            catalogue.taskTypes.append(readTaskType(type, names));
+        }
+    }
+    return catalogue;
+}
+
+Result<QByteArray> readFile(const QString &name)
+{
+    QFile file(name);
+    const QFileInfo info(name);
+    // A FIFO would be waited for, and a device may never end.
+    if (info.exists() && !info.isFile() && !info.isDir()) {
+        return Failure(QStringLiteral(": is not a regular file"));
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        return Failure(QStringLiteral(": ") + file.errorString());
+    }
+    const QByteArray text = file.read(greatestSize + 1);
+    if (file.error() != QFileDevice::NoError) {
+        return Failure(QStringLiteral(": ") + file.errorString());
+    }
+    if (text.size() > greatestSize) {
+        return Failure(QStringLiteral(": is larger than 16 MiB"));
+    }
+    return text;
+}
+
+Result<Catalogue> parse(const QByteArray &text)
+{
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    if (error.error != QJsonParseError::NoError) {
+        return Failure(QStringLiteral(":%1: %2").arg(position(text, error), error.errorString()));
+    }
+    try {
+        return readCatalogue(JsonNode(document.isArray() ? QJsonValue(document.array())
+                                                         : QJsonValue(document.object())));
+    } catch (const JsonError &jsonError) {
+        return Failure(QStringLiteral(": ") + jsonError.message);
+    }
 }
 
 } // namespace
@@ -188,47 +250,9 @@ bool makesAPath(const QString &taskType)
     return elements.match(taskType).hasMatch();
 }
 
-std::variant<Catalogue, QString> readCatalogue(const QString &fileName)
+Result<Catalogue> readCatalogue(const QString &fileName)
 {
-    QFile file(fileName.isEmpty() ? QStringLiteral(":/catalogue.json") : fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("%1: %2").arg(fileName, file.errorString());
-    }
-    const QByteArray text = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        return QStringLiteral("%1: %2").arg(fileName, file.errorString());
-    }
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (error.error != QJsonParseError::NoError) {
-        return QStringLiteral("%1:%2: %3")
-            .arg(fileName, position(text, error), error.errorString());
-    }
-
-    QString mistake;
-    const JsonNode root(document.isArray() ? QJsonValue(document.array())
-                                           : QJsonValue(document.object()),
-                        QString(), mistake);
-    const QString applicationsKey = QStringLiteral("applications");
-    const QString taskTypesKey = QStringLiteral("taskTypes");
-    root.expectMembers({}, {applicationsKey, taskTypesKey});
-    Catalogue catalogue;
-    if (root.has(applicationsKey)) {
-        QStringList ids;
-        const QVector<JsonNode> applications = root.member(applicationsKey).elements();
-        for (const JsonNode &application : applications) {
-            catalogue.applications.append(readApplication(application, ids));
-        }
-    }
-    if (root.has(taskTypesKey)) {
-        QStringList names;
-        const QVector<JsonNode> types = root.member(taskTypesKey).elements();
-        for (const JsonNode &type : types) {
-            catalogue.taskTypes.append(readTaskType(type, names));
-        }
-    }
-    if (!mistake.isEmpty()) {
-        return QStringLiteral("%1: %2").arg(fileName, mistake);
-    }
-    return catalogue;
+    const QString name = fileName.isEmpty() ? QStringLiteral(":/catalogue.json") : fileName;
+    return readFile(name).and_then(parse).map_error(
+        [&fileName](const QString &error) { return fileName + error; });
 }

@@ -5,6 +5,7 @@
 #define SIMULATOR_CATALOGUE_H
 
 #include "programs/launch.h"
+#include "result.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -12,7 +13,6 @@
 #include <QtCore/QVector>
 
 #include <optional>
-#include <variant>
 
 // What is said of every program in the catalogue.
 struct Program
@@ -67,8 +67,8 @@ struct Catalogue
 // Whether the type can be the end of an object's path.
 bool makesAPath(const QString &taskType);
 
-// Reads the file, or the simulator's own catalogue if none is named. The result is a mistake, with
-// its place, if there is one.
-std::variant<Catalogue, QString> readCatalogue(const QString &file);
+// Reads the file, or the simulator's own catalogue if the name is empty. An error comes with its
+// place in the file.
+Result<Catalogue> readCatalogue(const QString &file);
 
 #endif

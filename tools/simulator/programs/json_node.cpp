@@ -47,33 +47,30 @@ template <typename Integer> bool holds(double number)
 
 } // namespace
 
-JsonNode::JsonNode(const QJsonValue &value, const QString &place, QString &mistake)
+JsonNode::JsonNode(const QJsonValue &value, const QString &place)
     : m_value(value)
     , m_place(place)
-    , m_mistake(&mistake)
 {
 }
 
 QString JsonNode::string() const
 {
-    QString text = expect(QJsonValue::String) ? m_value.toString() : QString();
-    expectWhole(text);
-    return text;
+    expect(QJsonValue::String);
+    expectWhole(m_value.toString());
+    return m_value.toString();
 }
 
 bool JsonNode::boolean() const
 {
-    return expect(QJsonValue::Bool) && m_value.toBool();
+    expect(QJsonValue::Bool);
+    return m_value.toBool();
 }
 
 uint JsonNode::number() const
 {
-    if (!expect(QJsonValue::Double)) {
-        return 0;
-    }
+    expect(QJsonValue::Double);
     if (!holds<uint>(m_value.toDouble())) {
         refuse(QStringLiteral("takes a whole number from 0 to 4294967295"));
-        return 0;
     }
     return static_cast<uint>(m_value.toDouble());
 }
@@ -90,27 +87,24 @@ QStringList JsonNode::strings() const
 
 QVector<JsonNode> JsonNode::elements() const
 {
+    expect(QJsonValue::Array);
     QVector<JsonNode> elements;
-    if (expect(QJsonValue::Array)) {
-        const QJsonArray array = m_value.toArray();
-        for (int i = 0; i < array.size(); ++i) {
-            elements.append(
-                {array.at(i), QStringLiteral("%1[%2]").arg(m_place).arg(i), *m_mistake});
-        }
+    const QJsonArray array = m_value.toArray();
+    for (int i = 0; i < array.size(); ++i) {
+        elements.append(JsonNode(array.at(i), QStringLiteral("%1[%2]").arg(m_place).arg(i)));
     }
     return elements;
 }
 
 QVariantMap JsonNode::properties() const
 {
-    return expect(QJsonValue::Object) ? variants(0) : QVariantMap();
+    expect(QJsonValue::Object);
+    return variants(0);
 }
 
 void JsonNode::expectMembers(const QStringList &required, const QStringList &optional) const
 {
-    if (!expect(QJsonValue::Object)) {
-        return;
-    }
+    expect(QJsonValue::Object);
     const QJsonObject object = m_value.toObject();
     for (auto entry = object.constBegin(); entry != object.constEnd(); ++entry) {
         if (!required.contains(entry.key()) && !optional.contains(entry.key())) {
@@ -131,28 +125,24 @@ bool JsonNode::has(const QString &name) const
 
 JsonNode JsonNode::member(const QString &name) const
 {
-    return {m_value.toObject().value(name),
-            m_place.isEmpty() ? name : m_place + QLatin1Char('.') + name, *m_mistake};
+    return JsonNode(m_value.toObject().value(name),
+                    m_place.isEmpty() ? name : m_place + QLatin1Char('.') + name);
 }
 
-void JsonNode::refuse(const QString &mistake) const
+void JsonNode::refuse(const QString &problem) const
 {
-    if (m_mistake->isEmpty()) {
-        *m_mistake = m_place.isEmpty() ? QStringLiteral("the catalogue ") + mistake
-                                       : m_place + QStringLiteral(": ") + mistake;
-    }
+    throw JsonError{m_place.isEmpty() ? QStringLiteral("the catalogue ") + problem
+                                      : m_place + QStringLiteral(": ") + problem};
 }
 
-bool JsonNode::expect(QJsonValue::Type type) const
+void JsonNode::expect(QJsonValue::Type type) const
 {
     if (m_value.type() != type) {
         refuse(QStringLiteral("takes %1, not %2").arg(nameOf(type), nameOf(m_value.type())));
-        return false;
     }
-    return true;
 }
 
-// A NUL would end it in a message and in a program's arguments.
+// A NUL ends a string in a message and in a program's arguments.
 void JsonNode::expectWhole(const QString &text) const
 {
     if (text.contains(QChar(0))) {
@@ -164,7 +154,6 @@ QVariant JsonNode::variant(int depth) const
 {
     if (depth > greatestDepth) {
         refuse(QStringLiteral("is too deep for a message"));
-        return {};
     }
     switch (m_value.type()) {
     case QJsonValue::Bool:
@@ -194,7 +183,6 @@ QVariant JsonNode::variant(int depth) const
         break;
     }
     refuse(QStringLiteral("is null, which no message holds"));
-    return {};
 }
 
 QVariantMap JsonNode::variants(int depth) const

@@ -10,13 +10,18 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
-// A value in a JSON document, which knows its place there. What is read from it is right or an
-// empty value; the first mistake of all that is read is kept.
+// An error in a JSON document: its place there, and what is wrong.
+struct JsonError
+{
+    QString message;
+};
+
+// A value in a JSON document that knows its place there. It throws a JsonError if the value is not
+// what is read from it.
 class JsonNode
 {
 public:
-    // mistake: where the mistake is kept.
-    JsonNode(const QJsonValue &value, const QString &place, QString &mistake);
+    explicit JsonNode(const QJsonValue &value, const QString &place = QString());
 
     QString string() const;
     bool boolean() const;
@@ -27,23 +32,22 @@ public:
     // An object as a map of values that can be sent on the bus.
     QVariantMap properties() const;
 
-    // Says that this is an object, and that it has these members and no others.
+    // Checks that this is an object with these members and no others.
     void expectMembers(const QStringList &required, const QStringList &optional) const;
     bool has(const QString &name) const;
     JsonNode member(const QString &name) const;
 
-    // Says what is wrong with the value.
-    void refuse(const QString &mistake) const;
+    // Throws an error about this value.
+    [[noreturn]] void refuse(const QString &problem) const;
 
 private:
-    bool expect(QJsonValue::Type type) const;
+    void expect(QJsonValue::Type type) const;
     void expectWhole(const QString &text) const;
     QVariant variant(int depth) const;
     QVariantMap variants(int depth) const;
 
     QJsonValue m_value;
     QString m_place;
-    QString *m_mistake;
 };
 
 #endif

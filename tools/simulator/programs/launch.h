@@ -4,12 +4,12 @@
 #ifndef SIMULATOR_LAUNCH_H
 #define SIMULATOR_LAUNCH_H
 
+#include "result.h"
+
 #include <QtCore/QFile>
-#include <QtCore/QHash>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVariantMap>
 
 #include <memory>
 
@@ -28,11 +28,7 @@ struct Launch
     void addEnvironment(const QStringList &entries);
 };
 
-// What is wrong with an entry of an environment; null if nothing is.
-QString environmentMistake(const QString &key, const QStringList &entries);
-
-// What is wrong with the types of known values: their signatures stand by their keys. Null if
-// nothing is.
-QString typeMistake(const QVariantMap &values, const QHash<QString, QString> &signatures);
+// Whether each entry of an environment is NAME=VALUE.
+Result<> checkEnvironment(const QString &key, const QStringList &entries);
 
 #endif

@@ -27,16 +27,17 @@ void RootFs::clear()
     m_temporary.reset();
 }
 
-QString RootFs::make(const QString &folder)
+Result<> RootFs::make(const QString &folder)
 {
     if (folder.isEmpty()) {
         const QString temporary = QDir::tempPath();
         if (temporary.isEmpty()) {
-            return QStringLiteral("there is no folder %1").arg(qEnvironmentVariable("TMPDIR"));
+            return Failure(
+                QStringLiteral("there is no folder %1").arg(qEnvironmentVariable("TMPDIR")));
         }
         m_temporary.emplace(temporary + QStringLiteral("/ostrel-simulator-XXXXXX"));
         if (!m_temporary->isValid()) {
-            return QStringLiteral("cannot make a folder in %1").arg(temporary);
+            return Failure(QStringLiteral("cannot make a folder in %1").arg(temporary));
         }
     }
     const QString path =
@@ -45,12 +46,12 @@ QString RootFs::make(const QString &folder)
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(processes).toStdString(), error);
     if (error) {
-        return QStringLiteral("cannot make the folder %1: %2")
-            .arg(processes, QString::fromStdString(error.message()));
+        return Failure(QStringLiteral("cannot make the folder %1: %2")
+                           .arg(processes, QString::fromStdString(error.message())));
     }
     // What an earlier simulator has left behind would be taken for running processes.
     if (!QDir(processes).isEmpty()) {
-        return QStringLiteral("the folder %1 is not empty").arg(processes);
+        return Failure(QStringLiteral("the folder %1 is not empty").arg(processes));
     }
     m_path = path;
     return {};

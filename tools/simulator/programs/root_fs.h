@@ -4,6 +4,8 @@
 #ifndef SIMULATOR_ROOT_FS_H
 #define SIMULATOR_ROOT_FS_H
 
+#include "result.h"
+
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
@@ -18,9 +20,8 @@ public:
     RootFs() = default;
     ~RootFs();
 
-    // Makes the folder, or a temporary one if none is named. The result is what went wrong, or an
-    // empty string.
-    QString make(const QString &folder);
+    // Makes the folder, or a temporary one if the name is empty.
+    Result<> make(const QString &folder);
 
     QString path() const { return m_path; }
 

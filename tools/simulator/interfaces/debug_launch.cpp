@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "programs/debug_launch.h"
+#include "interfaces/debug_launch.h"
+
+#include "bus/values.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QHash>
@@ -33,43 +35,43 @@ const QHash<QString, QString> &signatures()
     return all;
 }
 
-// Empties the file and opens it for the program. Both outputs may go to one file, so that each
-// writes behind what is there.
-QString open(const QString &name, std::shared_ptr<QFile> &file)
+// Truncates the file and opens it for the program; null if there is no name. Both outputs may go to
+// one file, so each of them appends.
+Result<std::shared_ptr<QFile>> open(const QString &name)
 {
     if (name.isNull()) {
-        return {};
+        return nullptr;
     }
     // Without waiting: a named pipe may have no reader.
     const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NOCTTY;
     const int descriptor = ::open(QFile::encodeName(name).constData(), flags | O_NONBLOCK, 0666);
     if (descriptor < 0) {
-        return QStringLiteral("Cannot open \"%1\": %2").arg(name, qt_error_string(errno));
+        return Failure(QStringLiteral("Cannot open \"%1\": %2").arg(name, qt_error_string(errno)));
     }
     fcntl(descriptor, F_SETFL, flags);
-    file = std::make_shared<QFile>();
+    auto file = std::make_shared<QFile>();
     file->open(descriptor, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
-    return {};
+    return file;
 }
 
 } // namespace
 
-QString DebugLaunch::read(const QVariantMap &parameters)
+Result<DebugLaunch> DebugLaunch::fromParameters(const QVariantMap &parameters)
 {
-    m_others = parameters;
-    QString mistake = typeMistake(parameters, signatures());
-    if (!mistake.isEmpty()) {
-        return mistake;
+    DebugLaunch debug;
+    debug.m_others = parameters;
+    if (const Result<> types = checkTypes(parameters, signatures()); !types) {
+        return Failure(types.error());
     }
-    m_wrapper = m_others.take(wrapperKey).toStringList();
-    m_parameters = m_others.take(parametersKey).toStringList();
-    m_environment = m_others.take(environmentKey).toStringList();
-    m_standardOutput = m_others.take(standardOutputKey).toString();
-    m_standardError = m_others.take(standardErrorKey).toString();
-    return environmentMistake(environmentKey, m_environment);
+    debug.m_wrapper = debug.m_others.take(wrapperKey).toStringList();
+    debug.m_parameters = debug.m_others.take(parametersKey).toStringList();
+    debug.m_environment = debug.m_others.take(environmentKey).toStringList();
+    debug.m_standardOutput = debug.m_others.take(standardOutputKey).toString();
+    debug.m_standardError = debug.m_others.take(standardErrorKey).toString();
+    return checkEnvironment(environmentKey, debug.m_environment).map([&debug] { return debug; });
 }
 
-QString DebugLaunch::apply(Launch &launch) const
+Result<> DebugLaunch::apply(Launch &launch) const
 {
     if (!m_wrapper.isEmpty()) {
         launch.arguments.prepend(launch.program);
@@ -78,6 +80,10 @@ QString DebugLaunch::apply(Launch &launch) const
     }
     launch.arguments += m_parameters;
     launch.addEnvironment(m_environment);
-    const QString mistake = open(m_standardOutput, launch.standardOutput);
-    return mistake.isEmpty() ? open(m_standardError, launch.standardError) : mistake;
+    const auto output = open(m_standardOutput);
+    if (!output) {
+        return Failure(output.error());
+    }
+    launch.standardOutput = *output;
+    return open(m_standardError).map([&launch](const auto &file) { launch.standardError = file; });
 }

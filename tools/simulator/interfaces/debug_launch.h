@@ -12,14 +12,13 @@
 class DebugLaunch
 {
 public:
-    // Takes the parameters over. The result is what is wrong with them, or an empty string.
-    QString read(const QVariantMap &parameters);
+    // Reads the parameters, if their types are right.
+    static Result<DebugLaunch> fromParameters(const QVariantMap &parameters);
 
-    // Changes the way in which a program is run. The result is what prevents it, or an empty
-    // string.
-    QString apply(Launch &launch) const;
+    // Changes the way in which a program is run. Fails if an output file cannot be opened.
+    Result<> apply(Launch &launch) const;
 
-    // The parameters that the simulator does nothing with.
+    // The parameters that the simulator ignores.
     QVariantMap others() const { return m_others; }
 
 private:

@@ -1,12 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "bus/signal_sender.h"
+#include "faultdesk/signal_sender.h"
 
 #include "faultdesk/desk_call.h"
+#include "print.h"
+#include "termination.h"
 
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusObjectPath>
+
+#include <cstdio>
 
 namespace
 {
@@ -32,7 +36,7 @@ QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count,
     const QString path = call.arguments().at(0).value<QDBusObjectPath>().path();
     const QString interface = call.arguments().at(1).toString();
     const QString member = call.arguments().at(2).toString();
-    const QVariantList arguments = valuesOf(call.arguments().at(3));
+    const Result<QVariantList> arguments = valuesOf(call.arguments().at(3));
     if (!isInterfaceName(interface)) {
         return refuse(call, QStringLiteral("\"%1\" is no interface name").arg(interface));
     }
@@ -42,9 +46,18 @@ QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count,
     if (interface == localInterface || path == localPath) {
         return refuse(call, QStringLiteral("The bus forbids signals of %1").arg(localInterface));
     }
+    if (!arguments) {
+        return refuse(call, arguments.error());
+    }
     for (uint number = 0; number < count; ++number) {
+        if (Termination::wasRequested()) {
+            const QString error =
+                QStringLiteral("stopped after %1 of %2 signals").arg(number).arg(count);
+            print(stderr, error);
+            return call.createErrorReply(QDBusError::Failed, error);
+        }
         QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
-        signal.setArguments(numbered ? withNumber(arguments, number) : arguments);
+        signal.setArguments(numbered ? withNumber(*arguments, number) : *arguments);
         if (!service.sendSignal(signal)) {
             return call.createErrorReply(QDBusError::Failed,
                                          QStringLiteral("The signal cannot be sent"));
