@@ -6,11 +6,10 @@
 
 #include <QtCore/QStringList>
 
-// The exit statuses, alike for all commands.
+// The exit statuses of all commands. After bad usage it is that of reportBadUsage().
 enum ExitStatus {
     Success = 0,
     OperationFailed = 1,
-    BadUsage = 2,
 };
 
 // A sub-command. Each one is a file of its own, declared here and listed in main.cpp.
@@ -18,7 +17,7 @@ struct Command
 {
     QString name;
     QString summary;
-    // Runs the command with the arguments behind its name, and returns the exit status.
+    // Runs the command with the arguments after its name, and returns the exit status.
     int (*run)(const QStringList &arguments);
 };
 

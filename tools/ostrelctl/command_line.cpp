@@ -38,41 +38,22 @@ void CommandLine::addOption(const QString &name, const QString &valueName,
 
 void CommandLine::addPositional(const QString &name, const QString &description)
 {
-    // The usage line is made of these in order; the first brings the command's name along.
+    // The usage line lists these in order. The first one has the command's name before it.
     const QString syntax = m_positionals.isEmpty() ? m_command + QLatin1Char(' ') + name : name;
     m_parser.addPositionalArgument(name, description, syntax);
     m_positionals.append(name);
 }
 
-std::optional<int> CommandLine::parse(const QStringList &arguments)
+int CommandLine::run(const QStringList &arguments, const std::function<Result<int>()> &command)
 {
-    if (!m_parser.parse(QStringList(QStringLiteral("ostrelctl")) + optionsFirst(arguments))) {
-        tellMistake(m_parser.errorText());
-        return BadUsage;
-    }
-    if (isSet(QStringLiteral("help"))) {
-        // The options belong to the command, so they stand behind it.
-        QString help = m_parser.helpText();
-        if (m_positionals.isEmpty()) {
-            help.replace(help.indexOf(QLatin1String("[options]")), 0, m_command + QLatin1Char(' '));
-        } else {
-            help.replace(QStringLiteral("[options] %1").arg(m_command),
-                         QStringLiteral("%1 [options]").arg(m_command));
-        }
-        QTextStream(stdout) << help;
+    const Result<> parsed = parse(arguments);
+    if (parsed && isSet(QStringLiteral("help"))) {
+        QTextStream(stdout) << helpText();
         return Success;
     }
-    const QStringList given = m_parser.positionalArguments();
-    if (given.size() < m_positionals.size()) {
-        tellMistake(QStringLiteral("%1 is missing").arg(m_positionals.at(given.size())));
-        return BadUsage;
-    }
-    if (given.size() > m_positionals.size()) {
-        tellMistake(
-            QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_positionals.size())));
-        return BadUsage;
-    }
-    return std::nullopt;
+    const Result<int> status = parsed.and_then(command);
+    return status ? *status
+                  : reportBadUsage(QStringLiteral("ostrelctl ") + m_command, status.error());
 }
 
 bool CommandLine::wantsJson() const
@@ -80,54 +61,50 @@ bool CommandLine::wantsJson() const
     return isSet(QStringLiteral("json"));
 }
 
-std::optional<QString> CommandLine::text(int index) const
+Result<QString> CommandLine::text(int index) const
 {
     const QString text = positional(index);
     if (text.isEmpty()) {
-        tellMistake(QStringLiteral("%1 is empty").arg(m_positionals.at(index)));
-        return std::nullopt;
+        return Failure(QStringLiteral("%1 is empty").arg(m_positionals.at(index)));
     }
     return text;
 }
 
-std::optional<int> CommandLine::number(int index, int least) const
+Result<int> CommandLine::number(int index, int least) const
 {
     bool ok = false;
     const int number = positional(index).toInt(&ok);
     if (!ok || number < least) {
-        tellMistake(QStringLiteral("%1 takes a whole number from %2 to %3, not \"%4\"")
-                        .arg(m_positionals.at(index))
-                        .arg(least)
-                        .arg(std::numeric_limits<int>::max())
-                        .arg(positional(index)));
-        return std::nullopt;
+        return Failure(QStringLiteral("%1 takes a whole number from %2 to %3, not \"%4\"")
+                           .arg(m_positionals.at(index))
+                           .arg(least)
+                           .arg(std::numeric_limits<int>::max())
+                           .arg(positional(index)));
     }
     return number;
 }
 
-bool CommandLine::isFile(const QString &option) const
+Result<QString> CommandLine::file(const QString &option) const
 {
     if (isSet(option) && value(option).isEmpty()) {
-        tellMistake(QStringLiteral("--%1 takes the name of a file").arg(option));
-        return false;
+        return Failure(QStringLiteral("--%1 takes the name of a file").arg(option));
     }
-    return true;
+    return value(option);
 }
 
-std::optional<QStringList> CommandLine::assignments(const QString &option) const
+Result<QStringList> CommandLine::assignments(const QString &option) const
 {
     const QStringList all = values(option);
     for (const QString &each : all) {
         if (each.indexOf(QLatin1Char('=')) < 1) {
-            tellMistake(QStringLiteral("--%1 takes NAME=VALUE, not \"%2\"").arg(option, each));
-            return std::nullopt;
+            return Failure(QStringLiteral("--%1 takes NAME=VALUE, not \"%2\"").arg(option, each));
         }
     }
     return all;
 }
 
-// Not QProcess::splitCommand(), which drops empty words and takes a quote that does not end.
-std::optional<QStringList> CommandLine::words(const QString &option) const
+// Unlike QProcess::splitCommand(), keeps empty words and refuses a quote that does not end.
+Result<QStringList> CommandLine::words(const QString &option) const
 {
     const QString text = value(option);
     const QChar quote = QLatin1Char('"');
@@ -157,20 +134,42 @@ std::optional<QStringList> CommandLine::words(const QString &option) const
         words.last() += character;
     }
     if (inQuotes) {
-        tellMistake(QStringLiteral("a quote in --%1 does not end: \"%2\"").arg(option, text));
-        return std::nullopt;
+        return Failure(QStringLiteral("a quote in --%1 does not end: \"%2\"").arg(option, text));
     }
     return words;
 }
 
-void CommandLine::tellMistake(const QString &mistake) const
+// --help needs no positional arguments.
+Result<> CommandLine::parse(const QStringList &arguments)
 {
-    QTextStream(stderr) << "ostrelctl " << m_command << ": " << mistake << "\nTry 'ostrelctl "
-                        << m_command << " --help'.\n";
+    if (!m_parser.parse(QStringList(QStringLiteral("ostrelctl")) + optionsFirst(arguments))) {
+        return Failure(m_parser.errorText());
+    }
+    const QStringList given = m_parser.positionalArguments();
+    if (isSet(QStringLiteral("help")) || given.size() == m_positionals.size()) {
+        return {};
+    }
+    return Failure(
+        given.size() < m_positionals.size()
+            ? QStringLiteral("%1 is missing").arg(m_positionals.at(given.size()))
+            : QStringLiteral("unexpected argument \"%1\"").arg(given.at(m_positionals.size())));
 }
 
-// The parser takes whatever begins with a dash for an option, a negative number too. What is not an
-// option goes behind a "--", where the parser takes everything as it is.
+// The options belong to the command, so the usage line has them after its name.
+QString CommandLine::helpText() const
+{
+    QString help = m_parser.helpText();
+    if (m_positionals.isEmpty()) {
+        help.replace(help.indexOf(QLatin1String("[options]")), 0, m_command + QLatin1Char(' '));
+    } else {
+        help.replace(QStringLiteral("[options] %1").arg(m_command),
+                     QStringLiteral("%1 [options]").arg(m_command));
+    }
+    return help;
+}
+
+// The parser takes a negative number for an option. What is not an option goes after a "--", where
+// the parser takes everything as it is.
 QStringList CommandLine::optionsFirst(const QStringList &arguments) const
 {
     static const QRegularExpression negativeNumber(QStringLiteral("\\A-[0-9]"));
@@ -192,6 +191,6 @@ QStringList CommandLine::optionsFirst(const QStringList &arguments) const
             rest.append(argument);
         }
     }
-    // A value that is missing at the end is for the parser to miss.
+    // The parser reports a value that is missing at the end.
     return isValue ? rest + options : options + QStringList(QStringLiteral("--")) + rest;
 }

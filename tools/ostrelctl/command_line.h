@@ -4,34 +4,35 @@
 #ifndef OSTRELCTL_COMMAND_LINE_H
 #define OSTRELCTL_COMMAND_LINE_H
 
+#include "result.h"
+
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QStringList>
 
+#include <functional>
 #include <limits>
-#include <optional>
 
-// The command line of one sub-command: its options, --help among them, and how its mistakes are
-// told.
+// The command line of one sub-command, with its options. All have --help.
 class CommandLine
 {
 public:
     CommandLine(const QString &command, const QString &description);
 
-    // An option without a value. One that is not known is bad usage.
+    // An option without a value.
     void addFlag(const QString &name, const QString &description);
 
-    // The flag of all commands. What it prints is told in the help.
+    // The flag --json. The help says what it prints.
     void addJsonFlag(const QString &printed = QStringLiteral("the result as one JSON document"));
 
     // An option with a value, which may be given several times.
     void addOption(const QString &name, const QString &valueName, const QString &description);
 
-    // The positional arguments are all required, and come in this order.
+    // A positional argument. All of them are required, in the order in which they are added.
     void addPositional(const QString &name, const QString &description);
 
-    // Reads the arguments. The result is an exit status if there is nothing more to do: help was
-    // asked for and printed, or the usage is bad and the mistake was told.
-    std::optional<int> parse(const QStringList &arguments);
+    // Reads the arguments, and runs the command if they are right and do not ask for help. Reports
+    // an error in the arguments, also one that the command returns. Returns the exit status.
+    int run(const QStringList &arguments, const std::function<Result<int>()> &command);
 
     bool isSet(const QString &option) const { return m_parser.isSet(option); }
     bool wantsJson() const;
@@ -39,30 +40,29 @@ public:
     // The values of an option, in the order in which they were given.
     QStringList values(const QString &option) const { return m_parser.values(option); }
 
-    // The value of an option that counts once: the last one given; empty if there is none.
+    // The last value of an option; empty if there is none.
     QString value(const QString &option) const { return m_parser.value(option); }
 
     QString positional(int index) const { return m_parser.positionalArguments().at(index); }
 
-    // A positional argument that is not empty; without one, the mistake was told.
-    std::optional<QString> text(int index) const;
+    // A positional argument that is not empty.
+    Result<QString> text(int index) const;
 
-    // A positional argument as a number from the least one on; without one, the mistake was told.
-    std::optional<int> number(int index, int least = std::numeric_limits<int>::min()) const;
+    // A positional argument as a number of at least this.
+    Result<int> number(int index, int least = std::numeric_limits<int>::min()) const;
 
-    // Whether an option names a file if it was given; if not, the mistake was told.
-    bool isFile(const QString &option) const;
+    // The value of an option as the name of a file; a null string if the option is not given.
+    Result<QString> file(const QString &option) const;
 
-    // The values of an option, each of the form NAME=VALUE; if one is not, the mistake was told.
-    std::optional<QStringList> assignments(const QString &option) const;
+    // The values of an option, each of the form NAME=VALUE.
+    Result<QStringList> assignments(const QString &option) const;
 
-    // The value of an option as the words of a command; if it is none, the mistake was told.
-    std::optional<QStringList> words(const QString &option) const;
-
-    // Says what is wrong with the arguments, and where help is.
-    void tellMistake(const QString &mistake) const;
+    // The value of an option, split into the words of a command.
+    Result<QStringList> words(const QString &option) const;
 
 private:
+    Result<> parse(const QStringList &arguments);
+    QString helpText() const;
     QStringList optionsFirst(const QStringList &arguments) const;
 
     QString m_command;

@@ -124,16 +124,18 @@ QString knownHints()
     return lines;
 }
 
-QString setHint(Hints &hints, const QString &assignment)
+Result<> setHint(Hints &hints, const QString &assignment)
 {
     const QString name = assignment.section(QLatin1Char('='), 0, 0);
     const QString value = assignment.section(QLatin1Char('='), 1);
     for (const Hint &hint : all) {
         if (name == QLatin1String(hint.name)) {
-            return set(hints, hint, value)
-                ? QString()
-                : QStringLiteral("the hint %1 takes %2, not \"%3\"").arg(name, formOf(hint), value);
+            if (set(hints, hint, value)) {
+                return {};
+            }
+            return Failure(
+                QStringLiteral("the hint %1 takes %2, not \"%3\"").arg(name, formOf(hint), value));
         }
     }
-    return QStringLiteral("no hint \"%1\"").arg(name);
+    return Failure(QStringLiteral("no hint \"%1\"").arg(name));
 }

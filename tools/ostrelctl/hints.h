@@ -4,14 +4,16 @@
 #ifndef OSTRELCTL_HINTS_H
 #define OSTRELCTL_HINTS_H
 
+#include "result.h"
+
 #include <Ostrel/TaskInvoker>
 
 #include <QtCore/QStringList>
 
-// What a hint is named, and of which form its value is, a line each.
+// The names of the hints and the forms of their values, one hint a line.
 QString knownHints();
 
-// Sets a hint from "NAME=VALUE". The result says what is wrong with it; null if nothing is.
-QString setHint(Ostrel::TaskInvoker::Hints &hints, const QString &assignment);
+// Sets a hint from "NAME=VALUE".
+Result<> setHint(Ostrel::TaskInvoker::Hints &hints, const QString &assignment);
 
 #endif

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "command.h"
+#include "result.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
@@ -14,12 +15,6 @@
 
 namespace
 {
-
-int tellMistake(const QString &mistake)
-{
-    QTextStream(stderr) << "ostrelctl: " << mistake << "\nTry 'ostrelctl --help'.\n";
-    return BadUsage;
-}
 
 // The exit status, when everything has been printed.
 int finish(int status)
@@ -55,6 +50,7 @@ int main(int argc, char **argv)
         "The exit status is 0 on success, 1 with \"error: NAME: message\" on standard error when\n"
         "the operation failed, and 2 on bad usage.");
 
+    const QString program = QCoreApplication::applicationName();
     QCommandLineParser parser;
     parser.setApplicationDescription(description);
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
@@ -65,7 +61,7 @@ int main(int argc, char **argv)
     parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("What to do."),
                                  QStringLiteral("COMMAND ..."));
     if (!parser.parse(QCoreApplication::arguments())) {
-        return tellMistake(parser.errorText());
+        return reportBadUsage(program, parser.errorText());
     }
     if (parser.isSet(QStringLiteral("help"))) {
         QTextStream(stdout) << parser.helpText();
@@ -78,13 +74,13 @@ int main(int argc, char **argv)
 
     QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty()) {
-        return tellMistake(QStringLiteral("a command is missing"));
+        return reportBadUsage(program, QStringLiteral("a command is missing"));
     }
     const QString name = arguments.takeFirst();
     const auto command = std::find_if(commands.cbegin(), commands.cend(),
                                       [&name](const Command &each) { return each.name == name; });
     if (command == commands.cend()) {
-        return tellMistake(QStringLiteral("no command \"%1\"").arg(name));
+        return reportBadUsage(program, QStringLiteral("no command \"%1\"").arg(name));
     }
     return finish(command->run(arguments));
 }

@@ -68,22 +68,21 @@ int run(const QStringList &arguments)
                      QStringLiteral("Lists the running applications, and the running services.\n"
                                     "States and kinds are the service's numbers."));
     line.addJsonFlag();
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    QVector<RunningApplication> applications;
-    QVector<RunningService> services;
-    const Ostrel::Error error = ControlClient().getRunningApplications(applications, services);
-    if (error) {
-        return conclude(error, line.wantsJson(), {});
-    }
-    if (line.wantsJson()) {
-        printJson({{QStringLiteral("applications"), toJson(applications)},
-                   {QStringLiteral("services"), toJson(services)}});
-    } else {
-        printRecords(applications, services);
-    }
-    return Success;
+    return line.run(arguments, [&line]() -> Result<int> {
+        QVector<RunningApplication> applications;
+        QVector<RunningService> services;
+        const Ostrel::Error error = ControlClient().getRunningApplications(applications, services);
+        if (error) {
+            return conclude(error, line.wantsJson(), {});
+        }
+        if (line.wantsJson()) {
+            printJson({{QStringLiteral("applications"), toJson(applications)},
+                       {QStringLiteral("services"), toJson(services)}});
+        } else {
+            printRecords(applications, services);
+        }
+        return Success;
+    });
 }
 
 } // namespace

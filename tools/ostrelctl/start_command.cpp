@@ -30,14 +30,11 @@ int start(const QStringList &arguments)
                                     "instance."));
     line.addJsonFlag();
     line.addPositional(QStringLiteral("APP"), QStringLiteral("Identifies the application."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto app = line.text(0);
-    if (!app) {
-        return BadUsage;
-    }
-    return report(ControlClient().start(*app), line.wantsJson());
+    return line.run(arguments, [&]() -> Result<int> {
+        return line.text(0).map([&line](const QString &app) {
+            return report(ControlClient().start(app), line.wantsJson());
+        });
+    });
 }
 
 // The service has a working folder of its own.
@@ -77,39 +74,40 @@ int debug(const QStringList &arguments)
     line.addOption(stderrFile, QStringLiteral("FILE"),
                    QStringLiteral("Write the program's standard error to this file."));
     line.addPositional(QStringLiteral("APP"), QStringLiteral("Identifies the application."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto app = line.text(0);
-    const auto environment = app ? line.assignments(env) : std::nullopt;
-    const auto wrapperWords = environment ? line.words(wrapper) : std::nullopt;
-    if (!wrapperWords || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
-        return BadUsage;
-    }
+    return line.run(arguments, [&]() -> Result<int> {
+        const auto app = line.text(0);
+        const auto environment = line.assignments(env);
+        const auto wrapperWords = line.words(wrapper);
+        const auto output = line.file(stdoutFile);
+        const auto errors = line.file(stderrFile);
+        if (const auto error = firstError(app, environment, wrapperWords, output, errors)) {
+            return Failure(*error);
+        }
 
-    Ostrel::DebugParams params;
-    if (line.isSet(wrapper)) {
-        params.setApplicationWrapper(*wrapperWords);
-    }
-    if (line.isSet(param)) {
-        params.setCommandLineParams(line.values(param));
-    }
-    if (line.isSet(env)) {
-        params.setEnvironment(*environment);
-    }
-    if (line.isSet(firejailParam)) {
-        params.setFireJailParams(line.values(firejailParam));
-    }
-    if (line.isSet(noSandbox)) {
-        params.setSandboxEnabled(false);
-    }
-    if (line.isSet(stdoutFile)) {
-        params.setStdoutFile(absolute(line.value(stdoutFile)));
-    }
-    if (line.isSet(stderrFile)) {
-        params.setStderrFile(absolute(line.value(stderrFile)));
-    }
-    return report(ControlClient().startDebug(*app, params), line.wantsJson());
+        Ostrel::DebugParams params;
+        if (line.isSet(wrapper)) {
+            params.setApplicationWrapper(*wrapperWords);
+        }
+        if (line.isSet(param)) {
+            params.setCommandLineParams(line.values(param));
+        }
+        if (line.isSet(env)) {
+            params.setEnvironment(*environment);
+        }
+        if (line.isSet(firejailParam)) {
+            params.setFireJailParams(line.values(firejailParam));
+        }
+        if (line.isSet(noSandbox)) {
+            params.setSandboxEnabled(false);
+        }
+        if (line.isSet(stdoutFile)) {
+            params.setStdoutFile(absolute(*output));
+        }
+        if (line.isSet(stderrFile)) {
+            params.setStderrFile(absolute(*errors));
+        }
+        return report(ControlClient().startDebug(*app, params), line.wantsJson());
+    });
 }
 
 } // namespace

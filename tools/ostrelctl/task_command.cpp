@@ -16,18 +16,13 @@
 namespace
 {
 
-int tellMistake(const QString &mistake)
-{
-    QTextStream(stderr) << "ostrelctl task: " << mistake << "\nTry 'ostrelctl task --help'.\n";
-    return BadUsage;
-}
-
 int run(const QStringList &arguments)
 {
     const std::array commands{taskListCommand(), taskStartCommand(), taskStopCommand(),
                               taskWatchCommand()};
+    const QString program = QStringLiteral("ostrelctl task");
     if (arguments.isEmpty()) {
-        return tellMistake(QStringLiteral("a command is missing"));
+        return reportBadUsage(program, QStringLiteral("a command is missing"));
     }
     const QString &name = arguments.constFirst();
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
@@ -44,7 +39,7 @@ int run(const QStringList &arguments)
     const auto command = std::find_if(commands.cbegin(), commands.cend(),
                                       [&name](const Command &each) { return each.name == name; });
     if (command == commands.cend()) {
-        return tellMistake(QStringLiteral("no command \"%1\"").arg(name));
+        return reportBadUsage(program, QStringLiteral("no command \"%1\"").arg(name));
     }
     return command->run(arguments.mid(1));
 }

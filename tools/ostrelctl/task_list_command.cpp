@@ -32,18 +32,17 @@ int run(const QStringList &arguments)
     TaskLine line(QStringLiteral("list"),
                   QStringLiteral("Lists the tasks of a type: those that can be started, and those "
                                  "that are active."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const bool json = line.wantsJson();
-    return withInvoker(line, [json](const Ostrel::TaskInvoker &invoker) {
-        if (json) {
-            printJson({{QStringLiteral("availableTasks"), toJson(invoker.availableTasks())},
-                       {QStringLiteral("activeTasks"), toJson(invoker.activeTasks())}});
-        } else {
-            printTable(invoker);
-        }
-        QCoreApplication::exit(Success);
+    return line.run(arguments, [&line]() -> Result<int> {
+        const bool json = line.wantsJson();
+        return withInvoker(line, [json](const Ostrel::TaskInvoker &invoker) {
+            if (json) {
+                printJson({{QStringLiteral("availableTasks"), toJson(invoker.availableTasks())},
+                           {QStringLiteral("activeTasks"), toJson(invoker.activeTasks())}});
+            } else {
+                printTable(invoker);
+            }
+            QCoreApplication::exit(Success);
+        });
     });
 }
 

@@ -36,45 +36,42 @@ int run(const QStringList &arguments)
     line.addOption(cgroup, assignment,
                    QStringLiteral("Set this in the task's control groups; repeatable."));
     line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto environment = line.assignments(env);
-    const auto hintList = environment ? line.assignments(hint) : std::nullopt;
-    const auto settings = hintList ? line.assignments(cgroup) : std::nullopt;
-    if (!settings) {
-        return BadUsage;
-    }
-
-    Ostrel::TaskInvoker::StartupInfo info;
-    if (line.isSet(param)) {
-        info.setParameters(line.values(param));
-    }
-    for (const QString &variable : *environment) {
-        const auto [name, value] = split(variable);
-        info.addEnvironmentVariable(name, value);
-    }
-    Ostrel::TaskInvoker::Hints hints;
-    for (const QString &each : *hintList) {
-        const QString mistake = setHint(hints, each);
-        if (!mistake.isNull()) {
-            line.tellMistake(mistake);
-            return BadUsage;
+    return line.run(arguments, [&]() -> Result<int> {
+        const auto environment = line.assignments(env);
+        const auto hintList = line.assignments(hint);
+        const auto settings = line.assignments(cgroup);
+        if (const auto error = firstError(environment, hintList, settings)) {
+            return Failure(*error);
         }
-    }
-    for (const QString &setting : *settings) {
-        const auto [name, value] = split(setting);
-        hints.addCGroupSetting(name, value.toUtf8());
-    }
 
-    return withInvoker(line, [&line, &info, &hints](Ostrel::TaskInvoker &invoker) {
-        const auto onStarted = [&line](int number, const Ostrel::Error &error) {
-            QCoreApplication::exit(error
-                                       ? line.conclude(error)
-                                       : line.conclude(error, {{QStringLiteral("number"), number}},
-                                                       QString::number(number)));
-        };
-        invoker.start(line.positional(1), info, hints, onStarted);
+        Ostrel::TaskInvoker::StartupInfo info;
+        if (line.isSet(param)) {
+            info.setParameters(line.values(param));
+        }
+        for (const QString &variable : *environment) {
+            const auto [name, value] = split(variable);
+            info.addEnvironmentVariable(name, value);
+        }
+        Ostrel::TaskInvoker::Hints hints;
+        for (const QString &each : *hintList) {
+            if (const Result<> set = setHint(hints, each); !set) {
+                return Failure(set.error());
+            }
+        }
+        for (const QString &setting : *settings) {
+            const auto [name, value] = split(setting);
+            hints.addCGroupSetting(name, value.toUtf8());
+        }
+
+        return withInvoker(line, [&line, &info, &hints](Ostrel::TaskInvoker &invoker) {
+            const auto onStarted = [&line](int number, const Ostrel::Error &error) {
+                QCoreApplication::exit(error ? line.conclude(error)
+                                             : line.conclude(error,
+                                                             {{QStringLiteral("number"), number}},
+                                                             QString::number(number)));
+            };
+            invoker.start(line.positional(1), info, hints, onStarted);
+        });
     });
 }
 

@@ -13,12 +13,11 @@ int run(const QStringList &arguments)
 {
     TaskLine line(QStringLiteral("stop"), QStringLiteral("Stops a task."));
     line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
-        invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
-            QCoreApplication::exit(line.conclude(error));
+    return line.run(arguments, [&line]() -> Result<int> {
+        return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
+            invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
+                QCoreApplication::exit(line.conclude(error));
+            });
         });
     });
 }

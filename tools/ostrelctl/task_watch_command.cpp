@@ -47,27 +47,27 @@ int run(const QStringList &arguments)
         QStringLiteral("Prints the lists of a type's tasks whenever the service announces "
                        "one, with the\ntime, until Ctrl-C."),
         QStringLiteral("each list as a JSON object on a line"));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-
-    const bool json = line.wantsJson();
-    TaskInvoker invoker(line.bus(), line.type());
-    QObject::connect(&invoker, &TaskInvoker::activeTasksChanged, QCoreApplication::instance(),
-                     [&invoker, json] { printActive(invoker, json); });
-    QObject::connect(&invoker, &TaskInvoker::availableTasksChanged, QCoreApplication::instance(),
-                     [&invoker, json] { printAvailable(invoker, json); });
-    const UntilInterrupted untilInterrupted(line.bus() == TaskInvoker::SystemBus
-                                                ? QDBusConnection::systemBus()
-                                                : QDBusConnection::sessionBus());
-    invoker.onReady([&line](const Ostrel::Error &error) {
-        if (error) {
-            QCoreApplication::exit(line.conclude(error));
-        } else {
-            QTextStream(stderr) << "watching the tasks of " << line.type() << "; Ctrl-C ends it\n";
-        }
+    return line.run(arguments, [&line]() -> Result<int> {
+        const bool json = line.wantsJson();
+        TaskInvoker invoker(line.bus(), line.type());
+        QObject::connect(&invoker, &TaskInvoker::activeTasksChanged, QCoreApplication::instance(),
+                         [&invoker, json] { printActive(invoker, json); });
+        QObject::connect(&invoker, &TaskInvoker::availableTasksChanged,
+                         QCoreApplication::instance(),
+                         [&invoker, json] { printAvailable(invoker, json); });
+        const UntilInterrupted untilInterrupted(line.bus() == TaskInvoker::SystemBus
+                                                    ? QDBusConnection::systemBus()
+                                                    : QDBusConnection::sessionBus());
+        invoker.onReady([&line](const Ostrel::Error &error) {
+            if (error) {
+                QCoreApplication::exit(line.conclude(error));
+            } else {
+                QTextStream(stderr)
+                    << "watching the tasks of " << line.type() << "; Ctrl-C ends it\n";
+            }
+        });
+        return QCoreApplication::exec();
     });
-    return QCoreApplication::exec();
 }
 
 } // namespace

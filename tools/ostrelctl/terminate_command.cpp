@@ -16,14 +16,11 @@ int run(const QStringList &arguments)
     line.addJsonFlag();
     line.addPositional(QStringLiteral("INSTANCE"),
                        QStringLiteral("Identifies the instance, as 'start' and 'watch' print it."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto instance = line.text(0);
-    if (!instance) {
-        return BadUsage;
-    }
-    return conclude(ControlClient().terminate(*instance), line.wantsJson(), {});
+    return line.run(arguments, [&line]() -> Result<int> {
+        return line.text(0).map([&line](const QString &instance) {
+            return conclude(ControlClient().terminate(instance), line.wantsJson(), {});
+        });
+    });
 }
 
 } // namespace

@@ -84,33 +84,31 @@ int run(const QStringList &arguments)
         QStringLiteral("Prints a line for each event in the life of applications, with the time, "
                        "until Ctrl-C."));
     line.addJsonFlag(QStringLiteral("each event as a JSON object on a line"));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-
-    const ControlClient control;
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        return conclude(
-            Ostrel::Error(Ostrel::Error::Failed, QStringLiteral("Not connected to D-Bus server")),
-            line.wantsJson(), {});
-    }
-    const UntilInterrupted untilInterrupted(bus);
-    const Watch watch(control, line.wantsJson());
-    QTextStream err(stderr);
-    err << "watching the applications; Ctrl-C ends it\n";
-    const QDBusReply<bool> isRunning =
-        bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
-    if (isRunning.isValid() && !isRunning.value()) {
-        err << "note: the service is not running yet\n";
-        const QString advice =
-            adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()), QDBusConnection::SessionBus);
-        if (!advice.isNull()) {
-            err << "hint: " << advice << '\n';
+    return line.run(arguments, [&line]() -> Result<int> {
+        const ControlClient control;
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected()) {
+            return conclude(Ostrel::Error(Ostrel::Error::Failed,
+                                          QStringLiteral("Not connected to D-Bus server")),
+                            line.wantsJson(), {});
         }
-    }
-    err.flush();
-    return QCoreApplication::exec();
+        const UntilInterrupted untilInterrupted(bus);
+        const Watch watch(control, line.wantsJson());
+        QTextStream err(stderr);
+        err << "watching the applications; Ctrl-C ends it\n";
+        const QDBusReply<bool> isRunning =
+            bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
+        if (isRunning.isValid() && !isRunning.value()) {
+            err << "note: the service is not running yet\n";
+            const QString advice = adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()),
+                                            QDBusConnection::SessionBus);
+            if (!advice.isNull()) {
+                err << "hint: " << advice << '\n';
+            }
+        }
+        err.flush();
+        return QCoreApplication::exec();
+    });
 }
 
 } // namespace

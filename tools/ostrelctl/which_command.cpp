@@ -24,31 +24,31 @@ int run(const QStringList &arguments)
                        "OSTREL_ROOTFS names if it is set;\nno bus is needed."));
     line.addJsonFlag();
     line.addPositional(QStringLiteral("PID"), QStringLiteral("The number of the process."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto pid = line.number(0, 1);
-    if (!pid) {
-        return BadUsage;
-    }
+    return line.run(arguments, [&line]() -> Result<int> {
+        const auto pid = line.number(0, 1);
+        if (!pid) {
+            return Failure(pid.error());
+        }
 
-    // A Control opens the session bus, and waits for one that hangs. This is the address of none.
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    const Ostrel::Control control;
-    const QString appId = control.getAppIdByPid(*pid);
-    const QString instance = control.getAppInstanceIdByPid(*pid);
-    const QJsonObject result{{QStringLiteral("pid"), *pid},
-                             {QStringLiteral("appId"), orNull(appId)},
-                             {QStringLiteral("appInstanceId"), orNull(instance)}};
-    if (appId.isNull()) {
+        // A Control opens the session bus, and waits for one that hangs. This is the address of
+        // none.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        const Ostrel::Control control;
+        const QString appId = control.getAppIdByPid(*pid);
+        const QString instance = control.getAppInstanceIdByPid(*pid);
+        const QJsonObject result{{QStringLiteral("pid"), *pid},
+                                 {QStringLiteral("appId"), orNull(appId)},
+                                 {QStringLiteral("appInstanceId"), orNull(instance)}};
+        if (appId.isNull()) {
+            return conclude(
+                Ostrel::Error(Ostrel::Error::Failed,
+                              QStringLiteral("process %1 belongs to no application").arg(*pid)),
+                line.wantsJson(), result, QString(), std::nullopt);
+        }
         return conclude(
-            Ostrel::Error(Ostrel::Error::Failed,
-                          QStringLiteral("process %1 belongs to no application").arg(*pid)),
-            line.wantsJson(), result, QString(), std::nullopt);
-    }
-    return conclude(
-        Ostrel::Error(), line.wantsJson(), result,
-        QStringLiteral("%1 %2").arg(appId, instance.isNull() ? QStringLiteral("-") : instance));
+            Ostrel::Error(), line.wantsJson(), result,
+            QStringLiteral("%1 %2").arg(appId, instance.isNull() ? QStringLiteral("-") : instance));
+    });
 }
 
 } // namespace

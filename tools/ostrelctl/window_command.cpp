@@ -25,27 +25,26 @@ int run(const QStringList &arguments)
     line.addPositional(QStringLiteral("STATUS"), QStringLiteral("The window's status, a number."));
     line.addPositional(QStringLiteral("ARG1"), QStringLiteral("A further number."));
     line.addPositional(QStringLiteral("ARG2"), QStringLiteral("A further number."));
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    const auto status = line.number(1);
-    const auto arg1 = status ? line.number(2) : std::nullopt;
-    const auto arg2 = arg1 ? line.number(3) : std::nullopt;
-    if (!arg2) {
-        return BadUsage;
-    }
+    return line.run(arguments, [&line]() -> Result<int> {
+        const auto status = line.number(1);
+        const auto arg1 = line.number(2);
+        const auto arg2 = line.number(3);
+        if (const auto error = firstError(status, arg1, arg2)) {
+            return Failure(*error);
+        }
 
-    const SessionBus bus;
-    Ostrel::WindowManagement windows;
-    const bool json = line.wantsJson();
-    windows.updateWindowStatus(
-        line.positional(0), *status, *arg1, *arg2, &windows,
-        [json](Ostrel::ApplicationState state, const Ostrel::Error &error) {
-            QCoreApplication::exit(conclude(error, json,
-                                            {{QStringLiteral("state"), static_cast<qint64>(state)}},
-                                            QString::number(state)));
-        });
-    return QCoreApplication::exec();
+        const SessionBus bus;
+        Ostrel::WindowManagement windows;
+        const bool json = line.wantsJson();
+        windows.updateWindowStatus(
+            line.positional(0), *status, *arg1, *arg2, &windows,
+            [json](Ostrel::ApplicationState state, const Ostrel::Error &error) {
+                QCoreApplication::exit(
+                    conclude(error, json, {{QStringLiteral("state"), static_cast<qint64>(state)}},
+                             QString::number(state)));
+            });
+        return QCoreApplication::exec();
+    });
 }
 
 } // namespace
