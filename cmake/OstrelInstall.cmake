@@ -1,12 +1,11 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-# What a program needs to build against the library: the library itself, its public headers, the
-# CMake package and the pkg-config module.
+# What a program needs to build against the library, besides its public headers: the library itself,
+# the CMake package and the pkg-config module.
 
 include(CMakePackageConfigHelpers)
 
-set(_headers "${CMAKE_INSTALL_INCLUDEDIR}/ostrel-system-qt5")
 set(_package "${CMAKE_INSTALL_LIBDIR}/cmake/OstrelSystemQt5")
 
 install(TARGETS ostrel-system-qt5 EXPORT OstrelSystemQt5Targets
@@ -14,23 +13,6 @@ install(TARGETS ostrel-system-qt5 EXPORT OstrelSystemQt5Targets
     COMPONENT runtime
     NAMELINK_COMPONENT development
 )
-
-install(FILES
-    lib/Ostrel/control.h
-    lib/Ostrel/debug_params.h
-    lib/Ostrel/error.h
-    lib/Ostrel/export.h
-    lib/Ostrel/task_invoker.h
-    lib/Ostrel/window_management.h
-    lib/Ostrel/Control
-    lib/Ostrel/DebugParams
-    lib/Ostrel/Error
-    lib/Ostrel/TaskInvoker
-    lib/Ostrel/WindowManagement
-    DESTINATION "${_headers}/Ostrel"
-    COMPONENT development
-)
-install(FILES common/DBus/types.h DESTINATION "${_headers}/DBus" COMPONENT development)
 
 install(EXPORT OstrelSystemQt5Targets
     NAMESPACE Ostrel::

@@ -3,9 +3,9 @@
   SPDX-FileCopyrightText: 2026 The libostrel authors
   SPDX-License-Identifier: LGPL-2.1-or-later
 -->
-<!-- Turns the introspection XML of one interface into a piece of HTML. What a comment says belongs
-     to the element behind it; in a comment, a line that begins with the name of an argument or with
-     a quoted key and its type begins an item of a list. -->
+<!-- Turns the introspection XML of one interface into a piece of HTML. A comment describes the
+     element after it. In a comment, a line that begins with the name of an argument, or with a
+     quoted key and its type, begins an item of a list. -->
 <xsl:stylesheet version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
                 xmlns:str="http://exslt.org/strings" exclude-result-prefixes="str">
   <xsl:output method="html" encoding="UTF-8" indent="no"/>
@@ -89,8 +89,8 @@
   <xsl:template name="paragraph">
     <xsl:param name="text"/>
     <xsl:param name="names"/>
-    <!-- "¶" before each line that begins an item. The blank keeps the first part from being empty:
-         empty ones would be dropped. -->
+    <!-- "¶" before each line that begins an item. str:split() drops empty parts; the blank keeps the
+         first one. -->
     <xsl:variable name="marked">
       <xsl:text> </xsl:text>
       <xsl:for-each select="str:tokenize($text, '&#10;')">

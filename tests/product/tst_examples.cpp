@@ -48,7 +48,8 @@ void TestExamples::initTestCase()
     m_environment.insert(QStringLiteral("CXXFLAGS"),
                          QStringLiteral("-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS));
     m_environment.insert(QStringLiteral("LSAN_OPTIONS"),
-                         QStringLiteral("suppressions=" SOURCE_DIR "/tests/product/lsan_examples.supp"
+                         QStringLiteral("suppressions=" SOURCE_DIR
+                                        "/tests/product/lsan_examples.supp"
                                         ":print_suppressions=0"));
     const QString build = m_folder.filePath(QStringLiteral("build"));
     const QVector<QStringList> steps{

@@ -12,14 +12,24 @@
 namespace
 {
 
-const QStringList interfaces{QStringLiteral("Control1"), QStringLiteral("Simulator1"),
-                             QStringLiteral("TaskInvoker1"), QStringLiteral("TaskInvokerSession1"),
-                             QStringLiteral("WindowManagement1")};
-
 QString descriptionOf(const QString &interface)
 {
     return QStringLiteral(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface);
 }
+
+// The short names of all interfaces.
+QStringList interfacesInFolder()
+{
+    QStringList names;
+    const QStringList files = QDir(QStringLiteral(INTERFACES_DIR))
+                                  .entryList({QStringLiteral(OSTREL_SERVICE_NAME "*.xml")});
+    for (const QString &file : files) {
+        names.append(file.section(QLatin1Char('.'), -2, -2));
+    }
+    return names;
+}
+
+const QStringList interfaces = interfacesInFolder();
 
 // The records of the fault desk, which its user declares.
 const char *const deskRecords = "#pragma once\n"
@@ -75,9 +85,7 @@ private:
 
 void TestGeneratedCode::initTestCase()
 {
-    for (const QString &interface : interfaces) {
-        QVERIFY2(QFile::exists(descriptionOf(interface)), qPrintable(interface));
-    }
+    QVERIFY(interfaces.contains(QStringLiteral("Control1")));
 }
 
 QString TestGeneratedCode::succeed(const QString &program, const QStringList &arguments) const

@@ -1,0 +1,42 @@
+# SPDX-FileCopyrightText: 2026 The libostrel authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+# The one list of public headers: what is installed, the headers that are named after their classes,
+# and the types whose binary interface is kept come from it.
+#
+# A line is a header, with a class after it if it has one to be named after.
+set(OSTREL_PUBLIC_HEADERS
+    "common/DBus/types.h"
+    "lib/Ostrel/control.h Control"
+    "lib/Ostrel/debug_params.h DebugParams"
+    "lib/Ostrel/error.h Error"
+    "lib/Ostrel/export.h"
+    "lib/Ostrel/task_invoker.h TaskInvoker"
+    "lib/Ostrel/window_management.h WindowManagement"
+)
+
+set(OSTREL_FORWARDING_DIR "${CMAKE_CURRENT_BINARY_DIR}/forwarding")
+set(OSTREL_HEADERS_DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ostrel-system-qt5")
+set(OSTREL_PUBLIC_HEADER_NAMES "")
+
+foreach(line IN LISTS OSTREL_PUBLIC_HEADERS)
+    separate_arguments(words UNIX_COMMAND "${line}")
+    list(POP_FRONT words header)
+    get_filename_component(name "${header}" NAME)
+    get_filename_component(folder "${header}" DIRECTORY)
+    get_filename_component(folder "${folder}" NAME)
+    list(APPEND OSTREL_PUBLIC_HEADER_NAMES "${name}")
+    install(FILES "${header}" DESTINATION "${OSTREL_HEADERS_DESTINATION}/${folder}"
+        COMPONENT development)
+    foreach(class IN LISTS words)
+        set(OSTREL_FORWARDED "${folder}/${name}")
+        set(forwarding "${OSTREL_FORWARDING_DIR}/${folder}/${class}")
+        configure_file("${PROJECT_SOURCE_DIR}/cmake/forwarding_header.in" "${forwarding}" @ONLY)
+        install(FILES "${forwarding}" DESTINATION "${OSTREL_HEADERS_DESTINATION}/${folder}"
+            COMPONENT development)
+    endforeach()
+endforeach()
+
+# For scripts/abi, beside the library.
+list(JOIN OSTREL_PUBLIC_HEADER_NAMES ", " OSTREL_PUBLIC_HEADER_NAMES)
+configure_file("${PROJECT_SOURCE_DIR}/abi/public-headers.abignore.in" public-headers.abignore @ONLY)
