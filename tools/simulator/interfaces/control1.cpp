@@ -117,7 +117,7 @@ void Control1::getRunningApplications(const QDBusMessage &call, const Answer &an
     RunningRecords records;
     for (const Instance *const instance : qAsConst(m_instances)) {
         if (instance->isRunning()) {
-            instance->addTo(records);
+            records.add(*instance);
         }
     }
     answer(call.createReply(records.values()));

@@ -7,6 +7,7 @@
 #include "bus/interface.h"
 #include "bus/service.h"
 #include "interfaces/debug_launch.h"
+#include "interfaces/running_records.h"
 #include "programs/catalogue.h"
 #include "programs/children.h"
 #include "programs/instance.h"

@@ -39,6 +39,22 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, RunningService &s
     return argument;
 }
 
+void RunningRecords::add(const Instance &instance)
+{
+    const auto propertiesOf = [&instance](const Program &program) {
+        QVariantMap properties = program.properties;
+        properties.insert(QStringLiteral("InstanceId"), instance.id());
+        return properties;
+    };
+    const Application &application = instance.application();
+    applications.append({application.id, instance.pid(), StateRunning, application.kind,
+                         propertiesOf(application)});
+    for (const Instance::RunningChild &running : instance.services()) {
+        services.append({application.id, running.service.name, running.child->pid(), StateRunning,
+                         propertiesOf(running.service)});
+    }
+}
+
 QVariantList RunningRecords::values() const
 {
     qDBusRegisterMetaType<RunningApplication>();

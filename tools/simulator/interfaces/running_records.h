@@ -4,6 +4,8 @@
 #ifndef SIMULATOR_RUNNING_RECORDS_H
 #define SIMULATOR_RUNNING_RECORDS_H
 
+#include "programs/instance.h"
+
 #include <QtCore/QMetaType>
 #include <QtCore/QString>
 #include <QtCore/QVariantMap>
@@ -16,7 +18,7 @@ enum RunningState : uint {
     StateEnded = 2
 };
 
-// What runs of an application: "(siuua{sv})".
+// A running application: "(siuua{sv})".
 struct RunningApplication
 {
     QString appId;
@@ -27,7 +29,7 @@ struct RunningApplication
 };
 Q_DECLARE_METATYPE(RunningApplication)
 
-// What runs of an application's service: "(ssiua{sv})".
+// A running service of an application: "(ssiua{sv})".
 struct RunningService
 {
     QString appId;
@@ -38,16 +40,19 @@ struct RunningService
 };
 Q_DECLARE_METATYPE(RunningService)
 
-// What "GetRunningApplications" answers.
+// What "GetRunningApplications" returns.
 struct RunningRecords
 {
     QVector<RunningApplication> applications;
     QVector<RunningService> services;
 
-    // The arguments of the answer.
+    // Adds what runs of an instance.
+    void add(const Instance &instance);
+
+    // The arguments of the reply.
     QVariantList values() const;
 
-    // So many that do not exist.
+    // Records of applications and services that do not exist.
     static RunningRecords madeUp(uint applications, uint services);
 };
 

@@ -45,20 +45,6 @@ void Instance::kill()
     }
 }
 
-void Instance::addTo(RunningRecords &records) const
-{
-    QVariantMap properties = m_application.properties;
-    properties.insert(QStringLiteral("InstanceId"), m_id);
-    records.applications.append(
-        {m_application.id, m_pid, StateRunning, m_application.kind, properties});
-    for (const RunningChild &running : m_services) {
-        properties = running.service.properties;
-        properties.insert(QStringLiteral("InstanceId"), m_id);
-        records.services.append({m_application.id, running.service.name, running.child->pid(),
-                                 StateRunning, properties});
-    }
-}
-
 Child *Instance::run(const Launch &launch)
 {
     Child *const child = m_children.run(launch, m_group);

@@ -4,7 +4,6 @@
 #ifndef SIMULATOR_INSTANCE_H
 #define SIMULATOR_INSTANCE_H
 
-#include "interfaces/running_records.h"
 #include "programs/catalogue.h"
 #include "programs/children.h"
 
@@ -19,10 +18,10 @@ class Instance : public QObject
     Q_OBJECT
 
 public:
-    // number: tells it from other instances, where an application may have several.
+    // number: identifies the instance if the application may have several.
     Instance(const Application &application, uint number, Children &children);
 
-    // Runs the services, and the application once they run. running() or failed() follows.
+    // Runs the services, and then the application. Emits running() or failed().
     void start(const Launch &launch);
 
     QString id() const { return m_id; }
@@ -36,28 +35,28 @@ public:
     // Kills the application's process.
     void kill();
 
-    void addTo(RunningRecords &records) const;
-
-    // What the application ended by: "ExitStatus", or the "Signal" that killed it.
-    QVariantMap ending() const { return m_ending; }
-
-Q_SIGNALS:
-    void running();
-
-    // It cannot run; nothing is left of it.
-    void failed(const QString &reason);
-
-    // After running(): nothing is left of it.
-    void ended();
-
-private:
-    Q_DISABLE_COPY(Instance)
-
+    // A service of the application, and its process.
     struct RunningChild
     {
         ApplicationService service;
         Child *child;
     };
+    const QVector<RunningChild> &services() const { return m_services; }
+
+    // How the application ended: its "ExitStatus", or the "Signal" that killed it.
+    QVariantMap ending() const { return m_ending; }
+
+Q_SIGNALS:
+    void running();
+
+    // It cannot run, and all its processes are gone.
+    void failed(const QString &reason);
+
+    // After running(): all its processes are gone.
+    void ended();
+
+private:
+    Q_DISABLE_COPY(Instance)
 
     Child *run(const Launch &launch);
     void runApplication();
