@@ -167,11 +167,11 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
     application("{'id': '" + QByteArray(256, 'a') + "', 'program': 'true'}",
                 ".id: \"" + QByteArray(256, 'a') + "\" cannot be a component of a path");
     application("{'id': 'demo.B', 'program': null}", ".program: takes a string, not null");
-    application("{'id': 'demo.B', 'program': 'x\\u0000y'}", ".program: has a NUL in a text");
+    application("{'id': 'demo.B', 'program': 'x\\u0000y'}", ".program: has a NUL in a string");
     application("{'id': 'demo.B', 'program': 'x', 'properties': {'A': ['\\u0000']}}",
-                ".properties.A[0]: has a NUL in a text");
+                ".properties.A[0]: has a NUL in a string");
     application("{'id': 'demo.B', 'program': 'x', 'properties': {'A': {'b\\u0000': 1}}}",
-                ".properties.A: has a NUL in a text");
+                ".properties.A: has a NUL in a string");
     application("{'id': 'demo.B', 'program': ''}", ".program: is empty");
     application("{'id': 'demo.B', 'program': 'true', 'arguments': 'x'}",
                 ".arguments: takes an array, not a string");

@@ -6,7 +6,7 @@
 
 #include <QtCore/QObject>
 
-// Turns SIGTERM and SIGINT into a signal of the event loop.
+// Emits a signal from the event loop after SIGTERM or SIGINT.
 class Termination : public QObject
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ public:
     explicit Termination(QObject *parent = nullptr);
     ~Termination() override;
 
-    // Whether one of them has come, for loops that keep the event loop waiting.
+    // Whether one of them has arrived, for long loops outside the event loop.
     static bool wasRequested();
 
 Q_SIGNALS:

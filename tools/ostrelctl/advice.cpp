@@ -11,7 +11,7 @@
 namespace
 {
 
-// Advice is not worth waiting for. In milliseconds.
+// The user should not wait longer for advice. In milliseconds.
 constexpr int patience = 1000;
 
 template <typename Answer>
@@ -25,7 +25,7 @@ QDBusReply<Answer> ask(const QDBusConnection &bus, const QString &method,
     return bus.call(question, QDBus::Block, patience);
 }
 
-// Nobody owns the service's name, and the bus knows no program that would.
+// Nobody owns the service's name, and the bus cannot activate it.
 bool isServiceAbsent(const QDBusConnection &bus)
 {
     const QString service = QStringLiteral(OSTREL_SERVICE_NAME);

@@ -9,8 +9,7 @@
 #include <QtCore/QString>
 #include <QtDBus/QDBusConnection>
 
-// What the user can do about an error of an operation on this bus: where there is no bus, or no
-// service on it. Null if the error says it all.
+// What the user can do about an error if there is no bus, or no service on it; null otherwise.
 QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType);
 
 #endif

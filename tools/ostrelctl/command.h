@@ -12,7 +12,7 @@ enum ExitStatus {
     OperationFailed = 1,
 };
 
-// A sub-command. Each one is a file of its own, declared here and listed in main.cpp.
+// A command. Each has its own file, is declared here, and is listed in main.cpp.
 struct Command
 {
     QString name;

@@ -10,7 +10,7 @@
 #include <QtCore/QObject>
 #include <QtDBus/QDBusConnection>
 
-// Ends the program's event loop in good order at Ctrl-C, and with an error when the bus goes away.
+// Quits the event loop at Ctrl-C, and with an error when the bus goes away.
 class UntilInterrupted : public QObject
 {
     Q_OBJECT
@@ -25,8 +25,8 @@ private:
     Termination m_termination;
 };
 
-// Prints one event with the time: as text, or as JSON with "time" (UTC) and "event" added. When
-// nobody reads along any more, the event loop ends.
+// Prints one event with the time: as text, or as JSON with "time" (UTC) and "event" added. Quits
+// the event loop when nobody reads the output any more.
 void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text);
 
 #endif

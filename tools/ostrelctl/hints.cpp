@@ -51,7 +51,7 @@ QString formOf(const Hint &hint)
     case Form::Number:
         return QStringLiteral("a whole number");
     case Form::Text:
-        return QStringLiteral("a text");
+        return QStringLiteral("a string");
     case Form::Truth:
         return QStringLiteral("true or false");
     case Form::List:

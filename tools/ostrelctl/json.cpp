@@ -66,7 +66,7 @@ QJsonValue read(const QDBusArgument &argument)
     }
 }
 
-// Readers of JSON take a number for a double. One that would come out as another is a string.
+// Readers of JSON read a number as a double. A number that no double holds becomes a string.
 template <typename Number> QJsonValue integer(Number number)
 {
     constexpr qint64 largest = qint64(1) << 53;

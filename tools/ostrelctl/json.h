@@ -8,12 +8,12 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QVariantMap>
 
-// Whatever the service put into a map, as JSON: arrays and structures as arrays, maps as objects,
-// what is no number as a string, and a whole number beyond 2^53 as well.
+// Received values as JSON: arrays and structures as arrays, maps as objects. NaN, infinities and
+// whole numbers beyond 2^53 become strings.
 QJsonValue toJson(const QVariant &value);
 QJsonObject toJson(const QVariantMap &map);
 
-// The same on one line, as "key=value" separated by blanks. Numbers are just that.
+// The same on one line, as "key=value" separated by blanks.
 QString propertiesText(const QVariantMap &map);
 
 #endif

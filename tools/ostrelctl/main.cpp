@@ -34,7 +34,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("ostrelctl"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
 
-    // The result tells what went wrong, on one line; the library's warnings would say it again.
+    // The result says what went wrong on one line. The library's warnings would repeat it.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
 
     const std::array commands{startCommand(), debugCommand(), terminateCommand(), psCommand(),
@@ -46,7 +46,7 @@ int main(int argc, char **argv)
         description += QStringLiteral("  %1  %2\n").arg(command.name, -12).arg(command.summary);
     }
     description += QStringLiteral(
-        "\n'ostrelctl COMMAND --help' tells more of one.\n\n"
+        "\n'ostrelctl COMMAND --help' prints its options.\n\n"
         "The exit status is 0 on success, 1 with \"error: NAME: message\" on standard error when\n"
         "the operation failed, and 2 on bad usage.");
 

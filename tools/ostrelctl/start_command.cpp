@@ -54,9 +54,9 @@ int debug(const QStringList &arguments)
     const QString stderrFile = QStringLiteral("stderr");
 
     CommandLine line(QStringLiteral("debug"),
-                     QStringLiteral("Starts an application under conditions of your own, and "
-                                    "prints the identifier of the\nnew instance. What is not given "
-                                    "is left to the service."));
+                     QStringLiteral("Starts an application with changed launch conditions, and "
+                                    "prints the identifier of\nthe new instance. The service "
+                                    "decides what is not given."));
     line.addJsonFlag();
     line.addOption(wrapper, QStringLiteral("COMMAND"),
                    QStringLiteral("Put this command in front of the program. Blanks separate its "
@@ -67,7 +67,7 @@ int debug(const QStringList &arguments)
     line.addOption(env, QStringLiteral("NAME=VALUE"),
                    QStringLiteral("Add this to the program's environment; repeatable."));
     line.addOption(firejailParam, QStringLiteral("WORD"),
-                   QStringLiteral("Give this word to the sandbox's launcher; repeatable."));
+                   QStringLiteral("Pass this word to the sandbox launcher; repeatable."));
     line.addFlag(noSandbox, QStringLiteral("Run without the sandbox."));
     line.addOption(stdoutFile, QStringLiteral("FILE"),
                    QStringLiteral("Write the program's standard output to this file."));

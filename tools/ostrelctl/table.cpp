@@ -57,7 +57,7 @@ int widthOf(const QString &text)
                            [](int sum, uint character) { return sum + widthOf(character); });
 }
 
-// The text in so many columns, with an ellipsis at the end if it had to be cut.
+// The text in this many columns, cut with an ellipsis if it is longer.
 QString cut(const QString &text, int width)
 {
     if (widthOf(text) <= width) {

@@ -33,7 +33,7 @@ int run(const QStringList &arguments)
         for (const Command &command : commands) {
             out << QStringLiteral("  %1  %2\n").arg(command.name, -12).arg(command.summary);
         }
-        out << "\n'ostrelctl task COMMAND --help' tells more of one.\n";
+        out << "\n'ostrelctl task COMMAND --help' prints its options.\n";
         return Success;
     }
     const auto command = std::find_if(commands.cbegin(), commands.cend(),

@@ -21,8 +21,8 @@ Command taskStartCommand();
 Command taskStopCommand();
 Command taskWatchCommand();
 
-// The command line of a sub-command of 'task': with the task's type in front, and the choice of the
-// bus.
+// The command line of a sub-command of 'task'. It begins with the task's type, and has an option
+// for the bus.
 class TaskLine : public CommandLine
 {
 public:
@@ -33,14 +33,13 @@ public:
     Ostrel::TaskInvoker::BusType bus() const;
     QString type() const { return positional(0); }
 
-    // Prints the outcome of an operation on this bus, as this line wants it. The result is the exit
-    // status.
+    // Prints the outcome of an operation on this bus, and returns the exit status.
     int conclude(const Ostrel::Error &error, const QJsonObject &result = {},
                  const QString &text = QString()) const;
 };
 
-// Registers the type and has the function carry on with the invoker; runs the event loop until that
-// ends it, and returns the exit status. A registration that fails is told, and is the end.
+// Registers the type, and calls the function with the invoker. Runs the event loop until the
+// function ends it, or the registration fails, which is reported. Returns the exit status.
 int withInvoker(const TaskLine &line, const std::function<void(Ostrel::TaskInvoker &)> &carryOn);
 
 QJsonArray toJson(const QVector<Ostrel::AvailableTask> &tasks);

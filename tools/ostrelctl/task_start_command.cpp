@@ -25,14 +25,14 @@ int run(const QStringList &arguments)
     const QString assignment = QStringLiteral("NAME=VALUE");
 
     TaskLine line(QStringLiteral("start"),
-                  QStringLiteral("Starts a task, and prints the number that the service answers.\n"
-                                 "The hints, which are for the service to interpret:\n")
+                  QStringLiteral("Starts a task, and prints the number that the service returns.\n"
+                                 "The service interprets the hints:\n")
                       + knownHints().trimmed().prepend(QStringLiteral("  ")));
     line.addOption(param, QStringLiteral("WORD"),
                    QStringLiteral("Start the task with this parameter; repeatable."));
     line.addOption(env, assignment,
                    QStringLiteral("Add this to the task's environment; repeatable."));
-    line.addOption(hint, assignment, QStringLiteral("Give the service this hint; repeatable."));
+    line.addOption(hint, assignment, QStringLiteral("Pass this hint to the service; repeatable."));
     line.addOption(cgroup, assignment,
                    QStringLiteral("Set this in the task's control groups; repeatable."));
     line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));

@@ -6,7 +6,7 @@
 
 #include <QtCore/QString>
 
-// The text on one line, and without power over the terminal.
+// The text on one line, with its control characters escaped.
 QString onOneLine(const QString &text);
 
 #endif

@@ -9,7 +9,7 @@
 namespace
 {
 
-// JSON has a null for a text that is not there.
+// A null string is null in JSON.
 QJsonValue orNull(const QString &text)
 {
     return text.isNull() ? QJsonValue() : QJsonValue(text);

@@ -34,7 +34,7 @@ QDBusConnection connectTo(const Options &options)
     case Options::Bus::System:
         return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
     case Options::Bus::Address:
-        // The programs that are run find the service on the bus that they take for theirs.
+        // The programs that it runs find the service on their session bus.
         qputenv("DBUS_SESSION_BUS_ADDRESS", options.address.toLocal8Bit());
         return QDBusConnection::connectToBus(options.address, name);
     case Options::Bus::Session:
@@ -56,7 +56,7 @@ QString label(const Options &options)
     return QStringLiteral("session bus");
 }
 
-// Ends the program when the bus goes away, so that no simulator is left behind.
+// Ends the program when the bus goes away.
 class BusWatch : public QObject
 {
     Q_OBJECT
@@ -92,7 +92,7 @@ int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalog
     service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
     service.add(std::move(desk));
 
-    // The name comes last: who sees it owned finds everything in place.
+    // The name comes last, when everything is in place.
     if (!bus.registerVirtualObject(QStringLiteral(OSTREL_SERVICE_PATH), &service,
                                    QDBusConnection::SubPath)) {
         print(stderr, QStringLiteral("cannot serve the path " OSTREL_SERVICE_PATH));

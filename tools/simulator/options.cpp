@@ -34,12 +34,12 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
         {system, QStringLiteral("Serve on the system bus.")},
         {address, QStringLiteral("Serve on the bus at this address."), address},
         {catalogue,
-         QStringLiteral("Run the applications of this JSON file instead of a few that come with "
-                        "the program."),
+         QStringLiteral(
+             "Run the applications and tasks of this JSON file instead of the built-in ones."),
          QStringLiteral("file")},
         {killAfter,
-         QStringLiteral("Kill a program that does not end within this time when it is asked to "
-                        "(the default: 2000)."),
+         QStringLiteral("Kill a program that does not end within this time after SIGTERM (the "
+                        "default: 2000)."),
          QStringLiteral("milliseconds")},
         {rootFs,
          QStringLiteral("Keep the control groups of the programs in this folder, as "

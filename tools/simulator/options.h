@@ -12,7 +12,7 @@
 #include <chrono>
 #include <optional>
 
-// What the command line asks for.
+// The options of the command line.
 struct Options
 {
     enum class Bus {

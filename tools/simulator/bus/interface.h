@@ -21,23 +21,23 @@ public:
     QString path() const { return m_path; }
     const InterfaceDescription &description() const { return m_description; }
 
-    // Takes the answer of a call: a reply or an error.
+    // Sends the answer to a call: a reply or an error.
     using Answer = std::function<void(const QDBusMessage &answer)>;
 
-    // Carries out a call of a method that the description has, with the arguments that it names,
-    // and gives the answer, at once or later, and never after a reset.
+    // Carries out a call. Its method and signature are in the description. Answers at once or
+    // later, but never after a reset.
     virtual void handle(const QDBusMessage &call, const Answer &answer) = 0;
 
-    // The properties with their present values; all can only be read.
+    // The properties with their current values. All are read-only.
     virtual QVariantMap properties() const { return {}; }
 
-    // Whether calls are logged and subject to faults.
+    // Whether calls are logged and can have faults.
     virtual bool isSimulated() const { return true; }
 
-    // Forgets everything that calls have left behind.
+    // Drops the state that calls have made.
     virtual void reset() { }
 
-    // False for an object that a call has made: it goes when the service is reset.
+    // False for an object that a call has created: a reset of the service deletes it.
     virtual bool outlastsReset() const { return true; }
 
 private:

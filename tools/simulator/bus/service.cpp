@@ -124,7 +124,7 @@ QString Service::introspect(const QString &path) const
     return xml;
 }
 
-// A caller may leave the interface out of a call; the member alone decides then.
+// A call without an interface goes to the first one that has the member.
 Interface *Service::find(const QDBusMessage &call) const
 {
     const auto found =
@@ -137,7 +137,7 @@ Interface *Service::find(const QDBusMessage &call) const
     return found != m_interfaces.cend() ? found->get() : nullptr;
 }
 
-// The answer to a call of an object or interface that is not here.
+// The error reply to a call of an unknown object or interface.
 QDBusMessage Service::refuseTarget(const QDBusMessage &call) const
 {
     if (!hasObject(call.path())) {
@@ -149,8 +149,8 @@ QDBusMessage Service::refuseTarget(const QDBusMessage &call) const
         QStringLiteral("No interface \"%1\" at the path %2").arg(call.interface(), call.path()));
 }
 
-// The answer to a call of a method that the interface does not have, or not with these arguments;
-// an invalid message if there is nothing to refuse.
+// The error reply to a call of an unknown method, or with wrong arguments; an invalid message if
+// the call is right.
 QDBusMessage Service::refuseMethod(const QDBusMessage &call,
                                    const InterfaceDescription &description)
 {

@@ -16,40 +16,38 @@
 #include <memory>
 #include <vector>
 
-// The tree of objects below the service path: takes each call as it stands on the bus, refuses what
-// no interface has, logs it, and lets an arranged fault or the interface answer it. Properties are
-// read here as well.
+// The tree of objects below the service path. It logs each call, refuses what no interface has, and
+// lets a fault or the interface answer. It also serves the properties.
 class Service : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
-    // What becomes of one call instead of the usual answer.
+    // Handles one call in place of the interface.
     using Fault = std::function<void(const QDBusMessage &call, Interface &interface)>;
 
     explicit Service(const QDBusConnection &connection);
 
     void add(std::unique_ptr<Interface> interface);
 
-    // Announces an interface of objects that are added later. Faults of its methods can be arranged
-    // from now on.
+    // Makes an interface known whose objects are added later, so that its methods can have faults.
     void expect(const InterfaceDescription &description);
 
-    // True when a simulated interface, there already or expected, has this method.
+    // Whether a simulated interface, added or expected, has this method.
     bool knows(const Method &method) const;
 
-    // Adds a fault for so many calls, behind those that the method's next calls will meet already.
+    // Adds a fault for this many calls, after the faults that the method has already.
     void arrange(const Method &method, const Fault &fault, uint calls);
 
-    // Sends what the interface, or a fault, made of a call.
+    // Sends the answer to a call, if the caller wants one.
     void send(const QDBusMessage &call, const QDBusMessage &answer);
 
-    // Sends a signal. What is sent before and after it arrives before and after it.
+    // Sends a signal, in order with the other messages.
     bool sendSignal(const QDBusMessage &signal) { return m_connection.send(signal); }
 
     CallLog &log() { return m_log; }
 
-    // Forgets faults, log and everything that calls have left behind.
+    // Drops the faults, the log and the state that calls have made.
     void reset();
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;

@@ -11,9 +11,9 @@
 #include <QtCore/QVariantList>
 #include <QtDBus/QDBusMessage>
 
-// What the fault desk reads in the calls that it gets.
+// The arguments of the fault desk's calls.
 
-// The method of the service that the call names first.
+// The method of the service that the first two arguments name.
 Method methodOf(const QDBusMessage &call);
 
 // The contents of an argument of type "av", if they can be the arguments of a message.

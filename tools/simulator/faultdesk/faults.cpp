@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <limits>
 
-// What the desk makes of the next calls of the service's methods.
+// The faults of the next calls of the service's methods.
 
 namespace
 {
@@ -118,7 +118,7 @@ QDBusMessage Simulator1::release(const QDBusMessage &call)
 QDBusMessage Simulator1::dieInNext(const QDBusMessage &call)
 {
     return arrange(call, [this](const QDBusMessage &, Interface &) {
-        // No more of it than this: a user's folder for temporary files does not fill.
+        // The only cleaning up: the user's folder for temporary files must not fill.
         m_parts.children.clearRootFs();
         std::_Exit(EXIT_FAILURE);
     });

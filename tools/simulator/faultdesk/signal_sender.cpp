@@ -15,7 +15,7 @@
 namespace
 {
 
-// A connection's own messages to itself; the bus cuts off who sends them to others.
+// Messages of a connection to itself. The bus drops a connection that sends them.
 const QString localInterface = QStringLiteral("org.freedesktop.DBus.Local");
 const QString localPath = QStringLiteral("/org/freedesktop/DBus/Local");
 

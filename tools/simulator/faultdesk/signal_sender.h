@@ -8,10 +8,10 @@
 
 #include <QtDBus/QDBusMessage>
 
-// Sends a signal so many times for a call of the fault desk whose first arguments are a path, an
-// interface, a member and the signal's arguments. The result is the answer of the call.
+// Sends a signal this many times for a call of the fault desk. The first arguments of the call are
+// a path, an interface, a member and the signal's arguments. Returns the answer to the call.
 //
-// numbered: "%n" in a string stands for the number of the signal, from 0.
+// numbered: replaces "%n" in a string by the index of the signal, from 0.
 QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count, bool numbered);
 
 #endif

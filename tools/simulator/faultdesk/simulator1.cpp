@@ -59,7 +59,7 @@ const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
 
 void Simulator1::handle(const QDBusMessage &call, const Answer &answer)
 {
-    // Every method whose arguments begin with two strings names a method of the service there.
+    // The two strings name a method of the service.
     if (call.signature().startsWith(QLatin1String("ss")) && !m_service.knows(methodOf(call))) {
         answer(refuse(call,
                       QStringLiteral("The service has no method \"%2\" in an interface \"%1\"")
@@ -78,7 +78,7 @@ void Simulator1::reset()
 {
     m_held.clear();
     m_delays = std::make_unique<QObject>();
-    // Who still waits will wait for nothing.
+    // What the callers wait for will not happen any more.
     const QVector<Waiter> waiters = std::exchange(m_waiters, {});
     for (const Waiter &waiter : waiters) {
         m_service.send(waiter.call,

@@ -18,14 +18,14 @@
 #include <functional>
 #include <memory>
 
-// ".Simulator1", the fault desk: arranges what becomes of later calls of the service's methods, and
-// tells what was called.
+// ".Simulator1", the fault desk: arranges faults for later calls, and returns the calls that the
+// service has received.
 class Simulator1 : public QObject, public Interface
 {
     Q_OBJECT
 
 public:
-    // What the desk reaches beyond the service's calls.
+    // What the desk uses besides the service.
     struct Parts
     {
         const WindowManagement1 &windowManagement;
@@ -46,7 +46,7 @@ private:
         QDBusMessage answer;
     };
 
-    // A call of the desk that is answered once something has been counted often enough.
+    // A call of the desk that is answered when a count has been reached.
     struct Waiter
     {
         QDBusMessage call;
@@ -54,7 +54,7 @@ private:
         uint wanted = 0;
     };
 
-    // The result is the answer, or an invalid message if it is sent later.
+    // Returns the answer, or an invalid message if it is sent later.
     using Handler = QDBusMessage (Simulator1::*)(const QDBusMessage &call);
     static const QHash<QString, Handler> &handlers();
 
@@ -88,7 +88,7 @@ private:
     Parts m_parts;
     QHash<Method, QVector<HeldAnswer>> m_held;
     QVector<Waiter> m_waiters;
-    // On whose behalf delayed answers wait.
+    // Deleting it drops the delayed answers.
     std::unique_ptr<QObject> m_delays = std::make_unique<QObject>();
 };
 

@@ -26,16 +26,16 @@ public:
 
     void handle(const QDBusMessage &call, const Answer &answer) override;
 
-    // Forgets the instances; their processes are left to the owner of the children.
+    // Drops the instances. Their processes belong to the owner of the children.
     void reset() override;
 
     bool isRunning(const QString &instanceId) const { return find(instanceId) != nullptr; }
 
-    // Says that the system has chosen a running instance to make room, and kills it.
+    // Sends "SelectedByOom" for a running instance, and kills it.
     void killByOom(const QString &instanceId);
 
 Q_SIGNALS:
-    // An instance is not running any more, and all is sent that tells of it.
+    // An instance has ended, and all signals about it have been sent.
     void ended();
 
 private:

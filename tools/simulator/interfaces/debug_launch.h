@@ -8,7 +8,7 @@
 
 #include <QtCore/QVariantMap>
 
-// What a caller of "StartDebug" asks for.
+// The parameters of "StartDebug".
 class DebugLaunch
 {
 public:

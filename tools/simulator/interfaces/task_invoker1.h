@@ -11,7 +11,7 @@
 
 #include <QtCore/QHash>
 
-// ".TaskInvoker1": makes the session object of each type that an invoker registers.
+// ".TaskInvoker1": creates the session object of each type that an invoker registers.
 class TaskInvoker1 : public Interface
 {
 public:
@@ -24,7 +24,7 @@ private:
     Service &m_service;
     Catalogue m_catalogue;
     Children &m_children;
-    // By their task types. The service owns them, and lets go of them when it is reset.
+    // By their task types. The service owns them, and deletes them on a reset.
     QHash<QString, const Interface *> m_sessions;
 };
 

@@ -94,7 +94,7 @@ void TaskInvokerSession1::start(const QDBusMessage &call, const Answer &answer)
         return;
     }
 
-    // Its processes are found like those of an application that is named after type and task.
+    // The process lookup finds its processes as those of an application named after type and task.
     const QString type = QString(m_type.name).replace(QLatin1Char('/'), QLatin1Char('.'));
     Child *const child =
         m_children.run(launch, QStringLiteral("/ostrel-helper/%1.%2/app").arg(type, name));
@@ -138,7 +138,7 @@ void TaskInvokerSession1::onStarted(Child *child)
     started.task.pid = child->pid();
     started.isRunning = true;
     announceStarted();
-    // Somebody did not wait for the answer to the start.
+    // A caller stopped the task before the start was answered.
     if (!started.stops.isEmpty()) {
         child->end();
     }

@@ -26,14 +26,14 @@ public:
     bool outlastsReset() const override { return false; }
 
 private:
-    // A task whose process has been made.
+    // A task with a process.
     struct StartedChild
     {
         StartedTask task;
         Child *child = nullptr;
-        // Until then it is not listed.
+        // Before that, the task is not in the list.
         bool isRunning = false;
-        // Who waits for its end.
+        // The callers that wait for its end.
         QVector<std::function<void()>> stops;
     };
 

@@ -33,7 +33,7 @@ Q_DECLARE_METATYPE(StartedTask)
 QDBusArgument &operator<<(QDBusArgument &argument, const StartedTask &task);
 const QDBusArgument &operator>>(const QDBusArgument &argument, StartedTask &task);
 
-// Makes the records and their lists known to QtDBus.
+// Registers the records and their lists with QtDBus.
 void registerTaskRecords();
 
 #endif

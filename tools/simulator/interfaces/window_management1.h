@@ -10,7 +10,7 @@
 #include <QtCore/QVector>
 #include <QtDBus/QDBusArgument>
 
-// What a program said of one of its windows: "(siii)".
+// The report of a window: "(siii)".
 struct ReportedWindow
 {
     QString name;
@@ -23,8 +23,7 @@ Q_DECLARE_METATYPE(ReportedWindow)
 QDBusArgument &operator<<(QDBusArgument &argument, const ReportedWindow &window);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ReportedWindow &window);
 
-// ".WindowManagement1": remembers the windows, and assigns the status that was reported as the
-// state.
+// ".WindowManagement1": keeps the reports, and returns the reported status as the state.
 class WindowManagement1 : public Interface
 {
 public:

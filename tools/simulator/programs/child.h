@@ -12,8 +12,8 @@
 #include <chrono>
 #include <functional>
 
-// A program that the simulator runs, in a process group of its own. It does not outlive the
-// simulator, however that ends; its descendants do not outlive it.
+// A program that the simulator runs, in a process group of its own. It dies with the simulator, and
+// its descendants die with it.
 class Child : public QProcess
 {
     Q_OBJECT
@@ -22,20 +22,20 @@ public:
     Child(const Launch &launch, std::chrono::milliseconds killAfter, QObject *parent);
     ~Child() override;
 
-    // Makes the process, lets the function prepare its surroundings, and then begins the program.
-    // started() or failed() tells later what became of it.
+    // Creates the process, calls the function, and then executes the program. Emits started() or
+    // failed() later.
     void run(const std::function<void(int pid)> &prepare);
 
     // The same number after the end.
     int pid() const { return m_pid; }
 
-    // Asks the program to end, and makes it end if it has not done so in time.
+    // Sends SIGTERM, and SIGKILL if the program does not end in time.
     void end();
 
-    // Makes it end at once.
+    // Sends SIGKILL.
     void killAll();
 
-    // What the program ended by: its exit status, or the signal that killed it.
+    // How the program ended: ending() is its exit status, or the signal that killed it.
     bool wasKilled() const { return exitStatus() == CrashExit; }
     int ending() const { return exitCode(); }
 
@@ -46,7 +46,7 @@ Q_SIGNALS:
     // After started(): the program has ended.
     void ended();
 
-    // After failed() or ended(): nothing is left of it.
+    // After failed() or ended().
     void gone();
 
 protected:
@@ -64,7 +64,7 @@ private:
     std::chrono::milliseconds m_killAfter;
     int m_simulator;
     int m_pid = 0;
-    // A pipe at which the new process waits until its surroundings are prepared.
+    // The new process waits at this pipe until everything is prepared.
     std::array<int, 2> m_gate{-1, -1};
 };
 

@@ -24,7 +24,7 @@ Children::~Children()
     }
     const QDeadlineTimer deadline(m_killAfter);
     for (Child *const child : children) {
-        // The timers do not run any more.
+        // No event loop runs, so no timer kills it.
         if (!child->waitForFinished(static_cast<int>(deadline.remainingTime()))) {
             child->killAll();
             child->waitForFinished(-1);
@@ -34,12 +34,12 @@ Children::~Children()
 
 Child *Children::run(const Launch &launch, const QString &group)
 {
-    // A program that asks where it belongs has to look where the simulator tells it.
+    // A program that looks itself up has to find the simulator's control groups.
     Launch told = launch;
     told.environment.insert(QStringLiteral("OSTREL_ROOTFS"), m_rootFs.path());
     auto *child = new Child(told, m_killAfter, this);
     m_children.append(child);
-    // Connected before anyone else: who learns of the end finds the root file system without it.
+    // Connected first: when others hear of the end, the root file system no longer has the process.
     connect(child, &Child::failed, this, [this, child] { onGone(child); });
     connect(child, &Child::ended, this, [this, child] { onGone(child); });
     child->run([this, &group](int pid) {

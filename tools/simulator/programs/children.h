@@ -13,16 +13,16 @@
 #include <chrono>
 #include <functional>
 
-// The processes that the simulator runs. Each has its place in the root file system while it lives.
+// The processes that the simulator runs. The root file system lists each one while it lives.
 class Children : public QObject
 {
     Q_OBJECT
 
 public:
-    // killAfter: how long a program that was asked to end has time to do so.
+    // killAfter: how long a program may take to end on SIGTERM.
     Children(RootFs &rootFs, std::chrono::milliseconds killAfter);
 
-    // Ends all, and returns when they are gone.
+    // Ends all processes, and waits until they are gone.
     ~Children() override;
 
     QString rootFs() const { return m_rootFs.path(); }
@@ -32,7 +32,7 @@ public:
     // gone.
     Child *run(const Launch &launch, const QString &group);
 
-    // Kills all that run now, and calls the function when they are gone.
+    // Kills all processes, and calls the function when they are gone.
     void killAll(const std::function<void()> &done);
 
 private:

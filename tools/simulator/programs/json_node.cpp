@@ -146,7 +146,7 @@ void JsonNode::expect(QJsonValue::Type type) const
 void JsonNode::expectWhole(const QString &text) const
 {
     if (text.contains(QChar(0))) {
-        refuse(QStringLiteral("has a NUL in a text"));
+        refuse(QStringLiteral("has a NUL in a string"));
     }
 }
 

@@ -29,7 +29,7 @@ public:
     QStringList strings() const;
     QVector<JsonNode> elements() const;
 
-    // An object as a map of values that can be sent on the bus.
+    // An object as a map of values that the bus can carry.
     QVariantMap properties() const;
 
     // Checks that this is an object with these members and no others.

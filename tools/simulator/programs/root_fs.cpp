@@ -49,7 +49,7 @@ Result<> RootFs::make(const QString &folder)
         return Failure(QStringLiteral("cannot make the folder %1: %2")
                            .arg(processes, QString::fromStdString(error.message())));
     }
-    // What an earlier simulator has left behind would be taken for running processes.
+    // The files of an earlier simulator would look like running processes.
     if (!QDir(processes).isEmpty()) {
         return Failure(QStringLiteral("the folder %1 is not empty").arg(processes));
     }
@@ -65,7 +65,7 @@ bool RootFs::add(int pid, const QString &group)
         return false;
     }
     m_processes.insert(pid);
-    // The controllers of a device that has not unified them.
+    // A device with the first version of control groups has these controllers.
     const QString lines = QStringLiteral("9:pids:/user.slice\n"
                                          "8:cpuset:/\n"
                                          "7:devices:/user.slice\n"

@@ -12,8 +12,7 @@
 
 #include <optional>
 
-// A small root file system in which each process that the simulator runs has its
-// "proc/PID/cgroup", for programs that find their way by these files.
+// A small root file system with "proc/PID/cgroup" for each process that the simulator runs.
 class RootFs
 {
 public:
@@ -25,10 +24,10 @@ public:
 
     QString path() const { return m_path; }
 
-    // Takes all of it away.
+    // Removes all of it.
     void clear();
 
-    // Puts a process into the group of this path.
+    // Adds a process in the control group of this path.
     bool add(int pid, const QString &group);
     void remove(int pid);
 
