@@ -23,7 +23,7 @@ pkgconf|pkg-config|command -v pkg-config
 qtbase5-dev|Qt 5.15 with Core, DBus and Test|pkg-config --atleast-version=5.15 Qt5Core Qt5DBus Qt5Test
 dbus-daemon|the D-Bus daemon|command -v dbus-daemon
 libdbus-1-dev|libdbus, for tests|pkg-config --exists dbus-1
-libexpected-dev|tl::expected, for the tools|test -e /usr/include/tl/expected.hpp
+libexpected-dev|tl::expected, for the tools|echo "#include <tl/expected.hpp>" | c++ -std=c++17 -fsyntax-only -x c++ -
 '
 # shellcheck disable=SC2016 # a probe is expanded when it runs
 check_needs='

@@ -30,8 +30,7 @@ int run(const QStringList &arguments)
             return Failure(pid.error());
         }
 
-        // A Control opens the session bus, and waits for one that hangs. This is the address of
-        // none.
+        // A Control opens the session bus, and would wait for one that hangs. No bus is here.
         qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
         const Ostrel::Control control;
         const QString appId = control.getAppIdByPid(*pid);
