@@ -50,8 +50,7 @@ void TestTermination::signalEndsAChildThatHasNoProgramYet()
     QSignalSpy requested(&termination, &Termination::requested);
     const pid_t child = fork();
     if (child == 0) {
-        std::raise(SIGTERM);
-        _exit(EXIT_SUCCESS);
+        _exit(std::raise(SIGTERM) == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     int status = 0;
     QCOMPARE(waitpid(child, &status, 0), child);

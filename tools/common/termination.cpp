@@ -23,8 +23,8 @@ void onSignal(int number)
 {
     if (getpid() != owner) {
         // A child process that has not begun its program yet shares the handler and the pipe.
-        std::signal(number, SIG_DFL);
-        std::raise(number);
+        static_cast<void>(std::signal(number, SIG_DFL));
+        static_cast<void>(std::raise(number));
         return;
     }
     // The signal may come between a call of the C library and the check of its error.

@@ -22,7 +22,7 @@ QString signatureOf(const QVariant &value)
 
 int depthOf(const QVariant &value);
 
-// Steps over one element. A container is copied: reading the copy leaves the original where it is.
+// Steps over one element. Reading a copy of an argument leaves the original where it is.
 int depthOfNext(const QDBusArgument &argument)
 {
     int inner = 0;
