@@ -57,6 +57,11 @@ int main(int argc, char **argv)
     for (const auto &service : reply.argumentAt<1>()) {
         std::printf("%s %s %d\n", qPrintable(service.appId), qPrintable(service.name), service.pid);
     }
+    // The applications, read as what they are not.
+    const QVariant applications = proxy.call("GetRunningApplications").arguments().at(0);
+    for (const auto &service : qdbus_cast<QVector<Ostrel::RunningService>>(applications)) {
+        std::printf("[%s] %d\n", qPrintable(service.appId), service.pid);
+    }
 }
 )";
 
@@ -142,6 +147,7 @@ void TestGeneratedCode::proxyOfQdbusxml2cppReadsTheRecords()
     Simulator simulator(bus);
     simulator.start();
     simulator.desk(QStringLiteral("ListNext"), {3U, 1U});
+    simulator.desk(QStringLiteral("ListNext"), {2U, 0U});
 
     const QString proxy = QStringLiteral("Control1Proxy");
     succeed(QStringLiteral("qdbusxml2cpp"),
@@ -165,7 +171,7 @@ void TestGeneratedCode::proxyOfQdbusxml2cppReadsTheRecords()
                 + flagsOf(QStringLiteral("Qt5DBus")));
     QCOMPARE(succeed(m_folder.filePath(QStringLiteral("client")),
                      {QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH)}),
-             QStringLiteral("3 1\nmade.Up0 service0 0"));
+             QStringLiteral("3 1\nmade.Up0 service0 0\n[] 0\n[] 0"));
 }
 
 void TestGeneratedCode::codeOfGdbusCodegenCompiles()
