@@ -52,8 +52,8 @@ private:
     void emitSignal(const QString &member, const QVariantList &arguments) const;
     // What busctl sends of its own accord comes from another sender; the desk's are the service's.
     void emitWithBusctl(const QString &member, const QStringList &values) const;
-    // Sends a signal behind all others, and waits until it has arrived.
-    bool arrived(const ControlEvents &events) const;
+    // Sends a signal after all others, and waits until it has arrived.
+    void waitForMarker(const ControlEvents &events) const;
 
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
@@ -93,10 +93,10 @@ void TestControlSignals::emitWithBusctl(const QString &member, const QStringList
     busctlEmitSignal(*m_bus, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, values);
 }
 
-bool TestControlSignals::arrived(const ControlEvents &events) const
+void TestControlSignals::waitForMarker(const ControlEvents &events) const
 {
     emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("marker")});
-    return events.waitFor(QStringLiteral("oom marker"));
+    events.waitFor(QStringLiteral("oom marker"));
 }
 
 void TestControlSignals::signalsStandInTheirOrder()
@@ -138,7 +138,7 @@ void TestControlSignals::signalsArriveUnchanged()
     emitSignal(QStringLiteral("Terminated"), {QStringLiteral("x.instance_1"), details});
     emitSignal(QStringLiteral("Started"), {QString(), QVariantMap()});
     emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("17")});
-    QVERIFY(events.waitFor(QStringLiteral("oom 17")));
+    events.waitFor(QStringLiteral("oom 17"));
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started x.instance_1 {a=1,b=\u00e9}"),
                           QStringLiteral("state x.instance_1 3"),
@@ -184,7 +184,7 @@ void TestControlSignals::stateIsCast()
     emitWithBusctl(
         QStringLiteral("StateChanged"),
         {QStringLiteral("s id"), QStringLiteral("a{sv} 3 A i 1 State %1 Z i 1").arg(value)});
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("state id %1").arg(state), QStringLiteral("oom marker")}));
 }
@@ -204,7 +204,7 @@ void TestControlSignals::stateThatIsMissingIsIgnored()
     const ControlEvents events(control);
     emitWithBusctl(QStringLiteral("StateChanged"),
                    {QStringLiteral("s id"), QStringLiteral("a{sv} ") + map});
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
 }
 
@@ -252,7 +252,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped()
     if (values != QStringList(QStringLiteral("s id"))) {
         emitWithBusctl(QStringLiteral("SelectedByOom"), values);
     }
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
 }
 
@@ -269,7 +269,7 @@ void TestControlSignals::signalsOfOtherNamesPathsAndInterfacesAreDropped()
     m_simulator->emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
     m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
                             arguments);
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
 }
 
@@ -302,7 +302,7 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
     QDBusConnection::disconnectFromBus(QStringLiteral("peer"));
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
 }
 
@@ -318,10 +318,10 @@ void TestControlSignals::serviceThatComesLaterIsHeard()
         QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
         m_simulator->start();
         // QtDBus drops what comes before it knows the new owner.
-        QTRY_COMPARE_WITH_TIMEOUT(owned.size(), 1, patience);
+        waitUntil([&] { return owned.size() == 1; });
         const QString id = QString::number(i);
         emitSignal(QStringLiteral("SelectedByOom"), {id});
-        QVERIFY(events.waitFor(QStringLiteral("oom ") + id));
+        events.waitFor(QStringLiteral("oom ") + id);
         if (i < 3) {
             m_simulator->end();
         }
@@ -339,8 +339,8 @@ void TestControlSignals::everyControlHearsThem()
     const ControlEvents secondEvents(second);
     emitSignal(QStringLiteral("StateChanged"),
                {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 3U}}});
-    QVERIFY(arrived(firstEvents));
-    QVERIFY(secondEvents.waitFor(QStringLiteral("oom marker")));
+    waitForMarker(firstEvents);
+    secondEvents.waitFor(QStringLiteral("oom marker"));
     const QStringList expected{QStringLiteral("state id 3"), QStringLiteral("oom marker")};
     QCOMPARE(firstEvents.all(), expected);
     QCOMPARE(secondEvents.all(), expected);
@@ -365,12 +365,12 @@ void TestControlSignals::queuedConnectionsCrossThreads()
     QSignalSpy spy(&control, &Control::stateChanged);
     emitSignal(QStringLiteral("StateChanged"),
                {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 4000000000U}}});
-    QVERIFY(arrived(events));
+    waitForMarker(events);
     // It is behind the signal in the receiver's queue.
     QMetaObject::invokeMethod(
         &receiver, [] {}, Qt::BlockingQueuedConnection);
     thread.quit();
-    QVERIFY(thread.wait(patience));
+    thread.wait();
     QCOMPARE(state, 4000000000U);
     QCOMPARE(ranIn, &thread);
     QCOMPARE(spy.size(), 1);
@@ -405,12 +405,11 @@ void TestControlSignals::theyComeInTheThreadOfTheControl()
     emitSignal(QStringLiteral("Terminated"), {id, QVariantMap()});
     emitSignal(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 3U}}});
     emitSignal(QStringLiteral("SelectedByOom"), {id});
-    const bool allCame = QTest::qWaitFor([&] { return emitted == 4; }, patience);
+    waitUntil([&] { return emitted == 4; });
     QMetaObject::invokeMethod(
         &inThread, [&] { control.reset(); }, Qt::BlockingQueuedConnection);
     thread.quit();
-    QVERIFY(thread.wait(patience));
-    QVERIFY(allCame);
+    thread.wait();
     QCOMPARE(int(elsewhere), 0);
 }
 
@@ -445,7 +444,7 @@ void TestControlSignals::deletedInASlot()
     for (int i = 0; i < 3; ++i) {
         emitSignal(member, arguments);
     }
-    QVERIFY(arrived(others));
+    waitForMarker(others);
     QCOMPARE(others.all().size(), 4);
     QCOMPARE(emitted, 1);
 }
@@ -458,7 +457,7 @@ void TestControlSignals::endedControlHearsNothing()
     const ControlEvents events(*control);
     emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("early")});
     control.reset();
-    QVERIFY(arrived(others));
+    waitForMarker(others);
     QCOMPARE(events.all(), QStringList());
 }
 

@@ -151,7 +151,7 @@ void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
     m_simulator->start();
     // A new invoker has no tasks until it is registered.
     const TaskInvoker *const first = &tasks.invoker();
-    QTRY_VERIFY_WITH_TIMEOUT(&tasks.invoker() != first, patience);
+    waitUntil([&] { return &tasks.invoker() != first; });
     QVERIFY(!waitUntilReady(tasks.invoker()));
     QCOMPARE(tasks.invoker().availableTasks().size(), 3);
 }

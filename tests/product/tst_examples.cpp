@@ -61,7 +61,7 @@ void TestExamples::initTestCase()
         {QStringLiteral("--build"), build},
     };
     for (const QStringList &step : steps) {
-        const Result result = run(QStringLiteral(CMAKE), step, m_environment, 15 * patience);
+        const Result result = run(QStringLiteral(CMAKE), step, m_environment);
         QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
     }
 }
@@ -123,7 +123,7 @@ void TestExamples::windowStatusTakesTheLatestAnswer()
     m_simulator->windowStatus().waitForHeld(3);
     m_simulator->windowStatus().release({1, 0, 2});
     QCOMPARE(example.readLine(), QStringLiteral("state 2"));
-    QVERIFY(example.waitForFinished(patience));
+    example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardOutput() + example.readAllStandardError(), QByteArray());
 
@@ -155,7 +155,7 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
         line = example.readLine();
     }
     QCOMPARE(line, QStringLiteral("started as demo.Viewer.instance_1"));
-    QVERIFY(example.waitForFinished(patience));
+    example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardError(), QByteArray());
 }

@@ -97,9 +97,9 @@ QString TestInstallation::succeed(const QString &program, const QStringList &arg
     }
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start();
-    const bool ended = process.waitForFinished(30 * patience);
+    const int exitStatus = process.waitForEnd();
     const QString output = QString::fromUtf8(process.readAll());
-    if (!ended || process.end() != 0) {
+    if (exitStatus != 0) {
         qFatal("%s %s failed:\n%s", qPrintable(program),
                qPrintable(arguments.join(QLatin1Char(' '))), qPrintable(output));
     }

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "busctl.h"
 #include "files.h"
 #include "private_bus.h"
 #include "test_main.h"
@@ -111,11 +112,11 @@ void TestVendorPrefix::reachesEveryName()
     QCOMPARE(window.output, QStringLiteral("4\n"));
 
     const auto desk = [&](const QStringList &call) {
-        return run(QStringLiteral("busctl"),
-                   QStringList{QStringLiteral("--address=%1").arg(bus.address()),
-                               QStringLiteral("call"), name, path + QStringLiteral("/Simulator1"),
-                               name + QStringLiteral(".Simulator1")}
-                       + call);
+        return busctl(bus,
+                      QStringList{QStringLiteral("call"), name,
+                                  path + QStringLiteral("/Simulator1"),
+                                  name + QStringLiteral(".Simulator1")}
+                          + call);
     };
     QCOMPARE(desk({QStringLiteral("Calls")}).output,
              QStringLiteral("a(ssssav) 1 \"%1/WindowManagement1\" \"%2.WindowManagement1\" "

@@ -108,14 +108,13 @@ void TestDefaultTimeLimit::silentServiceFailsEveryCall()
         return std::all_of(failures.cbegin(), failures.cbegin() + waiting,
                            [](const Failure &failure) { return failure.after != 0; });
     };
-    QVERIFY(QTest::qWaitFor(allHaveFailed, 3 * patience));
+    waitUntil(allHaveFailed);
     for (const auto &thread : threads) {
-        QVERIFY(thread->wait(patience));
+        thread->wait();
     }
 
     for (const Failure &failure : qAsConst(failures)) {
         QVERIFY(failure.after > 24000);
-        QVERIFY(failure.after < 30000);
         QCOMPARE(failure.error.code(), Error::Failed);
         QVERIFY2(failure.error.message().startsWith(QStringLiteral("Did not receive a reply.")),
                  qPrintable(failure.error.message()));

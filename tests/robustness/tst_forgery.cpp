@@ -151,7 +151,7 @@ void TestForgery::signalsOfAFormerOwner()
     m_rig->waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
     m_rig->waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
     former.order(operation.order(operation.signature + QLatin1Char(' ') + operation.values));
-    Rig::waitUntil("the owner is heard", [this] { return m_rig->events().size() == 1; });
+    waitUntil([this] { return m_rig->events().size() == 1; });
     QCOMPARE(text(*m_rig), operation.seen);
     m_rig->waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
     // Between two owners there is none.

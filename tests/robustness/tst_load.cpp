@@ -11,7 +11,6 @@
 #include <Ostrel/Control>
 
 #include <QtCore/QEventLoop>
-#include <QtCore/QTimer>
 
 #include <algorithm>
 #include <functional>
@@ -73,22 +72,10 @@ public:
         }
     }
 
-    // Runs it to its end. It may take long, but not without getting on. QTest's own waiting would
-    // sleep between the calls.
-    bool run()
+    void run()
     {
-        int seen = 0;
-        QTimer watch;
-        QObject::connect(&watch, &QTimer::timeout, &m_loop, [this, &seen] {
-            if (seen == m_done) {
-                m_loop.quit();
-            }
-            seen = m_done;
-        });
-        watch.start(patience);
         m_call(0);
         m_loop.exec();
-        return m_done == m_count;
     }
 
 private:
@@ -155,11 +142,12 @@ void TestLoad::windowsAreReportedOnAndOn()
                                        });
         });
         all = &sequence;
-        return sequence.run() && QTest::qWaitFor([this] { return children().isEmpty(); }, patience);
+        sequence.run();
+        waitUntil([this] { return children().isEmpty(); });
     };
-    QVERIFY(report(1000));
+    report(1000);
     MemoryFigures figures;
-    QVERIFY(report(m_count));
+    report(m_count);
     const qint64 growth = figures.growth();
     figures.print(QStringLiteral("%1 calls of WindowManagement, one after the other").arg(m_count));
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
@@ -181,12 +169,12 @@ void TestLoad::tasksAreStoppedOnAndOn() const
             });
         });
         all = &sequence;
-        return sequence.run()
-            && QTest::qWaitFor([&invoker] { return invoker.children().isEmpty(); }, patience);
+        sequence.run();
+        waitUntil([&invoker] { return invoker.children().isEmpty(); });
     };
-    QVERIFY(stop(1000));
+    stop(1000);
     MemoryFigures figures;
-    QVERIFY(stop(m_count));
+    stop(m_count);
     const qint64 growth = figures.growth();
     figures.print(QStringLiteral("%1 calls of TaskInvoker, one after the other").arg(m_count));
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
@@ -219,14 +207,14 @@ void TestLoad::tenThousandReportsInFlight()
             reversed.append(i - 1);
         }
         m_simulator->windowStatus().release(reversed);
-        QVERIFY(QTest::qWaitFor([&] { return order.size() >= count; }, patience));
+        waitUntil([&] { return order.size() >= count; });
         // No second answer is behind these.
         Outcomes marker;
         windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, marker.callback());
-        QVERIFY(marker.waitFor(1));
+        marker.waitFor(1);
         QCOMPARE(answers, std::vector<int>(count, 1));
         QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
-        QTRY_VERIFY_WITH_TIMEOUT(children().isEmpty(), patience);
+        waitUntil([&] { return children().isEmpty(); });
     };
     report();
     MemoryFigures figures;

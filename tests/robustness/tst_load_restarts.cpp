@@ -54,7 +54,7 @@ void TestLoadRestarts::startService()
                                 QDBusServiceWatcher::WatchForRegistration);
     QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
     m_simulator->start();
-    QTRY_COMPARE_WITH_TIMEOUT(owned.size(), 1, patience);
+    waitUntil([&] { return owned.size() == 1; });
 }
 
 void TestLoadRestarts::everyServiceIsHeardAndAnswers()
@@ -82,7 +82,7 @@ void TestLoadRestarts::everyServiceIsHeardAndAnswers()
         windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
         m_simulator->windowStatus().waitForHeld(1);
         QCOMPARE(m_simulator->end(), 0);
-        QVERIFY(outcomes.waitFor(1));
+        outcomes.waitFor(1);
         QCOMPARE(outcomes.at(0).error.code(), Error::Failed);
         QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::Failed);
 
@@ -94,12 +94,12 @@ void TestLoadRestarts::everyServiceIsHeardAndAnswers()
         emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
                               QStringLiteral("1 ActiveTasks a(sia{sv}) 1 t%1 %1 0").arg(number));
         expectedEvents.append(QStringLiteral("active [t%1 %1 {}]").arg(number));
-        QVERIFY(signalsOfControl.waitFor(expectedSignals.last()));
-        QVERIFY(events.waitFor(expectedEvents.size()));
+        signalsOfControl.waitFor(expectedSignals.last());
+        events.waitFor(expectedEvents.size());
 
         // Its answers. It has to be told of the task type again, by another invoker.
         windows.updateWindowStatus(QStringLiteral("w"), i, 2, 3, this, outcomes.callback());
-        QVERIFY(outcomes.waitFor(2));
+        outcomes.waitFor(2);
         QCOMPARE(outcomes.at(1).state, quint32(i));
         QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::ApplicationNotRunning);
         TaskInvoker another(TaskInvoker::SessionBus, QStringLiteral("other"));

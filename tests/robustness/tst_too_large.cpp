@@ -104,7 +104,7 @@ void TestTooLarge::taskInvokerRefusesThem()
     TaskInvoker::Hints hints;
     hints.setUser(m_text.left(20000000));
     invoker.start(m_text.left(10000000), large, hints, events.started());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.all(),
              (QStringList{
                  QStringLiteral("started 0: 1 \"%1\"").arg(m_refusal),
@@ -134,7 +134,7 @@ void TestTooLarge::taskTypesAreRefused()
     invoker.onReady(events.ready());
     invoker.start(QStringLiteral("a"), {}, {}, events.started());
     invoker.stop(QStringLiteral("a"), events.stopped());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("ready 1 \"%1\"").arg(refusal),
                           QStringLiteral("started 0: 1 \"%1\"").arg(refusal),
@@ -155,7 +155,7 @@ void TestTooLarge::largestTaskTypeIsTaken()
         error = outcome;
         answered = true;
     });
-    QTRY_VERIFY_WITH_TIMEOUT(answered, patience);
+    waitUntil([&] { return answered; });
     QCOMPARE(error.code(), Error::HandlerNotFound);
     m_simulator->reset();
 }

@@ -13,7 +13,7 @@ BusMonitor::BusMonitor(const PrivateBus &bus)
     m_process.setReadChannel(QProcess::StandardError);
     m_process.start();
     while (!m_process.canReadLine()) {
-        if (!m_process.waitForReadyRead(patience)) {
+        if (!m_process.waitForReadyRead(forever)) {
             qFatal("the monitor does not start");
         }
     }

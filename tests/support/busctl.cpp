@@ -14,15 +14,22 @@ QStringList wordsOf(const QString &value)
     return words.replaceInStrings(QStringLiteral("''"), QString());
 }
 
+Result busctl(const PrivateBus &bus, const QStringList &arguments)
+{
+    return run(QStringLiteral("busctl"),
+               QStringList{QStringLiteral("--address=%1").arg(bus.address()),
+                           QStringLiteral("--timeout=infinity")}
+                   + arguments);
+}
+
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)
 {
-    const Result result = run(QStringLiteral("busctl"),
-                              QStringList{QStringLiteral("--address=%1").arg(bus.address()),
-                                          QStringLiteral("--json=short"), QStringLiteral("call"),
-                                          QStringLiteral("--"), QStringLiteral(OSTREL_SERVICE_NAME),
-                                          QStringLiteral(OSTREL_SIMULATOR_PATH),
-                                          QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method}
-                                  + arguments);
+    const Result result = busctl(
+        bus,
+        QStringList{QStringLiteral("--json=short"), QStringLiteral("call"), QStringLiteral("--"),
+                    QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+                    QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method}
+            + arguments);
     if (result.exitStatus != 0) {
         qFatal("busctl: %s", qPrintable(result.errors));
     }

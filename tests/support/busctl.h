@@ -11,6 +11,9 @@
 // A value in busctl's form as words for its command line; '' is an empty string.
 QStringList wordsOf(const QString &value);
 
+// Runs busctl on a bus. Its calls have no timeout.
+Result busctl(const PrivateBus &bus, const QStringList &arguments);
+
 // Calls a method of the fault desk with busctl, which shares no code with Qt. The arguments are the
 // signature and the values in busctl's form; the result is busctl's one line of JSON.
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments = {});

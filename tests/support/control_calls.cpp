@@ -26,13 +26,12 @@ QDBusMessage controlCall(const QString &method, const QVariantList &arguments)
 
 QDBusMessage callControl(const QString &method, const QVariantList &arguments)
 {
-    return QDBusConnection::sessionBus().call(controlCall(method, arguments), QDBus::Block,
-                                              patience);
+    return QDBusConnection::sessionBus().call(controlCall(method, arguments));
 }
 
 QDBusPendingCall asyncCallControl(const QString &method, const QVariantList &arguments)
 {
-    return QDBusConnection::sessionBus().asyncCall(controlCall(method, arguments), patience);
+    return QDBusConnection::sessionBus().asyncCall(controlCall(method, arguments));
 }
 
 QVariantMap startApplication(const QString &id)

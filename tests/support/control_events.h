@@ -4,13 +4,12 @@
 #ifndef TESTS_CONTROL_EVENTS_H
 #define TESTS_CONTROL_EVENTS_H
 
-#include "process.h"
 #include "record_rows.h"
+#include "waiting.h"
 
 #include <Ostrel/Control>
 
 #include <QtCore/QStringList>
-#include <QtTest/QTest>
 
 // The signals of a Control as texts, in the order in which they come.
 class ControlEvents
@@ -40,9 +39,9 @@ public:
     QStringList all() const { return m_all; }
 
     // Runs the event loop until the event is among them.
-    bool waitFor(const QString &event) const
+    void waitFor(const QString &event) const
     {
-        return QTest::qWaitFor([this, &event] { return m_all.contains(event); }, patience);
+        waitUntil([this, &event] { return m_all.contains(event); });
     }
 
 private:

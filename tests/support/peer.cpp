@@ -23,7 +23,7 @@ void Peer::orderLater(const QString &line)
 {
     m_process.write(line.toUtf8() + '\n');
     while (m_process.bytesToWrite() > 0) {
-        if (!m_process.waitForBytesWritten(patience)) {
+        if (!m_process.waitForBytesWritten(forever)) {
             qFatal("the peer takes no order: %s", qPrintable(line.left(200)));
         }
     }
@@ -59,7 +59,5 @@ void Peer::kill()
 
 void Peer::waitForEnd()
 {
-    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(patience)) {
-        qFatal("the peer does not end");
-    }
+    m_process.waitForEnd();
 }

@@ -21,7 +21,7 @@ QString Process::readLine()
 {
     setReadChannel(StandardOutput);
     while (!canReadLine()) {
-        if (!waitForReadyRead(patience)) {
+        if (!waitForReadyRead(forever)) {
             qFatal("%s printed no line: %s", qPrintable(program()),
                    readAllStandardError().constData());
         }
@@ -33,11 +33,19 @@ int Process::end()
 {
     if (state() != NotRunning) {
         terminate();
-        if (!waitForFinished(patience)) {
-            kill();
-            waitForFinished(patience);
-            return -1;
-        }
+        // A process that is stopped ends once it goes on.
+        ::kill(pid_t(processId()), SIGCONT);
+    }
+    return waitForEnd();
+}
+
+int Process::waitForEnd()
+{
+    if (state() != NotRunning) {
+        waitForFinished(forever);
+    }
+    if (error() == FailedToStart) {
+        qFatal("%s does not start: %s", qPrintable(program()), qPrintable(errorString()));
     }
     return exitStatus() == NormalExit ? exitCode() : -1;
 }
@@ -48,15 +56,12 @@ void Process::setupChildProcess()
 }
 
 Result run(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment, int limit)
+           const QProcessEnvironment &environment)
 {
     Process process(program, arguments);
     process.setProcessEnvironment(environment);
     process.start();
-    if (!process.waitForFinished(limit)) {
-        qFatal("%s does not end: %s", qPrintable(program), qPrintable(process.errorString()));
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
+    const int exitStatus = process.waitForEnd();
+    return {exitStatus, QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
 }

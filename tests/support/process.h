@@ -4,11 +4,9 @@
 #ifndef TESTS_PROCESS_H
 #define TESTS_PROCESS_H
 
-#include <QtCore/QProcess>
+#include "waiting.h"
 
-// How long a test waits for what must happen, in milliseconds. Nothing waits this long unless it
-// fails.
-constexpr int patience = 20000;
+#include <QtCore/QProcess>
 
 // A child process that does not outlive the test, however the test ends.
 class Process : public QProcess
@@ -22,9 +20,11 @@ public:
     // Waits for a whole line on standard output, and returns it without its end.
     QString readLine();
 
-    // Ends the process with SIGTERM, or SIGKILL if that has no effect. The result is its exit
-    // status, or -1 if it did not end by itself.
+    // Ends the process with SIGTERM, and returns its exit status as waitForEnd() does.
     int end();
+
+    // Waits until the process has ended. Returns its exit status, or -1 if a signal ended it.
+    int waitForEnd();
 
 protected:
     void setupChildProcess() override;
@@ -37,9 +37,8 @@ struct Result
     QString errors;
 };
 
-// Runs a program to its end, which has to come within the limit, in milliseconds.
+// Runs a program to its end.
 Result run(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
-           int limit = 3 * patience);
+           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
 
 #endif

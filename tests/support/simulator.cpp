@@ -47,10 +47,7 @@ int Simulator::end()
 
 int Simulator::waitForEnd()
 {
-    if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(patience)) {
-        qFatal("the simulator does not end");
-    }
-    return m_process->exitCode();
+    return m_process->waitForEnd();
 }
 
 QDBusMessage Simulator::desk(const QString &method, const QVariantList &arguments) const
@@ -59,7 +56,7 @@ QDBusMessage Simulator::desk(const QString &method, const QVariantList &argument
         QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
         QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method);
     call.setArguments(arguments);
-    return m_connection.call(call, QDBus::Block, patience);
+    return m_connection.call(call);
 }
 
 void Simulator::emitSignal(const char *path, const char *interface, const QString &member,

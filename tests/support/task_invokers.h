@@ -86,9 +86,9 @@ public:
     void clear() { m_all.clear(); }
 
     // Runs the event loop until there are so many.
-    bool waitFor(int count) const
+    void waitFor(int count) const
     {
-        return QTest::qWaitFor([this, count] { return m_all.size() >= count; }, patience);
+        waitUntil([this, count] { return m_all.size() >= count; });
     }
 
 private:
@@ -105,9 +105,7 @@ inline Ostrel::Error waitUntilReady(Ostrel::TaskInvoker &invoker)
     };
     const auto outcome = std::make_shared<Outcome>();
     invoker.onReady([outcome](const Ostrel::Error &error) { *outcome = {true, error}; });
-    if (!QTest::qWaitFor([&outcome] { return outcome->known; }, patience)) {
-        qFatal("the invoker does not become ready");
-    }
+    waitUntil([&outcome] { return outcome->known; });
     return outcome->error;
 }
 
@@ -116,9 +114,7 @@ inline void roundTrip(Ostrel::TaskInvoker &invoker)
 {
     const auto answered = std::make_shared<bool>(false);
     invoker.stop(QStringLiteral("marker"), [answered](const Ostrel::Error &) { *answered = true; });
-    if (!QTest::qWaitFor([&answered] { return *answered; }, patience)) {
-        qFatal("the service does not answer");
-    }
+    waitUntil([&answered] { return *answered; });
 }
 
 inline QString sessionPath(const QString &type)

@@ -4,6 +4,8 @@
 #ifndef TESTS_TEST_MAIN_H
 #define TESTS_TEST_MAIN_H
 
+#include "waiting.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
@@ -16,6 +18,8 @@ template <typename Test> int runTests(int argc, char **argv)
     qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
+    // QtTest ends a function after five minutes otherwise.
+    qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(forever));
     const QCoreApplication application(argc, argv);
     Test test;
     return QTest::qExec(&test, argc, argv);

@@ -86,11 +86,11 @@ void TestTaskInvokerBuses::busesAreKeptApart()
     sessionEvents.watch(onSession);
     systemEvents.watch(onSystem);
     onSystem.start(QStringLiteral("photos"), {}, {}, systemEvents.started());
-    QVERIFY(systemEvents.waitFor(2));
+    systemEvents.waitFor(2);
     roundTrip(onSession);
     QCOMPARE(sessionEvents.all(), QStringList());
     onSession.start(QStringLiteral("contacts"), {}, {}, sessionEvents.started());
-    QVERIFY(sessionEvents.waitFor(2));
+    sessionEvents.waitFor(2);
     roundTrip(onSystem);
     QCOMPARE(
         systemEvents.sortedWithoutPids(),
@@ -128,7 +128,7 @@ void TestTaskInvokerBuses::oneBusEnds()
     starts.waitForHeld(1);
     registration.waitForHeld(1);
     m_systemBus->end();
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QVERIFY(events.all().contains(QStringLiteral("started 0 1")));
     QVERIFY(events.all().contains(QStringLiteral("ready 1")));
 
@@ -138,7 +138,7 @@ void TestTaskInvokerBuses::oneBusEnds()
     TaskInvoker late(TaskInvoker::SystemBus, type);
     late.onReady(events.ready());
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     const QString disconnected = QStringLiteral("1 \"Not connected to D-Bus server\"");
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 0: ") + disconnected,
@@ -148,7 +148,7 @@ void TestTaskInvokerBuses::oneBusEnds()
 
     events.clear();
     onSession.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
 }
 

@@ -100,7 +100,7 @@ void TestTaskInvokerCalls::startIsOneCall()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
 
     const QVector<Call> calls = sessionCalls();
@@ -121,7 +121,7 @@ void TestTaskInvokerCalls::stopIsOneCall()
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, nullptr);
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
 
     const QVector<Call> calls = sessionCalls();
@@ -142,11 +142,11 @@ void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
     Events events;
     invoker.onReady(events.ready());
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     registration.release({0});
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
                           QStringLiteral("ready 0")}));
@@ -163,7 +163,7 @@ void TestTaskInvokerCalls::callsAreSentAfterAFailedRegistration()
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     const QString noSession =
         QStringLiteral("1 \"No object at the path %1\"").arg(sessionPath(QStringLiteral("sync")));
     QCOMPARE(events.all(),
@@ -189,11 +189,11 @@ void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
     starts().release({0});
     stops().release({0});
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
     // What waited for the answers is gone again.
-    QTRY_VERIFY_WITH_TIMEOUT(invoker.children().isEmpty(), patience);
+    waitUntil([&] { return invoker.children().isEmpty(); });
 }
 
 void TestTaskInvokerCalls::numbersArriveUnchanged_data()
@@ -211,7 +211,7 @@ void TestTaskInvokerCalls::numbersArriveUnchanged()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started %1: 0").arg(number)));
 }
 
@@ -230,7 +230,7 @@ void TestTaskInvokerCalls::serviceErrorsAreMapped()
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 0: %1 \"no start\"").arg(code),
                           QStringLiteral("stopped %1 \"no stop\"").arg(code)}));
@@ -280,7 +280,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QTEST(events.all().constFirst(), "event");
 }
 
@@ -314,7 +314,7 @@ void TestTaskInvokerCalls::otherRepliesAreFailures()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(),
              QStringList(QStringLiteral("started 0: 1 \"Unexpected reply signature: got \"%1\", "
                                         "expected \"i\"\"")
@@ -327,7 +327,7 @@ void TestTaskInvokerCalls::furtherValuesAreAccepted()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 42: 0")));
 }
 
@@ -347,7 +347,7 @@ void TestTaskInvokerCalls::stopAcceptsAnyReply()
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
 }
 
@@ -372,7 +372,7 @@ void TestTaskInvokerCalls::emptyCallbacksAreSkipped()
     invoker.start(QStringLiteral("photos"), {}, {}, {});
     roundTrip(invoker);
     QCOMPARE(sessionCalls().size(), 4);
-    QTRY_VERIFY_WITH_TIMEOUT(invoker.children().isEmpty(), patience);
+    waitUntil([&] { return invoker.children().isEmpty(); });
 }
 
 void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
@@ -390,7 +390,7 @@ void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
     start(QStringLiteral("z"));
     starts().waitForHeld(3);
     starts().release({2, 0, 1});
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     roundTrip(invoker);
     const QString none = QStringLiteral("%1 0: 2 \"There is no task \"%1\" of the type \"sync\"\"");
     QCOMPARE(events.all(),
@@ -408,11 +408,11 @@ void TestTaskInvokerCalls::callbacksMayCallAgain()
             events.stopped()(stopError);
             invoker.start(QStringLiteral("photos"), {}, {}, events.started());
             // In here it waits for the last one.
-            QVERIFY(events.waitFor(3));
+            events.waitFor(3);
             events.add(QStringLiteral("end"));
         });
     });
-    QVERIFY(events.waitFor(4));
+    events.waitFor(4);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
                           QStringLiteral("started 2: 0"), QStringLiteral("end")}));
@@ -462,7 +462,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     invoker.start(QStringLiteral("photos"), info, hints, events.started());
     invoker.start(QStringLiteral("photos"), info, hints, nullptr);
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     const auto failure = [&](const char *key) {
         return QStringLiteral("started 0: 1 \"Marshalling failed: \"%1\" %2\"")
             .arg(innerKey.isEmpty() ? QString::fromLatin1(key) : innerKey, problem);
@@ -472,7 +472,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     // The caller's maps are as they were.
     QCOMPARE(info.size(), 2);
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(4));
+    events.waitFor(4);
     QCOMPARE(events.all().constLast(), QStringLiteral("started 1: 0"));
 }
 
@@ -482,7 +482,7 @@ void TestTaskInvokerCalls::simulatorRefusesWhatItShould()
     Events events;
     invoker.start(QString(), {}, {}, events.started());
     invoker.stop(QStringLiteral("photos"), events.stopped());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(
         events.all(),
         (QStringList{QStringLiteral("started 0: 2 \"There is no task \"\" of the type \"sync\"\""),

@@ -189,7 +189,7 @@ void TestTaskInvokerLifetimes::endsInAReadyCallback()
     });
     invoker->onReady(events.ready(QStringLiteral("never")));
     invoker->start(QStringLiteral("photos"), {}, {}, nullptr);
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     const QString outcome = answer.isEmpty() ? QStringLiteral("0")
@@ -230,7 +230,7 @@ void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists()
     events.watch(*invoker);
     invoker->onReady(events.ready());
     deleteIn(invoker, active);
-    QVERIFY(events.waitFor(active ? 1 : 2));
+    events.waitFor(active ? 1 : 2);
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     QCOMPARE(events.all(),
@@ -253,7 +253,7 @@ void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement()
     deleteIn(invoker, active);
     emitPropertiesChanged(*m_bus, type, bothLists);
     emitPropertiesChanged(*m_bus, type, bothLists);
-    QVERIFY(events.waitFor(active ? 1 : 2));
+    events.waitFor(active ? 1 : 2);
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     QCOMPARE(events.all(),
@@ -292,7 +292,7 @@ void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
     }
     // Answered behind it.
     invoker->stop(task, events.stopped(QStringLiteral("never")));
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     otherRoundTrip();
     QCOMPARE(events.all(),
              QStringList(failing ? QStringLiteral("kept 2") : QStringLiteral("kept 0")));
@@ -315,11 +315,11 @@ void TestTaskInvokerLifetimes::endsInAnEventLoopOfACallback()
             delete invoker.data();
             events.add(QStringLiteral("deleted"));
         });
-        QVERIFY(events.waitFor(2));
+        events.waitFor(2);
         events.add(QStringLiteral("end"));
     });
     invoker->onReady(events.ready(QStringLiteral("never")));
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     otherRoundTrip();
     QCOMPARE(
         events.all(),
@@ -336,13 +336,13 @@ void TestTaskInvokerLifetimes::endsInAnEventLoopOfASlot()
             delete invoker.data();
             events.add(QStringLiteral("deleted"));
         });
-        QVERIFY(events.waitFor(2));
+        events.waitFor(2);
         events.add(QStringLiteral("end"));
     });
     connect(invoker, &TaskInvoker::availableTasksChanged, this,
             [&] { events.add(QStringLiteral("never")); });
     invoker->onReady(events.ready(QStringLiteral("never")));
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     otherRoundTrip();
     QCOMPARE(
         events.all(),
@@ -399,7 +399,7 @@ void TestTaskInvokerLifetimes::callbacksAreCopied()
     invoker.stop(QStringLiteral("photos"), stopped);
     started = nullptr;
     stopped = nullptr;
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
 }
@@ -418,7 +418,7 @@ void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
             invoker.stop(QStringLiteral("photos"), events.stopped());
         }
     });
-    QVERIFY(events.waitFor(6));
+    events.waitFor(6);
     QCOMPARE(events.sorted(),
              (QStringList{QStringLiteral("active 0"), QStringLiteral("active 0"),
                           QStringLiteral("active 1"), QStringLiteral("ready 0"),
@@ -473,11 +473,11 @@ void TestTaskInvokerLifetimes::livesInAnotherThread()
         invoker->start(QStringLiteral("photos"), {}, {},
                        [&](int number, const Error &) { saw(QString::number(number)); });
     });
-    QVERIFY(done.tryAcquire(4, patience));
+    done.acquire(4);
     QMetaObject::invokeMethod(
         &context, [&] { delete invoker; }, Qt::BlockingQueuedConnection);
     thread.quit();
-    QVERIFY(thread.wait(patience));
+    thread.wait();
     seen.sort();
     QCOMPARE(seen,
              (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("active"),

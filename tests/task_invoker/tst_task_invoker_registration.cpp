@@ -168,7 +168,7 @@ void TestTaskInvokerRegistration::doesNotWaitForTheAnswer()
     registration.waitForHeld(1);
     registration.release({0});
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
 }
 
 void TestTaskInvokerRegistration::registersBeforeItSubscribes()
@@ -242,7 +242,7 @@ void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered()
     QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
     Events events;
     invoker.start(QStringLiteral("none"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(m_simulator->calls().constLast().path, sessionPath(type));
     QVERIFY(events.all().constFirst().startsWith(QStringLiteral("started 0: 2 ")));
 }
@@ -275,7 +275,7 @@ void TestTaskInvokerRegistration::typesThatTheBusAlters()
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QFETCH(QString, outcome);
     QCOMPARE(events.all(), QStringList(QStringLiteral("ready ") + outcome));
     QFETCH(QString, warning);
@@ -285,7 +285,7 @@ void TestTaskInvokerRegistration::typesThatTheBusAlters()
 
     events.clear();
     invoker.start(QStringLiteral("task"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QVERIFY(events.all().at(0).startsWith(QStringLiteral("started 0: 1 \"Invalid object path: ")));
     QCOMPARE(m_simulator->calls().size(), 1);
 }
@@ -322,10 +322,10 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
     invoker.stop(QStringLiteral("task"), events.stopped());
     QCOMPARE(warnings.texts(), QStringList());
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     registration.waitForHeld(1);
     registration.release({0});
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 0: ") + invalidPath,
                           QStringLiteral("stopped ") + invalidPath,
@@ -336,7 +336,7 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
     invoker.start(QStringLiteral("task"), {}, {}, events.started());
     invoker.stop(QStringLiteral("task"), events.stopped());
     QCOMPARE(events.all(), QStringList());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("started 0: ") + invalidPath,
                           QStringLiteral("stopped ") + invalidPath}));
@@ -371,8 +371,8 @@ void TestTaskInvokerRegistration::invokersOfOneTypeShareASession()
     waitUntilReady(other);
     Events events;
     first.start(QStringLiteral("contacts"), {}, {}, events.started());
-    QTRY_COMPARE_WITH_TIMEOUT(second.activeTasks().size(), 1, patience);
-    QTRY_COMPARE_WITH_TIMEOUT(first.activeTasks().size(), 1, patience);
+    waitUntil([&] { return second.activeTasks().size() == 1; });
+    waitUntil([&] { return first.activeTasks().size() == 1; });
     roundTrip(other);
     QCOMPARE(other.activeTasks().size(), 0);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));

@@ -75,12 +75,11 @@ std::unique_ptr<Simulator> TestCatalogue::simulatorWith(const QString &text)
 
 QJsonArray TestCatalogue::running() const
 {
-    const Result result =
-        run(QStringLiteral("busctl"),
-            {QStringLiteral("--address=%1").arg(m_bus->address()), QStringLiteral("--json=short"),
-             QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
-             QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-             QStringLiteral("GetRunningApplications")});
+    const Result result = busctl(
+        *m_bus,
+        {QStringLiteral("--json=short"), QStringLiteral("call"),
+         QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
+         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("GetRunningApplications")});
     return QJsonDocument::fromJson(result.output.toUtf8())[QLatin1String("data")][0].toArray();
 }
 

@@ -308,7 +308,7 @@ void TestSimulatorControl::applicationsOutliveTheirServices()
     const QString expected = QStringLiteral("reply a(siuua{sv})a(ssiua{sv}) t.Short %1 1 0 "
                                             "{InstanceId=s:t.Short.instance_1}")
                                  .arg(pid);
-    QTRY_COMPARE_WITH_TIMEOUT(list(), expected, patience);
+    waitUntil([&] { return list() == expected; });
 }
 
 // Many starts are under way at the same time.

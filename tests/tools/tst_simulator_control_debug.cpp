@@ -169,14 +169,14 @@ void TestSimulatorControlDebug::filesAreEmptiedFirst()
 void TestSimulatorControlDebug::theRestIsReportedBack()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const Result result = run(
-        QStringLiteral("busctl"),
-        QStringLiteral("--address=%1 call -- %2 %3 %4 StartDebug sa{sv} t.One 5 sandbox b false "
-                       "firejailParams as 1 --quiet environment as 0 "
-                       "Unknown (ias) 3 1 x Another v i 7")
-            .arg(m_bus->address(), QStringLiteral(OSTREL_SERVICE_NAME),
-                 QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE))
-            .split(QLatin1Char(' ')));
+    const Result result =
+        busctl(*m_bus,
+               QStringLiteral("call -- %1 %2 %3 StartDebug sa{sv} t.One 5 sandbox b false "
+                              "firejailParams as 1 --quiet environment as 0 "
+                              "Unknown (ias) 3 1 x Another v i 7")
+                   .arg(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
+                        QStringLiteral(OSTREL_CONTROL_INTERFACE))
+                   .split(QLatin1Char(' ')));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
     const QString details = result.output.section(QStringLiteral("Pid\" i "), 1);
     QCOMPARE(details.section(QLatin1Char(' '), 1).trimmed(),

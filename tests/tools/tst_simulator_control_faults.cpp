@@ -267,7 +267,7 @@ void TestSimulatorControlFaults::resetTellsWhoWaitsAtTheDesk()
             QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
             QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method);
         call.setArguments(arguments);
-        return QDBusConnection::sessionBus().asyncCall(call, patience);
+        return QDBusConnection::sessionBus().asyncCall(call);
     };
     QDBusPendingCall oom =
         asyncDesk(QStringLiteral("KillByOom"), {QStringLiteral("t.StubbornService")});

@@ -67,13 +67,11 @@ int statusOf(pid_t pid)
 bool isKilled(pid_t pid)
 {
     int status = -1;
-    const bool ended = QTest::qWaitFor(
-        [pid, &status] {
-            status = statusOf(pid);
-            return status != -1;
-        },
-        patience);
-    return ended && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    waitUntil([pid, &status] {
+        status = statusOf(pid);
+        return status != -1;
+    });
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 
 bool exists(pid_t pid)
@@ -174,7 +172,7 @@ void TestSimulatorProcesses::descendantsEndWithTheirProgram()
     QVERIFY(exists(child));
     callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Parent.instance_1")});
     // Its parent or this process has seen its end.
-    QTRY_VERIFY_WITH_TIMEOUT(statusOf(child) != -1 || !exists(child), patience);
+    waitUntil([&] { return statusOf(child) != -1 || !exists(child); });
 }
 
 void TestSimulatorProcesses::descendantsAreNotLeftBehind()
@@ -215,11 +213,10 @@ void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
     Simulator simulator(other, {QStringLiteral("--catalogue"), inFolder("catalogue.json")});
     simulator.start();
     const Result started =
-        run(QStringLiteral("busctl"),
-            {QStringLiteral("--address=%1").arg(other.address()), QStringLiteral("call"),
-             QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-             QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Start"), QStringLiteral("s"),
-             QStringLiteral("t.Polite")});
+        busctl(other,
+               {QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
+                QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+                QStringLiteral("Start"), QStringLiteral("s"), QStringLiteral("t.Polite")});
     QCOMPARE(started.exitStatus, 0);
     QCOMPARE(simulator.process().readLine(), QStringLiteral("ready"));
     other.end();

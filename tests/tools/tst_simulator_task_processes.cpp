@@ -54,7 +54,7 @@ private Q_SLOTS:
 
 private:
     // Waits until the file that the task writes has this content.
-    bool wrote(const QByteArray &content) const;
+    void waitUntilWritten(const QByteArray &content) const;
 
     QTemporaryDir m_folder;
     QString m_output = m_folder.filePath(QStringLiteral("output"));
@@ -87,14 +87,12 @@ void TestSimulatorTaskProcesses::cleanup()
     QFile::remove(m_output);
 }
 
-bool TestSimulatorTaskProcesses::wrote(const QByteArray &content) const
+void TestSimulatorTaskProcesses::waitUntilWritten(const QByteArray &content) const
 {
-    return QTest::qWaitFor(
-        [this, &content] {
-            QFile file(m_output);
-            return file.open(QIODevice::ReadOnly) && file.readAll() == content;
-        },
-        patience);
+    waitUntil([this, &content] {
+        QFile file(m_output);
+        return file.open(QIODevice::ReadOnly) && file.readAll() == content;
+    });
 }
 
 void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
@@ -110,9 +108,9 @@ void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
     hints.setUser(QStringLiteral("nemo"));
     Events events;
     invoker.start(QStringLiteral("tell"), info, hints, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
-    QVERIFY(wrote("hello=you|first|second one|--third|"));
+    waitUntilWritten("hello=you|first|second one|--third|");
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
     QCOMPARE(text(invoker.activeTasks()), QStringLiteral("tell %1 {User=nemo}").arg(pid));
@@ -126,14 +124,14 @@ void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
     Events events;
     events.watch(invoker);
     invoker.start(QStringLiteral("once"), {}, {}, events.started());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.sorted().at(0), QStringLiteral("active []"));
     QCOMPARE(events.sorted().at(1).section(QLatin1Char(' '), 0, 1), QStringLiteral("active [once"));
     QCOMPARE(events.sorted().at(2), QStringLiteral("started 1: 0"));
     events.clear();
     // It can be started again.
     invoker.start(QStringLiteral("once"), {}, {}, events.started());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.sorted().at(2), QStringLiteral("started 2: 0"));
 }
 
@@ -143,11 +141,11 @@ void TestSimulatorTaskProcesses::stopEndsTheProcess()
     waitUntilReady(invoker);
     Events events;
     invoker.start(QStringLiteral("tell"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
     invoker.stop(QStringLiteral("tell"), events.stopped());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all().constLast(), QStringLiteral("stopped 0"));
     QCOMPARE(kill(pid, 0), -1);
 }
@@ -158,12 +156,12 @@ void TestSimulatorTaskProcesses::stopKillsWhatDoesNotEnd()
     waitUntilReady(invoker);
     Events events;
     invoker.start(QStringLiteral("stubborn"), {}, {}, events.started());
-    QVERIFY(wrote("\n"));
+    waitUntilWritten("\n");
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
     invoker.stop(QStringLiteral("stubborn"), events.stopped());
     invoker.stop(QStringLiteral("stubborn"), events.stopped());
-    QVERIFY(events.waitFor(3));
+    events.waitFor(3);
     QCOMPARE(events.all().mid(1),
              (QStringList{QStringLiteral("stopped 0"), QStringLiteral("stopped 0")}));
     QCOMPARE(kill(pid, 0), -1);
@@ -177,7 +175,7 @@ void TestSimulatorTaskProcesses::stopNeedNotWaitForTheStart()
     events.watch(invoker);
     invoker.start(QStringLiteral("tell"), {}, {}, events.started());
     invoker.stop(QStringLiteral("tell"), events.stopped());
-    QVERIFY(events.waitFor(4));
+    events.waitFor(4);
     QCOMPARE(events.sorted().at(0), QStringLiteral("active []"));
     QCOMPARE(events.sorted().at(2), QStringLiteral("started 1: 0"));
     QCOMPARE(events.sorted().at(3), QStringLiteral("stopped 0"));
@@ -190,14 +188,14 @@ void TestSimulatorTaskProcesses::brokenProgramsAreRefused()
     Events events;
     events.watch(invoker);
     invoker.start(QStringLiteral("broken"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     roundTrip(invoker);
     QCOMPARE(events.all(),
              QStringList(QStringLiteral("started 0: 3 \"Cannot start \"/nonexistent/task\": "
                                         "No such file or directory\"")));
     // It is not taken for started.
     invoker.start(QStringLiteral("broken"), {}, {}, events.started());
-    QVERIFY(events.waitFor(2));
+    events.waitFor(2);
     QCOMPARE(events.all().at(1), events.all().at(0));
 }
 
@@ -226,7 +224,7 @@ void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes()
     info.insert(key, value);
     Events events;
     invoker.start(QStringLiteral("tell"), info, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(), QStringList(QStringLiteral("started 0: 4 \"%1\"").arg(mistake)));
 }
 
@@ -236,7 +234,7 @@ void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
     waitUntilReady(invoker);
     Events events;
     invoker.start(QStringLiteral("tell"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     roundTrip(invoker);
     const QString root =
         m_simulator->desk(QStringLiteral("RootFs")).arguments().constFirst().toString();
@@ -252,7 +250,7 @@ void TestSimulatorTaskProcesses::resetEndsThem()
     waitUntilReady(invoker);
     Events events;
     invoker.start(QStringLiteral("tell"), {}, {}, events.started());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
     m_simulator->reset();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
+#include "busctl.h"
 #include "simulator.h"
 #include "test_main.h"
 
@@ -78,9 +79,7 @@ QString TestSimulatorTasks::busctl(const QString &words) const
     QStringList arguments = words.split(QLatin1Char(' '));
     arguments.replaceInStrings(QStringLiteral("''"), QString());
     arguments.insert(1, QStringLiteral(OSTREL_SERVICE_NAME));
-    const Result result =
-        run(QStringLiteral("busctl"),
-            QStringList(QStringLiteral("--address=%1").arg(m_bus->address())) + arguments);
+    const Result result = ::busctl(*m_bus, arguments);
     return (result.output + result.errors).trimmed();
 }
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "busctl.h"
 #include "outgoing_maps.h"
 #include "simulator.h"
 #include "test_main.h"

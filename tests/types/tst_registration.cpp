@@ -97,7 +97,7 @@ void TestRegistration::nothingIsKnownBefore()
     windows.updateWindowStatus(
         QStringLiteral("w"), 1, 2, 3, this,
         [&](Ostrel::ApplicationState, const Ostrel::Error &) { reported = true; });
-    QVERIFY(QTest::qWaitFor([&] { return reported; }, patience));
+    waitUntil([&] { return reported; });
     QCOMPARE(QMetaType::type("RunningApplication"), 0);
     QCOMPARE(QMetaType::type("ApplicationState"), 0);
     const Warnings warnings;
@@ -290,13 +290,13 @@ void TestRegistration::queuedSignalsCarryTheTypes()
     QVERIFY(spy.isValid());
     Q_EMIT sender.stateChanged(QStringLiteral("a"), ApplicationState(4294967295U));
     Q_EMIT sender.tasksListed({{QStringLiteral("sync"), {}}});
-    QTRY_VERIFY_WITH_TIMEOUT(done, 20000);
+    waitUntil([&] { return done; });
     QCOMPARE(received, 4294967295U);
     QCOMPARE(task, QStringLiteral("sync"));
     QCOMPARE(spy.at(0).at(1).toUInt(), 4294967295U);
 
     thread.quit();
-    QVERIFY(thread.wait(20000));
+    thread.wait();
     QCOMPARE(warnings.texts(), QStringList());
 }
 

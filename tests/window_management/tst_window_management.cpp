@@ -157,7 +157,7 @@ void TestWindowManagement::returnsBeforeTheCallback()
     m_simulator->windowStatus().waitForHeld(1);
     m_simulator->windowStatus().release({0});
     QCOMPARE(callbacks, 0);
-    QTRY_COMPARE_WITH_TIMEOUT(callbacks, 1, patience);
+    waitUntil([&] { return callbacks == 1; });
 }
 
 void TestWindowManagement::handsOverTheState_data()
@@ -261,7 +261,7 @@ void TestWindowManagement::eachCallGetsItsCallbackOnce()
                                        states.append(state);
                                    });
     }
-    QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 100, patience);
+    waitUntil([&] { return states.size() >= 100; });
     reportWindow(QStringLiteral("marker"));
 
     QVector<quint32> expected;
@@ -285,7 +285,7 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
     }
     m_simulator->windowStatus().waitForHeld(3);
     m_simulator->windowStatus().release({2, 0, 1});
-    QTRY_COMPARE_WITH_TIMEOUT(order.size(), 3, patience);
+    waitUntil([&] { return order.size() == 3; });
     QCOMPARE(order,
              (QStringList{QStringLiteral("12:12:0"), QStringLiteral("10:10:0"),
                           QStringLiteral("11:11:0")}));
@@ -309,10 +309,7 @@ void TestWindowManagement::emptyCallbackThrows()
     const Warnings warnings;
     WindowManagement windows;
     windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, nullptr);
-    const auto runLoop = [] {
-        const bool ended = QTest::qWaitFor([] { return false; }, patience);
-        QVERIFY(!ended);
-    };
+    const auto runLoop = [] { waitUntil([] { return false; }); };
     QVERIFY_EXCEPTION_THROWN(runLoop(), std::bad_function_call);
 
     // The event loop works on, and so does the object.

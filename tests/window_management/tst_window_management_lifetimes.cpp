@@ -157,7 +157,7 @@ void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
     m_simulator->windowStatus().waitForHeld(1);
     windows.reset();
     m_simulator->windowStatus().release({0});
-    QVERIFY(outcomes.waitFor(1));
+    outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
 }
 
@@ -171,10 +171,10 @@ void TestWindowManagementLifetimes::callbackIsCopied()
     callback = nullptr;
     m_simulator->windowStatus().waitForHeld(1);
     m_simulator->windowStatus().release({0});
-    QVERIFY(outcomes.waitFor(1));
+    outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
     // What waited for the reply is gone again.
-    QTRY_VERIFY_WITH_TIMEOUT(children().isEmpty(), patience);
+    waitUntil([&] { return children().isEmpty(); });
 }
 
 void TestWindowManagementLifetimes::callbackDeletesEverything_data()
@@ -202,7 +202,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
             // The callback itself and what it was given are still good.
             seen.append(kept + QString::number(state) + error.message());
         });
-    QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 1, patience);
+    waitUntil([&] { return seen.size() == 1; });
     reportWindow();
     QCOMPARE(seen, QStringList(failing ? QStringLiteral("kept255text") : QStringLiteral("kept1")));
 }
@@ -218,7 +218,7 @@ void TestWindowManagementLifetimes::callbackReportsAgain()
             windows.updateWindowStatus(QStringLiteral("w"), 2, 0, 0, this, outcomes.callback());
             QCOMPARE(outcomes.size(), 1);
         });
-    QVERIFY(outcomes.waitFor(2));
+    outcomes.waitFor(2);
     QCOMPARE(outcomes.at(0).state, 1U);
     QCOMPARE(outcomes.at(1).state, 2U);
 }
@@ -232,7 +232,7 @@ void TestWindowManagementLifetimes::callbackRunsAnEventLoop()
                                    ++callbacks;
                                    reportWindow();
                                });
-    QTRY_COMPARE_WITH_TIMEOUT(callbacks, 1, patience);
+    waitUntil([&] { return callbacks == 1; });
     reportWindow();
     QCOMPARE(callbacks, 1);
 }
@@ -252,7 +252,7 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
                                        done.release();
                                    });
     }
-    QTRY_COMPARE_WITH_TIMEOUT(done.available(), 50, patience);
+    waitUntil([&] { return done.available() == 50; });
     QCOMPARE(thread, other.thread());
     QCOMPARE(sum, 1275U);
 }
@@ -270,7 +270,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
                                    outcome = {state, error};
                                    done.release();
                                });
-    QTRY_COMPARE_WITH_TIMEOUT(done.available(), 1, patience);
+    waitUntil([&] { return done.available() == 1; });
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::NotSupported);
     QCOMPARE(outcome.error.message(), QStringLiteral("not here"));
@@ -305,7 +305,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
                                    delete other.object();
                                    done.release();
                                });
-    QTRY_COMPARE_WITH_TIMEOUT(done.available(), 1, patience);
+    waitUntil([&] { return done.available() == 1; });
     QVERIFY(other.object() == nullptr);
 }
 
@@ -325,7 +325,7 @@ void TestWindowManagementLifetimes::contextOutlivesItsThread()
     held.reset();
     m_simulator->windowStatus().waitForHeld(1);
     thread.quit();
-    QVERIFY(thread.wait(patience));
+    thread.wait();
     m_simulator->windowStatus().release({0});
     reportWindow();
     QVERIFY(!watched.expired());
@@ -366,7 +366,7 @@ void TestWindowManagementLifetimes::clientInAnotherThread()
                                         done.release();
                                     });
     });
-    QTRY_COMPARE_WITH_TIMEOUT(done.available(), 1, patience);
+    waitUntil([&] { return done.available() == 1; });
     QCOMPARE(reported, 8U);
     QCOMPARE(thread, other.thread());
 }

@@ -96,7 +96,7 @@ std::vector<Fault> faultsOfTheBus()
     };
     between.arrange = [](Rig &rig, const Operation &operation) {
         if (isRegistration(operation)) {
-            Rig::waitUntil("both lists are there", [&rig] { return rig.events().size() == 2; });
+            waitUntil([&rig] { return rig.events().size() == 2; });
         }
         rig.endBus();
     };
@@ -116,7 +116,7 @@ std::vector<Fault> faultsOfTheBus()
 
 Fault frozenService()
 {
-    Fault frozen{QStringLiteral("the service hangs"), Fault::OwnProcess, 4, 700};
+    Fault frozen{QStringLiteral("the service hangs"), Fault::OwnProcess, 4, 5000};
     frozen.concerns = any;
     frozen.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isSignal()) {

@@ -4,7 +4,6 @@
 #include "matrix.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 
 #include <algorithm>
 #include <iostream>
@@ -12,8 +11,6 @@
 namespace
 {
 
-// Well below the time limit of a call, which would show here.
-constexpr int bound = 15000;
 constexpr int nameWidth = 50;
 
 const Fault &faultNamed(const QString &name)
@@ -147,24 +144,18 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
         fault.before(rig, operation);
     }
     QString text;
-    QElapsedTimer timer;
     {
         const auto action = operation.prepare(rig);
         if (fault.arrange) {
             fault.arrange(rig, operation);
         }
-        timer.start();
         action();
-        const qint64 elapsed = timer.elapsed();
         rig.settle();
         if (fault.after) {
             fault.after(rig, operation);
             rig.settle();
         }
         text = rig.events().join(QStringLiteral("; "));
-        if (elapsed > bound) {
-            text += QStringLiteral(" (after %1 ms)").arg(elapsed);
-        }
         // Those of onReady() stay until their invoker ends.
         if (operation.kind == Operation::AsynchronousCall
             && operation.member != QLatin1String("RegisterInvoker") && rig.liveCallbacks() != 0) {
@@ -262,9 +253,7 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
             const QString mark = part.process->readLine();
             outcomes[column] = Outcome{mark, part.process->readLine()};
         }
-        if (!part.process->waitForFinished(patience)
-            || part.process->exitStatus() != QProcess::NormalExit
-            || part.process->exitCode() != 0) {
+        if (part.process->waitForEnd() != 0) {
             outcomes[part.columns.back()]->text +=
                 QStringLiteral(" (the program does not end well: %1)")
                     .arg(QString::fromUtf8(part.process->readAllStandardError()));

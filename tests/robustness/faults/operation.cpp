@@ -52,6 +52,5 @@ void hearMarker(Rig &rig, const Operation &operation)
     }
     rig.service().order(
         operation.order(operation.signature + QLatin1Char(' ') + operation.markerValues));
-    Rig::waitUntil("the marker is heard",
-                   [&] { return rig.events().contains(operation.markerSeen); });
+    waitUntil([&] { return rig.events().contains(operation.markerSeen); });
 }

@@ -43,7 +43,7 @@ Operation windowStatus()
                     rig.setCode(error.code());
                     rig.add(QStringLiteral("state %1: %2").arg(quint32(state)).arg(textOf(error)));
                 });
-            Rig::waitUntil("the callback runs", [&rig] { return !rig.events().isEmpty(); });
+            waitUntil([&rig] { return !rig.events().isEmpty(); });
         };
     };
     return operation;

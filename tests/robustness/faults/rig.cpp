@@ -6,8 +6,6 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDeadlineTimer>
-#include <QtCore/QTimer>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCallWatcher>
@@ -58,7 +56,7 @@ void Rig::endBus()
     }
     m_service.reset();
     m_bus->end();
-    waitUntil("the connection is lost", [this] { return !connection().isConnected(); });
+    waitUntil([this] { return !connection().isConnected(); });
 }
 
 void Rig::startService()
@@ -91,7 +89,7 @@ void Rig::waitForOwner(Owner owner, const std::function<void()> &change) const
                          known = now.isEmpty() == (owner == Nobody);
                      });
     change();
-    waitUntil("the owner is known", [&known] { return known; });
+    waitUntil([&known] { return known; });
 }
 
 void Rig::begin()
@@ -131,20 +129,6 @@ QStringList Rig::takeWarnings()
     return taken;
 }
 
-void Rig::waitUntil(const char *what, const std::function<bool()> &condition)
-{
-    const QDeadlineTimer limit(patience);
-    // Not all conditions announce themselves by an event.
-    QTimer look;
-    look.start(5);
-    while (!condition()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        if (limit.hasExpired()) {
-            qFatal("this does not come: %s", what);
-        }
-    }
-}
-
 void Rig::settleWithService() const
 {
     settleWith(QStringLiteral(OSTREL_SERVICE_NAME));
@@ -162,7 +146,7 @@ void Rig::settleWith(const QString &whom) const
         bool answered = false;
         QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &answer,
                          [&answered] { answered = true; });
-        waitUntil("the other end answers", [&answered] { return answered; });
+        waitUntil([&answered] { return answered; });
     }
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

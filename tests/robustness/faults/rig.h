@@ -71,8 +71,6 @@ public:
     std::shared_ptr<void> token() const { return m_token; }
     int liveCallbacks() const { return int(m_token.use_count()) - 1; }
 
-    // Runs the event loop until the condition holds; ends the program if that does not come.
-    static void waitUntil(const char *what, const std::function<bool()> &condition);
     // Returns when all that the bus has delivered by now has been handled.
     void settle() const { settleWith(QStringLiteral("org.freedesktop.DBus")); }
     // Returns when the service has answered all that it was asked by now, too.

@@ -56,7 +56,7 @@ std::shared_ptr<TaskInvoker> makeReadyInvoker(Rig &rig)
     auto invoker = makeInvoker(rig);
     const auto ready = std::make_shared<bool>(false);
     invoker->onReady([ready](const Error & /*error*/) { *ready = true; });
-    Rig::waitUntil("the invoker is ready", [&ready] { return *ready; });
+    waitUntil([&ready] { return *ready; });
     rig.takeWarnings();
     return invoker;
 }
@@ -79,7 +79,7 @@ Operation call(const char *name, const char *method, const char *signature, cons
 // The callback runs exactly once, so that the number of events is known.
 void waitForReport(Rig &rig, const QString &label)
 {
-    Rig::waitUntil("the callback runs", [&rig, &label] {
+    waitUntil([&rig, &label] {
         return !rig.events().isEmpty() && rig.events().constLast().startsWith(label);
     });
 }

@@ -4,12 +4,13 @@
 #ifndef TESTS_LIFETIMES_CLIENTS_H
 #define TESTS_LIFETIMES_CLIENTS_H
 
+#include "../../support/waiting.h"
+
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QStringList>
-#include <QtTest/QTest>
 
 #include <iostream>
 
@@ -71,9 +72,7 @@ public:
     // Writes so many events, in the order of the alphabet: that of the bus is not fixed.
     void sayEvents(int count)
     {
-        if (!QTest::qWaitFor([this, count] { return m_events.size() >= count; }, 20000)) {
-            m_events.append(QStringLiteral("nothing more"));
-        }
+        waitUntil([this, count] { return m_events.size() >= count; });
         m_events.sort();
         say(m_events.join(QStringLiteral(", ")));
         m_events.clear();
