@@ -4,18 +4,19 @@
 #ifndef TESTS_TEST_MAIN_H
 #define TESTS_TEST_MAIN_H
 
+#include "test_folder.h"
 #include "waiting.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
 // Runs the tests of a class, far away from the user's own buses and home.
 template <typename Test> int runTests(int argc, char **argv)
 {
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
+    const TestFolder folder;
+    for (const char *variable : {"HOME", "TMPDIR", "XDG_RUNTIME_DIR"}) {
+        qputenv(variable, folder.path());
+    }
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
     // QtTest ends a function after five minutes otherwise.

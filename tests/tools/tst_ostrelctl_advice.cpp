@@ -63,6 +63,7 @@ public:
                       .arg(elements));
         m_daemon.emplace(QStringLiteral("dbus-daemon"),
                          QStringList{QStringLiteral("--config-file=") + file,
+                                     QStringLiteral("--address=unix:dir=") + m_folder.path(),
                                      QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
                                      QStringLiteral("--nosyslog"),
                                      QStringLiteral("--print-address=1")});

@@ -3,6 +3,7 @@
 
 #include "environment.h"
 
+#include "../../support/test_folder.h"
 #include "require.h"
 
 #include <QtCore/QCoreApplication>
@@ -47,6 +48,9 @@ void prepareProcess(std::initializer_list<const char *> expected)
     static std::string name = "fuzzer";
     static std::array<char *, 2> arguments{name.data(), nullptr};
     static int count = 1;
+    // The fuzzer leaves without destroying anything.
+    static const TestFolder folder;
+    qputenv("TMPDIR", folder.path());
     // Another dispatcher than GLib's takes half the time.
     qputenv("QT_NO_GLIB", "1");
     static auto *application = new QCoreApplication(count, arguments.data());

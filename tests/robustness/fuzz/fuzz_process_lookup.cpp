@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "environment.h"
 #include "require.h"
 
 #include "Ostrel/process_lookup_p.h"
@@ -58,6 +59,7 @@ void requireEnd(const std::vector<char> &buffer)
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    prepareProcess({});
     static Root root;
     if (size < 2) {
         return 0;

@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "test_folder.h"
+
+#include <QtCore/QDir>
+
+#include <array>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+// Becomes a shell that removes the folder when the other end of the pipe is closed. It has nothing
+// else open: CTest would wait for it.
+[[noreturn]] void removeLater(int pipe, const char *path)
+{
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(pipe, STDIN_FILENO);
+    dup2(null, STDOUT_FILENO);
+    dup2(null, STDERR_FILENO);
+    // The programs that the test has started end with it, and may write until then.
+    execl("/bin/sh", "sh", "-c", "cat; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; }", path,
+          nullptr);
+    _exit(127);
+}
+
+} // namespace
+
+TestFolder::TestFolder()
+    : m_path(QDir::tempPath().toLocal8Bit() + "/ostrel-test-XXXXXX")
+{
+    std::array<int, 2> pipe{};
+    if (mkdtemp(m_path.data()) == nullptr || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        qFatal("there is no folder for the test");
+    }
+    // It is nobody's child, so that who kills this process and its children leaves it alone.
+    const pid_t parent = fork();
+    if (parent == 0) {
+        setsid();
+        if (fork() == 0) {
+            close(pipe[1]);
+            removeLater(pipe[0], m_path.constData());
+        }
+        _exit(0);
+    }
+    waitpid(parent, nullptr, 0);
+    close(pipe[0]);
+    // The other end stays open for the life of the process.
+}
