@@ -4,54 +4,57 @@
 
 """Breaks the library on purpose, one place at a time, and shows which test notices.
 
-Usage: mutate.py SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
-       mutate.py --verify
+Usage: mutate.py [--all] SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
 
-The tree is copied into the folder and built there; the tree itself stays as it is. What no test
-notices is named at the end, and makes this fail. With --verify it only looks whether each of the
-places still stands there, and once.
+The tree is copied into the folder and built there; the tree itself stays as it is. A third of all
+mutants is tried, the same ones in each run, or all of them. What no test notices is named at the
+end, and makes this fail.
 """
 
 import filecmp
+import json
 import os
-import re
 import shutil
+import signal
 import subprocess
 import sys
+import time
 from pathlib import Path
 
-from mutations import MUTATIONS
+from equivalents import EQUIVALENTS
+from operators import mutants
 
 ROOT = Path(__file__).resolve().parents[2]
-# What waits for a time limit or measures, and so tells nothing sooner than others; and what looks at
-# the sources, which notices anything.
-SLOW = ('mutations|tst_tree|tst_default_time_limit|tst_installation|tst_vendor_prefix|tst_examples|'
-        'tst_documents|docs')
+SHARE = 0.35
+# The label of the tests to begin with, by the path of a source.
+LABELS = (
+    ('lib/Ostrel/control', 'control'),
+    ('lib/Ostrel/debug_params', 'control'),
+    ('lib/Ostrel/process_lookup', 'control'),
+    ('lib/Ostrel/task_', 'task_invoker'),
+    ('lib/Ostrel/window_', 'window_management'),
+    ('service_signal', 'task_invoker'),
+    ('', 'types'),
+)
+# They look at the sources, the documents or the installation, or wait for 25 seconds.
+LEFT_OUT = {'docs', 'tst_abi', 'tst_default_time_limit', 'tst_documents', 'tst_examples',
+            'tst_installation', 'tst_tree', 'tst_vendor_prefix'}
+WORKERS = os.cpu_count() or 1
 
 
-def quietly(*command, **options):
+def quietly(*command):
     return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                          check=False, **options)
+                          check=False)
 
 
-def build(scratch, targets):
-    result = quietly('cmake', '--build', str(scratch / 'build'), '--target', *targets)
-    return result.returncode == 0, result.stdout
-
-
-def failing_test(scratch, *selection):
-    """The name of the first test that fails, or none."""
-    result = quietly('ctest', '--test-dir', str(scratch / 'build'), '--stop-on-failure',
-                     '--timeout', '60', '-j', str(os.cpu_count()), *selection)
-    if result.returncode == 0:
-        return None
-    failed = re.findall(r'^\s*\d+ - (\S+) \(', result.stdout, re.MULTILINE)
-    if not failed:
-        sys.exit(f'ctest has failed, and no test:\n{result.stdout}')
-    return failed[0]
+def build(scratch):
+    """What is wrong, or nothing."""
+    result = quietly('cmake', '--build', str(scratch / 'build'))
+    return result.stdout if result.returncode != 0 else ''
 
 
 def prepare(scratch):
+    """Copies the tree and builds it."""
     tree = scratch / 'tree'
     listed = subprocess.run(['git', 'ls-files', '-z'], cwd=ROOT, check=True, capture_output=True,
                             text=True)
@@ -60,69 +63,133 @@ def prepare(scratch):
         # What is as it was need not be built again.
         if not target.exists() or not filecmp.cmp(ROOT / name, target, shallow=False):
             target.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy2(ROOT / name, target)
-            target.touch()
+            shutil.copyfile(ROOT / name, target)
+            shutil.copymode(ROOT / name, target)
     result = quietly('cmake', '-G', 'Ninja', '-S', str(tree), '-B', str(scratch / 'build'),
                      '-DCMAKE_BUILD_TYPE=Debug', '-DCMAKE_CXX_FLAGS_DEBUG=-O0')
     if result.returncode != 0:
         sys.exit(result.stdout)
-    built, output = build(scratch, ['all'])
-    if not built:
+    if output := build(scratch):
         sys.exit(output)
     return tree
 
 
-def verdict(scratch, tests):
-    """Which test notices, in words, and whether one does."""
-    built, output = build(scratch, tests)
-    if not built:
-        return 'DOES NOT COMPILE\n' + output, False
-    noticed = failing_test(scratch, '-R', f"^({'|'.join(tests)})$")
-    if noticed is None:
-        build(scratch, ['all'])
-        noticed = failing_test(scratch, '-E', f"^({SLOW}|{'|'.join(tests)})$")
-    return (noticed, True) if noticed else ('NO TEST NOTICES', False)
+class Test:
+    """A test of CTest, run without it: what is slow waits for nobody and can be ended."""
+
+    def __init__(self, listed):
+        self.name = listed['name']
+        self.command = listed['command']
+        properties = {each['name']: each['value'] for each in listed['properties']}
+        self.labels = properties.get('LABELS', [])
+        self.folder = properties['WORKING_DIRECTORY']
+        self.environment = os.environ | dict(
+            each.split('=', 1) for each in properties.get('ENVIRONMENT', []))
+        self.seconds = 0
+        self.usual = 0
+        self.limit = 600
+        self.process = None
+        self.started = 0
+
+    def start(self):
+        self.started = time.monotonic()
+        self.process = subprocess.Popen(
+            self.command, cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+
+    def is_running(self):
+        return self.process.poll() is None and time.monotonic() - self.started < self.limit
+
+    def end(self):
+        """Returns whether it has passed."""
+        self.seconds = time.monotonic() - self.started
+        if self.process.poll() is None:
+            os.killpg(self.process.pid, signal.SIGKILL)
+        return self.process.wait() == 0
 
 
-def missing_places():
-    """Where the list of mutations no longer fits the tree, a line each."""
-    for name, (_, mutations) in MUTATIONS.items():
-        source = (ROOT / name).read_text()
-        for before, _ in mutations:
-            if source.count(before) != 1:
-                yield f'{name}: stands there {source.count(before)} times: {before}'
+def run(tests, until_one_fails):
+    """Runs the tests in their order, several at once, and returns those that have failed."""
+    waiting = list(tests)
+    running = []
+    failed = []
+    while (waiting or running) and not (failed and until_one_fails):
+        while waiting and len(running) < WORKERS:
+            running.append(waiting.pop(0))
+            running[-1].start()
+        time.sleep(0.005)
+        for test in [each for each in running if not each.is_running()]:
+            running.remove(test)
+            if not test.end():
+                failed.append(test)
+    for test in running:
+        test.end()
+    return failed
 
 
-def one_line(text):
-    return ' '.join(text.split())
+def sound_tests(scratch):
+    """The tests that pass while nothing is broken."""
+    listed = json.loads(quietly('ctest', '--test-dir', str(scratch / 'build'),
+                                '--show-only=json-v1').stdout)
+    tests = [Test(each) for each in listed['tests'] if each['name'] not in LEFT_OUT]
+    failed = run(tests, until_one_fails=False)
+    for test in failed:
+        print(f'left out, since it fails anyway: {test.name}')
+    sound = [test for test in tests if test not in failed]
+    for test in sound:
+        test.usual = test.seconds
+        test.limit = 10 + 10 * test.usual
+    return sound
+
+
+def selected(parts, everything):
+    """The mutants to try, and the label to begin with, by the path of their file."""
+    for path in sorted((ROOT / 'src').rglob('*')):
+        name = str(path.relative_to(ROOT / 'src'))
+        if not (name.endswith(('.cpp', '_p.h')) and any(part in name for part in parts)):
+            continue
+        label = next(label for part, label in LABELS if part in name)
+        for mutant in mutants(path.name, path.read_text()):
+            if everything or mutant.rank() < SHARE:
+                yield Path('src') / name, label, mutant
+
+
+def verdict(scratch, label, tests):
+    """Which test notices, or nothing; none at all if it does not compile."""
+    if build(scratch):
+        return None
+    ordered = sorted(tests, key=lambda test: (label not in test.labels, test.usual))
+    failed = run(ordered, until_one_fails=True)
+    return failed[0].name if failed else ''
 
 
 def main():
-    if len(sys.argv) < 2 or (sys.argv[1].startswith('-') and sys.argv[1] != '--verify'):
+    arguments = [each for each in sys.argv[1:] if each != '--all']
+    if not arguments or arguments[0].startswith('-'):
         sys.exit(__doc__)
-    if missing := list(missing_places()):
-        sys.exit('\n'.join(missing))
-    if sys.argv[1] == '--verify':
-        return 0
-    scratch = Path(sys.argv[1]).resolve()
+    scratch = Path(arguments[0]).resolve()
     tree = prepare(scratch)
-    count = 0
-    survivors = []
-    for name, (tests, mutations) in MUTATIONS.items():
-        if len(sys.argv) > 2 and not any(part in name for part in sys.argv[2:]):
+    tests = sound_tests(scratch)
+    tried, noticed, survivors = 0, 0, []
+    for path, label, mutant in selected(arguments[1:] or [''], '--all' in sys.argv):
+        if mutant.key() in EQUIVALENTS:
             continue
-        original = (tree / name).read_text()
-        for before, after in mutations:
-            (tree / name).write_text(original.replace(before, after))
-            try:
-                text, noticed = verdict(scratch, tests)
-            finally:
-                (tree / name).write_text(original)
-            count += 1
-            print(f'{count:4} {Path(name).name:24} {one_line(before)[:60]:60} {text}', flush=True)
-            if not noticed:
-                survivors.append(f'{name}: {one_line(before)} -> {one_line(after)}')
-    print(f'{count} mutations, {count - len(survivors)} noticed')
+        original = (tree / path).read_text()
+        started = time.monotonic()
+        try:
+            (tree / path).write_text(mutant.apply(original))
+            by = verdict(scratch, label, tests)
+        finally:
+            (tree / path).write_text(original)
+        if by is None:
+            continue
+        tried += 1
+        noticed += bool(by)
+        print(f'{tried:4} {time.monotonic() - started:5.1f} s {by or "NO TEST NOTICES"}: '
+              f'{mutant.key()}', flush=True)
+        if not by:
+            survivors.append(mutant.key())
+    print(f'{tried} mutants that compile, {noticed} noticed')
     for survivor in survivors:
         print(f'not noticed: {survivor}')
     return 1 if survivors else 0
