@@ -77,3 +77,16 @@ bool longTests()
 {
     return qEnvironmentVariableIsSet("OSTREL_LONG_TESTS");
 }
+
+bool leavesNothingBehind(const std::function<void()> &run, qint64 bytes)
+{
+    run();
+    for (int i = 0; i < 20; ++i) {
+        const MemoryFigures figures;
+        run();
+        if (figures.growth() < bytes) {
+            return true;
+        }
+    }
+    return false;
+}

@@ -7,6 +7,8 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QString>
 
+#include <functional>
+
 // What the process takes of memory and time from here on.
 class MemoryFigures
 {
@@ -25,6 +27,11 @@ private:
     qint64 m_allocatedBefore = 0;
     QElapsedTimer m_timer;
 };
+
+// Whether one of some runs leaves fewer bytes allocated than that, which none does that leaks.
+// Other runs may add to queues that keep the memory of their longest state: how long they become
+// depends on the scheduler.
+bool leavesNothingBehind(const std::function<void()> &run, qint64 bytes);
 
 // Whether the tests of load are to take as long as it takes.
 bool longTests();
