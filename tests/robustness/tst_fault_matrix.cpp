@@ -7,7 +7,7 @@
 #include <iostream>
 
 // Every operation of the library under everything that the bus, the service or another peer can do
-// to it: what the caller sees, once and in time, and that nothing is left behind. A fault costs a
+// to it: what the caller sees, once, and that nothing is left behind. A fault costs a
 // call its result, and never the program.
 class TestFaultMatrix : public QObject
 {
