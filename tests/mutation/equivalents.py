@@ -5,4 +5,9 @@
 longer made, after a renaming, does no harm."""
 
 EQUIVALENTS = {
+    'error_dbus.cpp: return: return Error(Error::NoError, QString()); -> return {};':
+        'that is the default constructor',
+    'error_dbus.cpp: string: {QStringLiteral("Failed"), Error::Failed}, -> '
+    '{QStringLiteral("Failedx"), Error::Failed},':
+        'an unknown name has that code too',
 }

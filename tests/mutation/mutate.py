@@ -7,8 +7,8 @@
 Usage: mutate.py [--all] SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
 
 The tree is copied into the folder and built there; the tree itself stays as it is. Two fifths of
-all mutants are tried, the same ones in each run, or all of them. What no test notices is named at the
-end, and makes this fail.
+all mutants are tried, the same ones in each run, or all of them. What no test notices is named at
+the end, and makes this fail.
 """
 
 import filecmp
