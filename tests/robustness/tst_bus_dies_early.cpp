@@ -62,7 +62,7 @@ extern "C" Q_DECL_EXPORT unsigned dbus_connection_send_with_reply(DBusConnection
         pollfd socket = {-1, POLLIN, 0};
         next<unsigned(DBusConnection *, int *)>("dbus_connection_get_unix_fd")(connection,
                                                                                &socket.fd);
-        ::poll(&socket, 1, patience);
+        ::poll(&socket, 1, -1);
         ::kill(bus, SIGKILL);
         ::waitid(P_PID, static_cast<id_t>(bus), &info, WEXITED | WNOWAIT);
     }
@@ -95,7 +95,7 @@ void TestBusDiesEarly::readyCallbackComesWhenTheBusEndsDuringTheSubscription()
 
     Events events;
     invoker.stop(QStringLiteral("x"), events.stopped());
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(events.all(),
              QStringList(QStringLiteral("stopped 1 \"Not connected to D-Bus server\"")));
 }

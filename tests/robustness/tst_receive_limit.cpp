@@ -59,7 +59,7 @@ void TestReceiveLimit::waitingDescriptorsStopNothing()
         QCOMPARE(answer.errorMessage(), QString());
     }
     QCOMPARE(heard, 0);
-    QTRY_COMPARE_WITH_TIMEOUT(heard, count, patience);
+    waitUntil([&heard] { return heard == count; });
 }
 
 OSTREL_TEST_MAIN(TestReceiveLimit)

@@ -113,9 +113,7 @@ QVariant TestOutgoingArguments::received(const QVariant &value)
     m_sender->send(QDBusMessage::createSignal(QStringLiteral("/a"), QStringLiteral("a.b"),
                                               QStringLiteral("Given"))
                    << mapOf(value));
-    if (!QTest::qWaitFor([this] { return !m_received.isEmpty(); }, patience)) {
-        qFatal("the signal does not come");
-    }
+    waitUntil([this] { return !m_received.isEmpty(); });
     return m_received.value(QStringLiteral("key"));
 }
 

@@ -147,7 +147,8 @@ QString TestOutgoingBuses::start(const QString &name, const QVariantMap &hints)
     static_cast<QVariantMap &>(all) = hints;
     Events events;
     m_invoker->start(name, {}, all, events.started());
-    return events.waitFor(1) ? events.all().constFirst() : QStringLiteral("no answer");
+    events.waitFor(1);
+    return events.all().constFirst();
 }
 
 void TestOutgoingBuses::systemBusTakesItsLargestMessage()
@@ -196,7 +197,7 @@ void TestOutgoingBuses::descriptorsNeedRoomInTheProcess()
     setrlimit(RLIMIT_NOFILE, &none);
     m_invoker->start(QStringLiteral("a"), {}, hints, events.started());
     setrlimit(RLIMIT_NOFILE, &usual);
-    QVERIFY(events.waitFor(1));
+    events.waitFor(1);
     QCOMPARE(
         events.all().constFirst(),
         QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" holds a file descriptor that "
