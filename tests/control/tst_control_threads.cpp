@@ -91,6 +91,7 @@ void TestControlThreads::anyThreadMakesRequests()
     std::atomic<int> running{threadCount};
     std::vector<QString> problems(threadCount);
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([shared, thread, &running, &problems] {
             for (int i = 0; i < rounds && problems[thread].isEmpty(); ++i) {

@@ -7,6 +7,8 @@
 
 #include <Ostrel/TaskInvoker>
 
+#include <QtDBus/QDBusConnection>
+
 #include <atomic>
 #include <csignal>
 #include <cstring>

@@ -32,7 +32,7 @@ void TestReceiveLimit::waitingDescriptorsStopNothing()
     constexpr int count = 6000;
     rlimit limit = {};
     QCOMPARE(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    if (limit.rlim_max < 2 * count) {
+    if (limit.rlim_max < rlim_t(count) * 2) {
         QSKIP("The process may not have so many descriptors");
     }
     limit.rlim_cur = limit.rlim_max;

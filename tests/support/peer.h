@@ -8,8 +8,8 @@
 
 #include <QtCore/QStringList>
 
-// A process without Qt on the bus, which says whatever it is told to. tests/support/peer/main.cpp describes
-// the orders.
+// A process without Qt on the bus, which says whatever it is told to. tests/support/peer/main.cpp
+// describes the orders.
 class Peer
 {
 public:

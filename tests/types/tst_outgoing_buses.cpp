@@ -63,7 +63,7 @@ public:
 private:
     QString configuration(const QString &busType) const
     {
-        const QString path = m_folder.filePath(QStringLiteral("bus.conf"));
+        QString path = m_folder.filePath(QStringLiteral("bus.conf"));
         writeFile(path,
                   QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
                                  "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"

@@ -67,7 +67,7 @@ void TestOutgoingJson::countingEndsWithTheRoom_data()
         list = QVariantList{list, list, list, list, list, list, list, list, list};
         QJsonObject parts;
         for (int i = 0; i < 9; ++i) {
-            parts.insert(QString(QLatin1Char('0' + i)), object);
+            parts.insert(QString::number(i), object);
         }
         object = parts;
         mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};

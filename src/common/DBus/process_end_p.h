@@ -6,12 +6,9 @@
 
 #include <shared_mutex>
 
-namespace Ostrel
-{
-
 // Keeps this library and QtDBus apart when the process ends. QtDBus deletes the calls that still
 // wait for a reply then, although others hold references to them.
-namespace ProcessEnd
+namespace Ostrel::ProcessEnd
 {
 
 // Notices from now on that the process ends. Static objects are destroyed in reverse order: each
@@ -39,8 +36,6 @@ private:
     bool m_isGranted = true;
 };
 
-} // namespace ProcessEnd
-
-} // namespace Ostrel
+} // namespace Ostrel::ProcessEnd
 
 #endif

@@ -56,8 +56,8 @@ QVariant PlainJson::from(const QJsonValue &value, Place place)
         }
         --m_levels;
         m_size.addLength();
-        const QVariant plain = value.isArray() ? fromArray(value.toArray(), place)
-                                               : fromObject(value.toObject(), place);
+        QVariant plain = value.isArray() ? fromArray(value.toArray(), place)
+                                         : fromObject(value.toObject(), place);
         ++m_levels;
         return plain;
     }

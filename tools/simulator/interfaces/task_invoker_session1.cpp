@@ -22,7 +22,7 @@ const QString environmentKey = QStringLiteral("Environment");
 // Adds what the task is started with to the launch, if its types are right.
 Result<> apply(const QVariantMap &startupInfo, Launch &launch)
 {
-    const Result<> types =
+    Result<> types =
         checkTypes(startupInfo,
                    {{parametersKey, QStringLiteral("as")}, {environmentKey, QStringLiteral("as")}});
     if (!types) {
