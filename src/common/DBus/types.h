@@ -4,6 +4,7 @@
 #ifndef OSTREL_DBUS_TYPES_H
 #define OSTREL_DBUS_TYPES_H
 
+#include <QtCore/QDebug>
 #include <QtCore/QMetaType>
 #include <QtCore/QString>
 #include <QtCore/QVariantMap>
@@ -134,6 +135,52 @@ struct ActiveTask
     /** Further named values ("a{sv}"); the service defines the keys. */
     QVariantMap properties;
 };
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const RunningApplication &application)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::RunningApplication(" << application.appId << ", " << application.pid
+                    << ", " << quint32(application.state) << ", " << quint32(application.kind)
+                    << ", " << application.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const RunningService &service)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::RunningService(" << service.appId << ", " << service.name << ", "
+                    << service.pid << ", " << quint32(service.state) << ", " << service.properties
+                    << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const TaskState &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::TaskState(" << task.name << ", " << task.state << ", "
+                    << task.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const AvailableTask &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::AvailableTask(" << task.name << ", " << task.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const ActiveTask &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::ActiveTask(" << task.name << ", " << task.pid << ", "
+                    << task.properties << ')';
+    return debug;
+}
 
 } // namespace Ostrel
 

@@ -7,7 +7,7 @@
 #include "Ostrel/control.h"
 
 #include <QtDBus/QDBusAbstractInterface>
-#include <QtDBus/QDBusPendingCall>
+#include <QtDBus/QDBusPendingReply>
 
 namespace Ostrel
 {
@@ -21,14 +21,27 @@ class ControlPrivate : public QDBusAbstractInterface
 public:
     explicit ControlPrivate(Control *q);
 
-    // Waits for the answer of a call that starts an application.
-    static Control::StartResult startResult(QDBusPendingCall call);
+    using AnyReply = QDBusPendingReply<>;
+
+    // The outcome of a finished call.
+    static Control::StartResult startResult(const QDBusPendingCall &call);
+    static Error readRunning(const AnyReply &reply, QVector<RunningApplication> &applications,
+                             QVector<RunningService> &services);
+
+    bool isServiceAvailable();
 
 private Q_SLOTS:
     void onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams);
+    void onBusEnded();
 
 private:
+    void onOwnerChanged(const QString &service, const QString &oldOwner, const QString &newOwner);
+    void setServiceAvailable(bool available);
+
     Control *q;
+    bool m_serviceAvailable = false;
+    bool m_followsBus = false;
+    QString m_owner; // the newest that was announced
 };
 
 } // namespace Ostrel

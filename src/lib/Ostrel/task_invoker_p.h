@@ -23,6 +23,9 @@ public:
     ~TaskInvokerPrivate() override;
 
     QString taskType() const { return m_taskType; }
+    TaskInvoker::BusType busType() const { return m_bus; }
+    bool isReady() const { return m_ready; }
+    Error result() const { return m_result; }
     const QVector<AvailableTask> &availableTasks() const { return m_availableTasks; }
     const QVector<ActiveTask> &activeTasks() const { return m_activeTasks; }
 
@@ -50,6 +53,7 @@ private:
     QVector<AvailableTask> m_availableTasks;
     QVector<ActiveTask> m_activeTasks;
     TaskInvoker *const m_invoker;
+    const TaskInvoker::BusType m_bus;
 };
 
 } // namespace Ostrel

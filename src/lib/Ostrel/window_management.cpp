@@ -9,6 +9,7 @@
 #include "DBus/pending_call_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
+#include "DBus/timeout_p.h"
 #include "Ostrel/error_p.h"
 
 #include <QtDBus/QDBusConnection>
@@ -50,6 +51,16 @@ WindowManagement::WindowManagement(QObject *parent)
 }
 
 WindowManagement::~WindowManagement() = default;
+
+void WindowManagement::setTimeout(int milliseconds)
+{
+    setCallTimeout(d->proxy(), milliseconds);
+}
+
+int WindowManagement::timeout() const
+{
+    return d->proxy().timeout();
+}
 
 void WindowManagement::updateWindowStatus(
     const QString &window, int status, int arg1, int arg2, const QObject *context,
