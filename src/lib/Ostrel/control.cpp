@@ -18,7 +18,6 @@
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
-
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusServiceWatcher>
 
@@ -132,8 +131,7 @@ void ControlPrivate::onOwnerChanged(const QString & /*service*/, const QString &
                                     const QString &newOwner)
 {
     m_owner = newOwner;
-    // The name had an owner already when the bus was asked, and the news of it came after the
-    // reply.
+    // The bus was asked after the owner came, and this signal arrived after its reply.
     if (m_serviceAvailable && oldOwner.isEmpty()) {
         return;
     }

@@ -46,30 +46,27 @@ class ControlPrivate;
  * }
  * @endcode
  *
- * @warning start(), startDebug(), terminate() and getRunningApplications() block: the calling
- * thread waits until the service answers or the bus's time limit passes (25 seconds by default),
- * and no event loop runs meanwhile. A program with a user interface calls them from a thread of its
- * own, on a Control that was made in that thread.
+ * @warning Without a context and a callback, start(), startDebug(), terminate() and
+ * getRunningApplications() block: the calling thread waits until the service answers or the timeout
+ * passes (25 seconds by default), and no event loop runs meanwhile. A program with a user interface
+ * calls the overloads with a callback, which return at once.
  *
  * The object uses the session bus. Signals are delivered by the event loop of the thread that made
- * the object; the requests need no loop. Like any QObject it belongs to one thread and is used
- * there; only the two look-ups by process may be called from any thread. It stays there: do not use
- * `moveToThread()`, which would take one part of the signals along and leave the other.
+ * the object; the requests that block need no loop. Like any QObject it belongs to one thread and
+ * is used there; only the two look-ups by process may be called from any thread. It stays there: do
+ * not use `moveToThread()`, which would take one part of the signals along and leave the other.
  *
  * A thread that keeps a Control has to run its event loop. Until it does, the signals of the
  * service are kept in memory, without a limit (a thousand of them take more than a megabyte). A
  * thread without a loop makes a Control for its requests alone, and destroys it behind them.
  *
- * The maps that come with signals and results (`details`) hold plain values, but arrays,
- * structures and maps within them come as a QDBusArgument (lists of texts and bytes do not):
- * `toList()` and `toMap()` of such a value are empty without a word. qdbus_cast() reads it, and
- * only as what it is; look at its signature first, since another type ends the process.
+ * The maps that come with signals and results (`details`) hold plain values, but QtDBus leaves
+ * arrays, structures and maps in them as QDBusArgument: `toList()` and `toMap()` of such a value
+ * are silently empty. toPlainValue() reads it, whatever it holds.
  *
  * @code
- * const auto windows = result.details.value(QStringLiteral("Windows")).value<QDBusArgument>();
- * if (windows.currentSignature() == QLatin1String("ai")) {
- *     const auto numbers = qdbus_cast<QList<int>>(windows);
- * }
+ * const QVariant windows = result.details.value(QStringLiteral("Windows"));
+ * const QVariantList numbers = Ostrel::Control::toPlainValue(windows).toList();
  * @endcode
  *
  * The texts that a request sends go out as given, as far as D-Bus can hold them: one ends at a
@@ -299,9 +296,10 @@ public:
      * @param value  the value; it is not changed.
      * @return the value without D-Bus types, at any depth: arrays and structures as QVariantList,
      *         maps as QVariantMap with the keys as strings, nested variants as what they hold,
-     * object paths and signatures as QString. Strings, numbers, QStringList, QByteArray, file
-     *         descriptors and the caller's own types are returned as they are. It is invalid for a
-     *         QDBusArgument that the caller wrote itself, and below 128 levels.
+     *         object paths and signatures as QString. Of equal keys, the last one counts. Strings,
+     *         numbers, QStringList, QByteArray, file descriptors and the caller's own types are
+     *         returned as they are. It is invalid for a QDBusArgument that the caller wrote itself,
+     *         and below 128 levels.
      *
      * It makes no bus call; any thread may call it.
      */

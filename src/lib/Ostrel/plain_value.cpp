@@ -14,14 +14,14 @@ namespace Ostrel
 namespace
 {
 
-// A message nests 64 containers. What a program has put together itself may be deeper; its end
-// would be that of the stack.
+// A message nests 64 containers at most. A value that the program has put together itself may be
+// deeper, and would exhaust the stack.
 constexpr int maximumDepth = 128;
 
 QVariant plain(const QVariant &value, int depth);
 
-// Everything up to the end of the container that the argument has entered. asVariant() takes one
-// value of any type, and leaves a container in it to be read in turn.
+// Reads up to the end of the container that the argument has entered. asVariant() accepts any type;
+// it returns a container as an argument of its own.
 QVariantList elements(const QDBusArgument &argument, int depth)
 {
     QVariantList list;
@@ -31,21 +31,27 @@ QVariantList elements(const QDBusArgument &argument, int depth)
     return list;
 }
 
+// QVariant takes a byte for a character.
+QString keyText(const QVariant &key)
+{
+    return key.userType() == QMetaType::UChar ? QString::number(key.toUInt()) : key.toString();
+}
+
 QVariantMap entries(const QDBusArgument &argument, int depth)
 {
     QVariantMap map;
     while (!argument.atEnd()) {
         argument.beginMapEntry();
-        const QString key = plain(argument.asVariant(), depth).toString();
+        const QString key = keyText(plain(argument.asVariant(), depth));
         map.insert(key, plain(argument.asVariant(), depth));
         argument.endMapEntry();
     }
     return map;
 }
 
-// The argument is a copy, which reads from where the original stands and leaves that there.
-QVariant read(const QDBusArgument argument,
-              int depth) // NOLINT(performance-unnecessary-value-param)
+// A copy of the argument: to enter a container detaches it, and the original stays where it is.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+QVariant read(const QDBusArgument argument, int depth)
 {
     QVariant value;
     switch (argument.currentType()) {

@@ -174,7 +174,8 @@ public:
      *
      * @param context   must be alive. The callback runs in its thread: where that is the invoker's,
      *                  when onReady(callback) would run it; otherwise from its event loop. Its
-     *                  deletion drops the callback, and so does the invoker's.
+     *                  deletion drops the callback. So does the invoker's, unless the callback is
+     *                  already on its way to another thread.
      * @param callback  may be empty: nothing happens then.
      */
     void onReady(const QObject *context, const std::function<void(const Error &error)> &callback);
@@ -223,8 +224,9 @@ public:
                const std::function<void(int number, const Error &error)> &callback);
 
     /**
-     * Starts a task, as start() without a context does, on behalf of @p context. The callback runs
-     * in the thread of @p context. Its deletion drops the callback, and so does the invoker's.
+     * Starts a task, as start() without a context does, on behalf of @p context, which must be
+     * alive. The callback runs in its thread, from the event loop. Its deletion drops the callback,
+     * and so does the invoker's, as with onReady().
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const QObject *context,
@@ -245,8 +247,9 @@ public:
     void stop(const QString &name, const std::function<void(const Error &error)> &callback);
 
     /**
-     * Stops a task, as stop() without a context does, on behalf of @p context. The callback runs in
-     * the thread of @p context. Its deletion drops the callback, and so does the invoker's.
+     * Stops a task, as stop() without a context does, on behalf of @p context, which must be alive.
+     * The callback runs in its thread, from the event loop. Its deletion drops the callback, and so
+     * does the invoker's, as with onReady().
      */
     void stop(const QString &name, const QObject *context,
               const std::function<void(const Error &error)> &callback);
@@ -407,8 +410,10 @@ public:
      */
     void addCGroupSetting(const QString &name, const QByteArray &value);
 
-    /** Returns the control group settings by their names, each a QByteArray; empty if none was
-     * added. */
+    /**
+     * Returns the control group settings by their names, each a QByteArray; empty if none was
+     * added.
+     */
     QVariantMap cGroupSettings() const;
 };
 
