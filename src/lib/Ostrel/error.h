@@ -115,11 +115,16 @@ private:
     QString m_busErrorName;
 };
 
-/** Writes the name of the code and the message: `Ostrel::Error(HandlerNotFound, "no handler")`. */
+/**
+ * Writes the name of the code, or the number of an unknown one, and the message:
+ * `Ostrel::Error(HandlerNotFound, "no handler")`.
+ */
 inline QDebug operator<<(QDebug debug, const Error &error)
 {
     const QDebugStateSaver saver(debug);
-    debug.nospace().noquote() << "Ostrel::Error(" << error.name();
+    const QString name = error.name();
+    debug.nospace().noquote() << "Ostrel::Error("
+                              << (name.isNull() ? QString::number(error.code()) : name);
     debug.quote() << ", " << error.message() << ')';
     return debug;
 }
