@@ -4,12 +4,24 @@
 #ifndef OSTREL_DBUS_CALLBACK_P_H
 #define OSTREL_DBUS_CALLBACK_P_H
 
+#include <QtCore/QMetaType>
 #include <QtCore/QObject>
 
 #include <functional>
 #include <memory>
 
-Q_DECLARE_METATYPE(std::function<void()>)
+namespace Ostrel
+{
+
+// A type of its own: another plugin may have registered std::function<void()>, and been unloaded.
+struct RelayedCall
+{
+    std::function<void()> run;
+};
+
+} // namespace Ostrel
+
+Q_DECLARE_METATYPE(Ostrel::RelayedCall)
 
 namespace Ostrel
 {
@@ -21,7 +33,8 @@ class CallbackRelay : public QObject
     Q_OBJECT
 
 Q_SIGNALS:
-    void run(const std::function<void()> &call);
+    // Spelled as it is registered, or it cannot be queued.
+    void run(const Ostrel::RelayedCall &call);
 };
 
 // A callback that runs on behalf of context: in its thread, and not after it is gone. Where that is
@@ -30,12 +43,13 @@ template <typename... Arguments>
 std::function<void(Arguments...)> onBehalfOf(const QObject *context,
                                              const std::function<void(Arguments...)> &callback)
 {
+    qRegisterMetaType<RelayedCall>();
     const auto relay = std::make_shared<CallbackRelay>();
     QObject::connect(relay.get(), &CallbackRelay::run, context,
-                     [](const std::function<void()> &call) { call(); });
+                     [](const RelayedCall &call) { call.run(); });
     return [relay, callback](Arguments... arguments) {
         if (callback) {
-            Q_EMIT relay->run([callback, arguments...] { callback(arguments...); });
+            Q_EMIT relay->run({[callback, arguments...] { callback(arguments...); }});
         }
     };
 }

@@ -19,17 +19,9 @@
  * has empty strings and an empty map, but numbers without a defined value; write
  * `RunningApplication application{};` for zeros.
  *
- * Their `properties` hold texts, numbers, truth values, lists of texts and bytes as such. Other
- * arrays, structures and maps among them are a QDBusArgument, of which `toList()` and `toMap()` are
- * empty without a word. qdbus_cast() reads one as what its signature says:
- *
- * @code
- * const auto windows =
- *     application.properties.value(QStringLiteral("Windows")).value<QDBusArgument>();
- * if (windows.currentSignature() == QLatin1String("ai")) {
- *     const auto numbers = qdbus_cast<QList<int>>(windows);
- * }
- * @endcode
+ * Their `properties` hold strings, numbers, bools, string lists and bytes as such. QtDBus leaves
+ * other arrays, structures and maps in them as QDBusArgument: `toList()` and `toMap()` of such a
+ * value are silently empty. Ostrel::Control::toPlainValue() reads it, whatever it holds.
  */
 
 namespace Ostrel
