@@ -26,6 +26,9 @@ public:
     // An option with a value, which may be given several times.
     void addOption(const QString &name, const QString &valueName, const QString &description);
 
+    // The option of the commands that make a request and wait for the reply.
+    void addTimeoutOption();
+
     // The positional arguments are all required, and come in this order.
     void addPositional(const QString &name, const QString &description);
 
@@ -49,6 +52,10 @@ public:
 
     // A positional argument as a number from the least one on; without one, the mistake was told.
     std::optional<int> number(int index, int least = std::numeric_limits<int>::min()) const;
+
+    // The timeout of the request in milliseconds, -1 if none was given; if it is not a valid one,
+    // the mistake was told.
+    std::optional<int> timeout() const;
 
     // Whether an option names a file if it was given; if not, the mistake was told.
     bool isFile(const QString &option) const;

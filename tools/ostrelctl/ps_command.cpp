@@ -3,11 +3,13 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "json.h"
 #include "report.h"
 #include "table.h"
 
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
 
 namespace
@@ -62,28 +64,45 @@ void printRecords(const QVector<RunningApplication> &applications,
                rows);
 }
 
-int run(const QStringList &arguments)
+int report(const QVector<RunningApplication> &applications, const QVector<RunningService> &services,
+           const Ostrel::Error &error, bool asJson)
 {
-    CommandLine line(QStringLiteral("ps"),
-                     QStringLiteral("Lists the running applications, and the running services.\n"
-                                    "States and kinds are the service's numbers."));
-    line.addJsonFlag();
-    if (const auto exitStatus = line.parse(arguments)) {
-        return *exitStatus;
-    }
-    QVector<RunningApplication> applications;
-    QVector<RunningService> services;
-    const Ostrel::Error error = ControlClient().getRunningApplications(applications, services);
     if (error) {
-        return conclude(error, line.wantsJson(), {});
+        return conclude(error, asJson, {});
     }
-    if (line.wantsJson()) {
+    if (asJson) {
         printJson({{QStringLiteral("applications"), toJson(applications)},
                    {QStringLiteral("services"), toJson(services)}});
     } else {
         printRecords(applications, services);
     }
     return Success;
+}
+
+int run(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("ps"),
+                     QStringLiteral("Lists the running applications, and the running services.\n"
+                                    "States and kinds are the service's numbers."));
+    line.addJsonFlag();
+    line.addTimeoutOption();
+    if (const auto exitStatus = line.parse(arguments)) {
+        return *exitStatus;
+    }
+    const auto timeout = line.timeout();
+    if (!timeout) {
+        return BadUsage;
+    }
+    Ostrel::Control control;
+    control.setTimeout(*timeout);
+    control.getRunningApplications(
+        &control,
+        [json = line.wantsJson()](const QVector<RunningApplication> &applications,
+                                  const QVector<RunningService> &services,
+                                  const Ostrel::Error &error) {
+            QCoreApplication::exit(report(applications, services, error, json));
+        });
+    return QCoreApplication::exec();
 }
 
 } // namespace

@@ -3,10 +3,12 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "json.h"
 #include "report.h"
 
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 
 namespace
@@ -23,21 +25,34 @@ int report(const Ostrel::Control::StartResult &result, bool asJson)
                     result.appInstanceId);
 }
 
+// A callback that ends the event loop.
+std::function<void(const Ostrel::Control::StartResult &)> reporting(bool asJson)
+{
+    return [asJson](const Ostrel::Control::StartResult &result) {
+        QCoreApplication::exit(report(result, asJson));
+    };
+}
+
 int start(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("start"),
                      QStringLiteral("Starts an application, and prints the identifier of the new "
                                     "instance."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("APP"), QStringLiteral("Identifies the application."));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
     const auto app = line.text(0);
-    if (!app) {
+    const auto timeout = app ? line.timeout() : std::nullopt;
+    if (!timeout) {
         return BadUsage;
     }
-    return report(ControlClient().start(*app), line.wantsJson());
+    Ostrel::Control control;
+    control.setTimeout(*timeout);
+    control.start(*app, &control, reporting(line.wantsJson()));
+    return QCoreApplication::exec();
 }
 
 // The service has a working folder of its own.
@@ -61,6 +76,7 @@ int debug(const QStringList &arguments)
                                     "prints the identifier of the\nnew instance. What is not given "
                                     "is left to the service."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addOption(wrapper, QStringLiteral("COMMAND"),
                    QStringLiteral("Put this command in front of the program. Blanks separate its "
                                   "words; \"\" quotes, and \\ "
@@ -83,7 +99,8 @@ int debug(const QStringList &arguments)
     const auto app = line.text(0);
     const auto environment = app ? line.assignments(env) : std::nullopt;
     const auto wrapperWords = environment ? line.words(wrapper) : std::nullopt;
-    if (!wrapperWords || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
+    const auto timeout = wrapperWords ? line.timeout() : std::nullopt;
+    if (!timeout || !line.isFile(stdoutFile) || !line.isFile(stderrFile)) {
         return BadUsage;
     }
 
@@ -109,7 +126,10 @@ int debug(const QStringList &arguments)
     if (line.isSet(stderrFile)) {
         params.setStderrFile(absolute(line.value(stderrFile)));
     }
-    return report(ControlClient().startDebug(*app, params), line.wantsJson());
+    Ostrel::Control control;
+    control.setTimeout(*timeout);
+    control.startDebug(*app, params, &control, reporting(line.wantsJson()));
+    return QCoreApplication::exec();
 }
 
 } // namespace

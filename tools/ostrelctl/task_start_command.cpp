@@ -28,6 +28,7 @@ int run(const QStringList &arguments)
                   QStringLiteral("Starts a task, and prints the number that the service answers.\n"
                                  "The hints, which are for the service to interpret:\n")
                       + knownHints().trimmed().prepend(QStringLiteral("  ")));
+    line.addTimeoutOption();
     line.addOption(param, QStringLiteral("WORD"),
                    QStringLiteral("Start the task with this parameter; repeatable."));
     line.addOption(env, assignment,
@@ -42,7 +43,8 @@ int run(const QStringList &arguments)
     const auto environment = line.assignments(env);
     const auto hintList = environment ? line.assignments(hint) : std::nullopt;
     const auto settings = hintList ? line.assignments(cgroup) : std::nullopt;
-    if (!settings) {
+    const auto timeout = settings ? line.timeout() : std::nullopt;
+    if (!timeout) {
         return BadUsage;
     }
 
@@ -67,13 +69,14 @@ int run(const QStringList &arguments)
         hints.addCGroupSetting(name, value.toUtf8());
     }
 
-    return withInvoker(line, [&line, &info, &hints](Ostrel::TaskInvoker &invoker) {
+    return withInvoker(line, [&line, &info, &hints, &timeout](Ostrel::TaskInvoker &invoker) {
         const auto onStarted = [&line](int number, const Ostrel::Error &error) {
             QCoreApplication::exit(error
                                        ? line.conclude(error)
                                        : line.conclude(error, {{QStringLiteral("number"), number}},
                                                        QString::number(number)));
         };
+        invoker.setTimeout(*timeout);
         invoker.start(line.positional(1), info, hints, onStarted);
     });
 }

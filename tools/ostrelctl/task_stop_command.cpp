@@ -12,11 +12,17 @@ namespace
 int run(const QStringList &arguments)
 {
     TaskLine line(QStringLiteral("stop"), QStringLiteral("Stops a task."));
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
-    return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
+    const auto timeout = line.timeout();
+    if (!timeout) {
+        return BadUsage;
+    }
+    return withInvoker(line, [&line, &timeout](Ostrel::TaskInvoker &invoker) {
+        invoker.setTimeout(*timeout);
         invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
             QCoreApplication::exit(line.conclude(error));
         });

@@ -3,8 +3,11 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "report.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 
 namespace
 {
@@ -14,16 +17,23 @@ int run(const QStringList &arguments)
     CommandLine line(QStringLiteral("terminate"),
                      QStringLiteral("Terminates an instance of an application."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("INSTANCE"),
                        QStringLiteral("Identifies the instance, as 'start' and 'watch' print it."));
     if (const auto exitStatus = line.parse(arguments)) {
         return *exitStatus;
     }
     const auto instance = line.text(0);
-    if (!instance) {
+    const auto timeout = instance ? line.timeout() : std::nullopt;
+    if (!timeout) {
         return BadUsage;
     }
-    return conclude(ControlClient().terminate(*instance), line.wantsJson(), {});
+    Ostrel::Control control;
+    control.setTimeout(*timeout);
+    control.terminate(*instance, &control, [json = line.wantsJson()](const Ostrel::Error &error) {
+        QCoreApplication::exit(conclude(error, json, {}));
+    });
+    return QCoreApplication::exec();
 }
 
 } // namespace

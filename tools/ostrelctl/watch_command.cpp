@@ -4,13 +4,15 @@
 #include "advice.h"
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "events.h"
 #include "json.h"
 #include "report.h"
 
 #include "DBus/names_p.h"
 
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
@@ -88,7 +90,7 @@ int run(const QStringList &arguments)
         return *exitStatus;
     }
 
-    const ControlClient control;
+    const Ostrel::Control control;
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return conclude(
@@ -100,7 +102,7 @@ int run(const QStringList &arguments)
     QTextStream err(stderr);
     err << "watching the applications; Ctrl-C ends it\n";
     const QDBusReply<bool> isRunning =
-        bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
+        bus.interface()->isServiceRegistered(Ostrel::Control::serviceName());
     if (isRunning.isValid() && !isRunning.value()) {
         err << "note: the service is not running yet\n";
         const QString advice =

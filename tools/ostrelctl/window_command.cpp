@@ -20,6 +20,7 @@ int run(const QStringList &arguments)
             "Reports the status of a window to the lifecycle service, and prints the state\n"
             "that the service assigns to the application: 255 together with an error."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("WINDOW"), QStringLiteral("Names the window."));
     line.addPositional(QStringLiteral("STATUS"), QStringLiteral("The window's status, a number."));
     line.addPositional(QStringLiteral("ARG1"), QStringLiteral("A further number."));
@@ -30,13 +31,13 @@ int run(const QStringList &arguments)
     const auto status = line.number(1);
     const auto arg1 = status ? line.number(2) : std::nullopt;
     const auto arg2 = arg1 ? line.number(3) : std::nullopt;
-    if (!arg2) {
+    const auto timeout = arg2 ? line.timeout() : std::nullopt;
+    if (!timeout) {
         return BadUsage;
     }
 
     Ostrel::WindowManagement windows;
-    // Until the event loop has run once, a bus that goes away is not noticed.
-    QCoreApplication::processEvents();
+    windows.setTimeout(*timeout);
     const bool json = line.wantsJson();
     windows.updateWindowStatus(
         line.positional(0), *status, *arg1, *arg2, &windows,
