@@ -118,11 +118,12 @@ Error ControlPrivate::readRunning(const AnyReply &reply, QVector<RunningApplicat
 
 bool ControlPrivate::isServiceAvailable()
 {
-    if (!m_followsBus) {
-        m_followsBus = true;
+    if (m_busEnd == nullptr) {
+        m_busEnd = new BusEnd(this);
+        connect(m_busEnd, &BusEnd::ended, this, &ControlPrivate::onBusEnded);
         connection().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                              QStringLiteral("org.freedesktop.DBus.Local"),
-                             QStringLiteral("Disconnected"), this, SLOT(onBusEnded()));
+                             QStringLiteral("Disconnected"), m_busEnd, SIGNAL(ended()));
     }
     return m_serviceAvailable && connection().isConnected();
 }

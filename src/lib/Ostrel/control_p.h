@@ -12,6 +12,18 @@
 namespace Ostrel
 {
 
+// Hears that the bus connection has ended.
+class BusEnd : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+Q_SIGNALS:
+    void ended();
+};
+
 // The service's end of the conversation. It declares no method of the service: QtDBus would take
 // its return type for how the call is to be made.
 class ControlPrivate : public QDBusAbstractInterface
@@ -32,15 +44,15 @@ public:
 
 private Q_SLOTS:
     void onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams);
-    void onBusEnded();
 
 private:
+    void onBusEnded();
     void onOwnerChanged(const QString &service, const QString &oldOwner, const QString &newOwner);
     void setServiceAvailable(bool available);
 
     Control *q;
     bool m_serviceAvailable = false;
-    bool m_followsBus = false;
+    BusEnd *m_busEnd = nullptr;
     QString m_owner; // the newest that was announced
 };
 
