@@ -265,6 +265,7 @@ void TestPlainValue::partlyReadArgumentsDoNotMove()
     argument >> end;
     QCOMPARE(end, QStringLiteral("end"));
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(argument)).isValid());
+    argument.endStructure();
 }
 
 void TestPlainValue::valuesThatAreTooDeepEnd()

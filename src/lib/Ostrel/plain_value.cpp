@@ -49,9 +49,9 @@ QVariantMap entries(const QDBusArgument &argument, int depth)
     return map;
 }
 
-// A copy of the argument: to enter a container detaches it, and the original stays where it is.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
-QVariant read(const QDBusArgument argument, int depth)
+// The argument is a copy: it detaches when it enters a container, and the original stays where it
+// is.
+QVariant read(const QDBusArgument &argument, int depth)
 {
     QVariant value;
     switch (argument.currentType()) {
