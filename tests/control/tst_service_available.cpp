@@ -10,8 +10,6 @@
 
 #include <Ostrel/Control>
 
-#include <QtDBus/QDBusServiceWatcher>
-
 #include <memory>
 #include <optional>
 
@@ -114,8 +112,9 @@ void TestServiceAvailable::serviceComesAndGoes()
     const Control late;
     QVERIFY(late.isServiceAvailable());
     const auto lateChanges = changesOf(late);
+    // The bus takes its time to notice.
     service.kill();
-    settle();
+    waitUntil([&] { return changes->size() == 2 && lateChanges->size() == 1; });
     QCOMPARE(*changes, (Changes{true, false}));
     QCOMPARE(*lateChanges, Changes{false});
     QVERIFY(!late.isServiceAvailable());
@@ -134,7 +133,7 @@ void TestServiceAvailable::restartShowsAsGoneAndCome()
     settle();
     QCOMPARE(*changes, (Changes{false, true}));
     simulator.end();
-    settle();
+    waitUntil([&changes] { return changes->size() == 3; });
     QCOMPARE(*changes, (Changes{false, true, false}));
 }
 
@@ -154,7 +153,7 @@ void TestServiceAvailable::newOwnerShowsAsGoneAndCome()
     settle();
     QCOMPARE(*changes, (Changes{false, true, false, true}));
     QVERIFY(control.isServiceAvailable());
-    first.kill();
+    first.order(release);
     settle();
 }
 
@@ -167,7 +166,7 @@ void TestServiceAvailable::eachControlSeesItsOwn()
     Peer service(*m_bus);
     service.order(take);
     settle();
-    service.kill();
+    service.order(release);
     settle();
     QCOMPARE(*changes, (Changes{true, false}));
 }
@@ -199,8 +198,8 @@ void TestServiceAvailable::slotMayDeleteTheControl()
     settle();
     QCOMPARE(count, emitted);
     QVERIFY(!control);
-    first.kill();
-    second.kill();
+    first.order(release);
+    second.order(release);
     settle();
 }
 
@@ -213,16 +212,11 @@ void TestServiceAvailable::slotMayRunAnEventLoop()
     const auto changes = changesOf(control);
     Peer second(*m_bus);
     second.order(take);
-    first.kill();
-    // It hears of each change after the Control.
-    QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME), QDBusConnection::sessionBus(),
-                                QDBusServiceWatcher::WatchForUnregistration);
-    bool gone = false;
-    connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, this, [&gone] { gone = true; });
+    first.order(release);
     connect(&control, &Control::serviceAvailableChanged, this, [&](bool available) {
         if (!available) {
-            second.kill();
-            waitUntil([&gone] { return gone; });
+            second.order(release);
+            settle();
         }
     });
     settle();
