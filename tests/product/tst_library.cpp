@@ -20,10 +20,9 @@ private Q_SLOTS:
 // Its symbols are those that the package promises, as the linker spells them.
 void TestLibrary::exportsNothingButItsClasses()
 {
-    const Result result =
-        run(QStringLiteral("nm"),
-            {QStringLiteral("--dynamic"), QStringLiteral("--defined-only"),
-             QStringLiteral("--format=posix"), QStringLiteral(LIBRARY)});
+    const Result result = run(QStringLiteral("nm"),
+                              {QStringLiteral("--dynamic"), QStringLiteral("--defined-only"),
+                               QStringLiteral("--format=posix"), QStringLiteral(LIBRARY)});
     QCOMPARE(result.exitStatus, 0);
     QStringList exported;
     const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
