@@ -38,6 +38,25 @@ Control::Started Control::start(const QString &appId)
     return {{}, values.at(0).toString(), qdbus_cast<QVariantMap>(values.at(1))};
 }
 
+void Control::startLater(const QString &appId, const StartDone &done)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
+        QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Start"));
+    call << appId;
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [done](QDBusPendingCallWatcher *finished) {
+                const QDBusPendingReply<QString, QVariantMap> reply = *finished;
+                finished->deleteLater();
+                if (reply.isError()) {
+                    done({Records::errorOf(reply.error()), {}, {}});
+                } else {
+                    done({{}, reply.argumentAt<0>(), reply.argumentAt<1>()});
+                }
+            });
+}
+
 Error Control::running(QVector<Application> &applications, QVector<Service> &services)
 {
     const QDBusMessage reply = m_bus.call(QDBusMessage::createMethodCall(

@@ -37,7 +37,10 @@ public:
 
     Control();
 
+    using StartDone = std::function<void(const Started &started)>;
+
     Started start(const QString &appId);
+    void startLater(const QString &appId, const StartDone &done);
     Error running(QVector<Application> &applications, QVector<Service> &services);
 
 Q_SIGNALS:

@@ -45,6 +45,22 @@ std::string startApplication()
         .appInstanceId.toStdString();
 }
 
+std::size_t startAsynchronously(std::size_t size)
+{
+    std::size_t answered = 0;
+    std::size_t good = 0;
+    Control *const control = Control::instance();
+    const QString appId = QString::fromUtf8(Lookup::applicationId);
+    for (std::size_t i = 0; i < size; ++i) {
+        control->start(appId, control, [&](const Control::StartResult &result) {
+            good += result.error ? 0 : 1;
+            ++answered;
+        });
+    }
+    waitFor(answered, size);
+    return good;
+}
+
 std::size_t runningApplications()
 {
     QVector<RunningApplication> applications;
@@ -166,6 +182,7 @@ Contestant makeContestant(int &argc, char **argv)
     contestant.makeControl = [] { const Control control; };
     contestant.makeInvokers = makeInvokers;
     contestant.startApplication = startApplication;
+    contestant.startAsynchronously = startAsynchronously;
     contestant.startTasks = [](std::size_t size) { return Tasks::instance().start(size); };
     contestant.runningApplications = runningApplications;
     contestant.hearStates = [](std::size_t size) { return States::instance().hear(size); };

@@ -40,6 +40,21 @@ ByHand::Control::Started Control::start(const QString &appId)
     return {{}, reply.argumentAt<0>(), reply.argumentAt<1>()};
 }
 
+void Control::startLater(const QString &appId, const ByHand::Control::StartDone &done)
+{
+    auto *watcher = new QDBusPendingCallWatcher(m_proxy.Start(appId), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [done](QDBusPendingCallWatcher *finished) {
+                const QDBusPendingReply<QString, QVariantMap> reply = *finished;
+                finished->deleteLater();
+                if (reply.isError()) {
+                    done({Records::errorOf(reply.error()), {}, {}});
+                } else {
+                    done({{}, reply.argumentAt<0>(), reply.argumentAt<1>()});
+                }
+            });
+}
+
 Records::Error Control::running(QVector<Records::Application> &applications,
                                 QVector<Records::Service> &services)
 {

@@ -21,7 +21,10 @@ class Control : public QObject
 public:
     Control();
 
-    ByHand::Control::Started start(const QString &appId);
+    using Started = ByHand::Control::Started;
+
+    Started start(const QString &appId);
+    void startLater(const QString &appId, const ByHand::Control::StartDone &done);
     Records::Error running(QVector<Records::Application> &applications,
                            QVector<Records::Service> &services);
 

@@ -29,6 +29,7 @@ public:
                 .start(QString::fromUtf8(Lookup::applicationId))
                 .appInstanceId.toStdString();
         };
+        contestant.startAsynchronously = startAsynchronously;
         contestant.startTasks = [](std::size_t size) { return Tasks::instance().start(size); };
         contestant.runningApplications = runningApplications;
         contestant.hearStates = [](std::size_t size) { return States::instance().hear(size); };
@@ -60,6 +61,21 @@ private:
     {
         static Control control;
         return control;
+    }
+
+    static std::size_t startAsynchronously(std::size_t size)
+    {
+        std::size_t answered = 0;
+        std::size_t good = 0;
+        const QString appId = QString::fromUtf8(Lookup::applicationId);
+        for (std::size_t i = 0; i < size; ++i) {
+            control().startLater(appId, [&](const typename Control::Started &started) {
+                good += started.error.name.isEmpty() ? 1 : 0;
+                ++answered;
+            });
+        }
+        waitFor(answered, size);
+        return good;
     }
 
     static std::size_t runningApplications()

@@ -21,6 +21,9 @@ struct Contestant
     std::function<std::size_t(std::size_t)> makeInvokers;
     // Starts an application, and waits. The result is the identifier of its instance.
     std::function<std::string()> startApplication;
+    // Starts so many applications at once, without blocking, and waits for all the replies. The
+    // result is how many succeeded.
+    std::function<std::size_t(std::size_t)> startAsynchronously;
     // Starts so many tasks at once, with maps as they usually are, and waits for all the answers.
     // The result is how many went well.
     std::function<std::size_t(std::size_t)> startTasks;

@@ -37,6 +37,14 @@ void addCalls(std::vector<Row> &rows, const Contestant &contestant)
                                    "start");
                         }});
     }
+    if (contestant.startAsynchronously) {
+        for (const std::size_t size : {1, 64, 10000}) {
+            rows.push_back({named("start asynchronously", size), size, runsFor(size, 256), {}, [=] {
+                                expect(contestant.startAsynchronously(size) == size,
+                                       "start asynchronously");
+                            }});
+        }
+    }
     if (contestant.startTasks) {
         for (const std::size_t size : {1, 64, 10000}) {
             rows.push_back({named("start tasks", size), size, runsFor(size, 256), {}, [=] {

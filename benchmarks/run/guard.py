@@ -15,7 +15,8 @@ import sys
 from counting import at_once, count
 from goals import CONSTRUCTION, CONSTRUCTION_OF_PROXY, family, limits
 
-ROWS = ['make control', 'make invokers/8', 'start', 'start tasks/1', 'start tasks/64',
+ROWS = ['make control', 'make invokers/8', 'start', 'start asynchronously/1',
+        'start asynchronously/64', 'start tasks/1', 'start tasks/64',
         'window status', 'running applications/10', 'running applications/1000', 'task lists/10',
         'task lists/1000', 'state changes', 'process lookup']
 ROUNDS = 5

@@ -13,7 +13,7 @@ LOAD_FIGURES = [('relocations', 'relocations', 1), ('initialisers', 'initialiser
                 ('private dirty', 'private memory KiB', 1024), ('cpu', 'processor µs', 1e3)]
 
 # Per operation these are one, however many there are in flight or in a list.
-PER_OPERATION = {'start tasks', 'make invokers'}
+PER_OPERATION = {'start asynchronously', 'start tasks', 'make invokers'}
 
 
 def _number(value):

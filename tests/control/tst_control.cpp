@@ -5,6 +5,7 @@
 #include "control_events.h"
 #include "simulator.h"
 #include "test_main.h"
+#include "waiting.h"
 
 #include "DBus/names_p.h"
 
@@ -27,6 +28,7 @@ private Q_SLOTS:
 
     // The shared instance comes last: while it lives, no other needs a rule of its own.
     void constructionAsksTheBusForFourSignals();
+    void availabilityIsAskedOfTheBusNoMore();
     void destructionTakesTheRulesBack();
     void serviceIsSentTheRequestsAlone();
     void lookUpsSendNothing();
@@ -140,6 +142,31 @@ void TestControl::constructionAsksTheBusForFourSignals()
                           QStringLiteral("StateChanged"), QStringLiteral("SelectedByOom")}));
 }
 
+// Who owns the service's name was asked, and is followed, for the sake of the calls alone.
+void TestControl::availabilityIsAskedOfTheBusNoMore()
+{
+    std::unique_ptr<Control> control;
+    QStringList members;
+    for (const QJsonObject &message :
+         sentBy([&control] { control = std::make_unique<Control>(); })) {
+        members.append(member(message));
+    }
+    const QString match = QStringLiteral("AddMatch");
+    const QString owner = QStringLiteral("GetNameOwner");
+    QCOMPARE(members, (QStringList{match, owner, match, match, owner, match, match, match}));
+
+    const QVector<QJsonObject> first = sentBy([&control] {
+        connect(control.get(), &Control::serviceAvailableChanged, control.get(), [] {});
+        QVERIFY(control->isServiceAvailable());
+    });
+    QCOMPARE(first.size(), 1);
+    QCOMPARE(member(first.constFirst()), match);
+    QCOMPARE(argument(first.constFirst(), 0).toString(),
+             QStringLiteral("type='signal',path='/org/freedesktop/DBus/Local',"
+                            "interface='org.freedesktop.DBus.Local',member='Disconnected'"));
+    QVERIFY(sentBy([&control] { QVERIFY(control->isServiceAvailable()); }).isEmpty());
+}
+
 void TestControl::serviceIsSentTheRequestsAlone()
 {
     const QVector<QJsonObject> messages = sentBy([] {
@@ -152,6 +179,19 @@ void TestControl::serviceIsSentTheRequestsAlone()
         control.getRunningApplications(applications, services);
         control.getAppIdByPid(1);
         control.getAppInstanceIdByPid(1);
+        // The same without waiting.
+        const QObject context;
+        int answered = 0;
+        const auto onStart = [&answered](const Control::StartResult & /*result*/) { ++answered; };
+        control.start(QStringLiteral("no.such"), &context, onStart);
+        control.startDebug(QStringLiteral("no.such"), Ostrel::DebugParams(), &context, onStart);
+        control.terminate(QStringLiteral("no.such"), &context,
+                          [&answered](const Ostrel::Error & /*error*/) { ++answered; });
+        control.getRunningApplications(
+            &context,
+            [&answered](const auto & /*applications*/, const auto & /*services*/,
+                        const Ostrel::Error & /*error*/) { ++answered; });
+        waitUntil([&answered] { return answered == 4; });
     });
     QStringList members;
     for (const QJsonObject &message : messages) {
@@ -166,10 +206,10 @@ void TestControl::serviceIsSentTheRequestsAlone()
             members.append(member(message) + QLatin1Char(' ') + signature);
         }
     }
-    QCOMPARE(
-        members,
-        (QStringList{QStringLiteral("Start s"), QStringLiteral("StartDebug sa{sv}"),
-                     QStringLiteral("Terminate s"), QStringLiteral("GetRunningApplications ")}));
+    const QStringList requests{QStringLiteral("Start s"), QStringLiteral("StartDebug sa{sv}"),
+                               QStringLiteral("Terminate s"),
+                               QStringLiteral("GetRunningApplications ")};
+    QCOMPARE(members, requests + requests);
 }
 
 void TestControl::lookUpsSendNothing()

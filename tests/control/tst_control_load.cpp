@@ -5,6 +5,7 @@
 #include "memory_figures.h"
 #include "simulator.h"
 #include "test_main.h"
+#include "waiting.h"
 
 #include "DBus/names_p.h"
 
@@ -14,10 +15,11 @@
 #include <vector>
 
 using Ostrel::Control;
+using Ostrel::Error;
 using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
-// Many records, and many signals.
+// Many records, signals and requests.
 class TestControlLoad : public QObject
 {
     Q_OBJECT
@@ -28,6 +30,7 @@ private Q_SLOTS:
     void tenThousandRecords();
     void twentyThousandSignalsLeaveNothingBehind();
     void whatWaitsToBeHandledStopsNothing();
+    void tenThousandRequestsInFlight();
 
 private:
     // Has the service send "StateChanged" so often, the instance and the state given.
@@ -114,6 +117,45 @@ void TestControlLoad::whatWaitsToBeHandledStopsNothing()
     waitUntil([&] { return heard == count; });
     emitStates(QStringLiteral("last"), 1);
     waitUntil([&] { return heard == count + 1; });
+}
+
+// All are sent before the first one is answered. Each gets its own reply, what they take grows with
+// their number and no faster, and nothing of them stays.
+void TestControlLoad::tenThousandRequestsInFlight()
+{
+    Control control;
+    const auto ask = [this, &control](int count) {
+        const MethodFaults terminate = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate");
+        terminate.holdNext(uint(count));
+        int answered = 0;
+        MemoryFigures figures;
+        for (int i = 0; i < count; ++i) {
+            const QString id = QStringLiteral("none.%1").arg(i);
+            control.terminate(id, this, [&answered, id](const Error &error) {
+                if (error.code() != Error::ApplicationNotRunning || !error.message().contains(id)) {
+                    qFatal("%s: %s", qPrintable(id), qPrintable(error.message()));
+                }
+                ++answered;
+            });
+        }
+        terminate.waitForHeld(uint(count));
+        const qint64 inFlight = figures.growth();
+        QList<uint> order;
+        for (uint i = 0; i < uint(count); ++i) {
+            order.append(i);
+        }
+        terminate.release(order);
+        order.clear();
+        waitUntil([&] { return answered == count && children().isEmpty(); });
+        return std::make_pair(inFlight, figures.growth());
+    };
+    // The first ones fill what is kept for later.
+    ask(10000);
+    const qint64 some = ask(1000).first;
+    const auto [many, left] = ask(10000);
+    QVERIFY2(many <= 12 * some, qPrintable(QStringLiteral("%1, %2").arg(some).arg(many)));
+    // A piece of memory for each, however small, would be more.
+    QVERIFY2(left < 100000, qPrintable(QString::number(left)));
 }
 
 OSTREL_TEST_MAIN(TestControlLoad)

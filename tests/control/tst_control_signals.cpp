@@ -121,6 +121,7 @@ void TestControlSignals::signalsStandInTheirOrder()
                  QStringLiteral("terminated(QString,QVariantMap): appInstanceId, details"),
                  QStringLiteral("stateChanged(QString,ApplicationState): appInstanceId, state"),
                  QStringLiteral("selectedByOom(QString): processId"),
+                 QStringLiteral("serviceAvailableChanged(bool): available"),
              }));
     QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     QCOMPARE(meta.className(), "Ostrel::Control");

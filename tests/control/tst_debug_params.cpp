@@ -7,7 +7,7 @@
 
 #include "DBus/names_p.h"
 #include "DBus/outgoing_message_p.h"
-#include "Ostrel/debug_params_p.h"
+#include "Ostrel/debug_params.h"
 
 using Ostrel::DebugParams;
 
@@ -16,7 +16,7 @@ namespace
 
 QVariantMap mapOf(const DebugParams &params)
 {
-    return Ostrel::DebugParamsPrivate::map(params);
+    return params.toMap();
 }
 
 } // namespace

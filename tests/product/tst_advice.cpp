@@ -11,7 +11,6 @@
 #include <Ostrel/TaskInvoker>
 
 #include <QtCore/QJsonArray>
-#include <QtDBus/QDBusServiceWatcher>
 
 #include <memory>
 #include <optional>
@@ -26,11 +25,7 @@ namespace
 // The map within a value that the service sent, or an empty one.
 QVariantMap mapIn(const QVariant &value)
 {
-    if (value.userType() == qMetaTypeId<QDBusArgument>()
-        && value.value<QDBusArgument>().currentSignature() == QLatin1String("a{sv}")) {
-        return qdbus_cast<QVariantMap>(value);
-    }
-    return {};
+    return Ostrel::Control::toPlainValue(value).toMap();
 }
 //! [nested]
 
@@ -39,12 +34,15 @@ QVariantMap mapIn(const QVariant &value)
 class Tasks : public QObject
 {
 public:
-    Tasks(const QString &service, const QString &type)
+    explicit Tasks(const QString &type)
         : m_type(type)
-        , m_watcher(service, QDBusConnection::sessionBus(),
-                    QDBusServiceWatcher::WatchForRegistration)
     {
-        connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &Tasks::registerAgain);
+        connect(&m_control, &Ostrel::Control::serviceAvailableChanged, this,
+                [this](bool available) {
+                    if (available) {
+                        registerAgain();
+                    }
+                });
         registerAgain();
     }
 
@@ -57,7 +55,7 @@ private:
     }
 
     QString m_type;
-    QDBusServiceWatcher m_watcher;
+    Ostrel::Control m_control;
     std::unique_ptr<TaskInvoker> m_invoker;
 };
 //! [again]
@@ -73,8 +71,8 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void nestedValuesAreReadByTheirSignature_data();
-    void nestedValuesAreReadByTheirSignature();
+    void nestedValuesAreReadAsWhatTheyAre_data();
+    void nestedValuesAreReadAsWhatTheyAre();
     void jsonTravelsAsPlainValues();
     void invokersAreMadeAgainWhenTheServiceComes();
 
@@ -100,7 +98,7 @@ void TestAdvice::init()
     m_simulator->reset();
 }
 
-void TestAdvice::nestedValuesAreReadByTheirSignature_data()
+void TestAdvice::nestedValuesAreReadAsWhatTheyAre_data()
 {
     QTest::addColumn<QVariant>("sent");
     QTest::addColumn<QVariantMap>("read");
@@ -112,7 +110,7 @@ void TestAdvice::nestedValuesAreReadByTheirSignature_data()
                             << QVariantMap();
 }
 
-void TestAdvice::nestedValuesAreReadByTheirSignature()
+void TestAdvice::nestedValuesAreReadAsWhatTheyAre()
 {
     QFETCH(const QVariant, sent);
     QFETCH(const QVariantMap, read);
@@ -145,7 +143,7 @@ void TestAdvice::jsonTravelsAsPlainValues()
 
 void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
 {
-    const Tasks tasks(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("sync"));
+    const Tasks tasks(QStringLiteral("sync"));
     QVERIFY(!waitUntilReady(tasks.invoker()));
     m_simulator->end();
     m_simulator->start();

@@ -175,11 +175,12 @@ void TestForgery::answersOfStrangers()
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
     auto action = operation.prepare(*m_rig);
-    const QString forged = operation.name == QLatin1String("list") ? QStringLiteral("0 0")
-        : operation.name == QLatin1String("register")              ? QStringLiteral("/forged 0")
-        : operation.name.startsWith(QLatin1String("start"))        ? QStringLiteral("forged 0")
-        : operation.values.isEmpty()                               ? QString()
-                                                                   : QStringLiteral("99");
+    const QString request = operation.name.section(QLatin1Char(':'), -1);
+    const QString forged = request == QLatin1String("list") ? QStringLiteral("0 0")
+        : request == QLatin1String("register")              ? QStringLiteral("/forged 0")
+        : request.startsWith(QLatin1String("start"))        ? QStringLiteral("forged 0")
+        : operation.values.isEmpty()                        ? QString()
+                                                            : QStringLiteral("99");
     m_rig->service().on(operation.member,
                         QStringLiteral("forge %1 %2 | answer %1 %3")
                             .arg(operation.signature, forged, operation.values));

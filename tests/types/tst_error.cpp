@@ -6,6 +6,8 @@
 #include "DBus/names_p.h"
 #include "Ostrel/error_p.h"
 
+#include <DBus/types.h>
+
 #include <QtDBus/QDBusMessage>
 
 #include <atomic>
@@ -50,6 +52,11 @@ private Q_SLOTS:
     void noErrorNameKeepsItsMessage();
     void keepsTheMessage_data();
     void keepsTheMessage();
+    void busErrorNameIsThatOfAFailure();
+    void isPrintedWithNameAndMessage_data();
+    void isPrintedWithNameAndMessage();
+    void fitsIntoAVariant();
+    void recordsArePrintedWithTheirMembers();
 };
 
 void TestError::codesHaveTheirNumbers_data()
@@ -73,6 +80,7 @@ void TestError::codesHaveTheirNumbers()
 {
     QFETCH(int, code);
     QTEST(code, "number");
+    QCOMPARE(Error(Error::Code(code)).name(), QString::fromLatin1(QTest::currentDataTag()));
     static_assert(std::is_same_v<std::underlying_type_t<Error::Code>, qint32>);
 }
 
@@ -211,6 +219,7 @@ void TestError::mapsBusErrorNames()
     const Error mapped = Ostrel::fromDBusError(error);
     QTEST(int(mapped.code()), "code");
     QCOMPARE(mapped.message(), QStringLiteral("text"));
+    QCOMPARE(mapped.busErrorName(), mapped ? name : QString());
 }
 
 void TestError::invalidBusErrorIsASuccess()
@@ -257,6 +266,76 @@ void TestError::keepsTheMessage()
         busError(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"), message));
     QCOMPARE(error.code(), Error::NotSupported);
     QCOMPARE(error.message(), message);
+}
+
+void TestError::busErrorNameIsThatOfAFailure()
+{
+    QVERIFY(Error().busErrorName().isNull());
+    QVERIFY(Error(Error::Failed, QStringLiteral("mine")).busErrorName().isNull());
+    QVERIFY(Ostrel::fromDBusError(QDBusError()).busErrorName().isNull());
+
+    const QString name = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+    const Error failed = Ostrel::failedWith(busError(name));
+    QCOMPARE(failed.code(), Error::Failed);
+    QCOMPARE(failed.busErrorName(), name);
+    Error copy;
+    copy = failed;
+    QCOMPARE(copy.busErrorName(), name);
+}
+
+void TestError::isPrintedWithNameAndMessage_data()
+{
+    QTest::addColumn<Error>("error");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("success") << Error() << QStringLiteral("Ostrel::Error(NoError, \"\")");
+    QTest::newRow("failure") << Error(Error::HandlerNotFound, QStringLiteral("no \"handler\""))
+                             << QStringLiteral(
+                                    "Ostrel::Error(HandlerNotFound, \"no \\\"handler\\\"\")");
+    QTest::newRow("unknown code") << Error(Error::Code(42), QStringLiteral("new"))
+                                  << QStringLiteral("Ostrel::Error(42, \"new\")");
+}
+
+void TestError::isPrintedWithNameAndMessage()
+{
+    QFETCH(const Error, error);
+    QString printed;
+    // What is set for the rest of the line stays.
+    QDebug(&printed).noquote().nospace()
+        << error << QStringLiteral("next") << QStringLiteral("word");
+    QFETCH(const QString, text);
+    QCOMPARE(printed, text + QStringLiteral("nextword"));
+}
+
+void TestError::fitsIntoAVariant()
+{
+    const QVariant variant = QVariant::fromValue(Error(Error::Failed, QStringLiteral("text")));
+    QVERIFY(variant.userType() != QMetaType::Bool);
+    QCOMPARE(variant.value<Error>().message(), QStringLiteral("text"));
+    QVERIFY(Error(Error::Code(42)).name().isNull());
+}
+
+void TestError::recordsArePrintedWithTheirMembers()
+{
+    const auto printed = [](const auto &record) {
+        QString text;
+        QDebug(&text) << record;
+        return text.trimmed();
+    };
+    const QVariantMap properties{{QStringLiteral("k"), 3}};
+    const QString map = QStringLiteral("QMap((\"k\", QVariant(int, 3)))");
+    const QString a = QStringLiteral("a");
+    const QString b = QStringLiteral("b");
+    QCOMPARE(printed(Ostrel::RunningApplication{a, 7, Ostrel::ApplicationState(1),
+                                                Ostrel::ApplicationKind(2), properties}),
+             QStringLiteral("Ostrel::RunningApplication(\"a\", 7, 1, 2, %1)").arg(map));
+    QCOMPARE(printed(Ostrel::RunningService{a, b, 7, Ostrel::ServiceState(1), properties}),
+             QStringLiteral("Ostrel::RunningService(\"a\", \"b\", 7, 1, %1)").arg(map));
+    QCOMPARE(printed(Ostrel::TaskState{a, 3, properties}),
+             QStringLiteral("Ostrel::TaskState(\"a\", 3, %1)").arg(map));
+    QCOMPARE(printed(Ostrel::AvailableTask{a, properties}),
+             QStringLiteral("Ostrel::AvailableTask(\"a\", %1)").arg(map));
+    QCOMPARE(printed(Ostrel::ActiveTask{a, 7, properties}),
+             QStringLiteral("Ostrel::ActiveTask(\"a\", 7, %1)").arg(map));
 }
 
 // The first test, so that the first use of the tables is contended.

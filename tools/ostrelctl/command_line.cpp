@@ -11,6 +11,13 @@
 #include <cstdio>
 #include <limits>
 
+namespace
+{
+
+const QString timeoutOption = QStringLiteral("timeout"); // clazy:exclude=non-pod-global-static
+
+} // namespace
+
 CommandLine::CommandLine(const QString &command, const QString &description)
     : m_command(command)
 {
@@ -34,6 +41,12 @@ void CommandLine::addOption(const QString &name, const QString &valueName,
 {
     m_parser.addOption({name, description, valueName});
     m_optionsWithValue.append(QStringLiteral("--") + name);
+}
+
+void CommandLine::addTimeoutOption()
+{
+    addOption(timeoutOption, QStringLiteral("SECONDS"),
+              QStringLiteral("Wait so long for the answer to the request."));
 }
 
 void CommandLine::addPositional(const QString &name, const QString &description)
@@ -82,6 +95,24 @@ Result<int> CommandLine::number(int index, int least) const
                            .arg(positional(index)));
     }
     return number;
+}
+
+Result<int> CommandLine::timeout() const
+{
+    if (!isSet(timeoutOption)) {
+        return -1;
+    }
+    constexpr int second = 1000;
+    constexpr int longest = std::numeric_limits<int>::max() / second;
+    bool ok = false;
+    const int seconds = value(timeoutOption).toInt(&ok);
+    if (!ok || seconds < 1 || seconds > longest) {
+        return Failure(QStringLiteral("--%1 takes a whole number from 1 to %2, not \"%3\"")
+                           .arg(timeoutOption)
+                           .arg(longest)
+                           .arg(value(timeoutOption)));
+    }
+    return seconds * second;
 }
 
 Result<QString> CommandLine::file(const QString &option) const

@@ -27,6 +27,9 @@ public:
     // An option with a value, which may be given several times.
     void addOption(const QString &name, const QString &valueName, const QString &description);
 
+    // The option of the commands that make a request and wait for the reply.
+    void addTimeoutOption();
+
     // A positional argument. All of them are required, in the order in which they are added.
     void addPositional(const QString &name, const QString &description);
 
@@ -53,6 +56,9 @@ public:
 
     // The value of an option as the name of a file; a null string if the option is not given.
     Result<QString> file(const QString &option) const;
+
+    // The timeout of the request in milliseconds; -1 if none was given.
+    Result<int> timeout() const;
 
     // The values of an option, each of the form NAME=VALUE.
     Result<QStringList> assignments(const QString &option) const;

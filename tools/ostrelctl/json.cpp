@@ -3,68 +3,14 @@
 
 #include "json.h"
 
+#include <Ostrel/Control>
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
-#include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusObjectPath>
-#include <QtDBus/QDBusSignature>
 #include <QtDBus/QDBusUnixFileDescriptor>
-#include <QtDBus/QDBusVariant>
 
 namespace
 {
-
-QJsonValue read(const QDBusArgument &argument);
-
-QJsonArray readElements(const QDBusArgument &argument)
-{
-    QJsonArray array;
-    while (!argument.atEnd()) {
-        array.append(read(argument));
-    }
-    return array;
-}
-
-QJsonObject readEntries(const QDBusArgument &argument)
-{
-    QJsonObject object;
-    while (!argument.atEnd()) {
-        argument.beginMapEntry();
-        const QString key = toJson(argument.asVariant()).toVariant().toString();
-        object.insert(key, read(argument));
-        argument.endMapEntry();
-    }
-    return object;
-}
-
-QJsonValue read(const QDBusArgument &argument)
-{
-    switch (argument.currentType()) {
-    case QDBusArgument::BasicType:
-    case QDBusArgument::VariantType:
-        return toJson(argument.asVariant());
-    case QDBusArgument::ArrayType: {
-        argument.beginArray();
-        const QJsonArray array = readElements(argument);
-        argument.endArray();
-        return array;
-    }
-    case QDBusArgument::StructureType: {
-        argument.beginStructure();
-        const QJsonArray array = readElements(argument);
-        argument.endStructure();
-        return array;
-    }
-    case QDBusArgument::MapType: {
-        argument.beginMap();
-        const QJsonObject object = readEntries(argument);
-        argument.endMap();
-        return object;
-    }
-    default:
-        return {};
-    }
-}
 
 // Readers of JSON read a number as a double. A number that no double holds becomes a string.
 template <typename Number> QJsonValue integer(Number number)
@@ -83,27 +29,30 @@ QJsonArray toJson(const QByteArray &bytes)
     return array;
 }
 
-} // namespace
-
-QJsonValue toJson(const QVariant &value)
+// Without QtDBus's types, except for file descriptors.
+QJsonValue plainToJson(const QVariant &value)
 {
     const int type = value.userType();
-    if (type == qMetaTypeId<QDBusArgument>()) {
-        return read(value.value<QDBusArgument>());
-    }
-    if (type == qMetaTypeId<QDBusVariant>()) {
-        return toJson(value.value<QDBusVariant>().variant());
-    }
-    if (type == qMetaTypeId<QDBusObjectPath>()) {
-        return value.value<QDBusObjectPath>().path();
-    }
-    if (type == qMetaTypeId<QDBusSignature>()) {
-        return value.value<QDBusSignature>().signature();
-    }
     if (type == qMetaTypeId<QDBusUnixFileDescriptor>()) {
         return value.value<QDBusUnixFileDescriptor>().fileDescriptor();
     }
     switch (type) {
+    case QMetaType::QVariantList: {
+        QJsonArray array;
+        const QVariantList list = value.toList();
+        for (const QVariant &element : list) {
+            array.append(plainToJson(element));
+        }
+        return array;
+    }
+    case QMetaType::QVariantMap: {
+        QJsonObject object;
+        const QVariantMap map = value.toMap();
+        for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+            object.insert(entry.key(), plainToJson(entry.value()));
+        }
+        return object;
+    }
     case QMetaType::UChar:
     case QMetaType::Short:
     case QMetaType::UShort:
@@ -119,13 +68,16 @@ QJsonValue toJson(const QVariant &value)
     }
 }
 
+} // namespace
+
+QJsonValue toJson(const QVariant &value)
+{
+    return plainToJson(Ostrel::Control::toPlainValue(value));
+}
+
 QJsonObject toJson(const QVariantMap &map)
 {
-    QJsonObject object;
-    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-        object.insert(entry.key(), toJson(entry.value()));
-    }
-    return object;
+    return toJson(QVariant(map)).toObject();
 }
 
 namespace

@@ -64,12 +64,16 @@ _ostrelctl_offer_options() {
     '') _ostrelctl_offer --help --version ;;
     task) _ostrelctl_offer --help ;;
     debug)
-        _ostrelctl_offer --help --json --wrapper --param --env --firejail-param --no-sandbox \
-            --stdout --stderr
+        _ostrelctl_offer --help --json --timeout --wrapper --param --env --firejail-param \
+            --no-sandbox --stdout --stderr
         ;;
-    'task start') _ostrelctl_offer --help --json --system --param --env --hint --cgroup ;;
+    'task start')
+        _ostrelctl_offer --help --json --system --timeout --param --env --hint --cgroup
+        ;;
+    'task stop') _ostrelctl_offer --help --json --system --timeout ;;
     task*) _ostrelctl_offer --help --json --system ;;
-    *) _ostrelctl_offer --help --json ;;
+    watch | which) _ostrelctl_offer --help --json ;;
+    *) _ostrelctl_offer --help --json --timeout ;;
     esac
 }
 
@@ -104,14 +108,15 @@ _ostrelctl() {
         _ostrelctl_offer_hints "$name"
         return
         ;;
-    --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
+    --timeout | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
     esac
 
     # What is there already, without the options and their values.
     local i words=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-        --stdout | --stderr | --hint | --wrapper | --param | --env | --firejail-param | --cgroup | =)
+        --stdout | --stderr | --hint | --timeout | --wrapper | --param | --env | \
+            --firejail-param | --cgroup | =)
             ((i++))
             ;;
         -*) ;;

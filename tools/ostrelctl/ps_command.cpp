@@ -3,11 +3,14 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "json.h"
 #include "report.h"
+#include "session_bus.h"
 #include "table.h"
 
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
 
 namespace
@@ -62,26 +65,42 @@ void printRecords(const QVector<RunningApplication> &applications,
                rows);
 }
 
+int report(const QVector<RunningApplication> &applications, const QVector<RunningService> &services,
+           const Ostrel::Error &error, bool asJson)
+{
+    if (error) {
+        return conclude(error, asJson, {});
+    }
+    if (asJson) {
+        printJson({{QStringLiteral("applications"), toJson(applications)},
+                   {QStringLiteral("services"), toJson(services)}});
+    } else {
+        printRecords(applications, services);
+    }
+    return Success;
+}
+
 int run(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("ps"),
                      QStringLiteral("Lists the running applications, and the running services.\n"
                                     "States and kinds are the service's numbers."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     return line.run(arguments, [&line]() -> Result<int> {
-        QVector<RunningApplication> applications;
-        QVector<RunningService> services;
-        const Ostrel::Error error = ControlClient().getRunningApplications(applications, services);
-        if (error) {
-            return conclude(error, line.wantsJson(), {});
-        }
-        if (line.wantsJson()) {
-            printJson({{QStringLiteral("applications"), toJson(applications)},
-                       {QStringLiteral("services"), toJson(services)}});
-        } else {
-            printRecords(applications, services);
-        }
-        return Success;
+        return line.timeout().map([&line](int timeout) {
+            const SessionBus bus;
+            Ostrel::Control control;
+            control.setTimeout(timeout);
+            control.getRunningApplications(
+                &control,
+                [json = line.wantsJson()](const QVector<RunningApplication> &applications,
+                                          const QVector<RunningService> &services,
+                                          const Ostrel::Error &error) {
+                    QCoreApplication::exit(report(applications, services, error, json));
+                });
+            return QCoreApplication::exec();
+        });
     });
 }
 

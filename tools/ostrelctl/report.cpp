@@ -13,43 +13,10 @@
 #include <cstdio>
 #include <unistd.h>
 
-namespace
-{
-
-QString nameOf(Ostrel::Error::Code code)
-{
-    using Ostrel::Error;
-    switch (code) {
-    case Error::NoError:
-        return QStringLiteral("NoError");
-    case Error::Failed:
-        return QStringLiteral("Failed");
-    case Error::HandlerNotFound:
-        return QStringLiteral("HandlerNotFound");
-    case Error::HandlerFailed:
-        return QStringLiteral("HandlerFailed");
-    case Error::InvalidArgs:
-        return QStringLiteral("InvalidArgs");
-    case Error::NotSupported:
-        return QStringLiteral("NotSupported");
-    case Error::AccessDenied:
-        return QStringLiteral("AccessDenied");
-    case Error::ProcessNotHandled:
-        return QStringLiteral("ProcessNotHandled");
-    case Error::ApplicationNotRunning:
-        return QStringLiteral("ApplicationNotRunning");
-    case Error::ApplicationAlreadyRunning:
-        return QStringLiteral("ApplicationAlreadyRunning");
-    }
-    return QString::number(code);
-}
-
-} // namespace
-
 void reportError(const Ostrel::Error &error, std::optional<QDBusConnection::BusType> bus)
 {
     QTextStream err(stderr);
-    err << "error: " << nameOf(error.code()) << ": " << onOneLine(error.message()) << Qt::endl;
+    err << "error: " << error.name() << ": " << onOneLine(error.message()) << Qt::endl;
     const QString advice = bus ? adviceOn(error, *bus) : QString();
     if (!advice.isNull()) {
         err << "hint: " << advice << '\n';
@@ -58,7 +25,7 @@ void reportError(const Ostrel::Error &error, std::optional<QDBusConnection::BusT
 
 QJsonObject toJson(const Ostrel::Error &error)
 {
-    return {{QStringLiteral("name"), nameOf(error.code())},
+    return {{QStringLiteral("name"), error.name()},
             {QStringLiteral("code"), error.code()},
             {QStringLiteral("message"), error.message()}};
 }

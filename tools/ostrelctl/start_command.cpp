@@ -3,14 +3,18 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "json.h"
 #include "report.h"
+#include "session_bus.h"
+
+#include <Ostrel/Control>
 
 #include <QtCore/QFileInfo>
 
 namespace
 {
+
+using Callback = std::function<void(const Ostrel::Control::StartResult &)>;
 
 int report(const Ostrel::Control::StartResult &result, bool asJson)
 {
@@ -23,16 +27,35 @@ int report(const Ostrel::Control::StartResult &result, bool asJson)
                     result.appInstanceId);
 }
 
+// Makes a request that the function sends, and reports its outcome.
+int request(const CommandLine &line, int timeout,
+            const std::function<void(Ostrel::Control &, const Callback &)> &send)
+{
+    const SessionBus bus;
+    Ostrel::Control control;
+    control.setTimeout(timeout);
+    send(control, [json = line.wantsJson()](const Ostrel::Control::StartResult &result) {
+        QCoreApplication::exit(report(result, json));
+    });
+    return QCoreApplication::exec();
+}
+
 int start(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("start"),
                      QStringLiteral("Starts an application, and prints the identifier of the new "
                                     "instance."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("APP"), QStringLiteral("Identifies the application."));
-    return line.run(arguments, [&]() -> Result<int> {
-        return line.text(0).map([&line](const QString &app) {
-            return report(ControlClient().start(app), line.wantsJson());
+    return line.run(arguments, [&line]() -> Result<int> {
+        const auto app = line.text(0);
+        const auto timeout = line.timeout();
+        if (const auto error = firstError(app, timeout)) {
+            return Failure(*error);
+        }
+        return request(line, *timeout, [&app](Ostrel::Control &control, const Callback &callback) {
+            control.start(*app, &control, callback);
         });
     });
 }
@@ -58,6 +81,7 @@ int debug(const QStringList &arguments)
                                     "prints the identifier of\nthe new instance. The service "
                                     "decides what is not given."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addOption(wrapper, QStringLiteral("COMMAND"),
                    QStringLiteral("Put this command in front of the program. Blanks separate its "
                                   "words; \"\" quotes, and \\ "
@@ -80,7 +104,9 @@ int debug(const QStringList &arguments)
         const auto wrapperWords = line.words(wrapper);
         const auto output = line.file(stdoutFile);
         const auto errors = line.file(stderrFile);
-        if (const auto error = firstError(app, environment, wrapperWords, output, errors)) {
+        const auto timeout = line.timeout();
+        if (const auto error =
+                firstError(app, environment, wrapperWords, output, errors, timeout)) {
             return Failure(*error);
         }
 
@@ -106,7 +132,10 @@ int debug(const QStringList &arguments)
         if (line.isSet(stderrFile)) {
             params.setStderrFile(absolute(*errors));
         }
-        return report(ControlClient().startDebug(*app, params), line.wantsJson());
+        return request(line, *timeout,
+                       [&app, &params](Ostrel::Control &control, const Callback &callback) {
+                           control.startDebug(*app, params, &control, callback);
+                       });
     });
 }
 

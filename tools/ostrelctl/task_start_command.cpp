@@ -28,6 +28,7 @@ int run(const QStringList &arguments)
                   QStringLiteral("Starts a task, and prints the number that the service returns.\n"
                                  "The service interprets the hints:\n")
                       + knownHints().trimmed().prepend(QStringLiteral("  ")));
+    line.addTimeoutOption();
     line.addOption(param, QStringLiteral("WORD"),
                    QStringLiteral("Start the task with this parameter; repeatable."));
     line.addOption(env, assignment,
@@ -40,7 +41,8 @@ int run(const QStringList &arguments)
         const auto environment = line.assignments(env);
         const auto hintList = line.assignments(hint);
         const auto settings = line.assignments(cgroup);
-        if (const auto error = firstError(environment, hintList, settings)) {
+        const auto timeout = line.timeout();
+        if (const auto error = firstError(environment, hintList, settings, timeout)) {
             return Failure(*error);
         }
 
@@ -63,13 +65,14 @@ int run(const QStringList &arguments)
             hints.addCGroupSetting(name, value.toUtf8());
         }
 
-        return withInvoker(line, [&line, &info, &hints](Ostrel::TaskInvoker &invoker) {
+        return withInvoker(line, [&line, &info, &hints, &timeout](Ostrel::TaskInvoker &invoker) {
             const auto onStarted = [&line](int number, const Ostrel::Error &error) {
                 QCoreApplication::exit(error ? line.conclude(error)
                                              : line.conclude(error,
                                                              {{QStringLiteral("number"), number}},
                                                              QString::number(number)));
             };
+            invoker.setTimeout(*timeout);
             invoker.start(line.positional(1), info, hints, onStarted);
         });
     });

@@ -12,9 +12,15 @@ namespace
 int run(const QStringList &arguments)
 {
     TaskLine line(QStringLiteral("stop"), QStringLiteral("Stops a task."));
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("NAME"), QStringLiteral("Names the task."));
     return line.run(arguments, [&line]() -> Result<int> {
-        return withInvoker(line, [&line](Ostrel::TaskInvoker &invoker) {
+        const auto timeout = line.timeout();
+        if (!timeout) {
+            return Failure(timeout.error());
+        }
+        return withInvoker(line, [&line, &timeout](Ostrel::TaskInvoker &invoker) {
+            invoker.setTimeout(*timeout);
             invoker.stop(line.positional(1), [&line](const Ostrel::Error &error) {
                 QCoreApplication::exit(line.conclude(error));
             });

@@ -3,8 +3,12 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "report.h"
+#include "session_bus.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QCoreApplication>
 
 namespace
 {
@@ -14,12 +18,23 @@ int run(const QStringList &arguments)
     CommandLine line(QStringLiteral("terminate"),
                      QStringLiteral("Terminates an instance of an application."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("INSTANCE"),
                        QStringLiteral("Identifies the instance, as 'start' and 'watch' print it."));
     return line.run(arguments, [&line]() -> Result<int> {
-        return line.text(0).map([&line](const QString &instance) {
-            return conclude(ControlClient().terminate(instance), line.wantsJson(), {});
-        });
+        const auto instance = line.text(0);
+        const auto timeout = line.timeout();
+        if (const auto error = firstError(instance, timeout)) {
+            return Failure(*error);
+        }
+        const SessionBus bus;
+        Ostrel::Control control;
+        control.setTimeout(*timeout);
+        control.terminate(*instance, &control,
+                          [json = line.wantsJson()](const Ostrel::Error &error) {
+                              QCoreApplication::exit(conclude(error, json, {}));
+                          });
+        return QCoreApplication::exec();
     });
 }
 

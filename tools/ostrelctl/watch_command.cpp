@@ -4,13 +4,14 @@
 #include "advice.h"
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "events.h"
 #include "json.h"
 #include "report.h"
+#include "session_bus.h"
 
-#include "DBus/names_p.h"
+#include <Ostrel/Control>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
@@ -85,7 +86,8 @@ int run(const QStringList &arguments)
                        "until Ctrl-C."));
     line.addJsonFlag(QStringLiteral("each event as a JSON object on a line"));
     return line.run(arguments, [&line]() -> Result<int> {
-        const ControlClient control;
+        const SessionBus sessionBus;
+        const Ostrel::Control control;
         const QDBusConnection bus = QDBusConnection::sessionBus();
         if (!bus.isConnected()) {
             return conclude(Ostrel::Error(Ostrel::Error::Failed,
@@ -97,7 +99,7 @@ int run(const QStringList &arguments)
         QTextStream err(stderr);
         err << "watching the applications; Ctrl-C ends it\n";
         const QDBusReply<bool> isRunning =
-            bus.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
+            bus.interface()->isServiceRegistered(Ostrel::Control::serviceName());
         if (isRunning.isValid() && !isRunning.value()) {
             err << "note: the service is not running yet\n";
             const QString advice = adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()),

@@ -3,8 +3,9 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "report.h"
+
+#include <Ostrel/Control>
 
 namespace
 {

@@ -3,8 +3,8 @@
 
 #include "command.h"
 #include "command_line.h"
-#include "control_client.h"
 #include "report.h"
+#include "session_bus.h"
 
 #include <Ostrel/WindowManagement>
 
@@ -21,6 +21,7 @@ int run(const QStringList &arguments)
             "Reports the status of a window to the lifecycle service, and prints the state\n"
             "that the service assigns to the application: 255 together with an error."));
     line.addJsonFlag();
+    line.addTimeoutOption();
     line.addPositional(QStringLiteral("WINDOW"), QStringLiteral("Names the window."));
     line.addPositional(QStringLiteral("STATUS"), QStringLiteral("The window's status, a number."));
     line.addPositional(QStringLiteral("ARG1"), QStringLiteral("A further number."));
@@ -29,12 +30,14 @@ int run(const QStringList &arguments)
         const auto status = line.number(1);
         const auto arg1 = line.number(2);
         const auto arg2 = line.number(3);
-        if (const auto error = firstError(status, arg1, arg2)) {
+        const auto timeout = line.timeout();
+        if (const auto error = firstError(status, arg1, arg2, timeout)) {
             return Failure(*error);
         }
 
         const SessionBus bus;
         Ostrel::WindowManagement windows;
+        windows.setTimeout(*timeout);
         const bool json = line.wantsJson();
         windows.updateWindowStatus(
             line.positional(0), *status, *arg1, *arg2, &windows,

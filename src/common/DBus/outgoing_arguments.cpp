@@ -105,11 +105,13 @@ bool OutgoingMessage::receivedArray(const QVariant &value, const QDBusArgument &
     case 'y':
         m_size.add(taken<QByteArray>(argument).size());
         return true;
-    case 's':
-        for (const QString &string : taken<QStringList>(argument)) {
+    case 's': {
+        const auto strings = taken<QStringList>(argument);
+        for (const QString &string : strings) {
             m_size.addString(string);
         }
         return true;
+    }
     case '{':
         argument.beginMap();
         while (isSendable && !argument.atEnd()) {

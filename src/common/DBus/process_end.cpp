@@ -21,7 +21,8 @@ namespace
 
 std::atomic<bool> announced = false;
 std::atomic<bool> begun = false;
-std::thread::id endingThread; // set before it is announced
+// Set before the end is announced.
+std::thread::id endingThread; // clazy:exclude=non-pod-global-static
 
 // Never destroyed: static objects of the host may make requests after the sentinel has gone.
 std::shared_mutex &mutex()

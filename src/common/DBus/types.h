@@ -4,6 +4,7 @@
 #ifndef OSTREL_DBUS_TYPES_H
 #define OSTREL_DBUS_TYPES_H
 
+#include <QtCore/QDebug>
 #include <QtCore/QMetaType>
 #include <QtCore/QString>
 #include <QtCore/QVariantMap>
@@ -24,17 +25,9 @@
  * has empty strings and an empty map, but numbers without a defined value; write
  * `RunningApplication application{};` for zeros.
  *
- * Their `properties` hold texts, numbers, truth values, lists of texts and bytes as such. Other
- * arrays, structures and maps among them are a QDBusArgument, of which `toList()` and `toMap()` are
- * empty without a word. qdbus_cast() reads one as what its signature says:
- *
- * @code
- * const auto windows =
- *     application.properties.value(QStringLiteral("Windows")).value<QDBusArgument>();
- * if (windows.currentSignature() == QLatin1String("ai")) {
- *     const auto numbers = qdbus_cast<QList<int>>(windows);
- * }
- * @endcode
+ * Their `properties` hold strings, numbers, bools, string lists and bytes as such. QtDBus leaves
+ * other arrays, structures and maps in them as QDBusArgument: `toList()` and `toMap()` of such a
+ * value are silently empty. Ostrel::Control::toPlainValue() reads it, whatever it holds.
  */
 
 namespace Ostrel
@@ -140,6 +133,52 @@ struct ActiveTask
     /** Further named values ("a{sv}"); the service defines the keys. */
     QVariantMap properties;
 };
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const RunningApplication &application)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::RunningApplication(" << application.appId << ", " << application.pid
+                    << ", " << quint32(application.state) << ", " << quint32(application.kind)
+                    << ", " << application.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const RunningService &service)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::RunningService(" << service.appId << ", " << service.name << ", "
+                    << service.pid << ", " << quint32(service.state) << ", " << service.properties
+                    << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const TaskState &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::TaskState(" << task.name << ", " << task.state << ", "
+                    << task.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const AvailableTask &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::AvailableTask(" << task.name << ", " << task.properties << ')';
+    return debug;
+}
+
+/** Writes the members in their order. */
+inline QDebug operator<<(QDebug debug, const ActiveTask &task)
+{
+    const QDebugStateSaver saver(debug);
+    debug.nospace() << "Ostrel::ActiveTask(" << task.name << ", " << task.pid << ", "
+                    << task.properties << ')';
+    return debug;
+}
 
 } // namespace Ostrel
 

@@ -32,7 +32,7 @@ class PlainJson
 public:
     // Objects and arrays below so many levels are left out. The conversion stops where a message of
     // the size would outgrow the room: a small value can hold the same part many times.
-    explicit PlainJson(int levels, const MessageSize &size = MessageSize(),
+    explicit PlainJson(int levels, MessageSize size = MessageSize(),
                        qint64 room = std::numeric_limits<qint64>::max())
         : m_levels(levels)
         , m_size(size)
@@ -63,7 +63,7 @@ private:
     QVariant fromArray(const QJsonArray &array, Place place);
     QVariantMap fromObject(const QJsonObject &object, Place place);
     // A value in another one. The size becomes the one before, if the value is left out.
-    QVariant part(const QJsonValue &value, Place place, const MessageSize &before);
+    QVariant part(const QJsonValue &value, Place place, MessageSize before);
     template <typename List> List parts(const QJsonArray &array, Place place);
 
     int m_levels;

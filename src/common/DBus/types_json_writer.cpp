@@ -118,7 +118,7 @@ QVariantMap PlainJson::fromObject(const QJsonObject &object, Place place)
     return map;
 }
 
-QVariant PlainJson::part(const QJsonValue &value, Place place, const MessageSize &before)
+QVariant PlainJson::part(const QJsonValue &value, Place place, MessageSize before)
 {
     QVariant plain = from(value, place);
     if (m_problem != nullptr) {

@@ -6,20 +6,39 @@
 
 #include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
+#include "DBus/pending_call_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
+#include "DBus/timeout_p.h"
 #include "DBus/types_p.h"
-#include "Ostrel/debug_params_p.h"
 #include "Ostrel/error_p.h"
 
+#include <QtCore/QPointer>
+#include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
-
 #include <QtDBus/QDBusPendingReply>
+#include <QtDBus/QDBusServiceWatcher>
 
 namespace Ostrel
 {
+
+namespace
+{
+
+void watchStart(const QDBusPendingCall &call, const QObject *context,
+                const std::function<void(const Control::StartResult &)> &callback)
+{
+    using Reply = ControlPrivate::AnyReply;
+    watchPendingCall<Reply>(call, context, [callback](const Reply &reply) {
+        if (callback) {
+            callback(ControlPrivate::startResult(reply));
+        }
+    });
+}
+
+} // namespace
 
 ControlPrivate::ControlPrivate(Control *q)
     : QDBusAbstractInterface(serviceName, QStringLiteral(OSTREL_CONTROL_PATH),
@@ -42,6 +61,14 @@ ControlPrivate::ControlPrivate(Control *q)
             SLOT(onStateChanged(QString, QVariantMap)));
     receive(QStringLiteral("SelectedByOom"), QStringLiteral("s"), q,
             SIGNAL(selectedByOom(QString)));
+
+    // The base class follows the owner of the service's name with a watcher of its own, and hears
+    // of a change first. A second watcher could miss one that was delivered before it was made.
+    m_serviceAvailable = isValid();
+    if (const auto *watcher = findChild<QDBusServiceWatcher *>()) {
+        connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+                &ControlPrivate::onOwnerChanged);
+    }
 }
 
 template <typename... Arguments>
@@ -69,6 +96,66 @@ Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
     return {Error(Error::NoError, QString()), reply.argumentAt<1>(), reply.argumentAt<0>()};
 }
 
+Error ControlPrivate::readRunning(const AnyReply &reply, QVector<RunningApplication> &applications,
+                                  QVector<RunningService> &services)
+{
+    if (reply.isError()) {
+        // The code says no more than that, whatever the name of the error.
+        return failedWith(reply.error());
+    }
+    // A reply without values has one here, which is not valid.
+    const QVariantList values = reply.reply().arguments();
+    if (values.size() < 2) {
+        Q_ASSERT_X(false, "QList<T>::at", "index out of range");
+        return Error(Error::Failed, QStringLiteral("The reply has fewer than two arguments"));
+    }
+    read(values.at(0), applications);
+    read(values.at(1), services);
+    return Error(Error::NoError, QString());
+}
+
+bool ControlPrivate::isServiceAvailable()
+{
+    if (m_busEnd == nullptr) {
+        m_busEnd = new BusEnd(this);
+        connect(m_busEnd, &BusEnd::ended, this, &ControlPrivate::onBusEnded);
+        connection().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                             QStringLiteral("org.freedesktop.DBus.Local"),
+                             QStringLiteral("Disconnected"), m_busEnd, SIGNAL(ended()));
+    }
+    return m_serviceAvailable && connection().isConnected();
+}
+
+void ControlPrivate::onOwnerChanged(const QString & /*service*/, const QString &oldOwner,
+                                    const QString &newOwner)
+{
+    m_owner = newOwner;
+    // The bus was asked after the owner came, and this signal arrived after its reply.
+    if (m_serviceAvailable && oldOwner.isEmpty()) {
+        return;
+    }
+    const QPointer<ControlPrivate> self(this);
+    setServiceAvailable(false);
+    // A slot may delete this object, or run an event loop that brings the next change.
+    if (!self.isNull() && m_owner == newOwner) {
+        setServiceAvailable(!newOwner.isEmpty());
+    }
+}
+
+void ControlPrivate::onBusEnded()
+{
+    m_owner.clear();
+    setServiceAvailable(false);
+}
+
+void ControlPrivate::setServiceAvailable(bool available)
+{
+    if (available != m_serviceAvailable) {
+        m_serviceAvailable = available;
+        Q_EMIT q->serviceAvailableChanged(available);
+    }
+}
+
 void ControlPrivate::onStateChanged(const QString &appInstanceId, const QVariantMap &debugParams)
 {
     const auto state = debugParams.constFind(QStringLiteral("State"));
@@ -88,7 +175,13 @@ Control *Control::instance()
 }
 
 Control::Control()
-    : d(std::make_unique<ControlPrivate>(this))
+    : Control(nullptr)
+{
+}
+
+Control::Control(QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<ControlPrivate>(this))
 {
 }
 
@@ -100,11 +193,24 @@ Control::StartResult Control::start(const QString &appId)
     return ControlPrivate::startResult(d->finishedCall(delay, QStringLiteral("Start"), appId));
 }
 
+void Control::start(const QString &appId, const QObject *context,
+                    const std::function<void(const StartResult &)> &callback)
+{
+    watchStart(checkedCall(*d, QStringLiteral("Start"), appId), context, callback);
+}
+
 Control::StartResult Control::startDebug(const QString &appId, const DebugParams &params)
 {
     const ProcessEnd::Delay delay;
-    return ControlPrivate::startResult(d->finishedCall(delay, QStringLiteral("StartDebug"), appId,
-                                                       DebugParamsPrivate::map(params)));
+    return ControlPrivate::startResult(
+        d->finishedCall(delay, QStringLiteral("StartDebug"), appId, params.toMap()));
+}
+
+void Control::startDebug(const QString &appId, const DebugParams &params, const QObject *context,
+                         const std::function<void(const StartResult &)> &callback)
+{
+    watchStart(checkedCall(*d, QStringLiteral("StartDebug"), appId, params.toMap()), context,
+               callback);
 }
 
 Error Control::terminate(const QString &appInstanceId)
@@ -114,24 +220,62 @@ Error Control::terminate(const QString &appInstanceId)
         d->finishedCall(delay, QStringLiteral("Terminate"), appInstanceId).error());
 }
 
+void Control::terminate(const QString &appInstanceId, const QObject *context,
+                        const std::function<void(const Error &)> &callback)
+{
+    using Reply = ControlPrivate::AnyReply;
+    watchPendingCall<Reply>(checkedCall(*d, QStringLiteral("Terminate"), appInstanceId), context,
+                            [callback](const Reply &reply) {
+                                if (callback) {
+                                    callback(fromDBusError(reply.error()));
+                                }
+                            });
+}
+
 Error Control::getRunningApplications(QVector<RunningApplication> &applications,
                                       QVector<RunningService> &services)
 {
     const ProcessEnd::Delay delay;
-    const QDBusPendingCall call = d->finishedCall(delay, QStringLiteral("GetRunningApplications"));
-    if (call.isError()) {
-        // The code says no more than that, whatever the error's name.
-        return Error(Error::Failed, call.error().message());
-    }
-    // A reply without values has one here, which is not valid.
-    const QVariantList values = QDBusPendingReply<>(call).reply().arguments();
-    if (values.size() < 2) {
-        Q_ASSERT_X(false, "QList<T>::at", "index out of range");
-        return Error(Error::Failed, QStringLiteral("The reply has fewer than two arguments"));
-    }
-    read(values.at(0), applications);
-    read(values.at(1), services);
-    return Error(Error::NoError, QString());
+    return ControlPrivate::readRunning(
+        d->finishedCall(delay, QStringLiteral("GetRunningApplications")), applications, services);
+}
+
+void Control::getRunningApplications(
+    const QObject *context,
+    const std::function<void(const QVector<RunningApplication> &, const QVector<RunningService> &,
+                             const Error &)> &callback)
+{
+    using Reply = ControlPrivate::AnyReply;
+    watchPendingCall<Reply>(checkedCall(*d, QStringLiteral("GetRunningApplications")), context,
+                            [callback](const Reply &reply) {
+                                if (callback) {
+                                    QVector<RunningApplication> applications;
+                                    QVector<RunningService> services;
+                                    const Error error =
+                                        ControlPrivate::readRunning(reply, applications, services);
+                                    callback(applications, services, error);
+                                }
+                            });
+}
+
+void Control::setTimeout(int milliseconds)
+{
+    setCallTimeout(*d, milliseconds);
+}
+
+int Control::timeout() const
+{
+    return d->timeout();
+}
+
+bool Control::isServiceAvailable() const
+{
+    return d->isServiceAvailable();
+}
+
+QString Control::serviceName()
+{
+    return Ostrel::serviceName;
 }
 
 } // namespace Ostrel

@@ -15,6 +15,7 @@
 #include <QtCore/QVariantMap>
 #include <QtCore/QVector>
 
+#include <functional>
 #include <memory>
 
 namespace Ostrel
@@ -45,15 +46,16 @@ class ControlPrivate;
  * }
  * @endcode
  *
- * @warning start(), startDebug(), terminate() and getRunningApplications() block: the calling
- * thread waits until the service answers or the bus's time limit passes (25 seconds by default),
- * and no event loop runs meanwhile. A program with a user interface calls them from a thread of its
- * own, on instance() or on any other Control.
+ * @warning Without a context and a callback, start(), startDebug(), terminate() and
+ * getRunningApplications() block: the calling thread waits until the service answers or the timeout
+ * passes (25 seconds by default), and no event loop runs meanwhile. A program with a user interface
+ * calls the overloads with a callback, which return at once.
  *
- * The object uses the session bus. Any thread may make requests and look up processes, several at
- * once on the same object. The signals are emitted by the event loop of the thread that made the
- * object; the requests need no loop. The object is destroyed in that thread, when no request is
- * under way. Do not use `moveToThread()`: it moves only some of the signals.
+ * The object uses the session bus. Any thread may make blocking requests and look up processes,
+ * several at once on the same object; the other functions are called in the thread of the object.
+ * The signals are emitted by the event loop of the thread that made the object; the requests that
+ * block need no loop. The object is destroyed in that thread, when no request is under way. Do not
+ * use `moveToThread()`: it moves only some of the signals.
  *
  * A thread that keeps a Control has to run its event loop. Until it does, the signals of the
  * service are kept in memory, without a limit (a thousand of them take more than a megabyte). A
@@ -63,16 +65,13 @@ class ControlPrivate;
  * process's connection to the bus and for as long as the process lives; @ref behaviour says why and
  * what it can cost. A library built with `-DOSTREL_LIFT_RECEIVE_LIMIT=OFF` leaves the limits alone.
  *
- * The maps that come with signals and results (`details`) hold plain values, but arrays,
- * structures and maps within them come as a QDBusArgument (lists of texts and bytes do not):
- * `toList()` and `toMap()` of such a value are empty without a word. qdbus_cast() reads it, and
- * only as what it is; look at its signature first, since another type ends the process.
+ * The maps that come with signals and results (`details`) hold plain values, but QtDBus leaves
+ * arrays, structures and maps in them as QDBusArgument: `toList()` and `toMap()` of such a value
+ * are silently empty. toPlainValue() reads it, whatever it holds.
  *
  * @code
- * const auto windows = result.details.value(QStringLiteral("Windows")).value<QDBusArgument>();
- * if (windows.currentSignature() == QLatin1String("ai")) {
- *     const auto numbers = qdbus_cast<QList<int>>(windows);
- * }
+ * const QVariant windows = result.details.value(QStringLiteral("Windows"));
+ * const QVariantList numbers = Ostrel::Control::toPlainValue(windows).toList();
  * @endcode
  *
  * A request sends its strings and maps as given. One that is too large for a message fails without
@@ -123,6 +122,9 @@ public:
      */
     Control();
 
+    /** Constructs an object as Control() does, with a @p parent that deletes it. */
+    explicit Control(QObject *parent);
+
     /** Destroys the object. Nothing is sent to the service; applications go on as they are. */
     ~Control() override;
 
@@ -146,6 +148,22 @@ public:
     StartResult start(const QString &appId);
 
     /**
+     * Starts an application, and returns at once.
+     *
+     * This makes the same bus call as start(const QString &), with the same outcome.
+     *
+     * @param appId     the identifier of the application. It goes out as given.
+     * @param context   the object on whose behalf the call is made. It must be alive. Its deletion
+     *                  drops the callback; the call is not withdrawn.
+     * @param callback  receives the outcome exactly once, in the thread of @p context, from its
+     *                  event loop, never from within this function. It also comes when the Control
+     *                  has been deleted meanwhile. It may delete anything, and may be empty: the
+     *                  outcome is dropped then.
+     */
+    void start(const QString &appId, const QObject *context,
+               const std::function<void(const StartResult &result)> &callback);
+
+    /**
      * Starts an application under the given conditions, and waits for the outcome.
      *
      * This makes the bus call "StartDebug" (signature "sa{sv}", answered by "sa{sv}") on the
@@ -160,6 +178,20 @@ public:
     StartResult startDebug(const QString &appId, const DebugParams &params);
 
     /**
+     * Starts an application under the given conditions, and returns at once.
+     *
+     * This makes the same bus call as startDebug(const QString &, const DebugParams &), with the
+     * same outcome.
+     *
+     * @param appId     the identifier of the application. It goes out as given.
+     * @param params    the conditions.
+     * @param context   as for start().
+     * @param callback  as for start().
+     */
+    void startDebug(const QString &appId, const DebugParams &params, const QObject *context,
+                    const std::function<void(const StartResult &result)> &callback);
+
+    /**
      * Terminates an instance of an application, and waits for the outcome.
      *
      * This makes the bus call "Terminate" (signature "s") on the service's ".Control1" interface,
@@ -171,6 +203,18 @@ public:
      *         code and message of the service's own error, or Error::Failed as for start().
      */
     Error terminate(const QString &appInstanceId);
+
+    /**
+     * Terminates an instance of an application, and returns at once.
+     *
+     * This makes the same bus call as terminate(const QString &), with the same outcome.
+     *
+     * @param appInstanceId  the identifier of the instance. It goes out as given.
+     * @param context        as for start().
+     * @param callback       as for start().
+     */
+    void terminate(const QString &appInstanceId, const QObject *context,
+                   const std::function<void(const Error &error)> &callback);
 
     /**
      * Asks for everything that runs now, and waits for the answer.
@@ -189,6 +233,69 @@ public:
      */
     Error getRunningApplications(QVector<RunningApplication> &applications,
                                  QVector<RunningService> &services);
+
+    /**
+     * Asks for everything that runs now, and returns at once.
+     *
+     * This makes the same bus call as the function that waits, with the same outcome.
+     *
+     * @param context   as for start().
+     * @param callback  as for start(). It receives the running applications and the running
+     *                  services, in the order of the reply; both are empty on failure.
+     */
+    void getRunningApplications(
+        const QObject *context,
+        const std::function<void(const QVector<RunningApplication> &applications,
+                                 const QVector<RunningService> &services, const Error &error)>
+            &callback);
+
+    /**
+     * Sets how long later requests of this object wait for a reply.
+     *
+     * A request whose time has passed fails with Error::Failed and the message of the bus library.
+     * The service may still do what it was asked. This makes no bus call. Call it before other
+     * threads use the object.
+     *
+     * @param milliseconds  the timeout, from 1; or -1 for the default of the bus library, which is
+     *                      25 seconds. Another value is refused with a warning, and changes
+     *                      nothing.
+     */
+    void setTimeout(int milliseconds);
+
+    /** Returns the timeout of later requests in milliseconds; -1 for the bus library's default. */
+    int timeout() const;
+
+    /**
+     * Returns whether the service runs, that is, whether its name has an owner on the session bus.
+     *
+     * The message bus was asked when this object was made; its event loop follows each change since
+     * then. This makes no call to the service, and waits for nothing. The first call asks the bus
+     * connection to report its own end.
+     *
+     * A request may still succeed while this is false, if the message bus can start the service.
+     */
+    bool isServiceAvailable() const;
+
+    /** Returns the bus name of the service. It makes no bus call; any thread may call it. */
+    static QString serviceName();
+
+    /**
+     * Returns a value of @ref started() "details" or of a record's properties as plain values.
+     *
+     * QtDBus leaves lists, maps and structures inside such values as QDBusArgument, and reading one
+     * as another type ends the process. This function reads whatever is there.
+     *
+     * @param value  the value; it is not changed.
+     * @return the value without D-Bus types, at any depth: arrays and structures as QVariantList,
+     *         maps as QVariantMap with the keys as strings, nested variants as what they hold,
+     *         object paths and signatures as QString. Of equal keys, the last one counts. Strings,
+     *         numbers, QStringList, QByteArray, file descriptors and the caller's own types are
+     *         returned as they are. It is invalid for a QDBusArgument that the caller wrote itself,
+     *         and below 128 levels.
+     *
+     * It makes no bus call; any thread may call it.
+     */
+    static QVariant toPlainValue(const QVariant &value);
 
     /**
      * Returns the identifier of the application that a process belongs to.
@@ -264,6 +371,17 @@ Q_SIGNALS:
      * @param processId  the identifier of the process, as the service names it.
      */
     void selectedByOom(const QString &processId);
+
+    /**
+     * The service has come or gone.
+     *
+     * When the service's name passes from one owner to another at once, this is emitted with false,
+     * then with true: what the old service knew is gone. When the message bus itself ends, it is
+     * emitted with false if isServiceAvailable() was called before.
+     *
+     * @param available  whether the service runs now, as isServiceAvailable() returns it.
+     */
+    void serviceAvailableChanged(bool available);
 
 private:
     Q_DISABLE_COPY(Control)

@@ -105,4 +105,9 @@ QString DebugParams::stderrFile() const
     return m_params.value(stderrFileKey).toString();
 }
 
+QVariantMap DebugParams::toMap() const
+{
+    return m_params;
+}
+
 } // namespace Ostrel

@@ -13,8 +13,6 @@
 namespace Ostrel
 {
 
-class DebugParamsPrivate;
-
 /**
  * The conditions under which an application is started for debugging.
  *
@@ -96,9 +94,10 @@ public:
     /** Returns the file that takes the standard error; a null string if not set. */
     QString stderrFile() const;
 
-private:
-    friend class DebugParamsPrivate;
+    /** Returns everything that was set, by its keys: what a request sends. */
+    QVariantMap toMap() const;
 
+private:
     QVariantMap m_params;
 };
 

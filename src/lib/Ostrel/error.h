@@ -6,7 +6,11 @@
 
 #include <Ostrel/export.h>
 
+#include <QtCore/QDebug>
+#include <QtCore/QMetaType>
 #include <QtCore/QString>
+
+class QDBusError;
 
 namespace Ostrel
 {
@@ -88,10 +92,42 @@ public:
      */
     QString message() const;
 
+    /**
+     * Returns the name of the code as this header spells it ("HandlerNotFound"); a null string if
+     * the code is none of the enumeration.
+     */
+    QString name() const;
+
+    /**
+     * Returns the name of the D-Bus error that this Error was made from, unchanged. It says which
+     * failure hides behind Failed: no service, no bus, no reply in time (see @ref errors). It is
+     * null for a success, and for an Error that did not come from the bus.
+     */
+    QString busErrorName() const;
+
 private:
+    friend Error fromDBusError(const QDBusError &error);
+    friend Error failedWith(const QDBusError &error);
+    Error(Code code, const QString &message, const QString &busErrorName);
+
     Code m_code;
     QString m_message;
+    QString m_busErrorName;
 };
+
+/**
+ * Writes the name of the code, or the number of an unknown one, and the message:
+ * `Ostrel::Error(HandlerNotFound, "no handler")`.
+ */
+inline QDebug operator<<(QDebug debug, const Error &error)
+{
+    const QDebugStateSaver saver(debug);
+    const QString name = error.name();
+    debug.nospace().noquote() << "Ostrel::Error("
+                              << (name.isNull() ? QString::number(error.code()) : name);
+    debug.quote() << ", " << error.message() << ')';
+    return debug;
+}
 
 /**
  * @name Comparisons that do not compile
@@ -109,5 +145,7 @@ bool operator!=(const Error &left, const Error &right) = delete;
 /** @} */
 
 } // namespace Ostrel
+
+Q_DECLARE_METATYPE(Ostrel::Error)
 
 #endif

@@ -10,33 +10,38 @@
 namespace Ostrel
 {
 
+namespace
+{
+
+using Codes = QMap<QString, Error::Code>;
+
+// Never destroyed: static objects and threads of the program may ask until the process is gone.
+const Codes *codesOf(ErrorNamespace prefix)
+{
+    auto *codes = new Codes;
+    for (const CodeName &known : codeNames) {
+        if (known.prefix == prefix) {
+            codes->insert(QLatin1String(known.name), known.code);
+        }
+    }
+    return codes;
+}
+
+} // namespace
+
 Error fromDBusError(const QDBusError &error)
 {
-    // Two tables, because a name counts only below the prefix that it belongs to. They are never
-    // destroyed: static objects and threads of the caller may ask until the process is gone.
-    using Codes = QMap<QString, Error::Code>;
-    static const auto *const serviceCodes = new const Codes{
-        {QStringLiteral("NoError"), Error::NoError},
-        {QStringLiteral("HandlerNotFound"), Error::HandlerNotFound},
-        {QStringLiteral("HandlerFailed"), Error::HandlerFailed},
-        {QStringLiteral("ProcessNotHandled"), Error::ProcessNotHandled},
-        {QStringLiteral("ApplicationNotRunning"), Error::ApplicationNotRunning},
-        {QStringLiteral("ApplicationAlreadyRunning"), Error::ApplicationAlreadyRunning},
-    };
-    static const auto *const standardCodes = new const Codes{
-        {QStringLiteral("Failed"), Error::Failed},
-        {QStringLiteral("InvalidArgs"), Error::InvalidArgs},
-        {QStringLiteral("NotSupported"), Error::NotSupported},
-        {QStringLiteral("AccessDenied"), Error::AccessDenied},
-    };
+    // Two tables, because a name counts only below the prefix that it belongs to.
+    static const Codes *const serviceCodes = codesOf(ErrorNamespace::Service);
+    static const Codes *const standardCodes = codesOf(ErrorNamespace::Standard);
 
     QString name = error.name();
     if (!error.isValid() || name.isEmpty()) {
         return Error(Error::NoError, QString());
     }
 
-    // remove() takes out every occurrence of the prefix, not the leading one alone: a name that
-    // holds it twice still finds its code.
+    // remove() takes out every occurrence of the prefix, not only the first: a name that holds it
+    // twice still finds its code.
     const QString servicePrefix = QStringLiteral(OSTREL_ERROR_PREFIX);
     const QString standardPrefix = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
     Error::Code code = Error::Failed;
@@ -47,7 +52,12 @@ Error fromDBusError(const QDBusError &error)
         name.remove(standardPrefix, Qt::CaseSensitive);
         code = standardCodes->value(name, Error::Failed);
     }
-    return Error(code, error.message());
+    return Error(code, error.message(), code != Error::NoError ? error.name() : QString());
+}
+
+Error failedWith(const QDBusError &error)
+{
+    return Error(Error::Failed, error.message(), error.name());
 }
 
 } // namespace Ostrel

@@ -8,11 +8,43 @@
 
 #include <QtDBus/QDBusError>
 
+#include <array>
+
 namespace Ostrel
 {
 
+// Who defines the bus error name of a code.
+enum class ErrorNamespace {
+    Service,
+    Standard,
+};
+
+// A code, and the end of its bus error name.
+struct CodeName
+{
+    Error::Code code;
+    const char *name;
+    ErrorNamespace prefix;
+};
+
+constexpr std::array<CodeName, 10> codeNames{{
+    {Error::NoError, "NoError", ErrorNamespace::Service},
+    {Error::Failed, "Failed", ErrorNamespace::Standard},
+    {Error::HandlerNotFound, "HandlerNotFound", ErrorNamespace::Service},
+    {Error::HandlerFailed, "HandlerFailed", ErrorNamespace::Service},
+    {Error::InvalidArgs, "InvalidArgs", ErrorNamespace::Standard},
+    {Error::NotSupported, "NotSupported", ErrorNamespace::Standard},
+    {Error::AccessDenied, "AccessDenied", ErrorNamespace::Standard},
+    {Error::ProcessNotHandled, "ProcessNotHandled", ErrorNamespace::Service},
+    {Error::ApplicationNotRunning, "ApplicationNotRunning", ErrorNamespace::Service},
+    {Error::ApplicationAlreadyRunning, "ApplicationAlreadyRunning", ErrorNamespace::Service},
+}};
+
 // The one place where bus errors become Error values. Any thread may call it.
 Error fromDBusError(const QDBusError &error);
+
+// The same for the request that fails with one code, whatever the name of the error.
+Error failedWith(const QDBusError &error);
 
 } // namespace Ostrel
 

@@ -4,6 +4,7 @@
 #include "Ostrel/task_invoker.h"
 #include "Ostrel/task_invoker_p.h"
 
+#include "DBus/callback_p.h"
 #include "DBus/checked_call_p.h"
 #include "DBus/names_p.h"
 #include "DBus/pending_call_p.h"
@@ -11,6 +12,7 @@
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
 #include "DBus/service_signal_p.h"
+#include "DBus/timeout_p.h"
 #include "DBus/types_p.h"
 #include "Ostrel/error_p.h"
 
@@ -62,6 +64,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
                              nullptr)
     , m_taskType(taskType)
     , m_invoker(invoker)
+    , m_bus(bus)
 {
     registerDBusTypes();
     liftReceiveLimit(connection());
@@ -205,9 +208,40 @@ QString TaskInvoker::taskType() const
     return d->taskType();
 }
 
+TaskInvoker::BusType TaskInvoker::busType() const
+{
+    return d->busType();
+}
+
+bool TaskInvoker::isReady() const
+{
+    return d->isReady();
+}
+
+Error TaskInvoker::error() const
+{
+    return d->result();
+}
+
+void TaskInvoker::setTimeout(int milliseconds)
+{
+    setCallTimeout(*d, milliseconds);
+}
+
+int TaskInvoker::timeout() const
+{
+    return d->timeout();
+}
+
 void TaskInvoker::onReady(const std::function<void(const Error &)> &callback)
 {
     d->onReady(callback);
+}
+
+void TaskInvoker::onReady(const QObject *context,
+                          const std::function<void(const Error &)> &callback)
+{
+    d->onReady(onBehalfOf(context, callback));
 }
 
 void TaskInvoker::start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
@@ -216,9 +250,22 @@ void TaskInvoker::start(const QString &name, const StartupInfo &startupInfo, con
     d->start(name, startupInfo, hints, callback);
 }
 
+void TaskInvoker::start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
+                        const QObject *context,
+                        const std::function<void(int, const Error &)> &callback)
+{
+    d->start(name, startupInfo, hints, onBehalfOf(context, callback));
+}
+
 void TaskInvoker::stop(const QString &name, const std::function<void(const Error &)> &callback)
 {
     d->stop(name, callback);
+}
+
+void TaskInvoker::stop(const QString &name, const QObject *context,
+                       const std::function<void(const Error &)> &callback)
+{
+    d->stop(name, onBehalfOf(context, callback));
 }
 
 const QVector<AvailableTask> &TaskInvoker::availableTasks() const

@@ -129,6 +129,24 @@ public:
     /** Returns the task type, as it was given to the constructor. */
     QString taskType() const;
 
+    /** Returns the bus, as it was given to the constructor. */
+    BusType busType() const;
+
+    /** Returns whether the reply to the registration has been handled, whatever it was. */
+    bool isReady() const;
+
+    /**
+     * Returns the outcome of the registration, as the callbacks of onReady() receive it; no error
+     * before the invoker is ready.
+     */
+    Error error() const;
+
+    /** Sets how long later start() and stop() wait for a reply, as Control::setTimeout() does. */
+    void setTimeout(int milliseconds);
+
+    /** Returns the timeout of later calls in milliseconds; -1 for the bus library's default. */
+    int timeout() const;
+
     /**
      * Calls @p callback with the outcome of the registration, exactly once if the invoker lives.
      *
@@ -149,6 +167,18 @@ public:
      *                 the event loop; those behind it are then not called.
      */
     void onReady(const std::function<void(const Error &error)> &callback);
+
+    /**
+     * Calls @p callback with the outcome of the registration, as onReady(callback) does, on behalf
+     * of @p context.
+     *
+     * @param context   must be alive. The callback runs in its thread: where that is the invoker's,
+     *                  when onReady(callback) would run it; otherwise from its event loop. Its
+     *                  deletion drops the callback. So does the invoker's, unless the callback is
+     *                  already on its way to another thread.
+     * @param callback  may be empty: nothing happens then.
+     */
+    void onReady(const QObject *context, const std::function<void(const Error &error)> &callback);
 
     /**
      * Starts a task, and returns at once.
@@ -183,6 +213,15 @@ public:
                const std::function<void(int number, const Error &error)> &callback);
 
     /**
+     * Starts a task, as start() without a context does, on behalf of @p context, which must be
+     * alive. The callback runs in its thread, from the event loop. Its deletion drops the callback,
+     * and so does the invoker's, as with onReady().
+     */
+    void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
+               const QObject *context,
+               const std::function<void(int number, const Error &error)> &callback);
+
+    /**
      * Stops a task, and returns at once.
      *
      * This makes the bus call "Stop" (signature "s", any answer) on the invoker's session object,
@@ -195,6 +234,14 @@ public:
      *                 be empty: the outcome is dropped then.
      */
     void stop(const QString &name, const std::function<void(const Error &error)> &callback);
+
+    /**
+     * Stops a task, as stop() without a context does, on behalf of @p context, which must be alive.
+     * The callback runs in its thread, from the event loop. Its deletion drops the callback, and so
+     * does the invoker's, as with onReady().
+     */
+    void stop(const QString &name, const QObject *context,
+              const std::function<void(const Error &error)> &callback);
 
     /**
      * Returns the tasks that can be started, as the service last announced them; none before it has
@@ -248,8 +295,17 @@ private:
 class OSTREL_EXPORT TaskInvoker::StartupInfo : public QVariantMap
 {
 public:
+    /** Constructs startup information with nothing set. */
+    StartupInfo();
+
+    /** Constructs startup information with the entries of @p map, unchanged. */
+    explicit StartupInfo(const QVariantMap &map);
+
     /** Sets the parameters of the task ("Params", "as"), in place of earlier ones. */
     void setParameters(const QStringList &parameters);
+
+    /** Returns the parameters of the task; an empty list if not set. */
+    QStringList parameters() const;
 
     /**
      * Adds "name=value" to the environment of the task ("Environment", "as"), behind what was added
@@ -257,6 +313,9 @@ public:
      * stand in both.
      */
     void addEnvironmentVariable(const QString &name, const QString &value);
+
+    /** Returns the environment of the task, entries of the form "name=value"; empty if not set. */
+    QStringList environment() const;
 };
 
 /**
@@ -271,32 +330,65 @@ public:
 class OSTREL_EXPORT TaskInvoker::Hints : public QVariantMap
 {
 public:
+    /** Constructs hints with nothing set. */
+    Hints();
+
+    /** Constructs hints with the entries of @p map, unchanged. */
+    explicit Hints(const QVariantMap &map);
+
     /** Sets the limit on the task's use of the processor ("CPULimit", "i"). */
     void setCPULimit(int limit);
+
+    /** Returns the limit on the use of the processor; 0 if not set. */
+    int cpuLimit() const;
 
     /** Sets the user as whom the task runs ("User", "s"). */
     void setUser(const QString &user);
 
+    /** Returns the user; a null string if not set. */
+    QString user() const;
+
     /** Sets the D-Bus service that the task provides ("DBusService", "s"). */
     void setDBusService(const QString &service);
+
+    /** Returns the D-Bus service; a null string if not set. */
+    QString dBusService() const;
 
     /** Sets whether the task runs without a home folder ("Homeless", "b"). */
     void setHomeless(bool homeless);
 
+    /** Returns whether the task runs without a home folder; false if not set. */
+    bool isHomeless() const;
+
     /** Sets the longest time that the task may run ("RunningTime", "i"). */
     void setMaximumRunningTime(int time);
+
+    /** Returns the longest running time; 0 if not set. */
+    int maximumRunningTime() const;
 
     /** Sets the task's weight in the choice of whom to end when memory runs out ("Weight", "i"). */
     void setOomWeight(int weight);
 
+    /** Returns the weight; 0 if not set. */
+    int oomWeight() const;
+
     /** Sets the permissions of the task ("Permissions", "as"). */
     void setPermissions(const QStringList &permissions);
+
+    /** Returns the permissions; an empty list if not set. */
+    QStringList permissions() const;
 
     /** Sets the priority of the task ("Priority", "i"). */
     void setPriority(int priority);
 
+    /** Returns the priority; 0 if not set. */
+    int priority() const;
+
     /** Sets the conditions under which the task runs ("Conditions", "as"). */
     void setConditions(const QStringList &conditions);
+
+    /** Returns the conditions; an empty list if not set. */
+    QStringList conditions() const;
 
     /**
      * Sets whether the service starts the task by itself ("Autostart", "i": 0, 1 or 2). Any number
@@ -304,12 +396,21 @@ public:
      */
     void setAutostart(Autostart autostart);
 
+    /** Returns whether the service starts the task by itself; AutostartDefault if not set. */
+    Autostart autostart() const;
+
     /**
      * Sets one setting of the task's control groups ("CGroups", "a{sv}", each value "ay"), in place
      * of an earlier @p value of the same @p name. Other settings stay. The bytes travel as they
      * are, zeros included.
      */
     void addCGroupSetting(const QString &name, const QByteArray &value);
+
+    /**
+     * Returns the control group settings by their names, each a QByteArray; empty if none was
+     * added.
+     */
+    QVariantMap cGroupSettings() const;
 };
 
 } // namespace Ostrel

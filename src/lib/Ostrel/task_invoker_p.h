@@ -38,6 +38,9 @@ public:
     ~TaskInvokerPrivate() override;
 
     QString taskType() const { return m_taskType; }
+    TaskInvoker::BusType busType() const { return m_bus; }
+    bool isReady() const { return m_ready; }
+    Error result() const { return m_result; }
     const QVector<AvailableTask> &availableTasks() const { return m_availableTasks.tasks(); }
     const QVector<ActiveTask> &activeTasks() const { return m_activeTasks.tasks(); }
 
@@ -66,6 +69,7 @@ private:
     AnnouncedTasks<ActiveTask> m_activeTasks;
     quint64 m_announcements = 0;
     TaskInvoker *const m_invoker;
+    const TaskInvoker::BusType m_bus;
 };
 
 } // namespace Ostrel

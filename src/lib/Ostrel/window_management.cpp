@@ -10,6 +10,7 @@
 #include "DBus/process_end_p.h"
 #include "DBus/receive_limit_p.h"
 #include "DBus/service_name_p.h"
+#include "DBus/timeout_p.h"
 #include "Ostrel/error_p.h"
 
 #include <QtDBus/QDBusConnection>
@@ -52,6 +53,16 @@ WindowManagement::WindowManagement(QObject *parent)
 }
 
 WindowManagement::~WindowManagement() = default;
+
+void WindowManagement::setTimeout(int milliseconds)
+{
+    setCallTimeout(d->proxy(), milliseconds);
+}
+
+int WindowManagement::timeout() const
+{
+    return d->proxy().timeout();
+}
 
 void WindowManagement::updateWindowStatus(
     const QString &window, int status, int arg1, int arg2, const QObject *context,

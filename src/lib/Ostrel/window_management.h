@@ -64,6 +64,12 @@ public:
      */
     ~WindowManagement() override;
 
+    /** Sets how long later reports wait for a reply, as Control::setTimeout() does. */
+    void setTimeout(int milliseconds);
+
+    /** Returns the timeout of later reports in milliseconds; -1 for the bus library's default. */
+    int timeout() const;
+
     /**
      * Reports the status of one window, and returns at once.
      *

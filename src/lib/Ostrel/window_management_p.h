@@ -27,6 +27,8 @@ public:
                             const QObject *context,
                             const std::function<void(ApplicationState, const Error &)> &callback);
 
+    WindowManagementInterface &proxy() const { return *m_interface; }
+
 private:
     // Never deleted: it lives until the process ends.
     WindowManagementInterface *m_interface = new WindowManagementInterface;

@@ -23,6 +23,28 @@ void add(Rig &rig, const Control::StartResult &result)
                 .arg(textOf(result.error), result.appInstanceId, text(result.details)));
 }
 
+void add(Rig &rig, const Ostrel::Error &error)
+{
+    rig.setCode(error.code());
+    rig.add(textOf(error));
+}
+
+void add(Rig &rig, const QVector<Ostrel::RunningApplication> &applications,
+         const QVector<Ostrel::RunningService> &services, const Ostrel::Error &error)
+{
+    rig.setCode(error.code());
+    rig.add(QStringLiteral("%1 [%2] [%3]").arg(textOf(error), text(applications), text(services)));
+}
+
+Ostrel::DebugParams parametersOf(const Rig &rig)
+{
+    Ostrel::DebugParams params(rig.parameters);
+    if (rig.parameters.isEmpty()) {
+        params.setCommandLineParams({QStringLiteral("-v")});
+    }
+    return params;
+}
+
 Operation call(const char *name, const char *method, const char *signature, const char *values,
                const char *seen)
 {
@@ -39,6 +61,40 @@ Operation call(const char *name, const char *method, const char *signature, cons
         return textOf(failure) + QStringLiteral(" <> {}");
     };
     return operation;
+}
+
+struct Client
+{
+    Control control;
+    QObject context;
+};
+
+// The same request without waiting. send: makes the call, with a callback that adds to the rig.
+Operation withoutWaiting(Operation operation, const std::function<void(Rig &, Client &)> &send)
+{
+    operation.name.prepend(QStringLiteral("async:"));
+    operation.kind = Operation::AsynchronousCall;
+    operation.prepare = [send](Rig &rig) {
+        return [&rig, send, client = std::make_shared<Client>()] {
+            send(rig, *client);
+            if (!rig.events().isEmpty()) {
+                rig.add(QStringLiteral("(within the call)"));
+            }
+            waitUntil([&rig] { return !rig.events().isEmpty(); });
+        };
+    };
+    return operation;
+}
+
+// Callbacks that add what they receive.
+std::function<void(const Control::StartResult &)> addingResult(Rig &rig)
+{
+    return [&rig, token = rig.token()](const Control::StartResult &result) { add(rig, result); };
+}
+
+std::function<void(const Ostrel::Error &)> addingError(Rig &rig)
+{
+    return [&rig, token = rig.token()](const Ostrel::Error &error) { add(rig, error); };
 }
 
 Operation start()
@@ -58,11 +114,7 @@ Operation startDebug()
         call("startDebug", "StartDebug", "sa{sv}", "app:1 1 Pid i 7", "0 <app:1> {Pid=7}");
     operation.prepare = [](Rig &rig) {
         return [&rig, control = std::make_shared<Control>()] {
-            Ostrel::DebugParams params(rig.parameters);
-            if (rig.parameters.isEmpty()) {
-                params.setCommandLineParams({QStringLiteral("-v")});
-            }
-            add(rig, control->startDebug(rig.argument, params));
+            add(rig, control->startDebug(rig.argument, parametersOf(rig)));
         };
     };
     return operation;
@@ -74,9 +126,7 @@ Operation terminate()
     operation.seenFailure = [](const Failure &failure) { return textOf(failure); };
     operation.prepare = [](Rig &rig) {
         return [&rig, control = std::make_shared<Control>()] {
-            const Ostrel::Error error = control->terminate(rig.argument);
-            rig.setCode(error.code());
-            rig.add(textOf(error));
+            add(rig, control->terminate(rig.argument));
         };
     };
     return operation;
@@ -99,10 +149,47 @@ Operation list()
             applications[0].appId = QStringLiteral("before");
             services[0].name = QStringLiteral("before");
             const Ostrel::Error error = control->getRunningApplications(applications, services);
-            rig.setCode(error.code());
-            rig.add(QStringLiteral("%1 [%2] [%3]")
-                        .arg(textOf(error), text(applications), text(services)));
+            add(rig, applications, services, error);
         };
+    };
+    return operation;
+}
+
+Operation startWithoutWaiting()
+{
+    return withoutWaiting(start(), [](Rig &rig, Client &client) {
+        client.control.start(rig.argument, &client.context, addingResult(rig));
+    });
+}
+
+Operation startDebugWithoutWaiting()
+{
+    return withoutWaiting(startDebug(), [](Rig &rig, Client &client) {
+        client.control.startDebug(rig.argument, parametersOf(rig), &client.context,
+                                  addingResult(rig));
+    });
+}
+
+Operation terminateWithoutWaiting()
+{
+    return withoutWaiting(terminate(), [](Rig &rig, Client &client) {
+        client.control.terminate(rig.argument, &client.context, addingError(rig));
+    });
+}
+
+Operation listWithoutWaiting()
+{
+    Operation operation = withoutWaiting(list(), [](Rig &rig, Client &client) {
+        client.control.getRunningApplications(
+            &client.context,
+            [&rig, token = rig.token()](const QVector<Ostrel::RunningApplication> &applications,
+                                        const QVector<Ostrel::RunningService> &services,
+                                        const Ostrel::Error &error) {
+                add(rig, applications, services, error);
+            });
+    });
+    operation.seenFailure = [](const Failure &failure) {
+        return textOf(Failure{1, QString(), failure.message}) + QStringLiteral(" [] []");
     };
     return operation;
 }
@@ -135,7 +222,14 @@ Operation signal(const char *name, const char *member, const char *signature,
 
 std::vector<Operation> controlCalls()
 {
-    return {start(), startDebug(), terminate(), list()};
+    return {start(),
+            startDebug(),
+            terminate(),
+            list(),
+            startWithoutWaiting(),
+            startDebugWithoutWaiting(),
+            terminateWithoutWaiting(),
+            listWithoutWaiting()};
 }
 
 std::vector<Operation> controlSignals()

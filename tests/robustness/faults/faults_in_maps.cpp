@@ -82,10 +82,10 @@ Fault holding(const QString &label, const QMap<QString, Place> &places, const Ho
 {
     Fault fault{label + value.typed()};
     fault.concerns = [places](const Operation &operation) {
-        return places.contains(operation.name);
+        return places.contains(operation.request());
     };
     fault.arrange = [places, value](Rig &rig, const Operation &operation) {
-        const QString values = filled(places.value(operation.name).values, value);
+        const QString values = filled(places.value(operation.request()).values, value);
         if (operation.isCall()) {
             rig.service().on(operation.member, QStringLiteral("answer ") + values);
         } else {
@@ -93,7 +93,7 @@ Fault holding(const QString &label, const QMap<QString, Place> &places, const Ho
         }
     };
     fault.expected = [places, value](const Operation &operation) {
-        const QString seen = filled(places.value(operation.name).seen, value);
+        const QString seen = filled(places.value(operation.request()).seen, value);
         return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
     };
     return fault;

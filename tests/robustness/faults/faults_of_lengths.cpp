@@ -46,8 +46,8 @@ Fault mostly(const char *operation, Fault fault)
 // Of the calls, those that take a text; the registration takes the task type instead.
 bool takesText(const Operation &operation)
 {
-    return operation.isCall() && operation.name != QLatin1String("list")
-        && operation.name != QLatin1String("register");
+    return operation.isCall() && operation.request() != QLatin1String("list")
+        && operation.request() != QLatin1String("register");
 }
 
 // The text is made when it is used: some are large.
@@ -143,9 +143,11 @@ Fault incoming(const QString &label, int size)
             .replace(QLatin1String("%2"), QString::number(size / 2));
     };
     Fault fault{label};
-    fault.concerns = [](const Operation &operation) { return places().contains(operation.name); };
+    fault.concerns = [](const Operation &operation) {
+        return places().contains(operation.request());
+    };
     fault.arrange = [sized](Rig &rig, const Operation &operation) {
-        const QString values = sized(places().value(operation.name).values);
+        const QString values = sized(places().value(operation.request()).values);
         if (operation.isCall()) {
             rig.service().on(operation.member, QStringLiteral("answer ") + values);
         } else {
@@ -153,7 +155,7 @@ Fault incoming(const QString &label, int size)
         }
     };
     fault.expected = [sized](const Operation &operation) {
-        const QString seen = sized(places().value(operation.name).seen);
+        const QString seen = sized(places().value(operation.request()).seen);
         return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
     };
     return fault;
@@ -180,7 +182,8 @@ Fault longType(const QString &label, int size)
 {
     Fault fault{label};
     fault.concerns = [](const Operation &operation) {
-        return operation.path.startsWith(sessions) || operation.name == QLatin1String("register");
+        return operation.path.startsWith(sessions)
+            || operation.request() == QLatin1String("register");
     };
     fault.before = [size](Rig &rig, const Operation & /*operation*/) {
         rig.taskType = QString(size, letter);
@@ -188,7 +191,7 @@ Fault longType(const QString &label, int size)
     fault.arrange = [size](Rig &rig, const Operation &operation) {
         Operation ofType = operation;
         const QString session = QStringLiteral("%1@%2").arg(sessions).arg(size);
-        if (operation.name == QLatin1String("register")) {
+        if (operation.request() == QLatin1String("register")) {
             ofType.values.replace(sessions + QStringLiteral("sync"), session);
         } else {
             ofType.path = session;
@@ -226,8 +229,8 @@ Fault parameters(const QString &label, const std::function<QVariantMap()> &map)
 {
     Fault fault = argument(label, {});
     fault.concerns = [](const Operation &operation) {
-        return operation.name == QLatin1String("startDebug")
-            || operation.name == QLatin1String("taskStart");
+        return operation.request() == QLatin1String("startDebug")
+            || operation.request() == QLatin1String("taskStart");
     };
     fault.before = [map](Rig &rig, const Operation & /*operation*/) { rig.parameters = map(); };
     return fault;
@@ -274,7 +277,7 @@ Fault flood()
 {
     Fault fault{QStringLiteral("80 MB of signals while nobody listens")};
     fault.concerns = [](const Operation &operation) {
-        return operation.name == QLatin1String("selectedByOom");
+        return operation.request() == QLatin1String("selectedByOom");
     };
     fault.arrange = [](Rig &rig, const Operation &operation) {
         for (int i = 0; i < 800; ++i) {

@@ -89,7 +89,7 @@ Values firstRight(const Operation &operation)
 
 bool isList(const Operation &operation)
 {
-    return operation.name == QLatin1String("list");
+    return operation.request() == QLatin1String("list");
 }
 
 // Where assertions are on, fewer than two values end the program, as those who call it are told.

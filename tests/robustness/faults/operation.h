@@ -30,6 +30,7 @@ struct Operation
         Local
     };
 
+    // The form of a request that does not wait has "async:" in front of the other form's name.
     QString name;
     Kind kind;
 
@@ -51,6 +52,9 @@ struct Operation
     // Makes the client. The result does what is to be done, and returns when its outcome is there;
     // everything that the caller sees is added to the rig's events. It owns the client.
     std::function<std::function<void()>(Rig &)> prepare;
+
+    // The name without what stands in front.
+    QString request() const { return name.section(QLatin1Char(':'), -1); }
 
     bool isCall() const { return kind == BlockingCall || kind == AsynchronousCall; }
     bool isSignal() const { return kind == Signal; }

@@ -19,6 +19,8 @@
 // words stand between blanks, and is answered by the line "ok" when it has been carried out:
 //
 //   own NAME, release NAME
+//   take NAME                the same as own, at once from an owner that took it, who gets it back
+//                            when this one releases it
 //   forget                   nothing is arranged any more
 //   on METHOD ACTION...      what becomes of the next call of a method: one of
 //       answer SIGNATURE VALUE...
@@ -173,6 +175,11 @@ void Peer::carryOut(Words order)
     const std::string kind = take(order);
     if (kind == "own") {
         require(dbus_bus_request_name(m_bus, take(order).c_str(), 0, nullptr) == 1, "no name");
+    } else if (kind == "take") {
+        constexpr unsigned replaceable =
+            DBUS_NAME_FLAG_ALLOW_REPLACEMENT | DBUS_NAME_FLAG_REPLACE_EXISTING;
+        require(dbus_bus_request_name(m_bus, take(order).c_str(), replaceable, nullptr) == 1,
+                "no name");
     } else if (kind == "release") {
         dbus_bus_release_name(m_bus, take(order).c_str(), nullptr);
     } else if (kind == "forget") {

@@ -1,0 +1,122 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/control.h"
+
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusSignature>
+#include <QtDBus/QDBusVariant>
+
+namespace Ostrel
+{
+
+namespace
+{
+
+// A message nests 64 containers at most. A value that the program has put together itself may be
+// deeper, and would exhaust the stack.
+constexpr int maximumDepth = 128;
+
+QVariant plain(const QVariant &value, int depth);
+
+// Reads up to the end of the container that the argument has entered. asVariant() accepts any type;
+// it returns a container as an argument of its own.
+QVariantList elements(const QDBusArgument &argument, int depth)
+{
+    QVariantList list;
+    while (!argument.atEnd()) {
+        list.append(plain(argument.asVariant(), depth));
+    }
+    return list;
+}
+
+// QVariant takes a byte for a character.
+QString keyText(const QVariant &key)
+{
+    return key.userType() == QMetaType::UChar ? QString::number(key.toUInt()) : key.toString();
+}
+
+QVariantMap entries(const QDBusArgument &argument, int depth)
+{
+    QVariantMap map;
+    while (!argument.atEnd()) {
+        argument.beginMapEntry();
+        const QString key = keyText(plain(argument.asVariant(), depth));
+        map.insert(key, plain(argument.asVariant(), depth));
+        argument.endMapEntry();
+    }
+    return map;
+}
+
+// The argument is a copy: it detaches when it enters a container, and the original stays where it
+// is.
+QVariant read(const QDBusArgument &argument, int depth)
+{
+    QVariant value;
+    switch (argument.currentType()) {
+    case QDBusArgument::ArrayType:
+        argument.beginArray();
+        value = elements(argument, depth);
+        argument.endArray();
+        break;
+    case QDBusArgument::StructureType:
+        argument.beginStructure();
+        value = elements(argument, depth);
+        argument.endStructure();
+        break;
+    case QDBusArgument::MapType:
+        argument.beginMap();
+        value = entries(argument, depth);
+        argument.endMap();
+        break;
+    default:
+        break;
+    }
+    return value;
+}
+
+QVariant plain(const QVariant &value, int depth)
+{
+    if (depth == maximumDepth) {
+        return {};
+    }
+    const int type = value.userType();
+    if (type == qMetaTypeId<QDBusArgument>()) {
+        return read(value.value<QDBusArgument>(), depth + 1);
+    }
+    if (type == qMetaTypeId<QDBusVariant>()) {
+        return plain(value.value<QDBusVariant>().variant(), depth + 1);
+    }
+    if (type == qMetaTypeId<QDBusObjectPath>()) {
+        return value.value<QDBusObjectPath>().path();
+    }
+    if (type == qMetaTypeId<QDBusSignature>()) {
+        return value.value<QDBusSignature>().signature();
+    }
+    if (type == QMetaType::QVariantList) {
+        QVariantList list;
+        for (const QVariant &element : value.toList()) {
+            list.append(plain(element, depth + 1));
+        }
+        return list;
+    }
+    if (type == QMetaType::QVariantMap) {
+        QVariantMap map;
+        const QVariantMap original = value.toMap();
+        for (auto entry = original.cbegin(); entry != original.cend(); ++entry) {
+            map.insert(entry.key(), plain(entry.value(), depth + 1));
+        }
+        return map;
+    }
+    return value;
+}
+
+} // namespace
+
+QVariant Control::toPlainValue(const QVariant &value)
+{
+    return plain(value, 0);
+}
+
+} // namespace Ostrel

@@ -1,0 +1,243 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "peer.h"
+#include "simulator.h"
+#include "test_main.h"
+#include "waiting.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <memory>
+#include <optional>
+
+using Ostrel::Control;
+
+namespace
+{
+
+const QString take = QStringLiteral("take " OSTREL_SERVICE_NAME);
+const QString release = QStringLiteral("release " OSTREL_SERVICE_NAME);
+
+} // namespace
+
+// Whether the service runs, as a Control sees it.
+class TestServiceAvailable : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void nameIsThatOfTheService();
+    void absentServiceIsNotAvailable();
+    void serviceComesAndGoes();
+    void restartShowsAsGoneAndCome();
+    void newOwnerShowsAsGoneAndCome();
+    void eachControlSeesItsOwn();
+    void slotMayDeleteTheControl_data();
+    void slotMayDeleteTheControl();
+    void slotMayRunAnEventLoop();
+    // The connection does not come back.
+    void endOfTheBusIsTheEndOfTheService();
+
+private:
+    using Changes = QVector<bool>;
+
+    // Returns when the bus has delivered everything that it was asked to.
+    static void settle();
+    // Collects what the Control emits, and compares it with what the Control says of itself.
+    static std::shared_ptr<Changes> changesOf(const Control &control);
+
+    std::optional<PrivateBus> m_bus;
+};
+
+void TestServiceAvailable::initTestCase()
+{
+    m_bus.emplace();
+}
+
+void TestServiceAvailable::settle()
+{
+    const QDBusPendingCallWatcher reply(
+        QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"))));
+    bool replied = false;
+    connect(&reply, &QDBusPendingCallWatcher::finished, &reply, [&replied] { replied = true; });
+    waitUntil([&replied] { return replied; });
+}
+
+std::shared_ptr<TestServiceAvailable::Changes> TestServiceAvailable::changesOf(
+    const Control &control)
+{
+    const auto changes = std::make_shared<Changes>();
+    connect(&control, &Control::serviceAvailableChanged, &control,
+            [changes, &control](bool available) {
+                QCOMPARE(control.isServiceAvailable(), available);
+                changes->append(available);
+            });
+    return changes;
+}
+
+void TestServiceAvailable::nameIsThatOfTheService()
+{
+    QCOMPARE(Control::serviceName(), QStringLiteral(OSTREL_SERVICE_NAME));
+}
+
+void TestServiceAvailable::absentServiceIsNotAvailable()
+{
+    const Control control;
+    QVERIFY(!control.isServiceAvailable());
+    // Somebody else's name is not the service's.
+    Peer other(*m_bus);
+    const auto changes = changesOf(control);
+    other.order(QStringLiteral("own test.Other"));
+    settle();
+    QVERIFY(!control.isServiceAvailable());
+    QCOMPARE(*changes, Changes());
+}
+
+void TestServiceAvailable::serviceComesAndGoes()
+{
+    const Control early;
+    const auto changes = changesOf(early);
+    Peer service(*m_bus);
+    service.order(take);
+    settle();
+    QCOMPARE(*changes, Changes{true});
+
+    const Control late;
+    QVERIFY(late.isServiceAvailable());
+    const auto lateChanges = changesOf(late);
+    // The bus takes its time to notice.
+    service.kill();
+    waitUntil([&] { return changes->size() == 2 && lateChanges->size() == 1; });
+    QCOMPARE(*changes, (Changes{true, false}));
+    QCOMPARE(*lateChanges, Changes{false});
+    QVERIFY(!late.isServiceAvailable());
+}
+
+void TestServiceAvailable::restartShowsAsGoneAndCome()
+{
+    Simulator simulator(*m_bus);
+    simulator.start();
+    const Control control;
+    const auto changes = changesOf(control);
+    // Both changes wait for the event loop.
+    simulator.end();
+    simulator.start();
+    QVERIFY(control.isServiceAvailable());
+    settle();
+    QCOMPARE(*changes, (Changes{false, true}));
+    simulator.end();
+    waitUntil([&changes] { return changes->size() == 3; });
+    QCOMPARE(*changes, (Changes{false, true, false}));
+}
+
+// The bus announces this as one change.
+void TestServiceAvailable::newOwnerShowsAsGoneAndCome()
+{
+    Peer first(*m_bus);
+    first.order(take);
+    const Control control;
+    const auto changes = changesOf(control);
+    Peer second(*m_bus);
+    second.order(take);
+    settle();
+    QCOMPARE(*changes, (Changes{false, true}));
+    // The first one waits for the name, and gets it back.
+    second.order(release);
+    settle();
+    QCOMPARE(*changes, (Changes{false, true, false, true}));
+    QVERIFY(control.isServiceAvailable());
+    first.order(release);
+    settle();
+}
+
+void TestServiceAvailable::eachControlSeesItsOwn()
+{
+    const auto shortLived = std::make_unique<Control>();
+    const Control control;
+    const auto changes = changesOf(control);
+    QVERIFY(!shortLived->isServiceAvailable());
+    Peer service(*m_bus);
+    service.order(take);
+    settle();
+    service.order(release);
+    settle();
+    QCOMPARE(*changes, (Changes{true, false}));
+}
+
+void TestServiceAvailable::slotMayDeleteTheControl_data()
+{
+    QTest::addColumn<int>("deletedAt");
+    QTest::addColumn<int>("emitted");
+    QTest::newRow("when the service goes") << 0 << 1;
+    QTest::newRow("when it comes") << 1 << 2;
+}
+
+void TestServiceAvailable::slotMayDeleteTheControl()
+{
+    QFETCH(const int, deletedAt);
+    QFETCH(const int, emitted);
+    Peer first(*m_bus);
+    first.order(take);
+    auto control = std::make_unique<Control>();
+    int count = 0;
+    connect(control.get(), &Control::serviceAvailableChanged, this, [&](bool available) {
+        ++count;
+        if (int(available) == deletedAt) {
+            control.reset();
+        }
+    });
+    Peer second(*m_bus);
+    second.order(take);
+    settle();
+    QCOMPARE(count, emitted);
+    QVERIFY(!control);
+    first.order(release);
+    second.order(release);
+    settle();
+}
+
+// What comes meanwhile is not followed by what is no longer true.
+void TestServiceAvailable::slotMayRunAnEventLoop()
+{
+    Peer first(*m_bus);
+    first.order(take);
+    const Control control;
+    const auto changes = changesOf(control);
+    Peer second(*m_bus);
+    second.order(take);
+    first.order(release);
+    connect(&control, &Control::serviceAvailableChanged, this, [&](bool available) {
+        if (!available) {
+            second.order(release);
+            settle();
+        }
+    });
+    settle();
+    QCOMPARE(*changes, Changes{false});
+    QVERIFY(!control.isServiceAvailable());
+}
+
+void TestServiceAvailable::endOfTheBusIsTheEndOfTheService()
+{
+    Peer service(*m_bus);
+    service.order(take);
+    const Control control;
+    const auto changes = changesOf(control);
+    QVERIFY(control.isServiceAvailable());
+    m_bus->end();
+    waitUntil([&changes] { return !changes->isEmpty(); });
+    QCOMPARE(*changes, Changes{false});
+    QVERIFY(!control.isServiceAvailable());
+    QVERIFY(!Control().isServiceAvailable());
+}
+
+OSTREL_TEST_MAIN(TestServiceAvailable)
+
+#include "tst_service_available.moc"

@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "waiting.h"
+#include "warnings.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+#include <Ostrel/WindowManagement>
+
+#include <functional>
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+using Ostrel::WindowManagement;
+
+namespace
+{
+
+// In milliseconds.
+constexpr int limit = 100;
+
+// What the bus library says of a call that nobody answered in time.
+void compareWithTimeout(const Error &error)
+{
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.busErrorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
+    QCOMPARE(error.message(),
+             QStringLiteral(
+                 "Did not receive a reply. Possible causes include: the remote application did not "
+                 "send a reply, the message bus security policy blocked the reply, the reply "
+                 "timeout expired, or the network connection was broken."));
+}
+
+// All three classes have the same two functions.
+template <typename Client> void refuseInvalidTimeouts(Client &client)
+{
+    QCOMPARE(client.timeout(), -1);
+    const Warnings warnings(Warnings::Silent);
+    QStringList expected;
+    for (const int milliseconds : {0, -2, std::numeric_limits<int>::min()}) {
+        for (const int before : {-1, 1, std::numeric_limits<int>::max()}) {
+            client.setTimeout(before);
+            QCOMPARE(client.timeout(), before);
+            client.setTimeout(milliseconds);
+            QCOMPARE(client.timeout(), before);
+            expected.append(
+                QStringLiteral("A timeout of %1 milliseconds is not valid").arg(milliseconds));
+        }
+    }
+    QCOMPARE(warnings.texts(), expected);
+}
+
+} // namespace
+
+// How long calls wait for a service that never answers.
+class TestTimeouts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void invalidOnesAreRefused();
+    void requestsThatBlockEndInTime_data() { methods(); }
+    void requestsThatBlockEndInTime();
+    void requestsThatDoNotBlockEndInTime_data() { methods(); }
+    void requestsThatDoNotBlockEndInTime();
+    void tasksAreGivenUpInTime();
+    void windowsAreGivenUpInTime();
+    void callsUnderWayKeepTheirTimeout();
+    void eachObjectHasItsOwn();
+
+private:
+    static void methods();
+
+    MethodFaults faults(const char *method) const
+    {
+        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+    }
+
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestTimeouts::methods()
+{
+    QTest::addColumn<QString>("method");
+    for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
+        QTest::newRow(method) << QString::fromLatin1(method);
+    }
+}
+
+void TestTimeouts::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    // Until the event loop has run once, a bus that goes away is not noticed.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestTimeouts::cleanup()
+{
+    m_simulator->reset();
+}
+
+void TestTimeouts::invalidOnesAreRefused()
+{
+    Control control;
+    refuseInvalidTimeouts(control);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    refuseInvalidTimeouts(invoker);
+    WindowManagement windows;
+    refuseInvalidTimeouts(windows);
+}
+
+void TestTimeouts::requestsThatBlockEndInTime()
+{
+    QFETCH(const QString, method);
+    faults(qPrintable(method)).ignoreNext();
+    Control control;
+    control.setTimeout(limit);
+    const QString id = QStringLiteral("a.b");
+    if (method == QLatin1String("Start")) {
+        compareWithTimeout(control.start(id).error);
+    } else if (method == QLatin1String("StartDebug")) {
+        compareWithTimeout(control.startDebug(id, {}).error);
+    } else if (method == QLatin1String("Terminate")) {
+        compareWithTimeout(control.terminate(id));
+    } else {
+        QVector<Ostrel::RunningApplication> applications;
+        QVector<Ostrel::RunningService> services;
+        compareWithTimeout(control.getRunningApplications(applications, services));
+    }
+}
+
+void TestTimeouts::requestsThatDoNotBlockEndInTime()
+{
+    QFETCH(const QString, method);
+    faults(qPrintable(method)).ignoreNext();
+    Control control;
+    control.setTimeout(limit);
+    const QString id = QStringLiteral("a.b");
+    std::optional<Error> outcome;
+    const auto onStart = [&outcome](const Control::StartResult &result) { outcome = result.error; };
+    const auto onError = [&outcome](const Error &error) { outcome = error; };
+    if (method == QLatin1String("Start")) {
+        control.start(id, this, onStart);
+    } else if (method == QLatin1String("StartDebug")) {
+        control.startDebug(id, {}, this, onStart);
+    } else if (method == QLatin1String("Terminate")) {
+        control.terminate(id, this, onError);
+    } else {
+        control.getRunningApplications(this,
+                                       [&outcome](const auto & /*applications*/,
+                                                  const auto & /*services*/,
+                                                  const Error &error) { outcome = error; });
+    }
+    waitUntil([&outcome] { return outcome.has_value(); });
+    compareWithTimeout(*outcome);
+}
+
+void TestTimeouts::tasksAreGivenUpInTime()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    QVERIFY(!waitUntilReady(invoker));
+    for (const char *method : {"Start", "Stop"}) {
+        m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
+    }
+    invoker.setTimeout(limit);
+    std::optional<Error> started;
+    std::optional<Error> stopped;
+    invoker.start(QStringLiteral("photos"), {}, {},
+                  [&started](int /*number*/, const Error &error) { started = error; });
+    invoker.stop(QStringLiteral("photos"), [&stopped](const Error &error) { stopped = error; });
+    waitUntil([&] { return started.has_value() && stopped.has_value(); });
+    compareWithTimeout(*started);
+    compareWithTimeout(*stopped);
+}
+
+void TestTimeouts::windowsAreGivenUpInTime()
+{
+    m_simulator->windowStatus().ignoreNext();
+    WindowManagement windows;
+    windows.setTimeout(limit);
+    std::optional<Error> reported;
+    windows.updateWindowStatus(
+        QStringLiteral("w"), 1, 2, 3, this,
+        [&reported](Ostrel::ApplicationState /*state*/, const Error &error) { reported = error; });
+    waitUntil([&reported] { return reported.has_value(); });
+    compareWithTimeout(*reported);
+}
+
+// A new timeout is for later calls: this one is answered long after it has passed.
+void TestTimeouts::callsUnderWayKeepTheirTimeout()
+{
+    Control control;
+    faults("Terminate").holdNext(1);
+    std::optional<Error> held;
+    control.terminate(QStringLiteral("held"), this, [&held](const Error &error) { held = error; });
+    faults("Terminate").waitForHeld(1);
+    control.setTimeout(limit);
+    faults("Start").ignoreNext();
+    compareWithTimeout(control.start(QStringLiteral("a.b")).error);
+    faults("Terminate").release({0});
+    waitUntil([&held] { return held.has_value(); });
+    QCOMPARE(held->code(), Error::ApplicationNotRunning);
+
+    control.setTimeout(-1);
+    QCOMPARE(control.timeout(), -1);
+    faults("Terminate").delayNext(2 * limit);
+    QCOMPARE(control.terminate(QStringLiteral("slow")).code(), Error::ApplicationNotRunning);
+}
+
+void TestTimeouts::eachObjectHasItsOwn()
+{
+    Control impatient;
+    impatient.setTimeout(limit);
+    const Control other;
+    QCOMPARE(other.timeout(), -1);
+    WindowManagement hasty;
+    hasty.setTimeout(limit);
+    const WindowManagement calm;
+    QCOMPARE(calm.timeout(), -1);
+}
+
+OSTREL_TEST_MAIN(TestTimeouts)
+
+#include "tst_timeouts.moc"

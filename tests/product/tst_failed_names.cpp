@@ -1,0 +1,192 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "peer.h"
+#include "simulator.h"
+#include "task_invokers.h"
+#include "test_main.h"
+#include "waiting.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+
+#include <optional>
+
+using Ostrel::Control;
+using Ostrel::Error;
+using Ostrel::TaskInvoker;
+
+// Each row of "What hides behind Failed" in the page of errors: the failure has the name of the
+// D-Bus error that the page says, and the message.
+class TestFailedNames : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void serviceDoesNotRun();
+    void serviceEndsBeforeItAnswers();
+    void nobodyAnswersInTime();
+    void replyHasOtherTypes();
+    void serviceDoesNotKnowTheMethod();
+    void valueDoesNotFitIntoAMessage();
+    void taskTypeMakesNoPath();
+    void serviceRegistersAnotherType();
+    void listHasFewerThanTwoValues();
+    // The connection does not come back.
+    void busHasEnded();
+
+private:
+    // The row of the page that begins so has the name and the message of the error; an empty name
+    // is none.
+    static void compareWithPage(const QString &row, const Error &error, const QString &name,
+                                const QString &message);
+
+    std::optional<PrivateBus> m_bus;
+};
+
+void TestFailedNames::initTestCase()
+{
+    m_bus.emplace();
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestFailedNames::compareWithPage(const QString &row, const Error &error, const QString &name,
+                                      const QString &message)
+{
+    QCOMPARE(error.code(), Error::Failed);
+    QCOMPARE(error.busErrorName(), name);
+    QVERIFY2(error.message().startsWith(message), qPrintable(error.message()));
+
+    QString page = readFile(QStringLiteral(SOURCE_DIR "/docs/errors.md.in"));
+    page.replace(QStringLiteral("@OSTREL_SERVICE_NAME@"), QStringLiteral(OSTREL_SERVICE_NAME));
+    const QStringList lines =
+        page.split(QLatin1Char('\n')).filter(QStringLiteral("| %1").arg(row), Qt::CaseSensitive);
+    QCOMPARE(lines.size(), 1);
+    const QStringList cells = lines.constFirst().split(QLatin1Char('|'));
+    const QString begin =
+        name.isEmpty() ? QStringLiteral(" none") : QStringLiteral(" `%1`").arg(name);
+    QVERIFY2(cells.at(2).startsWith(begin), qPrintable(lines.constFirst()));
+    QVERIFY2(cells.at(3).contains(message) || message == QLatin1String("unknown"),
+             qPrintable(lines.constFirst()));
+}
+
+void TestFailedNames::serviceDoesNotRun()
+{
+    compareWithPage(
+        QStringLiteral("the service does not run"), Control().terminate(QStringLiteral("a")),
+        QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
+        QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files"));
+}
+
+void TestFailedNames::serviceEndsBeforeItAnswers()
+{
+    Simulator simulator(*m_bus);
+    simulator.start();
+    simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
+    compareWithPage(
+        QStringLiteral("the service ended before it answered"),
+        Control().terminate(QStringLiteral("a")),
+        QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+        QStringLiteral("Message recipient disconnected from message bus without replying"));
+    simulator.waitForEnd();
+}
+
+void TestFailedNames::nobodyAnswersInTime()
+{
+    Simulator simulator(*m_bus);
+    simulator.start();
+    simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").ignoreNext();
+    Control control;
+    control.setTimeout(100);
+    compareWithPage(QStringLiteral("nobody answered within the timeout"),
+                    control.terminate(QStringLiteral("a")),
+                    QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+                    QStringLiteral("Did not receive a reply. "));
+}
+
+void TestFailedNames::replyHasOtherTypes()
+{
+    Simulator simulator(*m_bus);
+    simulator.start();
+    simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").answerNext({3});
+    compareWithPage(QStringLiteral("the answer has other types"),
+                    Control().start(QStringLiteral("a")).error,
+                    QStringLiteral("org.freedesktop.DBus.Error.InvalidSignature"),
+                    QStringLiteral("Unexpected reply signature: "));
+}
+
+void TestFailedNames::serviceDoesNotKnowTheMethod()
+{
+    Peer peer(*m_bus);
+    peer.order(QStringLiteral("own " OSTREL_SERVICE_NAME));
+    compareWithPage(QStringLiteral("the service does not know the method"),
+                    Control().terminate(QStringLiteral("a")),
+                    QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
+                    QStringLiteral("unknown"));
+}
+
+void TestFailedNames::valueDoesNotFitIntoAMessage()
+{
+    const Ostrel::DebugParams params(QVariantMap{{QStringLiteral("key"), QVariant()}});
+    compareWithPage(QStringLiteral("a value of yours does not fit"),
+                    Control().startDebug(QStringLiteral("a"), params).error,
+                    QStringLiteral("org.freedesktop.DBus.Error.Failed"),
+                    QStringLiteral("Marshalling failed: "));
+}
+
+void TestFailedNames::taskTypeMakesNoPath()
+{
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a-b"));
+    std::optional<Error> stopped;
+    invoker.stop(QStringLiteral("x"), [&stopped](const Error &error) { stopped = error; });
+    waitUntil([&stopped] { return stopped.has_value(); });
+    compareWithPage(QStringLiteral("the task type makes no object path"), *stopped,
+                    QStringLiteral("org.qtproject.QtDBus.Error.InvalidObjectPath"),
+                    QStringLiteral("Invalid object path: "));
+}
+
+void TestFailedNames::serviceRegistersAnotherType()
+{
+    Simulator simulator(*m_bus);
+    simulator.start();
+    answerRegistration(*m_bus, QStringLiteral("other"), QStringLiteral("0"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    compareWithPage(QStringLiteral("the service registered another task type"),
+                    waitUntilReady(invoker), QString(), QStringLiteral("Wrong TaskInvoker path"));
+}
+
+void TestFailedNames::listHasFewerThanTwoValues()
+{
+#ifndef QT_NO_DEBUG
+    QSKIP("the assertion ends the program");
+#endif
+    Simulator simulator(*m_bus);
+    simulator.start();
+    simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext({3});
+    QVector<Ostrel::RunningApplication> applications;
+    QVector<Ostrel::RunningService> services;
+    compareWithPage(QStringLiteral("the list of what runs has fewer"),
+                    Control().getRunningApplications(applications, services), QString(),
+                    QStringLiteral("The reply has fewer than two arguments"));
+}
+
+void TestFailedNames::busHasEnded()
+{
+    Control control;
+    m_bus->end();
+    waitUntil([] { return !QDBusConnection::sessionBus().isConnected(); });
+    compareWithPage(QStringLiteral("there is no message bus, or it has ended"),
+                    control.terminate(QStringLiteral("a")),
+                    QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
+                    QStringLiteral("Not connected to D-Bus server"));
+}
+
+OSTREL_TEST_MAIN(TestFailedNames)
+
+#include "tst_failed_names.moc"

@@ -1,0 +1,154 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "test_main.h"
+
+#include <Ostrel/TaskInvoker>
+
+#include <limits>
+
+using Ostrel::TaskInvoker;
+using Hints = TaskInvoker::Hints;
+using StartupInfo = TaskInvoker::StartupInfo;
+
+// What the maps of a start return of what they hold.
+class TestTaskInvokerGetters : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingIsSetAtFirst();
+    void whatWasSetIsReturned();
+    void mapsAreAdoptedUnchanged();
+    void otherTypesAreConverted();
+    void autostartIsOneOfThree_data();
+    void autostartIsOneOfThree();
+};
+
+namespace
+{
+
+void compareWithNothing(const Hints &hints)
+{
+    QCOMPARE(hints.cpuLimit(), 0);
+    QVERIFY(hints.user().isNull());
+    QVERIFY(hints.dBusService().isNull());
+    QVERIFY(!hints.isHomeless());
+    QCOMPARE(hints.maximumRunningTime(), 0);
+    QCOMPARE(hints.oomWeight(), 0);
+    QCOMPARE(hints.permissions(), QStringList());
+    QCOMPARE(hints.priority(), 0);
+    QCOMPARE(hints.conditions(), QStringList());
+    QCOMPARE(hints.autostart(), TaskInvoker::AutostartDefault);
+    QCOMPARE(hints.cGroupSettings(), QVariantMap());
+}
+
+} // namespace
+
+void TestTaskInvokerGetters::nothingIsSetAtFirst()
+{
+    const Hints hints;
+    compareWithNothing(hints);
+    const StartupInfo info;
+    QCOMPARE(info.parameters(), QStringList());
+    QCOMPARE(info.environment(), QStringList());
+    // To ask sets nothing.
+    QVERIFY(hints.isEmpty());
+    QVERIFY(info.isEmpty());
+}
+
+void TestTaskInvokerGetters::whatWasSetIsReturned()
+{
+    Hints hints;
+    hints.setCPULimit(-1);
+    hints.setUser(QStringLiteral("u"));
+    hints.setDBusService(QStringLiteral("a.b"));
+    hints.setHomeless(true);
+    hints.setMaximumRunningTime(2);
+    hints.setOomWeight(3);
+    hints.setPermissions({QStringLiteral("p"), QStringLiteral("q")});
+    hints.setPriority(4);
+    hints.setConditions({QStringLiteral("c")});
+    hints.setAutostart(TaskInvoker::AutostartDisabled);
+    hints.addCGroupSetting(QStringLiteral("g"), QByteArrayLiteral("1"));
+    hints.addCGroupSetting(QStringLiteral("h"), QByteArrayLiteral("2"));
+    QCOMPARE(hints.cpuLimit(), -1);
+    QCOMPARE(hints.user(), QStringLiteral("u"));
+    QCOMPARE(hints.dBusService(), QStringLiteral("a.b"));
+    QVERIFY(hints.isHomeless());
+    QCOMPARE(hints.maximumRunningTime(), 2);
+    QCOMPARE(hints.oomWeight(), 3);
+    QCOMPARE(hints.permissions(), (QStringList{QStringLiteral("p"), QStringLiteral("q")}));
+    QCOMPARE(hints.priority(), 4);
+    QCOMPARE(hints.conditions(), QStringList{QStringLiteral("c")});
+    QCOMPARE(hints.autostart(), TaskInvoker::AutostartDisabled);
+    QCOMPARE(hints.cGroupSettings(),
+             (QVariantMap{{QStringLiteral("g"), QByteArrayLiteral("1")},
+                          {QStringLiteral("h"), QByteArrayLiteral("2")}}));
+
+    StartupInfo info;
+    info.setParameters({QStringLiteral("-v")});
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
+    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("2=3"));
+    QCOMPARE(info.parameters(), QStringList{QStringLiteral("-v")});
+    QCOMPARE(info.environment(), (QStringList{QStringLiteral("A=1"), QStringLiteral("A=2=3")}));
+}
+
+void TestTaskInvokerGetters::mapsAreAdoptedUnchanged()
+{
+    const QVariantMap map{{QStringLiteral("User"), QStringLiteral("u")},
+                          {QStringLiteral("Params"), QStringList{QStringLiteral("-v")}},
+                          {QStringLiteral("other"), QVariant()}};
+    Hints hints(map);
+    QCOMPARE(static_cast<const QVariantMap &>(hints), map);
+    QCOMPARE(hints.user(), QStringLiteral("u"));
+    StartupInfo info(map);
+    QCOMPARE(static_cast<const QVariantMap &>(info), map);
+    QCOMPARE(info.parameters(), QStringList{QStringLiteral("-v")});
+
+    // They are copies.
+    hints.setUser(QStringLiteral("other"));
+    QCOMPARE(map.value(QStringLiteral("User")).toString(), QStringLiteral("u"));
+}
+
+void TestTaskInvokerGetters::otherTypesAreConverted()
+{
+    // A value of another type reads as QVariant converts it.
+    QVariantMap map{{QStringLiteral("CPULimit"), QStringLiteral("7")},
+                    {QStringLiteral("Homeless"), 1},
+                    {QStringLiteral("Conditions"), QStringLiteral("c")}};
+    const Hints hints(map);
+    QCOMPARE(hints.cpuLimit(), 7);
+    QVERIFY(hints.isHomeless());
+    QCOMPARE(hints.conditions(), QStringList{QStringLiteral("c")});
+
+    for (const char *key : {"CPULimit", "User", "DBusService", "Homeless", "RunningTime", "Weight",
+                            "Permissions", "Priority", "Conditions", "Autostart", "CGroups"}) {
+        map.insert(QString::fromLatin1(key), QVariant::fromValue(QSize()));
+    }
+    compareWithNothing(Hints(map));
+}
+
+void TestTaskInvokerGetters::autostartIsOneOfThree_data()
+{
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<int>("autostart");
+    QTest::newRow("default") << QVariant(0) << 0;
+    QTest::newRow("enabled") << QVariant(1) << 1;
+    QTest::newRow("disabled") << QVariant(2) << 2;
+    QTest::newRow("beyond") << QVariant(3) << 0;
+    QTest::newRow("negative") << QVariant(-1) << 0;
+    QTest::newRow("least") << QVariant(std::numeric_limits<int>::min()) << 0;
+    QTest::newRow("string") << QVariant(QStringLiteral("2")) << 2;
+}
+
+void TestTaskInvokerGetters::autostartIsOneOfThree()
+{
+    QFETCH(const QVariant, stored);
+    const Hints hints(QVariantMap{{QStringLiteral("Autostart"), stored}});
+    QTEST(int(hints.autostart()), "autostart");
+}
+
+OSTREL_TEST_MAIN(TestTaskInvokerGetters)
+
+#include "tst_task_invoker_getters.moc"

@@ -1,0 +1,155 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <csignal>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace
+{
+
+// A command that makes a request, and the method that it calls.
+struct Request
+{
+    const char *arguments;
+    const char *interface;
+    const char *method;
+};
+
+const std::vector<Request> requests{
+    {"start a.b", OSTREL_CONTROL_INTERFACE, "Start"},
+    {"debug a.b", OSTREL_CONTROL_INTERFACE, "StartDebug"},
+    {"terminate a.b", OSTREL_CONTROL_INTERFACE, "Terminate"},
+    {"ps", OSTREL_CONTROL_INTERFACE, "GetRunningApplications"},
+    {"window w 1 2 3", OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus"},
+    {"task start sync photos", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start"},
+    {"task stop sync photos", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop"},
+};
+
+QStringList wordsOf(const char *arguments)
+{
+    return QString::fromLatin1(arguments).split(QLatin1Char(' '));
+}
+
+} // namespace
+
+// A service that does not answer, and a user who does not wait.
+class TestOstrelctlWaiting : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void requestsEndAfterTheirTimeout();
+    void interruptEndsARequestAtOnce_data();
+    void interruptEndsARequestAtOnce();
+    void invalidTimeoutsAreRefused_data();
+    void invalidTimeoutsAreRefused();
+
+private:
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestOstrelctlWaiting::initTestCase()
+{
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestOstrelctlWaiting::cleanup()
+{
+    m_simulator->reset();
+}
+
+// All at once, because each waits for a second.
+void TestOstrelctlWaiting::requestsEndAfterTheirTimeout()
+{
+    std::vector<std::unique_ptr<Process>> processes;
+    for (const Request &request : requests) {
+        m_simulator->faults(request.interface, request.method).ignoreNext();
+        processes.push_back(std::make_unique<Process>(
+            QStringLiteral(OSTRELCTL),
+            wordsOf(request.arguments)
+                + QStringList{QStringLiteral("--timeout"), QStringLiteral("1")}));
+        processes.back()->start();
+    }
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        Process &process = *processes.at(i);
+        QVERIFY2(process.waitForFinished(-1), requests.at(i).arguments);
+        QCOMPARE(process.exitCode(), 1);
+        const QString errors = QString::fromUtf8(process.readAllStandardError());
+        QVERIFY2(errors.startsWith(QStringLiteral("error: Failed: Did not receive a reply. ")),
+                 qPrintable(errors));
+    }
+}
+
+void TestOstrelctlWaiting::interruptEndsARequestAtOnce_data()
+{
+    QTest::addColumn<int>("index");
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        QTest::newRow(requests.at(i).arguments) << int(i);
+    }
+}
+
+// As it ends any program that does nothing about it: the shell says 130.
+void TestOstrelctlWaiting::interruptEndsARequestAtOnce()
+{
+    QFETCH(const int, index);
+    const Request &request = requests.at(std::size_t(index));
+    const MethodFaults faults = m_simulator->faults(request.interface, request.method);
+    faults.holdNext(1);
+    Process process(QStringLiteral(OSTRELCTL), wordsOf(request.arguments));
+    process.start();
+    faults.waitForHeld(1);
+    ::kill(pid_t(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(-1));
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(process.exitCode(), SIGINT);
+    faults.release({0});
+}
+
+void TestOstrelctlWaiting::invalidTimeoutsAreRefused_data()
+{
+    QTest::addColumn<QString>("seconds");
+    for (const char *seconds : {"0", "-1", "x", "1.5", "2147484", "99999999999"}) {
+        QTest::newRow(seconds) << QString::fromLatin1(seconds);
+    }
+}
+
+void TestOstrelctlWaiting::invalidTimeoutsAreRefused()
+{
+    QFETCH(const QString, seconds);
+    for (const Request &request : requests) {
+        QStringList arguments = wordsOf(request.arguments);
+        const QString command = arguments.constFirst() == QLatin1String("task")
+            ? arguments.mid(0, 2).join(QLatin1Char(' '))
+            : arguments.constFirst();
+        arguments.append({QStringLiteral("--timeout"), seconds});
+        const Result result = run(QStringLiteral(OSTRELCTL), arguments);
+        QCOMPARE(result.exitStatus, 2);
+        QCOMPARE(result.errors,
+                 QStringLiteral("ostrelctl %1: --timeout takes a whole number from 1 to 2147483, "
+                                "not \"%2\"\nTry 'ostrelctl %1 --help'.\n")
+                     .arg(command, seconds));
+    }
+    // Nothing was sent.
+    QCOMPARE(m_simulator->calls().size(), 0);
+    QCOMPARE(run(QStringLiteral(OSTRELCTL),
+                 {QStringLiteral("ps"), QStringLiteral("--timeout"), QStringLiteral("2147483")})
+                 .exitStatus,
+             0);
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlWaiting)
+
+#include "tst_ostrelctl_waiting.moc"
