@@ -134,7 +134,7 @@ void TestFailedNames::serviceDoesNotKnowTheMethod()
 void TestFailedNames::valueDoesNotFitIntoAMessage()
 {
     const Ostrel::DebugParams params(QVariantMap{{QStringLiteral("key"), QVariant()}});
-    compareWithPage(QStringLiteral("a value of yours does not fit"),
+    compareWithPage(QStringLiteral("a value of yours cannot be sent"),
                     Control().startDebug(QStringLiteral("a"), params).error,
                     QStringLiteral("org.freedesktop.DBus.Error.Failed"),
                     QStringLiteral("Marshalling failed: "));
