@@ -9,6 +9,19 @@
 #include <csignal>
 #include <optional>
 
+namespace
+{
+
+// QtDBus and the threads of the program lose what they are about when a process ends, now and then.
+QProcessEnvironment withoutLeakDetection()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    return environment;
+}
+
+} // namespace
+
 // The library around the beginning and the end of a process, and of the application object. Each
 // row is a program of its own, in lifetimes/. That nothing is used after its end, the sanitizers
 // see.
@@ -117,9 +130,7 @@ void TestLifetimes::programEndsWell_data()
 void TestLifetimes::programEndsWell()
 {
     QFETCH(QString, output);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // QtDBus loses what it is about when a process ends, now and then.
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    QProcessEnvironment environment = withoutLeakDetection();
     const QString program = QString::fromUtf8(QTest::currentDataTag());
     if (program == QLatin1String("staticObjectsFromTheBeginning")) {
         environment.insert(QStringLiteral("EARLY"), QStringLiteral("1"));
@@ -135,10 +146,8 @@ void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
     m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
     m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
     m_simulator->windowStatus().holdNext(1);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
     const Result result =
-        run(QStringLiteral(LIFETIMES), {QStringLiteral("callsUnderWay")}, environment);
+        run(QStringLiteral(LIFETIMES), {QStringLiteral("callsUnderWay")}, withoutLeakDetection());
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
 }
@@ -148,13 +157,15 @@ void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
     const MethodFaults starts = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
     Process program(QStringLiteral(LIFETIMES), {QStringLiteral("requestUnderWay")});
+    program.setProcessEnvironment(withoutLeakDetection());
     program.start();
     starts.waitForHeld(1);
     program.write("\n");
     QCOMPARE(program.readLine(), QStringLiteral("ending"));
     starts.release({0});
-    QCOMPARE(program.waitForEnd(), 0);
+    const int exitStatus = program.waitForEnd();
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+    QCOMPARE(exitStatus, 0);
 }
 
 void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
