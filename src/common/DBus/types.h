@@ -18,29 +18,30 @@
 
 /**
  * @file
- * The records in which the lifecycle service describes what is running and what can be started.
+ * The records in which the lifecycle service describes what runs and what can be started.
  *
- * They are plain values for the caller: the library fills them and reads none of their members.
- * They declare no constructors and no default member values, so that a default-constructed record
- * has empty strings and an empty map, but numbers without a defined value; write
- * `RunningApplication application{};` for zeros.
+ * They are plain values. The library fills them, and reads none of their members.
  *
- * Their `properties` hold strings, numbers, bools, string lists and bytes as such. QtDBus leaves
- * other arrays, structures and maps in them as QDBusArgument: `toList()` and `toMap()` of such a
- * value are silently empty. Ostrel::Control::toPlainValue() reads it, whatever it holds.
+ * They have no constructors and no default member values. A default-constructed record has empty
+ * strings and an empty map, but its numbers are undefined; write `RunningApplication
+ * application{};` for zeros.
+ *
+ * The `properties` hold strings, numbers, bools, string lists and byte arrays as such. QtDBus
+ * leaves other arrays, structures and maps in them as QDBusArgument: their `toList()` and `toMap()`
+ * silently return empty. Ostrel::Control::toPlainValue() reads any of these values.
  */
 
 namespace Ostrel
 {
 
 /**
- * The state of an application, as the service numbers it.
+ * The state of an application.
  *
- * The service defines the numbers. Any number that it sends is handed on unchanged, named here or
- * not, so compare and print values as numbers (`quint32`).
+ * The service defines the numbers. The library passes every number on unchanged, whether it has a
+ * name here or not. So compare and print states as numbers (`quint32`).
  */
 enum ApplicationState : quint32 {
-    /** What WindowManagement::updateWindowStatus() hands over together with any failure. */
+    /** The state that WindowManagement::updateWindowStatus() reports with every failure. */
     ApplicationStateUnknown = 255,
 };
 
@@ -55,14 +56,13 @@ enum ServiceState : quint32 {
 /**
  * One running application.
  *
- * On the bus it is a structure of the signature "(siuua{sv})", with the members in this order.
+ * On the bus it is a structure with the signature "(siuua{sv})", with the members in this order.
  */
 struct RunningApplication
 {
     /** The identifier of the application ("s"). */
     QString appId;
-    /** The number that the service gives for the application's process ("i"). It may be negative.
-     */
+    /** The number of the application's process, as the service sends it ("i"); may be negative. */
     qint32 pid;
     /** The state of the application ("u"). */
     ApplicationState state;
@@ -75,7 +75,7 @@ struct RunningApplication
 /**
  * One running service.
  *
- * On the bus it is a structure of the signature "(ssiua{sv})", with the members in this order.
+ * On the bus it is a structure with the signature "(ssiua{sv})", with the members in this order.
  */
 struct RunningService
 {
@@ -83,7 +83,7 @@ struct RunningService
     QString appId;
     /** The second identifier that the service sends ("s"). */
     QString name;
-    /** The number that the service gives for the service's process ("i"). It may be negative. */
+    /** The number of the service's process, as the service sends it ("i"); may be negative. */
     qint32 pid;
     /** The state of the service ("u"). */
     ServiceState state;
@@ -94,13 +94,13 @@ struct RunningService
 /**
  * The state of one task.
  *
- * On the bus it is a structure of the signature "(sua{sv})", with the members in this order.
+ * On the bus it is a structure with the signature "(sua{sv})", with the members in this order.
  */
 struct TaskState
 {
     /** The name of the task ("s"). */
     QString name;
-    /** The number of the task's state ("u"); the service defines the numbers. */
+    /** The state of the task ("u"); the service defines the numbers. */
     uint state;
     /** Further named values ("a{sv}"); the service defines the keys. */
     QVariantMap properties;
@@ -109,7 +109,7 @@ struct TaskState
 /**
  * One task that can be started.
  *
- * On the bus it is a structure of the signature "(sa{sv})", with the members in this order.
+ * On the bus it is a structure with the signature "(sa{sv})", with the members in this order.
  */
 struct AvailableTask
 {
@@ -122,19 +122,19 @@ struct AvailableTask
 /**
  * One running instance of a task.
  *
- * On the bus it is a structure of the signature "(sia{sv})", with the members in this order.
+ * On the bus it is a structure with the signature "(sia{sv})", with the members in this order.
  */
 struct ActiveTask
 {
     /** The name of the task ("s"). */
     QString name;
-    /** The number that the service gives for the running instance ("i"). It may be negative. */
+    /** The number of the running instance, as the service sends it ("i"); may be negative. */
     qint32 pid;
     /** Further named values ("a{sv}"); the service defines the keys. */
     QVariantMap properties;
 };
 
-/** Writes the members in their order. */
+/** Writes the members in order. */
 inline QDebug operator<<(QDebug debug, const RunningApplication &application)
 {
     const QDebugStateSaver saver(debug);
@@ -144,7 +144,7 @@ inline QDebug operator<<(QDebug debug, const RunningApplication &application)
     return debug;
 }
 
-/** Writes the members in their order. */
+/** Writes the members in order. */
 inline QDebug operator<<(QDebug debug, const RunningService &service)
 {
     const QDebugStateSaver saver(debug);
@@ -154,7 +154,7 @@ inline QDebug operator<<(QDebug debug, const RunningService &service)
     return debug;
 }
 
-/** Writes the members in their order. */
+/** Writes the members in order. */
 inline QDebug operator<<(QDebug debug, const TaskState &task)
 {
     const QDebugStateSaver saver(debug);
@@ -163,7 +163,7 @@ inline QDebug operator<<(QDebug debug, const TaskState &task)
     return debug;
 }
 
-/** Writes the members in their order. */
+/** Writes the members in order. */
 inline QDebug operator<<(QDebug debug, const AvailableTask &task)
 {
     const QDebugStateSaver saver(debug);
@@ -171,7 +171,7 @@ inline QDebug operator<<(QDebug debug, const AvailableTask &task)
     return debug;
 }
 
-/** Writes the members in their order. */
+/** Writes the members in order. */
 inline QDebug operator<<(QDebug debug, const ActiveTask &task)
 {
     const QDebugStateSaver saver(debug);
@@ -182,8 +182,8 @@ inline QDebug operator<<(QDebug debug, const ActiveTask &task)
 
 } // namespace Ostrel
 
-// ApplicationState is left out on purpose: it is registered at run time, under the short name that
-// the signals of the library spell.
+// Not ApplicationState: it is registered at run time, under the short name that the signals of the
+// library use.
 Q_DECLARE_TYPEINFO(Ostrel::RunningApplication, Q_MOVABLE_TYPE);
 Q_DECLARE_TYPEINFO(Ostrel::RunningService, Q_MOVABLE_TYPE);
 Q_DECLARE_TYPEINFO(Ostrel::TaskState, Q_MOVABLE_TYPE);
@@ -197,9 +197,9 @@ Q_DECLARE_METATYPE(Ostrel::ActiveTask)
 
 #ifdef QT_DBUS_LIB
 /// @cond
-// For programs that use QtDBus themselves, with code that qdbusxml2cpp generates from the installed
-// descriptions: it reads the records with operators. They are templates, so that operators of the
-// program's own come first. A value of another type is skipped, and leaves the record empty.
+// Operators for code that qdbusxml2cpp generates from the installed interface descriptions. They
+// are templates, so that a program's own operators take precedence. A value of another type is
+// skipped, and leaves the record empty.
 namespace Ostrel
 {
 

@@ -16,9 +16,8 @@ namespace Ostrel
 /**
  * The conditions under which an application is started for debugging.
  *
- * It holds what has been set, and nothing else: a setting that was never set is not sent, and the
- * service applies its own default. What the service does with each setting is for the service to
- * say.
+ * A setting that was never set is not sent, and the service uses its own default. The service
+ * defines what it does with each setting.
  *
  * @code
  * Ostrel::DebugParams params;
@@ -26,9 +25,8 @@ namespace Ostrel
  * params.setSandboxEnabled(false);
  * @endcode
  *
- * A DebugParams is a plain value, implicitly shared: copies are cheap, keep what they held when
- * they were made, and different copies may be used in different threads at the same time. It makes
- * no bus call, and nothing in it can fail.
+ * A DebugParams is a plain value, implicitly shared. Copies are cheap and independent, and may be
+ * used in different threads at once. Its functions cannot fail, and make no bus call.
  */
 class OSTREL_EXPORT DebugParams
 {
@@ -37,9 +35,9 @@ public:
     DebugParams();
 
     /**
-     * Constructs parameters from @p params, which is taken as it is. The functions below name the
-     * keys that they use; other keys are kept and sent, too. @ref sending says which values can be
-     * sent. With another one the request fails.
+     * Constructs parameters with the entries of @p params, unchanged. The functions below name the
+     * keys that they use; other keys are sent as well. @ref sending says which values can be sent.
+     * Any other value makes the request fail.
      */
     DebugParams(const QVariantMap &params);
 
@@ -58,16 +56,16 @@ public:
     /** Returns the command that is put in front of the application; an empty list if not set. */
     QStringList applicationWrapper() const;
 
-    /** Sets the extra parameters of the application ("commandLineParams", "as"). */
+    /** Sets the additional parameters of the application ("commandLineParams", "as"). */
     void setCommandLineParams(const QStringList &commandLineParams);
 
-    /** Returns the extra parameters of the application; an empty list if not set. */
+    /** Returns the additional parameters of the application; an empty list if not set. */
     QStringList commandLineParams() const;
 
-    /** Sets the extra entries of the application's environment ("environment", "as"). */
+    /** Sets the additional environment entries of the application ("environment", "as"). */
     void setEnvironment(const QStringList &environment);
 
-    /** Returns the extra entries of the environment; an empty list if not set. */
+    /** Returns the additional environment entries; an empty list if not set. */
     QStringList environment() const;
 
     /** Sets the parameters of the sandbox launcher ("firejailParams", "as"). */
@@ -82,19 +80,19 @@ public:
     /** Returns whether the application runs in its sandbox; true if not set. */
     bool sandboxEnabled() const;
 
-    /** Sets the file that takes the application's standard output ("stdoutFile", "s"). */
+    /** Sets the file that receives the application's standard output ("stdoutFile", "s"). */
     void setStdoutFile(const QString &stdoutFile);
 
-    /** Returns the file that takes the standard output; a null string if not set. */
+    /** Returns the file that receives the standard output; a null string if not set. */
     QString stdoutFile() const;
 
-    /** Sets the file that takes the application's standard error ("stderrFile", "s"). */
+    /** Sets the file that receives the application's standard error ("stderrFile", "s"). */
     void setStderrFile(const QString &stderrFile);
 
-    /** Returns the file that takes the standard error; a null string if not set. */
+    /** Returns the file that receives the standard error; a null string if not set. */
     QString stderrFile() const;
 
-    /** Returns everything that was set, by its keys: what a request sends. */
+    /** Returns all settings by key, as a request sends them. */
     QVariantMap toMap() const;
 
 private:

@@ -16,10 +16,10 @@ namespace Ostrel
 {
 
 /**
- * The outcome of an operation: a code, and a text for people.
+ * The outcome of an operation: a code and a message.
  *
- * Every operation that talks to the lifecycle service returns an Error or hands one to its
- * callback; nothing is thrown when a bus call fails. A value that tests true is a failure:
+ * Every operation that calls the lifecycle service returns an Error or passes one to its callback.
+ * A failed bus call throws no exception. An Error that converts to true is a failure:
  *
  * @code
  * if (error) {
@@ -27,81 +27,80 @@ namespace Ostrel
  * }
  * @endcode
  *
- * The message is the text that came with the bus error, unchanged. It is written by the service or
- * by the message bus, in no particular language, and is not meant to be parsed.
+ * The message is the one of the bus error, unchanged. The service or the message bus writes it, in
+ * any language. Do not parse it.
  *
- * An Error is a plain value with implicitly shared text: copies are cheap, and different copies may
- * be used in different threads at the same time.
+ * An Error is a plain value with implicitly shared strings. Copies are cheap, and may be used in
+ * different threads at once.
  */
 class OSTREL_EXPORT Error
 {
 public:
     /**
-     * What went wrong. The numbers are fixed.
+     * The kind of failure. The numbers never change.
      *
-     * Each code but Failed belongs to exactly one bus error name: the service's own names are the
-     * service name, ".Error." and the name of the code; those of InvalidArgs, NotSupported and
-     * AccessDenied begin with "org.freedesktop.DBus.Error." instead.
+     * Each code except Failed stands for exactly one bus error name. InvalidArgs, NotSupported and
+     * AccessDenied stand for "org.freedesktop.DBus.Error." and the name of the code. All others
+     * stand for the service name, ".Error." and the name of the code.
      */
     enum Code : qint32 {
         /** The operation succeeded. */
         NoError = 0,
         /**
-         * The operation failed, and no other code says how. This covers the bus error
-         * "org.freedesktop.DBus.Error.Failed" and every name that has no code of its own: the
-         * service is not running, it did not answer in time, it answered with other types than
-         * expected, there is no message bus.
+         * The operation failed, and no other code says why. This is the code for
+         * "org.freedesktop.DBus.Error.Failed" and for every name without a code of its own. For
+         * example, the service does not run, does not reply in time or replies with unexpected
+         * types, or there is no message bus.
          */
         Failed = 1,
-        /** The service has no handler for what was asked. */
+        /** The service has no handler for the request. */
         HandlerNotFound = 2,
-        /** The service's handler for what was asked could not do it. */
+        /** The service's handler for the request failed. */
         HandlerFailed = 3,
-        /** The service, or the bus, refused the arguments. */
+        /** The service or the message bus refused the arguments. */
         InvalidArgs = 4,
-        /** The service does not support the operation. */
+        /** The service or the message bus does not support the operation. */
         NotSupported = 5,
-        /** The service, or the bus, did not permit the operation. */
+        /** The service or the message bus did not permit the operation. */
         AccessDenied = 6,
-        /** The process is not one that the service looks after. */
+        /** The service does not manage the process. */
         ProcessNotHandled = 7,
         /** The application, or this instance of it, is not running. */
         ApplicationNotRunning = 8,
-        /** The application is running already. */
+        /** The application is already running. */
         ApplicationAlreadyRunning = 9,
     };
 
     /**
-     * Constructs an error from @p code and @p message, both stored as given; without arguments, a
-     * success.
+     * Constructs an error with @p code and @p message, as given. Without arguments it is no error.
      */
     Error(Code code = NoError, const QString &message = QString());
 
-    /** Returns true exactly when code() is not NoError. */
+    /** Returns whether code() is other than NoError. */
     bool isError() const;
 
-    /** The same as isError(): a value that tests true is a failure. */
+    /** Returns isError(). */
     operator bool() const;
 
     /** Returns the code. */
     Code code() const;
 
     /**
-     * Returns the text that came with the failure. It is null for a success, with one exception: a
-     * service may answer with an error reply of the name "NoError", whose text is kept.
+     * Returns the message of the bus error. It is null for a success, with one exception: an error
+     * reply named "NoError" gives a success with the message of that reply.
      */
     QString message() const;
 
     /**
-     * Returns the name of the code as this header spells it ("HandlerNotFound"); a null string if
-     * the code is none of the enumeration.
+     * Returns the name of the code as in this header, for example "HandlerNotFound"; a null string
+     * for a code outside the enumeration.
      */
     QString name() const;
 
     /**
-     * Returns the name of the D-Bus error that this Error was made from, unchanged. It says which
-     * failure hides behind Failed: no service, no bus, no reply in time (see @ref errors). It is
-     * null for a success, and for an Error that did not come from the bus.
+     * Returns the name of the D-Bus error that this Error was made from, unchanged. It says why an
+     * operation Failed: no service, no bus, no reply in time (see @ref errors). It is null for a
+     * success, and for an Error that did not come from the bus.
      */
     QString busErrorName() const;
 
@@ -116,7 +115,7 @@ private:
 };
 
 /**
- * Writes the name of the code, or the number of an unknown one, and the message:
+ * Writes the name of the code, or its number if it has none, and the message:
  * `Ostrel::Error(HandlerNotFound, "no handler")`.
  */
 inline QDebug operator<<(QDebug debug, const Error &error)
@@ -132,8 +131,8 @@ inline QDebug operator<<(QDebug debug, const Error &error)
 /**
  * @name Comparisons that do not compile
  *
- * An Error converts to bool, so that a comparison would look at that alone: any failure would equal
- * any other. Compare Error::code() instead.
+ * An Error converts to bool, so a comparison of errors would compare bools: all failures would be
+ * equal. Compare Error::code() instead.
  * @{
  */
 bool operator==(const Error &error, Error::Code code) = delete;

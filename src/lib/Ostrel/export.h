@@ -8,7 +8,7 @@
 
 /**
  * @file
- * The mark of the classes that the library exports; everything else in it is hidden.
+ * Marks the classes that the library exports. Everything else is hidden.
  */
 
 #if defined(OSTREL_BUILDING_LIBRARY)

@@ -28,9 +28,9 @@ class TaskInvokerPrivate;
  * Starts and stops the tasks of one type, and follows which of them exist and which are running.
  *
  * A TaskInvoker registers its task type with the lifecycle service when it is constructed. The
- * answer, which the event loop brings, fills the task lists and makes the invoker ready; onReady()
- * tells when that is and how it went. From then on the service announces each change of a list, and
- * the two signals pass that on. Tasks can be started and stopped at any time, ready or not.
+ * reply fills the task lists and makes the invoker ready; onReady() reports the outcome. From then
+ * on, the two signals announce each change of a list. Tasks can be started and stopped at any time,
+ * whether the invoker is ready or not.
  *
  * @code
  * auto *invoker = new Ostrel::TaskInvoker(Ostrel::TaskInvoker::SessionBus,
@@ -51,29 +51,24 @@ class TaskInvokerPrivate;
  * });
  * @endcode
  *
- * There is no second attempt: an invoker whose registration failed stays as it is, also when the
- * service comes later or comes back; construct another one then. Its calls are sent all the same.
- * Whoever owns the service's name at the time is who is spoken to and listened to.
+ * No function waits for the service. An invoker registers only once. If that fails, or if the
+ * service restarts, construct another invoker; calls of the old one are still sent.
  *
- * Texts go out as given, as far as D-Bus can hold them: one ends at a character U+0000, and half of
- * a surrogate pair arrives as "?". A message bus may be configured to take less than the 128 MiB
- * that D-Bus allows for a message (system buses take 32 MiB unless told otherwise), and drops the
- * connection of a program that sends more.
+ * Use and destroy the object in the thread that constructs it, and do not move it to another one.
+ * That thread's event loop emits the signals, and runs the callbacks that have no context. Run the
+ * loop as long as the object lives: until it runs, what the service sends is kept in memory,
+ * without a limit. A slot or a callback may delete any object, the invoker included; the remaining
+ * signals and callbacks of the invoker are then dropped.
  *
- * The object belongs to the thread that constructs it: it is used there and stays there, and this
- * thread's event loop runs its callbacks and emits its signals. A callback or a slot may do
- * anything, deleting the invoker included; what would have come after is dropped then. Nothing that
- * the service sends can crash the program: list entries of unexpected types hold default values.
- *
- * A thread that keeps an invoker has to run its event loop. Until it does, what the service
- * announces is kept in memory, without a limit.
+ * @ref sending says what a call can carry, and @ref behaviour what is lost and when. Values of
+ * unexpected types from the service become default values in the lists.
  */
 class OSTREL_EXPORT TaskInvoker : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Which message bus an invoker uses. Any other number means the system bus, too. */
+    /** The message bus that an invoker uses. Any other number means the system bus. */
     enum BusType : quint32 {
         /** The bus of the user's session. */
         SessionBus = 0,
@@ -81,13 +76,13 @@ public:
         SystemBus = 1,
     };
 
-    /** Whether the service starts a task by itself; what that means is for the service to say. */
+    /** Whether the service starts a task by itself. The service defines what that means. */
     enum Autostart : quint32 {
-        /** As the service decides. */
+        /** The service decides. */
         AutostartDefault = 0,
-        /** It does. */
+        /** The service starts the task. */
         AutostartEnabled = 1,
-        /** It does not. */
+        /** The service does not start the task. */
         AutostartDisabled = 2,
     };
 
@@ -97,125 +92,136 @@ public:
     /**
      * Constructs an invoker, and sends its registration.
      *
-     * This makes the bus call "RegisterInvoker" (signature "s", answered by "oa{sv}") on the
-     * service's ".TaskInvoker1" interface, and does not wait for the answer. It opens the
-     * connection to the bus if the process has none yet, and asks the message bus who owns the
-     * service's name, which takes a few milliseconds. A message bus that accepts the connection and
-     * then does not reply blocks the first object of a process without a limit, and later ones for
-     * about 50 seconds. It does not matter whether the service runs, and there need not be a bus:
-     * the failure comes to onReady() like any other.
+     * Makes the bus call "RegisterInvoker" (signature "s", reply "oa{sv}") on the service's
+     * ".TaskInvoker1" interface, and does not wait for the reply.
+     *
+     * This opens the process's connection to the bus if there is none yet. It subscribes to the
+     * changes of the lists and asks the message bus who owns the service's name, which takes a few
+     * milliseconds. If the message bus accepts the connection and then does not reply, the first
+     * object of a process blocks without a limit, and later ones block for about 50 seconds. The
+     * service need not run, and there need not be a bus: onReady() reports the failure.
      *
      * A failed registration is logged as a warning: "TaskInvoker registration failed:" and the bus
-     * error, or "Unexpected object path:" and the path if the service answers with another
-     * session's.
+     * error; or, if the service replies with another session's path, "Unexpected object path:" and
+     * that path.
+     *
+     * The library lifts libdbus's limits of received messages and file descriptors for this
+     * connection, as long as the process lives. @ref behaviour says why, and what that can cost.
      *
      * @param bus      the bus.
-     * @param taskType names the type. It becomes the end of the path of the session's bus object
-     *                 just as it is, and so takes letters, digits and underscores, in parts that
-     *                 "/" may separate. It is not checked: another type is registered, too, but no
-     *                 service can answer well, and start() and stop() fail without being sent.
-     *                 Types over 32 MiB are refused. Above about 800 characters no list changes
-     *                 arrive: a match rule holds 1,024 bytes.
+     * @param taskType the name of the type. It becomes the end of the session's object path as it
+     *                 is, so it consists of letters, digits and underscores, in parts separated by
+     *                 "/". This is not checked: any other type is sent to the service as well, but
+     *                 start() and stop() then fail without being sent. Types over 32 MiB are
+     *                 refused. Above about 800 characters no list changes arrive: a match rule
+     * holds 1,024 bytes.
      * @param parent   the parent.
      */
     TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
 
     /**
-     * Destroys the invoker. Its callbacks that have not run yet never do, but the calls are not
-     * withdrawn: a task whose start has been sent is started. Nothing is sent to the service.
+     * Destroys the invoker and drops its callbacks, except one that is already on its way to
+     * another thread. The calls are not withdrawn: a task whose start has been sent is started.
+     * Nothing is sent to the service.
      */
     ~TaskInvoker() override;
 
-    /** Returns the task type, as it was given to the constructor. */
+    /** Returns the task type, as given to the constructor. */
     QString taskType() const;
 
-    /** Returns the bus, as it was given to the constructor. */
+    /** Returns the bus, as given to the constructor. */
     BusType busType() const;
 
-    /** Returns whether the reply to the registration has been handled, whatever it was. */
+    /** Returns whether the registration has ended, with success or failure. */
     bool isReady() const;
 
     /**
-     * Returns the outcome of the registration, as the callbacks of onReady() receive it; no error
-     * before the invoker is ready.
+     * Returns the outcome of the registration, as the callbacks of onReady() receive it. It is no
+     * error before the invoker is ready.
      */
     Error error() const;
 
-    /** Sets how long later start() and stop() wait for a reply, as Control::setTimeout() does. */
+    /**
+     * Sets how long later calls of start() and stop() wait for a reply. The range, the default and
+     * the failure are those of Control::setTimeout().
+     */
     void setTimeout(int milliseconds);
 
-    /** Returns the timeout of later calls in milliseconds; -1 for the bus library's default. */
+    /** Returns the timeout of later calls in milliseconds, or -1 for the default. */
     int timeout() const;
 
     /**
      * Calls @p callback with the outcome of the registration, exactly once if the invoker lives.
      *
-     * Before the answer has been handled the callback is copied; it runs from the event loop,
-     * behind the signals of the first lists and behind the callbacks given earlier, and is kept
-     * until the invoker is destroyed, with all that it holds. After that it runs within this
-     * function, and is not kept. This makes no bus call of its own.
+     * Before the invoker is ready, the callback is copied. It then runs from the event loop, after
+     * the signals of the first lists and after the callbacks given earlier. The copy is kept until
+     * the invoker is destroyed. Once the invoker is ready, the callback runs within this function,
+     * and is not kept. This makes no bus call.
      *
-     * @param callback receives an Error: no error when the invoker is registered; Error::Failed
-     *                 with the message "Wrong TaskInvoker path" when the service answered with
-     *                 another session's path; the code of the service's own error; or Error::Failed
-     *                 when the service is absent, ends before it answers, answers with other types,
-     *                 or lets the bus's time limit pass (25 seconds by default), and when there is
-     *                 no bus. A service may answer with an error reply of the name "NoError": that
-     *                 is logged and leaves the lists as they are, but gives an Error that is no
-     *                 error and has the reply's message. An empty callback throws
-     *                 `std::bad_function_call` when it is its turn, out of this function or out of
-     *                 the event loop; those behind it are then not called.
+     * @param callback receives no error if the invoker is registered. Otherwise the error has one
+     * of these codes:
+     *                 - the code of the service's own error;
+     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses the
+     *                   call;
+     *                 - Failed with the message "Wrong TaskInvoker path", if the service replies
+     *                   with another session's path;
+     *                 - Failed, if the service is absent, ends before it replies, replies with
+     *                   other types, or does not reply within 25 seconds; if there is no bus; or if
+     *                   the task type is too large.
+     *                 An error reply named "NoError" is logged and leaves the lists unchanged, but
+     *                 gives no error, and the reply's message.
+     *                 An empty callback throws `std::bad_function_call` when its turn comes, from
+     *                 this function or from the event loop. The callbacks after it are not called.
      */
     void onReady(const std::function<void(const Error &error)> &callback);
 
     /**
-     * Calls @p callback with the outcome of the registration, as onReady(callback) does, on behalf
-     * of @p context.
+     * Calls @p callback on behalf of @p context with the outcome of the registration, as
+     * onReady(callback) does.
      *
-     * @param context   must be alive. The callback runs in its thread: where that is the invoker's,
-     *                  when onReady(callback) would run it; otherwise from its event loop. Its
-     *                  deletion drops the callback. So does the invoker's, unless the callback is
-     *                  already on its way to another thread.
-     * @param callback  may be empty: nothing happens then.
+     * @param context   must be alive. If it lives in the invoker's thread, the callback runs when
+     *                  onReady(callback) would run it; otherwise it runs from the event loop of the
+     *                  thread of @p context. If @p context is destroyed, the callback is dropped.
+     * If the invoker is destroyed, it is dropped as well, unless it is already on its way to
+     * another thread.
+     * @param callback  may be empty: then nothing happens.
      */
     void onReady(const QObject *context, const std::function<void(const Error &error)> &callback);
 
     /**
      * Starts a task, and returns at once.
      *
-     * This makes the bus call "Start" (signature "sa{sv}a{sv}", answered by "i") on the invoker's
-     * session object, whether the invoker is registered or not; without a session the service
-     * answers with an error. Nothing is logged.
+     * Makes the bus call "Start" (signature "sa{sv}a{sv}", reply "i") on the invoker's session
+     * object, even if the invoker is not registered: the service then replies with an error.
+     * Nothing is logged.
      *
-     * @param name        names the task.
+     * Callbacks run in the order of the replies, which may differ from the order of the calls.
+     *
+     * @param name        the name of the task.
      * @param startupInfo what the task is started with.
-     * @param hints       how the service is to run it. Both maps are sent as they are; @ref sending
-     *                    says which values can be sent. With another one the call fails before it
-     *                    is sent.
+     * @param hints       how the service is to run the task. Both maps are sent as given;
+     *                    @ref sending says which values can be sent.
      * @param callback    receives the outcome, exactly once if the invoker lives, from the event
-     *                    loop and never from within this function. On success it gets the number of
-     *                    the service's answer, whose meaning is for the service to say, and an
-     *                    Error that is no error. On failure it gets 0 (or, when the text of the
-     *                    service's error reads as a number, that) and the Error: the code of the
-     *                    service's own error, or Error::Failed when the service is absent, ends
-     *                    before it answers, answers with another type, or lets the bus's time limit
-     *                    pass (25 seconds by default), when there is no bus, when the task type
-     *                    makes no valid path, and when the name or a map cannot be sent
-     *                    ("Marshalling failed:" and the reason). Errors of the message bus itself
-     *                    keep the codes that Error has for them: AccessDenied, InvalidArgs and
-     *                    NotSupported. It is copied and kept until then. It may be empty: the
-     *                    outcome is dropped then.
-     *
-     * Callbacks run in the order in which the answers arrive, which need not be the order of the
-     * calls.
+     *                    loop, never from within this function. On success it receives the number
+     *                    of the reply, which the service defines, and no error. On failure it
+     *                    receives 0 and an error with one of these codes:
+     *                    - the code of the service's own error;
+     *                    - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses
+     * the call;
+     *                    - Failed, if the service is absent, ends before it replies, replies with
+     *                      another type, or does not reply in time (25 seconds by default); if
+     * there is no bus; if the task type makes no valid path; or if the name or a map cannot be sent
+     * ("Marshalling failed:" and the reason). If the message of the service's error reads as a
+     * number, the callback receives that number instead of 0. The callback is copied. If it is
+     * empty, the outcome is dropped.
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const std::function<void(int number, const Error &error)> &callback);
 
     /**
-     * Starts a task, as start() without a context does, on behalf of @p context, which must be
-     * alive. The callback runs in its thread, from the event loop. Its deletion drops the callback,
-     * and so does the invoker's, as with onReady().
+     * Starts a task on behalf of @p context, which must be alive, as start() without a context
+     * does. The callback runs from the event loop of the thread of @p context. It is dropped if @p
+     * context or the invoker is destroyed, as with onReady().
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const QObject *context,
@@ -224,60 +230,60 @@ public:
     /**
      * Stops a task, and returns at once.
      *
-     * This makes the bus call "Stop" (signature "s", any answer) on the invoker's session object,
-     * whether the invoker is registered or not. Nothing is logged.
+     * Makes the bus call "Stop" (signature "s", any reply) on the invoker's session object, even if
+     * the invoker is not registered. Nothing is logged.
      *
-     * @param name     names the task.
-     * @param callback receives the outcome, exactly once if the invoker lives, from the event loop
-     *                 and never from within this function: an Error that is no error, or one with
-     *                 the same codes as that of start(). It is copied and kept until then. It may
-     *                 be empty: the outcome is dropped then.
+     * @param name     the name of the task.
+     * @param callback receives the outcome, exactly once if the invoker lives, from the event loop,
+     *                 never from within this function: no error, or an error with the codes of
+     *                 start(). It is copied. If it is empty, the outcome is dropped.
      */
     void stop(const QString &name, const std::function<void(const Error &error)> &callback);
 
     /**
-     * Stops a task, as stop() without a context does, on behalf of @p context, which must be alive.
-     * The callback runs in its thread, from the event loop. Its deletion drops the callback, and so
-     * does the invoker's, as with onReady().
+     * Stops a task on behalf of @p context, which must be alive, as stop() without a context does.
+     * The callback runs from the event loop of the thread of @p context. It is dropped if @p
+     * context or the invoker is destroyed, as with onReady().
      */
     void stop(const QString &name, const QObject *context,
               const std::function<void(const Error &error)> &callback);
 
     /**
-     * Returns the tasks that can be started, as the service last announced them; none before it has
-     * done so. It makes no bus call. The reference is good until the event loop runs again.
+     * Returns the tasks that can be started, as the service last announced them; empty before that.
+     * Makes no bus call. The reference is valid until the event loop runs again.
      */
     const QVector<AvailableTask> &availableTasks() const;
 
     /**
-     * Returns the running tasks, as the service last announced them; none before it has done so. It
-     * makes no bus call. The reference is good until the event loop runs again.
+     * Returns the running tasks, as the service last announced them; empty before that. Makes no
+     * bus call. The reference is valid until the event loop runs again.
      */
     const QVector<ActiveTask> &activeTasks() const;
 
 Q_SIGNALS:
     /**
-     * The service has announced the running tasks ("ActiveTasks"), the same ones as before
-     * possibly; activeTasks() returns them. It comes when the answer to the registration brings the
-     * list, before the callbacks of onReady(), and with each announcement, also before that answer
-     * and after a registration that failed. When one announcement holds both lists, it comes before
-     * availableTasksChanged(), and availableTasks() still returns the earlier list. A change that a
-     * call has caused may come before the call's callback or behind it. It is emitted from the
-     * event loop.
+     * Emitted when the service has announced the running tasks ("ActiveTasks"). activeTasks()
+     * returns them. They may be the same as before.
      *
-     * A slot may run an event loop of its own. If a newer announcement arrives in it, the newer
-     * lists stay; the older announcement still emits its remaining signal.
+     * The first announcement is the reply to the registration: the signal then comes before the
+     * callbacks of onReady(). Later announcements follow each change. An announcement may also come
+     * before the reply, or after a registration that failed. If one announcement holds both lists,
+     * this signal comes before availableTasksChanged(), while availableTasks() still returns the
+     * earlier list. A change that a call has caused may come before or after the call's callback.
      *
-     * A slot must not throw, as Qt does not support that. An exception out of a slot for the first
-     * lists, those of the registration's reply, leaves the invoker without its later signal, and
-     * not ready for ever: the callbacks of onReady() never run.
+     * A slot may run an event loop. If a newer announcement arrives there, its lists are kept; the
+     * older announcement still emits its remaining signal.
+     *
+     * A slot must not throw; Qt does not support that. If a slot throws while the reply to the
+     * registration is handled, the remaining signal is not emitted, the invoker never becomes
+     * ready, and the callbacks of onReady() never run.
      */
     void activeTasksChanged();
 
     /**
-     * The service has announced the tasks that can be started ("AvailableTasks"), the same ones as
-     * before possibly; availableTasks() returns them. It comes when activeTasksChanged() does, for
-     * its own list, and behind it when both lists are announced at once.
+     * Emitted when the service has announced the tasks that can be started ("AvailableTasks").
+     * availableTasks() returns them. They may be the same as before. The signal comes at the same
+     * times as activeTasksChanged(), and after it if one announcement holds both lists.
      */
     void availableTasksChanged();
 
@@ -288,9 +294,11 @@ private:
 };
 
 /**
- * What a task is started with. It is a property map: what is not set is not sent, and the service
- * applies its own default; entries that the functions below do not know can be put in like into any
- * map. It is a plain value, implicitly shared; nothing in it can fail, and it makes no bus call.
+ * What a task is started with.
+ *
+ * This is a property map. What is not set is not sent, and the service uses its own default. Other
+ * entries can be inserted as into any map, and are sent. A StartupInfo is a plain value, implicitly
+ * shared. Its functions cannot fail, and make no bus call.
  */
 class OSTREL_EXPORT TaskInvoker::StartupInfo : public QVariantMap
 {
@@ -301,31 +309,31 @@ public:
     /** Constructs startup information with the entries of @p map, unchanged. */
     explicit StartupInfo(const QVariantMap &map);
 
-    /** Sets the parameters of the task ("Params", "as"), in place of earlier ones. */
+    /** Sets the parameters of the task ("Params", "as"), and replaces earlier ones. */
     void setParameters(const QStringList &parameters);
 
     /** Returns the parameters of the task; an empty list if not set. */
     QStringList parameters() const;
 
     /**
-     * Adds "name=value" to the environment of the task ("Environment", "as"), behind what was added
-     * before. Nothing is checked, escaped or replaced: the same @p name may come again, and "=" may
-     * stand in both.
+     * Appends "name=value" to the environment of the task ("Environment", "as"). Nothing is
+     * checked, escaped or replaced: the same @p name may be added again, and both may contain "=".
      */
     void addEnvironmentVariable(const QString &name, const QString &value);
 
-    /** Returns the environment of the task, entries of the form "name=value"; empty if not set. */
+    /** Returns the environment of the task as "name=value" strings; an empty list if not set. */
     QStringList environment() const;
 };
 
 /**
- * How the service is to run a task. It is a property map: what is not set is not sent, and the
- * service applies its own default; entries that the functions below do not know can be put in like
- * into any map. It is a plain value, implicitly shared; nothing in it can fail, and it makes no bus
- * call.
+ * How the service is to run a task.
  *
- * Each setter replaces what was set before. The service defines the units, the ranges and the words
- * that it understands; nothing is checked here.
+ * This is a property map. What is not set is not sent, and the service uses its own default. Other
+ * entries can be inserted as into any map, and are sent. A Hints object is a plain value,
+ * implicitly shared. Its functions cannot fail, and make no bus call.
+ *
+ * Each setter replaces the earlier value. The service defines units, ranges and accepted strings;
+ * nothing is checked here.
  */
 class OSTREL_EXPORT TaskInvoker::Hints : public QVariantMap
 {
@@ -342,7 +350,7 @@ public:
     /** Returns the limit on the use of the processor; 0 if not set. */
     int cpuLimit() const;
 
-    /** Sets the user as whom the task runs ("User", "s"). */
+    /** Sets the user that the task runs as ("User", "s"). */
     void setUser(const QString &user);
 
     /** Returns the user; a null string if not set. */
@@ -366,7 +374,7 @@ public:
     /** Returns the longest running time; 0 if not set. */
     int maximumRunningTime() const;
 
-    /** Sets the task's weight in the choice of whom to end when memory runs out ("Weight", "i"). */
+    /** Sets the weight of the task for the out-of-memory killer ("Weight", "i"). */
     void setOomWeight(int weight);
 
     /** Returns the weight; 0 if not set. */
@@ -391,8 +399,8 @@ public:
     QStringList conditions() const;
 
     /**
-     * Sets whether the service starts the task by itself ("Autostart", "i": 0, 1 or 2). Any number
-     * but those of the enumeration is stored as AutostartDefault.
+     * Sets whether the service starts the task by itself ("Autostart", "i": 0, 1 or 2). A number
+     * outside the enumeration is stored as AutostartDefault.
      */
     void setAutostart(Autostart autostart);
 
@@ -400,16 +408,13 @@ public:
     Autostart autostart() const;
 
     /**
-     * Sets one setting of the task's control groups ("CGroups", "a{sv}", each value "ay"), in place
-     * of an earlier @p value of the same @p name. Other settings stay. The bytes travel as they
-     * are, zeros included.
+     * Sets one setting of the task's control groups ("CGroups", "a{sv}", each value "ay"), and
+     * replaces an earlier @p value of the same @p name. Other settings stay. All bytes are sent as
+     * given, zeros included.
      */
     void addCGroupSetting(const QString &name, const QByteArray &value);
 
-    /**
-     * Returns the control group settings by their names, each a QByteArray; empty if none was
-     * added.
-     */
+    /** Returns the control group settings by name, each a QByteArray; empty if none was added. */
     QVariantMap cGroupSettings() const;
 };
 

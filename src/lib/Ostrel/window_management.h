@@ -22,9 +22,9 @@ class WindowManagementPrivate;
 /**
  * Reports the status of a program's windows to the lifecycle service.
  *
- * A program that shows windows reports each change of a window's status, and learns in return the
- * state that the service now assigns to the application. The service may be absent when the object
- * is made, may come and go: each report stands for itself, and nothing is queued or repeated.
+ * A program that shows windows reports each change of a window's status. The reply is the state
+ * that the service now assigns to the application. The service may be absent when the object is
+ * made, and may come and go. Nothing is queued or sent again.
  *
  * @code
  * Ostrel::WindowManagement windows;
@@ -38,10 +38,11 @@ class WindowManagementPrivate;
  *                            });
  * @endcode
  *
- * The object uses the session bus, and the event loop of the thread that calls it must run. Like
- * any QObject it belongs to one thread and is used there; only the callback may run in another one.
- * A connection to the bus that is lost does not come back: when the message bus itself has ended,
- * every later report of the process fails.
+ * The object uses the session bus, and belongs to the thread that made it. Use it in that thread,
+ * and run an event loop there; only the callback may run in another thread. No function waits for
+ * the service.
+ *
+ * @ref behaviour says what else to know about a lost connection, fork() and the end of the process.
  */
 class OSTREL_EXPORT WindowManagement : public QObject
 {
@@ -51,55 +52,61 @@ public:
     /**
      * Constructs the object with the given @p parent.
      *
-     * The connection to the session bus is opened if the process has none yet, and the message bus
-     * is asked who owns the service's name. That takes a few milliseconds; a message bus that hangs
-     * holds it up. Nothing is sent to the service, and it does not matter whether it runs. Without
-     * a bus the object works all the same; its reports then fail.
+     * This opens the process's connection to the session bus if there is none yet, and asks the
+     * message bus who owns the service's name, which takes a few milliseconds. If the message bus
+     * accepts the connection and then does not reply, the first object of a process blocks without
+     * a limit, and later ones block for about 50 seconds. Nothing is sent to the service, which
+     * need not run. Without a bus the object still works: its reports fail.
+     *
+     * The library lifts libdbus's limits of received messages and file descriptors for this
+     * connection, as long as the process lives. @ref behaviour says why, and what that can cost.
      */
     explicit WindowManagement(QObject *parent = nullptr);
 
     /**
-     * Destroys the object. Reports whose answer has not come yet are not withdrawn: their callbacks
-     * still run, as long as their context objects live.
+     * Destroys the object. Reports under way are not withdrawn: their callbacks still run if their
+     * context objects live.
      */
     ~WindowManagement() override;
 
-    /** Sets how long later reports wait for a reply, as Control::setTimeout() does. */
+    /**
+     * Sets how long later reports wait for a reply. The range, the default and the failure are
+     * those of Control::setTimeout().
+     */
     void setTimeout(int milliseconds);
 
-    /** Returns the timeout of later reports in milliseconds; -1 for the bus library's default. */
+    /** Returns the timeout of later reports in milliseconds, or -1 for the default. */
     int timeout() const;
 
     /**
      * Reports the status of one window, and returns at once.
      *
-     * This makes the bus call "UpdateWindowStatus" (signature "siii", answered by "u") on the
-     * service's ".WindowManagement1" interface. The string and the three numbers go out as given (a
-     * text ends at a character U+0000, and half of a surrogate pair arrives as "?"); what they
-     * mean, and which of them are valid, is for the service to say.
+     * Makes the bus call "UpdateWindowStatus" (signature "siii", reply "u") on the service's
+     * ".WindowManagement1" interface. The service defines what the string and the numbers mean and
+     * which are valid; they are sent as given. @ref sending says what a string can hold.
      *
-     * @param window   names the window.
+     * Callbacks run in the order of the replies, which may differ from the order of the calls.
+     *
+     * @param window   the name of the window.
      * @param status   the status of the window.
-     * @param arg1     the first further number, whatever the service defines for the status.
-     * @param arg2     the second further number, likewise.
-     * @param context  the object on whose behalf the call is made. It must be alive. The callback
-     *                 runs in this object's thread, from that thread's event loop; once the object
-     *                 is destroyed, the callback is dropped and never runs.
-     * @param callback receives the outcome, exactly once if the context lives, and never from
-     *                 within this function. On success it gets the state that the service assigned,
-     *                 any number included, and an Error that is no error. On failure it gets
-     *                 ApplicationStateUnknown (255) and the Error: the code of the service's own
-     *                 error, or Error::Failed when the service is absent, ends before it answers,
-     *                 answers with another type, or lets the bus's time limit pass (25 seconds by
-     *                 default), when there is no bus, and when @p window is too large for a message
-     *                 (128 MiB). A service may answer with an error reply
-     *                 of the name "NoError": that gives 255, too, and an Error that is no error but
-     *                 has the reply's message. The callback is copied and kept until then, and
-     *                 may delete any object, the context and this one included. An empty one makes
-     *                 the event loop throw `std::bad_function_call`.
-     *
-     * Callbacks run in the order in which the answers arrive, which need not be the order of the
-     * calls.
+     * @param arg1     the first further number of the status.
+     * @param arg2     the second further number of the status.
+     * @param context  the object on whose behalf the call is made; it must be alive. If it is
+     *                 destroyed, the callback is dropped.
+     * @param callback receives the outcome, exactly once if the context lives, from the event loop
+     *                 of the thread of @p context, never from within this function. On success it
+     *                 receives the state that the service assigned, which may be any number, and no
+     *                 error. On failure it receives ApplicationStateUnknown (255) and an error with
+     *                 one of these codes:
+     *                 - the code of the service's own error;
+     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses the
+     *                   call;
+     *                 - Failed, if the service is absent, ends before it replies, replies with
+     *                   another type, or does not reply in time (25 seconds by default); if there
+     * is no bus; or if @p window is too large for a message (128 MiB). An error reply named
+     * "NoError" gives 255, no error, and the reply's message. The callback is copied. It may delete
+     * any object, the context and this one included. If it is empty, the event loop throws
+     * `std::bad_function_call`.
      */
     void updateWindowStatus(
         const QString &window, int status, int arg1, int arg2, const QObject *context,
