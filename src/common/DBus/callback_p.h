@@ -13,7 +13,7 @@
 namespace Ostrel
 {
 
-// A type of its own: another plugin may have registered std::function<void()>, and been unloaded.
+// Not std::function<void()> itself: another plugin may have registered that, and been unloaded.
 struct RelayedCall
 {
     std::function<void()> run;
@@ -33,12 +33,12 @@ class CallbackRelay : public QObject
     Q_OBJECT
 
 Q_SIGNALS:
-    // Spelled as it is registered, or it cannot be queued.
+    // Spelled as registered, or Qt could not queue it.
     void run(const Ostrel::RelayedCall &call);
 };
 
-// A callback that runs on behalf of context: in its thread, and not after it is gone. Where that is
-// the thread of the caller, it runs within the call. An empty callback does nothing.
+// Returns a callback that runs in the thread of context, unless context has been deleted. If that
+// is the caller's thread, it runs within the call. An empty callback does nothing.
 template <typename... Arguments>
 std::function<void(Arguments...)> onBehalfOf(const QObject *context,
                                              const std::function<void(Arguments...)> &callback)

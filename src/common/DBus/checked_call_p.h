@@ -12,11 +12,10 @@
 namespace Ostrel
 {
 
-// Calls a method, unless an argument cannot be sent or the connection is lost: the call has then
-// failed, as if the service had refused it.
+// Calls a method. If an argument cannot be sent or the connection is lost, returns a failed call.
 //
-// Blocking calls are made this way as well, and waited for: QDBusAbstractInterface::call() writes
-// the connection's last error without a lock, so that two threads in it corrupt the heap.
+// Blocking calls use this as well, and wait for it to finish. QDBusAbstractInterface::call() writes
+// the connection's last error without a lock: two threads in it corrupt the heap.
 template <typename... Arguments>
 QDBusPendingCall checkedCall(QDBusAbstractInterface &proxy, const QString &method,
                              Arguments... arguments)

@@ -30,7 +30,7 @@ void skipValue(const QDBusArgument &argument)
         return;
     case QDBusArgument::BasicType:
     case QDBusArgument::VariantType:
-        // A message or a variant holds such a value itself, not an argument that could be copied.
+        // QtDBus passes on such a value itself, not as an argument that may have copies.
         argument.asVariant();
     }
 }

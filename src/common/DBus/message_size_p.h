@@ -37,8 +37,8 @@ public:
     // A signature has one byte for its length.
     void addSignature(qint64 length) { add(1 + length + 1); }
 
-    // So many values of a number type, or of a structure that holds nothing but numbers. Returns
-    // false, and adds nothing, if the type is another one.
+    // Adds count values of a number type, or of a structure of numbers. For another type, returns
+    // false and adds nothing.
     bool addNumbers(const char *type, qint64 count)
     {
         MessageSize one;

@@ -15,7 +15,7 @@ constexpr int maximumContainers = 64;
 // How many characters a signature may have.
 constexpr int maximumSignature = 255;
 
-// How deeply the types of a signature are nested. What a variant holds does not show in it.
+// How deeply the types of a signature are nested. It does not show what a variant holds.
 struct Nesting
 {
     int arrays = 0;
@@ -23,7 +23,7 @@ struct Nesting
     int entries = 0;
     int containers = 0;
 
-    // Whether no message may hold such a type. libdbus aborts at a variant of one.
+    // Whether the type is too deep for a message. libdbus aborts on a variant of such a type.
     bool isTooDeep() const { return arrays > 32 || structures > 32 || entries > 32; }
 };
 
@@ -31,7 +31,7 @@ struct Nesting
 // too early is not read beyond its end.
 Nesting nestingOf(const char *&signature);
 
-// Whether a message may hold the signature as a value. Its characters are known to be types.
+// Whether a message may hold the signature as a value. Its characters must be types.
 bool isSignature(const QByteArray &signature);
 
 } // namespace Ostrel

@@ -7,13 +7,13 @@
 
 #include <QtDBus/QDBusMetaType>
 
-// Arguments in a message that is to be sent. One that the caller has written cannot be read. One
-// that was received can, and it may be as deep and as large as a message of its own.
+// QDBusArgument values in an outgoing message. An argument that the caller has written cannot be
+// read. A received argument can. It may be as deep and as large as a whole message.
 //
 // QtDBus leaks a container that is begun and not ended.
 //
-// A copy of an argument keeps its own place once operator>> or a begin function has been used on
-// it; asVariant() would move the caller's argument along.
+// operator>> and the begin functions detach a copy of an argument. asVariant() would advance the
+// caller's argument.
 
 namespace Ostrel
 {
@@ -45,7 +45,7 @@ bool OutgoingMessage::argument(const QVariant &value, int containers)
 bool OutgoingMessage::received(const QVariant &value, const QDBusArgument &argument,
                                const char *&type, int containers)
 {
-    QVariant replacement; // never there: nothing that was received is JSON
+    QVariant replacement; // stays invalid: no received value is JSON
     bool isSendable = true;
     const char *const start = type++;
     switch (*start) {

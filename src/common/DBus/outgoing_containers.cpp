@@ -21,8 +21,8 @@ namespace
 using Associative = QtMetaTypePrivate::QAssociativeIterableImpl;
 using Sequential = QtMetaTypePrivate::QSequentialIterableImpl;
 
-// Whether Qt itself knows how to iterate over a type. canConvert() also says yes to a type with a
-// converter of the caller's own, and iterating over one of those crashes.
+// Whether Qt itself can iterate over a type. canConvert() also returns true for a type with a
+// converter of the caller's own, and iterating over such a type crashes.
 template <typename Iterable> bool isIterable(const QVariant &value)
 {
     return QMetaType::hasRegisteredConverterFunction(value.userType(), qMetaTypeId<Iterable>());
@@ -34,7 +34,7 @@ bool areQVariants(int type, const char *signature)
     return type == QMetaType::QVariant && *signature == 'v';
 }
 
-// The type as which QtDBus marshals the elements of a container.
+// The type that QtDBus marshals for the elements of a container.
 int elementTypeOf(int type)
 {
     return type == QMetaType::QVariant ? qMetaTypeId<QDBusVariant>() : type;
@@ -45,8 +45,8 @@ void append(QDBusArgument &argument, const QVariant &element, bool isVariant)
     argument.appendVariant(isVariant ? QVariant::fromValue(QDBusVariant(element)) : element);
 }
 
-// What is sent in place of a container that cannot hold the replacement of a value is written to a
-// QDBusArgument. That takes a file descriptor only when it is part of a message already.
+// A container that cannot hold a replaced value is sent as a QDBusArgument instead. A QDBusArgument
+// accepts a file descriptor only if it is already part of a message.
 const char *const besideJson = "holds a file descriptor beside JSON, in a value";
 
 } // namespace
@@ -98,7 +98,7 @@ bool OutgoingMessage::elements(const QVariant &value, const char *signature, int
 bool OutgoingMessage::pairs(const QVariant &value, const char *signature, int containers,
                             QVariant &replacement)
 {
-    // A key is of a basic type.
+    // A key has a basic type.
     const char *const keySignature = signature + 2;
     const char *const valueSignature = signature + 3;
     m_size.addLength();
@@ -147,7 +147,7 @@ bool OutgoingMessage::element(QVariant &element, const char *signature, int cont
                               bool isVariant)
 {
     QVariant replacement;
-    // Of the JSON classes, QtDBus knows these two. The type of the container says what they become.
+    // QtDBus knows these two of the JSON classes. The type of the container says what they become.
     const bool isObject = element.userType() == QMetaType::QJsonObject;
     const bool isArray = element.userType() == QMetaType::QJsonArray;
     if (isVariant) {
@@ -176,8 +176,8 @@ bool OutgoingMessage::element(QVariant &element, const char *signature, int cont
     return true;
 }
 
-// One of the library's own structures, or one of a fixed size. A structure of the caller's own may
-// hold more than its type tells.
+// A structure of the library, or one of a fixed size. A structure of the caller may hold more than
+// its type shows.
 bool OutgoingMessage::structure(const QVariant &value, const char *signature, int containers,
                                 QVariant &replacement)
 {

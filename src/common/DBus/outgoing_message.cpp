@@ -17,12 +17,12 @@ constexpr qint64 head = 4096;
 constexpr qint64 maximumMessage = 128 << 20;
 constexpr qint64 maximumArray = 64 << 20;
 
-// A system bus drops the connection of a program that sends more, unless it is configured
-// otherwise. A session bus is configured to take as much as the protocol allows.
+// By default, a system bus drops the connection of a program that sends more. A session bus is
+// configured to accept as much as the protocol allows.
 constexpr qint64 maximumSystemMessage = 32 << 20;
 
-// The path of the session of a task type of 32 MiB. The service answers with the path, and a
-// connection of its own that has taken in 63 MiB at once may never take in anything again.
+// The path of the session of a task type of 32 MiB. The service replies with the path. If the
+// service's own connection receives 63 MiB at once, it may never receive anything again.
 constexpr qint64 maximumPath = qint64(sizeof OSTREL_TASK_INVOKER_SESSIONS_PATH) - 1 + (32 << 20);
 
 qint64 maximumOf(const QDBusConnection &bus)
@@ -41,8 +41,8 @@ QDBusError disconnected()
 OutgoingMessage::OutgoingMessage(const QDBusConnection &bus, const QString &path)
     : OutgoingMessage(maximumOf(bus) - head)
 {
-    // On a lost connection QtDBus may wait for ever, as it does when the process ends and its
-    // thread is gone before the static objects of the caller are.
+    // On a lost connection QtDBus may wait for ever. It does so at the end of the process, when its
+    // thread is gone before the caller's static objects.
     m_isLost = !bus.isConnected();
     m_passesDescriptors = m_isLost
         || (bus.connectionCapabilities() & QDBusConnection::UnixFileDescriptorPassing) != 0;
@@ -87,7 +87,7 @@ void OutgoingMessage::add(QVariantMap &map)
 
 QDBusError OutgoingMessage::refusal()
 {
-    // QtDBus needs their places now.
+    // QtDBus needs room for its own duplicates now.
     m_duplicates.clear();
     if (m_isLost && !m_refusal.isValid()) {
         return disconnected();

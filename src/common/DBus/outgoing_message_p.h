@@ -18,25 +18,25 @@
 namespace Ostrel
 {
 
-// Decides whether a message can be sent, before QtDBus marshals it: QtDBus aborts the process at a
-// value that it cannot marshal, and the bus drops a connection that sends a message which is too
-// deep or too large. Every argument of a caller goes through add().
+// Checks whether a message can be sent, before QtDBus marshals it. QtDBus aborts the process on a
+// value that it cannot marshal. The bus drops a connection that sends too deep or too large a
+// message. Every argument of a caller goes through add().
 //
-// JSON values in maps are replaced by plain values. Nothing else is changed, and usual values cost
-// no memory.
+// JSON values in maps are replaced by plain values. Nothing else is changed. Usual values allocate
+// nothing.
 //
-// A QDBusArgument that the caller has written and a structure of the caller's own cannot be
-// inspected: they are judged by their types.
+// A QDBusArgument that the caller has written and a structure of the caller cannot be inspected.
+// Only their types are checked.
 class OutgoingMessage
 {
 public:
-    // A call of the object at the path.
+    // A call to the object at the path.
     OutgoingMessage(const QDBusConnection &bus, const QString &path);
 
-    // A message with room for so many bytes besides its head.
+    // A message that may hold this many bytes after its head.
     explicit OutgoingMessage(qint64 room);
 
-    // A number is part of what is kept for the head.
+    // Numbers fit into the bytes that are kept for the head.
     static void add(int /*number*/) { }
     void add(const QString &string);
     void add(QVariantMap &map);
@@ -47,17 +47,18 @@ public:
     qint64 bytes() const { return m_size.bytes(); }
 
 private:
-    // A value in a map stands in a variant in an entry in an array; one in a list in a variant in
-    // an array.
+    // The containers of a map's value: array, entry and variant. Of a list's value: array and
+    // variant.
     static constexpr int containersOfMap = 3;
     static constexpr int containersOfList = 2;
 
     void addString(const QString &string, qint64 limit);
 
-    // Each of these counts a value and returns whether it can be sent. containers is the number of
-    // containers around it. A replacement is valid if it has to be sent in the value's place.
+    // Each of these adds the size of a value, and returns whether the value can be sent. containers
+    // is the number of containers around the value. A valid replacement must be sent instead of the
+    // value.
 
-    // What stands in a variant.
+    // The value of a variant.
     bool value(const QVariant &value, int containers, QVariant &replacement);
     bool json(const QVariant &value, int containers, QVariant &replacement);
     bool argument(const QVariant &value, int containers);
@@ -87,8 +88,8 @@ private:
     bool within(const QVariant &value, bool (OutgoingMessage::*look)(Container &, int),
                 int containers, QVariant &replacement);
 
-    // The value of a type at which a received argument stands; it was received as part of the
-    // given value. The type is moved past.
+    // The current value of a received argument. The argument is part of the given value, which
+    // errors name. Moves type past the type of the current value.
     bool received(const QVariant &value, const QDBusArgument &argument, const char *&type,
                   int containers);
     bool receivedArray(const QVariant &value, const QDBusArgument &argument, const char *&type,
@@ -102,17 +103,17 @@ private:
 
     MessageSize m_size;
     const qint64 m_limit; // of the message
-    qint64 m_room; // of the map that is looked at
+    qint64 m_room; // of the current map
     bool m_isLost = false;
     bool m_passesDescriptors = true;
     QString m_key;
     const char *m_what = nullptr; // of the value that was found unsendable
-    int m_replacements = 0; // so many values have been replaced
+    int m_replacements = 0; // how many values have been replaced
     QVector<QDBusUnixFileDescriptor> m_duplicates; // of the file descriptors in the message
     QDBusError m_refusal;
 };
 
-// What a request fails with on a connection that is lost.
+// The error of a request on a lost connection.
 QDBusError disconnected();
 
 template <typename Map> bool OutgoingMessage::entries(Map &map, int containers)
@@ -139,7 +140,7 @@ template <typename Map> bool OutgoingMessage::entries(Map &map, int containers)
         return true;
     }
 
-    // By their places: a key may come twice.
+    // By position: a key may occur twice.
     auto entry = map.begin();
     place = 0;
     for (const auto &replacement : qAsConst(replacements)) {

@@ -19,7 +19,7 @@ namespace Ostrel
 namespace
 {
 
-// What a dbus-daemon takes in one message; usual configurations of both buses keep its default.
+// The default of dbus-daemon for one message. The usual configurations of both buses keep it.
 constexpr int maximumDescriptors = 16;
 
 // Each level of JSON takes at least two containers.
@@ -27,7 +27,7 @@ constexpr int maximumJsonLevels = maximumContainers / 2;
 
 const char *const tooDeep = "is nested too deeply for a message, with a value";
 
-// Qt's own maps and lists are known without a search in Qt's tables.
+// For Qt's own maps and lists, this saves a look-up in Qt's tables.
 const char *signatureOf(int type)
 {
     switch (type) {
@@ -47,7 +47,7 @@ bool isJson(int type)
         || type == QMetaType::QJsonArray;
 }
 
-// What a value of a known type holds.
+// The content of a value of a known type.
 template <typename Content> const Content &contentOf(const QVariant &value)
 {
     return *static_cast<const Content *>(value.constData());
@@ -79,7 +79,7 @@ bool OutgoingMessage::type(const QVariant &value, const char *signature, int con
     if (nesting.isTooDeep() || containers + nesting.containers > maximumContainers) {
         return unsendable(value, tooDeep);
     }
-    // A variant holds one value; an argument may have been given several.
+    // A variant holds one value, but a caller may write several values to an argument.
     if (*rest != '\0') {
         return unsendable(value, "holds several values");
     }
@@ -184,7 +184,7 @@ bool OutgoingMessage::descriptor(const QVariant &value, const QDBusUnixFileDescr
     if (m_duplicates.size() == maximumDescriptors) {
         return unsendable(value, "holds one file descriptor too many, in a value");
     }
-    // libdbus duplicates each one, and drops it silently where the process may open no more.
+    // libdbus duplicates each descriptor, and silently drops it if the process can open no more.
     m_duplicates.append(QDBusUnixFileDescriptor(descriptor.fileDescriptor()));
     return m_duplicates.constLast().isValid()
         || unsendable(value, "holds a file descriptor that cannot be duplicated, in a value");

@@ -30,13 +30,13 @@ public:
     }
 };
 
-// Runs handler(reply) once the call has been answered, from the event loop of context's thread, and
-// never after context is gone. Reply is a QDBusPendingReply, whose types the answer has to match;
-// another answer arrives as an error. The handler may delete anything, context included.
+// Runs handler(reply) when the call has finished, from the event loop of context's thread, unless
+// context has been deleted. Reply is a QDBusPendingReply; a reply with other types becomes an
+// error. The handler may delete any object, context included.
 template <typename Reply, typename Handler>
 void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Handler handler)
 {
-    // An object cannot have a parent in another thread. There the watcher follows context by hand.
+    // An object cannot have a parent in another thread. So the watcher follows destroyed() below.
     const bool elsewhere = context != nullptr && context->thread() != QThread::currentThread();
     auto *watcher =
         new PendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
@@ -48,8 +48,8 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
         handler(reply);
     };
     if (context != nullptr && watcher->isFinished()) {
-        // The watcher would take two passes of the event loop to tell, and be overtaken by what
-        // the bus delivers later.
+        // The watcher would need two passes of the event loop to emit finished(). Later messages of
+        // the bus would overtake it.
         QMetaObject::invokeMethod(
             watcher, [watcher, handle] { handle(watcher); }, Qt::QueuedConnection);
     } else if (!QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, handle)) {

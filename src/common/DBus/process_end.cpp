@@ -24,18 +24,18 @@ std::atomic<bool> begun = false;
 // Set before the end is announced.
 std::thread::id endingThread; // clazy:exclude=non-pod-global-static
 
-// Never destroyed: static objects of the host may make requests after the sentinel has gone.
+// Never destroyed: static objects of the program may make requests after the sentinel is gone.
 std::shared_mutex &mutex()
 {
     static auto *const forever = new std::shared_mutex;
     return *forever;
 }
 
-// QtDBus's thread may still have to send calls. That crashes when Qt's types have gone.
+// QtDBus's thread may still have to send calls, which crashes once Qt's types are gone.
 void waitUntilCallsAreSent()
 {
-    // All connections share the thread. It carries this out after what it was told before, and
-    // finds nothing to disconnect.
+    // All connections share the thread. It handles this request after all earlier ones, and finds
+    // nothing to disconnect.
     QObject receiver;
     for (const char *const bus : {"qt_default_session_bus", "qt_default_system_bus"}) {
         QDBusConnection(QLatin1String(bus))
@@ -75,14 +75,14 @@ void ProcessEnd::keep(const void *call)
     calls->push_back(call);
 }
 
-// Threads that go on with their requests could put off the end for ever. So none begins one after
-// the end was announced.
+// Threads that keep making requests could delay the end for ever. So none begins a request after
+// the end has been announced.
 ProcessEnd::Delay::Delay()
 {
     if (!announced) {
         m_lock = std::shared_lock<std::shared_mutex>(mutex());
     }
-    // It may have been announced meanwhile.
+    // The end may have been announced meanwhile.
     m_isGranted = m_lock.owns_lock() ? !begun : endingThread == std::this_thread::get_id();
 }
 

@@ -6,13 +6,14 @@
 
 #include <shared_mutex>
 
-// Keeps this library and QtDBus apart when the process ends. QtDBus deletes the calls that still
-// wait for a reply then, although others hold references to them.
+// Protects pending calls when the process ends. QtDBus then deletes the calls that wait for a
+// reply, although others hold references to them.
 namespace Ostrel::ProcessEnd
 {
 
-// Notices from now on that the process ends. Static objects are destroyed in reverse order: each
-// proxy calls this when QtDBus and the types have been set up, so that it notices before they go.
+// Starts watching for the end of the process. Static objects are destroyed in reverse order, so
+// each proxy calls this after QtDBus and the types have been set up: the end is noticed before they
+// go.
 void watch();
 
 // Whether QtDBus may have deleted the calls that wait for a reply.
@@ -21,14 +22,14 @@ bool hasBegun();
 // Leaks a call on purpose, where leak checkers still find it.
 void keep(const void *call);
 
-// The end of the process waits while one of these exists, so that QtDBus, its types included, stays
-// until another thread has waited for a reply and read it.
+// The end of the process waits while one of these exists. QtDBus and its types then stay until
+// another thread has received and read its reply.
 class Delay
 {
 public:
     Delay();
 
-    // False if the process ends already, and not by this thread: QtDBus may go at any moment.
+    // False if another thread is already ending the process: QtDBus may go at any moment.
     bool isGranted() const { return m_isGranted; }
 
 private:

@@ -17,14 +17,14 @@ namespace
 
 using SetLimit = void (*)(void *connection, long limit);
 
-// The functions of the libdbus that QtDBus uses. Neither Qt nor this library is linked to more of
-// it, and the process may have loaded another one.
+// The functions of the libdbus that QtDBus uses. This library is not linked to libdbus, and the
+// process may have loaded another one.
 class ReceiveLimits
 {
 public:
     void lift(void *connection) const
     {
-        // Both or none: a connection that stops at one of them reads nothing any more.
+        // Both or none: a connection that reaches either limit never reads again.
         if (m_setBytes != nullptr && m_setDescriptors != nullptr) {
             m_setBytes(connection, std::numeric_limits<long>::max());
             m_setDescriptors(connection, std::numeric_limits<long>::max());
@@ -45,13 +45,13 @@ private:
         if (m_qtDBus == nullptr) {
             return nullptr;
         }
-        // Looks in QtDBus and in the libraries that it is linked to.
+        // Searches QtDBus and the libraries that it is linked to.
         void *const linked = dlsym(m_qtDBus, name);
         if (linked == nullptr) {
             // QtDBus loads libdbus itself, in the same way.
             return reinterpret_cast<SetLimit>(QLibrary::resolve(QStringLiteral("dbus-1"), 3, name));
         }
-        // A program that contains a libdbus of its own may have put it in front for QtDBus as well.
+        // If the program contains a libdbus of its own, QtDBus may use that one.
         return dlsym(RTLD_DEFAULT, name) == linked ? reinterpret_cast<SetLimit>(linked) : nullptr;
     }
 

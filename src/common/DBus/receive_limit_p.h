@@ -9,12 +9,12 @@
 namespace Ostrel
 {
 
-// Lets the connection read messages however much waits to be handled already, in bytes and in file
-// descriptors. The build option OSTREL_LIFT_RECEIVE_LIMIT turns this off.
+// Lets the connection read messages however many bytes and file descriptors wait to be handled. The
+// build option OSTREL_LIFT_RECEIVE_LIMIT turns this off.
 //
-// libdbus stops reading when more than 63 MiB or 4,096 descriptors wait: one large reply, or the
-// signals of a while in which the program did not listen. It goes on when enough has been handled,
-// but that happens in another thread than the one in which QtDBus reads, and QtDBus does not
+// libdbus stops reading when more than 63 MiB or 4,096 descriptors wait: after one large reply, or
+// after many signals while no event loop ran. It is ready to go on when enough has been handled.
+// But that happens in another thread than the one in which QtDBus reads, and QtDBus does not
 // notice: nothing would ever arrive again.
 void liftReceiveLimit(const QDBusConnection &bus);
 

@@ -21,22 +21,22 @@ struct ServiceSignal
     QString signature;
 };
 
-// Connects a signal of the service to a receiver's member. Signals of the same name with another
-// signature are dropped: QtDBus would read them as what the member takes, and crash.
+// Connects a signal of the service to a receiver's member. Signals with another signature are
+// dropped: QtDBus would read them as the types of the member, and crash.
 inline void connectServiceSignal(QDBusConnection bus, const ServiceSignal &signal,
                                  QObject *receiver, const char *member)
 {
-    // A lost connection delivers nothing. QtDBus would ask it who owns the service's name, which
-    // aborts the process. A connection that is lost from here until QtDBus asks still does.
+    // On a lost connection, QtDBus would ask who owns the service's name, which aborts the process.
+    // It still does if the connection is lost between this check and that call.
     if (!bus.isConnected()) {
         return;
     }
     bus.connect(serviceName, signal.path, signal.interface, signal.name, signal.signature, receiver,
                 member);
     if (!bus.isConnected()) {
-        // libdbus has noticed that while QtDBus waited for the owner, and has not told QtDBus: the
-        // calls that wait for a reply would wait for ever. It does when a message is sent, although
-        // this one goes nowhere.
+        // libdbus noticed this while QtDBus waited for the owner, but has not reported it to
+        // QtDBus: pending calls would wait for ever. Sending a message makes libdbus report it. The
+        // message itself goes nowhere.
         bus.send(QDBusMessage::createSignal(signal.path, signal.interface, signal.name));
     }
 }

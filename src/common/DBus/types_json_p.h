@@ -19,19 +19,19 @@
 // replace the program's own operators.
 //
 // Writing logs and leaves out what has no form on the bus, and objects and arrays more than 16
-// levels deep: a message holds 64 nested containers, an object takes three, and a writer does not
-// know where it writes. Reading takes every value, and returns a Null for one that it refuses.
+// levels deep. A message holds 64 nested containers, an object takes three, and a writer does not
+// know how many are around it. Reading accepts every value; an unsupported one becomes Null.
 
 namespace Ostrel
 {
 
-// Turns JSON into plain Qt values, which QtDBus writes in the form that JSON has on the bus. What
-// has no form there is logged where it is part of another value, and left out.
+// Converts JSON to plain Qt values, which QtDBus marshals. A part of a value that has no form on
+// the bus is logged and left out.
 class PlainJson
 {
 public:
-    // Objects and arrays below so many levels are left out. The conversion stops where a message of
-    // the size would outgrow the room: a small value can hold the same part many times.
+    // Objects and arrays below this many levels are left out. The conversion stops when the size
+    // exceeds the room: a small value can hold the same part many times.
     explicit PlainJson(int levels, MessageSize size = MessageSize(),
                        qint64 room = std::numeric_limits<qint64>::max())
         : m_levels(levels)
@@ -62,14 +62,14 @@ private:
     QVariant from(const QJsonValue &value, Place place);
     QVariant fromArray(const QJsonArray &array, Place place);
     QVariantMap fromObject(const QJsonObject &object, Place place);
-    // A value in another one. The size becomes the one before, if the value is left out.
+    // A value within another one. If it is left out, the size is reset to the one before.
     QVariant part(const QJsonValue &value, Place place, MessageSize before);
     template <typename List> List parts(const QJsonArray &array, Place place);
 
     int m_levels;
     MessageSize m_size; // without the types of containers
     const qint64 m_room;
-    qint64 m_leftOut = 0; // so many values without a form on the bus
+    qint64 m_leftOut = 0; // how many values have no form on the bus
     bool m_isTooDeep = false;
     const char *m_problem = nullptr;
 };

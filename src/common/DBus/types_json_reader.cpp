@@ -11,15 +11,15 @@
 namespace
 {
 
-// Logs the type at which the argument stands, and steps over the value: a loop over elements would
-// never end at one that stays unread.
+// Logs the type of the current value, and skips the value: a loop over elements would never get
+// past an unread one.
 void refuse(const QDBusArgument &argument)
 {
     qWarning() << "Unsupported type: " << argument.currentSignature();
     Ostrel::skipValue(argument);
 }
 
-// Qt's conversion knows the numbers from int on.
+// Qt's conversion does not know numbers smaller than int.
 QJsonValue fromVariant(const QVariant &variant)
 {
     switch (variant.userType()) {
@@ -47,8 +47,8 @@ QJsonArray readArray(const QDBusArgument &argument)
 
 QJsonObject readObject(const QDBusArgument &argument)
 {
-    // All keys are of one type, which stands behind "a{". One that is not like a string would be
-    // read as an empty string, and then again as the value.
+    // All keys have one type, the one after "a{". A key that is not a kind of string would be read
+    // as an empty string, and then again as the value.
     const bool hasStrings = QStringLiteral("sog").contains(argument.currentSignature().at(2));
     QJsonObject object;
     argument.beginMap();

@@ -160,7 +160,7 @@ QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value)
     if (json.problem() != nullptr) {
         qWarning("%s", json.problem());
     }
-    // appendVariant() is no way to do this: it writes containers to a copy of the argument.
+    // Not appendVariant(), which writes containers to a copy of the argument.
     switch (plain.userType()) {
     case QMetaType::UnknownType:
         return argument;

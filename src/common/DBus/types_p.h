@@ -16,8 +16,8 @@ namespace Ostrel
 // process. Each client whose replies or signals carry them calls it first.
 void registerDBusTypes();
 
-// Marshalling of the records. The readers accept any value: what does not match is skipped silently
-// and gives default values.
+// Marshalling of the records. The readers accept any value: what does not match is silently
+// skipped, and gives default values.
 
 QDBusArgument &operator<<(QDBusArgument &argument, const RunningApplication &application);
 const QDBusArgument &operator>>(const QDBusArgument &argument, RunningApplication &application);
@@ -34,7 +34,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, AvailableTask &ta
 QDBusArgument &operator<<(QDBusArgument &argument, const ActiveTask &task);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ActiveTask &task);
 
-// Preferred to Qt's own readers of a vector, which begin an array without a check.
+// These take precedence over Qt's readers of vectors, which begin an array without a check.
 const QDBusArgument &operator>>(const QDBusArgument &argument,
                                 QVector<RunningApplication> &applications);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<RunningService> &services);
@@ -42,11 +42,11 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<TaskState
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<AvailableTask> &tasks);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QVector<ActiveTask> &tasks);
 
-// Replaces the records by those in a value of a reply or a property. A value that is no array of
-// records holds none.
+// Replaces the records by those in a value of a reply or a property. A value of another type gives
+// no records.
 template <typename Record> void read(const QVariant &value, QVector<Record> &records)
 {
-    // Of a value of another type this is an empty argument, which reads as no array.
+    // A value of another type gives an empty argument, which reads as an empty list.
     value.value<QDBusArgument>() >> records;
 }
 

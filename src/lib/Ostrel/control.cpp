@@ -62,8 +62,8 @@ ControlPrivate::ControlPrivate(Control *q)
     receive(QStringLiteral("SelectedByOom"), QStringLiteral("s"), q,
             SIGNAL(selectedByOom(QString)));
 
-    // The base class follows the owner of the service's name with a watcher of its own, and hears
-    // of a change first. A second watcher could miss one that was delivered before it was made.
+    // The base class has a watcher of the owner of the service's name. A second watcher could miss
+    // a change that was delivered before it was made.
     m_serviceAvailable = isValid();
     if (const auto *watcher = findChild<QDBusServiceWatcher *>()) {
         connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
@@ -85,7 +85,7 @@ QDBusPendingCall ControlPrivate::finishedCall(const ProcessEnd::Delay &delay, co
 
 Control::StartResult ControlPrivate::startResult(const QDBusPendingCall &call)
 {
-    // Before the types are looked at: at the end of the process QtDBus has none any more.
+    // This comes before the check of the types: at the end of the process, QtDBus has none.
     if (call.isError()) {
         return {fromDBusError(call.error()), {}, {}};
     }
@@ -100,10 +100,10 @@ Error ControlPrivate::readRunning(const AnyReply &reply, QVector<RunningApplicat
                                   QVector<RunningService> &services)
 {
     if (reply.isError()) {
-        // The code says no more than that, whatever the name of the error.
+        // The code is Failed, whatever the name of the error.
         return failedWith(reply.error());
     }
-    // A reply without values has one here, which is not valid.
+    // For a reply without values, the list holds one invalid value.
     const QVariantList values = reply.reply().arguments();
     if (values.size() < 2) {
         Q_ASSERT_X(false, "QList<T>::at", "index out of range");
@@ -130,7 +130,7 @@ void ControlPrivate::onOwnerChanged(const QString & /*service*/, const QString &
                                     const QString &newOwner)
 {
     m_owner = newOwner;
-    // The bus was asked after the owner came, and this signal arrived after its reply.
+    // The bus was asked after this owner came, so its reply has already said so.
     if (m_serviceAvailable && oldOwner.isEmpty()) {
         return;
     }

@@ -14,7 +14,7 @@
 namespace Ostrel
 {
 
-// Hears that the bus connection has ended.
+// Receives the end of the bus connection.
 class BusEnd : public QObject
 {
     Q_OBJECT
@@ -26,8 +26,8 @@ Q_SIGNALS:
     void ended();
 };
 
-// The service's end of the conversation. It declares no method of the service: QtDBus would take
-// its return type for how the call is to be made.
+// The proxy of the service. It declares no method of the service: QtDBus would derive the kind of
+// call from its return type.
 class ControlPrivate : public QDBusAbstractInterface
 {
     Q_OBJECT
@@ -37,8 +37,8 @@ public:
 
     using AnyReply = QDBusPendingReply<>;
 
-    // Calls a method and waits for the reply. Any thread may do so. The delay lasts until the reply
-    // has been read.
+    // Calls a method and waits for the reply. Any thread may call this. The caller keeps the delay
+    // until it has read the reply.
     template <typename... Arguments>
     QDBusPendingCall finishedCall(const ProcessEnd::Delay &delay, const QString &method,
                                   const Arguments &...arguments);
@@ -61,7 +61,7 @@ private:
     Control *q;
     bool m_serviceAvailable = false;
     BusEnd *m_busEnd = nullptr;
-    QString m_owner; // the newest that was announced
+    QString m_owner; // the last one announced
 };
 
 } // namespace Ostrel

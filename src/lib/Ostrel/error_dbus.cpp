@@ -15,7 +15,7 @@ namespace
 
 using Codes = QMap<QString, Error::Code>;
 
-// Never destroyed: static objects and threads of the program may ask until the process is gone.
+// Never destroyed: static objects and threads of the program may use it until the process is gone.
 const Codes *codesOf(ErrorNamespace prefix)
 {
     auto *codes = new Codes;
@@ -31,7 +31,7 @@ const Codes *codesOf(ErrorNamespace prefix)
 
 Error fromDBusError(const QDBusError &error)
 {
-    // Two tables, because a name counts only below the prefix that it belongs to.
+    // Two tables, because a name counts only with its own prefix.
     static const Codes *const serviceCodes = codesOf(ErrorNamespace::Service);
     static const Codes *const standardCodes = codesOf(ErrorNamespace::Standard);
 

@@ -19,7 +19,7 @@ enum class ErrorNamespace {
     Standard,
 };
 
-// A code, and the end of its bus error name.
+// A code, and the last part of its bus error name.
 struct CodeName
 {
     Error::Code code;
@@ -43,7 +43,7 @@ constexpr std::array<CodeName, 10> codeNames{{
 // The one place where bus errors become Error values. Any thread may call it.
 Error fromDBusError(const QDBusError &error);
 
-// The same for the request that fails with one code, whatever the name of the error.
+// As fromDBusError(), but the code is always Failed.
 Error failedWith(const QDBusError &error);
 
 } // namespace Ostrel

@@ -14,14 +14,14 @@ namespace Ostrel
 namespace
 {
 
-// A message nests 64 containers at most. A value that the program has put together itself may be
+// A message holds at most 64 nested containers. A value that the program has made itself may be
 // deeper, and would exhaust the stack.
 constexpr int maximumDepth = 128;
 
 QVariant plain(const QVariant &value, int depth);
 
-// Reads up to the end of the container that the argument has entered. asVariant() accepts any type;
-// it returns a container as an argument of its own.
+// Reads the rest of the current container. asVariant() accepts any type; it returns a container as
+// a QDBusArgument.
 QVariantList elements(const QDBusArgument &argument, int depth)
 {
     QVariantList list;
@@ -31,7 +31,7 @@ QVariantList elements(const QDBusArgument &argument, int depth)
     return list;
 }
 
-// QVariant takes a byte for a character.
+// QVariant converts a byte to a character.
 QString keyText(const QVariant &key)
 {
     return key.userType() == QMetaType::UChar ? QString::number(key.toUInt()) : key.toString();
@@ -49,8 +49,7 @@ QVariantMap entries(const QDBusArgument &argument, int depth)
     return map;
 }
 
-// The argument is a copy: it detaches when it enters a container, and the original stays where it
-// is.
+// The argument is a copy: it detaches when it enters a container, so the original does not advance.
 QVariant read(const QDBusArgument &argument, int depth)
 {
     QVariant value;

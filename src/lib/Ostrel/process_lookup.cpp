@@ -43,8 +43,8 @@ File openControlGroups(int pid)
     return File(std::fopen(path.data(), "re"));
 }
 
-// The path in a line of the form "NUMBER:memory:PATH"; null for other lines. Runs of separators
-// count as one, so that a line without a controller is another one, too.
+// The path in a line of the form "NUMBER:memory:PATH"; null for other lines. strtok_r() skips empty
+// fields, so a line without a controller does not match.
 char *memoryGroup(char *line)
 {
     char *rest = nullptr;
@@ -60,7 +60,7 @@ char *memoryGroup(char *line)
     return std::strcmp(controller, "memory") == 0 ? path : nullptr;
 }
 
-// The last two components of a path; both are null if it has less.
+// The last two components of a path; both are null if it has fewer.
 Components lastComponents(char *path)
 {
     char *rest = nullptr;
@@ -72,7 +72,7 @@ Components lastComponents(char *path)
     return previous != nullptr ? Components{previous, last} : Components{};
 }
 
-// The C library of this platform has no such function.
+// strlcpy(), which older C libraries lack.
 void copyBounded(char *target, const char *source, std::size_t size)
 {
     if (size > 0) {
@@ -95,7 +95,7 @@ bool lookUp(int pid, Identifiers &identifiers)
                             identifiers.instance.data(), identifiers.instance.size());
 }
 
-// QString leaves out the mark before a text, and it would keep one that stands in the middle.
+// QString drops a byte order mark at the start of a string, but would keep it in the middle.
 const char *withoutByteOrderMark(const char *text)
 {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
@@ -115,7 +115,7 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
     if (!file) {
         return false;
     }
-    // The stream would ask for the file's block size and allocate one.
+    // Otherwise the stream asks for the file's block size and allocates a buffer.
     static_cast<void>(std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size()));
 
     bool found = false;
@@ -133,7 +133,7 @@ bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instanc
         if (components.appId == nullptr || std::strchr(components.appId, '.') == nullptr) {
             break;
         }
-        // Only both together are too long; one alone is cut.
+        // If both are too long, the line is refused; one alone is cut.
         if (std::strlen(components.appId) >= appIdSize
             && std::strlen(components.instance) >= instanceSize) {
             break;
@@ -161,7 +161,7 @@ QString Control::getAppInstanceIdByPid(int pid) const
     const char *instance = withoutByteOrderMark(identifiers.instance.data());
     constexpr std::string_view prefix = "instance_";
     if (std::strncmp(instance, prefix.data(), prefix.size()) == 0) {
-        // Put together before it is decoded, so that there is one string to make room for.
+        // Joined before decoding, so that only one string is allocated.
         std::array<char, sizeof identifiers> id;
         const int length =
             std::snprintf(id.data(), id.size(), "%s.%s", identifiers.appId.data(), instance);

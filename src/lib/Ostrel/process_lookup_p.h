@@ -12,10 +12,10 @@ namespace Ostrel
 // Reads from the process's memory control group which application and which instance the process
 // belongs to. The control group is named ".../ostrel-helper/.../APPLICATION/INSTANCE".
 //
-// Returns true and fills both buffers, cutting to their sizes, which count the terminating zero. If
-// there is nothing to be found, it returns false and touches neither.
+// If it finds them, it fills both buffers and returns true. It cuts the identifiers to the sizes of
+// the buffers, terminating zero included. Otherwise it returns false and leaves the buffers alone.
 //
-// It keeps no state of its own, so that any thread may call it.
+// It keeps no state: any thread may call it.
 bool readControlGroup(int pid, char *appId, std::size_t appIdSize, char *instance,
                       std::size_t instanceSize);
 

@@ -26,8 +26,7 @@ namespace Ostrel
 namespace
 {
 
-// The number that an answer begins with, or 0. An error reply may begin with anything: its
-// signature is nobody's business.
+// The first value of a reply as a number, or 0. Qt does not check the signature of error replies.
 int numberIn(const QDBusMessage &answer)
 {
     const QVariant value = answer.arguments().value(0);
@@ -73,7 +72,7 @@ TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &
     const QDBusError refusal = OutgoingMessage(connection(), path()).refusal();
     registerTaskInvoker(refusal);
     if (refusal.isValid()) {
-        // No message can hold the path either, and so no subscription.
+        // No message can hold the path, so there can be no subscription.
         return;
     }
 
@@ -123,7 +122,7 @@ void TaskInvokerPrivate::markReady(const Error &result)
     m_ready = true;
     m_result = result;
 
-    // A callback may delete this object; only what is held here is good afterwards.
+    // A callback may delete this object. Only local copies are valid then.
     const QPointer<TaskInvokerPrivate> self(this);
     const auto callbacks = m_readyCallbacks;
     for (const auto &callback : callbacks) {
@@ -169,7 +168,8 @@ void TaskInvokerPrivate::stop(const QString &name,
                             });
 }
 
-// Whichever interface of the session changes: it has one. What is only invalidated stays as it was.
+// The session has one interface, so the name is ignored. Properties that are only invalidated keep
+// their values.
 void TaskInvokerPrivate::onPropertiesChanged(const QString & /*interface*/,
                                              const QVariantMap &changed,
                                              const QStringList & /*invalidated*/)
@@ -179,8 +179,8 @@ void TaskInvokerPrivate::onPropertiesChanged(const QString & /*interface*/,
 
 void TaskInvokerPrivate::applyProperties(const QVariantMap &properties)
 {
-    // A slot may delete this object; only what is held here is good afterwards. One that runs an
-    // event loop lets newer announcements in, whose lists stay.
+    // A slot may delete this object. Only local copies are valid then. A slot may also run an event
+    // loop: if a newer announcement arrives there, its lists are kept.
     const QPointer<TaskInvokerPrivate> self(this);
     const quint64 announcement = ++m_announcements;
     const QVariantMap held = properties; // NOLINT(performance-unnecessary-copy-initialization)

@@ -19,8 +19,8 @@ template <typename Record> class AnnouncedTasks
 public:
     const QVector<Record> &tasks() const { return m_tasks; }
 
-    // Reads the list from a property of an announcement. Announcements count upwards; an older one
-    // than the list's is ignored.
+    // Reads the list from a property of an announcement. Announcements are numbered in order; one
+    // that is older than the list is ignored.
     void replace(const QVariant &value, quint64 announcement);
 
 private:
@@ -28,7 +28,7 @@ private:
     quint64 m_announcement = 0;
 };
 
-// The session object of one task type, and what is known of it.
+// The proxy of the session of one task type, and what the service has announced there.
 class TaskInvokerPrivate : public QDBusAbstractInterface
 {
     Q_OBJECT

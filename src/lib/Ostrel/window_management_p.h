@@ -11,7 +11,7 @@
 namespace Ostrel
 {
 
-// The service's end of the conversation. It adds nothing to its base, a meta-object included.
+// The proxy of the service. It adds nothing to its base class, not even a meta-object.
 class WindowManagementInterface
     : public QDBusAbstractInterface // clazy:exclude=missing-qobject-macro
 {
