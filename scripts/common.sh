@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-# What ./demo and ./check share: messages, the packages that they need, and building.
-# Sourced with $root (the top of the tree) and $me (the command's name) set.
+# What ./demo and ./check share: messages, needed packages, and building.
+# Before sourcing, set $root (the top of the tree) and $me (the name of the command).
 # shellcheck shell=bash disable=SC2034,SC2154
 
 say() { printf '== %s\n' "$*"; }
@@ -13,7 +13,8 @@ fail() {
     exit 1
 }
 
-# The needs, a line each: Debian package, what it is for, and a command that succeeds if it is there.
+# The needs, one per line: Debian package, what it provides, and a command that succeeds if it is
+# installed.
 # shellcheck disable=SC2016 # a probe is expanded when it runs
 build_needs='
 g++|a C++ compiler|command -v c++
@@ -46,7 +47,7 @@ clang-tidy|clang-tidy|command -v clang-tidy
 clangd|clangd|command -v clangd
 clazy|clazy|command -v clazy-standalone
 '
-# What it takes to compare the cost of the library with others'.
+# For comparing the cost of the library with others.
 cost_needs='
 libbenchmark-dev|Google Benchmark|pkg-config --exists benchmark
 libsystemd-dev|sd-bus|pkg-config --exists libsystemd
@@ -67,7 +68,7 @@ lintian|lintian|command -v lintian
 xsltproc|xsltproc|command -v xsltproc
 '
 
-# missing NEEDS: the lines of the needs that are not met.
+# missing NEEDS: prints the lines of the needs that are not met.
 missing() {
     local package what probe
     while IFS='|' read -r package what probe; do
@@ -86,7 +87,7 @@ join() {
     printf '%s' "$result"
 }
 
-# need NEEDS: installs what is missing of them, or fails with one line. Silent if nothing is.
+# need NEEDS: installs the missing needs, or fails with one line. Prints nothing if none is missing.
 need() {
     local lines line package what packages=() whats=()
     lines=$(missing "$1")
@@ -104,7 +105,7 @@ need() {
         if command -v sudo >/dev/null && { sudo -n true 2>/dev/null || [ -t 0 ]; }; then
             as_root=(sudo)
         else
-            fail "missing: $list; no right to install, so run this as root first: apt-get install ${packages[*]}"
+            fail "missing: $list; installing needs root; run this as root first: apt-get install ${packages[*]}"
         fi
     fi
 
@@ -124,8 +125,8 @@ need() {
     [ -z "$lines" ] || fail "still missing after installing: $(cut -d'|' -f2 <<<"$lines" | paste -sd, -)"
 }
 
-# interruptible COMMAND...: runs a command so that a signal to this script ends it and all that it
-# has started.
+# interruptible COMMAND...: runs a command so that a signal to this script ends the command and all
+# processes that it has started.
 running=''
 interruptible() {
     local status=0
@@ -144,12 +145,12 @@ on_signal() {
 trap 'on_signal 130' INT
 trap 'on_signal 143' TERM
 
-# quietly WHAT COMMAND...: runs a command, and shows what it printed only if it fails.
+# quietly WHAT COMMAND...: runs a command, and shows its output only if it fails.
 quietly() {
     local what=$1 log
     shift
     say "$what"
-    # Open and gone, so that nothing has to remove it.
+    # Opened and removed at once, so that nothing is left behind.
     log=$(mktemp)
     exec 3<>"$log"
     rm -f "$log"
@@ -161,13 +162,13 @@ quietly() {
     exec 3>&-
 }
 
-# build PRESET [OPTION...]: configures below build/PRESET, with the options in the array configure,
-# and builds there, with the options given.
+# build PRESET [OPTION...]: configures in build/PRESET with the options in the array configure, and
+# builds there with the given options.
 configure=()
 build() {
     local preset=$1
     shift
-    mkdir -p "$root/build" 2>/dev/null || fail "cannot make $root/build"
+    mkdir -p "$root/build" 2>/dev/null || fail "cannot create $root/build"
     [ -w "$root/build" ] || fail "cannot write to $root/build"
     cd "$root" || exit 1
     quietly "configuring build/$preset" cmake --preset "$preset" "${configure[@]}"

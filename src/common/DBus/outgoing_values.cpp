@@ -27,7 +27,7 @@ constexpr int maximumJsonLevels = maximumContainers / 2;
 
 const char *const tooDeep = "is nested too deeply for a message, with a value";
 
-// For Qt's own maps and lists, this saves a look-up in Qt's tables.
+// For Qt's own maps and lists, this saves a lookup in Qt's tables.
 const char *signatureOf(int type)
 {
     switch (type) {
