@@ -111,14 +111,14 @@ public:
      * interface.
      *
      * @param appId  the identifier of the application, sent as given.
-     * @return the identifier of the instance and its details. On failure both are empty, and the
-     *         error has one of these codes:
+     * @return the identifier of the instance and its details. On failure both are empty. An error
+     *         reply named "NoError" gives empty values, no error, and the reply's message. The
+     *         codes of the error are:
      *         - the code of the service's own error;
      *         - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses the call;
-     *         - Failed, if the service is absent, ends before it replies, replies with other types,
-     *           or does not reply in time; if there is no bus; or if the identifier is too large
-     *           for a message.
-     *         An error reply named "NoError" gives no error, empty values, and the reply's message.
+     *         - Failed, if the service is absent, ends before it replies, replies with other
+     *           types, or does not reply in time; if there is no bus; or if the identifier is too
+     *           large for a message.
      */
     StartResult start(const QString &appId);
 
@@ -263,9 +263,9 @@ public:
      *         - a nested variant as what it holds;
      *         - an object path or a signature as QString;
      *         - strings, numbers, QStringList, QByteArray, file descriptors and the caller's own
-     *           types unchanged.
-     *         A QDBusArgument that the caller wrote, and everything below 128 levels, gives an
-     *         invalid QVariant.
+     *           types unchanged;
+     *         - a QDBusArgument that the caller wrote, and everything below 128 levels, as an
+     *           invalid QVariant.
      */
     static QVariant toPlainValue(const QVariant &value);
 

@@ -113,8 +113,8 @@ public:
      *                 is, so it consists of letters, digits and underscores, in parts separated by
      *                 "/". This is not checked: any other type is sent to the service as well, but
      *                 start() and stop() then fail without being sent. Types over 32 MiB are
-     *                 refused. Above about 800 characters no list changes arrive: a match rule
-     * holds 1,024 bytes.
+     *                 refused. Above about 800 characters no list changes arrive: a match
+     *                 rule holds 1,024 bytes.
      * @param parent   the parent.
      */
     TaskInvoker(BusType bus, const QString &taskType, QObject *parent = nullptr);
@@ -158,20 +158,19 @@ public:
      * the invoker is destroyed. Once the invoker is ready, the callback runs within this function,
      * and is not kept. This makes no bus call.
      *
-     * @param callback receives no error if the invoker is registered. Otherwise the error has one
-     * of these codes:
+     * @param callback receives no error if the invoker is registered. An error reply named
+     *                 "NoError" is logged and leaves the lists unchanged, but gives no error, and
+     *                 the reply's message. An empty callback throws `std::bad_function_call` when
+     *                 its turn comes, from this function or from the event loop; the callbacks
+     *                 after it are not called. The codes of an error are:
      *                 - the code of the service's own error;
-     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses the
-     *                   call;
+     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses
+     *                   the call;
      *                 - Failed with the message "Wrong TaskInvoker path", if the service replies
      *                   with another session's path;
      *                 - Failed, if the service is absent, ends before it replies, replies with
-     *                   other types, or does not reply within 25 seconds; if there is no bus; or if
-     *                   the task type is too large.
-     *                 An error reply named "NoError" is logged and leaves the lists unchanged, but
-     *                 gives no error, and the reply's message.
-     *                 An empty callback throws `std::bad_function_call` when its turn comes, from
-     *                 this function or from the event loop. The callbacks after it are not called.
+     *                   other types, or does not reply within 25 seconds; if there is no bus; or
+     *                   if the task type is too large.
      */
     void onReady(const std::function<void(const Error &error)> &callback);
 
@@ -179,11 +178,10 @@ public:
      * Calls @p callback on behalf of @p context with the outcome of the registration, as
      * onReady(callback) does.
      *
-     * @param context   must be alive. If it lives in the invoker's thread, the callback runs when
-     *                  onReady(callback) would run it; otherwise it runs from the event loop of the
-     *                  thread of @p context. If @p context is destroyed, the callback is dropped.
-     * If the invoker is destroyed, it is dropped as well, unless it is already on its way to
-     * another thread.
+     * @param context   must be alive. In the invoker's thread, the callback runs when
+     *                  onReady(callback) would run it. In another thread, it runs from the event
+     *                  loop there. It is dropped if @p context is destroyed, and also if the
+     *                  invoker is, unless it is already on its way to another thread.
      * @param callback  may be empty: then nothing happens.
      */
     void onReady(const QObject *context, const std::function<void(const Error &error)> &callback);
@@ -202,26 +200,26 @@ public:
      * @param hints       how the service is to run the task. Both maps are sent as given;
      *                    @ref sending says which values can be sent.
      * @param callback    receives the outcome, exactly once if the invoker lives, from the event
-     *                    loop, never from within this function. On success it receives the number
-     *                    of the reply, which the service defines, and no error. On failure it
-     *                    receives 0 and an error with one of these codes:
+     *                    loop, never from within this function. It is copied. If it is empty,
+     *                    the outcome is dropped. On success it receives the number of the reply,
+     *                    which the service defines, and no error. On failure it receives an error
+     *                    and 0; or, if the message of the service's error reads as a number, that
+     *                    number. The codes of the error are:
      *                    - the code of the service's own error;
      *                    - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses
-     * the call;
+     *                      the call;
      *                    - Failed, if the service is absent, ends before it replies, replies with
      *                      another type, or does not reply in time (25 seconds by default); if
-     * there is no bus; if the task type makes no valid path; or if the name or a map cannot be sent
-     * ("Marshalling failed:" and the reason). If the message of the service's error reads as a
-     * number, the callback receives that number instead of 0. The callback is copied. If it is
-     * empty, the outcome is dropped.
+     *                      there is no bus; if the task type makes no valid path; or if the name
+     *                      or a map cannot be sent ("Marshalling failed:" and the reason).
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const std::function<void(int number, const Error &error)> &callback);
 
     /**
      * Starts a task on behalf of @p context, which must be alive, as start() without a context
-     * does. The callback runs from the event loop of the thread of @p context. It is dropped if @p
-     * context or the invoker is destroyed, as with onReady().
+     * does. The callback runs from the event loop of the thread of @p context. As with onReady(),
+     * it is dropped if @p context or the invoker is destroyed.
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const QObject *context,
@@ -242,8 +240,8 @@ public:
 
     /**
      * Stops a task on behalf of @p context, which must be alive, as stop() without a context does.
-     * The callback runs from the event loop of the thread of @p context. It is dropped if @p
-     * context or the invoker is destroyed, as with onReady().
+     * The callback runs from the event loop of the thread of @p context. As with onReady(), it is
+     * dropped if @p context or the invoker is destroyed.
      */
     void stop(const QString &name, const QObject *context,
               const std::function<void(const Error &error)> &callback);

@@ -93,20 +93,20 @@ public:
      * @param arg2     the second further number of the status.
      * @param context  the object on whose behalf the call is made; it must be alive. If it is
      *                 destroyed, the callback is dropped.
-     * @param callback receives the outcome, exactly once if the context lives, from the event loop
-     *                 of the thread of @p context, never from within this function. On success it
-     *                 receives the state that the service assigned, which may be any number, and no
-     *                 error. On failure it receives ApplicationStateUnknown (255) and an error with
-     *                 one of these codes:
+     * @param callback receives the outcome, exactly once if the context lives, from the event
+     *                 loop of the thread of @p context, never from within this function. It is
+     *                 copied. It may delete any object, the context and this one included. If it
+     *                 is empty, the event loop throws `std::bad_function_call`. On success it
+     *                 receives the state that the service assigned, which may be any number, and
+     *                 no error. On failure it receives ApplicationStateUnknown (255) and an error.
+     *                 An error reply named "NoError" gives 255, no error, and the reply's message.
+     *                 The codes of the error are:
      *                 - the code of the service's own error;
-     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses the
-     *                   call;
+     *                 - AccessDenied, InvalidArgs or NotSupported, if the message bus refuses
+     *                   the call;
      *                 - Failed, if the service is absent, ends before it replies, replies with
      *                   another type, or does not reply in time (25 seconds by default); if there
-     * is no bus; or if @p window is too large for a message (128 MiB). An error reply named
-     * "NoError" gives 255, no error, and the reply's message. The callback is copied. It may delete
-     * any object, the context and this one included. If it is empty, the event loop throws
-     * `std::bad_function_call`.
+     *                   is no bus; or if @p window is too large for a message (128 MiB).
      */
     void updateWindowStatus(
         const QString &window, int status, int arg1, int arg2, const QObject *context,
