@@ -11,7 +11,7 @@ namespace Ostrel
 namespace
 {
 
-// The head of a message is short, except for the path, which is counted.
+// The header of a message is short, except for the path, which is counted.
 constexpr qint64 head = 4096;
 
 constexpr qint64 maximumMessage = 128 << 20;

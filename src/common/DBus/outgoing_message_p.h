@@ -33,10 +33,10 @@ public:
     // A call to the object at the path.
     OutgoingMessage(const QDBusConnection &bus, const QString &path);
 
-    // A message that may hold this many bytes after its head.
+    // A message that may hold this many bytes after its header.
     explicit OutgoingMessage(qint64 room);
 
-    // Numbers fit into the bytes that are kept for the head.
+    // Numbers fit into the bytes that are kept for the header.
     static void add(int /*number*/) { }
     void add(const QString &string);
     void add(QVariantMap &map);
