@@ -55,8 +55,8 @@ class ControlPrivate;
  * The object's thread emits the signals. Run its event loop as long as the object lives: until it
  * runs, the signals are kept in memory, without a limit. Blocking requests need no loop.
  *
- * @ref behaviour has more about threads, lost signals and connections, fork() and the end of the
- * process; @ref sending, what a request can carry; @ref traps, how to read `details`.
+ * See also @ref behaviour (with lost connections, fork() and the end of the process), @ref sending,
+ * and @ref traps (how to read `details`).
  */
 class OSTREL_EXPORT Control : public QObject
 {

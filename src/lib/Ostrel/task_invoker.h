@@ -60,8 +60,8 @@ class TaskInvokerPrivate;
  * without a limit. A slot or a callback may delete any object, the invoker included; the remaining
  * signals and callbacks of the invoker are then dropped.
  *
- * @ref sending says what a call can carry, and @ref behaviour what is lost and when. Values of
- * unexpected types from the service become default values in the lists.
+ * Values of unexpected types from the service become default values in the lists. See also
+ * @ref behaviour and @ref sending.
  */
 class OSTREL_EXPORT TaskInvoker : public QObject
 {

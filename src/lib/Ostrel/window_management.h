@@ -42,7 +42,7 @@ class WindowManagementPrivate;
  * and run an event loop there; only the callback may run in another thread. No function waits for
  * the service.
  *
- * @ref behaviour says what else to know about a lost connection, fork() and the end of the process.
+ * See also @ref behaviour (with lost connections, fork() and the end of the process).
  */
 class OSTREL_EXPORT WindowManagement : public QObject
 {
