@@ -28,9 +28,8 @@ class TaskInvokerPrivate;
  * Starts and stops the tasks of one type, and follows which of them exist and which are running.
  *
  * A TaskInvoker registers its task type with the lifecycle service when it is constructed. The
- * reply fills the task lists and makes the invoker ready; onReady() reports the outcome. From then
- * on, the two signals announce each change of a list. Tasks can be started and stopped at any time,
- * whether the invoker is ready or not.
+ * reply fills the task lists and makes the invoker ready; onReady() reports the outcome. Then the
+ * two signals announce each change of a list. start() and stop() may be called at any time.
  *
  * @code
  * auto *invoker = new Ostrel::TaskInvoker(Ostrel::TaskInvoker::SessionBus,
@@ -54,14 +53,12 @@ class TaskInvokerPrivate;
  * No function waits for the service. An invoker registers only once. If that fails, or if the
  * service restarts, construct another invoker; calls of the old one are still sent.
  *
- * Use and destroy the object in the thread that constructs it, and do not move it to another one.
- * That thread's event loop emits the signals, and runs the callbacks that have no context. Run the
- * loop as long as the object lives: until it runs, what the service sends is kept in memory,
- * without a limit. A slot or a callback may delete any object, the invoker included; the remaining
- * signals and callbacks of the invoker are then dropped.
+ * Use and destroy the object in the thread that constructs it. That thread's event loop emits the
+ * signals, and runs the callbacks without a context. Run it as long as the object lives: until it
+ * runs, what the service sends is kept in memory, without a limit. A slot or a callback may delete
+ * the invoker; its remaining signals and callbacks are then dropped.
  *
- * Values of unexpected types from the service become default values in the lists. See also
- * @ref behaviour and @ref sending.
+ * Values of unexpected types become default values. See also @ref behaviour and @ref sending.
  */
 class OSTREL_EXPORT TaskInvoker : public QObject
 {
