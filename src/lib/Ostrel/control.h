@@ -55,6 +55,10 @@ class ControlPrivate;
  * The object's thread emits the signals. Run its event loop as long as the object lives: until it
  * runs, the signals are kept in memory, without a limit. Blocking requests need no loop.
  *
+ * The first object lifts libdbus's limits of received messages and file descriptors, for the whole
+ * process's connection to the bus and for its life; `-DOSTREL_LIFT_RECEIVE_LIMIT=OFF` builds a
+ * library that leaves them.
+ *
  * See also @ref behaviour (with lost connections, fork() and the end of the process), @ref sending,
  * and @ref traps (how to read `details`).
  */
