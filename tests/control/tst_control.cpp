@@ -28,13 +28,13 @@ private Q_SLOTS:
 
     // The shared instance comes last: while it lives, no other needs a rule of its own.
     void constructionAsksTheBusForFourSignals();
-    void availabilityIsAskedOfTheBusNoMore();
-    void destructionTakesTheRulesBack();
-    void serviceIsSentTheRequestsAlone();
-    void lookUpsSendNothing();
+    void availabilityNeedsNoFurtherCalls();
+    void destructionRemovesTheMatchRules();
+    void serviceReceivesOnlyTheRequests();
+    void lookUpsSendNoMessage();
     void instanceIsNeverDestroyed();
     void instanceIsSharedAndHasNoOwner();
-    void othersAreIndependent();
+    void furtherControlsAreIndependent();
 
 private:
     // What this process sends while it does something.
@@ -107,7 +107,7 @@ void TestControl::instanceIsSharedAndHasNoOwner()
     QCOMPARE(shared->thread(), QThread::currentThread());
 }
 
-void TestControl::othersAreIndependent()
+void TestControl::furtherControlsAreIndependent()
 {
     const auto own = std::make_unique<Control>();
     QVERIFY(own.get() != Control::instance());
@@ -143,7 +143,7 @@ void TestControl::constructionAsksTheBusForFourSignals()
 }
 
 // Who owns the service's name was asked, and is followed, for the sake of the calls alone.
-void TestControl::availabilityIsAskedOfTheBusNoMore()
+void TestControl::availabilityNeedsNoFurtherCalls()
 {
     std::unique_ptr<Control> control;
     QStringList members;
@@ -167,7 +167,7 @@ void TestControl::availabilityIsAskedOfTheBusNoMore()
     QVERIFY(sentBy([&control] { QVERIFY(control->isServiceAvailable()); }).isEmpty());
 }
 
-void TestControl::serviceIsSentTheRequestsAlone()
+void TestControl::serviceReceivesOnlyTheRequests()
 {
     const QVector<QJsonObject> messages = sentBy([] {
         Control control;
@@ -212,7 +212,7 @@ void TestControl::serviceIsSentTheRequestsAlone()
     QCOMPARE(members, requests + requests);
 }
 
-void TestControl::lookUpsSendNothing()
+void TestControl::lookUpsSendNoMessage()
 {
     const Control control;
     const QVector<QJsonObject> messages = sentBy([&control] {
@@ -253,7 +253,7 @@ void TestControl::instanceIsNeverDestroyed()
     QCOMPARE(members.count(QStringLiteral("RemoveMatch")), 0);
 }
 
-void TestControl::destructionTakesTheRulesBack()
+void TestControl::destructionRemovesTheMatchRules()
 {
     const QVector<QJsonObject> messages = sentBy([] { const Control control; });
     QStringList members;

@@ -133,8 +133,8 @@ private Q_SLOTS:
     void deletedContextDropsTheCallback_data() { eachRequest(); }
     void deletedContextDropsTheCallback();
     void deletedContextInAnotherThreadDropsTheCallback();
-    void deletedControlDropsNothing_data() { eachRequest(); }
-    void deletedControlDropsNothing();
+    void deletedControlStillRunsItsCallbacks_data() { eachRequest(); }
+    void deletedControlStillRunsItsCallbacks();
     void emptyCallbackIsHarmless_data() { eachRequest(); }
     void emptyCallbackIsHarmless();
     void callbackMayDeleteAnything_data();
@@ -344,7 +344,7 @@ void TestControlAsynchronous::deletedContextInAnotherThreadDropsTheCallback()
     QVERIFY(!ran);
 }
 
-void TestControlAsynchronous::deletedControlDropsNothing()
+void TestControlAsynchronous::deletedControlStillRunsItsCallbacks()
 {
     QFETCH(const int, index);
     const Request &request = requests().at(std::size_t(index));

@@ -80,11 +80,11 @@ private Q_SLOTS:
     void cleanup();
 
     void serviceIsAbsent();
-    void serviceEndsBeforeItAnswers();
-    void serviceAnswersLate();
+    void serviceEndsBeforeItReplies();
+    void serviceRepliesLate();
     void serviceComesBack();
     void methodIsUnknown();
-    void noEventLoopRunsMeanwhile();
+    void noEventLoopRunsDuringACall();
 
 private:
     MethodFaults next(const char *method) const
@@ -131,7 +131,7 @@ void TestControlFailures::serviceIsAbsent()
     }
 }
 
-void TestControlFailures::serviceEndsBeforeItAnswers()
+void TestControlFailures::serviceEndsBeforeItReplies()
 {
     Control control;
     for (const Request &request : requests()) {
@@ -146,7 +146,7 @@ void TestControlFailures::serviceEndsBeforeItAnswers()
     }
 }
 
-void TestControlFailures::serviceAnswersLate()
+void TestControlFailures::serviceRepliesLate()
 {
     m_simulator->start();
     Control control;
@@ -187,7 +187,7 @@ void TestControlFailures::methodIsUnknown()
     QDBusConnection::disconnectFromBus(QStringLiteral("other"));
 }
 
-void TestControlFailures::noEventLoopRunsMeanwhile()
+void TestControlFailures::noEventLoopRunsDuringACall()
 {
     m_simulator->start();
     Control control;

@@ -27,9 +27,9 @@ class TestControlLoad : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void tenThousandRecords();
+    void tenThousandRecordsAreRead();
     void twentyThousandSignalsLeaveNothingBehind();
-    void whatWaitsToBeHandledStopsNothing();
+    void waitingSignalsDoNotStopTheConnection();
     void tenThousandRequestsInFlight();
 
 private:
@@ -60,7 +60,7 @@ void TestControlLoad::emitStates(const QString &instance, int count) const
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
 }
 
-void TestControlLoad::tenThousandRecords()
+void TestControlLoad::tenThousandRecordsAreRead()
 {
     m_simulator->desk(QStringLiteral("ListNext"), {10000U, 10000U});
     MemoryFigures figures;
@@ -105,7 +105,7 @@ void TestControlLoad::twentyThousandSignalsLeaveNothingBehind()
 }
 
 // A program that does not listen for a while hears everything later, however much it is.
-void TestControlLoad::whatWaitsToBeHandledStopsNothing()
+void TestControlLoad::waitingSignalsDoNotStopTheConnection()
 {
     const Control control;
     int heard = 0;

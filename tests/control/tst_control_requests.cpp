@@ -37,13 +37,13 @@ private Q_SLOTS:
     void startDebugSendsTheParameters_data();
     void startDebugSendsTheParameters();
     void startDebugReturnsTheReply();
-    void startDebugRefusesWhatCannotBeSent();
+    void startDebugRefusesUnsendableValues();
     void terminateSendsTheIdentifier();
-    void terminateLooksAtNoValue();
-    void errorsAreMapped_data();
-    void errorsAreMapped();
-    void repliesAreCheckedForTheirTypes_data();
-    void repliesAreCheckedForTheirTypes();
+    void terminateIgnoresTheValuesOfTheReply();
+    void errorNamesAreMappedToCodes_data();
+    void errorNamesAreMappedToCodes();
+    void repliesOfOtherTypesAreErrors_data();
+    void repliesOfOtherTypesAreErrors();
     void repliesInOtherThreadsReachTheirCallers();
 
 private:
@@ -175,7 +175,7 @@ void TestControlRequests::startDebugReturnsTheReply()
     QCOMPARE(text(result.details), QStringLiteral("Pid=17"));
 }
 
-void TestControlRequests::startDebugRefusesWhatCannotBeSent()
+void TestControlRequests::startDebugRefusesUnsendableValues()
 {
     const DebugParams params(QVariantMap{{QStringLiteral("a"), 1}, {QStringLiteral("u"), QUrl()}});
     const Control::StartResult result = Control().startDebug(QStringLiteral("a.b"), params);
@@ -200,13 +200,13 @@ void TestControlRequests::terminateSendsTheIdentifier()
     QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer.instance_1")});
 }
 
-void TestControlRequests::terminateLooksAtNoValue()
+void TestControlRequests::terminateIgnoresTheValuesOfTheReply()
 {
     next("Terminate").answerNext({QVariantList{1}, QStringLiteral("x")});
     QCOMPARE(Control().terminate(QStringLiteral("a")).code(), Error::NoError);
 }
 
-void TestControlRequests::errorsAreMapped_data()
+void TestControlRequests::errorNamesAreMappedToCodes_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
@@ -229,7 +229,7 @@ void TestControlRequests::errorsAreMapped_data()
     row("com.example.Other", 1);
 }
 
-void TestControlRequests::errorsAreMapped()
+void TestControlRequests::errorNamesAreMappedToCodes()
 {
     QFETCH(QString, name);
     QFETCH(int, code);
@@ -256,7 +256,7 @@ void TestControlRequests::errorsAreMapped()
     QCOMPARE(terminated.message(), message);
 }
 
-void TestControlRequests::repliesAreCheckedForTheirTypes_data()
+void TestControlRequests::repliesOfOtherTypesAreErrors_data()
 {
     QTest::addColumn<QVariantList>("values");
     QTest::addColumn<QString>("signature");
@@ -273,7 +273,7 @@ void TestControlRequests::repliesAreCheckedForTheirTypes_data()
     QTest::newRow("other order") << QVariantList{QVariantMap(), id} << QStringLiteral("a{sv}s");
 }
 
-void TestControlRequests::repliesAreCheckedForTheirTypes()
+void TestControlRequests::repliesOfOtherTypesAreErrors()
 {
     QFETCH(QVariantList, values);
     QFETCH(QString, signature);

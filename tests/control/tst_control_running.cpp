@@ -29,15 +29,15 @@ private Q_SLOTS:
 
     void sendsNoArguments();
     void returnsTheRecordsInTheirOrder();
-    void emptyListsReplaceWhatWasThere();
-    void errorsAreFailedWhateverTheirName_data();
-    void errorsAreFailedWhateverTheirName();
+    void emptyListsReplaceEarlierRecords();
+    void everyErrorNameGivesFailed_data();
+    void everyErrorNameGivesFailed();
     void fewerThanTwoArgumentsBreakTheContract_data();
     void fewerThanTwoArgumentsBreakTheContract();
-    void valuesOfOtherTypesGiveWhatCanBeRead_data();
-    void valuesOfOtherTypesGiveWhatCanBeRead();
+    void valuesOfOtherTypesGiveDefaults_data();
+    void valuesOfOtherTypesGiveDefaults();
     void moreThanTwoArgumentsAreIgnored();
-    void vectorsThatAreSharedStayTheirOwners();
+    void copiesOfTheVectorsKeepTheirRecords();
 
 private:
     // Has the next call answered by two values, in busctl's form.
@@ -118,7 +118,7 @@ void TestControlRunning::returnsTheRecordsInTheirOrder()
              QStringLiteral("a.a two -7 4294967295 {}; a.a one 8 0 {x=1,y=true}"));
 }
 
-void TestControlRunning::emptyListsReplaceWhatWasThere()
+void TestControlRunning::emptyListsReplaceEarlierRecords()
 {
     answer("a(siuua{sv})", "0", "a(ssiua{sv})", "0");
     QCOMPARE(ask().code(), Error::NoError);
@@ -126,7 +126,7 @@ void TestControlRunning::emptyListsReplaceWhatWasThere()
     QVERIFY(m_services.isEmpty());
 }
 
-void TestControlRunning::errorsAreFailedWhateverTheirName_data()
+void TestControlRunning::everyErrorNameGivesFailed_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name :
@@ -137,7 +137,7 @@ void TestControlRunning::errorsAreFailedWhateverTheirName_data()
     }
 }
 
-void TestControlRunning::errorsAreFailedWhateverTheirName()
+void TestControlRunning::everyErrorNameGivesFailed()
 {
     QFETCH(QString, name);
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
@@ -183,7 +183,7 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
     QCOMPARE(text(m_services), QStringLiteral("old s 4 5 {}"));
 }
 
-void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead_data()
+void TestControlRunning::valuesOfOtherTypesGiveDefaults_data()
 {
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QString>("value");
@@ -211,7 +211,7 @@ void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead_data()
     row("aas", "1 1 x", "", "");
 }
 
-void TestControlRunning::valuesOfOtherTypesGiveWhatCanBeRead()
+void TestControlRunning::valuesOfOtherTypesGiveDefaults()
 {
     QFETCH(QString, signature);
     QFETCH(QString, value);
@@ -232,7 +232,7 @@ void TestControlRunning::moreThanTwoArgumentsAreIgnored()
     QVERIFY(m_services.isEmpty());
 }
 
-void TestControlRunning::vectorsThatAreSharedStayTheirOwners()
+void TestControlRunning::copiesOfTheVectorsKeepTheirRecords()
 {
     QVector<RunningApplication> applications(1, RunningApplication{});
     const QVector<RunningApplication> shared = applications;

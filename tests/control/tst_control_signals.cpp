@@ -30,23 +30,23 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void signalsStandInTheirOrder();
+    void signalsAreDeclaredInTheirOrder();
     void signalsArriveUnchanged();
-    void stateIsCast_data();
-    void stateIsCast();
-    void stateThatIsMissingIsIgnored_data();
-    void stateThatIsMissingIsIgnored();
+    void stateIsConvertedToANumber_data();
+    void stateIsConvertedToANumber();
+    void changesWithoutAStateAreIgnored_data();
+    void changesWithoutAStateAreIgnored();
     void signalsOfOtherTypesAreDropped_data();
     void signalsOfOtherTypesAreDropped();
     void signalsOfOtherNamesPathsAndInterfacesAreDropped();
     void signalsOfOtherSendersAreDropped();
-    void serviceThatComesLaterIsHeard();
-    void everyControlHearsThem();
+    void signalsOfALaterServiceArrive();
+    void everyControlEmitsTheSignals();
     void queuedConnectionsCrossThreads();
-    void theyComeInTheThreadOfTheControl();
-    void deletedInASlot_data();
-    void deletedInASlot();
-    void endedControlHearsNothing();
+    void signalsAreEmittedInTheThreadOfTheControl();
+    void controlMayBeDeletedInASlot_data();
+    void controlMayBeDeletedInASlot();
+    void deletedControlReceivesNothing();
 
 private:
     void emitSignal(const QString &member, const QVariantList &arguments) const;
@@ -99,7 +99,7 @@ void TestControlSignals::waitForMarker(const ControlEvents &events) const
     events.waitFor(QStringLiteral("oom marker"));
 }
 
-void TestControlSignals::signalsStandInTheirOrder()
+void TestControlSignals::signalsAreDeclaredInTheirOrder()
 {
     const QMetaObject &meta = Control::staticMetaObject;
     QStringList found;
@@ -147,7 +147,7 @@ void TestControlSignals::signalsArriveUnchanged()
                           QStringLiteral("started  {}"), QStringLiteral("oom 17")}));
 }
 
-void TestControlSignals::stateIsCast_data()
+void TestControlSignals::stateIsConvertedToANumber_data()
 {
     QTest::addColumn<QString>("value");
     QTest::addColumn<quint32>("state");
@@ -176,7 +176,7 @@ void TestControlSignals::stateIsCast_data()
     row("a{sv} 0", 0);
 }
 
-void TestControlSignals::stateIsCast()
+void TestControlSignals::stateIsConvertedToANumber()
 {
     QFETCH(QString, value);
     QFETCH(quint32, state);
@@ -190,7 +190,7 @@ void TestControlSignals::stateIsCast()
              (QStringList{QStringLiteral("state id %1").arg(state), QStringLiteral("oom marker")}));
 }
 
-void TestControlSignals::stateThatIsMissingIsIgnored_data()
+void TestControlSignals::changesWithoutAStateAreIgnored_data()
 {
     QTest::addColumn<QString>("map");
     QTest::newRow("empty") << QStringLiteral("0");
@@ -198,7 +198,7 @@ void TestControlSignals::stateThatIsMissingIsIgnored_data()
     QTest::newRow("other case") << QStringLiteral("2 state u 1 STATE u 2");
 }
 
-void TestControlSignals::stateThatIsMissingIsIgnored()
+void TestControlSignals::changesWithoutAStateAreIgnored()
 {
     QFETCH(QString, map);
     const Control control;
@@ -307,7 +307,7 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
     QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
 }
 
-void TestControlSignals::serviceThatComesLaterIsHeard()
+void TestControlSignals::signalsOfALaterServiceArrive()
 {
     m_simulator->end();
     const Control control;
@@ -332,7 +332,7 @@ void TestControlSignals::serviceThatComesLaterIsHeard()
         (QStringList{QStringLiteral("oom 1"), QStringLiteral("oom 2"), QStringLiteral("oom 3")}));
 }
 
-void TestControlSignals::everyControlHearsThem()
+void TestControlSignals::everyControlEmitsTheSignals()
 {
     const Control first;
     const Control second;
@@ -378,7 +378,7 @@ void TestControlSignals::queuedConnectionsCrossThreads()
     QCOMPARE(spy.at(0).at(1).toUInt(), 4000000000U);
 }
 
-void TestControlSignals::theyComeInTheThreadOfTheControl()
+void TestControlSignals::signalsAreEmittedInTheThreadOfTheControl()
 {
     QThread thread;
     QObject inThread;
@@ -414,7 +414,7 @@ void TestControlSignals::theyComeInTheThreadOfTheControl()
     QCOMPARE(int(elsewhere), 0);
 }
 
-void TestControlSignals::deletedInASlot_data()
+void TestControlSignals::controlMayBeDeletedInASlot_data()
 {
     QTest::addColumn<QString>("member");
     for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
@@ -423,7 +423,7 @@ void TestControlSignals::deletedInASlot_data()
 }
 
 // Signals that have been read already reach nobody any more.
-void TestControlSignals::deletedInASlot()
+void TestControlSignals::controlMayBeDeletedInASlot()
 {
     QFETCH(QString, member);
     const Control other;
@@ -450,7 +450,7 @@ void TestControlSignals::deletedInASlot()
     QCOMPARE(emitted, 1);
 }
 
-void TestControlSignals::endedControlHearsNothing()
+void TestControlSignals::deletedControlReceivesNothing()
 {
     const Control other;
     const ControlEvents others(other);

@@ -29,13 +29,13 @@ private Q_SLOTS:
     void nothingIsSetAtFirst();
     void settersWriteTheirKeys();
     void gettersReadTheirKeys();
-    void lastValueStays();
+    void settersReplaceEarlierValues();
     void copiesKeepWhatTheyHeld();
-    void adoptsAMapAsItIs();
-    void sandboxIsConverted_data();
-    void sandboxIsConverted();
+    void mapIsTakenUnchanged();
+    void sandboxIsConvertedToABool_data();
+    void sandboxIsConvertedToABool();
     void valuesOfOtherTypesAreConverted();
-    void goOutWithTheirTypes();
+    void valuesAreSentWithTheirTypes();
 };
 
 void TestDebugParams::nothingIsSetAtFirst()
@@ -100,7 +100,7 @@ void TestDebugParams::gettersReadTheirKeys()
     QCOMPARE(params.stderrFile(), QStringLiteral("g"));
 }
 
-void TestDebugParams::lastValueStays()
+void TestDebugParams::settersReplaceEarlierValues()
 {
     DebugParams params;
     params.setStdoutFile(QStringLiteral("first"));
@@ -124,7 +124,7 @@ void TestDebugParams::copiesKeepWhatTheyHeld()
     QCOMPARE(assigned.environment(), QStringList(QStringLiteral("a=b")));
 }
 
-void TestDebugParams::adoptsAMapAsItIs()
+void TestDebugParams::mapIsTakenUnchanged()
 {
     const QVariantMap map{{QStringLiteral("extra"), 3},
                           {QStringLiteral("stdoutFile"), QStringLiteral("x")}};
@@ -136,7 +136,7 @@ void TestDebugParams::adoptsAMapAsItIs()
     QCOMPARE(map.size(), 2);
 }
 
-void TestDebugParams::sandboxIsConverted_data()
+void TestDebugParams::sandboxIsConvertedToABool_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("enabled");
@@ -150,7 +150,7 @@ void TestDebugParams::sandboxIsConverted_data()
     QTest::newRow("nothing") << QVariant() << false;
 }
 
-void TestDebugParams::sandboxIsConverted()
+void TestDebugParams::sandboxIsConvertedToABool()
 {
     QFETCH(QVariant, value);
     QTEST(DebugParams(QVariantMap{{QStringLiteral("sandbox"), value}}).sandboxEnabled(), "enabled");
@@ -166,7 +166,7 @@ void TestDebugParams::valuesOfOtherTypesAreConverted()
     QCOMPARE(params.stdoutFile(), QStringLiteral("3"));
 }
 
-void TestDebugParams::goOutWithTheirTypes()
+void TestDebugParams::valuesAreSentWithTheirTypes()
 {
     const PrivateBus bus;
     Simulator simulator(bus);

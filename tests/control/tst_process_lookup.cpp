@@ -66,19 +66,19 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void file_data();
-    void file();
-    void lines_data();
-    void lines();
+    void controlGroupFileIsRead_data();
+    void controlGroupFileIsRead();
+    void controlGroupLinesAreParsed_data();
+    void controlGroupLinesAreParsed();
     void buffersAreFilledToTheirSizes_data();
     void buffersAreFilledToTheirSizes();
     void missingBuffersAreRefused();
-    void unreadableFilesGiveNothing();
-    void rootWithoutAnEndIsCut();
+    void unreadableFilesGiveNullStrings();
+    void tooLongRootFoldersFindNothing();
     void programsStartedMeanwhileDoNotInheritTheFile();
     void filesAreClosed_data();
     void filesAreClosed();
-    void anyThreadMayAsk();
+    void anyThreadMayLookUp();
 
 private:
     void write(const QByteArray &content, int process = pid);
@@ -106,7 +106,7 @@ void TestProcessLookup::write(const QByteArray &content, int process)
     QCOMPARE(file.write(content), content.size());
 }
 
-void TestProcessLookup::file_data()
+void TestProcessLookup::controlGroupFileIsRead_data()
 {
     QTest::addColumn<bool>("isSet");
     QTest::addColumn<QByteArray>("root");
@@ -125,7 +125,7 @@ void TestProcessLookup::file_data()
     QTest::newRow("largest") << false << Bytes() << 2147483647 << Bytes("/proc/2147483647/cgroup");
 }
 
-void TestProcessLookup::file()
+void TestProcessLookup::controlGroupFileIsRead()
 {
     QFETCH(bool, isSet);
     QFETCH(QByteArray, root);
@@ -143,7 +143,7 @@ void TestProcessLookup::file()
     QTEST(openedPath, "path");
 }
 
-void TestProcessLookup::lines_data()
+void TestProcessLookup::controlGroupLinesAreParsed_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("appId");
@@ -288,7 +288,7 @@ void TestProcessLookup::lines_data()
         nothing, nothing);
 }
 
-void TestProcessLookup::lines()
+void TestProcessLookup::controlGroupLinesAreParsed()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, appId);
@@ -368,7 +368,7 @@ void TestProcessLookup::missingBuffersAreRefused()
     QVERIFY(!readControlGroup(pid, nullptr, 0, nullptr, 0));
 }
 
-void TestProcessLookup::unreadableFilesGiveNothing()
+void TestProcessLookup::unreadableFilesGiveNullStrings()
 {
     const Control control;
     QVERIFY(control.getAppIdByPid(pid).isNull());
@@ -384,7 +384,7 @@ void TestProcessLookup::unreadableFilesGiveNothing()
 }
 
 // The path is cut to 4,095 bytes, and opened as it is then.
-void TestProcessLookup::rootWithoutAnEndIsCut()
+void TestProcessLookup::tooLongRootFoldersFindNothing()
 {
     const QByteArray end = QByteArrayLiteral("/proc/1234/cgroup");
     for (const int excess : {0, 1, 905}) {
@@ -431,7 +431,7 @@ void TestProcessLookup::filesAreClosed()
 
 // Two threads ask for different processes all the time, and neither gets a part of the other's
 // answer.
-void TestProcessLookup::anyThreadMayAsk()
+void TestProcessLookup::anyThreadMayLookUp()
 {
     constexpr int rounds = 5000;
     struct Asker

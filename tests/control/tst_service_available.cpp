@@ -36,7 +36,7 @@ private Q_SLOTS:
     void serviceComesAndGoes();
     void restartShowsAsGoneAndCome();
     void newOwnerShowsAsGoneAndCome();
-    void eachControlSeesItsOwn();
+    void deletedControlLeavesTheOthersConnected();
     void slotMayDeleteTheControl_data();
     void slotMayDeleteTheControl();
     void slotMayRunAnEventLoop();
@@ -157,7 +157,7 @@ void TestServiceAvailable::newOwnerShowsAsGoneAndCome()
     settle();
 }
 
-void TestServiceAvailable::eachControlSeesItsOwn()
+void TestServiceAvailable::deletedControlLeavesTheOthersConnected()
 {
     const auto shortLived = std::make_unique<Control>();
     const Control control;

@@ -69,15 +69,15 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void invalidOnesAreRefused();
+    void invalidTimeoutsAreRefused();
     void requestsThatBlockEndInTime_data() { methods(); }
     void requestsThatBlockEndInTime();
     void requestsThatDoNotBlockEndInTime_data() { methods(); }
     void requestsThatDoNotBlockEndInTime();
-    void tasksAreGivenUpInTime();
-    void windowsAreGivenUpInTime();
+    void taskCallsEndAfterTheirTimeout();
+    void windowReportsEndAfterTheirTimeout();
     void callsUnderWayKeepTheirTimeout();
-    void eachObjectHasItsOwn();
+    void eachObjectHasItsOwnTimeout();
 
 private:
     static void methods();
@@ -114,7 +114,7 @@ void TestTimeouts::cleanup()
     m_simulator->reset();
 }
 
-void TestTimeouts::invalidOnesAreRefused()
+void TestTimeouts::invalidTimeoutsAreRefused()
 {
     Control control;
     refuseInvalidTimeouts(control);
@@ -170,7 +170,7 @@ void TestTimeouts::requestsThatDoNotBlockEndInTime()
     compareWithTimeout(*outcome);
 }
 
-void TestTimeouts::tasksAreGivenUpInTime()
+void TestTimeouts::taskCallsEndAfterTheirTimeout()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     QVERIFY(!waitUntilReady(invoker));
@@ -188,7 +188,7 @@ void TestTimeouts::tasksAreGivenUpInTime()
     compareWithTimeout(*stopped);
 }
 
-void TestTimeouts::windowsAreGivenUpInTime()
+void TestTimeouts::windowReportsEndAfterTheirTimeout()
 {
     m_simulator->windowStatus().ignoreNext();
     WindowManagement windows;
@@ -222,7 +222,7 @@ void TestTimeouts::callsUnderWayKeepTheirTimeout()
     QCOMPARE(control.terminate(QStringLiteral("slow")).code(), Error::ApplicationNotRunning);
 }
 
-void TestTimeouts::eachObjectHasItsOwn()
+void TestTimeouts::eachObjectHasItsOwnTimeout()
 {
     Control impatient;
     impatient.setTimeout(limit);

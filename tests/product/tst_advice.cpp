@@ -73,7 +73,7 @@ private Q_SLOTS:
 
     void nestedValuesAreReadAsWhatTheyAre_data();
     void nestedValuesAreReadAsWhatTheyAre();
-    void jsonTravelsAsPlainValues();
+    void jsonIsSentAsPlainValues();
     void invokersAreMadeAgainWhenTheServiceComes();
 
 private:
@@ -121,7 +121,7 @@ void TestAdvice::nestedValuesAreReadAsWhatTheyAre()
     QCOMPARE(mapIn(control.start(QStringLiteral("demo.Viewer")).details.value(key)), read);
 }
 
-void TestAdvice::jsonTravelsAsPlainValues()
+void TestAdvice::jsonIsSentAsPlainValues()
 {
     const Control registersTheJsonTypes;
     const QString appId = QStringLiteral("demo.Viewer");

@@ -19,12 +19,12 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void startAndFollowTellsWhatBecomesOfTheApplication();
+    void startAndFollowPrintsTheLifeOfTheApplication();
     void taskRunnerRunsATask();
-    void windowStatusTakesTheLatestAnswer();
+    void windowStatusKeepsTheLatestReply();
     void responsiveGoesOnWhileTheServiceIsSlow();
-    void eachTellsWhyItFails_data();
-    void eachTellsWhyItFails();
+    void examplesPrintWhyTheyFail_data();
+    void examplesPrintWhyTheyFail();
 
 private:
     QString program(const QString &example) const;
@@ -81,7 +81,7 @@ Result TestExamples::runExample(const QString &example, const QStringList &argum
     return run(program(example), arguments, m_environment);
 }
 
-void TestExamples::startAndFollowTellsWhatBecomesOfTheApplication()
+void TestExamples::startAndFollowPrintsTheLifeOfTheApplication()
 {
     const Result result =
         runExample(QStringLiteral("start-and-follow"), {QStringLiteral("demo.Once")});
@@ -114,7 +114,7 @@ void TestExamples::taskRunnerRunsATask()
 }
 
 // The answers to the first two reports are out of date when they come.
-void TestExamples::windowStatusTakesTheLatestAnswer()
+void TestExamples::windowStatusKeepsTheLatestReply()
 {
     m_simulator->windowStatus().holdNext(3);
     Process example(program(QStringLiteral("window-status")), {});
@@ -160,7 +160,7 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     QCOMPARE(example.readAllStandardError(), QByteArray());
 }
 
-void TestExamples::eachTellsWhyItFails_data()
+void TestExamples::examplesPrintWhyTheyFail_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("interface");
@@ -182,7 +182,7 @@ void TestExamples::eachTellsWhyItFails_data()
                                 << "cannot start: not today\n";
 }
 
-void TestExamples::eachTellsWhyItFails()
+void TestExamples::examplesPrintWhyTheyFail()
 {
     QFETCH(const QStringList, arguments);
     QFETCH(const QString, interface);

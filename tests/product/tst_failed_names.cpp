@@ -29,8 +29,8 @@ private Q_SLOTS:
     void initTestCase();
 
     void serviceDoesNotRun();
-    void serviceEndsBeforeItAnswers();
-    void nobodyAnswersInTime();
+    void serviceEndsBeforeItReplies();
+    void timeoutExpires();
     void replyHasOtherTypes();
     void serviceDoesNotKnowTheMethod();
     void valueDoesNotFitIntoAMessage();
@@ -84,7 +84,7 @@ void TestFailedNames::serviceDoesNotRun()
         QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files"));
 }
 
-void TestFailedNames::serviceEndsBeforeItAnswers()
+void TestFailedNames::serviceEndsBeforeItReplies()
 {
     Simulator simulator(*m_bus);
     simulator.start();
@@ -97,7 +97,7 @@ void TestFailedNames::serviceEndsBeforeItAnswers()
     simulator.waitForEnd();
 }
 
-void TestFailedNames::nobodyAnswersInTime()
+void TestFailedNames::timeoutExpires()
 {
     Simulator simulator(*m_bus);
     simulator.start();

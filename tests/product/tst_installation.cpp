@@ -39,7 +39,7 @@ private Q_SLOTS:
     void installsWhatAProgramNeeds();
     void installsTheSimulatorOnlyWhenAsked();
     void isFoundByCMake();
-    void isTooOldForTheNextVersion();
+    void nextVersionIsNotFound();
     void isFoundByPkgConfig();
     void isFoundByQmake();
     void eachHeaderStandsAlone();
@@ -175,7 +175,7 @@ void TestInstallation::isFoundByCMake()
     runProgram(m_project + QStringLiteral("/build/program"));
 }
 
-void TestInstallation::isTooOldForTheNextVersion()
+void TestInstallation::nextVersionIsNotFound()
 {
     writeFile(m_project + QStringLiteral("/CMakeLists.txt"),
               block(QStringLiteral("cmake")).replace(QStringLiteral("1.0"), QStringLiteral("2.0")));

@@ -126,13 +126,13 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void simulatorExportsThem_data();
-    void simulatorExportsThem();
-    void simulatorAnswersByThem_data();
-    void simulatorAnswersByThem();
+    void simulatorExportsTheDescriptions_data();
+    void simulatorExportsTheDescriptions();
+    void simulatorRepliesWithTheDescribedTypes_data();
+    void simulatorRepliesWithTheDescribedTypes();
     void simulatorHasEveryMethodOfTheDesk();
-    void librarySendsByThem();
-    void propertiesAreOfTheirTypes();
+    void librarySendsTheDescribedTypes();
+    void propertiesHaveTheDescribedTypes();
 
 private:
     Result busctl(const QStringList &arguments) const;
@@ -161,7 +161,7 @@ Result TestInterfaces::busctl(const QStringList &arguments) const
     return ::busctl(*m_bus, arguments);
 }
 
-void TestInterfaces::simulatorExportsThem_data()
+void TestInterfaces::simulatorExportsTheDescriptions_data()
 {
     addInterfaces();
     QTest::newRow("Control1") << QStringLiteral(OSTREL_CONTROL_PATH)
@@ -170,7 +170,7 @@ void TestInterfaces::simulatorExportsThem_data()
                                 << QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
 }
 
-void TestInterfaces::simulatorExportsThem()
+void TestInterfaces::simulatorExportsTheDescriptions()
 {
     QFETCH(QString, path);
     QFETCH(QString, interface);
@@ -191,12 +191,12 @@ void TestInterfaces::simulatorExportsThem()
         QStringLiteral("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
 }
 
-void TestInterfaces::simulatorAnswersByThem_data()
+void TestInterfaces::simulatorRepliesWithTheDescribedTypes_data()
 {
     addInterfaces();
 }
 
-void TestInterfaces::simulatorAnswersByThem()
+void TestInterfaces::simulatorRepliesWithTheDescribedTypes()
 {
     QFETCH(QString, path);
     QFETCH(QString, interface);
@@ -231,7 +231,7 @@ void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
     }
 }
 
-void TestInterfaces::librarySendsByThem()
+void TestInterfaces::librarySendsTheDescribedTypes()
 {
     m_simulator->reset();
     reportWindow();
@@ -257,7 +257,7 @@ void TestInterfaces::librarySendsByThem()
     }
 }
 
-void TestInterfaces::propertiesAreOfTheirTypes()
+void TestInterfaces::propertiesHaveTheDescribedTypes()
 {
     const QString xml =
         readFile(QStringLiteral(INTERFACES_DIR "/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"));

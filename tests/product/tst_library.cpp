@@ -13,12 +13,12 @@ class TestLibrary : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void exportsNothingButItsClasses();
-    void needsCoreAndDBusAlone();
+    void exportsOnlyItsClasses();
+    void linksOnlyCoreAndDBus();
 };
 
 // Its symbols are those that the package promises, as the linker spells them.
-void TestLibrary::exportsNothingButItsClasses()
+void TestLibrary::exportsOnlyItsClasses()
 {
     const Result result = run(QStringLiteral("nm"),
                               {QStringLiteral("--dynamic"), QStringLiteral("--defined-only"),
@@ -43,7 +43,7 @@ void TestLibrary::exportsNothingButItsClasses()
     QCOMPARE(exported, promised);
 }
 
-void TestLibrary::needsCoreAndDBusAlone()
+void TestLibrary::linksOnlyCoreAndDBus()
 {
     const Result result =
         run(QStringLiteral("readelf"), {QStringLiteral("--dynamic"), QStringLiteral(LIBRARY)});

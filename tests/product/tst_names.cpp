@@ -13,10 +13,10 @@ class TestNames : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void areSpelledLikeThis();
+    void busNamesAreSpelledAsDocumented();
 };
 
-void TestNames::areSpelledLikeThis()
+void TestNames::busNamesAreSpelledAsDocumented()
 {
     const QString prefix = QStringLiteral(OSTREL_VENDOR_PREFIX);
     const QString service = prefix + QStringLiteral(".Ostrel");

@@ -12,12 +12,12 @@ class TestVendorPrefix : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void badOnesStopTheConfiguration_data();
-    void badOnesStopTheConfiguration();
-    void goodOnesAreAccepted_data();
-    void goodOnesAreAccepted();
-    void stopsTheWholeConfiguration();
-    void reachesEveryName();
+    void badPrefixesStopTheConfiguration_data();
+    void badPrefixesStopTheConfiguration();
+    void goodPrefixesAreAccepted_data();
+    void goodPrefixesAreAccepted();
+    void badPrefixStopsTheWholeConfiguration();
+    void prefixReachesEveryName();
 };
 
 namespace
@@ -43,7 +43,7 @@ Result configure(const QString &folder, const QString &prefix)
 
 } // namespace
 
-void TestVendorPrefix::badOnesStopTheConfiguration_data()
+void TestVendorPrefix::badPrefixesStopTheConfiguration_data()
 {
     QTest::addColumn<QString>("prefix");
     for (const char *const prefix :
@@ -53,7 +53,7 @@ void TestVendorPrefix::badOnesStopTheConfiguration_data()
     }
 }
 
-void TestVendorPrefix::badOnesStopTheConfiguration()
+void TestVendorPrefix::badPrefixesStopTheConfiguration()
 {
     QFETCH(QString, prefix);
     const Result result = check(prefix);
@@ -66,7 +66,7 @@ void TestVendorPrefix::badOnesStopTheConfiguration()
              qPrintable(result.errors));
 }
 
-void TestVendorPrefix::goodOnesAreAccepted_data()
+void TestVendorPrefix::goodPrefixesAreAccepted_data()
 {
     QTest::addColumn<QString>("prefix");
     for (const char *const prefix : {"com.example", "com.example.device", "_a._b", "a1.B2"}) {
@@ -75,7 +75,7 @@ void TestVendorPrefix::goodOnesAreAccepted_data()
     QTest::newRow("200 characters") << QStringLiteral("a.") + QString(198, QLatin1Char('b'));
 }
 
-void TestVendorPrefix::goodOnesAreAccepted()
+void TestVendorPrefix::goodPrefixesAreAccepted()
 {
     QFETCH(QString, prefix);
     const Result result = check(prefix);
@@ -83,7 +83,7 @@ void TestVendorPrefix::goodOnesAreAccepted()
     QCOMPARE(result.exitStatus, 0);
 }
 
-void TestVendorPrefix::stopsTheWholeConfiguration()
+void TestVendorPrefix::badPrefixStopsTheWholeConfiguration()
 {
     const QTemporaryDir folder;
     QVERIFY(configure(folder.path(), QStringLiteral("example")).exitStatus != 0);
@@ -96,7 +96,7 @@ void TestVendorPrefix::stopsTheWholeConfiguration()
 }
 
 // Where the tests run with the sanitizers, it is not the default one.
-void TestVendorPrefix::reachesEveryName()
+void TestVendorPrefix::prefixReachesEveryName()
 {
     const QString name = QStringLiteral(VENDOR_PREFIX ".Ostrel");
     const QString path =

@@ -34,8 +34,8 @@ class TestWire : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void windowStatusIsOneCall();
-    void serviceIsSentNothingElse();
+    void windowStatusIsOneMessage();
+    void serviceReceivesOnlyTheReports();
     void proxyOutlivesItsClient();
 
 private:
@@ -67,7 +67,7 @@ QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
     return own;
 }
 
-void TestWire::windowStatusIsOneCall()
+void TestWire::windowStatusIsOneMessage()
 {
     BusMonitor monitor(*m_bus);
     reportWindow(QStringLiteral("main"), -1, 2147483647, 3);
@@ -100,7 +100,7 @@ void TestWire::windowStatusIsOneCall()
 }
 
 // No introspection, no properties, no pings: the one call.
-void TestWire::serviceIsSentNothingElse()
+void TestWire::serviceReceivesOnlyTheReports()
 {
     BusMonitor monitor(*m_bus);
     QStringList members;

@@ -43,11 +43,11 @@ class TestDefaultTimeLimit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void silentServiceFailsEveryCall();
+    void callsFailAfterTheDefaultTimeout();
 };
 
 // All at once, each blocking call in a thread of its own: the test takes as long as the limit.
-void TestDefaultTimeLimit::silentServiceFailsEveryCall()
+void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
 {
     const PrivateBus bus;
     Simulator simulator(bus);

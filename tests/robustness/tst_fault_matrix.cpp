@@ -16,11 +16,11 @@ class TestFaultMatrix : public QObject
 private Q_SLOTS:
     void cleanupTestCase();
 
-    void busAndServiceFail();
-    void serviceRefuses();
-    void valuesAreOfWrongTypes();
-    void mapsHoldAnything();
-    void textsAreAsLongAsTheyCanBe();
+    void callsSurviveFailuresOfBusAndService();
+    void errorRepliesReachTheCaller();
+    void valuesOfWrongTypesAreHarmless();
+    void mapsMayHoldAnything();
+    void longestStringsArrive();
     void parametersCannotBeSent();
 
 private:
@@ -47,27 +47,27 @@ void TestFaultMatrix::cleanupTestCase()
         << std::endl;
 }
 
-void TestFaultMatrix::busAndServiceFail()
+void TestFaultMatrix::callsSurviveFailuresOfBusAndService()
 {
     run(faultsOfLife());
 }
 
-void TestFaultMatrix::serviceRefuses()
+void TestFaultMatrix::errorRepliesReachTheCaller()
 {
     run(faultsOfErrors());
 }
 
-void TestFaultMatrix::valuesAreOfWrongTypes()
+void TestFaultMatrix::valuesOfWrongTypesAreHarmless()
 {
     run(faultsOfTypes());
 }
 
-void TestFaultMatrix::mapsHoldAnything()
+void TestFaultMatrix::mapsMayHoldAnything()
 {
     run(faultsInMaps());
 }
 
-void TestFaultMatrix::textsAreAsLongAsTheyCanBe()
+void TestFaultMatrix::longestStringsArrive()
 {
     run(faultsOfLengths());
 }

@@ -18,16 +18,16 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void signalsOfStrangers_data();
-    void signalsOfStrangers();
-    void signalsOfAFormerOwner_data();
-    void signalsOfAFormerOwner();
-    void answersOfStrangers_data();
-    void answersOfStrangers();
-    void answersAheadOfTheCall_data();
-    void answersAheadOfTheCall();
-    void wordsOfTheBus_data();
-    void wordsOfTheBus();
+    void signalsOfOtherPeersAreDropped_data();
+    void signalsOfOtherPeersAreDropped();
+    void signalsOfAFormerOwnerAreDropped_data();
+    void signalsOfAFormerOwnerAreDropped();
+    void repliesOfOtherPeersAreDropped_data();
+    void repliesOfOtherPeersAreDropped();
+    void repliesBeforeTheCallAreDropped_data();
+    void repliesBeforeTheCallAreDropped();
+    void forgedSignalsOfTheDaemonAreDropped_data();
+    void forgedSignalsOfTheDaemonAreDropped();
 
 private:
     static void addRows(bool (*concerns)(const Operation &));
@@ -116,12 +116,12 @@ void TestForgery::works(const Operation &operation)
     QCOMPARE(text(*m_rig), goodOutcome(operation));
 }
 
-void TestForgery::signalsOfStrangers_data()
+void TestForgery::signalsOfOtherPeersAreDropped_data()
 {
     addRows(isSignal);
 }
 
-void TestForgery::signalsOfStrangers()
+void TestForgery::signalsOfOtherPeersAreDropped()
 {
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
@@ -134,12 +134,12 @@ void TestForgery::signalsOfStrangers()
     works(operation);
 }
 
-void TestForgery::signalsOfAFormerOwner_data()
+void TestForgery::signalsOfAFormerOwnerAreDropped_data()
 {
     addRows(isSignal);
 }
 
-void TestForgery::signalsOfAFormerOwner()
+void TestForgery::signalsOfAFormerOwnerAreDropped()
 {
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
@@ -164,13 +164,13 @@ void TestForgery::signalsOfAFormerOwner()
     works(operation);
 }
 
-void TestForgery::answersOfStrangers_data()
+void TestForgery::repliesOfOtherPeersAreDropped_data()
 {
     addRows(isCall);
 }
 
 // While the call waits for its answer.
-void TestForgery::answersOfStrangers()
+void TestForgery::repliesOfOtherPeersAreDropped()
 {
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
@@ -192,13 +192,13 @@ void TestForgery::answersOfStrangers()
     works(operation);
 }
 
-void TestForgery::answersAheadOfTheCall_data()
+void TestForgery::repliesBeforeTheCallAreDropped_data()
 {
     addRows(isCall);
 }
 
 // The next serial numbers of the client are known to anybody who counts.
-void TestForgery::answersAheadOfTheCall()
+void TestForgery::repliesBeforeTheCallAreDropped()
 {
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
@@ -221,13 +221,13 @@ void TestForgery::answersAheadOfTheCall()
     works(operation);
 }
 
-void TestForgery::wordsOfTheBus_data()
+void TestForgery::forgedSignalsOfTheDaemonAreDropped_data()
 {
     addRows(isAny);
 }
 
 // What the bus would say: that the name has another owner, or that the client has it.
-void TestForgery::wordsOfTheBus()
+void TestForgery::forgedSignalsOfTheDaemonAreDropped()
 {
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);

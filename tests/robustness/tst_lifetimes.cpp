@@ -33,8 +33,8 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void programEndsWell_data();
-    void programEndsWell();
+    void programEndsCleanly_data();
+    void programEndsCleanly();
     void callsWithoutReplyAreLeftToTheEnd();
     void endWaitsForTheRequestsOfOtherThreads();
     void busThatEndsBeforeTheLoopRunsIsNoticed();
@@ -57,7 +57,7 @@ void TestLifetimes::cleanup()
     m_simulator->reset();
 }
 
-void TestLifetimes::programEndsWell_data()
+void TestLifetimes::programEndsCleanly_data()
 {
     QTest::addColumn<QString>("output");
     const auto row = [](const char *program, const char *output) {
@@ -127,7 +127,7 @@ void TestLifetimes::programEndsWell_data()
         "ready 0, started\n");
 }
 
-void TestLifetimes::programEndsWell()
+void TestLifetimes::programEndsCleanly()
 {
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();

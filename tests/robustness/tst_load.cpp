@@ -33,9 +33,9 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void controlIsAskedOnAndOn() const;
-    void windowsAreReportedOnAndOn();
-    void tasksAreStoppedOnAndOn() const;
+    void repeatedRequestsUseNoMoreMemory() const;
+    void repeatedReportsUseNoMoreMemory();
+    void repeatedTaskCallsUseNoMoreMemory() const;
     void tenThousandReportsInFlight();
 
 private:
@@ -103,7 +103,7 @@ void TestLoad::cleanup()
     QCOMPARE(m_warnings->texts(), QStringList());
 }
 
-void TestLoad::controlIsAskedOnAndOn() const
+void TestLoad::repeatedRequestsUseNoMoreMemory() const
 {
     Control control;
     const auto ask = [&control](int count) {
@@ -126,7 +126,7 @@ void TestLoad::controlIsAskedOnAndOn() const
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
-void TestLoad::windowsAreReportedOnAndOn()
+void TestLoad::repeatedReportsUseNoMoreMemory()
 {
     WindowManagement windows;
     const auto report = [this, &windows](int count) {
@@ -153,7 +153,7 @@ void TestLoad::windowsAreReportedOnAndOn()
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
-void TestLoad::tasksAreStoppedOnAndOn() const
+void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     QVERIFY(!waitUntilReady(invoker));

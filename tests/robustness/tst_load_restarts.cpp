@@ -30,7 +30,7 @@ class TestLoadRestarts : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void everyServiceIsHeardAndAnswers();
+    void everyRestartedServiceIsReached();
 
 private:
     // Starts the service, and returns when QtDBus knows it: what comes earlier, it drops.
@@ -57,7 +57,7 @@ void TestLoadRestarts::startService()
     waitUntil([&] { return owned.size() == 1; });
 }
 
-void TestLoadRestarts::everyServiceIsHeardAndAnswers()
+void TestLoadRestarts::everyRestartedServiceIsReached()
 {
     const int restarts = longTests() ? 200 : 20;
     const Warnings warnings;

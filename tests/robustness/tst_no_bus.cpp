@@ -24,7 +24,7 @@ private Q_SLOTS:
     void applicationControlFailsAtOnce();
     void windowStatusFails();
     void windowStatusFailsInAnotherThread();
-    void contextEndsFirst();
+    void deletedContextIsNotCalled();
 };
 
 void TestNoBus::applicationControlFailsAtOnce()
@@ -103,7 +103,7 @@ void TestNoBus::windowStatusFailsInAnotherThread()
     thread.wait();
 }
 
-void TestNoBus::contextEndsFirst()
+void TestNoBus::deletedContextIsNotCalled()
 {
     WindowManagement windows;
     Outcomes outcomes;

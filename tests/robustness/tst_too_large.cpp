@@ -35,13 +35,13 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void controlRefusesThem();
-    void controlRefusesThemInParameters();
-    void taskInvokerRefusesThem();
-    void taskTypesAreRefused_data();
-    void taskTypesAreRefused();
-    void largestTaskTypeIsTaken();
-    void windowManagementRefusesThem();
+    void controlRefusesTooLargeStrings();
+    void controlRefusesTooLargeParameters();
+    void taskInvokerRefusesTooLargeValues();
+    void tooLargeTaskTypesAreRefused_data();
+    void tooLargeTaskTypesAreRefused();
+    void largestTaskTypeIsAccepted();
+    void windowManagementRefusesTooLargeStrings();
 
 private:
     // More than 128 MiB.
@@ -67,7 +67,7 @@ void TestTooLarge::cleanup()
     m_simulator->reset();
 }
 
-void TestTooLarge::controlRefusesThem()
+void TestTooLarge::controlRefusesTooLargeStrings()
 {
     Control control;
     const auto isRefusal = [this](const Error &error) {
@@ -78,7 +78,7 @@ void TestTooLarge::controlRefusesThem()
     QVERIFY(isRefusal(control.terminate(m_text)));
 }
 
-void TestTooLarge::controlRefusesThemInParameters()
+void TestTooLarge::controlRefusesTooLargeParameters()
 {
     DebugParams params;
     params.setStdoutFile(m_text);
@@ -89,7 +89,7 @@ void TestTooLarge::controlRefusesThemInParameters()
                             "value of type QString"));
 }
 
-void TestTooLarge::taskInvokerRefusesThem()
+void TestTooLarge::taskInvokerRefusesTooLargeValues()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("photos"));
     QVERIFY(!waitUntilReady(invoker));
@@ -114,14 +114,14 @@ void TestTooLarge::taskInvokerRefusesThem()
 }
 
 // The type is the end of a path, which has a byte for each character.
-void TestTooLarge::taskTypesAreRefused_data()
+void TestTooLarge::tooLargeTaskTypesAreRefused_data()
 {
     QTest::addColumn<int>("size");
     QTest::newRow("larger than a message") << 135000000;
     QTest::newRow("larger than an answer may be") << largestTaskType + 1;
 }
 
-void TestTooLarge::taskTypesAreRefused()
+void TestTooLarge::tooLargeTaskTypesAreRefused()
 {
     QFETCH(int, size);
     const QString type(size, QLatin1Char('x'));
@@ -145,7 +145,7 @@ void TestTooLarge::taskTypesAreRefused()
                              .arg(refusal)));
 }
 
-void TestTooLarge::largestTaskTypeIsTaken()
+void TestTooLarge::largestTaskTypeIsAccepted()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QString(largestTaskType, QLatin1Char('x')));
     QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
@@ -160,7 +160,7 @@ void TestTooLarge::largestTaskTypeIsTaken()
     m_simulator->reset();
 }
 
-void TestTooLarge::windowManagementRefusesThem()
+void TestTooLarge::windowManagementRefusesTooLargeStrings()
 {
     const Outcome outcome = reportWindow(m_text);
     QCOMPARE(outcome.state, 255U);

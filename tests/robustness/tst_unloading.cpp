@@ -19,9 +19,9 @@ class TestUnloading : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void pluginsComeAndGo();
-    void whatIsLeftBehindGoesOn();
-    void hostNeedNotKnowQt();
+    void pluginsAreLoadedAndUnloaded();
+    void callsOfAnUnloadedPluginFinish();
+    void hostNeedNotLinkQt();
 
 private:
     // Loads the plugin, has it use the library, and unloads it.
@@ -80,7 +80,7 @@ void TestUnloading::sendSignals() const
     QCoreApplication::processEvents();
 }
 
-void TestUnloading::pluginsComeAndGo()
+void TestUnloading::pluginsAreLoadedAndUnloaded()
 {
     const Warnings warnings;
     QVERIFY(!isLoaded(LIBRARY));
@@ -94,7 +94,7 @@ void TestUnloading::pluginsComeAndGo()
 }
 
 // The shared Control hears the signals, and the proxies that the service has another owner.
-void TestUnloading::whatIsLeftBehindGoesOn()
+void TestUnloading::callsOfAnUnloadedPluginFinish()
 {
     usePlugin();
     sendSignals();
@@ -110,7 +110,7 @@ void TestUnloading::whatIsLeftBehindGoesOn()
     usePlugin();
 }
 
-void TestUnloading::hostNeedNotKnowQt()
+void TestUnloading::hostNeedNotLinkQt()
 {
     // QtDBus loses what it is about when the process ends, now and then.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

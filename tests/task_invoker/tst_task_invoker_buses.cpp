@@ -26,10 +26,10 @@ class TestTaskInvokerBuses : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void numbersSelectTheBus_data();
-    void numbersSelectTheBus();
+    void busTypeSelectsTheBus_data();
+    void busTypeSelectsTheBus();
     void busesAreKeptApart();
-    void oneBusEnds();
+    void endOfOneBusLeavesTheOther();
 
 private:
     std::optional<PrivateBus> m_systemBus;
@@ -49,7 +49,7 @@ void TestTaskInvokerBuses::initTestCase()
     m_sessionSimulator->start();
 }
 
-void TestTaskInvokerBuses::numbersSelectTheBus_data()
+void TestTaskInvokerBuses::busTypeSelectsTheBus_data()
 {
     QTest::addColumn<quint32>("number");
     QTest::addColumn<bool>("session");
@@ -60,7 +60,7 @@ void TestTaskInvokerBuses::numbersSelectTheBus_data()
     QTest::newRow("all bits") << 4294967295U << false;
 }
 
-void TestTaskInvokerBuses::numbersSelectTheBus()
+void TestTaskInvokerBuses::busTypeSelectsTheBus()
 {
     QFETCH(quint32, number);
     QFETCH(bool, session);
@@ -101,7 +101,7 @@ void TestTaskInvokerBuses::busesAreKeptApart()
 }
 
 // What is in flight there fails, and so does what comes later; the other bus does not notice.
-void TestTaskInvokerBuses::oneBusEnds()
+void TestTaskInvokerBuses::endOfOneBusLeavesTheOther()
 {
     m_systemSimulator->reset();
     m_sessionSimulator->reset();

@@ -26,20 +26,20 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void startIsOneCall();
-    void stopIsOneCall();
+    void startIsOneMessage();
+    void stopIsOneMessage();
     void callsDoNotWaitForTheRegistration();
     void callsAreSentAfterAFailedRegistration();
     void callbacksComeFromTheEventLoop();
-    void numbersArriveUnchanged_data();
-    void numbersArriveUnchanged();
+    void numberOfTheReplyIsPassedOn_data();
+    void numberOfTheReplyIsPassedOn();
     void serviceErrorsAreMapped_data();
     void serviceErrorsAreMapped();
     void errorsMayCarryANumber_data();
     void errorsMayCarryANumber();
     void otherRepliesAreFailures_data();
     void otherRepliesAreFailures();
-    void furtherValuesAreAccepted();
+    void furtherValuesInAReplyAreAccepted();
     void stopAcceptsAnyReply_data();
     void stopAcceptsAnyReply();
     void emptyCallbacksAreSkipped_data();
@@ -48,7 +48,7 @@ private Q_SLOTS:
     void callbacksMayCallAgain();
     void unsendableMapsAreNotSent_data();
     void unsendableMapsAreNotSent();
-    void simulatorRefusesWhatItShould();
+    void simulatorRefusesWrongTasks();
 
 private:
     MethodFaults starts() const
@@ -95,7 +95,7 @@ QVector<Call> TestTaskInvokerCalls::sessionCalls() const
     return calls;
 }
 
-void TestTaskInvokerCalls::startIsOneCall()
+void TestTaskInvokerCalls::startIsOneMessage()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
@@ -115,7 +115,7 @@ void TestTaskInvokerCalls::startIsOneCall()
     }
 }
 
-void TestTaskInvokerCalls::stopIsOneCall()
+void TestTaskInvokerCalls::stopIsOneMessage()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
@@ -196,7 +196,7 @@ void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
     waitUntil([&] { return invoker.children().isEmpty(); });
 }
 
-void TestTaskInvokerCalls::numbersArriveUnchanged_data()
+void TestTaskInvokerCalls::numberOfTheReplyIsPassedOn_data()
 {
     QTest::addColumn<int>("number");
     for (const int number : {42, 0, -1, 2147483647, -2147483647 - 1}) {
@@ -204,7 +204,7 @@ void TestTaskInvokerCalls::numbersArriveUnchanged_data()
     }
 }
 
-void TestTaskInvokerCalls::numbersArriveUnchanged()
+void TestTaskInvokerCalls::numberOfTheReplyIsPassedOn()
 {
     QFETCH(int, number);
     starts().answerNext({number});
@@ -321,7 +321,7 @@ void TestTaskInvokerCalls::otherRepliesAreFailures()
                              .arg(signature)));
 }
 
-void TestTaskInvokerCalls::furtherValuesAreAccepted()
+void TestTaskInvokerCalls::furtherValuesInAReplyAreAccepted()
 {
     starts().answerNext({42, QStringLiteral("more"), QVariantMap()});
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
@@ -476,7 +476,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     QCOMPARE(events.all().constLast(), QStringLiteral("started 1: 0"));
 }
 
-void TestTaskInvokerCalls::simulatorRefusesWhatItShould()
+void TestTaskInvokerCalls::simulatorRefusesWrongTasks()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;

@@ -50,7 +50,7 @@ private Q_SLOTS:
     void cleanup();
 
     void serviceIsAbsent();
-    void serviceEndsBeforeItAnswers();
+    void serviceEndsBeforeItReplies();
     void serviceEndsWithManyCallsInFlight();
     void serviceComesLater();
     void serviceComesBack();
@@ -113,7 +113,7 @@ void TestTaskInvokerFailures::serviceIsAbsent()
                                         " was not provided by any .service files\")")));
 }
 
-void TestTaskInvokerFailures::serviceEndsBeforeItAnswers()
+void TestTaskInvokerFailures::serviceEndsBeforeItReplies()
 {
     m_simulator->start();
     registration().dieInNext();

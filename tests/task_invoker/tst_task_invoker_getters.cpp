@@ -21,8 +21,8 @@ private Q_SLOTS:
     void whatWasSetIsReturned();
     void mapsAreAdoptedUnchanged();
     void otherTypesAreConverted();
-    void autostartIsOneOfThree_data();
-    void autostartIsOneOfThree();
+    void storedAutostartIsClamped_data();
+    void storedAutostartIsClamped();
 };
 
 namespace
@@ -129,7 +129,7 @@ void TestTaskInvokerGetters::otherTypesAreConverted()
     compareWithNothing(Hints(map));
 }
 
-void TestTaskInvokerGetters::autostartIsOneOfThree_data()
+void TestTaskInvokerGetters::storedAutostartIsClamped_data()
 {
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<int>("autostart");
@@ -142,7 +142,7 @@ void TestTaskInvokerGetters::autostartIsOneOfThree_data()
     QTest::newRow("string") << QVariant(QStringLiteral("2")) << 2;
 }
 
-void TestTaskInvokerGetters::autostartIsOneOfThree()
+void TestTaskInvokerGetters::storedAutostartIsClamped()
 {
     QFETCH(const QVariant, stored);
     const Hints hints(QVariantMap{{QStringLiteral("Autostart"), stored}});

@@ -60,26 +60,26 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void endsBeforeTheAnswer_data();
-    void endsBeforeTheAnswer();
-    void endsWithItsParent();
-    void endsInAReadyCallback_data();
-    void endsInAReadyCallback();
-    void endsInAReadyCallbackThatRunsAtOnce();
-    void endsInASlotOfTheFirstLists_data();
-    void endsInASlotOfTheFirstLists();
-    void endsInASlotOfAnAnnouncement_data();
-    void endsInASlotOfAnAnnouncement();
-    void endsInTheCallbackOfACall_data();
-    void endsInTheCallbackOfACall();
-    void endsInAnEventLoopOfACallback();
-    void endsInAnEventLoopOfASlot();
+    void deletedBeforeTheReply_data();
+    void deletedBeforeTheReply();
+    void deletedWithItsParent();
+    void deletedInAReadyCallback_data();
+    void deletedInAReadyCallback();
+    void deletedInAReadyCallbackThatRunsAtOnce();
+    void deletedInASlotOfTheFirstLists_data();
+    void deletedInASlotOfTheFirstLists();
+    void deletedInASlotOfAChange_data();
+    void deletedInASlotOfAChange();
+    void deletedInTheCallbackOfACall_data();
+    void deletedInTheCallbackOfACall();
+    void deletedInAnEventLoopOfACallback();
+    void deletedInAnEventLoopOfASlot();
     void callsInFlightAreDropped_data();
     void callsInFlightAreDropped();
     void callbacksAreCopied();
     void slotsMayStartAndStopAndAsk();
-    void manyEndWhileAnswersArrive();
-    void livesInAnotherThread();
+    void manyAreDeletedWhileRepliesArrive();
+    void worksInAnotherThread();
 
 private:
     MethodFaults registration() const
@@ -116,14 +116,14 @@ void TestTaskInvokerLifetimes::cleanup()
     QCOMPARE(warnings, QStringList());
 }
 
-void TestTaskInvokerLifetimes::endsBeforeTheAnswer_data()
+void TestTaskInvokerLifetimes::deletedBeforeTheReply_data()
 {
     QTest::addColumn<bool>("arrived");
     QTest::newRow("before the answer is sent") << false;
     QTest::newRow("before the answer is handled") << true;
 }
 
-void TestTaskInvokerLifetimes::endsBeforeTheAnswer()
+void TestTaskInvokerLifetimes::deletedBeforeTheReply()
 {
     QFETCH(bool, arrived);
     registration().holdNext(1);
@@ -148,7 +148,7 @@ void TestTaskInvokerLifetimes::endsBeforeTheAnswer()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerLifetimes::endsWithItsParent()
+void TestTaskInvokerLifetimes::deletedWithItsParent()
 {
     auto parent = std::make_unique<QObject>();
     QPointer<TaskInvoker> invoker = new TaskInvoker(TaskInvoker::SessionBus, type, parent.get());
@@ -161,7 +161,7 @@ void TestTaskInvokerLifetimes::endsWithItsParent()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerLifetimes::endsInAReadyCallback_data()
+void TestTaskInvokerLifetimes::deletedInAReadyCallback_data()
 {
     QTest::addColumn<QString>("answer");
     QTest::newRow("success") << QString();
@@ -169,7 +169,7 @@ void TestTaskInvokerLifetimes::endsInAReadyCallback_data()
     QTest::newRow("foreign path") << QStringLiteral("/x");
 }
 
-void TestTaskInvokerLifetimes::endsInAReadyCallback()
+void TestTaskInvokerLifetimes::deletedInAReadyCallback()
 {
     QFETCH(QString, answer);
     if (answer == QLatin1String("error")) {
@@ -200,7 +200,7 @@ void TestTaskInvokerLifetimes::endsInAReadyCallback()
     QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);
 }
 
-void TestTaskInvokerLifetimes::endsInAReadyCallbackThatRunsAtOnce()
+void TestTaskInvokerLifetimes::deletedInAReadyCallbackThatRunsAtOnce()
 {
     registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
     const Warnings warnings;
@@ -214,14 +214,14 @@ void TestTaskInvokerLifetimes::endsInAReadyCallbackThatRunsAtOnce()
     QCOMPARE(seen, QStringLiteral("1 \"text\""));
 }
 
-void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists_data()
+void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists_data()
 {
     QTest::addColumn<bool>("active");
     QTest::newRow("activeTasksChanged") << true;
     QTest::newRow("availableTasksChanged") << false;
 }
 
-void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists()
+void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists()
 {
     QFETCH(bool, active);
     answerRegistration(*m_bus, type, bothLists);
@@ -238,12 +238,12 @@ void TestTaskInvokerLifetimes::endsInASlotOfTheFirstLists()
                  .mid(0, active ? 1 : 2));
 }
 
-void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement_data()
+void TestTaskInvokerLifetimes::deletedInASlotOfAChange_data()
 {
-    endsInASlotOfTheFirstLists_data();
+    deletedInASlotOfTheFirstLists_data();
 }
 
-void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement()
+void TestTaskInvokerLifetimes::deletedInASlotOfAChange()
 {
     QFETCH(bool, active);
     QPointer<TaskInvoker> invoker = newInvoker();
@@ -261,7 +261,7 @@ void TestTaskInvokerLifetimes::endsInASlotOfAnAnnouncement()
                  .mid(0, active ? 1 : 2));
 }
 
-void TestTaskInvokerLifetimes::endsInTheCallbackOfACall_data()
+void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall_data()
 {
     QTest::addColumn<bool>("start");
     QTest::addColumn<bool>("failing");
@@ -271,7 +271,7 @@ void TestTaskInvokerLifetimes::endsInTheCallbackOfACall_data()
     QTest::newRow("stop fails") << false << true;
 }
 
-void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
+void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
 {
     QFETCH(bool, start);
     QFETCH(bool, failing);
@@ -305,7 +305,7 @@ void TestTaskInvokerLifetimes::endsInTheCallbackOfACall()
              QDBusMessage::ReplyMessage);
 }
 
-void TestTaskInvokerLifetimes::endsInAnEventLoopOfACallback()
+void TestTaskInvokerLifetimes::deletedInAnEventLoopOfACallback()
 {
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;
@@ -326,7 +326,7 @@ void TestTaskInvokerLifetimes::endsInAnEventLoopOfACallback()
         (QStringList{QStringLiteral("begin"), QStringLiteral("deleted"), QStringLiteral("end")}));
 }
 
-void TestTaskInvokerLifetimes::endsInAnEventLoopOfASlot()
+void TestTaskInvokerLifetimes::deletedInAnEventLoopOfASlot()
 {
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;
@@ -425,7 +425,7 @@ void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
                           QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
 }
 
-void TestTaskInvokerLifetimes::manyEndWhileAnswersArrive()
+void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
 {
     int callbacks = 0;
     for (int round = 0; round < 100; ++round) {
@@ -447,7 +447,7 @@ void TestTaskInvokerLifetimes::manyEndWhileAnswersArrive()
 }
 
 // The invoker may live in any one thread that runs an event loop.
-void TestTaskInvokerLifetimes::livesInAnotherThread()
+void TestTaskInvokerLifetimes::worksInAnotherThread()
 {
     QThread thread;
     thread.start();

@@ -29,22 +29,22 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void answerFillsThem();
-    void answerWithoutListsChangesNothing();
-    void announcementsAreApplied_data();
-    void announcementsAreApplied();
-    void recordsArriveWhole();
+    void replyToTheRegistrationFillsTheLists();
+    void replyWithoutListsChangesNothing();
+    void changesReplaceTheLists_data();
+    void changesReplaceTheLists();
+    void recordsArriveUnchanged();
     void aListStaysWhenTheOtherChanges();
-    void theSameListIsAnnouncedAgain();
+    void equalListsEmitTheSignalAgain();
     void activeTasksComeFirst();
-    void startAndStopAreAnnounced();
-    void announcementsBeforeTheAnswerAreApplied();
+    void startAndStopChangeTheLists();
+    void changesBeforeTheReplyAreApplied();
     void otherSignalsAreDropped_data();
     void otherSignalsAreDropped();
     void otherSendersAreDropped();
     void newerListsStayWhenASlotRunsAnEventLoop_data();
     void newerListsStayWhenASlotRunsAnEventLoop();
-    void longTypesHearTheirLists();
+    void longTaskTypesReceiveChanges();
 
 private:
     // An announcement of the list "end" is the marker behind everything else.
@@ -83,7 +83,7 @@ void TestTaskInvokerLists::waitForTheEnd(const Events &events) const
     QCOMPARE(events.all().constLast(), QStringLiteral("active [end 0 {}]"));
 }
 
-void TestTaskInvokerLists::answerFillsThem()
+void TestTaskInvokerLists::replyToTheRegistrationFillsTheLists()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     Events events;
@@ -96,7 +96,7 @@ void TestTaskInvokerLists::answerFillsThem()
                                          "photos {Description=Sends the photos}]")}));
 }
 
-void TestTaskInvokerLists::answerWithoutListsChangesNothing()
+void TestTaskInvokerLists::replyWithoutListsChangesNothing()
 {
     answerRegistration(*m_bus, type, QStringLiteral("1 Other i 3"));
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -106,7 +106,7 @@ void TestTaskInvokerLists::answerWithoutListsChangesNothing()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerLists::announcementsAreApplied_data()
+void TestTaskInvokerLists::changesReplaceTheLists_data()
 {
     QTest::addColumn<QString>("changed");
     QTest::addColumn<QString>("invalidated");
@@ -149,7 +149,7 @@ void TestTaskInvokerLists::announcementsAreApplied_data()
         own, {QStringLiteral("active [y 2 {}]"), QStringLiteral("active [x 1 {}]")});
 }
 
-void TestTaskInvokerLists::announcementsAreApplied()
+void TestTaskInvokerLists::changesReplaceTheLists()
 {
     QFETCH(QString, changed);
     QFETCH(QString, invalidated);
@@ -172,7 +172,7 @@ void TestTaskInvokerLists::announcementsAreApplied()
     QCOMPARE(m_simulator->calls().size(), 1);
 }
 
-void TestTaskInvokerLists::recordsArriveWhole()
+void TestTaskInvokerLists::recordsArriveUnchanged()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     waitUntilReady(invoker);
@@ -205,7 +205,7 @@ void TestTaskInvokerLists::aListStaysWhenTheOtherChanges()
     QCOMPARE(text(invoker.availableTasks()), available);
 }
 
-void TestTaskInvokerLists::theSameListIsAnnouncedAgain()
+void TestTaskInvokerLists::equalListsEmitTheSignalAgain()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     waitUntilReady(invoker);
@@ -237,7 +237,7 @@ void TestTaskInvokerLists::activeTasksComeFirst()
     QCOMPARE(availableWhenActive, 3);
 }
 
-void TestTaskInvokerLists::startAndStopAreAnnounced()
+void TestTaskInvokerLists::startAndStopChangeTheLists()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     waitUntilReady(invoker);
@@ -255,7 +255,7 @@ void TestTaskInvokerLists::startAndStopAreAnnounced()
                           QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
 }
 
-void TestTaskInvokerLists::announcementsBeforeTheAnswerAreApplied()
+void TestTaskInvokerLists::changesBeforeTheReplyAreApplied()
 {
     const MethodFaults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
@@ -410,7 +410,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
 }
 
 // Nearly as long as a message bus lets them be.
-void TestTaskInvokerLists::longTypesHearTheirLists()
+void TestTaskInvokerLists::longTaskTypesReceiveChanges()
 {
     const QString longType(800, QLatin1Char('x'));
     TaskInvoker invoker(TaskInvoker::SessionBus, longType);

@@ -90,10 +90,10 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void valuesInAnAnnouncement_data() { addValues(); }
-    void valuesInAnAnnouncement();
-    void valuesInTheAnswer_data() { addValues(); }
-    void valuesInTheAnswer();
+    void valuesOfAChangeMayHaveAnyType_data() { addValues(); }
+    void valuesOfAChangeMayHaveAnyType();
+    void valuesOfTheReplyMayHaveAnyType_data() { addValues(); }
+    void valuesOfTheReplyMayHaveAnyType();
     void deeplyNestedValues();
 
 private:
@@ -113,7 +113,7 @@ void TestTaskInvokerMalformed::cleanup()
     m_simulator->reset();
 }
 
-void TestTaskInvokerMalformed::valuesInAnAnnouncement()
+void TestTaskInvokerMalformed::valuesOfAChangeMayHaveAnyType()
 {
     QFETCH(QString, signature);
     QFETCH(QString, value);
@@ -135,7 +135,7 @@ void TestTaskInvokerMalformed::valuesInAnAnnouncement()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-void TestTaskInvokerMalformed::valuesInTheAnswer()
+void TestTaskInvokerMalformed::valuesOfTheReplyMayHaveAnyType()
 {
     QFETCH(QString, signature);
     QFETCH(QString, value);

@@ -25,11 +25,11 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void thousandInvokers();
-    void tenThousandStartsInFlight();
-    void tenThousandTasks();
-    void tenThousandReadyCallbacks();
-    void thousandAnnouncements();
+    void thousandInvokersBecomeReady();
+    void tenThousandStartsInFlightAreAnswered();
+    void tenThousandTasksAreListed();
+    void tenThousandReadyCallbacksRun();
+    void thousandChangesArrive();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -48,7 +48,7 @@ void TestTaskInvokerMany::cleanup()
     m_simulator->reset();
 }
 
-void TestTaskInvokerMany::thousandInvokers()
+void TestTaskInvokerMany::thousandInvokersBecomeReady()
 {
     const Warnings warnings;
     constexpr int count = 1000;
@@ -85,7 +85,7 @@ void TestTaskInvokerMany::thousandInvokers()
     figures.print(QStringLiteral("1,000 invokers"));
 }
 
-void TestTaskInvokerMany::tenThousandStartsInFlight()
+void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
 {
     constexpr int count = 10000;
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
@@ -124,7 +124,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlight()
     figures.print(QStringLiteral("10,000 starts in flight"));
 }
 
-void TestTaskInvokerMany::tenThousandTasks()
+void TestTaskInvokerMany::tenThousandTasksAreListed()
 {
     constexpr int count = 10000;
     QStringList active;
@@ -154,7 +154,7 @@ void TestTaskInvokerMany::tenThousandTasks()
     figures.print(QStringLiteral("10,000 active and 10,000 available tasks"));
 }
 
-void TestTaskInvokerMany::tenThousandReadyCallbacks()
+void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
 {
     constexpr int count = 10000;
     MemoryFigures figures;
@@ -172,7 +172,7 @@ void TestTaskInvokerMany::tenThousandReadyCallbacks()
     figures.print(QStringLiteral("10,000 ready callbacks"));
 }
 
-void TestTaskInvokerMany::thousandAnnouncements()
+void TestTaskInvokerMany::thousandChangesArrive()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
     waitUntilReady(invoker);

@@ -40,15 +40,15 @@ private Q_SLOTS:
     void eachStartupInfoWritesItsKey_data();
     void eachStartupInfoWritesItsKey();
     void secondValueReplacesTheFirst();
-    void environmentGrows();
-    void environmentGoesOnFromWhatIsThere();
+    void environmentVariablesAreAppended();
+    void environmentContinuesAnExistingEntry();
     void cgroupSettingsAreKeptByName();
-    void cgroupSettingsGoOnFromWhatIsThere();
-    void autostartIsOneOfThree_data();
-    void autostartIsOneOfThree();
+    void cgroupSettingsContinueAnExistingEntry();
+    void autostartIsClamped_data();
+    void autostartIsClamped();
     void copiesAreIndependent();
-    void othersKeysTravelToo();
-    void jsonValuesTravelAsWhatTheyAre();
+    void otherKeysAreSentToo();
+    void jsonValuesAreSentAsTheirTypes();
 
 private:
     // The two maps of a start, as busctl reads them from the call log.
@@ -232,7 +232,7 @@ void TestTaskInvokerMaps::secondValueReplacesTheFirst()
     QCOMPARE(info, (QVariantMap{{QStringLiteral("Params"), QStringList(QStringLiteral("y"))}}));
 }
 
-void TestTaskInvokerMaps::environmentGrows()
+void TestTaskInvokerMaps::environmentVariablesAreAppended()
 {
     StartupInfo info;
     info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
@@ -250,7 +250,7 @@ void TestTaskInvokerMaps::environmentGrows()
                  {QStringLiteral("Params"), QStringList(QStringLiteral("q"))}}));
 }
 
-void TestTaskInvokerMaps::environmentGoesOnFromWhatIsThere()
+void TestTaskInvokerMaps::environmentContinuesAnExistingEntry()
 {
     StartupInfo info;
     info.insert(QStringLiteral("Environment"), QStringList(QStringLiteral("own")));
@@ -286,7 +286,7 @@ void TestTaskInvokerMaps::cgroupSettingsAreKeptByName()
                             "'b':{'data':[],'type':'ay'}},'type':'a{sv}'}}"));
 }
 
-void TestTaskInvokerMaps::cgroupSettingsGoOnFromWhatIsThere()
+void TestTaskInvokerMaps::cgroupSettingsContinueAnExistingEntry()
 {
     const QString key = QStringLiteral("CGroups");
     Hints hints;
@@ -307,7 +307,7 @@ void TestTaskInvokerMaps::cgroupSettingsGoOnFromWhatIsThere()
     QCOMPARE(hints.value(key), QVariant(QVariantMap{{QStringLiteral("b"), QByteArray("2")}}));
 }
 
-void TestTaskInvokerMaps::autostartIsOneOfThree_data()
+void TestTaskInvokerMaps::autostartIsClamped_data()
 {
     QTest::addColumn<quint32>("autostart");
     QTest::addColumn<int>("stored");
@@ -319,7 +319,7 @@ void TestTaskInvokerMaps::autostartIsOneOfThree_data()
     QTest::newRow("257") << 257U << 0;
 }
 
-void TestTaskInvokerMaps::autostartIsOneOfThree()
+void TestTaskInvokerMaps::autostartIsClamped()
 {
     QFETCH(quint32, autostart);
     QFETCH(int, stored);
@@ -344,7 +344,7 @@ void TestTaskInvokerMaps::copiesAreIndependent()
 }
 
 // Nothing is filtered: the service may know more keys than this library.
-void TestTaskInvokerMaps::othersKeysTravelToo()
+void TestTaskInvokerMaps::otherKeysAreSentToo()
 {
     StartupInfo info;
     info.insert(QStringLiteral("own"), QVariantList{1, QStringLiteral("x")});
@@ -359,7 +359,7 @@ void TestTaskInvokerMaps::othersKeysTravelToo()
                                          "'type':'a{sv}'}}")}));
 }
 
-void TestTaskInvokerMaps::jsonValuesTravelAsWhatTheyAre()
+void TestTaskInvokerMaps::jsonValuesAreSentAsTheirTypes()
 {
     StartupInfo info;
     info.insert(QStringLiteral("json"), QJsonArray{true, false});

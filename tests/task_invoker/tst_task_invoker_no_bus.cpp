@@ -24,10 +24,10 @@ class TestTaskInvokerNoBus : public QObject
 private Q_SLOTS:
     void everythingFailsOnce_data();
     void everythingFailsOnce();
-    void unsendableMapsFailAsTheyDo();
-    void typesThatMakeNoPathFailAsTheyDo();
-    void endsBeforeItIsTold();
-    void endsInWhatItIsTold();
+    void unsendableMapsAreRefusedWithoutABus();
+    void invalidTaskTypesFailWithoutABus();
+    void deletedInvokerIsNotCalled();
+    void invokerMayBeDeletedInACallback();
 };
 
 void TestTaskInvokerNoBus::everythingFailsOnce_data()
@@ -67,7 +67,7 @@ void TestTaskInvokerNoBus::everythingFailsOnce()
     QCOMPARE(events.all().constLast(), QStringLiteral("third ") + disconnected);
 }
 
-void TestTaskInvokerNoBus::unsendableMapsFailAsTheyDo()
+void TestTaskInvokerNoBus::unsendableMapsAreRefusedWithoutABus()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     TaskInvoker::Hints hints;
@@ -80,7 +80,7 @@ void TestTaskInvokerNoBus::unsendableMapsFailAsTheyDo()
                                         "type none\"")));
 }
 
-void TestTaskInvokerNoBus::typesThatMakeNoPathFailAsTheyDo()
+void TestTaskInvokerNoBus::invalidTaskTypesFailWithoutABus()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a-b"));
     Events events;
@@ -91,7 +91,7 @@ void TestTaskInvokerNoBus::typesThatMakeNoPathFailAsTheyDo()
     QVERIFY(events.all().at(1).startsWith(QStringLiteral("started 0: 1 ")));
 }
 
-void TestTaskInvokerNoBus::endsBeforeItIsTold()
+void TestTaskInvokerNoBus::deletedInvokerIsNotCalled()
 {
     Events events;
     {
@@ -104,7 +104,7 @@ void TestTaskInvokerNoBus::endsBeforeItIsTold()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerNoBus::endsInWhatItIsTold()
+void TestTaskInvokerNoBus::invokerMayBeDeletedInACallback()
 {
     auto *invoker = new TaskInvoker(TaskInvoker::SystemBus, QStringLiteral("sync"));
     Events events;

@@ -30,7 +30,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void callbacksRunInTheirOrderBehindTheSignals();
+    void callbacksRunInOrderAfterTheSignals();
     void laterCallbacksRunAtOnce_data();
     void laterCallbacksRunAtOnce();
     void callbackIsCopied();
@@ -39,7 +39,7 @@ private Q_SLOTS:
     void callbacksOfAFailureMayAskAgain();
     void callbacksMayRunAnEventLoop();
     void slotsOfTheFirstListsAskBeforeItIsReady();
-    void furtherValuesAreAccepted();
+    void furtherValuesInAReplyAreAccepted();
     void emptyCallbackThrowsWhenItIsItsTurn_data() { outcomes(); }
     void emptyCallbackThrowsWhenItIsItsTurn();
     void emptyCallbackThrowsAtOnceWhenReady_data() { outcomes(); }
@@ -81,7 +81,7 @@ void TestTaskInvokerReady::cleanup()
     QCOMPARE(warnings, QStringList());
 }
 
-void TestTaskInvokerReady::callbacksRunInTheirOrderBehindTheSignals()
+void TestTaskInvokerReady::callbacksRunInOrderAfterTheSignals()
 {
     answerRegistration(*m_bus, QStringLiteral("sync"), oneTask);
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
@@ -229,7 +229,7 @@ void TestTaskInvokerReady::slotsOfTheFirstListsAskBeforeItIsReady()
                           QStringLiteral("from the slot 0")}));
 }
 
-void TestTaskInvokerReady::furtherValuesAreAccepted()
+void TestTaskInvokerReady::furtherValuesInAReplyAreAccepted()
 {
     answerRegistration(*m_bus, 4,
                        QStringLiteral("o %1 a{sv} %2 s more a(si) 1 x 3")

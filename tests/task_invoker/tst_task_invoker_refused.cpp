@@ -41,14 +41,14 @@ private Q_SLOTS:
     void errorsWithoutATextAreMapped();
     void otherRepliesAreFailures_data();
     void otherRepliesAreFailures();
-    void foreignPathsAreRefused_data();
-    void foreignPathsAreRefused();
-    void failuresLeaveTheListsAsTheyAre_data();
-    void failuresLeaveTheListsAsTheyAre();
-    void failuresLeaveEarlierAnnouncementsAlone_data();
-    void failuresLeaveEarlierAnnouncementsAlone();
-    void failuresAreLoggedBeforeTheyAreTold_data();
-    void failuresAreLoggedBeforeTheyAreTold();
+    void otherSessionPathsAreErrors_data();
+    void otherSessionPathsAreErrors();
+    void failuresKeepTheLists_data();
+    void failuresKeepTheLists();
+    void failuresKeepEarlierChanges_data();
+    void failuresKeepEarlierChanges();
+    void failuresAreLoggedBeforeTheCallbackRuns_data();
+    void failuresAreLoggedBeforeTheCallbackRuns();
     void warningsAreOfTheDefaultCategory_data();
     void warningsAreOfTheDefaultCategory();
 
@@ -183,7 +183,7 @@ void TestTaskInvokerRefused::otherRepliesAreFailures()
                 .arg(QString(message).replace(QLatin1Char('"'), QLatin1String("\\\"")))));
 }
 
-void TestTaskInvokerRefused::foreignPathsAreRefused_data()
+void TestTaskInvokerRefused::otherSessionPathsAreErrors_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("another type's") << sessionPath(QStringLiteral("maintenance"));
@@ -193,7 +193,7 @@ void TestTaskInvokerRefused::foreignPathsAreRefused_data()
     QTest::newRow("root") << QStringLiteral("/");
 }
 
-void TestTaskInvokerRefused::foreignPathsAreRefused()
+void TestTaskInvokerRefused::otherSessionPathsAreErrors()
 {
     QFETCH(QString, path);
     answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} %2").arg(path, oneTask));
@@ -214,7 +214,7 @@ void TestTaskInvokerRefused::foreignPathsAreRefused()
     QCOMPARE(m_simulator->calls().constLast().path, sessionPath(QStringLiteral("sync")));
 }
 
-void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre_data()
+void TestTaskInvokerRefused::failuresKeepTheLists_data()
 {
     QTest::addColumn<bool>("foreign");
     QTest::newRow("error") << false;
@@ -222,7 +222,7 @@ void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre_data()
 }
 
 // A list may have been announced before the answer, and be announced after it.
-void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre()
+void TestTaskInvokerRefused::failuresKeepTheLists()
 {
     QFETCH(bool, foreign);
     failRegistration(foreign);
@@ -257,13 +257,13 @@ void TestTaskInvokerRefused::failuresLeaveTheListsAsTheyAre()
     QCOMPARE(warnings.texts().size(), 1);
 }
 
-void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone_data()
+void TestTaskInvokerRefused::failuresKeepEarlierChanges_data()
 {
-    failuresLeaveTheListsAsTheyAre_data();
+    failuresKeepTheLists_data();
 }
 
 // The service sends a list, and then the answer.
-void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone()
+void TestTaskInvokerRefused::failuresKeepEarlierChanges()
 {
     QFETCH(bool, foreign);
     // It registers the types that the announcement is made of.
@@ -302,12 +302,12 @@ void TestTaskInvokerRefused::failuresLeaveEarlierAnnouncementsAlone()
     QCOMPARE(warnings.texts().size(), 1);
 }
 
-void TestTaskInvokerRefused::failuresAreLoggedBeforeTheyAreTold_data()
+void TestTaskInvokerRefused::failuresAreLoggedBeforeTheCallbackRuns_data()
 {
-    failuresLeaveTheListsAsTheyAre_data();
+    failuresKeepTheLists_data();
 }
 
-void TestTaskInvokerRefused::failuresAreLoggedBeforeTheyAreTold()
+void TestTaskInvokerRefused::failuresAreLoggedBeforeTheCallbackRuns()
 {
     QFETCH(bool, foreign);
     failRegistration(foreign);
@@ -321,7 +321,7 @@ void TestTaskInvokerRefused::failuresAreLoggedBeforeTheyAreTold()
 
 void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory_data()
 {
-    failuresLeaveTheListsAsTheyAre_data();
+    failuresKeepTheLists_data();
 }
 
 // A program turns them off like its own.

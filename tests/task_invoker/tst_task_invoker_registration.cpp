@@ -24,21 +24,21 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void typesAreRegisteredByTheFirst();
-    void isAnObjectWithTwoSignals();
+    void firstInvokerRegistersTheTypes();
+    void classHasTwoSignals();
     void enumerationsHaveTheirNumbers();
-    void asksOnceForItsType();
-    void doesNotWaitForTheAnswer();
+    void registersItsTypeOnce();
+    void constructionDoesNotWaitForTheReply();
     void registersBeforeItSubscribes();
-    void sendsNothingAtItsEnd_data();
-    void sendsNothingAtItsEnd();
-    void typesThatMakeAPathAreRegistered_data();
-    void typesThatMakeAPathAreRegistered();
-    void typesThatTheBusAlters_data();
-    void typesThatTheBusAlters();
-    void otherTypesAreRegisteredToo_data();
-    void otherTypesAreRegisteredToo();
-    void otherTypesNeverMatchAPath();
+    void destructionSendsNothing_data();
+    void destructionSendsNothing();
+    void validTaskTypesAreRegistered_data();
+    void validTaskTypesAreRegistered();
+    void stringsThatTheBusAltersDoNotMatch_data();
+    void stringsThatTheBusAltersDoNotMatch();
+    void invalidTaskTypesAreSentToo_data();
+    void invalidTaskTypesAreSentToo();
+    void invalidTaskTypesNeverMatchAPath();
     void invokersOfOneTypeShareASession();
 
 private:
@@ -89,7 +89,7 @@ QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monito
     return own;
 }
 
-void TestTaskInvokerRegistration::typesAreRegisteredByTheFirst()
+void TestTaskInvokerRegistration::firstInvokerRegistersTheTypes()
 {
     QCOMPARE(QMetaType::type("QVector<AvailableTask>"), 0);
     TaskInvoker first(TaskInvoker::SessionBus, QStringLiteral("sync"));
@@ -102,7 +102,7 @@ void TestTaskInvokerRegistration::typesAreRegisteredByTheFirst()
     waitUntilReady(first);
 }
 
-void TestTaskInvokerRegistration::isAnObjectWithTwoSignals()
+void TestTaskInvokerRegistration::classHasTwoSignals()
 {
     const QMetaObject &meta = TaskInvoker::staticMetaObject;
     QCOMPARE(meta.className(), "Ostrel::TaskInvoker");
@@ -136,7 +136,7 @@ void TestTaskInvokerRegistration::enumerationsHaveTheirNumbers()
     QCOMPARE(int(TaskInvoker::AutostartDisabled), 2);
 }
 
-void TestTaskInvokerRegistration::asksOnceForItsType()
+void TestTaskInvokerRegistration::registersItsTypeOnce()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
     QCOMPARE(invoker.taskType(), QStringLiteral("sync"));
@@ -154,7 +154,7 @@ void TestTaskInvokerRegistration::asksOnceForItsType()
     QCOMPARE(call.arguments, QVariantList{QStringLiteral("sync")});
 }
 
-void TestTaskInvokerRegistration::doesNotWaitForTheAnswer()
+void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
 {
     const MethodFaults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
@@ -200,14 +200,14 @@ void TestTaskInvokerRegistration::registersBeforeItSubscribes()
     QVERIFY(subscription > registration);
 }
 
-void TestTaskInvokerRegistration::sendsNothingAtItsEnd_data()
+void TestTaskInvokerRegistration::destructionSendsNothing_data()
 {
     QTest::addColumn<bool>("ready");
     QTest::newRow("ready") << true;
     QTest::newRow("not ready yet") << false;
 }
 
-void TestTaskInvokerRegistration::sendsNothingAtItsEnd()
+void TestTaskInvokerRegistration::destructionSendsNothing()
 {
     QFETCH(bool, ready);
     auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("sync"));
@@ -225,7 +225,7 @@ void TestTaskInvokerRegistration::sendsNothingAtItsEnd()
     }
 }
 
-void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered_data()
+void TestTaskInvokerRegistration::validTaskTypesAreRegistered_data()
 {
     QTest::addColumn<QString>("type");
     for (const char *const type : {"sync", "1x", "_", "A_b_3", "a/b", "a/b/1"}) {
@@ -234,7 +234,7 @@ void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered_data()
     QTest::newRow("long") << QString(10000, QLatin1Char('x'));
 }
 
-void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered()
+void TestTaskInvokerRegistration::validTaskTypesAreRegistered()
 {
     QFETCH(QString, type);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -247,7 +247,7 @@ void TestTaskInvokerRegistration::typesThatMakeAPathAreRegistered()
     QVERIFY(events.all().constFirst().startsWith(QStringLiteral("started 0: 2 ")));
 }
 
-void TestTaskInvokerRegistration::typesThatTheBusAlters_data()
+void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch_data()
 {
     QTest::addColumn<QString>("type");
     QTest::addColumn<QVariantList>("registered");
@@ -266,7 +266,7 @@ void TestTaskInvokerRegistration::typesThatTheBusAlters_data()
                           "makes no object path\")");
 }
 
-void TestTaskInvokerRegistration::typesThatTheBusAlters()
+void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch()
 {
     QFETCH(QString, type);
     const Warnings warnings;
@@ -290,7 +290,7 @@ void TestTaskInvokerRegistration::typesThatTheBusAlters()
     QCOMPARE(m_simulator->calls().size(), 1);
 }
 
-void TestTaskInvokerRegistration::otherTypesAreRegisteredToo_data()
+void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo_data()
 {
     QTest::addColumn<QString>("type");
     for (const char *const type : {"", "-", "a-b", "a b", " ", "/", "/a", "a/", "a//b", "a.b",
@@ -302,7 +302,7 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo_data()
 
 // The registration goes out all the same; "Start" and "Stop" have no path that they could go to,
 // before and after.
-void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
+void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
 {
     QFETCH(QString, type);
     const QString invalidPath =
@@ -350,7 +350,7 @@ void TestTaskInvokerRegistration::otherTypesAreRegisteredToo()
 }
 
 // Whatever path a service answers with, it is not this one.
-void TestTaskInvokerRegistration::otherTypesNeverMatchAPath()
+void TestTaskInvokerRegistration::invalidTaskTypesNeverMatchAPath()
 {
     answerRegistration(*m_bus, QStringLiteral("a_b"), QStringLiteral("0"));
     const Warnings warnings;

@@ -22,9 +22,9 @@ class TestTaskInvokerWire : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void callsAreOrdinaryOnes_data();
-    void callsAreOrdinaryOnes();
-    void serviceIsSentNothingElse();
+    void messagesExpectRepliesAndMayActivate_data();
+    void messagesExpectRepliesAndMayActivate();
+    void serviceReceivesOnlyTheCalls();
 
 private:
     // What this process sent to anyone but the message bus.
@@ -68,7 +68,7 @@ void TestTaskInvokerWire::initTestCase()
     m_calls.removeLast();
 }
 
-void TestTaskInvokerWire::callsAreOrdinaryOnes_data()
+void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("path");
@@ -97,7 +97,7 @@ void TestTaskInvokerWire::callsAreOrdinaryOnes_data()
                           << QStringLiteral("s") << QJsonArray{QStringLiteral("marker")};
 }
 
-void TestTaskInvokerWire::callsAreOrdinaryOnes()
+void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
 {
     QFETCH(int, number);
     QFETCH(QString, signature);
@@ -118,7 +118,7 @@ void TestTaskInvokerWire::callsAreOrdinaryOnes()
 }
 
 // No introspection, no reading of properties, nothing at the end: these calls.
-void TestTaskInvokerWire::serviceIsSentNothingElse()
+void TestTaskInvokerWire::serviceReceivesOnlyTheCalls()
 {
     QCOMPARE(m_calls.size(), 3);
 }

@@ -58,15 +58,15 @@ class TestManualPages : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellTheVersion();
-    void describeTheProgramsOptions();
-    void describeEachCommand();
-    void describeNoOtherCommand();
-    void listTheHints();
-    void nameTheService();
+    void pagesNameTheVersion();
+    void pagesDescribeTheOptions();
+    void pagesDescribeEachCommand();
+    void pagesDescribeNoOtherCommand();
+    void pagesListTheHints();
+    void pagesNameTheService();
 };
 
-void TestManualPages::tellTheVersion()
+void TestManualPages::pagesNameTheVersion()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
         const QString heading =
@@ -75,7 +75,7 @@ void TestManualPages::tellTheVersion()
     }
 }
 
-void TestManualPages::describeTheProgramsOptions()
+void TestManualPages::pagesDescribeTheOptions()
 {
     QCOMPARE(options(section(page(OSTRELCTL_PAGE), QStringLiteral(".SH OPTIONS"))),
              helpOf(QStringLiteral(OSTRELCTL)).options);
@@ -83,7 +83,7 @@ void TestManualPages::describeTheProgramsOptions()
              helpOf(QStringLiteral(SIMULATOR)).options);
 }
 
-void TestManualPages::describeEachCommand()
+void TestManualPages::pagesDescribeEachCommand()
 {
     const QString text = page(OSTRELCTL_PAGE);
     const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
@@ -95,7 +95,7 @@ void TestManualPages::describeEachCommand()
     }
 }
 
-void TestManualPages::describeNoOtherCommand()
+void TestManualPages::pagesDescribeNoOtherCommand()
 {
     static const QRegularExpression heading(QStringLiteral("^\\.SS \"(.*)\"$"),
                                             QRegularExpression::MultilineOption);
@@ -114,7 +114,7 @@ void TestManualPages::describeNoOtherCommand()
     QCOMPARE(described, usages);
 }
 
-void TestManualPages::listTheHints()
+void TestManualPages::pagesListTheHints()
 {
     static const QRegularExpression hint(QStringLiteral("^  (\\w+) +(\\S.*)$"),
                                          QRegularExpression::MultilineOption);
@@ -131,7 +131,7 @@ void TestManualPages::listTheHints()
     QCOMPARE(described.split(QLatin1Char('\n')).filter(QStringLiteral("\t")), expected);
 }
 
-void TestManualPages::nameTheService()
+void TestManualPages::pagesNameTheService()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
         QVERIFY(page(file).contains(QStringLiteral(OSTREL_SERVICE_NAME)));

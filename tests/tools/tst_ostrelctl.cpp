@@ -26,10 +26,10 @@ private Q_SLOTS:
     void outputThatCannotBeWrittenIsAFailure();
     void windowWithoutService();
     void windowWithoutBus();
-    void tellsMistakes_data();
-    void tellsMistakes();
-    void helps_data();
-    void helps();
+    void wrongOptionsAreReported_data();
+    void wrongOptionsAreReported();
+    void helpIsPrinted_data();
+    void helpIsPrinted();
     void tellsItsVersion();
 
 private:
@@ -206,7 +206,7 @@ void TestOstrelctl::windowWithoutBus()
     QCOMPARE(result.exitStatus, 1);
 }
 
-void TestOstrelctl::tellsMistakes_data()
+void TestOstrelctl::wrongOptionsAreReported_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("errors");
@@ -243,7 +243,7 @@ void TestOstrelctl::tellsMistakes_data()
     window("window --nonsense main 1 2 3", "Unknown option 'nonsense'.");
 }
 
-void TestOstrelctl::tellsMistakes()
+void TestOstrelctl::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
     const Result result =
@@ -254,7 +254,7 @@ void TestOstrelctl::tellsMistakes()
     QVERIFY(m_simulator->calls().isEmpty());
 }
 
-void TestOstrelctl::helps_data()
+void TestOstrelctl::helpIsPrinted_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("usage");
@@ -270,7 +270,7 @@ void TestOstrelctl::helps_data()
     QTest::newRow("window -h") << QStringLiteral("window main -h") << window;
 }
 
-void TestOstrelctl::helps()
+void TestOstrelctl::helpIsPrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, usage);

@@ -103,10 +103,10 @@ private Q_SLOTS:
     void tellsHowToGetAService();
     void tellsHowToGetAServiceOnTheSystemBus();
     void keepsItOutOfTheJson();
-    void hasNoneForWhatTheServiceSays_data();
-    void hasNoneForWhatTheServiceSays();
-    void hasNoneForAServiceThatTheBusCanStart();
-    void hasNoneWhereTheBusTellsNothing();
+    void noAdviceForErrorsOfTheService_data();
+    void noAdviceForErrorsOfTheService();
+    void noAdviceForAnActivatableService();
+    void noAdviceWhenTheBusDoesNotReply();
 };
 
 void TestOstrelctlAdvice::cleanup()
@@ -172,7 +172,7 @@ void TestOstrelctlAdvice::keepsItOutOfTheJson()
     QCOMPARE(result.errors, noSessionBus);
 }
 
-void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays_data()
+void TestOstrelctlAdvice::noAdviceForErrorsOfTheService_data()
 {
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("errors");
@@ -186,7 +186,7 @@ void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays_data()
         << QStringLiteral("error: Failed: no\n");
 }
 
-void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays()
+void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
 {
     QFETCH(QString, error);
     const PrivateBus bus;
@@ -199,7 +199,7 @@ void TestOstrelctlAdvice::hasNoneForWhatTheServiceSays()
 }
 
 // The service is there, only it does not come up: then a stand-in is no help.
-void TestOstrelctlAdvice::hasNoneForAServiceThatTheBusCanStart()
+void TestOstrelctlAdvice::noAdviceForAnActivatableService()
 {
     const QTemporaryDir services;
     writeFile(services.filePath(QStringLiteral(OSTREL_SERVICE_NAME ".service")),
@@ -212,7 +212,7 @@ void TestOstrelctlAdvice::hasNoneForAServiceThatTheBusCanStart()
     QCOMPARE(result.exitStatus, 1);
 }
 
-void TestOstrelctlAdvice::hasNoneWhereTheBusTellsNothing()
+void TestOstrelctlAdvice::noAdviceWhenTheBusDoesNotReply()
 {
     const ConfiguredBus bus(QStringLiteral("<policy context=\"mandatory\">"
                                            "<deny send_interface=\"org.freedesktop.DBus\""

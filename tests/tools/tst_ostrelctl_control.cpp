@@ -32,11 +32,11 @@ private Q_SLOTS:
     void psFitsTheTerminal();
     void whichPrintsTheApplication_data();
     void whichPrintsTheApplication();
-    void failuresAreTold_data();
-    void failuresAreTold();
+    void failuresArePrinted_data();
+    void failuresArePrinted();
     void controlCharactersAreEscaped();
-    void tellsMistakes_data();
-    void tellsMistakes();
+    void wrongOptionsAreReported_data();
+    void wrongOptionsAreReported();
 
 private:
     static Result ostrelctl(const QStringList &arguments);
@@ -315,7 +315,7 @@ void TestOstrelctlControl::whichPrintsTheApplication()
     QCOMPARE(asJson.exitStatus, plain.exitStatus);
 }
 
-void TestOstrelctlControl::failuresAreTold_data()
+void TestOstrelctlControl::failuresArePrinted_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("method");
@@ -333,7 +333,7 @@ void TestOstrelctlControl::failuresAreTold_data()
     row("GetRunningApplications", {QStringLiteral("ps")}, 1, "Failed");
 }
 
-void TestOstrelctlControl::failuresAreTold()
+void TestOstrelctlControl::failuresArePrinted()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, method);
@@ -376,7 +376,7 @@ void TestOstrelctlControl::controlCharactersAreEscaped()
         QStringLiteral("{\"appInstanceId\":\"a\\u001b[2J\\u009b\\u007f\u00a0\",\"details\":{}}\n"));
 }
 
-void TestOstrelctlControl::tellsMistakes_data()
+void TestOstrelctlControl::wrongOptionsAreReported_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("mistake");
@@ -408,7 +408,7 @@ void TestOstrelctlControl::tellsMistakes_data()
     row("debug --stderr  a", "--stderr takes the name of a file");
 }
 
-void TestOstrelctlControl::tellsMistakes()
+void TestOstrelctlControl::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, mistake);

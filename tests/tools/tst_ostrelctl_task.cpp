@@ -29,16 +29,16 @@ private Q_SLOTS:
     void startSendsWhatIsGiven();
     void startPrintsTheNumber();
     void stopSaysNothing();
-    void failuresAreTold_data();
-    void failuresAreTold();
+    void failuresArePrinted_data();
+    void failuresArePrinted();
     void registrationIsAwaited();
     void systemBusIsAnotherOne();
     void watchPrintsLists();
     void watchPrintsJson();
-    void tellsMistakes_data();
-    void tellsMistakes();
-    void helps_data();
-    void helps();
+    void wrongOptionsAreReported_data();
+    void wrongOptionsAreReported();
+    void helpIsPrinted_data();
+    void helpIsPrinted();
 
 private:
     static Result ostrelctl(const QString &arguments);
@@ -203,7 +203,7 @@ void TestOstrelctlTask::stopSaysNothing()
     QCOMPARE(json.exitStatus, 0);
 }
 
-void TestOstrelctlTask::failuresAreTold_data()
+void TestOstrelctlTask::failuresArePrinted_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<bool>("isRegistration");
@@ -215,7 +215,7 @@ void TestOstrelctlTask::failuresAreTold_data()
     QTest::newRow("stop") << QStringLiteral("task stop bare one") << false;
 }
 
-void TestOstrelctlTask::failuresAreTold()
+void TestOstrelctlTask::failuresArePrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(bool, isRegistration);
@@ -315,7 +315,7 @@ void TestOstrelctlTask::watchPrintsJson()
     watcher.end();
 }
 
-void TestOstrelctlTask::tellsMistakes_data()
+void TestOstrelctlTask::wrongOptionsAreReported_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("command");
@@ -346,7 +346,7 @@ void TestOstrelctlTask::tellsMistakes_data()
         "the hint Autostart takes default, enabled or disabled, not \"3\"");
 }
 
-void TestOstrelctlTask::tellsMistakes()
+void TestOstrelctlTask::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, command);
@@ -360,7 +360,7 @@ void TestOstrelctlTask::tellsMistakes()
     QVERIFY(m_simulator->calls().isEmpty());
 }
 
-void TestOstrelctlTask::helps_data()
+void TestOstrelctlTask::helpIsPrinted_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("usage");
@@ -372,7 +372,7 @@ void TestOstrelctlTask::helps_data()
         "task start -h") << QStringLiteral("Usage: " OSTRELCTL " task start [options] TYPE NAME\n");
 }
 
-void TestOstrelctlTask::helps()
+void TestOstrelctlTask::helpIsPrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, usage);

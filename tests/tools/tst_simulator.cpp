@@ -23,9 +23,9 @@ private Q_SLOTS:
     void needsABus_data();
     void needsABus();
     void needsTheName();
-    void tellsMistakes_data();
-    void tellsMistakes();
-    void helps();
+    void wrongOptionsAreReported_data();
+    void wrongOptionsAreReported();
+    void helpIsPrinted();
 };
 
 void TestSimulator::servesTheBusAskedFor_data()
@@ -140,7 +140,7 @@ void TestSimulator::needsTheName()
     QCOMPARE(simulator.desk(QStringLiteral("Calls")).type(), QDBusMessage::ReplyMessage);
 }
 
-void TestSimulator::tellsMistakes_data()
+void TestSimulator::wrongOptionsAreReported_data()
 {
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<QString>("message");
@@ -167,7 +167,7 @@ void TestSimulator::tellsMistakes_data()
                                       "--session, --system and --address exclude one another");
 }
 
-void TestSimulator::tellsMistakes()
+void TestSimulator::wrongOptionsAreReported()
 {
     QFETCH(QStringList, options);
     QFETCH(QString, message);
@@ -178,7 +178,7 @@ void TestSimulator::tellsMistakes()
              QStringLiteral("ostrel-simulator: %1\nTry 'ostrel-simulator --help'.\n").arg(message));
 }
 
-void TestSimulator::helps()
+void TestSimulator::helpIsPrinted()
 {
     for (const QString &option : {QStringLiteral("--help"), QStringLiteral("-h")}) {
         const Result help = run(QStringLiteral(SIMULATOR), {option});

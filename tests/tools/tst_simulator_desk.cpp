@@ -92,8 +92,8 @@ private Q_SLOTS:
     void longestSignatureIsSent();
     void floodHearsSigterm();
     void callTooDeepToBeReturnedIsReported();
-    void refusesWhatCannotBe_data();
-    void refusesWhatCannotBe();
+    void wrongOrdersAreRefused_data();
+    void wrongOrdersAreRefused();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -281,7 +281,7 @@ void TestSimulatorDesk::callTooDeepToBeReturnedIsReported()
     QVERIFY(m_simulator->desk(QStringLiteral("ClearCalls")).errorName().isEmpty());
 }
 
-void TestSimulatorDesk::refusesWhatCannotBe_data()
+void TestSimulatorDesk::wrongOrdersAreRefused_data()
 {
     QTest::addColumn<QString>("method");
     QTest::addColumn<QVariantList>("arguments");
@@ -341,7 +341,7 @@ void TestSimulatorDesk::refusesWhatCannotBe_data()
                                         "No instance \"demo.Viewer.instance_1\" is running");
 }
 
-void TestSimulatorDesk::refusesWhatCannotBe()
+void TestSimulatorDesk::wrongOrdersAreRefused()
 {
     QFETCH(QString, method);
     QFETCH(QVariantList, arguments);

@@ -46,14 +46,14 @@ private Q_SLOTS:
     void init();
 
     void holdsWhatRuns();
-    void isThereBeforeTheProgram();
+    void controlGroupExistsBeforeTheProgramRuns();
     void losesWhatEnds();
     void isEmptyAfterAReset();
-    void goesWithTheSimulator();
-    void goesWithAServiceThatDies();
-    void mayBeChosen();
-    void mustBeUsable_data();
-    void mustBeUsable();
+    void folderIsRemovedWithTheSimulator();
+    void folderIsRemovedWhenTheServiceDies();
+    void folderMayBeChosen();
+    void unusableFoldersAreRefused_data();
+    void unusableFoldersAreRefused();
 
 private:
     void restart(const QStringList &options = {});
@@ -123,7 +123,7 @@ void TestSimulatorRootFs::holdsWhatRuns()
     QCOMPARE(ones, 2);
 }
 
-void TestSimulatorRootFs::isThereBeforeTheProgram()
+void TestSimulatorRootFs::controlGroupExistsBeforeTheProgramRuns()
 {
     for (int i = 1; i <= 20; ++i) {
         startApplication(QStringLiteral("t.Group"));
@@ -162,7 +162,7 @@ void TestSimulatorRootFs::isEmptyAfterAReset()
     QCOMPARE(filesBelow(rootFs()), QStringList());
 }
 
-void TestSimulatorRootFs::goesWithTheSimulator()
+void TestSimulatorRootFs::folderIsRemovedWithTheSimulator()
 {
     startApplication(QStringLiteral("t.Sleep"));
     const QString folder = rootFs();
@@ -171,7 +171,7 @@ void TestSimulatorRootFs::goesWithTheSimulator()
     QVERIFY(!QDir(folder).exists());
 }
 
-void TestSimulatorRootFs::goesWithAServiceThatDies()
+void TestSimulatorRootFs::folderIsRemovedWhenTheServiceDies()
 {
     startApplication(QStringLiteral("t.Sleep"));
     const QString folder = rootFs();
@@ -183,7 +183,7 @@ void TestSimulatorRootFs::goesWithAServiceThatDies()
     QVERIFY(!QDir(folder).exists());
 }
 
-void TestSimulatorRootFs::mayBeChosen()
+void TestSimulatorRootFs::folderMayBeChosen()
 {
     const QString folder = inFolder("new/root");
     restart({QStringLiteral("--rootfs"), folder});
@@ -196,7 +196,7 @@ void TestSimulatorRootFs::mayBeChosen()
     QVERIFY(QDir(folder).isEmpty());
 }
 
-void TestSimulatorRootFs::mustBeUsable_data()
+void TestSimulatorRootFs::unusableFoldersAreRefused_data()
 {
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("message");
@@ -207,7 +207,7 @@ void TestSimulatorRootFs::mustBeUsable_data()
         << QStringLiteral("/") << QStringLiteral("the folder /proc is not empty");
 }
 
-void TestSimulatorRootFs::mustBeUsable()
+void TestSimulatorRootFs::unusableFoldersAreRefused()
 {
     QFETCH(QString, folder);
     QFETCH(QString, message);

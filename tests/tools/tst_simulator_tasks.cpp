@@ -43,9 +43,9 @@ private Q_SLOTS:
     void typesThatMakeNoPathAreRefused();
     void sessionsAreFoundFromTheServiceOn();
     void startedTasksAreListed();
-    void changesAreAnnouncedBehindTheAnswer();
-    void refusals_data();
-    void refusals();
+    void changesAreSentAfterTheReply();
+    void wrongCallsAreRefused_data();
+    void wrongCallsAreRefused();
     void propertiesCanOnlyBeRead_data();
     void propertiesCanOnlyBeRead();
     void faultsCanBeArrangedBeforeThereIsASession();
@@ -203,7 +203,7 @@ void TestSimulatorTasks::startedTasksAreListed()
     QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("i 2"));
 }
 
-void TestSimulatorTasks::changesAreAnnouncedBehindTheAnswer()
+void TestSimulatorTasks::changesAreSentAfterTheReply()
 {
     registered(QStringLiteral("maintenance"));
     BusMonitor monitor(*m_bus);
@@ -253,7 +253,7 @@ void TestSimulatorTasks::changesAreAnnouncedBehindTheAnswer()
                           QStringLiteral("method_return"), QStringLiteral("changed to 0")}));
 }
 
-void TestSimulatorTasks::refusals_data()
+void TestSimulatorTasks::wrongCallsAreRefused_data()
 {
     QTest::addColumn<QString>("call");
     QTest::addColumn<QString>("error");
@@ -278,7 +278,7 @@ void TestSimulatorTasks::refusals_data()
                                      << QStringLiteral("Start takes \"sa{sv}a{sv}\", not \"s\"");
 }
 
-void TestSimulatorTasks::refusals()
+void TestSimulatorTasks::wrongCallsAreRefused()
 {
     QFETCH(QString, call);
     QFETCH(QString, error);

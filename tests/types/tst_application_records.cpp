@@ -29,11 +29,11 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void haveTheirSignatures();
+    void recordsHaveTheirSignatures();
     void applicationStateHoldsAnyNumber();
-    void goOutMemberByMember();
-    void emptyOnesGoOutWithTheirSignatures();
-    void comeBackEqual();
+    void membersAreWrittenInOrder();
+    void emptyVectorsKeepTheirSignatures();
+    void recordsComeBackEqual();
     void emptyVectorsComeBackEmpty();
 
 private:
@@ -75,7 +75,7 @@ QString TestApplicationRecords::loggedByBusctl()
     return busctlDesk(*m_bus, QStringLiteral("Calls"));
 }
 
-void TestApplicationRecords::haveTheirSignatures()
+void TestApplicationRecords::recordsHaveTheirSignatures()
 {
     const auto signature = [](int type) {
         return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
@@ -102,7 +102,7 @@ void TestApplicationRecords::applicationStateHoldsAnyNumber()
     QCOMPARE(quint32(ApplicationState(0)), 0U);
 }
 
-void TestApplicationRecords::goOutMemberByMember()
+void TestApplicationRecords::membersAreWrittenInOrder()
 {
     const QVariantMap properties{{QStringLiteral("b"), QStringLiteral("two")},
                                  {QStringLiteral("a"), 1}};
@@ -124,7 +124,7 @@ void TestApplicationRecords::goOutMemberByMember()
              QString::fromUtf8(expected).arg(QStringLiteral(OSTREL_SERVICE_PATH)));
 }
 
-void TestApplicationRecords::emptyOnesGoOutWithTheirSignatures()
+void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
 {
     send(QVariant::fromValue(RunningApplication{}));
     send(QVariant::fromValue(RunningService{}));
@@ -146,7 +146,7 @@ void TestApplicationRecords::emptyOnesGoOutWithTheirSignatures()
     QVERIFY2(logged.contains(QLatin1String(service)), qPrintable(logged));
 }
 
-void TestApplicationRecords::comeBackEqual()
+void TestApplicationRecords::recordsComeBackEqual()
 {
     const QVariantMap properties{{QStringLiteral("title"), QStringLiteral("x")},
                                  {QStringLiteral("list"), QStringList{QStringLiteral("y")}}};

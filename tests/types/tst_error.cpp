@@ -43,8 +43,8 @@ private Q_SLOTS:
     void codesHaveTheirNumbers_data();
     void codesHaveTheirNumbers();
     void storesCodeAndMessage();
-    void isASuccessByDefault();
-    void isAPlainValue();
+    void defaultIsASuccess();
+    void isCopiedAsAValue();
     void doesNotCompareWithACode();
     void mapsBusErrorNames_data();
     void mapsBusErrorNames();
@@ -99,7 +99,7 @@ void TestError::storesCodeAndMessage()
     QVERIFY(!bool(success));
 }
 
-void TestError::isASuccessByDefault()
+void TestError::defaultIsASuccess()
 {
     const Error error;
     QCOMPARE(error.code(), Error::NoError);
@@ -111,7 +111,7 @@ void TestError::isASuccessByDefault()
     QVERIFY(failed.message().isNull());
 }
 
-void TestError::isAPlainValue()
+void TestError::isCopiedAsAValue()
 {
     static_assert(!std::is_polymorphic_v<Error>);
     static_assert(std::is_convertible_v<Error, bool>);

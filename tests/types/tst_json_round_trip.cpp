@@ -135,10 +135,10 @@ class TestJsonRoundTrip : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void randomObjectsComeBack();
+    void randomObjectsComeBackEqual();
 };
 
-void TestJsonRoundTrip::randomObjectsComeBack()
+void TestJsonRoundTrip::randomObjectsComeBackEqual()
 {
     const PrivateBus bus;
     Simulator simulator(bus);

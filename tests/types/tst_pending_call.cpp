@@ -45,12 +45,12 @@ class TestPendingCall : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void answersThatHaveComeAreHandled();
-    void errorsThatHaveComeKeepTheirValues_data();
-    void errorsThatHaveComeKeepTheirValues();
-    void errorsMadeHereAreHandled();
+    void finishedRepliesAreHandled();
+    void finishedErrorsKeepTheirValues_data();
+    void finishedErrorsKeepTheirValues();
+    void localErrorsAreHandled();
     void callsOnNoConnectionAreHandled();
-    void whatHasComeFirstIsHandledFirst();
+    void repliesAreHandledInTheirOrder();
 
 private:
     static QDBusPendingCall sentCall(int status);
@@ -83,12 +83,12 @@ QDBusPendingCall TestPendingCall::finishedCall()
     return call;
 }
 
-void TestPendingCall::answersThatHaveComeAreHandled()
+void TestPendingCall::finishedRepliesAreHandled()
 {
     QCOMPARE(outcomeOf(finishedCall()), (QStringList{QString(), QString(), QStringLiteral("1")}));
 }
 
-void TestPendingCall::errorsThatHaveComeKeepTheirValues_data()
+void TestPendingCall::finishedErrorsKeepTheirValues_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QVariantList>("values");
@@ -106,7 +106,7 @@ void TestPendingCall::errorsThatHaveComeKeepTheirValues_data()
         << QStringList{disconnected, QStringLiteral("42"), QStringLiteral("42")};
 }
 
-void TestPendingCall::errorsThatHaveComeKeepTheirValues()
+void TestPendingCall::finishedErrorsKeepTheirValues()
 {
     QFETCH(QString, name);
     QFETCH(QVariantList, values);
@@ -118,7 +118,7 @@ void TestPendingCall::errorsThatHaveComeKeepTheirValues()
     QTEST(outcomeOf(finishedCall()), "outcome");
 }
 
-void TestPendingCall::errorsMadeHereAreHandled()
+void TestPendingCall::localErrorsAreHandled()
 {
     QCOMPARE(outcomeOf(QDBusPendingCall::fromError(
                  QDBusError(QDBusError::Failed, QStringLiteral("text")))),
@@ -136,7 +136,7 @@ void TestPendingCall::callsOnNoConnectionAreHandled()
 }
 
 // The first answer is there before its call is watched, the second one comes while its call is.
-void TestPendingCall::whatHasComeFirstIsHandledFirst()
+void TestPendingCall::repliesAreHandledInTheirOrder()
 {
     using Reply = QDBusPendingReply<uint>;
     const QObject context;

@@ -83,9 +83,9 @@ private Q_SLOTS:
 
     void everyReaderStepsOverOneValue_data();
     void everyReaderStepsOverOneValue();
-    void descriptorsAreNoMembers();
+    void descriptorsLeaveMembersAtTheirDefaults();
     void entriesOfAMapAreSteppedOver();
-    void nothingIsReadFromNothing();
+    void emptyArgumentsAreReadAsDefaults();
     void registeredReadersAreTheSame();
     void readingLeavesCopiesWhereTheyAre_data();
     void readingLeavesCopiesWhereTheyAre();
@@ -274,7 +274,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
     QCOMPARE(none.texts(), QStringList());
 }
 
-void TestReadingAnything::descriptorsAreNoMembers()
+void TestReadingAnything::descriptorsLeaveMembersAtTheirDefaults()
 {
     const auto read = [this](const char *signature, const char *words, auto target) {
         const QString type = QString::fromLatin1(signature);
@@ -345,7 +345,7 @@ void TestReadingAnything::entriesOfAMapAreSteppedOver()
 }
 
 // Behind the last value, and in an argument that never held one.
-void TestReadingAnything::nothingIsReadFromNothing()
+void TestReadingAnything::emptyArgumentsAreReadAsDefaults()
 {
     using namespace Ostrel;
     const auto argument = m_sender->receive(QStringLiteral("(i)"), QStringLiteral("3"))

@@ -37,13 +37,13 @@ class TestReadingJson : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void values_data();
-    void values();
-    void objects_data();
-    void objects();
-    void arrays_data();
-    void arrays();
-    void deepValues();
+    void valuesAreRead_data();
+    void valuesAreRead();
+    void objectsAreRead_data();
+    void objectsAreRead();
+    void arraysAreRead_data();
+    void arraysAreRead();
+    void deepValuesAreRead();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -78,7 +78,7 @@ void row(const char *signature, const char *value, const char *json,
 
 } // namespace
 
-void TestReadingJson::values_data()
+void TestReadingJson::valuesAreRead_data()
 {
     addColumns();
     row("b", "true", "[true]");
@@ -143,13 +143,13 @@ void TestReadingJson::values_data()
     row("(a{sv}(v))", "1 k i 3 i 4", "[\"old\"]", {unsupported("(a{sv}(v))")});
 }
 
-void TestReadingJson::values()
+void TestReadingJson::valuesAreRead()
 {
     QFETCH(QStringList, warnings);
     readRow(*m_bus, QJsonValue(QStringLiteral("old")), warnings);
 }
 
-void TestReadingJson::objects_data()
+void TestReadingJson::objectsAreRead_data()
 {
     addColumns();
     row("a{sv}", "1 k i 3", R"([{"k":3}])");
@@ -169,13 +169,13 @@ void TestReadingJson::objects_data()
     }
 }
 
-void TestReadingJson::objects()
+void TestReadingJson::objectsAreRead()
 {
     QFETCH(QStringList, warnings);
     readRow(*m_bus, QJsonObject{{QStringLiteral("old"), 1}}, warnings);
 }
 
-void TestReadingJson::arrays_data()
+void TestReadingJson::arraysAreRead_data()
 {
     addColumns();
     row("ai", "2 1 2", "[[1,2]]");
@@ -197,14 +197,14 @@ void TestReadingJson::arrays_data()
     }
 }
 
-void TestReadingJson::arrays()
+void TestReadingJson::arraysAreRead()
 {
     QFETCH(QStringList, warnings);
     readRow(*m_bus, QJsonArray{QStringLiteral("old")}, warnings);
 }
 
 // As deep as a message may be: 64 containers.
-void TestReadingJson::deepValues()
+void TestReadingJson::deepValuesAreRead()
 {
     QStringList value;
     for (int level = 0; level < 19; ++level) {

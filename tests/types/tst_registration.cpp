@@ -71,25 +71,25 @@ class TestRegistration : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingIsKnownBefore();
-    void names_data();
-    void names();
-    void recordsWithoutAnAlias();
+    void noTypeIsRegisteredBeforeTheFirstClient();
+    void typesHaveTheirNames_data();
+    void typesHaveTheirNames();
+    void taskRecordsHaveNoShortName();
     void applicationStateIsABareEnumeration();
-    void signatures_data();
-    void signatures();
+    void typesHaveTheirSignatures_data();
+    void typesHaveTheirSignatures();
     void registeredWritersWriteTheirSignatures_data();
     void registeredWritersWriteTheirSignatures();
     void jsonValuesWriteTheirOwnType();
     void writersReturnTheirArgument();
-    void secondTimeChangesNothing();
+    void secondRegistrationChangesNothing();
     void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
     void stateChangesComeToASlotOfThisForm();
     void listChangesComeToASlotOfThisForm();
 };
 
-void TestRegistration::nothingIsKnownBefore()
+void TestRegistration::noTypeIsRegisteredBeforeTheFirstClient()
 {
     // Who only reports windows sends and gets numbers and texts.
     bool reported = false;
@@ -105,7 +105,7 @@ void TestRegistration::nothingIsKnownBefore()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-void TestRegistration::names_data()
+void TestRegistration::typesHaveTheirNames_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QByteArray>("name");
@@ -128,7 +128,7 @@ void TestRegistration::names_data()
     row(qMetaTypeId<QVector<ActiveTask>>(), "QVector<Ostrel::ActiveTask>", "QVector<ActiveTask>");
 }
 
-void TestRegistration::names()
+void TestRegistration::typesHaveTheirNames()
 {
     QFETCH(int, type);
     QFETCH(QByteArray, name);
@@ -142,7 +142,7 @@ void TestRegistration::names()
     }
 }
 
-void TestRegistration::recordsWithoutAnAlias()
+void TestRegistration::taskRecordsHaveNoShortName()
 {
     QCOMPARE(QMetaType::type("AvailableTask"), 0);
     QCOMPARE(QMetaType::type("ActiveTask"), 0);
@@ -162,7 +162,7 @@ void TestRegistration::applicationStateIsABareEnumeration()
     QCOMPARE(QMetaType::type("Ostrel::ApplicationState"), 0);
 }
 
-void TestRegistration::signatures_data()
+void TestRegistration::typesHaveTheirSignatures_data()
 {
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QByteArray>("signature");
@@ -183,7 +183,7 @@ void TestRegistration::signatures_data()
     row("QJsonObject", "a{sv}");
 }
 
-void TestRegistration::signatures()
+void TestRegistration::typesHaveTheirSignatures()
 {
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, signature);
@@ -192,7 +192,7 @@ void TestRegistration::signatures()
 
 void TestRegistration::registeredWritersWriteTheirSignatures_data()
 {
-    signatures_data();
+    typesHaveTheirSignatures_data();
 }
 
 void TestRegistration::registeredWritersWriteTheirSignatures()
@@ -232,7 +232,7 @@ void TestRegistration::writersReturnTheirArgument()
     QCOMPARE(&(argument << ActiveTask{}), &argument);
 }
 
-void TestRegistration::secondTimeChangesNothing()
+void TestRegistration::secondRegistrationChangesNothing()
 {
     const int state = QMetaType::type("ApplicationState");
     const int application = QMetaType::type("RunningApplication");

@@ -55,11 +55,11 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void haveTheirSignatures();
-    void areBareStructures();
-    void goOutMemberByMember();
-    void emptyOnesGoOutWithTheirSignatures();
-    void comeBackEqual();
+    void recordsHaveTheirSignatures();
+    void recordsArePlainStructures();
+    void membersAreWrittenInOrder();
+    void emptyVectorsKeepTheirSignatures();
+    void recordsComeBackEqual();
     void readTaskState_data();
     void readTaskState();
     void readAvailableTask_data();
@@ -108,7 +108,7 @@ template <typename Value> void TestTaskRecords::send(const Value &value)
         << QVariant::fromValue(value));
 }
 
-void TestTaskRecords::haveTheirSignatures()
+void TestTaskRecords::recordsHaveTheirSignatures()
 {
     const auto signature = [](int type) {
         return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
@@ -121,7 +121,7 @@ void TestTaskRecords::haveTheirSignatures()
     QCOMPARE(signature(qMetaTypeId<QVector<ActiveTask>>()), QStringLiteral("a(sia{sv})"));
 }
 
-void TestTaskRecords::areBareStructures()
+void TestTaskRecords::recordsArePlainStructures()
 {
     static_assert(
         std::is_aggregate_v<
@@ -132,7 +132,7 @@ void TestTaskRecords::areBareStructures()
     QVERIFY(AvailableTask{}.properties.isEmpty());
 }
 
-void TestTaskRecords::goOutMemberByMember()
+void TestTaskRecords::membersAreWrittenInOrder()
 {
     const QVariantMap properties{{QStringLiteral("b"), QStringLiteral("two")},
                                  {QStringLiteral("a"), 1}};
@@ -154,7 +154,7 @@ void TestTaskRecords::goOutMemberByMember()
             .replace(QLatin1Char('\''), QLatin1Char('"')));
 }
 
-void TestTaskRecords::emptyOnesGoOutWithTheirSignatures()
+void TestTaskRecords::emptyVectorsKeepTheirSignatures()
 {
     send(TaskState{});
     send(AvailableTask{});
@@ -173,7 +173,7 @@ void TestTaskRecords::emptyOnesGoOutWithTheirSignatures()
                           QStringLiteral("a(sa{sv})"), QStringLiteral("a(sia{sv})")}));
 }
 
-void TestTaskRecords::comeBackEqual()
+void TestTaskRecords::recordsComeBackEqual()
 {
     const QVariantMap properties{{QStringLiteral("list"), QStringList{QStringLiteral("y")}},
                                  {QStringLiteral("number"), -3}};

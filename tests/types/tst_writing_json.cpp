@@ -73,8 +73,8 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void values_data();
-    void values();
+    void valuesAreWritten_data();
+    void valuesAreWritten();
     void undefinedWritesNothing();
     void nullIsAVariantOfNothing();
     void arraysAndObjectsOnTheirOwn();
@@ -129,7 +129,7 @@ template <typename Json> QString TestWritingJson::sent(const Json &json)
     return signature + QLatin1Char(' ') + data.mid(1);
 }
 
-void TestWritingJson::values_data()
+void TestWritingJson::valuesAreWritten_data()
 {
     QTest::addColumn<QString>("json");
     QTest::addColumn<QString>("arrived");
@@ -192,7 +192,7 @@ void TestWritingJson::values_data()
     row(R"(["x",[null]])", "av [{'type':'s','data':'x'},{'type':'av','data':[]}]", {type});
 }
 
-void TestWritingJson::values()
+void TestWritingJson::valuesAreWritten()
 {
     QFETCH(QString, json);
     const Warnings warnings;

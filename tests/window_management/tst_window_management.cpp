@@ -33,14 +33,14 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void isABareObject();
+    void classAddsNoSignalsOrProperties();
     void constructionSendsNothing();
     void sendsItsArgumentsUnchanged_data();
     void sendsItsArgumentsUnchanged();
     void returnsBeforeTheCallback();
-    void handsOverTheState_data();
-    void handsOverTheState();
-    void acceptsFurtherValues();
+    void callbackReceivesTheState_data();
+    void callbackReceivesTheState();
+    void furtherValuesInAReplyAreAccepted();
     void otherRepliesAreFailures_data();
     void otherRepliesAreFailures();
     void serviceErrorsAreMapped_data();
@@ -77,7 +77,7 @@ void TestWindowManagement::cleanup()
     QCOMPARE(warnings, QStringList());
 }
 
-void TestWindowManagement::isABareObject()
+void TestWindowManagement::classAddsNoSignalsOrProperties()
 {
     const QMetaObject &meta = WindowManagement::staticMetaObject;
     QCOMPARE(meta.className(), "Ostrel::WindowManagement");
@@ -160,7 +160,7 @@ void TestWindowManagement::returnsBeforeTheCallback()
     waitUntil([&] { return callbacks == 1; });
 }
 
-void TestWindowManagement::handsOverTheState_data()
+void TestWindowManagement::callbackReceivesTheState_data()
 {
     QTest::addColumn<quint32>("state");
     QTest::newRow("zero") << 0U;
@@ -171,7 +171,7 @@ void TestWindowManagement::handsOverTheState_data()
     QTest::newRow("all bits") << 4294967295U;
 }
 
-void TestWindowManagement::handsOverTheState()
+void TestWindowManagement::callbackReceivesTheState()
 {
     QFETCH(quint32, state);
     m_simulator->windowStatus().answerNext({state});
@@ -182,7 +182,7 @@ void TestWindowManagement::handsOverTheState()
     QVERIFY(outcome.error.message().isNull());
 }
 
-void TestWindowManagement::acceptsFurtherValues()
+void TestWindowManagement::furtherValuesInAReplyAreAccepted()
 {
     m_simulator->windowStatus().answerNext({2U, QStringLiteral("more"), 3U});
     const Outcome outcome = reportWindow();

@@ -23,10 +23,10 @@ private Q_SLOTS:
     void cleanup();
 
     void serviceIsAbsent();
-    void serviceEndsBeforeItAnswers();
+    void serviceEndsBeforeItReplies();
     void serviceEndsWithManyCallsInFlight();
     void serviceComesBack();
-    void serviceAnswersLate();
+    void serviceRepliesLate();
     void methodIsUnknown();
 
 private:
@@ -67,7 +67,7 @@ void TestWindowManagementFailures::serviceIsAbsent()
         QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files"));
 }
 
-void TestWindowManagementFailures::serviceEndsBeforeItAnswers()
+void TestWindowManagementFailures::serviceEndsBeforeItReplies()
 {
     m_simulator->start();
     m_simulator->windowStatus().dieInNext();
@@ -123,7 +123,7 @@ void TestWindowManagementFailures::serviceComesBack()
     QCOMPARE(outcomes.at(3).state, 4U);
 }
 
-void TestWindowManagementFailures::serviceAnswersLate()
+void TestWindowManagementFailures::serviceRepliesLate()
 {
     m_simulator->start();
     m_simulator->windowStatus().delayNext(100);
