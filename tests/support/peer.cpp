@@ -3,6 +3,9 @@
 
 #include "peer.h"
 
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+
 #include <csignal>
 
 Peer::Peer(const PrivateBus &bus)
@@ -39,6 +42,19 @@ void Peer::waitForOrder()
 void Peer::on(const QString &method, const QString &action)
 {
     order(QStringLiteral("on %1 %2").arg(method, action));
+}
+
+QVariantList Peer::receive(const QString &signature, const QString &values)
+{
+    const QString method = QStringLiteral("Send");
+    on(method, QStringLiteral("answer %1 %2").arg(signature, values));
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
+        m_name, QStringLiteral("/"), QStringLiteral("test.Peer"), method));
+    if (reply.signature() != signature) {
+        qFatal("the peer does not send %s: %s", qPrintable(signature),
+               qPrintable(reply.errorMessage()));
+    }
+    return reply.arguments();
 }
 
 void Peer::freeze()

@@ -7,6 +7,7 @@
 #include "private_bus.h"
 
 #include <QtCore/QStringList>
+#include <QtCore/QVariantList>
 
 // A process without Qt on the bus, which says whatever it is told to. tests/support/peer/main.cpp
 // describes the orders.
@@ -26,6 +27,9 @@ public:
 
     // What becomes of the next call of a method.
     void on(const QString &method, const QString &action);
+
+    // What arrives on the session bus of these values, which are written as in an order.
+    QVariantList receive(const QString &signature, const QString &values);
 
     void freeze();
     void thaw();

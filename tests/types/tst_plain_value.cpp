@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "sender.h"
+#include "peer.h"
 #include "test_main.h"
 #include "warnings.h"
 
@@ -80,14 +80,14 @@ private Q_SLOTS:
 
 private:
     std::optional<PrivateBus> m_bus;
-    std::optional<Sender> m_sender;
+    std::optional<Peer> m_peer;
     const Warnings m_warnings;
 };
 
 void TestPlainValue::initTestCase()
 {
     m_bus.emplace();
-    m_sender.emplace(*m_bus);
+    m_peer.emplace(*m_bus);
 }
 
 void TestPlainValue::cleanup()
@@ -163,15 +163,15 @@ void TestPlainValue::receivedValuesBecomePlain()
     QFETCH(const QString, words);
     QFETCH(const QString, plain);
     // As a value of its own, and in an array, a structure and a map, with a value after it.
-    const QVariant value = m_sender->receive(signature, words).constFirst();
+    const QVariant value = m_peer->receive(signature, words).constFirst();
     QCOMPARE(described(Control::toPlainValue(value)), plain);
     // Reading has left the value where it was.
     QCOMPARE(described(Control::toPlainValue(value)), plain);
 
     const QString more = QStringLiteral("uint(9)");
     const QVariantList arguments =
-        m_sender->receive(QStringLiteral("(%1u)a{sv}").arg(signature),
-                          QStringLiteral("%2 9 2 k %1 %2 l u 9").arg(signature, words));
+        m_peer->receive(QStringLiteral("(%1u)a{sv}").arg(signature),
+                        QStringLiteral("%2 9 2 k %1 %2 l u 9").arg(signature, words));
     QCOMPARE(described(Control::toPlainValue(arguments.at(0))),
              QStringLiteral("[%1, %2]").arg(plain, more));
     QCOMPARE(described(Control::toPlainValue(arguments.at(1))),
@@ -183,7 +183,7 @@ void TestPlainValue::deepestMessagesAreRead()
 {
     const auto compare = [this](const QString &signature, const QString &words,
                                 const QString &plain) {
-        QCOMPARE(described(Control::toPlainValue(m_sender->receive(signature, words).constFirst())),
+        QCOMPARE(described(Control::toPlainValue(m_peer->receive(signature, words).constFirst())),
                  plain);
     };
     compare(QStringLiteral("v"), QStringLiteral("v ").repeated(57) + QStringLiteral("i 3"),
@@ -204,7 +204,7 @@ void TestPlainValue::deepestMessagesAreRead()
 
 void TestPlainValue::descriptorsStayDescriptors()
 {
-    const QVariantList values = m_sender->receive(QStringLiteral("hah"), QStringLiteral("x 2 x x"));
+    const QVariantList values = m_peer->receive(QStringLiteral("hah"), QStringLiteral("x 2 x x"));
     QVERIFY(Control::toPlainValue(values.at(0)).value<QDBusUnixFileDescriptor>().isValid());
     const QVariantList list = Control::toPlainValue(values.at(1)).toList();
     QCOMPARE(list.size(), 2);
@@ -241,7 +241,7 @@ void TestPlainValue::writtenArgumentsAreInvalid()
 void TestPlainValue::partlyReadArgumentsDoNotMove()
 {
     const auto argument =
-        m_sender->receive(QStringLiteral("(i(ss)a{is}s)"), QStringLiteral("3 x y 1 4 z end"))
+        m_peer->receive(QStringLiteral("(i(ss)a{is}s)"), QStringLiteral("3 x y 1 4 z end"))
             .constFirst()
             .value<QDBusArgument>();
     argument.beginStructure();
@@ -289,8 +289,7 @@ void TestPlainValue::valuesThatAreTooDeepEnd()
 void TestPlainValue::anyThreadMayRead()
 {
     const QVariant value =
-        m_sender->receive(QStringLiteral("a{sa(is)}"), QStringLiteral("1 k 2 3 x 4 y"))
-            .constFirst();
+        m_peer->receive(QStringLiteral("a{sa(is)}"), QStringLiteral("1 k 2 3 x 4 y")).constFirst();
     std::vector<QString> texts(4);
     std::vector<std::unique_ptr<QThread>> threads;
     for (QString &text : texts) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
-#include "sender.h"
+#include "peer.h"
 #include "task_texts.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -92,13 +92,13 @@ private Q_SLOTS:
 
 private:
     std::optional<PrivateBus> m_bus;
-    std::optional<Sender> m_sender;
+    std::optional<Peer> m_peer;
 };
 
 void TestReadingAnything::initTestCase()
 {
     m_bus.emplace();
-    m_sender.emplace(*m_bus);
+    m_peer.emplace(*m_bus);
 }
 
 void TestReadingAnything::everyReaderStepsOverOneValue_data()
@@ -236,7 +236,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
     QFETCH(QString, words);
     QFETCH(QString, content);
     QFETCH(QStringList, refused);
-    const QVariant structure = m_sender
+    const QVariant structure = m_peer
                                    ->receive(QLatin1Char('(') + signature + QStringLiteral("s)"),
                                              words + QStringLiteral(" marker"))
                                    .constFirst();
@@ -279,7 +279,7 @@ void TestReadingAnything::descriptorsLeaveMembersAtTheirDefaults()
     const auto read = [this](const char *signature, const char *words, auto target) {
         const QString type = QString::fromLatin1(signature);
         return text(
-            readBeforeMarker(m_sender
+            readBeforeMarker(m_peer
                                  ->receive(QLatin1Char('(') + type + QStringLiteral("s)"),
                                            QString::fromLatin1(words) + QStringLiteral(" marker"))
                                  .constFirst(),
@@ -327,7 +327,7 @@ void TestReadingAnything::entriesOfAMapAreSteppedOver()
 {
     using namespace Ostrel;
     const QVariant map =
-        m_sender->receive(QStringLiteral("a{sv}"), QStringLiteral("3 a i 1 b (si) x 3 c v as 0"))
+        m_peer->receive(QStringLiteral("a{sv}"), QStringLiteral("3 a i 1 b (si) x 3 c v as 0"))
             .constFirst();
     const Warnings warnings;
     QCOMPARE(readEntriesOf<QJsonValue>(map), 3);
@@ -348,7 +348,7 @@ void TestReadingAnything::entriesOfAMapAreSteppedOver()
 void TestReadingAnything::emptyArgumentsAreReadAsDefaults()
 {
     using namespace Ostrel;
-    const auto argument = m_sender->receive(QStringLiteral("(i)"), QStringLiteral("3"))
+    const auto argument = m_peer->receive(QStringLiteral("(i)"), QStringLiteral("3"))
                               .constFirst()
                               .value<QDBusArgument>();
     int number = 0;
@@ -387,7 +387,7 @@ void TestReadingAnything::registeredReadersAreTheSame()
     registerDBusTypes();
     const auto read = [this](const char *signature, const char *words, auto target) {
         // In a structure, since there are no arguments of basic types.
-        const auto argument = m_sender
+        const auto argument = m_peer
                                   ->receive(QStringLiteral("(%1)").arg(QLatin1String(signature)),
                                             QString::fromLatin1(words))
                                   .constFirst()
@@ -460,7 +460,7 @@ void TestReadingAnything::readingLeavesCopiesWhereTheyAre()
     using namespace Ostrel;
     QFETCH(QString, signature);
     QFETCH(QString, words);
-    const QVariant value = m_sender->receive(signature, words).constFirst();
+    const QVariant value = m_peer->receive(signature, words).constFirst();
     const Warnings warnings;
     QVERIFY((areReadInPlace<QJsonValue, QJsonObject, QJsonArray>(value, signature)));
     QVERIFY(

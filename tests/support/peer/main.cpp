@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "../sender/value_writer.h"
+#include "value_writer.h"
 
 #include <poll.h>
 #include <unistd.h>
