@@ -13,6 +13,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QThread>
+#include <QtCore/QTimer>
 #include <QtCore/QUrl>
 
 #include <memory>
@@ -45,6 +46,7 @@ private Q_SLOTS:
     void repliesOfOtherTypesAreErrors_data();
     void repliesOfOtherTypesAreErrors();
     void repliesInOtherThreadsReachTheirCallers();
+    void noEventLoopRunsDuringACall();
 
 private:
     MethodFaults next(const char *method) const
@@ -309,6 +311,25 @@ void TestControlRequests::repliesInOtherThreadsReachTheirCallers()
     thread->start();
     thread->wait();
     QCOMPARE(instance, QStringLiteral("id"));
+}
+
+void TestControlRequests::noEventLoopRunsDuringACall()
+{
+    for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
+        next(method).delayNext(50);
+    }
+    bool ran = false;
+    QTimer::singleShot(0, this, [&ran] { ran = true; });
+    Control control;
+    const QString unknown = QStringLiteral("no.such");
+    QCOMPARE(control.start(unknown).error.code(), Error::HandlerNotFound);
+    QCOMPARE(control.startDebug(unknown, DebugParams()).error.code(), Error::HandlerNotFound);
+    QCOMPARE(control.terminate(unknown).code(), Error::ApplicationNotRunning);
+    QVector<Ostrel::RunningApplication> applications;
+    QVector<Ostrel::RunningService> services;
+    QCOMPARE(control.getRunningApplications(applications, services).code(), Error::NoError);
+    QVERIFY(!ran);
+    waitUntil([&ran] { return ran; });
 }
 
 OSTREL_TEST_MAIN(TestControlRequests)

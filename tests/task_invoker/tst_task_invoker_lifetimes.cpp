@@ -24,9 +24,10 @@ const QString type = QStringLiteral("sync");
 const QString bothLists =
     QStringLiteral("2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0");
 
-TaskInvoker *newInvoker()
+// There is a session bus, and no system bus.
+TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
 {
-    return new TaskInvoker(TaskInvoker::SessionBus, type);
+    return new TaskInvoker(bus, type);
 }
 
 // The invoker ends in a slot of one of its signals.
@@ -63,6 +64,7 @@ private Q_SLOTS:
     void deletedBeforeTheReply_data();
     void deletedBeforeTheReply();
     void deletedWithItsParent();
+    void deletedWithoutABus();
     void deletedInAReadyCallback_data();
     void deletedInAReadyCallback();
     void deletedInAReadyCallbackThatRunsAtOnce();
@@ -161,12 +163,29 @@ void TestTaskInvokerLifetimes::deletedWithItsParent()
     QCOMPARE(events.all(), QStringList());
 }
 
+void TestTaskInvokerLifetimes::deletedWithoutABus()
+{
+    const Warnings warnings;
+    Events events;
+    {
+        const std::unique_ptr<TaskInvoker> invoker(newInvoker(TaskInvoker::SystemBus));
+        invoker->onReady(events.ready());
+        invoker->start(QStringLiteral("photos"), {}, {}, events.started());
+    }
+    TaskInvoker other(TaskInvoker::SystemBus, QStringLiteral("other"));
+    roundTrip(other);
+    QCOMPARE(events.all(), QStringList());
+    // That of the other one.
+    QCOMPARE(warnings.texts().size(), 1);
+}
+
 void TestTaskInvokerLifetimes::deletedInAReadyCallback_data()
 {
     QTest::addColumn<QString>("answer");
     QTest::newRow("success") << QString();
     QTest::newRow("error") << QStringLiteral("error");
     QTest::newRow("foreign path") << QStringLiteral("/x");
+    QTest::newRow("no bus") << QStringLiteral("no bus");
 }
 
 void TestTaskInvokerLifetimes::deletedInAReadyCallback()
@@ -174,11 +193,12 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback()
     QFETCH(QString, answer);
     if (answer == QLatin1String("error")) {
         registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
-    } else if (!answer.isEmpty()) {
+    } else if (answer == QLatin1String("/x")) {
         answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} 0").arg(answer));
     }
     const Warnings warnings;
-    QPointer<TaskInvoker> invoker = newInvoker();
+    QPointer<TaskInvoker> invoker = newInvoker(
+        answer == QLatin1String("no bus") ? TaskInvoker::SystemBus : TaskInvoker::SessionBus);
     Events events;
     invoker->onReady(events.ready(QStringLiteral("first")));
     const QString kept = QStringLiteral("kept");
@@ -194,6 +214,7 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback()
     QVERIFY(invoker.isNull());
     const QString outcome = answer.isEmpty() ? QStringLiteral("0")
         : answer == QLatin1String("error")   ? QStringLiteral("1 \"text\"")
+        : answer == QLatin1String("no bus")  ? QStringLiteral("1 \"Not connected to D-Bus server\"")
                                              : QStringLiteral("1 \"Wrong TaskInvoker path\"");
     QCOMPARE(events.all(),
              (QStringList{QStringLiteral("first ") + outcome, QStringLiteral("kept ") + outcome}));

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void tenThousandTasksAreListed();
     void tenThousandReadyCallbacksRun();
     void thousandChangesArrive();
+    void serviceEndsWithManyCallsInFlight();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -190,6 +191,33 @@ void TestTaskInvokerMany::thousandChangesArrive()
     QCOMPARE(changes, 1000);
     QCOMPARE(text(invoker.activeTasks()), QStringLiteral("a 1 {}; b 2 {}"));
     figures.print(QStringLiteral("1,000 announcements"));
+}
+
+void TestTaskInvokerMany::serviceEndsWithManyCallsInFlight()
+{
+    constexpr int held = 20;
+    const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    starts.holdNext(held);
+    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    waitUntilReady(invoker);
+    Events events;
+    for (int i = 0; i < held; ++i) {
+        invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    }
+    starts.waitForHeld(held);
+    const QString available = text(invoker.availableTasks());
+    QCOMPARE(m_simulator->end(), 0);
+    events.waitFor(held);
+    roundTrip(invoker);
+    QCOMPARE(events.all().count(QStringLiteral("started 0: 1 \"Message recipient disconnected "
+                                               "from message bus without replying\"")),
+             held);
+    QCOMPARE(events.size(), held);
+    // What it knew stays until the next service announces something else.
+    QCOMPARE(text(invoker.availableTasks()), available);
+    m_simulator->start();
+    roundTrip(invoker);
+    QCOMPARE(text(invoker.availableTasks()), available);
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerMany)

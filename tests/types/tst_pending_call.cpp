@@ -49,10 +49,13 @@ private Q_SLOTS:
     void finishedErrorsKeepTheirValues_data();
     void finishedErrorsKeepTheirValues();
     void localErrorsAreHandled();
+    void localErrorsReachOtherThreads();
+    void deletedContextIsNotCalled();
     void callsOnNoConnectionAreHandled();
     void repliesAreHandledInTheirOrder();
 
 private:
+    static QDBusPendingCall failedCall();
     static QDBusPendingCall sentCall(int status);
     static QDBusPendingCall finishedCall();
 
@@ -65,6 +68,12 @@ void TestPendingCall::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
+}
+
+// One that failed before it was sent.
+QDBusPendingCall TestPendingCall::failedCall()
+{
+    return QDBusPendingCall::fromError(QDBusError(QDBusError::Failed, QStringLiteral("text")));
 }
 
 QDBusPendingCall TestPendingCall::sentCall(int status)
@@ -120,10 +129,41 @@ void TestPendingCall::finishedErrorsKeepTheirValues()
 
 void TestPendingCall::localErrorsAreHandled()
 {
-    QCOMPARE(outcomeOf(QDBusPendingCall::fromError(
-                 QDBusError(QDBusError::Failed, QStringLiteral("text")))),
+    QCOMPARE(outcomeOf(failedCall()),
              (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"),
                           QStringLiteral("text")}));
+}
+
+void TestPendingCall::localErrorsReachOtherThreads()
+{
+    QThread thread;
+    auto *context = new QObject;
+    connect(&thread, &QThread::finished, context, &QObject::deleteLater);
+    context->moveToThread(&thread);
+    QThread *ranIn = nullptr;
+    QString message;
+    using Reply = QDBusPendingReply<uint>;
+    watchPendingCall<Reply>(failedCall(), context, [&](const Reply &reply) {
+        ranIn = QThread::currentThread();
+        message = reply.error().message();
+        thread.quit();
+    });
+    thread.start();
+    thread.wait();
+    QCOMPARE(ranIn, &thread);
+    QCOMPARE(message, QStringLiteral("text"));
+}
+
+void TestPendingCall::deletedContextIsNotCalled()
+{
+    using Reply = QDBusPendingReply<uint>;
+    int calls = 0;
+    {
+        const QObject context;
+        watchPendingCall<Reply>(failedCall(), &context, [&calls](const Reply &) { ++calls; });
+    }
+    outcomeOf(failedCall());
+    QCOMPARE(calls, 0);
 }
 
 void TestPendingCall::callsOnNoConnectionAreHandled()

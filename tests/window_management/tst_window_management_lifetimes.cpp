@@ -89,6 +89,7 @@ private Q_SLOTS:
     void contextInAnotherThreadDeletedByCallback();
     void contextOutlivesItsThread();
     void manyContextsEndWhileRepliesArrive();
+    void serviceEndsWithManyCallsInFlight();
     void clientInAnotherThread();
     void nullContextIsRefusedByQt();
 
@@ -351,6 +352,27 @@ void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
 }
 
 // The object may live in any one thread that runs an event loop.
+void TestWindowManagementLifetimes::serviceEndsWithManyCallsInFlight()
+{
+    constexpr int held = 20;
+    m_simulator->windowStatus().holdNext(held);
+    WindowManagement windows;
+    Outcomes outcomes;
+    for (int i = 0; i < held; ++i) {
+        windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this, outcomes.callback());
+    }
+    m_simulator->windowStatus().waitForHeld(held);
+    QCOMPARE(m_simulator->end(), 0);
+    outcomes.waitFor(held);
+    m_simulator->start();
+    reportWindow();
+    QCOMPARE(outcomes.size(), held);
+    for (int i = 0; i < held; ++i) {
+        QCOMPARE(outcomes.at(i).state, 255U);
+        QCOMPARE(outcomes.at(i).error.code(), Error::Failed);
+    }
+}
+
 void TestWindowManagementLifetimes::clientInAnotherThread()
 {
     OtherThread other;

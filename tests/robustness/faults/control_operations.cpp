@@ -77,9 +77,7 @@ Operation withoutWaiting(Operation operation, const std::function<void(Rig &, Cl
     operation.prepare = [send](Rig &rig) {
         return [&rig, send, client = std::make_shared<Client>()] {
             send(rig, *client);
-            if (!rig.events().isEmpty()) {
-                rig.add(QStringLiteral("(within the call)"));
-            }
+            rig.noteEarlyCallbacks();
             waitUntil([&rig] { return !rig.events().isEmpty(); });
         };
     };

@@ -48,6 +48,8 @@ std::vector<ErrorName> names()
         {1, service + QStringLiteral("HandlerFailed.Again")},
         {1, standard + QStringLiteral("ServiceUnknown")},
         {1, standard + QStringLiteral("UnknownMethod")},
+        // Another program owns the name.
+        {1, standard + QStringLiteral("UnknownObject")},
         {1, standard + QStringLiteral("NoReply")},
         {1, QStringLiteral("org.qtproject.QtDBus.Error.InternalError")},
         {1, QStringLiteral("a.b")},

@@ -81,6 +81,14 @@ std::vector<Fault> faultsOfTheBus()
     none.concerns = any;
     none.expected = withoutBus;
 
+    Fault noPath{QStringLiteral("no bus, and a task type that makes no path"),
+                 Fault::OwnProcessWithoutBus, 15};
+    noPath.concerns = isRegistration;
+    noPath.before = [](Rig &rig, const Operation & /*operation*/) {
+        rig.taskType = QStringLiteral("a-b");
+    };
+    noPath.expected = withoutBus;
+
     Fault before{QStringLiteral("the bus dies before the client is made"), Fault::OwnProcess, 15};
     before.concerns = any;
     before.before = endBus;
@@ -111,7 +119,7 @@ std::vector<Fault> faultsOfTheBus()
         rig.service().on(operation.member, QStringLiteral("kill %1").arg(rig.bus().processId()));
     };
     within.expected = failing(disconnected);
-    return {none, before, between, within};
+    return {none, noPath, before, between, within};
 }
 
 Fault frozenService()
@@ -183,6 +191,11 @@ std::vector<Fault> faultsOfTheService()
     away.before = killService;
     away.expected = failing(absent);
 
+    Fault ended{QStringLiteral("the service ends before the call")};
+    ended.concerns = call;
+    ended.arrange = killService;
+    ended.expected = failing(absent);
+
     Fault late{QStringLiteral("the service comes late")};
     late.concerns = any;
     late.before = [](Rig &rig, const Operation & /*operation*/) {
@@ -245,7 +258,7 @@ std::vector<Fault> faultsOfTheService()
     dying.expected = [](const Operation &operation) {
         return operation.isCall() ? operation.seenFailure(gone) : goodOutcome(operation);
     };
-    return {away, late, restarted, registered, dying, handedOver()};
+    return {away, ended, late, restarted, registered, dying, handedOver()};
 }
 
 } // namespace

@@ -69,7 +69,12 @@ std::vector<Fault> faultsOfParameters()
     for (int i = 0; i < 17; ++i) {
         descriptors.append(QVariant::fromValue(QDBusUnixFileDescriptor(0)));
     }
+    // It is refused before anybody asks for the bus.
+    Fault withoutBus =
+        refused("a parameter of no type, without a bus", QVariant(), "holds a value of type none");
+    withoutBus.place = Fault::OwnProcessWithoutBus;
     return {
+        withoutBus,
         refused("a parameter of no type", QVariant(), "holds a value of type none"),
         refused("a parameter of a type that QtDBus does not know", QUrl(),
                 "holds a value of type QUrl"),

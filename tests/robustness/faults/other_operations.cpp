@@ -43,6 +43,7 @@ Operation windowStatus()
                     rig.setCode(error.code());
                     rig.add(QStringLiteral("state %1: %2").arg(quint32(state)).arg(textOf(error)));
                 });
+            rig.noteEarlyCallbacks();
             waitUntil([&rig] { return !rig.events().isEmpty(); });
         };
     };

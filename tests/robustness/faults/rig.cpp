@@ -117,6 +117,13 @@ void Rig::add(const QString &event)
     m_events.append(shortened(event));
 }
 
+void Rig::noteEarlyCallbacks()
+{
+    if (!m_events.isEmpty()) {
+        m_events.prepend(QStringLiteral("within the call"));
+    }
+}
+
 QStringList Rig::takeWarnings()
 {
     QStringList taken = m_warnings->texts().mid(m_warningsTaken);

@@ -59,6 +59,8 @@ public:
 
     // What the caller sees, in its order. A text of many x is shortened.
     void add(const QString &event);
+    // Adds an event if a callback has run within the call that was just made.
+    void noteEarlyCallbacks();
     void setCode(int code) { m_code = code; }
     const QStringList &events() const { return m_events; }
     int code() const { return m_code; }

@@ -143,6 +143,7 @@ Operation taskStart()
                                rig.add(
                                    QStringLiteral("started %1: %2").arg(number).arg(textOf(error)));
                            });
+            rig.noteEarlyCallbacks();
             waitForReport(rig, QStringLiteral("started"));
         };
     };
@@ -155,6 +156,7 @@ void stop(Rig &rig, TaskInvoker &invoker)
         rig.setCode(error.code());
         rig.add(QStringLiteral("stopped ") + textOf(error));
     });
+    rig.noteEarlyCallbacks();
     waitForReport(rig, QStringLiteral("stopped"));
 }
 
