@@ -4,6 +4,7 @@
 #include "outgoing_maps.h"
 #include "simulator.h"
 #include "test_main.h"
+#include "variant_containers.h"
 #include "warnings.h"
 
 #include "DBus/types_json_p.h"
@@ -30,9 +31,6 @@ struct Steps
 Q_DECLARE_METATYPE(Settings)
 Q_DECLARE_METATYPE(Steps)
 
-using Variants = QVector<QVariant>;
-using NumberedVariants = QMap<int, QVariant>;
-
 QDBusArgument &operator<<(QDBusArgument &argument, const Settings &settings)
 {
     return argument << QVariantMap{{QStringLiteral("name"), settings.name}};
@@ -49,39 +47,6 @@ QDBusArgument &operator<<(QDBusArgument &argument, const Steps &steps)
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, Steps & /*steps*/)
-{
-    return argument;
-}
-
-// QtDBus has no writer for QVariant, so a caller writes these containers with its own operators.
-QDBusArgument &operator<<(QDBusArgument &argument, const Variants &variants)
-{
-    argument.beginArray(qMetaTypeId<QDBusVariant>());
-    for (const QVariant &variant : variants) {
-        argument << QDBusVariant(variant);
-    }
-    argument.endArray();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, Variants & /*variants*/)
-{
-    return argument;
-}
-
-QDBusArgument &operator<<(QDBusArgument &argument, const NumberedVariants &variants)
-{
-    argument.beginMap(QMetaType::Int, qMetaTypeId<QDBusVariant>());
-    for (auto entry = variants.begin(); entry != variants.end(); ++entry) {
-        argument.beginMapEntry();
-        argument << entry.key() << QDBusVariant(entry.value());
-        argument.endMapEntry();
-    }
-    argument.endMap();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, NumberedVariants & /*variants*/)
 {
     return argument;
 }

@@ -3,6 +3,8 @@
 
 #include "variant_map.h"
 
+#include "../../support/variant_containers.h"
+
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
 
@@ -26,47 +28,12 @@ struct Settings
 
 Q_DECLARE_METATYPE(Settings)
 
-using Variants = QVector<QVariant>;
-using NumberedVariants = QMap<int, QVariant>;
-
 QDBusArgument &operator<<(QDBusArgument &argument, const Settings &settings)
 {
     return argument << QVariantMap{{settings.name, 1}};
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, Settings & /*settings*/)
-{
-    return argument;
-}
-
-QDBusArgument &operator<<(QDBusArgument &argument, const Variants &variants)
-{
-    argument.beginArray(qMetaTypeId<QDBusVariant>());
-    for (const QVariant &variant : variants) {
-        argument << QDBusVariant(variant);
-    }
-    argument.endArray();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, Variants & /*variants*/)
-{
-    return argument;
-}
-
-QDBusArgument &operator<<(QDBusArgument &argument, const NumberedVariants &variants)
-{
-    argument.beginMap(QMetaType::Int, qMetaTypeId<QDBusVariant>());
-    for (auto entry = variants.begin(); entry != variants.end(); ++entry) {
-        argument.beginMapEntry();
-        argument << entry.key() << QDBusVariant(entry.value());
-        argument.endMapEntry();
-    }
-    argument.endMap();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, NumberedVariants & /*variants*/)
 {
     return argument;
 }
