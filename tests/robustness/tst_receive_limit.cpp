@@ -22,25 +22,62 @@ class TestReceiveLimit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+    void waitingSignalsStopNothing();
     void waitingDescriptorsStopNothing();
+
+private:
+    // The service sends so many changes of the instance's state.
+    void emitStates(const QString &instance, const QVariantMap &changes, int count);
+
+    rlimit m_descriptors = {};
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
 };
 
+void TestReceiveLimit::initTestCase()
+{
+    // Each descriptor that waits is open in this process. The bus has to hold some of them as well.
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &m_descriptors), 0);
+    m_descriptors.rlim_cur = m_descriptors.rlim_max;
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &m_descriptors), 0);
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+void TestReceiveLimit::emitStates(const QString &instance, const QVariantMap &changes, int count)
+{
+    const QDBusMessage answer = m_simulator->desk(
+        QStringLiteral("EmitMany"),
+        {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
+         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
+         QVariant(QVariantList{instance, changes}), uint(count)});
+    QCOMPARE(answer.errorMessage(), QString());
+}
+
+// libdbus takes 63 MiB by itself.
+void TestReceiveLimit::waitingSignalsStopNothing()
+{
+    const Control control;
+    int heard = 0;
+    connect(&control, &Control::stateChanged, this,
+            [&heard](const QString & /*id*/, quint32 /*state*/) { ++heard; });
+    const QVariantMap changes{{QStringLiteral("State"), 3U}};
+    constexpr int count = 200;
+    emitStates(QString(1 << 20, QLatin1Char('x')), changes, count);
+    waitUntil([&heard] { return heard == count; });
+    emitStates(QStringLiteral("last"), changes, 1);
+    waitUntil([&heard] { return heard == count + 1; });
+}
+
+// libdbus takes 4,096 by itself.
 void TestReceiveLimit::waitingDescriptorsStopNothing()
 {
-    // libdbus takes 4,096 by itself, and each that waits is open in this process. The bus has to
-    // hold some of them as well.
     constexpr int count = 6000;
-    rlimit limit = {};
-    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    if (limit.rlim_max < rlim_t(count) * 2) {
+    if (m_descriptors.rlim_max < rlim_t(count) * 2) {
         QSKIP("The process may not have so many descriptors");
     }
-    limit.rlim_cur = limit.rlim_max;
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-
-    PrivateBus bus;
-    Simulator simulator(bus);
-    simulator.start();
     const Control control;
     int heard = 0;
     connect(&control, &Control::stateChanged, this,
@@ -51,12 +88,7 @@ void TestReceiveLimit::waitingDescriptorsStopNothing()
     // Nothing is heard during the calls of the desk.
     constexpr int atOnce = 500;
     for (int sent = 0; sent < count; sent += atOnce) {
-        const QDBusMessage answer = simulator.desk(
-            QStringLiteral("EmitMany"),
-            {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
-             QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
-             QVariant(QVariantList{QStringLiteral("id"), changes}), uint(atOnce)});
-        QCOMPARE(answer.errorMessage(), QString());
+        emitStates(QStringLiteral("id"), changes, atOnce);
     }
     QCOMPARE(heard, 0);
     waitUntil([&heard] { return heard == count; });
