@@ -99,6 +99,7 @@ void TestLifetimes::programEndsCleanly_data()
         "start 0\n"
         "exit\n");
     row("exitInACallback", "exit\n");
+    row("exitInAMessageHandler", "JSON array of arrays are not supported\n");
     row("requestsWithoutEnd", "");
     row("objectsOfAThread",
         "start 0\n"

@@ -24,6 +24,9 @@ std::atomic<bool> begun = false;
 // Set before the end is announced.
 std::thread::id endingThread; // clazy:exclude=non-pod-global-static
 
+// How many delays this thread holds.
+thread_local int delays = 0;
+
 // Never destroyed: static objects of the program may make requests after the sentinel is gone.
 std::shared_mutex &mutex()
 {
@@ -50,6 +53,10 @@ struct Sentinel
     {
         endingThread = std::this_thread::get_id();
         announced = true;
+        // A message handler that a request called may have ended the process. It never returns.
+        for (; delays > 0; --delays) {
+            mutex().unlock_shared();
+        }
         const std::unique_lock<std::shared_mutex> waitForDelays(mutex());
         waitUntilCallsAreSent();
         begun = true;
@@ -81,9 +88,15 @@ ProcessEnd::Delay::Delay()
 {
     if (!announced) {
         m_lock = std::shared_lock<std::shared_mutex>(mutex());
+        ++delays;
     }
     // The end may have been announced meanwhile.
     m_isGranted = m_lock.owns_lock() ? !begun : endingThread == std::this_thread::get_id();
+}
+
+ProcessEnd::Delay::~Delay()
+{
+    delays -= m_lock.owns_lock() ? 1 : 0;
 }
 
 } // namespace Ostrel

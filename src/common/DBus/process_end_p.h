@@ -4,6 +4,8 @@
 #ifndef OSTREL_DBUS_PROCESS_END_P_H
 #define OSTREL_DBUS_PROCESS_END_P_H
 
+#include <QtCore/QtGlobal>
+
 #include <shared_mutex>
 
 // Protects pending calls when the process ends. QtDBus then deletes the calls that wait for a
@@ -28,11 +30,14 @@ class Delay
 {
 public:
     Delay();
+    ~Delay();
 
     // False if another thread is already ending the process: QtDBus may go at any moment.
     bool isGranted() const { return m_isGranted; }
 
 private:
+    Q_DISABLE_COPY(Delay)
+
     std::shared_lock<std::shared_mutex> m_lock;
     bool m_isGranted = true;
 };

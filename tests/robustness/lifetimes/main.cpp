@@ -8,6 +8,8 @@
 #include "forks.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 #include <QtDBus/QDBusConnection>
 
 #include <atomic>
@@ -218,6 +220,23 @@ int exitInACallback(int &argc, char **argv)
     return 1;
 }
 
+// A request that blocks logs what a parameter holds that cannot be sent.
+int exitInAMessageHandler(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Ostrel::Control control;
+    qInstallMessageHandler(
+        [](QtMsgType /*type*/, const QMessageLogContext & /*context*/, const QString &message) {
+            say(message);
+            std::exit(0); // NOLINT(concurrency-mt-unsafe)
+        });
+    const QJsonArray refused{QJsonArray{1}, QJsonArray{2}};
+    control.startDebug(
+        QStringLiteral("demo.Viewer"),
+        QVariantMap{{QStringLiteral("json"), QJsonObject{{QStringLiteral("refused"), refused}}}});
+    return 1;
+}
+
 // They end when the thread has no event loop any more, and nothing of Qt may be left of it.
 int objectsOfAThread(int &argc, char **argv)
 {
@@ -306,6 +325,7 @@ int main(int argc, char **argv)
         {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
         {"exitInASlot", exitInASlot},
         {"exitInACallback", exitInACallback},
+        {"exitInAMessageHandler", exitInAMessageHandler},
         {"objectsOfAThread", objectsOfAThread},
         {"busEndsBeforeTheLoopRuns", busEndsBeforeTheLoopRuns},
         {"busEndsInTheFirstObject", busEndsInTheFirstObject},
