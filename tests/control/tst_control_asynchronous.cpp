@@ -133,6 +133,7 @@ private Q_SLOTS:
     void deletedContextDropsTheCallback_data() { eachRequest(); }
     void deletedContextDropsTheCallback();
     void deletedContextInAnotherThreadDropsTheCallback();
+    void contextMayChangeItsThread();
     void deletedControlStillRunsItsCallbacks_data() { eachRequest(); }
     void deletedControlStillRunsItsCallbacks();
     void emptyCallbackIsHarmless_data() { eachRequest(); }
@@ -342,6 +343,27 @@ void TestControlAsynchronous::deletedContextInAnotherThreadDropsTheCallback()
     faults("Start").release({0, 1});
     waitUntil([&otherRan] { return otherRan.load(); });
     QVERIFY(!ran);
+}
+
+// Often: the context is deleted here while its former thread tidies up.
+void TestControlAsynchronous::contextMayChangeItsThread()
+{
+    ContextElsewhere former;
+    Control control;
+    for (int i = 0; i < 3000; ++i) {
+        std::atomic<bool> ran{false};
+        auto context = std::make_unique<QObject>();
+        context->moveToThread(former.thread());
+        requests().at(std::size_t(i) % requests().size()).send(control, context.get(), [&ran] {
+            ran = true;
+        });
+        QMetaObject::invokeMethod(
+            context.get(), [&context, this] { context->moveToThread(thread()); },
+            Qt::BlockingQueuedConnection);
+        if (i % 3 != 0) {
+            waitUntil([&ran] { return ran.load(); });
+        }
+    }
 }
 
 void TestControlAsynchronous::deletedControlStillRunsItsCallbacks()

@@ -42,8 +42,13 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
         new PendingCallWatcher(call, elsewhere ? nullptr : const_cast<QObject *>(context));
 
     // The handler may delete the watcher's parent, and the watcher with it.
-    const auto handle = [handler = std::move(handler)](QDBusPendingCallWatcher *finished) {
+    const auto handle = [context, elsewhere,
+                         handler = std::move(handler)](QDBusPendingCallWatcher *finished) {
         const Reply reply = *finished;
+        if (elsewhere) {
+            // From now on the watcher's thread may delete it at any moment.
+            QObject::disconnect(context, nullptr, finished, nullptr);
+        }
         finished->deleteLater();
         handler(reply);
     };
@@ -58,9 +63,18 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
     }
 
     if (elsewhere) {
-        // Directly: context may outlive the event loop that would run a deleteLater().
+        // Directly: context may outlive the event loop that would run a deleteLater(). It may also
+        // have been moved to another thread, and left the watcher behind.
         QObject::connect(
-            context, &QObject::destroyed, watcher, [watcher] { delete watcher; },
+            context, &QObject::destroyed, watcher,
+            [watcher] {
+                if (watcher->thread() == QThread::currentThread()
+                    || watcher->thread()->isFinished()) {
+                    delete watcher;
+                } else {
+                    watcher->deleteLater();
+                }
+            },
             Qt::DirectConnection);
         // The reply may be handled, and the watcher deleted, as soon as it has moved.
         watcher->moveToThread(context->thread());
