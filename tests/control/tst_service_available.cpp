@@ -10,6 +10,8 @@
 
 #include <Ostrel/Control>
 
+#include <QtDBus/QDBusPendingCallWatcher>
+
 #include <memory>
 #include <optional>
 
@@ -73,7 +75,7 @@ void TestServiceAvailable::settle()
 std::shared_ptr<TestServiceAvailable::Changes> TestServiceAvailable::changesOf(
     const Control &control)
 {
-    const auto changes = std::make_shared<Changes>();
+    auto changes = std::make_shared<Changes>();
     connect(&control, &Control::serviceAvailableChanged, &control,
             [changes, &control](bool available) {
                 QCOMPARE(control.isServiceAvailable(), available);

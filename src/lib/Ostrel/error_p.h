@@ -40,11 +40,13 @@ constexpr std::array<CodeName, 10> codeNames{{
     {Error::ApplicationAlreadyRunning, "ApplicationAlreadyRunning", ErrorNamespace::Service},
 }};
 
+// Friends of the class; a declaration there does not make them known here.
+
 // The one place where bus errors become Error values. Any thread may call it.
-Error fromDBusError(const QDBusError &error);
+Error fromDBusError(const QDBusError &error); // NOLINT(readability-redundant-declaration)
 
 // As fromDBusError(), but the code is always Failed.
-Error failedWith(const QDBusError &error);
+Error failedWith(const QDBusError &error); // NOLINT(readability-redundant-declaration)
 
 } // namespace Ostrel
 

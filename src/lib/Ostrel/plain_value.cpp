@@ -95,7 +95,8 @@ QVariant plain(const QVariant &value, int depth)
     }
     if (type == QMetaType::QVariantList) {
         QVariantList list;
-        for (const QVariant &element : value.toList()) {
+        const QVariantList original = value.toList();
+        for (const QVariant &element : original) {
             list.append(plain(element, depth + 1));
         }
         return list;
