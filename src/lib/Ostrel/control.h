@@ -268,8 +268,8 @@ public:
      *         - an object path or a signature as QString;
      *         - strings, numbers, QStringList, QByteArray, file descriptors and the caller's own
      *           types unchanged;
-     *         - a QDBusArgument that the caller wrote, and everything below 128 levels, as an
-     *           invalid QVariant.
+     *         - a QDBusArgument that the caller wrote or has begun to read, and everything below
+     *           128 levels, as an invalid QVariant.
      */
     static QVariant toPlainValue(const QVariant &value);
 

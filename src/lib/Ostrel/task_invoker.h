@@ -214,9 +214,15 @@ public:
                const std::function<void(int number, const Error &error)> &callback);
 
     /**
-     * Starts a task on behalf of @p context, which must be alive, as start() without a context
-     * does. The callback runs from the event loop of the thread of @p context. As with onReady(),
-     * it is dropped if @p context or the invoker is destroyed.
+     * Starts a task on behalf of @p context, and returns at once. Makes the bus call "Start", as
+     * start() without a context does, with the same outcome.
+     *
+     * @param name        the name of the task.
+     * @param startupInfo what the task is started with.
+     * @param hints       how the service is to run it.
+     * @param context     must be alive. The callback runs from the event loop of its thread, and is
+     *                    dropped if it or the invoker is destroyed, as with onReady().
+     * @param callback    receives the outcome. It may be empty: then the outcome is dropped.
      */
     void start(const QString &name, const StartupInfo &startupInfo, const Hints &hints,
                const QObject *context,
@@ -236,9 +242,13 @@ public:
     void stop(const QString &name, const std::function<void(const Error &error)> &callback);
 
     /**
-     * Stops a task on behalf of @p context, which must be alive, as stop() without a context does.
-     * The callback runs from the event loop of the thread of @p context. As with onReady(), it is
-     * dropped if @p context or the invoker is destroyed.
+     * Stops a task on behalf of @p context, and returns at once. Makes the bus call "Stop", as
+     * stop() without a context does, with the same outcome.
+     *
+     * @param name     the name of the task.
+     * @param context  must be alive. The callback runs from the event loop of its thread, and is
+     *                 dropped if it or the invoker is destroyed, as with onReady().
+     * @param callback receives the outcome. It may be empty: then the outcome is dropped.
      */
     void stop(const QString &name, const QObject *context,
               const std::function<void(const Error &error)> &callback);
