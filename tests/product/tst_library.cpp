@@ -56,7 +56,10 @@ void TestLibrary::linksOnlyCoreAndDBus()
         const auto match = each.next();
         if (match.captured(1) == QLatin1String("SONAME")) {
             name = match.captured(2);
-        } else if (!QRegularExpression(QStringLiteral("^lib(stdc\\+\\+|gcc_s|c|m)\\.so"))
+            // The dynamic linker keeps the variables of threads.
+        } else if (!QRegularExpression(
+                        QStringLiteral(
+                            "^(lib(stdc\\+\\+|gcc_s|c|m)|ld(64|-linux[a-z0-9_-]*))\\.so"))
                         .match(match.captured(2))
                         .hasMatch()) {
             needed.append(match.captured(2));
