@@ -62,8 +62,7 @@ QJsonValue argument(const QJsonObject &message, int index)
     return message.value(QLatin1String("payload"))[QLatin1String("data")][index];
 }
 
-const QString makeInstance =
-    QStringLiteral("MAKE_AN_INSTANCE"); // clazy:exclude=non-pod-global-static
+const QString makeInstance = "MAKE_AN_INSTANCE"; // clazy:exclude=non-pod-global-static
 
 } // namespace
 
@@ -81,9 +80,8 @@ QVector<QJsonObject> TestControl::sentBy(const Function &function) const
     function();
     // Its answer is behind everything that the bus was sent before.
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+    bus.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                            "org.freedesktop.DBus", "GetId"));
     const QString self = bus.baseService();
     QVector<QJsonObject> messages = monitor.messagesUntil([&self](const QJsonObject &message) {
         return message.value(QLatin1String("sender")) == self
@@ -122,7 +120,7 @@ void TestControl::constructionAsksTheBusForFourSignals()
         sentBy([&control] { control = std::make_unique<Control>(); });
     QStringList signalNames;
     for (const QJsonObject &message : messages) {
-        QCOMPARE(destination(message), QStringLiteral("org.freedesktop.DBus"));
+        QCOMPARE(destination(message), "org.freedesktop.DBus");
         if (member(message) != QLatin1String("AddMatch")) {
             continue;
         }
@@ -133,13 +131,10 @@ void TestControl::constructionAsksTheBusForFourSignals()
                      qPrintable(rule));
             QVERIFY2(rule.contains(QLatin1String("path='" OSTREL_SERVICE_PATH "/Control1'")),
                      qPrintable(rule));
-            signalNames.append(
-                rule.section(QStringLiteral("member='"), 1).section(QLatin1Char('\''), 0, 0));
+            signalNames.append(rule.section("member='", 1).section(QLatin1Char('\''), 0, 0));
         }
     }
-    QCOMPARE(signalNames,
-             (QStringList{QStringLiteral("Started"), QStringLiteral("Terminated"),
-                          QStringLiteral("StateChanged"), QStringLiteral("SelectedByOom")}));
+    QCOMPARE(signalNames, (QStringList{"Started", "Terminated", "StateChanged", "SelectedByOom"}));
 }
 
 // Who owns the service's name was asked, and is followed, for the sake of the calls alone.
@@ -151,8 +146,8 @@ void TestControl::availabilityNeedsNoFurtherCalls()
          sentBy([&control] { control = std::make_unique<Control>(); })) {
         members.append(member(message));
     }
-    const QString match = QStringLiteral("AddMatch");
-    const QString owner = QStringLiteral("GetNameOwner");
+    const QString match = "AddMatch";
+    const QString owner = "GetNameOwner";
     QCOMPARE(members, (QStringList{match, owner, match, match, owner, match, match, match}));
 
     const QVector<QJsonObject> first = sentBy([&control] {
@@ -162,8 +157,8 @@ void TestControl::availabilityNeedsNoFurtherCalls()
     QCOMPARE(first.size(), 1);
     QCOMPARE(member(first.constFirst()), match);
     QCOMPARE(argument(first.constFirst(), 0).toString(),
-             QStringLiteral("type='signal',path='/org/freedesktop/DBus/Local',"
-                            "interface='org.freedesktop.DBus.Local',member='Disconnected'"));
+             "type='signal',path='/org/freedesktop/DBus/Local',"
+             "interface='org.freedesktop.DBus.Local',member='Disconnected'");
     QVERIFY(sentBy([&control] { QVERIFY(control->isServiceAvailable()); }).isEmpty());
 }
 
@@ -171,9 +166,9 @@ void TestControl::serviceReceivesOnlyTheRequests()
 {
     const QVector<QJsonObject> messages = sentBy([] {
         Control control;
-        control.start(QStringLiteral("no.such"));
-        control.startDebug(QStringLiteral("no.such"), Ostrel::DebugParams());
-        control.terminate(QStringLiteral("no.such"));
+        control.start("no.such");
+        control.startDebug("no.such", Ostrel::DebugParams());
+        control.terminate("no.such");
         QVector<Ostrel::RunningApplication> applications;
         QVector<Ostrel::RunningService> services;
         control.getRunningApplications(applications, services);
@@ -183,9 +178,9 @@ void TestControl::serviceReceivesOnlyTheRequests()
         const QObject context;
         int answered = 0;
         const auto onStart = [&answered](const Control::StartResult & /*result*/) { ++answered; };
-        control.start(QStringLiteral("no.such"), &context, onStart);
-        control.startDebug(QStringLiteral("no.such"), Ostrel::DebugParams(), &context, onStart);
-        control.terminate(QStringLiteral("no.such"), &context,
+        control.start("no.such", &context, onStart);
+        control.startDebug("no.such", Ostrel::DebugParams(), &context, onStart);
+        control.terminate("no.such", &context,
                           [&answered](const Ostrel::Error & /*error*/) { ++answered; });
         control.getRunningApplications(
             &context,
@@ -196,9 +191,8 @@ void TestControl::serviceReceivesOnlyTheRequests()
     QStringList members;
     for (const QJsonObject &message : messages) {
         if (destination(message) != QLatin1String("org.freedesktop.DBus")) {
-            QCOMPARE(destination(message), QStringLiteral(OSTREL_SERVICE_NAME));
-            QCOMPARE(message.value(QLatin1String("type")).toString(),
-                     QStringLiteral("method_call"));
+            QCOMPARE(destination(message), OSTREL_SERVICE_NAME);
+            QCOMPARE(message.value(QLatin1String("type")).toString(), "method_call");
             // The service may be started by the call, and has to answer.
             QCOMPARE(message.value(QLatin1String("flags")).toInt(), 0);
             const QString signature =
@@ -206,9 +200,8 @@ void TestControl::serviceReceivesOnlyTheRequests()
             members.append(member(message) + QLatin1Char(' ') + signature);
         }
     }
-    const QStringList requests{QStringLiteral("Start s"), QStringLiteral("StartDebug sa{sv}"),
-                               QStringLiteral("Terminate s"),
-                               QStringLiteral("GetRunningApplications ")};
+    const QStringList requests{"Start s", "StartDebug sa{sv}", "Terminate s",
+                               "GetRunningApplications "};
     QCOMPARE(members, requests + requests);
 }
 
@@ -227,9 +220,9 @@ void TestControl::instanceIsNeverDestroyed()
 {
     BusMonitor monitor(*m_bus);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(makeInstance, QStringLiteral("1"));
+    environment.insert(makeInstance, "1");
     // What lives to the end keeps parts of QtDBus, too.
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    environment.insert("ASAN_OPTIONS", "detect_leaks=0");
     QCOMPARE(run(QCoreApplication::applicationFilePath(), {}, environment).exitStatus, 0);
     QString process;
     QStringList members;
@@ -249,8 +242,8 @@ void TestControl::instanceIsNeverDestroyed()
             && argument(message, 0).toString() == process
             && argument(message, 2).toString().isEmpty();
     });
-    QVERIFY(members.count(QStringLiteral("AddMatch")) >= 4);
-    QCOMPARE(members.count(QStringLiteral("RemoveMatch")), 0);
+    QVERIFY(members.count("AddMatch") >= 4);
+    QCOMPARE(members.count("RemoveMatch"), 0);
 }
 
 void TestControl::destructionRemovesTheMatchRules()
@@ -258,12 +251,11 @@ void TestControl::destructionRemovesTheMatchRules()
     const QVector<QJsonObject> messages = sentBy([] { const Control control; });
     QStringList members;
     for (const QJsonObject &message : messages) {
-        QCOMPARE(destination(message), QStringLiteral("org.freedesktop.DBus"));
+        QCOMPARE(destination(message), "org.freedesktop.DBus");
         members.append(member(message));
     }
-    QVERIFY(members.count(QStringLiteral("AddMatch")) >= 4);
-    QCOMPARE(members.count(QStringLiteral("RemoveMatch")),
-             members.count(QStringLiteral("AddMatch")));
+    QVERIFY(members.count("AddMatch") >= 4);
+    QCOMPARE(members.count("RemoveMatch"), members.count("AddMatch"));
 }
 
 int main(int argc, char **argv)

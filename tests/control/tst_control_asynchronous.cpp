@@ -46,18 +46,18 @@ const std::vector<Request> &requests()
     static const std::vector<Request> all{
         {"Start",
          [](Control &control, const QObject *context, const Done &done) {
-             control.start(QStringLiteral("a.b"), context,
+             control.start("a.b", context,
                            done ? OnStart([done](const auto & /*result*/) { done(); }) : OnStart());
          }},
         {"StartDebug",
          [](Control &control, const QObject *context, const Done &done) {
-             control.startDebug(QStringLiteral("a.b"), DebugParams(), context,
+             control.startDebug("a.b", DebugParams(), context,
                                 done ? OnStart([done](const auto & /*result*/) { done(); })
                                      : OnStart());
          }},
         {"Terminate",
          [](Control &control, const QObject *context, const Done &done) {
-             control.terminate(QStringLiteral("a.b"), context,
+             control.terminate("a.b", context,
                                done ? OnTermination([done](const Error & /*error*/) { done(); })
                                     : OnTermination());
          }},
@@ -200,49 +200,48 @@ void TestControlAsynchronous::roundTrip()
     Control control;
     const QObject context;
     bool answered = false;
-    control.terminate(QStringLiteral("marker"), &context,
+    control.terminate("marker", &context,
                       [&answered](const Error & /*error*/) { answered = true; });
     waitUntil([&answered] { return answered; });
 }
 
 void TestControlAsynchronous::startSendsTheIdentifier()
 {
-    faults("Start").answerNext(
-        {QStringLiteral("demo.Viewer.instance_1"), QVariantMap{{QStringLiteral("Pid"), 17}}});
+    faults("Start").answerNext({"demo.Viewer.instance_1", QVariantMap{{"Pid", 17}}});
     Control control;
     std::optional<Control::StartResult> result;
-    control.start(QStringLiteral("demo.Viewer \u00e9"), this,
+    control.start("demo.Viewer \u00e9", this,
                   [&result](const Control::StartResult &received) { result = received; });
     waitUntil([&result] { return result.has_value(); });
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
-    QCOMPARE(sent().member, QStringLiteral("Start"));
-    QCOMPARE(sent().signature, QStringLiteral("s"));
-    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer \u00e9")});
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
+    QCOMPARE(sent().member, "Start");
+    QCOMPARE(sent().signature, "s");
+    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer \u00e9"});
     QCOMPARE(result->error.code(), Error::NoError);
     QVERIFY(result->error.message().isNull());
-    QCOMPARE(result->appInstanceId, QStringLiteral("demo.Viewer.instance_1"));
-    QCOMPARE(text(result->details), QStringLiteral("Pid=17"));
+    QCOMPARE(result->appInstanceId, "demo.Viewer.instance_1");
+    QCOMPARE(text(result->details), "Pid=17");
 }
 
 void TestControlAsynchronous::startDebugSendsTheParameters()
 {
-    faults("StartDebug").answerNext({QStringLiteral("one"), QVariantMap()});
+    faults("StartDebug").answerNext({"one", QVariantMap()});
     DebugParams params;
-    params.setEnvironment({QStringLiteral("A=1")});
+    params.setEnvironment({"A=1"});
     Control control;
     QString instance;
     control.startDebug(
-        QStringLiteral("demo.Viewer"), params, this,
+        "demo.Viewer", params, this,
         [&instance](const Control::StartResult &result) { instance = result.appInstanceId; });
     waitUntil([&instance] { return !instance.isEmpty(); });
-    QCOMPARE(instance, QStringLiteral("one"));
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().member, QStringLiteral("StartDebug"));
-    QCOMPARE(sent().signature, QStringLiteral("sa{sv}"));
-    QCOMPARE(sent().arguments.value(0), QVariant(QStringLiteral("demo.Viewer")));
+    QCOMPARE(instance, "one");
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().member, "StartDebug");
+    QCOMPARE(sent().signature, "sa{sv}");
+    QCOMPARE(sent().arguments.value(0), QVariant("demo.Viewer"));
     QCOMPARE(qdbus_cast<QVariantMap>(sent().arguments.value(1)),
-             (QVariantMap{{QStringLiteral("environment"), QStringList{QStringLiteral("A=1")}}}));
+             (QVariantMap{{"environment", QStringList{"A=1"}}}));
 }
 
 void TestControlAsynchronous::terminateSendsTheIdentifier()
@@ -250,20 +249,20 @@ void TestControlAsynchronous::terminateSendsTheIdentifier()
     faults("Terminate").answerNext({});
     Control control;
     std::optional<Error> error;
-    control.terminate(QStringLiteral("demo.Viewer.instance_1"), this,
+    control.terminate("demo.Viewer.instance_1", this,
                       [&error](const Error &received) { error = received; });
     waitUntil([&error] { return error.has_value(); });
     QCOMPARE(error->code(), Error::NoError);
     QVERIFY(error->message().isNull());
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().member, QStringLiteral("Terminate"));
-    QCOMPARE(sent().signature, QStringLiteral("s"));
-    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer.instance_1")});
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().member, "Terminate");
+    QCOMPARE(sent().signature, "s");
+    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer.instance_1"});
 }
 
 void TestControlAsynchronous::listReceivesBothVectors()
 {
-    m_simulator->desk(QStringLiteral("ListNext"), {2U, 3U});
+    m_simulator->desk("ListNext", {2U, 3U});
     Control control;
     bool received = false;
     control.getRunningApplications(this,
@@ -276,8 +275,8 @@ void TestControlAsynchronous::listReceivesBothVectors()
                                        received = true;
                                    });
     waitUntil([&received] { return received; });
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().member, QStringLiteral("GetRunningApplications"));
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().member, "GetRunningApplications");
     QCOMPARE(sent().signature, QString());
     QCOMPARE(sent().arguments, QVariantList());
 }
@@ -436,9 +435,8 @@ void TestControlAsynchronous::callbackMayMakeARequestThatBlocks()
 {
     Control control;
     std::optional<Error> inner;
-    control.terminate(QStringLiteral("a"), this, [&control, &inner](const Error & /*error*/) {
-        inner = control.terminate(QStringLiteral("b"));
-    });
+    control.terminate(
+        "a", this, [&control, &inner](const Error & /*error*/) { inner = control.terminate("b"); });
     waitUntil([&inner] { return inner.has_value(); });
     QCOMPARE(inner->code(), Error::ApplicationNotRunning);
 }
@@ -458,8 +456,7 @@ void TestControlAsynchronous::repliesInAnotherOrderReachTheirCallbacks()
     faults("Terminate").waitForHeld(3);
     faults("Terminate").release({2, 0, 1});
     waitUntil([&order] { return order.size() == 3; });
-    QCOMPARE(order,
-             (QStringList{QStringLiteral("three"), QStringLiteral("one"), QStringLiteral("two")}));
+    QCOMPARE(order, (QStringList{"three", "one", "two"}));
 }
 
 OSTREL_TEST_MAIN(TestControlAsynchronous)

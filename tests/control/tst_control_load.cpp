@@ -51,17 +51,16 @@ void TestControlLoad::initTestCase()
 void TestControlLoad::emitStates(const QString &instance, int count) const
 {
     const QDBusMessage answer = m_simulator->desk(
-        QStringLiteral("EmitMany"),
-        {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
-         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
-         QVariant(QVariantList{instance, QVariantMap{{QStringLiteral("State"), 3U}}}),
+        "EmitMany",
+        {QVariant::fromValue(QDBusObjectPath(OSTREL_CONTROL_PATH)), OSTREL_CONTROL_INTERFACE,
+         "StateChanged", QVariant(QVariantList{instance, QVariantMap{{"State", 3U}}}),
          uint(count)});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
 }
 
 void TestControlLoad::tenThousandRecordsAreRead()
 {
-    m_simulator->desk(QStringLiteral("ListNext"), {10000U, 10000U});
+    m_simulator->desk("ListNext", {10000U, 10000U});
     MemoryFigures figures;
     QVector<RunningApplication> applications;
     QVector<RunningService> services;
@@ -76,7 +75,7 @@ void TestControlLoad::tenThousandRecordsAreRead()
     }
     applications.clear();
     services.clear();
-    figures.print(QStringLiteral("10,000 applications and services"));
+    figures.print("10,000 applications and services");
 }
 
 void TestControlLoad::twentyThousandSignalsLeaveNothingBehind()
@@ -93,12 +92,12 @@ void TestControlLoad::twentyThousandSignalsLeaveNothingBehind()
 
     const auto receive = [&] {
         next = 0;
-        emitStates(QStringLiteral("%n"), round);
+        emitStates("%n", round);
         waitUntil([&] { return next == round; });
     };
     const MemoryFigures figures;
     receive();
-    figures.print(QStringLiteral("20,000 signals"));
+    figures.print("20,000 signals");
     // A byte a signal would be more.
     QVERIFY(leavesNothingBehind(receive, round));
 }
@@ -114,7 +113,7 @@ void TestControlLoad::tenThousandRequestsInFlight()
         int answered = 0;
         MemoryFigures figures;
         for (int i = 0; i < count; ++i) {
-            const QString id = QStringLiteral("none.%1").arg(i);
+            const QString id = QString("none.%1").arg(i);
             control.terminate(id, this, [&answered, id](const Error &error) {
                 if (error.code() != Error::ApplicationNotRunning || !error.message().contains(id)) {
                     qFatal("%s: %s", qPrintable(id), qPrintable(error.message()));
@@ -138,7 +137,7 @@ void TestControlLoad::tenThousandRequestsInFlight()
     QVERIFY(leavesNothingBehind([&ask] { ask(10000); }, 100000));
     const qint64 some = ask(1000);
     const qint64 many = ask(10000);
-    QVERIFY2(many <= 12 * some, qPrintable(QStringLiteral("%1, %2").arg(some).arg(many)));
+    QVERIFY2(many <= 12 * some, qPrintable(QString("%1, %2").arg(some).arg(many)));
 }
 
 OSTREL_TEST_MAIN(TestControlLoad)

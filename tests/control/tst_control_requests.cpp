@@ -90,27 +90,23 @@ Call TestControlRequests::sent() const
 
 void TestControlRequests::startSendsTheIdentifier()
 {
-    next("Start").answerNext({QStringLiteral("i"), QVariantMap()});
-    Control().start(QStringLiteral("demo.Viewer \u00e9"));
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
-    QCOMPARE(sent().member, QStringLiteral("Start"));
-    QCOMPARE(sent().signature, QStringLiteral("s"));
-    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer \u00e9")});
+    next("Start").answerNext({"i", QVariantMap()});
+    Control().start("demo.Viewer \u00e9");
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
+    QCOMPARE(sent().member, "Start");
+    QCOMPARE(sent().signature, "s");
+    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer \u00e9"});
 }
 
 void TestControlRequests::startReturnsTheReply()
 {
-    next("Start").answerNext(
-        {QStringLiteral("demo.Viewer.instance_1"),
-         QVariantMap{{QStringLiteral("Pid"), 17}, {QStringLiteral("Name"), QStringLiteral("n")}}});
-    const Control::StartResult result = Control().start(QStringLiteral("demo.Viewer"));
+    next("Start").answerNext({"demo.Viewer.instance_1", QVariantMap{{"Pid", 17}, {"Name", "n"}}});
+    const Control::StartResult result = Control().start("demo.Viewer");
     QCOMPARE(result.error.code(), Error::NoError);
     QVERIFY(result.error.message().isNull());
-    QCOMPARE(result.appInstanceId, QStringLiteral("demo.Viewer.instance_1"));
-    QCOMPARE(
-        result.details,
-        (QVariantMap{{QStringLiteral("Pid"), 17}, {QStringLiteral("Name"), QStringLiteral("n")}}));
+    QCOMPARE(result.appInstanceId, "demo.Viewer.instance_1");
+    QCOMPARE(result.details, (QVariantMap{{"Pid", 17}, {"Name", "n"}}));
 }
 
 void TestControlRequests::startDebugSendsTheParameters_data()
@@ -121,69 +117,60 @@ void TestControlRequests::startDebugSendsTheParameters_data()
     QTest::newRow("nothing") << QVariantMap() << QVariantMap();
 
     DebugParams all;
-    all.setApplicationWrapper({QStringLiteral("w"), QStringLiteral("x y")});
-    all.setCommandLineParams({QStringLiteral("c")});
-    all.setEnvironment({QStringLiteral("A=1")});
+    all.setApplicationWrapper({"w", "x y"});
+    all.setCommandLineParams({"c"});
+    all.setEnvironment({"A=1"});
     all.setFireJailParams({});
     all.setSandboxEnabled(false);
-    all.setStdoutFile(QStringLiteral("/o"));
-    all.setStderrFile(QStringLiteral("/e"));
+    all.setStdoutFile("/o");
+    all.setStderrFile("/e");
     const QVariantMap everything{
-        {QStringLiteral("applicationWrapper"),
-         QStringList{QStringLiteral("w"), QStringLiteral("x y")}},
-        {QStringLiteral("commandLineParams"), QStringList{QStringLiteral("c")}},
-        {QStringLiteral("environment"), QStringList{QStringLiteral("A=1")}},
-        {QStringLiteral("firejailParams"), QStringList()},
-        {QStringLiteral("sandbox"), false},
-        {QStringLiteral("stdoutFile"), QStringLiteral("/o")},
-        {QStringLiteral("stderrFile"), QStringLiteral("/e")},
+        {"applicationWrapper", QStringList{"w", "x y"}},
+        {"commandLineParams", QStringList{"c"}},
+        {"environment", QStringList{"A=1"}},
+        {"firejailParams", QStringList()},
+        {"sandbox", false},
+        {"stdoutFile", "/o"},
+        {"stderrFile", "/e"},
     };
     QTest::newRow("everything") << everything << everything;
-    QTest::newRow("unknown key") << QVariantMap{{QStringLiteral("other"), 1}}
-                                 << QVariantMap{{QStringLiteral("other"), 1}};
+    QTest::newRow("unknown key") << QVariantMap{{"other", 1}} << QVariantMap{{"other", 1}};
     // What JSON is on the bus is for other tests to show; here it is that it is sent so.
-    QTest::newRow("JSON") << QVariantMap{{QStringLiteral("list"),
-                                          QJsonArray{QStringLiteral("a"), QStringLiteral("b")}},
-                                         {QStringLiteral("value"), QJsonValue(true)}}
-                          << QVariantMap{{QStringLiteral("list"),
-                                          QStringList{QStringLiteral("a"), QStringLiteral("b")}},
-                                         {QStringLiteral("value"), true}};
+    QTest::newRow("JSON") << QVariantMap{{"list", QJsonArray{"a", "b"}},
+                                         {"value", QJsonValue(true)}}
+                          << QVariantMap{{"list", QStringList{"a", "b"}}, {"value", true}};
 }
 
 void TestControlRequests::startDebugSendsTheParameters()
 {
     QFETCH(QVariantMap, given);
-    next("StartDebug").answerNext({QStringLiteral("i"), QVariantMap()});
+    next("StartDebug").answerNext({"i", QVariantMap()});
     const DebugParams params(given);
-    QCOMPARE(Control().startDebug(QStringLiteral("demo.Viewer"), params).error.code(),
-             Error::NoError);
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
-    QCOMPARE(sent().member, QStringLiteral("StartDebug"));
-    QCOMPARE(sent().signature, QStringLiteral("sa{sv}"));
-    QCOMPARE(sent().arguments.value(0), QVariant(QStringLiteral("demo.Viewer")));
+    QCOMPARE(Control().startDebug("demo.Viewer", params).error.code(), Error::NoError);
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
+    QCOMPARE(sent().member, "StartDebug");
+    QCOMPARE(sent().signature, "sa{sv}");
+    QCOMPARE(sent().arguments.value(0), QVariant("demo.Viewer"));
     QTEST(qdbus_cast<QVariantMap>(sent().arguments.value(1)), "sent");
 }
 
 void TestControlRequests::startDebugReturnsTheReply()
 {
-    next("StartDebug")
-        .answerNext({QStringLiteral("one"), QVariantMap{{QStringLiteral("Pid"), 17}}});
-    const Control::StartResult result =
-        Control().startDebug(QStringLiteral("demo.Viewer"), DebugParams());
+    next("StartDebug").answerNext({"one", QVariantMap{{"Pid", 17}}});
+    const Control::StartResult result = Control().startDebug("demo.Viewer", DebugParams());
     QCOMPARE(result.error.code(), Error::NoError);
     QVERIFY(result.error.message().isNull());
-    QCOMPARE(result.appInstanceId, QStringLiteral("one"));
-    QCOMPARE(text(result.details), QStringLiteral("Pid=17"));
+    QCOMPARE(result.appInstanceId, "one");
+    QCOMPARE(text(result.details), "Pid=17");
 }
 
 void TestControlRequests::startDebugRefusesUnsendableValues()
 {
-    const DebugParams params(QVariantMap{{QStringLiteral("a"), 1}, {QStringLiteral("u"), QUrl()}});
-    const Control::StartResult result = Control().startDebug(QStringLiteral("a.b"), params);
+    const DebugParams params(QVariantMap{{"a", 1}, {"u", QUrl()}});
+    const Control::StartResult result = Control().startDebug("a.b", params);
     QCOMPARE(result.error.code(), Error::Failed);
-    QCOMPARE(result.error.message(),
-             QStringLiteral("Marshalling failed: \"u\" holds a value of type QUrl"));
+    QCOMPARE(result.error.message(), "Marshalling failed: \"u\" holds a value of type QUrl");
     QVERIFY(result.appInstanceId.isEmpty());
     QVERIFY(result.details.isEmpty());
     QCOMPARE(m_simulator->calls().size(), 0);
@@ -192,20 +179,20 @@ void TestControlRequests::startDebugRefusesUnsendableValues()
 void TestControlRequests::terminateSendsTheIdentifier()
 {
     next("Terminate").answerNext({});
-    const Error error = Control().terminate(QStringLiteral("demo.Viewer.instance_1"));
+    const Error error = Control().terminate("demo.Viewer.instance_1");
     QCOMPARE(error.code(), Error::NoError);
     QVERIFY(error.message().isNull());
-    QCOMPARE(sent().path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(sent().interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
-    QCOMPARE(sent().member, QStringLiteral("Terminate"));
-    QCOMPARE(sent().signature, QStringLiteral("s"));
-    QCOMPARE(sent().arguments, QVariantList{QStringLiteral("demo.Viewer.instance_1")});
+    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
+    QCOMPARE(sent().member, "Terminate");
+    QCOMPARE(sent().signature, "s");
+    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer.instance_1"});
 }
 
 void TestControlRequests::terminateIgnoresTheValuesOfTheReply()
 {
-    next("Terminate").answerNext({QVariantList{1}, QStringLiteral("x")});
-    QCOMPARE(Control().terminate(QStringLiteral("a")).code(), Error::NoError);
+    next("Terminate").answerNext({QVariantList{1}, "x"});
+    QCOMPARE(Control().terminate("a").code(), Error::NoError);
 }
 
 void TestControlRequests::errorNamesAreMappedToCodes_data()
@@ -235,25 +222,25 @@ void TestControlRequests::errorNamesAreMappedToCodes()
 {
     QFETCH(QString, name);
     QFETCH(int, code);
-    const QString message = QStringLiteral("what went wrong \u00e9");
+    const QString message = "what went wrong \u00e9";
     Control control;
 
     next("Start").failNext(name, message);
-    const Control::StartResult started = control.start(QStringLiteral("a"));
+    const Control::StartResult started = control.start("a");
     QCOMPARE(int(started.error.code()), code);
     QCOMPARE(started.error.message(), message);
     QVERIFY(started.appInstanceId.isEmpty());
     QVERIFY(started.details.isEmpty());
 
     next("StartDebug").failNext(name, message);
-    const Control::StartResult debugged = control.startDebug(QStringLiteral("a"), DebugParams());
+    const Control::StartResult debugged = control.startDebug("a", DebugParams());
     QCOMPARE(int(debugged.error.code()), code);
     QCOMPARE(debugged.error.message(), message);
     QVERIFY(debugged.appInstanceId.isEmpty());
     QVERIFY(debugged.details.isEmpty());
 
     next("Terminate").failNext(name, message);
-    const Error terminated = control.terminate(QStringLiteral("a"));
+    const Error terminated = control.terminate("a");
     QCOMPARE(int(terminated.code()), code);
     QCOMPARE(terminated.message(), message);
 }
@@ -263,16 +250,14 @@ void TestControlRequests::repliesOfOtherTypesAreErrors_data()
     QTest::addColumn<QVariantList>("values");
     QTest::addColumn<QString>("signature");
 
-    const QString id = QStringLiteral("id");
+    const QString id = "id";
     QTest::newRow("nothing") << QVariantList() << QString();
-    QTest::newRow("identifier alone") << QVariantList{id} << QStringLiteral("s");
+    QTest::newRow("identifier alone") << QVariantList{id} << "s";
     QTest::newRow("array for details")
-        << QVariantList{id, QVariant::fromValue(QList<int>{1})} << QStringLiteral("sai");
-    QTest::newRow("strings for details")
-        << QVariantList{id, QStringList{id}} << QStringLiteral("sas");
-    QTest::newRow("number for identifier")
-        << QVariantList{1, QVariantMap()} << QStringLiteral("ia{sv}");
-    QTest::newRow("other order") << QVariantList{QVariantMap(), id} << QStringLiteral("a{sv}s");
+        << QVariantList{id, QVariant::fromValue(QList<int>{1})} << "sai";
+    QTest::newRow("strings for details") << QVariantList{id, QStringList{id}} << "sas";
+    QTest::newRow("number for identifier") << QVariantList{1, QVariantMap()} << "ia{sv}";
+    QTest::newRow("other order") << QVariantList{QVariantMap(), id} << "a{sv}s";
 }
 
 void TestControlRequests::repliesOfOtherTypesAreErrors()
@@ -280,37 +265,36 @@ void TestControlRequests::repliesOfOtherTypesAreErrors()
     QFETCH(QVariantList, values);
     QFETCH(QString, signature);
     const QString message =
-        QStringLiteral("Unexpected reply signature: got \"%1\", expected \"sa{sv}\"")
-            .arg(signature);
+        QString("Unexpected reply signature: got \"%1\", expected \"sa{sv}\"").arg(signature);
     Control control;
 
     next("Start").answerNext(values);
-    const Control::StartResult started = control.start(QStringLiteral("a"));
+    const Control::StartResult started = control.start("a");
     QCOMPARE(started.error.code(), Error::Failed);
     QCOMPARE(started.error.message(), message);
     QVERIFY(started.appInstanceId.isEmpty());
     QVERIFY(started.details.isEmpty());
 
     next("StartDebug").answerNext(values);
-    const Control::StartResult debugged = control.startDebug(QStringLiteral("a"), DebugParams());
+    const Control::StartResult debugged = control.startDebug("a", DebugParams());
     QCOMPARE(debugged.error.code(), Error::Failed);
     QCOMPARE(debugged.error.message(), message);
 
     // What comes behind the two is not looked at.
-    next("Start").answerNext({QStringLiteral("id"), QVariantMap(), 1});
-    QCOMPARE(control.start(QStringLiteral("a")).appInstanceId, QStringLiteral("id"));
+    next("Start").answerNext({"id", QVariantMap(), 1});
+    QCOMPARE(control.start("a").appInstanceId, "id");
 }
 
 // A Control belongs to the thread that makes it; any thread may have one.
 void TestControlRequests::repliesInOtherThreadsReachTheirCallers()
 {
-    next("Start").answerNext({QStringLiteral("id"), QVariantMap()});
+    next("Start").answerNext({"id", QVariantMap()});
     QString instance;
-    const std::unique_ptr<QThread> thread(QThread::create(
-        [&instance] { instance = Control().start(QStringLiteral("a")).appInstanceId; }));
+    const std::unique_ptr<QThread> thread(
+        QThread::create([&instance] { instance = Control().start("a").appInstanceId; }));
     thread->start();
     thread->wait();
-    QCOMPARE(instance, QStringLiteral("id"));
+    QCOMPARE(instance, "id");
 }
 
 void TestControlRequests::noEventLoopRunsDuringACall()
@@ -321,7 +305,7 @@ void TestControlRequests::noEventLoopRunsDuringACall()
     bool ran = false;
     QTimer::singleShot(0, this, [&ran] { ran = true; });
     Control control;
-    const QString unknown = QStringLiteral("no.such");
+    const QString unknown = "no.such";
     QCOMPARE(control.start(unknown).error.code(), Error::HandlerNotFound);
     QCOMPARE(control.startDebug(unknown, DebugParams()).error.code(), Error::HandlerNotFound);
     QCOMPARE(control.terminate(unknown).code(), Error::ApplicationNotRunning);

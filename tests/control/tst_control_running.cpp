@@ -76,9 +76,8 @@ void TestControlRunning::cleanup()
 void TestControlRunning::answer(const char *applicationsSignature, const char *applications,
                                 const char *servicesSignature, const char *services) const
 {
-    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                           QStringLiteral("GetRunningApplications"), QStringLiteral("2"),
+    busctlDesk(*m_bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2",
                            QString::fromLatin1(applicationsSignature)}
                    + wordsOf(QString::fromLatin1(applications))
                    + QStringList(QString::fromLatin1(servicesSignature))
@@ -88,9 +87,8 @@ void TestControlRunning::answer(const char *applicationsSignature, const char *a
 Error TestControlRunning::ask()
 {
     m_applications = QVector<RunningApplication>(
-        2, {QStringLiteral("old"), 1, Ostrel::ApplicationState(2), Ostrel::ApplicationKind(3), {}});
-    m_services = QVector<RunningService>(
-        1, {QStringLiteral("old"), QStringLiteral("s"), 4, Ostrel::ServiceState(5), {}});
+        2, {"old", 1, Ostrel::ApplicationState(2), Ostrel::ApplicationKind(3), {}});
+    m_services = QVector<RunningService>(1, {"old", "s", 4, Ostrel::ServiceState(5), {}});
     return Control().getRunningApplications(m_applications, m_services);
 }
 
@@ -99,9 +97,9 @@ void TestControlRunning::sendsNoArguments()
     ask();
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.at(0).path, QStringLiteral(OSTREL_SERVICE_PATH "/Control1"));
-    QCOMPARE(calls.at(0).interface, QStringLiteral(OSTREL_SERVICE_NAME ".Control1"));
-    QCOMPARE(calls.at(0).member, QStringLiteral("GetRunningApplications"));
+    QCOMPARE(calls.at(0).path, OSTREL_SERVICE_PATH "/Control1");
+    QCOMPARE(calls.at(0).interface, OSTREL_SERVICE_NAME ".Control1");
+    QCOMPARE(calls.at(0).member, "GetRunningApplications");
     QCOMPARE(calls.at(0).signature, QString());
 }
 
@@ -112,10 +110,8 @@ void TestControlRunning::returnsTheRecordsInTheirOrder()
     const Error error = ask();
     QCOMPARE(error.code(), Error::NoError);
     QVERIFY(error.message().isNull());
-    QCOMPARE(text(m_applications),
-             QStringLiteral("b.b 2 3 4294967295 {k=v}; a.a -1 255 0 {}; b.b 3 0 1 {}"));
-    QCOMPARE(text(m_services),
-             QStringLiteral("a.a two -7 4294967295 {}; a.a one 8 0 {x=1,y=true}"));
+    QCOMPARE(text(m_applications), "b.b 2 3 4294967295 {k=v}; a.a -1 255 0 {}; b.b 3 0 1 {}");
+    QCOMPARE(text(m_services), "a.a two -7 4294967295 {}; a.a one 8 0 {x=1,y=true}");
 }
 
 void TestControlRunning::emptyListsReplaceEarlierRecords()
@@ -141,19 +137,19 @@ void TestControlRunning::everyErrorNameGivesFailed()
 {
     QFETCH(QString, name);
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
-        .failNext(name, QStringLiteral("what went wrong"));
+        .failNext(name, "what went wrong");
     const Error error = ask();
     QCOMPARE(error.code(), Error::Failed);
-    QCOMPARE(error.message(), QStringLiteral("what went wrong"));
-    QCOMPARE(text(m_applications), QStringLiteral("old 1 2 3 {}; old 1 2 3 {}"));
-    QCOMPARE(text(m_services), QStringLiteral("old s 4 5 {}"));
+    QCOMPARE(error.message(), "what went wrong");
+    QCOMPARE(text(m_applications), "old 1 2 3 {}; old 1 2 3 {}");
+    QCOMPARE(text(m_services), "old s 4 5 {}");
 }
 
 void TestControlRunning::fewerThanTwoArgumentsBreakTheContract_data()
 {
     QTest::addColumn<QVariantList>("values");
     QTest::newRow("none") << QVariantList();
-    QTest::newRow("one") << QVariantList{QStringLiteral("x")};
+    QTest::newRow("one") << QVariantList{"x"};
 }
 
 // With assertions the process ends, which a process of its own shows.
@@ -163,14 +159,13 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
 #if !defined(QT_NO_DEBUG)
     if (!qEnvironmentVariableIsSet("BREAK_THE_CONTRACT")) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("BREAK_THE_CONTRACT"), QStringLiteral("1"));
+        environment.insert("BREAK_THE_CONTRACT", "1");
         const Result result = run(QCoreApplication::applicationFilePath(),
-                                  {QStringLiteral("fewerThanTwoArgumentsBreakTheContract:%1")
+                                  {QString("fewerThanTwoArgumentsBreakTheContract:%1")
                                        .arg(QString::fromLatin1(QTest::currentDataTag()))},
                                   environment);
         QCOMPARE(result.exitStatus, -1);
-        QVERIFY2(result.output.contains(
-                     QStringLiteral("ASSERT failure in QList<T>::at: \"index out of range\"")),
+        QVERIFY2(result.output.contains("ASSERT failure in QList<T>::at: \"index out of range\""),
                  qPrintable(result.output));
         return;
     }
@@ -178,9 +173,9 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext(values);
     const Error error = ask();
     QCOMPARE(error.code(), Error::Failed);
-    QCOMPARE(error.message(), QStringLiteral("The reply has fewer than two arguments"));
-    QCOMPARE(text(m_applications), QStringLiteral("old 1 2 3 {}; old 1 2 3 {}"));
-    QCOMPARE(text(m_services), QStringLiteral("old s 4 5 {}"));
+    QCOMPARE(error.message(), "The reply has fewer than two arguments");
+    QCOMPARE(text(m_applications), "old 1 2 3 {}; old 1 2 3 {}");
+    QCOMPARE(text(m_services), "old s 4 5 {}");
 }
 
 void TestControlRunning::valuesOfOtherTypesGiveDefaults_data()
@@ -226,7 +221,7 @@ void TestControlRunning::valuesOfOtherTypesGiveDefaults()
 void TestControlRunning::moreThanTwoArgumentsAreIgnored()
 {
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
-        .answerNext({1, QStringLiteral("x"), QStringLiteral("y")});
+        .answerNext({1, "x", "y"});
     QCOMPARE(ask().code(), Error::NoError);
     QVERIFY(m_applications.isEmpty());
     QVERIFY(m_services.isEmpty());
@@ -240,7 +235,7 @@ void TestControlRunning::copiesOfTheVectorsKeepTheirRecords()
     answer("a(siuua{sv})", "2 a.a 1 1 1 0 b.b 2 2 2 0", "a(ssiua{sv})", "0");
     QCOMPARE(Control().getRunningApplications(applications, services).code(), Error::NoError);
     QCOMPARE(applications.size(), 2);
-    QCOMPARE(text(shared), QStringLiteral(" 0 0 0 {}"));
+    QCOMPARE(text(shared), " 0 0 0 {}");
 }
 
 OSTREL_TEST_MAIN(TestControlRunning)

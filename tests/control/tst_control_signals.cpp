@@ -95,8 +95,8 @@ void TestControlSignals::emitWithBusctl(const QString &member, const QStringList
 
 void TestControlSignals::waitForMarker(const ControlEvents &events) const
 {
-    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("marker")});
-    events.waitFor(QStringLiteral("oom marker"));
+    emitSignal("SelectedByOom", {"marker"});
+    events.waitFor("oom marker");
 }
 
 void TestControlSignals::signalsAreDeclaredInTheirOrder()
@@ -112,16 +112,16 @@ void TestControlSignals::signalsAreDeclaredInTheirOrder()
         }
         QCOMPARE(method.methodType(), QMetaMethod::Signal);
         QCOMPARE(method.access(), QMetaMethod::Public);
-        found.append(QStringLiteral("%1: %2").arg(QString::fromLatin1(method.methodSignature()),
-                                                  names.join(QStringLiteral(", "))));
+        found.append(
+            QString("%1: %2").arg(QString::fromLatin1(method.methodSignature()), names.join(", ")));
     }
     QCOMPARE(found,
              (QStringList{
-                 QStringLiteral("started(QString,QVariantMap): appInstanceId, details"),
-                 QStringLiteral("terminated(QString,QVariantMap): appInstanceId, details"),
-                 QStringLiteral("stateChanged(QString,ApplicationState): appInstanceId, state"),
-                 QStringLiteral("selectedByOom(QString): processId"),
-                 QStringLiteral("serviceAvailableChanged(bool): available"),
+                 "started(QString,QVariantMap): appInstanceId, details",
+                 "terminated(QString,QVariantMap): appInstanceId, details",
+                 "stateChanged(QString,ApplicationState): appInstanceId, state",
+                 "selectedByOom(QString): processId",
+                 "serviceAvailableChanged(bool): available",
              }));
     QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     QCOMPARE(meta.className(), "Ostrel::Control");
@@ -131,20 +131,16 @@ void TestControlSignals::signalsArriveUnchanged()
 {
     const Control control;
     const ControlEvents events(control);
-    const QVariantMap details{{QStringLiteral("a"), 1},
-                              {QStringLiteral("b"), QStringLiteral("\u00e9")}};
-    emitSignal(QStringLiteral("Started"), {QStringLiteral("x.instance_1"), details});
-    emitSignal(QStringLiteral("StateChanged"),
-               {QStringLiteral("x.instance_1"), QVariantMap{{QStringLiteral("State"), 3U}}});
-    emitSignal(QStringLiteral("Terminated"), {QStringLiteral("x.instance_1"), details});
-    emitSignal(QStringLiteral("Started"), {QString(), QVariantMap()});
-    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("17")});
-    events.waitFor(QStringLiteral("oom 17"));
+    const QVariantMap details{{"a", 1}, {"b", "\u00e9"}};
+    emitSignal("Started", {"x.instance_1", details});
+    emitSignal("StateChanged", {"x.instance_1", QVariantMap{{"State", 3U}}});
+    emitSignal("Terminated", {"x.instance_1", details});
+    emitSignal("Started", {QString(), QVariantMap()});
+    emitSignal("SelectedByOom", {"17"});
+    events.waitFor("oom 17");
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started x.instance_1 {a=1,b=\u00e9}"),
-                          QStringLiteral("state x.instance_1 3"),
-                          QStringLiteral("terminated x.instance_1 {a=1,b=\u00e9}"),
-                          QStringLiteral("started  {}"), QStringLiteral("oom 17")}));
+             (QStringList{"started x.instance_1 {a=1,b=\u00e9}", "state x.instance_1 3",
+                          "terminated x.instance_1 {a=1,b=\u00e9}", "started  {}", "oom 17"}));
 }
 
 void TestControlSignals::stateIsConvertedToANumber_data()
@@ -182,20 +178,17 @@ void TestControlSignals::stateIsConvertedToANumber()
     QFETCH(quint32, state);
     const Control control;
     const ControlEvents events(control);
-    emitWithBusctl(
-        QStringLiteral("StateChanged"),
-        {QStringLiteral("s id"), QStringLiteral("a{sv} 3 A i 1 State %1 Z i 1").arg(value)});
+    emitWithBusctl("StateChanged", {"s id", QString("a{sv} 3 A i 1 State %1 Z i 1").arg(value)});
     waitForMarker(events);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("state id %1").arg(state), QStringLiteral("oom marker")}));
+    QCOMPARE(events.all(), (QStringList{QString("state id %1").arg(state), "oom marker"}));
 }
 
 void TestControlSignals::changesWithoutAStateAreIgnored_data()
 {
     QTest::addColumn<QString>("map");
-    QTest::newRow("empty") << QStringLiteral("0");
-    QTest::newRow("others") << QStringLiteral("2 A u 1 Stat u 2");
-    QTest::newRow("other case") << QStringLiteral("2 state u 1 STATE u 2");
+    QTest::newRow("empty") << "0";
+    QTest::newRow("others") << "2 A u 1 Stat u 2";
+    QTest::newRow("other case") << "2 state u 1 STATE u 2";
 }
 
 void TestControlSignals::changesWithoutAStateAreIgnored()
@@ -203,10 +196,9 @@ void TestControlSignals::changesWithoutAStateAreIgnored()
     QFETCH(QString, map);
     const Control control;
     const ControlEvents events(control);
-    emitWithBusctl(QStringLiteral("StateChanged"),
-                   {QStringLiteral("s id"), QStringLiteral("a{sv} ") + map});
+    emitWithBusctl("StateChanged", {"s id", "a{sv} " + map});
     waitForMarker(events);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+    QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
 void TestControlSignals::signalsOfOtherTypesAreDropped_data()
@@ -218,7 +210,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped_data()
         for (const char *value : values) {
             all.append(QString::fromLatin1(value));
         }
-        QTest::addRow("%s", qPrintable(all.join(QStringLiteral(", ")))) << all;
+        QTest::addRow("%s", qPrintable(all.join(", "))) << all;
     };
     row({});
     row({"s id"});
@@ -250,61 +242,58 @@ void TestControlSignals::signalsOfOtherTypesAreDropped()
         emitWithBusctl(QString::fromLatin1(member), values);
     }
     // The one type that this one has.
-    if (values != QStringList(QStringLiteral("s id"))) {
-        emitWithBusctl(QStringLiteral("SelectedByOom"), values);
+    if (values != QStringList("s id")) {
+        emitWithBusctl("SelectedByOom", values);
     }
     waitForMarker(events);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+    QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
 void TestControlSignals::signalsOfOtherNamesPathsAndInterfacesAreDropped()
 {
     const Control control;
     const ControlEvents events(control);
-    const QVariantList arguments{QStringLiteral("id"), QVariantMap()};
-    const QString started = QStringLiteral("Started");
-    emitSignal(QStringLiteral("started"), arguments);
-    emitSignal(QStringLiteral("Began"), arguments);
+    const QVariantList arguments{"id", QVariantMap()};
+    const QString started = "Started";
+    emitSignal("started", arguments);
+    emitSignal("Began", arguments);
     m_simulator->emitSignal(OSTREL_SERVICE_PATH "/Control2", OSTREL_CONTROL_INTERFACE, started,
                             arguments);
     m_simulator->emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
     m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
                             arguments);
     waitForMarker(events);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+    QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
 void TestControlSignals::signalsOfOtherSendersAreDropped()
 {
     const Control control;
     const ControlEvents events(control);
-    QDBusConnection peer = QDBusConnection::connectToBus(m_bus->address(), QStringLiteral("peer"));
+    QDBusConnection peer = QDBusConnection::connectToBus(m_bus->address(), "peer");
     for (const bool broadcast : {true, false}) {
         for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
             const auto signalOf = [&](const QString &name) {
-                return broadcast
-                    ? QDBusMessage::createSignal(QStringLiteral(OSTREL_CONTROL_PATH),
-                                                 QStringLiteral(OSTREL_CONTROL_INTERFACE), name)
-                    : QDBusMessage::createTargetedSignal(
-                        QDBusConnection::sessionBus().baseService(),
-                        QStringLiteral(OSTREL_CONTROL_PATH),
-                        QStringLiteral(OSTREL_CONTROL_INTERFACE), name);
+                return broadcast ? QDBusMessage::createSignal(OSTREL_CONTROL_PATH,
+                                                              OSTREL_CONTROL_INTERFACE, name)
+                                 : QDBusMessage::createTargetedSignal(
+                                     QDBusConnection::sessionBus().baseService(),
+                                     OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, name);
             };
             QDBusMessage forged = signalOf(QString::fromLatin1(member));
-            forged << QStringLiteral("forged");
+            forged << "forged";
             if (QLatin1String(member) != QLatin1String("SelectedByOom")) {
-                forged << QVariantMap{{QStringLiteral("State"), 3U}};
+                forged << QVariantMap{{"State", 3U}};
             }
             QVERIFY(peer.send(forged));
         }
     }
     // The bus has passed them on when it answers the same sender.
-    peer.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
-    QDBusConnection::disconnectFromBus(QStringLiteral("peer"));
+    peer.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                             "org.freedesktop.DBus", "GetId"));
+    QDBusConnection::disconnectFromBus("peer");
     waitForMarker(events);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("oom marker")));
+    QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
 void TestControlSignals::signalsOfALaterServiceArrive()
@@ -313,23 +302,20 @@ void TestControlSignals::signalsOfALaterServiceArrive()
     const Control control;
     const ControlEvents events(control);
     for (int i = 1; i <= 3; ++i) {
-        QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME),
-                                    QDBusConnection::sessionBus(),
+        QDBusServiceWatcher watcher(OSTREL_SERVICE_NAME, QDBusConnection::sessionBus(),
                                     QDBusServiceWatcher::WatchForRegistration);
         QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
         m_simulator->start();
         // QtDBus drops what comes before it knows the new owner.
         waitUntil([&] { return owned.size() == 1; });
         const QString id = QString::number(i);
-        emitSignal(QStringLiteral("SelectedByOom"), {id});
-        events.waitFor(QStringLiteral("oom ") + id);
+        emitSignal("SelectedByOom", {id});
+        events.waitFor("oom " + id);
         if (i < 3) {
             m_simulator->end();
         }
     }
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("oom 1"), QStringLiteral("oom 2"), QStringLiteral("oom 3")}));
+    QCOMPARE(events.all(), (QStringList{"oom 1", "oom 2", "oom 3"}));
 }
 
 void TestControlSignals::everyControlEmitsTheSignals()
@@ -338,11 +324,10 @@ void TestControlSignals::everyControlEmitsTheSignals()
     const Control second;
     const ControlEvents firstEvents(first);
     const ControlEvents secondEvents(second);
-    emitSignal(QStringLiteral("StateChanged"),
-               {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 3U}}});
+    emitSignal("StateChanged", {"id", QVariantMap{{"State", 3U}}});
     waitForMarker(firstEvents);
-    secondEvents.waitFor(QStringLiteral("oom marker"));
-    const QStringList expected{QStringLiteral("state id 3"), QStringLiteral("oom marker")};
+    secondEvents.waitFor("oom marker");
+    const QStringList expected{"state id 3", "oom marker"};
     QCOMPARE(firstEvents.all(), expected);
     QCOMPARE(secondEvents.all(), expected);
 }
@@ -364,8 +349,7 @@ void TestControlSignals::queuedConnectionsCrossThreads()
                 ranIn = QThread::currentThread();
             });
     QSignalSpy spy(&control, &Control::stateChanged);
-    emitSignal(QStringLiteral("StateChanged"),
-               {QStringLiteral("id"), QVariantMap{{QStringLiteral("State"), 4000000000U}}});
+    emitSignal("StateChanged", {"id", QVariantMap{{"State", 4000000000U}}});
     waitForMarker(events);
     // It is behind the signal in the receiver's queue.
     QMetaObject::invokeMethod(
@@ -401,11 +385,11 @@ void TestControlSignals::signalsAreEmittedInTheThreadOfTheControl()
             connect(control.get(), &Control::selectedByOom, count);
         },
         Qt::BlockingQueuedConnection);
-    const QString id = QStringLiteral("id");
-    emitSignal(QStringLiteral("Started"), {id, QVariantMap()});
-    emitSignal(QStringLiteral("Terminated"), {id, QVariantMap()});
-    emitSignal(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 3U}}});
-    emitSignal(QStringLiteral("SelectedByOom"), {id});
+    const QString id = "id";
+    emitSignal("Started", {id, QVariantMap()});
+    emitSignal("Terminated", {id, QVariantMap()});
+    emitSignal("StateChanged", {id, QVariantMap{{"State", 3U}}});
+    emitSignal("SelectedByOom", {id});
     waitUntil([&] { return emitted == 4; });
     QMetaObject::invokeMethod(
         &inThread, [&] { control.reset(); }, Qt::BlockingQueuedConnection);
@@ -438,9 +422,9 @@ void TestControlSignals::controlMayBeDeletedInASlot()
     connect(control.get(), &Control::terminated, this, end);
     connect(control.get(), &Control::stateChanged, this, end);
     connect(control.get(), &Control::selectedByOom, this, end);
-    QVariantList arguments{QStringLiteral("id")};
+    QVariantList arguments{"id"};
     if (member != QLatin1String("SelectedByOom")) {
-        arguments.append(QVariantMap{{QStringLiteral("State"), 3U}});
+        arguments.append(QVariantMap{{"State", 3U}});
     }
     for (int i = 0; i < 3; ++i) {
         emitSignal(member, arguments);
@@ -456,7 +440,7 @@ void TestControlSignals::deletedControlReceivesNothing()
     const ControlEvents others(other);
     auto control = std::make_unique<Control>();
     const ControlEvents events(*control);
-    emitSignal(QStringLiteral("SelectedByOom"), {QStringLiteral("early")});
+    emitSignal("SelectedByOom", {"early"});
     control.reset();
     waitForMarker(others);
     QCOMPARE(events.all(), QStringList());

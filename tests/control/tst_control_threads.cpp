@@ -31,20 +31,20 @@ QString makeRequests(Control &control, const QString &id)
         return error.code() != code || !error.message().contains(id);
     };
     if (unexpected(control.start(id).error, Error::HandlerNotFound)) {
-        return QStringLiteral("start");
+        return "start";
     }
     Ostrel::DebugParams params;
-    params.setEnvironment({QStringLiteral("ID=") + id});
+    params.setEnvironment({"ID=" + id});
     if (unexpected(control.startDebug(id, params).error, Error::HandlerNotFound)) {
-        return QStringLiteral("startDebug");
+        return "startDebug";
     }
     if (unexpected(control.terminate(id), Error::ApplicationNotRunning)) {
-        return QStringLiteral("terminate");
+        return "terminate";
     }
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
     if (control.getRunningApplications(applications, services) || applications.size() != 2) {
-        return QStringLiteral("getRunningApplications");
+        return "getRunningApplications";
     }
     return {};
 }
@@ -73,8 +73,8 @@ void TestControlThreads::initTestCase()
     m_simulator->start();
     Control::instance();
     QCoreApplication::processEvents();
-    startApplication(QStringLiteral("demo.Viewer"));
-    startApplication(QStringLiteral("demo.Clock"));
+    startApplication("demo.Viewer");
+    startApplication("demo.Clock");
 }
 
 void TestControlThreads::anyThreadMakesRequests_data()
@@ -97,7 +97,7 @@ void TestControlThreads::anyThreadMakesRequests()
             for (int i = 0; i < rounds && problems[thread].isEmpty(); ++i) {
                 const std::unique_ptr<Control> own(shared ? nullptr : new Control);
                 problems[thread] = makeRequests(shared ? *Control::instance() : *own,
-                                                QStringLiteral("id.%1.%2.").arg(thread).arg(i));
+                                                QString("id.%1.%2.").arg(thread).arg(i));
             }
             --running;
         });
@@ -106,8 +106,7 @@ void TestControlThreads::anyThreadMakesRequests()
     int failed = 0;
     while (running > 0) {
         QDBusPendingCall call = bus.asyncCall(QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+            "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "GetId"));
         call.waitForFinished();
         failed += call.isError() ? 1 : 0;
         QCoreApplication::processEvents();

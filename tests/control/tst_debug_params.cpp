@@ -59,7 +59,7 @@ void TestDebugParams::settersWriteTheirKeys()
         set(params);
         return mapOf(params);
     };
-    const QStringList list{QStringLiteral("x"), QString()};
+    const QStringList list{"x", QString()};
     const auto one = [](const char *key, const QVariant &value) {
         return QVariantMap{{QString::fromLatin1(key), value}};
     };
@@ -75,64 +75,63 @@ void TestDebugParams::settersWriteTheirKeys()
              one("sandbox", false));
     QCOMPARE(after([&](DebugParams &params) { params.setSandboxEnabled(true); }),
              one("sandbox", true));
-    QCOMPARE(after([&](DebugParams &params) { params.setStdoutFile(QStringLiteral("/o")); }),
-             one("stdoutFile", QStringLiteral("/o")));
-    QCOMPARE(after([&](DebugParams &params) { params.setStderrFile(QStringLiteral("/e")); }),
-             one("stderrFile", QStringLiteral("/e")));
+    QCOMPARE(after([&](DebugParams &params) { params.setStdoutFile("/o"); }),
+             one("stdoutFile", "/o"));
+    QCOMPARE(after([&](DebugParams &params) { params.setStderrFile("/e"); }),
+             one("stderrFile", "/e"));
 }
 
 void TestDebugParams::gettersReadTheirKeys()
 {
     DebugParams params;
-    params.setApplicationWrapper({QStringLiteral("a")});
-    params.setCommandLineParams({QStringLiteral("b")});
-    params.setEnvironment({QStringLiteral("c=d")});
-    params.setFireJailParams({QStringLiteral("e")});
+    params.setApplicationWrapper({"a"});
+    params.setCommandLineParams({"b"});
+    params.setEnvironment({"c=d"});
+    params.setFireJailParams({"e"});
     params.setSandboxEnabled(false);
-    params.setStdoutFile(QStringLiteral("f"));
-    params.setStderrFile(QStringLiteral("g"));
-    QCOMPARE(params.applicationWrapper(), QStringList(QStringLiteral("a")));
-    QCOMPARE(params.commandLineParams(), QStringList(QStringLiteral("b")));
-    QCOMPARE(params.environment(), QStringList(QStringLiteral("c=d")));
-    QCOMPARE(params.firejailParams(), QStringList(QStringLiteral("e")));
+    params.setStdoutFile("f");
+    params.setStderrFile("g");
+    QCOMPARE(params.applicationWrapper(), QStringList("a"));
+    QCOMPARE(params.commandLineParams(), QStringList("b"));
+    QCOMPARE(params.environment(), QStringList("c=d"));
+    QCOMPARE(params.firejailParams(), QStringList("e"));
     QVERIFY(!params.sandboxEnabled());
-    QCOMPARE(params.stdoutFile(), QStringLiteral("f"));
-    QCOMPARE(params.stderrFile(), QStringLiteral("g"));
+    QCOMPARE(params.stdoutFile(), "f");
+    QCOMPARE(params.stderrFile(), "g");
 }
 
 void TestDebugParams::settersReplaceEarlierValues()
 {
     DebugParams params;
-    params.setStdoutFile(QStringLiteral("first"));
-    params.setStdoutFile(QStringLiteral("second"));
-    QCOMPARE(params.stdoutFile(), QStringLiteral("second"));
-    QCOMPARE(mapOf(params).count(QStringLiteral("stdoutFile")), 1);
+    params.setStdoutFile("first");
+    params.setStdoutFile("second");
+    QCOMPARE(params.stdoutFile(), "second");
+    QCOMPARE(mapOf(params).count("stdoutFile"), 1);
 }
 
 void TestDebugParams::copiesKeepWhatTheyHeld()
 {
     DebugParams params;
-    params.setEnvironment({QStringLiteral("a=b")});
+    params.setEnvironment({"a=b"});
     const DebugParams copy(params);
     DebugParams assigned;
     assigned = params;
     QVERIFY(mapOf(copy).isSharedWith(mapOf(params)));
-    params.setEnvironment({QStringLiteral("c=d")});
+    params.setEnvironment({"c=d"});
     params.setSandboxEnabled(false);
-    QCOMPARE(copy.environment(), QStringList(QStringLiteral("a=b")));
+    QCOMPARE(copy.environment(), QStringList("a=b"));
     QVERIFY(copy.sandboxEnabled());
-    QCOMPARE(assigned.environment(), QStringList(QStringLiteral("a=b")));
+    QCOMPARE(assigned.environment(), QStringList("a=b"));
 }
 
 void TestDebugParams::mapIsTakenUnchanged()
 {
-    const QVariantMap map{{QStringLiteral("extra"), 3},
-                          {QStringLiteral("stdoutFile"), QStringLiteral("x")}};
+    const QVariantMap map{{"extra", 3}, {"stdoutFile", "x"}};
     DebugParams params(map);
     QVERIFY(mapOf(params).isSharedWith(map));
-    QCOMPARE(params.stdoutFile(), QStringLiteral("x"));
-    params.setStderrFile(QStringLiteral("y"));
-    QCOMPARE(mapOf(params).value(QStringLiteral("extra")), QVariant(3));
+    QCOMPARE(params.stdoutFile(), "x");
+    params.setStderrFile("y");
+    QCOMPARE(mapOf(params).value("extra"), QVariant(3));
     QCOMPARE(map.size(), 2);
 }
 
@@ -140,11 +139,11 @@ void TestDebugParams::sandboxIsConvertedToABool_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("enabled");
-    QTest::newRow("text false") << QVariant(QStringLiteral("false")) << false;
-    QTest::newRow("text FALSE") << QVariant(QStringLiteral("FALSE")) << false;
-    QTest::newRow("text 0") << QVariant(QStringLiteral("0")) << false;
+    QTest::newRow("text false") << QVariant("false") << false;
+    QTest::newRow("text FALSE") << QVariant("FALSE") << false;
+    QTest::newRow("text 0") << QVariant("0") << false;
     QTest::newRow("empty text") << QVariant(QString()) << false;
-    QTest::newRow("text no") << QVariant(QStringLiteral("no")) << true;
+    QTest::newRow("text no") << QVariant("no") << true;
     QTest::newRow("number 0") << QVariant(0) << false;
     QTest::newRow("number 2") << QVariant(2) << true;
     QTest::newRow("nothing") << QVariant() << false;
@@ -153,17 +152,16 @@ void TestDebugParams::sandboxIsConvertedToABool_data()
 void TestDebugParams::sandboxIsConvertedToABool()
 {
     QFETCH(QVariant, value);
-    QTEST(DebugParams(QVariantMap{{QStringLiteral("sandbox"), value}}).sandboxEnabled(), "enabled");
+    QTEST(DebugParams(QVariantMap{{"sandbox", value}}).sandboxEnabled(), "enabled");
 }
 
 void TestDebugParams::valuesOfOtherTypesAreConverted()
 {
-    const DebugParams params(QVariantMap{{QStringLiteral("environment"), QStringLiteral("a=b")},
-                                         {QStringLiteral("firejailParams"), QVariantList{1, true}},
-                                         {QStringLiteral("stdoutFile"), 3}});
-    QCOMPARE(params.environment(), QStringList(QStringLiteral("a=b")));
-    QCOMPARE(params.firejailParams(), (QStringList{QStringLiteral("1"), QStringLiteral("true")}));
-    QCOMPARE(params.stdoutFile(), QStringLiteral("3"));
+    const DebugParams params(QVariantMap{
+        {"environment", "a=b"}, {"firejailParams", QVariantList{1, true}}, {"stdoutFile", 3}});
+    QCOMPARE(params.environment(), QStringList("a=b"));
+    QCOMPARE(params.firejailParams(), (QStringList{"1", "true"}));
+    QCOMPARE(params.stdoutFile(), "3");
 }
 
 void TestDebugParams::valuesAreSentWithTheirTypes()
@@ -177,24 +175,22 @@ void TestDebugParams::valuesAreSentWithTheirTypes()
         message.add(map);
         QVERIFY(!message.refusal().isValid());
         QDBusConnection::sessionBus().call(
-            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                           QStringLiteral(OSTREL_SERVICE_PATH),
-                                           QStringLiteral("a.b"), QStringLiteral("Take"))
+            QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
             << map);
     };
-    DebugParams params(QVariantMap{{QStringLiteral("extra"), 3}});
-    params.setApplicationWrapper({QStringLiteral("a")});
+    DebugParams params(QVariantMap{{"extra", 3}});
+    params.setApplicationWrapper({"a"});
     params.setSandboxEnabled(false);
-    params.setStdoutFile(QStringLiteral("f"));
+    params.setStdoutFile("f");
     send(params);
     send(DebugParams());
-    const QString logged = busctlDesk(bus, QStringLiteral("Calls"));
-    QCOMPARE(logged.section(QStringLiteral("\"Take\""), 1, 1).section(QStringLiteral("]],"), 0, 0),
-             QStringLiteral(R"(,"a{sv}",[{"type":"a{sv}","data":{)"
-                            R"("applicationWrapper":{"type":"as","data":["a"]},)"
-                            R"("extra":{"type":"i","data":3},"sandbox":{"type":"b","data":false},)"
-                            R"("stdoutFile":{"type":"s","data":"f"}}})"));
-    QVERIFY(logged.endsWith(QStringLiteral(R"("Take","a{sv}",[{"type":"a{sv}","data":{}}]]]]})")));
+    const QString logged = busctlDesk(bus, "Calls");
+    QCOMPARE(logged.section("\"Take\"", 1, 1).section("]],", 0, 0),
+             R"(,"a{sv}",[{"type":"a{sv}","data":{)"
+             R"("applicationWrapper":{"type":"as","data":["a"]},)"
+             R"("extra":{"type":"i","data":3},"sandbox":{"type":"b","data":false},)"
+             R"("stdoutFile":{"type":"s","data":"f"}}})");
+    QVERIFY(logged.endsWith(R"("Take","a{sv}",[{"type":"a{sv}","data":{}}]]]]})"));
 }
 
 OSTREL_TEST_MAIN(TestDebugParams)

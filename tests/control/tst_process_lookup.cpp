@@ -94,14 +94,14 @@ void TestProcessLookup::init()
 void TestProcessLookup::cleanup()
 {
     qunsetenv("OSTREL_ROOTFS");
-    QDir(m_root.filePath(QStringLiteral("proc"))).removeRecursively();
+    QDir(m_root.filePath("proc")).removeRecursively();
 }
 
 void TestProcessLookup::write(const QByteArray &content, int process)
 {
-    const QString folder = m_root.filePath(QStringLiteral("proc/%1").arg(process));
+    const QString folder = m_root.filePath(QString("proc/%1").arg(process));
     QVERIFY(QDir().mkpath(folder));
-    QFile file(folder + QStringLiteral("/cgroup"));
+    QFile file(folder + "/cgroup");
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), content.size());
 }
@@ -153,20 +153,19 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
                         const QString &instanceId) {
         QTest::newRow(name) << content << appId << instanceId;
     };
-    const QString viewer = QStringLiteral("demo.Viewer");
-    const QString seventh = QStringLiteral("demo.Viewer.instance_7");
+    const QString viewer = "demo.Viewer";
+    const QString seventh = "demo.Viewer.instance_7";
     const QString nothing;
     const QByteArray good = "4:memory:/ostrel-helper/demo.Viewer/instance_7\n";
 
     row("instance", good, viewer, seventh);
     row("app", "4:memory:/ostrel-helper/demo.Viewer/app\n", viewer, viewer);
-    row("no other components", "4:memory:/ostrel-helper.App/app\n",
-        QStringLiteral("ostrel-helper.App"), QStringLiteral("ostrel-helper.App"));
+    row("no other components", "4:memory:/ostrel-helper.App/app\n", "ostrel-helper.App",
+        "ostrel-helper.App");
     row("below other components", "4:memory:/a/b/ostrel-helper/c/demo.Viewer/app\n", viewer,
         viewer);
     row("instance of any name behind the underscore",
-        "4:memory:/ostrel-helper/demo.Viewer/instance_\n", viewer,
-        QStringLiteral("demo.Viewer.instance_"));
+        "4:memory:/ostrel-helper/demo.Viewer/instance_\n", viewer, "demo.Viewer.instance_");
     row("component of another name", "4:memory:/ostrel-helper/demo.Viewer/scope\n", viewer,
         nothing);
     row("other case of instance", "4:memory:/ostrel-helper/demo.Viewer/Instance_7\n", viewer,
@@ -201,15 +200,13 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
     row("foreign memory stops", "4:memory:/user.slice/login-2.scope\n" + good, nothing, nothing);
     row("helper as a part of a component", "4:memory:/my-ostrel-helper-2/demo.Viewer/app\n", viewer,
         viewer);
-    row("helper in the component itself", "4:memory:/a.b/ostrel-helper\n", QStringLiteral("a.b"),
-        nothing);
+    row("helper in the component itself", "4:memory:/a.b/ostrel-helper\n", "a.b", nothing);
     row("other case of helper stops", "4:memory:/Ostrel-helper/demo.Viewer/app\n" + good, nothing,
         nothing);
     row("no dot stops", "4:memory:/ostrel-helper/Viewer/app\n" + good, nothing, nothing);
     row("one component stops", "4:memory:/ostrel-helper.x\n" + good, nothing, nothing);
     row("helper alone stops", "4:memory:ostrel-helper\n" + good, nothing, nothing);
-    row("a dot is an identifier", "4:memory:/ostrel-helper/./app\n", QStringLiteral("."),
-        QStringLiteral("."));
+    row("a dot is an identifier", "4:memory:/ostrel-helper/./app\n", ".", ".");
     row("runs of slashes count as one", "4:memory://ostrel-helper//demo.Viewer//app//\n", viewer,
         viewer);
     row("carriage return belongs to the component", "4:memory:/ostrel-helper/demo.Viewer/app\r\n",
@@ -232,36 +229,36 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
     row("byte order marks",
         "4:memory:/ostrel-helper/\xef\xbb\xbf"
         "demo.Viewer/\xef\xbb\xbfinstance_7\n",
-        QStringLiteral("demo.Viewer"), QStringLiteral("demo.Viewer.instance_7"));
+        "demo.Viewer", "demo.Viewer.instance_7");
     row("a byte order mark before the kind",
         "4:memory:/ostrel-helper/demo.Viewer/\xef\xbb\xbf"
         "app\n",
-        QStringLiteral("demo.Viewer"), QStringLiteral("demo.Viewer"));
-    const QString cutText = QStringLiteral("a.") + QString(124, QLatin1Char('x')) + QChar(0xfffd);
+        "demo.Viewer", "demo.Viewer");
+    const QString cutText = "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd);
     row("a character that is cut in two",
         "4:memory:/ostrel-helper/a." + repeated('x', 124) + "\xc3\xa9/instance_7\n", cutText,
-        cutText + QStringLiteral(".instance_7"));
+        cutText + ".instance_7");
     row("invalid UTF-8", "4:memory:/ostrel-helper/de\xffmo.Viewer/instance_\xc3\n",
-        QStringLiteral("de\uFFFDmo.Viewer"), QStringLiteral("de\uFFFDmo.Viewer.instance_\uFFFD"));
-    row("beyond ASCII", "4:memory:/ostrel-helper/demo.\xc3\xa9/app\n",
-        QStringLiteral("demo.\u00e9"), QStringLiteral("demo.\u00e9"));
+        "de\uFFFDmo.Viewer", "de\uFFFDmo.Viewer.instance_\uFFFD");
+    row("beyond ASCII", "4:memory:/ostrel-helper/demo.\xc3\xa9/app\n", "demo.\u00e9",
+        "demo.\u00e9");
     row("cut inside a character",
         "4:memory:/ostrel-helper/a." + repeated('x', 124) + "\xc3\xa9/app\n",
-        QStringLiteral("a.") + QString(124, QLatin1Char('x')) + QChar(0xfffd),
-        QStringLiteral("a.") + QString(124, QLatin1Char('x')) + QChar(0xfffd));
+        "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd),
+        "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd));
 
     // 127 bytes of an identifier and 159 of a component are kept.
     for (const int length : {126, 127, 128, 200}) {
         const QByteArray id = "a." + repeated('x', length - 2);
         const QString kept = QString::fromLatin1(id.left(127));
-        row(qPrintable(QStringLiteral("identifier of %1 bytes").arg(length)),
+        row(qPrintable(QString("identifier of %1 bytes").arg(length)),
             "4:memory:/ostrel-helper/" + id + "/app\n", kept, kept);
     }
     for (const int length : {158, 159, 160, 161}) {
         const QByteArray component = "instance_" + repeated('7', length - 9);
-        row(qPrintable(QStringLiteral("component of %1 bytes").arg(length)),
+        row(qPrintable(QString("component of %1 bytes").arg(length)),
             "4:memory:/ostrel-helper/demo.Viewer/" + component + '\n', viewer,
-            QStringLiteral("demo.Viewer.") + QString::fromLatin1(component.left(159)));
+            "demo.Viewer." + QString::fromLatin1(component.left(159)));
     }
     const QByteArray longId = "a." + repeated('x', 126);
     row("both too long stop",
@@ -273,7 +270,7 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
 
     // 1,023 bytes are read at a time, a newline included.
     const QByteArray end = "/ostrel-helper/demo.Viewer/instance_7";
-    const QString cut = QStringLiteral("demo.Viewer.instance_");
+    const QString cut = "demo.Viewer.instance_";
     row("line of 1,022 bytes", lineOf(1021, end) + '\n', viewer, seventh);
     row("line of 1,023 bytes", lineOf(1022, end) + '\n', viewer, seventh);
     row("line of 1,024 bytes", lineOf(1023, end) + '\n', viewer, seventh);
@@ -282,8 +279,8 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
     row("1,023 bytes without a newline", lineOf(1023, end), viewer, seventh);
     row("1,024 bytes without a newline", lineOf(1024, end), viewer, cut);
     row("a piece of a line counts as a line",
-        "4:cpu:/" + repeated('p', 1016) + "4:memory:/ostrel-helper/forged.App/app\n",
-        QStringLiteral("forged.App"), QStringLiteral("forged.App"));
+        "4:cpu:/" + repeated('p', 1016) + "4:memory:/ostrel-helper/forged.App/app\n", "forged.App",
+        "forged.App");
     row("a piece that has no dot yet stops", lineOf(1023, "/ostrel-helper/demo") + ".Viewer/app\n",
         nothing, nothing);
 }
@@ -374,7 +371,7 @@ void TestProcessLookup::unreadableFilesGiveNullStrings()
     QVERIFY(control.getAppIdByPid(pid).isNull());
     QVERIFY(control.getAppInstanceIdByPid(pid).isNull());
 
-    QVERIFY(QDir().mkpath(m_root.filePath(QStringLiteral("proc/%1/cgroup").arg(pid))));
+    QVERIFY(QDir().mkpath(m_root.filePath(QString("proc/%1/cgroup").arg(pid))));
     QVERIFY(control.getAppIdByPid(pid).isNull());
     QVERIFY(control.getAppInstanceIdByPid(pid).isNull());
 
@@ -398,7 +395,7 @@ void TestProcessLookup::tooLongRootFoldersFindNothing()
 void TestProcessLookup::programsStartedMeanwhileDoNotInheritTheFile()
 {
     write("4:memory:/ostrel-helper/demo.Viewer/app\n");
-    QCOMPARE(Control().getAppIdByPid(pid), QStringLiteral("demo.Viewer"));
+    QCOMPARE(Control().getAppIdByPid(pid), "demo.Viewer");
     QCOMPARE(openedFlags, FD_CLOEXEC);
 }
 
@@ -415,7 +412,7 @@ void TestProcessLookup::filesAreClosed()
     QFETCH(QByteArray, content);
     write(content);
     const auto openFiles = [] {
-        return QDir(QStringLiteral("/proc/self/fd"))
+        return QDir("/proc/self/fd")
             .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
             .size();
     };
@@ -441,8 +438,8 @@ void TestProcessLookup::anyThreadMayLookUp()
         int right = 0;
     };
     std::vector<Asker> askers{
-        {1, QStringLiteral("demo.Viewer.instance_7")},
-        {2, QStringLiteral("other.Application-of-a-long-name.instance_12345")},
+        {1, "demo.Viewer.instance_7"},
+        {2, "other.Application-of-a-long-name.instance_12345"},
     };
     write("3:cpu:/a/b/c\n4:memory:/ostrel-helper/demo.Viewer/instance_7\n", 1);
     write("4:memory:/ostrel-helper/other.Application-of-a-long-name/instance_12345\n5:x:/y\n", 2);

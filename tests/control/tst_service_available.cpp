@@ -20,8 +20,8 @@ using Ostrel::Control;
 namespace
 {
 
-const QString take = QStringLiteral("take " OSTREL_SERVICE_NAME);
-const QString release = QStringLiteral("release " OSTREL_SERVICE_NAME);
+const QString take = "take " OSTREL_SERVICE_NAME;
+const QString release = "release " OSTREL_SERVICE_NAME;
 
 } // namespace
 
@@ -65,8 +65,7 @@ void TestServiceAvailable::settle()
 {
     const QDBusPendingCallWatcher reply(
         QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"))));
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId")));
     bool replied = false;
     connect(&reply, &QDBusPendingCallWatcher::finished, &reply, [&replied] { replied = true; });
     waitUntil([&replied] { return replied; });
@@ -86,7 +85,7 @@ std::shared_ptr<TestServiceAvailable::Changes> TestServiceAvailable::changesOf(
 
 void TestServiceAvailable::nameIsThatOfTheService()
 {
-    QCOMPARE(Control::serviceName(), QStringLiteral(OSTREL_SERVICE_NAME));
+    QCOMPARE(Control::serviceName(), OSTREL_SERVICE_NAME);
 }
 
 void TestServiceAvailable::absentServiceIsNotAvailable()
@@ -96,7 +95,7 @@ void TestServiceAvailable::absentServiceIsNotAvailable()
     // Somebody else's name is not the service's.
     Peer other(*m_bus);
     const auto changes = changesOf(control);
-    other.order(QStringLiteral("own test.Other"));
+    other.order("own test.Other");
     settle();
     QVERIFY(!control.isServiceAvailable());
     QCOMPARE(*changes, Changes());

@@ -31,12 +31,11 @@ constexpr int limit = 100;
 void compareWithTimeout(const Error &error)
 {
     QCOMPARE(error.code(), Error::Failed);
-    QCOMPARE(error.busErrorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
+    QCOMPARE(error.busErrorName(), "org.freedesktop.DBus.Error.NoReply");
     QCOMPARE(error.message(),
-             QStringLiteral(
-                 "Did not receive a reply. Possible causes include: the remote application did not "
-                 "send a reply, the message bus security policy blocked the reply, the reply "
-                 "timeout expired, or the network connection was broken."));
+             "Did not receive a reply. Possible causes include: the remote application did not "
+             "send a reply, the message bus security policy blocked the reply, the reply "
+             "timeout expired, or the network connection was broken.");
 }
 
 // All three classes have the same two functions.
@@ -51,8 +50,7 @@ template <typename Client> void refuseInvalidTimeouts(Client &client)
             QCOMPARE(client.timeout(), before);
             client.setTimeout(milliseconds);
             QCOMPARE(client.timeout(), before);
-            expected.append(
-                QStringLiteral("A timeout of %1 milliseconds is not valid").arg(milliseconds));
+            expected.append(QString("A timeout of %1 milliseconds is not valid").arg(milliseconds));
         }
     }
     QCOMPARE(warnings.texts(), expected);
@@ -118,7 +116,7 @@ void TestTimeouts::invalidTimeoutsAreRefused()
 {
     Control control;
     refuseInvalidTimeouts(control);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     refuseInvalidTimeouts(invoker);
     WindowManagement windows;
     refuseInvalidTimeouts(windows);
@@ -130,7 +128,7 @@ void TestTimeouts::requestsThatBlockEndInTime()
     faults(qPrintable(method)).ignoreNext();
     Control control;
     control.setTimeout(limit);
-    const QString id = QStringLiteral("a.b");
+    const QString id = "a.b";
     if (method == QLatin1String("Start")) {
         compareWithTimeout(control.start(id).error);
     } else if (method == QLatin1String("StartDebug")) {
@@ -150,7 +148,7 @@ void TestTimeouts::requestsThatDoNotBlockEndInTime()
     faults(qPrintable(method)).ignoreNext();
     Control control;
     control.setTimeout(limit);
-    const QString id = QStringLiteral("a.b");
+    const QString id = "a.b";
     std::optional<Error> outcome;
     const auto onStart = [&outcome](const Control::StartResult &result) { outcome = result.error; };
     const auto onError = [&outcome](const Error &error) { outcome = error; };
@@ -172,7 +170,7 @@ void TestTimeouts::requestsThatDoNotBlockEndInTime()
 
 void TestTimeouts::taskCallsEndAfterTheirTimeout()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(invoker));
     for (const char *method : {"Start", "Stop"}) {
         m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
@@ -180,9 +178,9 @@ void TestTimeouts::taskCallsEndAfterTheirTimeout()
     invoker.setTimeout(limit);
     std::optional<Error> started;
     std::optional<Error> stopped;
-    invoker.start(QStringLiteral("photos"), {}, {},
+    invoker.start("photos", {}, {},
                   [&started](int /*number*/, const Error &error) { started = error; });
-    invoker.stop(QStringLiteral("photos"), [&stopped](const Error &error) { stopped = error; });
+    invoker.stop("photos", [&stopped](const Error &error) { stopped = error; });
     waitUntil([&] { return started.has_value() && stopped.has_value(); });
     compareWithTimeout(*started);
     compareWithTimeout(*stopped);
@@ -195,7 +193,7 @@ void TestTimeouts::windowReportsEndAfterTheirTimeout()
     windows.setTimeout(limit);
     std::optional<Error> reported;
     windows.updateWindowStatus(
-        QStringLiteral("w"), 1, 2, 3, this,
+        "w", 1, 2, 3, this,
         [&reported](Ostrel::ApplicationState /*state*/, const Error &error) { reported = error; });
     waitUntil([&reported] { return reported.has_value(); });
     compareWithTimeout(*reported);
@@ -207,11 +205,11 @@ void TestTimeouts::callsUnderWayKeepTheirTimeout()
     Control control;
     faults("Terminate").holdNext(1);
     std::optional<Error> held;
-    control.terminate(QStringLiteral("held"), this, [&held](const Error &error) { held = error; });
+    control.terminate("held", this, [&held](const Error &error) { held = error; });
     faults("Terminate").waitForHeld(1);
     control.setTimeout(limit);
     faults("Start").ignoreNext();
-    compareWithTimeout(control.start(QStringLiteral("a.b")).error);
+    compareWithTimeout(control.start("a.b").error);
     faults("Terminate").release({0});
     waitUntil([&held] { return held.has_value(); });
     QCOMPARE(held->code(), Error::ApplicationNotRunning);
@@ -219,7 +217,7 @@ void TestTimeouts::callsUnderWayKeepTheirTimeout()
     control.setTimeout(-1);
     QCOMPARE(control.timeout(), -1);
     faults("Terminate").delayNext(2 * limit);
-    QCOMPARE(control.terminate(QStringLiteral("slow")).code(), Error::ApplicationNotRunning);
+    QCOMPARE(control.terminate("slow").code(), Error::ApplicationNotRunning);
 }
 
 void TestTimeouts::eachObjectHasItsOwnTimeout()

@@ -75,19 +75,15 @@ private Q_SLOTS:
 // abidiff compares functions, sizes, members, virtual tables and enumerations.
 void TestAbi::interfaceIsThatOfTheBaseline()
 {
-    if (!QFile::exists(QStringLiteral(ABI_BASELINE))) {
+    if (!QFile::exists(ABI_BASELINE)) {
         QSKIP("there is no baseline for this kind of machine", );
     }
-    const Result sections =
-        run(QStringLiteral("readelf"),
-            {QStringLiteral("--wide"), QStringLiteral("--sections"), QStringLiteral(LIBRARY)});
+    const Result sections = run("readelf", {"--wide", "--sections", LIBRARY});
     QCOMPARE(sections.exitStatus, 0);
-    if (!sections.output.contains(QStringLiteral(".debug_info"))) {
+    if (!sections.output.contains(".debug_info")) {
         QSKIP("the library has no debug information, from which the interface is read", );
     }
-    const Result result =
-        run(QStringLiteral(SOURCE_DIR "/scripts/abi"),
-            {QStringLiteral("compare"), QStringLiteral(LIBRARY), QStringLiteral(ABI_BASELINE)});
+    const Result result = run(SOURCE_DIR "/scripts/abi", {"compare", LIBRARY, ABI_BASELINE});
     QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
 }
 

@@ -102,48 +102,45 @@ void TestAdvice::nestedValuesAreReadAsWhatTheyAre_data()
 {
     QTest::addColumn<QVariant>("sent");
     QTest::addColumn<QVariantMap>("read");
-    const QVariantMap inner{{QStringLiteral("Width"), 640}};
+    const QVariantMap inner{{"Width", 640}};
     QTest::newRow("a map") << QVariant(inner) << inner;
     QTest::newRow("a list") << QVariant(QVariantList{1, 2}) << QVariantMap();
-    QTest::newRow("a text") << QVariant(QStringLiteral("640")) << QVariantMap();
-    QTest::newRow("a path") << QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a")))
-                            << QVariantMap();
+    QTest::newRow("a text") << QVariant("640") << QVariantMap();
+    QTest::newRow("a path") << QVariant::fromValue(QDBusObjectPath("/a")) << QVariantMap();
 }
 
 void TestAdvice::nestedValuesAreReadAsWhatTheyAre()
 {
     QFETCH(const QVariant, sent);
     QFETCH(const QVariantMap, read);
-    const QString key = QStringLiteral("Size");
+    const QString key = "Size";
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start")
-        .answerNext({QStringLiteral("id"), QVariantMap{{key, sent}}});
+        .answerNext({"id", QVariantMap{{key, sent}}});
     Control control;
-    QCOMPARE(mapIn(control.start(QStringLiteral("demo.Viewer")).details.value(key)), read);
+    QCOMPARE(mapIn(control.start("demo.Viewer").details.value(key)), read);
 }
 
 void TestAdvice::jsonIsSentAsPlainValues()
 {
     const Control registersTheJsonTypes;
-    const QString appId = QStringLiteral("demo.Viewer");
+    const QString appId = "demo.Viewer";
     //! [json]
     const QJsonArray sizes{1.5, 2.5};
     // Not {"Sizes", sizes}: QtDBus would end the process.
-    const QVariantMap parameters{{QStringLiteral("Sizes"), sizes.toVariantList()}};
+    const QVariantMap parameters{{"Sizes", sizes.toVariantList()}};
     //! [json]
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-        QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StartDebug"));
+    QDBusMessage call = QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,
+                                                       OSTREL_CONTROL_INTERFACE, "StartDebug");
     call << appId << parameters;
     QCOMPARE(QDBusConnection::sessionBus().call(call).type(), QDBusMessage::ReplyMessage);
 
     const auto received = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(1));
-    QCOMPARE(qdbus_cast<QVariantList>(received.value(QStringLiteral("Sizes"))),
-             (QVariantList{1.5, 2.5}));
+    QCOMPARE(qdbus_cast<QVariantList>(received.value("Sizes")), (QVariantList{1.5, 2.5}));
 }
 
 void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
 {
-    const Tasks tasks(QStringLiteral("sync"));
+    const Tasks tasks("sync");
     QVERIFY(!waitUntilReady(tasks.invoker()));
     m_simulator->end();
     m_simulator->start();

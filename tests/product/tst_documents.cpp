@@ -30,7 +30,7 @@ QStringList all(const QString &pattern, const QString &text)
 
 QString page(const QString &name)
 {
-    return readFile(QStringLiteral(DOCUMENTS_DIR "/") + name);
+    return readFile(DOCUMENTS_DIR "/" + name);
 }
 
 } // namespace
@@ -52,21 +52,21 @@ void TestDocuments::linksLeadSomewhere()
 {
     QMap<QString, QSet<QString>> anchors;
     QMap<QString, QStringList> links;
-    const QDir folder(QStringLiteral(DOCUMENTS_DIR));
-    const QStringList files = folder.entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
+    const QDir folder(DOCUMENTS_DIR);
+    const QStringList files = folder.entryList({"*.html"}, QDir::Files, QDir::Name);
     for (const QString &file : files) {
         const QString html = page(file);
-        const QStringList ids = all(QStringLiteral("\\b(?:id|name)=\"([^\"]*)\""), html);
+        const QStringList ids = all("\\b(?:id|name)=\"([^\"]*)\"", html);
         anchors[file] = QSet<QString>(ids.cbegin(), ids.cend());
-        links[file] = all(QStringLiteral("\\b(?:href|src|data)=\"([^\"]*)\""), html);
+        links[file] = all("\\b(?:href|src|data)=\"([^\"]*)\"", html);
     }
-    QVERIFY(files.contains(QStringLiteral("index.html")));
+    QVERIFY(files.contains("index.html"));
 
     QStringList broken;
     int followed = 0;
     for (const QString &file : files) {
         for (const QString &link : qAsConst(links[file])) {
-            if (link.contains(QRegularExpression(QStringLiteral("^(https?|javascript):")))) {
+            if (link.contains(QRegularExpression("^(https?|javascript):"))) {
                 continue;
             }
             ++followed;
@@ -76,7 +76,7 @@ void TestDocuments::linksLeadSomewhere()
             const bool there =
                 folder.exists(target) && (anchor.isEmpty() || anchors[target].contains(anchor));
             if (!there) {
-                broken.append(file + QStringLiteral(": ") + link);
+                broken.append(file + ": " + link);
             }
         }
     }
@@ -86,10 +86,10 @@ void TestDocuments::linksLeadSomewhere()
 
 void TestDocuments::namesNoFolderOfThisMachine()
 {
-    const QStringList files = filesBelow(QStringLiteral(DOCUMENTS_DIR));
+    const QStringList files = filesBelow(DOCUMENTS_DIR);
     for (const QString &file : files) {
         const QString text = page(file);
-        QVERIFY2(!text.contains(QStringLiteral(SOURCE_DIR)), qPrintable(file));
+        QVERIFY2(!text.contains(SOURCE_DIR), qPrintable(file));
         QVERIFY2(!text.contains(QDir::homePath() + QLatin1Char('/')), qPrintable(file));
     }
 }
@@ -98,12 +98,13 @@ void TestDocuments::contractHoldsEachInterface_data()
 {
     QTest::addColumn<QString>("interface");
     QTest::addColumn<QString>("page");
-    const QString contract = QStringLiteral("contract.html");
+    const QString contract = "contract.html";
     for (const char *name :
          {"Control1", "TaskInvoker1", "TaskInvokerSession1", "WindowManagement1"}) {
         QTest::newRow(name) << QString::fromLatin1(name) << contract;
     }
-    QTest::newRow("Simulator1") << QStringLiteral("Simulator1") << QStringLiteral("testing.html");
+    QTest::newRow("Simulator1") << "Simulator1"
+                                << "testing.html";
 }
 
 // Each member with its arguments and their types, and every word of the comments.
@@ -112,21 +113,21 @@ void TestDocuments::contractHoldsEachInterface()
     QFETCH(const QString, interface);
     QFETCH(const QString, page);
     QString html = ::page(page);
-    const QStringList members = all(QStringLiteral("id=\"%1\\.([^\"]*)\"").arg(interface), html);
-    const QString section = html.mid(html.indexOf(QStringLiteral(".") + interface));
-    html.remove(QRegularExpression(QStringLiteral("<[^>]*>")));
-    html.replace(QStringLiteral("&gt;"), QStringLiteral(">"));
+    const QStringList members = all(QString("id=\"%1\\.([^\"]*)\"").arg(interface), html);
+    const QString section = html.mid(html.indexOf("." + interface));
+    html.remove(QRegularExpression("<[^>]*>"));
+    html.replace("&gt;", ">");
 
     QStringList described;
     QString words;
     QXmlStreamReader reader(
-        readFile(QStringLiteral(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface)));
+        readFile(QString(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface)));
     while (!reader.atEnd()) {
         const QXmlStreamReader::TokenType token = reader.readNext();
         const QXmlStreamAttributes attributes = reader.attributes();
         const QString name = attributes.value(QLatin1String("name")).toString();
         if (token == QXmlStreamReader::StartElement && reader.name() == QLatin1String("arg")) {
-            const QString row = QStringLiteral("<td><code>%1</code></td><td><code>%2</code></td>")
+            const QString row = QString("<td><code>%1</code></td><td><code>%2</code></td>")
                                     .arg(name, attributes.value(QLatin1String("type")).toString());
             QVERIFY2(section.contains(row), qPrintable(row));
         } else if (token == QXmlStreamReader::StartElement && reader.name() != QLatin1String("node")
@@ -154,33 +155,28 @@ void TestDocuments::examplesInTheHeadersCompile()
     for (const char *header :
          {"error", "control", "debug_params", "task_invoker", "window_management"}) {
         const QString name = QString::fromLatin1(header);
-        QString code = all(QStringLiteral("@code\n(.*?)@endcode"),
-                           readFile(QStringLiteral(SOURCE_DIR "/src/lib/Ostrel/%1.h").arg(name)))
+        QString code = all("@code\n(.*?)@endcode",
+                           readFile(QString(SOURCE_DIR "/src/lib/Ostrel/%1.h").arg(name)))
                            .value(0);
         QVERIFY2(!code.isEmpty(), header);
-        code.remove(
-            QRegularExpression(QStringLiteral("^ \\*"), QRegularExpression::MultilineOption));
-        functions += QStringLiteral("void %1(const Ostrel::Error &error) {\nQ_UNUSED(error)\n%2}\n")
+        code.remove(QRegularExpression("^ \\*", QRegularExpression::MultilineOption));
+        functions += QString("void %1(const Ostrel::Error &error) {\nQ_UNUSED(error)\n%2}\n")
                          .arg(name, code);
     }
     const QTemporaryDir folder;
-    const QString source = folder.filePath(QStringLiteral("example.cpp"));
+    const QString source = folder.filePath("example.cpp");
     writeFile(source,
-              QStringLiteral("#include <Ostrel/Control>\n#include <Ostrel/TaskInvoker>\n"
-                             "#include <Ostrel/WindowManagement>\n#include <QtCore/QDebug>\n"
-                             "struct Example : QObject {\n%1};\n")
+              QString("#include <Ostrel/Control>\n#include <Ostrel/TaskInvoker>\n"
+                      "#include <Ostrel/WindowManagement>\n#include <QtCore/QDebug>\n"
+                      "struct Example : QObject {\n%1};\n")
                   .arg(functions));
-    const QString flags =
-        run(QStringLiteral("pkg-config"), {QStringLiteral("--cflags"), QStringLiteral("Qt5Core")})
-            .output.trimmed();
-    const Result result = run(QStringLiteral(CXX),
-                              QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"),
-                                          QStringLiteral("-fsyntax-only"), QStringLiteral("-Wall"),
-                                          QStringLiteral("-Wextra"), QStringLiteral("-Werror"),
-                                          QStringLiteral("-I" FORWARDING_DIR),
-                                          QStringLiteral("-I" SOURCE_DIR "/src/lib"),
-                                          QStringLiteral("-I" SOURCE_DIR "/src/common"), source}
-                                  + flags.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    const QString flags = run("pkg-config", {"--cflags", "Qt5Core"}).output.trimmed();
+    const Result result =
+        run(CXX,
+            QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
+                        "-I" FORWARDING_DIR, "-I" SOURCE_DIR "/src/lib",
+                        "-I" SOURCE_DIR "/src/common", source}
+                + flags.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
 }
 

@@ -42,26 +42,21 @@ void TestExamples::initTestCase()
     m_simulator.emplace(*m_bus);
     m_simulator->start();
 
-    const QString prefix = m_folder.filePath(QStringLiteral("prefix"));
+    const QString prefix = m_folder.filePath("prefix");
     m_environment = QProcessEnvironment::systemEnvironment();
-    m_environment.insert(QStringLiteral("LD_LIBRARY_PATH"), prefix + QStringLiteral("/" LIBDIR));
-    m_environment.insert(QStringLiteral("CXXFLAGS"),
-                         QStringLiteral("-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS));
-    m_environment.insert(QStringLiteral("LSAN_OPTIONS"),
-                         QStringLiteral("suppressions=" SOURCE_DIR
-                                        "/tests/product/lsan_examples.supp"
-                                        ":print_suppressions=0"));
-    const QString build = m_folder.filePath(QStringLiteral("build"));
+    m_environment.insert("LD_LIBRARY_PATH", prefix + "/" LIBDIR);
+    m_environment.insert("CXXFLAGS", "-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS);
+    m_environment.insert("LSAN_OPTIONS",
+                         "suppressions=" SOURCE_DIR "/tests/product/lsan_examples.supp"
+                         ":print_suppressions=0");
+    const QString build = m_folder.filePath("build");
     const QVector<QStringList> steps{
-        {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),
-         prefix},
-        {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"),
-         QStringLiteral(SOURCE_DIR "/examples"), QStringLiteral("-B"), build,
-         QStringLiteral("-DCMAKE_PREFIX_PATH=") + prefix},
-        {QStringLiteral("--build"), build},
+        {"--install", BUILD_DIR, "--prefix", prefix},
+        {"-G", "Ninja", "-S", SOURCE_DIR "/examples", "-B", build, "-DCMAKE_PREFIX_PATH=" + prefix},
+        {"--build", build},
     };
     for (const QStringList &step : steps) {
-        const Result result = run(QStringLiteral(CMAKE), step, m_environment);
+        const Result result = run(CMAKE, step, m_environment);
         QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
     }
 }
@@ -73,7 +68,7 @@ void TestExamples::init()
 
 QString TestExamples::program(const QString &example) const
 {
-    return m_folder.filePath(QStringLiteral("build/%1/%1").arg(example));
+    return m_folder.filePath(QString("build/%1/%1").arg(example));
 }
 
 Result TestExamples::runExample(const QString &example, const QStringList &arguments) const
@@ -83,33 +78,27 @@ Result TestExamples::runExample(const QString &example, const QStringList &argum
 
 void TestExamples::startAndFollowPrintsTheLifeOfTheApplication()
 {
-    const Result result =
-        runExample(QStringLiteral("start-and-follow"), {QStringLiteral("demo.Once")});
+    const Result result = runExample("start-and-follow", {"demo.Once"});
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output,
-             QStringLiteral("started as demo.Once.instance_1\nstate 1\nstate 2\nended\n"));
+    QCOMPARE(result.output, "started as demo.Once.instance_1\nstate 1\nstate 2\nended\n");
     QCOMPARE(result.exitStatus, 0);
 }
 
 void TestExamples::taskRunnerRunsATask()
 {
-    const Result result = runExample(QStringLiteral("task-runner"),
-                                     {QStringLiteral("sync"), QStringLiteral("contacts")});
+    const Result result = runExample("task-runner", {"sync", "contacts"});
     QCOMPARE(result.errors, QString());
     QString output = result.output;
-    output.replace(QRegularExpression(QStringLiteral("\\([1-9][0-9]*\\)")),
-                   QStringLiteral("(PID)"));
-    QVERIFY2(output.startsWith(QStringLiteral("active:\navailable: calendar contacts photos\n")),
+    output.replace(QRegularExpression("\\([1-9][0-9]*\\)"), "(PID)");
+    QVERIFY2(output.startsWith("active:\navailable: calendar contacts photos\n"),
              qPrintable(output));
     // The answer to a call and the list that it changes come in either order.
     QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     lines.sort();
     QCOMPARE(lines,
-             (QStringList{QStringLiteral("active:"), QStringLiteral("active:"),
-                          QStringLiteral("active: contacts (PID)"),
-                          QStringLiteral("available: calendar contacts photos"),
-                          QStringLiteral("started contacts as number 1"),
-                          QStringLiteral("stopped contacts")}));
+             (QStringList{"active:", "active:", "active: contacts (PID)",
+                          "available: calendar contacts photos", "started contacts as number 1",
+                          "stopped contacts"}));
     QCOMPARE(result.exitStatus, 0);
 }
 
@@ -117,12 +106,12 @@ void TestExamples::taskRunnerRunsATask()
 void TestExamples::windowStatusKeepsTheLatestReply()
 {
     m_simulator->windowStatus().holdNext(3);
-    Process example(program(QStringLiteral("window-status")), {});
+    Process example(program("window-status"), {});
     example.setProcessEnvironment(m_environment);
     example.start();
     m_simulator->windowStatus().waitForHeld(3);
     m_simulator->windowStatus().release({1, 0, 2});
-    QCOMPARE(example.readLine(), QStringLiteral("state 2"));
+    QCOMPARE(example.readLine(), "state 2");
     example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardOutput() + example.readAllStandardError(), QByteArray());
@@ -132,29 +121,28 @@ void TestExamples::windowStatusKeepsTheLatestReply()
     for (const Call &call : calls) {
         statuses.append(call.arguments.at(1).toString());
     }
-    QCOMPARE(statuses,
-             (QStringList{QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("2")}));
+    QCOMPARE(statuses, (QStringList{"2", "1", "2"}));
 }
 
 void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
 {
     const MethodFaults start = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
     start.holdNext(1);
-    Process example(program(QStringLiteral("responsive")), {QStringLiteral("demo.Viewer")});
+    Process example(program("responsive"), {"demo.Viewer"});
     example.setProcessEnvironment(m_environment);
     example.start();
     start.waitForHeld(1);
     // Those that are printed by now may have come before the call.
     const auto before = example.bytesAvailable() / qint64(sizeof "tick");
     for (qint64 i = 0; i < before + 3; ++i) {
-        QCOMPARE(example.readLine(), QStringLiteral("tick"));
+        QCOMPARE(example.readLine(), "tick");
     }
     start.release({0});
     QString line = example.readLine();
     while (line == QLatin1String("tick")) {
         line = example.readLine();
     }
-    QCOMPARE(line, QStringLiteral("started as demo.Viewer.instance_1"));
+    QCOMPARE(line, "started as demo.Viewer.instance_1");
     example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardError(), QByteArray());
@@ -166,19 +154,17 @@ void TestExamples::examplesPrintWhyTheyFail_data()
     QTest::addColumn<QString>("interface");
     QTest::addColumn<QString>("method");
     QTest::addColumn<QString>("errors");
-    const QString control = QStringLiteral(OSTREL_CONTROL_INTERFACE);
-    const QString session = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
-    const QStringList sync{QStringLiteral("sync"), QStringLiteral("photos")};
-    QTest::newRow("start-and-follow")
-        << QStringList{QStringLiteral("demo.Once")} << control << "Start"
-        << "cannot start demo.Once: not today\n";
+    const QString control = OSTREL_CONTROL_INTERFACE;
+    const QString session = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
+    const QStringList sync{"sync", "photos"};
+    QTest::newRow("start-and-follow") << QStringList{"demo.Once"} << control << "Start"
+                                      << "cannot start demo.Once: not today\n";
     QTest::newRow("task-runner") << sync << session << "Start"
                                  << "cannot start photos: not today\n";
     QTest::newRow("window-status")
-        << QStringList() << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE)
-        << "UpdateWindowStatus"
+        << QStringList() << OSTREL_WINDOW_MANAGEMENT_INTERFACE << "UpdateWindowStatus"
         << "cannot report: not today\n";
-    QTest::newRow("responsive") << QStringList{QStringLiteral("demo.Once")} << control << "Start"
+    QTest::newRow("responsive") << QStringList{"demo.Once"} << control << "Start"
                                 << "cannot start: not today\n";
 }
 
@@ -190,8 +176,7 @@ void TestExamples::examplesPrintWhyTheyFail()
     QFETCH(const QString, errors);
     const MethodFaults faults(*m_simulator, interface, method);
     for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
-        faults.failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
-                        QStringLiteral("not today"));
+        faults.failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "not today");
     }
     const Result result = runExample(QString::fromLatin1(QTest::currentDataTag()), arguments);
     QCOMPARE(result.errors, errors);

@@ -63,14 +63,13 @@ void TestFailedNames::compareWithPage(const QString &row, const Error &error, co
     QCOMPARE(error.busErrorName(), name);
     QVERIFY2(error.message().startsWith(message), qPrintable(error.message()));
 
-    QString page = readFile(QStringLiteral(SOURCE_DIR "/docs/errors.md.in"));
-    page.replace(QStringLiteral("@OSTREL_SERVICE_NAME@"), QStringLiteral(OSTREL_SERVICE_NAME));
+    QString page = readFile(SOURCE_DIR "/docs/errors.md.in");
+    page.replace("@OSTREL_SERVICE_NAME@", OSTREL_SERVICE_NAME);
     const QStringList lines =
-        page.split(QLatin1Char('\n')).filter(QStringLiteral("| %1").arg(row), Qt::CaseSensitive);
+        page.split(QLatin1Char('\n')).filter(QString("| %1").arg(row), Qt::CaseSensitive);
     QCOMPARE(lines.size(), 1);
     const QStringList cells = lines.constFirst().split(QLatin1Char('|'));
-    const QString begin =
-        name.isEmpty() ? QStringLiteral(" none") : QStringLiteral(" `%1`").arg(name);
+    const QString begin = name.isEmpty() ? " none" : QString(" `%1`").arg(name);
     QVERIFY2(cells.at(2).startsWith(begin), qPrintable(lines.constFirst()));
     QVERIFY2(cells.at(3).contains(message) || message == QLatin1String("unknown"),
              qPrintable(lines.constFirst()));
@@ -78,10 +77,9 @@ void TestFailedNames::compareWithPage(const QString &row, const Error &error, co
 
 void TestFailedNames::serviceDoesNotRun()
 {
-    compareWithPage(
-        QStringLiteral("the service does not run"), Control().terminate(QStringLiteral("a")),
-        QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
-        QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files"));
+    compareWithPage("the service does not run", Control().terminate("a"),
+                    "org.freedesktop.DBus.Error.ServiceUnknown",
+                    "The name " OSTREL_SERVICE_NAME " was not provided by any .service files");
 }
 
 void TestFailedNames::serviceEndsBeforeItReplies()
@@ -89,11 +87,9 @@ void TestFailedNames::serviceEndsBeforeItReplies()
     Simulator simulator(*m_bus);
     simulator.start();
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
-    compareWithPage(
-        QStringLiteral("the service ended before it answered"),
-        Control().terminate(QStringLiteral("a")),
-        QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-        QStringLiteral("Message recipient disconnected from message bus without replying"));
+    compareWithPage("the service ended before it answered", Control().terminate("a"),
+                    "org.freedesktop.DBus.Error.NoReply",
+                    "Message recipient disconnected from message bus without replying");
     simulator.waitForEnd();
 }
 
@@ -104,10 +100,8 @@ void TestFailedNames::timeoutExpires()
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").ignoreNext();
     Control control;
     control.setTimeout(100);
-    compareWithPage(QStringLiteral("nobody answered within the timeout"),
-                    control.terminate(QStringLiteral("a")),
-                    QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-                    QStringLiteral("Did not receive a reply. "));
+    compareWithPage("nobody answered within the timeout", control.terminate("a"),
+                    "org.freedesktop.DBus.Error.NoReply", "Did not receive a reply. ");
 }
 
 void TestFailedNames::replyHasOtherTypes()
@@ -115,50 +109,43 @@ void TestFailedNames::replyHasOtherTypes()
     Simulator simulator(*m_bus);
     simulator.start();
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").answerNext({3});
-    compareWithPage(QStringLiteral("the answer has other types"),
-                    Control().start(QStringLiteral("a")).error,
-                    QStringLiteral("org.freedesktop.DBus.Error.InvalidSignature"),
-                    QStringLiteral("Unexpected reply signature: "));
+    compareWithPage("the answer has other types", Control().start("a").error,
+                    "org.freedesktop.DBus.Error.InvalidSignature", "Unexpected reply signature: ");
 }
 
 void TestFailedNames::serviceDoesNotKnowTheMethod()
 {
     Peer peer(*m_bus);
-    peer.order(QStringLiteral("own " OSTREL_SERVICE_NAME));
-    compareWithPage(QStringLiteral("the service does not know the method"),
-                    Control().terminate(QStringLiteral("a")),
-                    QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
-                    QStringLiteral("unknown"));
+    peer.order("own " OSTREL_SERVICE_NAME);
+    compareWithPage("the service does not know the method", Control().terminate("a"),
+                    "org.freedesktop.DBus.Error.UnknownMethod", "unknown");
 }
 
 void TestFailedNames::valueDoesNotFitIntoAMessage()
 {
-    const Ostrel::DebugParams params(QVariantMap{{QStringLiteral("key"), QVariant()}});
-    compareWithPage(QStringLiteral("a value of yours cannot be sent"),
-                    Control().startDebug(QStringLiteral("a"), params).error,
-                    QStringLiteral("org.freedesktop.DBus.Error.Failed"),
-                    QStringLiteral("Marshalling failed: "));
+    const Ostrel::DebugParams params(QVariantMap{{"key", QVariant()}});
+    compareWithPage("a value of yours cannot be sent", Control().startDebug("a", params).error,
+                    "org.freedesktop.DBus.Error.Failed", "Marshalling failed: ");
 }
 
 void TestFailedNames::taskTypeMakesNoPath()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a-b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a-b");
     std::optional<Error> stopped;
-    invoker.stop(QStringLiteral("x"), [&stopped](const Error &error) { stopped = error; });
+    invoker.stop("x", [&stopped](const Error &error) { stopped = error; });
     waitUntil([&stopped] { return stopped.has_value(); });
-    compareWithPage(QStringLiteral("the task type makes no object path"), *stopped,
-                    QStringLiteral("org.qtproject.QtDBus.Error.InvalidObjectPath"),
-                    QStringLiteral("Invalid object path: "));
+    compareWithPage("the task type makes no object path", *stopped,
+                    "org.qtproject.QtDBus.Error.InvalidObjectPath", "Invalid object path: ");
 }
 
 void TestFailedNames::serviceRegistersAnotherType()
 {
     Simulator simulator(*m_bus);
     simulator.start();
-    answerRegistration(*m_bus, QStringLiteral("other"), QStringLiteral("0"));
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    compareWithPage(QStringLiteral("the service registered another task type"),
-                    waitUntilReady(invoker), QString(), QStringLiteral("Wrong TaskInvoker path"));
+    answerRegistration(*m_bus, "other", "0");
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
+    compareWithPage("the service registered another task type", waitUntilReady(invoker), QString(),
+                    "Wrong TaskInvoker path");
 }
 
 void TestFailedNames::listHasFewerThanTwoValues()
@@ -171,9 +158,9 @@ void TestFailedNames::listHasFewerThanTwoValues()
     simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext({3});
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
-    compareWithPage(QStringLiteral("the list of what runs has fewer"),
+    compareWithPage("the list of what runs has fewer",
                     Control().getRunningApplications(applications, services), QString(),
-                    QStringLiteral("The reply has fewer than two arguments"));
+                    "The reply has fewer than two arguments");
 }
 
 void TestFailedNames::busHasEnded()
@@ -181,10 +168,8 @@ void TestFailedNames::busHasEnded()
     Control control;
     m_bus->end();
     waitUntil([] { return !QDBusConnection::sessionBus().isConnected(); });
-    compareWithPage(QStringLiteral("there is no message bus, or it has ended"),
-                    control.terminate(QStringLiteral("a")),
-                    QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
-                    QStringLiteral("Not connected to D-Bus server"));
+    compareWithPage("there is no message bus, or it has ended", control.terminate("a"),
+                    "org.freedesktop.DBus.Error.Disconnected", "Not connected to D-Bus server");
 }
 
 OSTREL_TEST_MAIN(TestFailedNames)

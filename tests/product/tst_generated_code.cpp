@@ -14,15 +14,14 @@ namespace
 
 QString descriptionOf(const QString &interface)
 {
-    return QStringLiteral(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface);
+    return QString(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface);
 }
 
 // The short names of all interfaces.
 QStringList interfacesInFolder()
 {
     QStringList names;
-    const QStringList files = QDir(QStringLiteral(INTERFACES_DIR))
-                                  .entryList({QStringLiteral(OSTREL_SERVICE_NAME "*.xml")});
+    const QStringList files = QDir(INTERFACES_DIR).entryList({OSTREL_SERVICE_NAME "*.xml"});
     for (const QString &file : files) {
         names.append(file.section(QLatin1Char('.'), -2, -2));
     }
@@ -90,7 +89,7 @@ private:
 
 void TestGeneratedCode::initTestCase()
 {
-    QVERIFY(interfaces.contains(QStringLiteral("Control1")));
+    QVERIFY(interfaces.contains("Control1"));
 }
 
 QString TestGeneratedCode::succeed(const QString &program, const QStringList &arguments) const
@@ -110,34 +109,30 @@ QString TestGeneratedCode::succeed(const QString &program, const QStringList &ar
 
 QStringList TestGeneratedCode::flagsOf(const QString &module) const
 {
-    return succeed(QStringLiteral("pkg-config"), {QStringLiteral("--cflags"), module})
-        .split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return succeed("pkg-config", {"--cflags", module}).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
 void TestGeneratedCode::codeOfQdbusxml2cppCompiles()
 {
-    writeFile(m_folder.filePath(QStringLiteral("desk_records.h")), QLatin1String(deskRecords));
+    writeFile(m_folder.filePath("desk_records.h"), QLatin1String(deskRecords));
     QString all;
     for (const QString &interface : interfaces) {
-        const QString proxy = interface + QStringLiteral("Proxy");
-        const QString adaptor = interface + QStringLiteral("Adaptor");
-        const QString records = interface == QLatin1String("Simulator1")
-            ? QStringLiteral("desk_records.h")
-            : QStringLiteral("DBus/types.h");
+        const QString proxy = interface + "Proxy";
+        const QString adaptor = interface + "Adaptor";
+        const QString records =
+            interface == QLatin1String("Simulator1") ? "desk_records.h" : "DBus/types.h";
         for (const QString &name : {proxy, adaptor}) {
-            succeed(QStringLiteral("qdbusxml2cpp"),
-                    {QStringLiteral("-c"), name, QStringLiteral("-i"), records,
-                     name == proxy ? QStringLiteral("-p") : QStringLiteral("-a"), name,
+            succeed("qdbusxml2cpp",
+                    {"-c", name, "-i", records, name == proxy ? "-p" : "-a", name,
                      descriptionOf(interface)});
-            all += QStringLiteral("#include \"%1.cpp\"\n").arg(name);
+            all += QString("#include \"%1.cpp\"\n").arg(name);
         }
     }
-    writeFile(m_folder.filePath(QStringLiteral("all_qt.cpp")), all);
-    succeed(QStringLiteral(CXX),
-            QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"),
-                        QStringLiteral("-fsyntax-only"), QStringLiteral("-w"),
-                        QStringLiteral("-I" SOURCE_DIR "/src/common"), QStringLiteral("all_qt.cpp")}
-                + flagsOf(QStringLiteral("Qt5DBus")));
+    writeFile(m_folder.filePath("all_qt.cpp"), all);
+    succeed(CXX,
+            QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-w", "-I" SOURCE_DIR "/src/common",
+                        "all_qt.cpp"}
+                + flagsOf("Qt5DBus"));
 }
 
 // The types in the descriptions are those that the library registers for these signatures.
@@ -146,43 +141,31 @@ void TestGeneratedCode::proxyOfQdbusxml2cppReadsTheRecords()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    simulator.desk(QStringLiteral("ListNext"), {3U, 1U});
-    simulator.desk(QStringLiteral("ListNext"), {2U, 0U});
+    simulator.desk("ListNext", {3U, 1U});
+    simulator.desk("ListNext", {2U, 0U});
 
-    const QString proxy = QStringLiteral("Control1Proxy");
-    succeed(QStringLiteral("qdbusxml2cpp"),
-            {QStringLiteral("-c"), proxy, QStringLiteral("-i"), QStringLiteral("DBus/types.h"),
-             QStringLiteral("-p"), proxy, descriptionOf(QStringLiteral("Control1"))});
-    const QString moc = succeed(QStringLiteral("pkg-config"),
-                                {QStringLiteral("--variable=host_bins"), QStringLiteral("Qt5Core")})
-        + QStringLiteral("/moc");
-    succeed(moc,
-            {QStringLiteral("Control1Proxy.h"), QStringLiteral("-o"), QStringLiteral("moc.cpp")});
-    writeFile(m_folder.filePath(QStringLiteral("client.cpp")), QLatin1String(client));
-    succeed(QStringLiteral(CXX),
-            QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"),
-                        QStringLiteral("-I" SOURCE_DIR "/src/common"),
-                        QStringLiteral("-I" SOURCE_DIR "/src/lib"), QStringLiteral("-I."),
-                        QStringLiteral("-o"), QStringLiteral("client"),
-                        QStringLiteral("client.cpp"), QStringLiteral("Control1Proxy.cpp"),
-                        QStringLiteral("moc.cpp"), QStringLiteral(LIBRARY),
-                        QStringLiteral("-Wl,-rpath," LIBRARY_DIR), QStringLiteral("-lQt5DBus"),
-                        QStringLiteral("-lQt5Core")}
-                + flagsOf(QStringLiteral("Qt5DBus")));
-    QCOMPARE(succeed(m_folder.filePath(QStringLiteral("client")),
-                     {QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH)}),
-             QStringLiteral("3 1\nmade.Up0 service0 0\n[] 0\n[] 0"));
+    const QString proxy = "Control1Proxy";
+    succeed("qdbusxml2cpp",
+            {"-c", proxy, "-i", "DBus/types.h", "-p", proxy, descriptionOf("Control1")});
+    const QString moc = succeed("pkg-config", {"--variable=host_bins", "Qt5Core"}) + "/moc";
+    succeed(moc, {"Control1Proxy.h", "-o", "moc.cpp"});
+    writeFile(m_folder.filePath("client.cpp"), QLatin1String(client));
+    succeed(CXX,
+            QStringList{"-std=c++17", "-fPIC", "-I" SOURCE_DIR "/src/common",
+                        "-I" SOURCE_DIR "/src/lib", "-I.", "-o", "client", "client.cpp",
+                        "Control1Proxy.cpp", "moc.cpp", LIBRARY, "-Wl,-rpath," LIBRARY_DIR,
+                        "-lQt5DBus", "-lQt5Core"}
+                + flagsOf("Qt5DBus"));
+    QCOMPARE(succeed(m_folder.filePath("client"), {OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH}),
+             "3 1\nmade.Up0 service0 0\n[] 0\n[] 0");
 }
 
 void TestGeneratedCode::codeOfGdbusCodegenCompiles()
 {
-    const QStringList flags = flagsOf(QStringLiteral("gio-unix-2.0"));
+    const QStringList flags = flagsOf("gio-unix-2.0");
     for (const QString &interface : interfaces) {
-        succeed(QStringLiteral("gdbus-codegen"),
-                {QStringLiteral("--generate-c-code"), interface, descriptionOf(interface)});
-        succeed(QStringLiteral("cc"),
-                QStringList{QStringLiteral("-fsyntax-only"), interface + QStringLiteral(".c")}
-                    + flags);
+        succeed("gdbus-codegen", {"--generate-c-code", interface, descriptionOf(interface)});
+        succeed("cc", QStringList{"-fsyntax-only", interface + ".c"} + flags);
     }
 }
 
@@ -190,18 +173,15 @@ void TestGeneratedCode::codeOfSdbusXml2cppCompiles()
 {
     QString all;
     for (const QString &interface : interfaces) {
-        const QString proxy = interface + QStringLiteral("SdbusProxy.h");
-        const QString adaptor = interface + QStringLiteral("SdbusAdaptor.h");
-        succeed(QStringLiteral("sdbus-c++-xml2cpp"),
-                {descriptionOf(interface), QStringLiteral("--proxy=") + proxy,
-                 QStringLiteral("--adaptor=") + adaptor});
-        all += QStringLiteral("#include \"%1\"\n#include \"%2\"\n").arg(proxy, adaptor);
+        const QString proxy = interface + "SdbusProxy.h";
+        const QString adaptor = interface + "SdbusAdaptor.h";
+        succeed("sdbus-c++-xml2cpp",
+                {descriptionOf(interface), "--proxy=" + proxy, "--adaptor=" + adaptor});
+        all += QString("#include \"%1\"\n#include \"%2\"\n").arg(proxy, adaptor);
     }
-    writeFile(m_folder.filePath(QStringLiteral("all_sdbus.cpp")), all);
-    succeed(QStringLiteral(CXX),
-            QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fsyntax-only"),
-                        QStringLiteral("all_sdbus.cpp")}
-                + flagsOf(QStringLiteral("sdbus-c++")));
+    writeFile(m_folder.filePath("all_sdbus.cpp"), all);
+    succeed(CXX,
+            QStringList{"-std=c++17", "-fsyntax-only", "all_sdbus.cpp"} + flagsOf("sdbus-c++"));
 }
 
 OSTREL_TEST_MAIN(TestGeneratedCode)

@@ -19,9 +19,9 @@ namespace
 // The first block of the README in this language.
 QString block(const QString &language)
 {
-    const QRegularExpression fence(QStringLiteral("```%1\\n(.*?)```").arg(language),
+    const QRegularExpression fence(QString("```%1\\n(.*?)```").arg(language),
                                    QRegularExpression::DotMatchesEverythingOption);
-    return fence.match(readFile(QStringLiteral(SOURCE_DIR "/README.md"))).captured(1);
+    return fence.match(readFile(SOURCE_DIR "/README.md")).captured(1);
 }
 
 } // namespace
@@ -64,18 +64,15 @@ void TestInstallation::initTestCase()
     m_simulator->start();
 
     // Installed in one place, used in another.
-    const QString first = m_folder.filePath(QStringLiteral("first"));
-    m_prefix = m_folder.filePath(QStringLiteral("moved"));
-    succeed(QStringLiteral(CMAKE),
-            {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),
-             first});
+    const QString first = m_folder.filePath("first");
+    m_prefix = m_folder.filePath("moved");
+    succeed(CMAKE, {"--install", BUILD_DIR, "--prefix", first});
     QVERIFY(QDir().rename(first, m_prefix));
 
     m_environment = QProcessEnvironment::systemEnvironment();
-    const QString libraries = m_prefix + QStringLiteral("/" LIBDIR);
-    m_environment.insert(QStringLiteral("LD_LIBRARY_PATH"), libraries);
-    m_environment.insert(QStringLiteral("PKG_CONFIG_PATH"),
-                         libraries + QStringLiteral("/pkgconfig"));
+    const QString libraries = m_prefix + "/" LIBDIR;
+    m_environment.insert("LD_LIBRARY_PATH", libraries);
+    m_environment.insert("PKG_CONFIG_PATH", libraries + "/pkgconfig");
 }
 
 // A folder for each test, with the program in it.
@@ -83,9 +80,9 @@ void TestInstallation::init()
 {
     m_project = m_folder.filePath(QString::fromLatin1(QTest::currentTestFunction()));
     QVERIFY(QDir().mkpath(m_project));
-    const QString program = block(QStringLiteral("cpp"));
-    QVERIFY(program.contains(QStringLiteral("int main(")));
-    writeFile(m_project + QStringLiteral("/main.cpp"), program);
+    const QString program = block("cpp");
+    QVERIFY(program.contains("int main("));
+    writeFile(m_project + "/main.cpp", program);
 }
 
 QString TestInstallation::succeed(const QString &program, const QStringList &arguments)
@@ -109,43 +106,43 @@ QString TestInstallation::succeed(const QString &program, const QStringList &arg
 void TestInstallation::runProgram(const QString &path)
 {
     const Result result = run(path, {}, m_environment);
-    QCOMPARE(result.errors, QStringLiteral("state 2 \"\"\n"));
+    QCOMPARE(result.errors, "state 2 \"\"\n");
     QCOMPARE(result.exitStatus, 0);
 }
 
 void TestInstallation::installsWhatAProgramNeeds()
 {
-    const QString library = QStringLiteral(LIBDIR "/");
-    const QString headers = QStringLiteral("include/ostrel-system-qt5/");
-    const QString package = library + QStringLiteral("cmake/OstrelSystemQt5/");
+    const QString library = LIBDIR "/";
+    const QString headers = "include/ostrel-system-qt5/";
+    const QString package = library + "cmake/OstrelSystemQt5/";
     QStringList expected{
-        QStringLiteral("bin/ostrelctl"),
-        headers + QStringLiteral("DBus/types.h"),
-        headers + QStringLiteral("Ostrel/Control"),
-        headers + QStringLiteral("Ostrel/DebugParams"),
-        headers + QStringLiteral("Ostrel/Error"),
-        headers + QStringLiteral("Ostrel/TaskInvoker"),
-        headers + QStringLiteral("Ostrel/WindowManagement"),
-        headers + QStringLiteral("Ostrel/control.h"),
-        headers + QStringLiteral("Ostrel/debug_params.h"),
-        headers + QStringLiteral("Ostrel/error.h"),
-        headers + QStringLiteral("Ostrel/export.h"),
-        headers + QStringLiteral("Ostrel/task_invoker.h"),
-        headers + QStringLiteral("Ostrel/window_management.h"),
-        package + QStringLiteral("OstrelSystemQt5Config.cmake"),
-        package + QStringLiteral("OstrelSystemQt5ConfigVersion.cmake"),
-        package + QStringLiteral("OstrelSystemQt5Targets-" BUILD_TYPE ".cmake"),
-        package + QStringLiteral("OstrelSystemQt5Targets.cmake"),
-        library + QStringLiteral("libostrel-system-qt5.so"),
-        library + QStringLiteral("libostrel-system-qt5.so.1"),
-        library + QStringLiteral("libostrel-system-qt5.so.1.0.0"),
-        library + QStringLiteral("pkgconfig/ostrel-system-qt5.pc"),
-        QStringLiteral("share/bash-completion/completions/ostrelctl"),
-        QStringLiteral("share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml"),
-        QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_INTERFACE ".xml"),
-        QStringLiteral("share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"),
-        QStringLiteral("share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml"),
-        QStringLiteral("share/man/man1/ostrelctl.1"),
+        "bin/ostrelctl",
+        headers + "DBus/types.h",
+        headers + "Ostrel/Control",
+        headers + "Ostrel/DebugParams",
+        headers + "Ostrel/Error",
+        headers + "Ostrel/TaskInvoker",
+        headers + "Ostrel/WindowManagement",
+        headers + "Ostrel/control.h",
+        headers + "Ostrel/debug_params.h",
+        headers + "Ostrel/error.h",
+        headers + "Ostrel/export.h",
+        headers + "Ostrel/task_invoker.h",
+        headers + "Ostrel/window_management.h",
+        package + "OstrelSystemQt5Config.cmake",
+        package + "OstrelSystemQt5ConfigVersion.cmake",
+        package + "OstrelSystemQt5Targets-" BUILD_TYPE ".cmake",
+        package + "OstrelSystemQt5Targets.cmake",
+        library + "libostrel-system-qt5.so",
+        library + "libostrel-system-qt5.so.1",
+        library + "libostrel-system-qt5.so.1.0.0",
+        library + "pkgconfig/ostrel-system-qt5.pc",
+        "share/bash-completion/completions/ostrelctl",
+        "share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml",
+        "share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_INTERFACE ".xml",
+        "share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml",
+        "share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml",
+        "share/man/man1/ostrelctl.1",
     };
     expected.sort();
     QCOMPARE(filesBelow(m_prefix), expected);
@@ -153,99 +150,76 @@ void TestInstallation::installsWhatAProgramNeeds()
 
 void TestInstallation::installsTheSimulatorOnlyWhenAsked()
 {
-    const QString prefix = m_project + QStringLiteral("/prefix");
-    succeed(QStringLiteral(CMAKE),
-            {QStringLiteral("--install"), QStringLiteral(BUILD_DIR), QStringLiteral("--prefix"),
-             prefix, QStringLiteral("--component"), QStringLiteral("simulator")});
+    const QString prefix = m_project + "/prefix";
+    succeed(CMAKE, {"--install", BUILD_DIR, "--prefix", prefix, "--component", "simulator"});
     QCOMPARE(
         filesBelow(prefix),
-        (QStringList{QStringLiteral("bin/ostrel-simulator"),
-                     QStringLiteral("share/bash-completion/completions/ostrel-simulator"),
-                     QStringLiteral("share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml"),
-                     QStringLiteral("share/man/man1/ostrel-simulator.1")}));
+        (QStringList{"bin/ostrel-simulator", "share/bash-completion/completions/ostrel-simulator",
+                     "share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml",
+                     "share/man/man1/ostrel-simulator.1"}));
 }
 
 void TestInstallation::isFoundByCMake()
 {
-    writeFile(m_project + QStringLiteral("/CMakeLists.txt"), block(QStringLiteral("cmake")));
-    succeed(QStringLiteral(CMAKE),
-            {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-B"),
-             QStringLiteral("build"), QStringLiteral("-DCMAKE_PREFIX_PATH=") + m_prefix});
-    succeed(QStringLiteral(CMAKE), {QStringLiteral("--build"), QStringLiteral("build")});
-    runProgram(m_project + QStringLiteral("/build/program"));
+    writeFile(m_project + "/CMakeLists.txt", block("cmake"));
+    succeed(CMAKE, {"-G", "Ninja", "-B", "build", "-DCMAKE_PREFIX_PATH=" + m_prefix});
+    succeed(CMAKE, {"--build", "build"});
+    runProgram(m_project + "/build/program");
 }
 
 void TestInstallation::nextVersionIsNotFound()
 {
-    writeFile(m_project + QStringLiteral("/CMakeLists.txt"),
-              block(QStringLiteral("cmake")).replace(QStringLiteral("1.0"), QStringLiteral("2.0")));
-    const Result result =
-        run(QStringLiteral(CMAKE),
-            {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"), m_project,
-             QStringLiteral("-B"), m_project + QStringLiteral("/build"),
-             QStringLiteral("-DCMAKE_PREFIX_PATH=") + m_prefix},
-            m_environment);
+    writeFile(m_project + "/CMakeLists.txt", block("cmake").replace("1.0", "2.0"));
+    const Result result = run(CMAKE,
+                              {"-G", "Ninja", "-S", m_project, "-B", m_project + "/build",
+                               "-DCMAKE_PREFIX_PATH=" + m_prefix},
+                              m_environment);
     QVERIFY(result.exitStatus != 0);
-    QVERIFY2(result.errors.contains(QStringLiteral("version: 1.0.0")), qPrintable(result.errors));
+    QVERIFY2(result.errors.contains("version: 1.0.0"), qPrintable(result.errors));
 }
 
 void TestInstallation::isFoundByPkgConfig()
 {
-    const QString module = QStringLiteral("ostrel-system-qt5");
+    const QString module = "ostrel-system-qt5";
     const auto pkgConfig = [this, &module](const QString &question) {
-        return succeed(QStringLiteral("pkg-config"), {question, module});
+        return succeed("pkg-config", {question, module});
     };
-    QCOMPARE(pkgConfig(QStringLiteral("--modversion")), QStringLiteral("1.0.0"));
-    QCOMPARE(pkgConfig(QStringLiteral("--variable=service_name")),
-             QStringLiteral(OSTREL_SERVICE_NAME));
+    QCOMPARE(pkgConfig("--modversion"), "1.0.0");
+    QCOMPARE(pkgConfig("--variable=service_name"), OSTREL_SERVICE_NAME);
 
-    const QStringList flags = (pkgConfig(QStringLiteral("--cflags")) + QLatin1Char(' ')
-                               + pkgConfig(QStringLiteral("--libs")))
+    const QStringList flags = (pkgConfig("--cflags") + QLatin1Char(' ') + pkgConfig("--libs"))
                                   .split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    succeed(QStringLiteral(CXX),
-            QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"),
-                        QStringLiteral("main.cpp"), QStringLiteral("-o"), QStringLiteral("program")}
-                + flags);
-    runProgram(m_project + QStringLiteral("/program"));
+    succeed(CXX, QStringList{"-std=c++17", "-fPIC", "main.cpp", "-o", "program"} + flags);
+    runProgram(m_project + "/program");
 }
 
 void TestInstallation::isFoundByQmake()
 {
-    QVERIFY(QFile::copy(QStringLiteral(SOURCE_DIR "/tests/product/consumer/consumer.pro"),
-                        m_project + QStringLiteral("/consumer.pro")));
-    const QString qmake =
-        succeed(QStringLiteral("pkg-config"),
-                {QStringLiteral("--variable=host_bins"), QStringLiteral("Qt5Core")})
-        + QStringLiteral("/qmake");
+    QVERIFY(QFile::copy(SOURCE_DIR "/tests/product/consumer/consumer.pro",
+                        m_project + "/consumer.pro"));
+    const QString qmake = succeed("pkg-config", {"--variable=host_bins", "Qt5Core"}) + "/qmake";
     succeed(qmake, {});
-    succeed(QStringLiteral("make"), {});
-    runProgram(m_project + QStringLiteral("/program"));
+    succeed("make", {});
+    runProgram(m_project + "/program");
 }
 
 // Whatever settings the other project has.
 void TestInstallation::eachHeaderStandsAlone()
 {
-    const QString headers = m_prefix + QStringLiteral("/include/ostrel-system-qt5/");
-    const QStringList flags =
-        succeed(QStringLiteral("pkg-config"),
-                {QStringLiteral("--cflags"), QStringLiteral("ostrel-system-qt5")})
-            .replace(QStringLiteral("-I/usr"), QStringLiteral("-isystem/usr"))
-            .split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QString headers = m_prefix + "/include/ostrel-system-qt5/";
+    const QStringList flags = succeed("pkg-config", {"--cflags", "ostrel-system-qt5"})
+                                  .replace("-I/usr", "-isystem/usr")
+                                  .split(QLatin1Char(' '), Qt::SkipEmptyParts);
     const QStringList all = filesBelow(headers.chopped(1));
     for (const QString &header : all) {
-        writeFile(
-            m_project + QStringLiteral("/header.cpp"),
-            QStringLiteral("#include <%1>\n#include <%1>\nvoid function();\nvoid function() {}\n")
-                .arg(header));
-        succeed(QStringLiteral(CXX),
-                QStringList{QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"),
-                            QStringLiteral("-fsyntax-only"), QStringLiteral("-Wall"),
-                            QStringLiteral("-Wextra"), QStringLiteral("-Wpedantic"),
-                            QStringLiteral("-Wshadow"), QStringLiteral("-Wnon-virtual-dtor"),
-                            QStringLiteral("-Werror"), QStringLiteral("-DQT_NO_KEYWORDS"),
-                            QStringLiteral("-DQT_NO_CAST_FROM_ASCII"),
-                            QStringLiteral("-DQT_NO_CAST_TO_ASCII"),
-                            QStringLiteral("-DQT_NO_FOREACH"), QStringLiteral("header.cpp")}
+        writeFile(m_project + "/header.cpp",
+                  QString("#include <%1>\n#include <%1>\nvoid function();\nvoid function() {}\n")
+                      .arg(header));
+        succeed(CXX,
+                QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra",
+                            "-Wpedantic", "-Wshadow", "-Wnon-virtual-dtor", "-Werror",
+                            "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII", "-DQT_NO_CAST_TO_ASCII",
+                            "-DQT_NO_FOREACH", "header.cpp"}
                     + flags);
     }
 }

@@ -85,18 +85,16 @@ QMap<QString, Interface> interfacesIn(const QString &xml)
 
 QMap<QString, Interface> interfacesInFile(const QString &interface)
 {
-    return interfacesIn(readFile(QStringLiteral(INTERFACES_DIR "/%1.xml").arg(interface)));
+    return interfacesIn(readFile(QString(INTERFACES_DIR "/%1.xml").arg(interface)));
 }
 
 // Some value of each type, in busctl's form. The string names a task that there is.
 QStringList someValues(QString signature)
 {
     QStringList values;
-    signature.replace(QStringLiteral("a{sv}"), QStringLiteral("m"));
+    signature.replace("a{sv}", "m");
     for (const QChar type : qAsConst(signature)) {
-        values.append(type == QLatin1Char('s')       ? QStringLiteral("contacts")
-                          : type == QLatin1Char('m') ? QStringLiteral("0")
-                                                     : QStringLiteral("1"));
+        values.append(type == QLatin1Char('s') ? "contacts" : type == QLatin1Char('m') ? "0" : "1");
     }
     return values;
 }
@@ -106,12 +104,11 @@ void addInterfaces()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("interface");
-    QTest::newRow("TaskInvoker1") << QStringLiteral(OSTREL_TASK_INVOKER_PATH)
-                                  << QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE);
-    QTest::newRow("TaskInvokerSession1") << sessionPath(QStringLiteral("sync"))
-                                         << QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
-    QTest::newRow("WindowManagement1") << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH)
-                                       << QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
+    QTest::newRow("TaskInvoker1") << OSTREL_TASK_INVOKER_PATH << OSTREL_TASK_INVOKER_INTERFACE;
+    QTest::newRow("TaskInvokerSession1")
+        << sessionPath("sync") << OSTREL_TASK_INVOKER_SESSION_INTERFACE;
+    QTest::newRow("WindowManagement1")
+        << OSTREL_WINDOW_MANAGEMENT_PATH << OSTREL_WINDOW_MANAGEMENT_INTERFACE;
 }
 
 } // namespace
@@ -152,7 +149,7 @@ void TestInterfaces::initTestCase()
 void TestInterfaces::init()
 {
     m_simulator->reset();
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
 }
 
@@ -164,10 +161,8 @@ Result TestInterfaces::busctl(const QStringList &arguments) const
 void TestInterfaces::simulatorExportsTheDescriptions_data()
 {
     addInterfaces();
-    QTest::newRow("Control1") << QStringLiteral(OSTREL_CONTROL_PATH)
-                              << QStringLiteral(OSTREL_CONTROL_INTERFACE);
-    QTest::newRow("Simulator1") << QStringLiteral(OSTREL_SIMULATOR_PATH)
-                                << QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
+    QTest::newRow("Control1") << OSTREL_CONTROL_PATH << OSTREL_CONTROL_INTERFACE;
+    QTest::newRow("Simulator1") << OSTREL_SIMULATOR_PATH << OSTREL_SIMULATOR_INTERFACE;
 }
 
 void TestInterfaces::simulatorExportsTheDescriptions()
@@ -178,17 +173,15 @@ void TestInterfaces::simulatorExportsTheDescriptions()
     QCOMPARE(described.keys(), QStringList(interface));
     QVERIFY(!described.value(interface).methods.isEmpty());
 
-    const Result exported = busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
-                                    QStringLiteral(OSTREL_SERVICE_NAME), path});
+    const Result exported = busctl({"introspect", "--xml-interface", OSTREL_SERVICE_NAME, path});
     QCOMPARE(exported.exitStatus, 0);
     QVERIFY(interfacesIn(exported.output).value(interface) == described.value(interface));
 
     // It can be found from the service's own path on.
-    const Result parent =
-        busctl({QStringLiteral("introspect"), QStringLiteral("--xml-interface"),
-                QStringLiteral(OSTREL_SERVICE_NAME), path.section(QLatin1Char('/'), 0, -2)});
+    const Result parent = busctl({"introspect", "--xml-interface", OSTREL_SERVICE_NAME,
+                                  path.section(QLatin1Char('/'), 0, -2)});
     QVERIFY(parent.output.contains(
-        QStringLiteral("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
+        QString("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
 }
 
 void TestInterfaces::simulatorRepliesWithTheDescribedTypes_data()
@@ -202,10 +195,9 @@ void TestInterfaces::simulatorRepliesWithTheDescribedTypes()
     QFETCH(QString, interface);
     const Methods methods = interfacesInFile(interface).value(interface).methods;
     for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
-        const Result answer =
-            busctl(QStringList{QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME), path,
-                               interface, method.key(), method->inSignature}
-                   + someValues(method->inSignature));
+        const Result answer = busctl(QStringList{"call", OSTREL_SERVICE_NAME, path, interface,
+                                                 method.key(), method->inSignature}
+                                     + someValues(method->inSignature));
         QVERIFY2(answer.exitStatus == 0, qPrintable(answer.errors));
         QCOMPARE(answer.output.section(QLatin1Char(' '), 0, 0).trimmed(), method->outSignature);
     }
@@ -215,14 +207,13 @@ void TestInterfaces::simulatorRepliesWithTheDescribedTypes()
 // what it takes.
 void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
 {
-    const QString interface = QStringLiteral(OSTREL_SIMULATOR_INTERFACE);
+    const QString interface = OSTREL_SIMULATOR_INTERFACE;
     const Methods methods = interfacesInFile(interface).value(interface).methods;
     QCOMPARE(methods.size(), 19);
     for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
         const QDBusMessage wrong = m_simulator->desk(method.key(), {true});
-        QCOMPARE(
-            wrong.errorMessage(),
-            QStringLiteral("%1 takes \"%2\", not \"b\"").arg(method.key(), method->inSignature));
+        QCOMPARE(wrong.errorMessage(),
+                 QString("%1 takes \"%2\", not \"b\"").arg(method.key(), method->inSignature));
         if (method->inSignature.isEmpty()) {
             QCOMPARE(m_simulator->desk(method.key()).signature(), method->outSignature);
         } else {
@@ -236,9 +227,9 @@ void TestInterfaces::librarySendsTheDescribedTypes()
     m_simulator->reset();
     reportWindow();
     Events events;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    invoker.start(QStringLiteral("contacts"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("contacts"), events.stopped());
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
+    invoker.start("contacts", {}, {}, events.started());
+    invoker.stop("contacts", events.stopped());
     events.waitFor(2);
     const QVector<Call> calls = m_simulator->calls();
 
@@ -249,9 +240,9 @@ void TestInterfaces::librarySendsTheDescribedTypes()
         sent[call.interface].append(call.member);
     }
     // Every method that is described has its place in the library.
-    for (const QString &interface : {QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
-                                     QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-                                     QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE)}) {
+    for (const char *interface :
+         {OSTREL_TASK_INVOKER_INTERFACE, OSTREL_TASK_INVOKER_SESSION_INTERFACE,
+          OSTREL_WINDOW_MANAGEMENT_INTERFACE}) {
         QCOMPARE(sent.value(interface),
                  QStringList(interfacesInFile(interface).value(interface).methods.keys()));
     }
@@ -259,22 +250,19 @@ void TestInterfaces::librarySendsTheDescribedTypes()
 
 void TestInterfaces::propertiesHaveTheDescribedTypes()
 {
-    const QString xml =
-        readFile(QStringLiteral(INTERFACES_DIR "/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml"));
+    const QString xml = readFile(INTERFACES_DIR "/" OSTREL_TASK_INVOKER_SESSION_INTERFACE ".xml");
     int properties = 0;
     QXmlStreamReader reader(xml);
     while (!reader.atEnd()) {
         if (reader.readNext() == QXmlStreamReader::StartElement
             && reader.name() == QLatin1String("property")) {
             const QXmlStreamAttributes attributes = reader.attributes();
-            const Result read =
-                busctl({QStringLiteral("get-property"), QStringLiteral(OSTREL_SERVICE_NAME),
-                        sessionPath(QStringLiteral("sync")),
-                        QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-                        attributes.value(QLatin1String("name")).toString()});
+            const Result read = busctl({"get-property", OSTREL_SERVICE_NAME, sessionPath("sync"),
+                                        OSTREL_TASK_INVOKER_SESSION_INTERFACE,
+                                        attributes.value(QLatin1String("name")).toString()});
             QCOMPARE(read.output.section(QLatin1Char(' '), 0, 0),
                      attributes.value(QLatin1String("type")).toString());
-            QCOMPARE(attributes.value(QLatin1String("access")).toString(), QStringLiteral("read"));
+            QCOMPARE(attributes.value(QLatin1String("access")).toString(), "read");
             ++properties;
         }
     }

@@ -20,9 +20,7 @@ private Q_SLOTS:
 // Its symbols are those that the package promises, as the linker spells them.
 void TestLibrary::exportsOnlyItsClasses()
 {
-    const Result result = run(QStringLiteral("nm"),
-                              {QStringLiteral("--dynamic"), QStringLiteral("--defined-only"),
-                               QStringLiteral("--format=posix"), QStringLiteral(LIBRARY)});
+    const Result result = run("nm", {"--dynamic", "--defined-only", "--format=posix", LIBRARY});
     QCOMPARE(result.exitStatus, 0);
     QStringList exported;
     const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -31,11 +29,9 @@ void TestLibrary::exportsOnlyItsClasses()
     }
     exported.sort();
 
-    static const QRegularExpression promise(QStringLiteral("^ (\\S+)@Base "),
-                                            QRegularExpression::MultilineOption);
+    static const QRegularExpression promise("^ (\\S+)@Base ", QRegularExpression::MultilineOption);
     QStringList promised;
-    auto each = promise.globalMatch(
-        readFile(QStringLiteral(SOURCE_DIR "/debian/libostrel-system-qt5-1.symbols")));
+    auto each = promise.globalMatch(readFile(SOURCE_DIR "/debian/libostrel-system-qt5-1.symbols"));
     while (each.hasNext()) {
         promised.append(each.next().captured(1));
     }
@@ -45,30 +41,26 @@ void TestLibrary::exportsOnlyItsClasses()
 
 void TestLibrary::linksOnlyCoreAndDBus()
 {
-    const Result result =
-        run(QStringLiteral("readelf"), {QStringLiteral("--dynamic"), QStringLiteral(LIBRARY)});
+    const Result result = run("readelf", {"--dynamic", LIBRARY});
     QCOMPARE(result.exitStatus, 0);
     QStringList needed;
     QString name;
-    const QRegularExpression entry(QStringLiteral("\\((NEEDED|SONAME)\\).*\\[(.*)\\]"));
+    const QRegularExpression entry("\\((NEEDED|SONAME)\\).*\\[(.*)\\]");
     auto each = entry.globalMatch(result.output);
     while (each.hasNext()) {
         const auto match = each.next();
         if (match.captured(1) == QLatin1String("SONAME")) {
             name = match.captured(2);
             // The dynamic linker keeps the variables of threads.
-        } else if (!QRegularExpression(
-                        QStringLiteral(
-                            "^(lib(stdc\\+\\+|gcc_s|c|m)|ld(64|-linux[a-z0-9_-]*))\\.so"))
+        } else if (!QRegularExpression("^(lib(stdc\\+\\+|gcc_s|c|m)|ld(64|-linux[a-z0-9_-]*))\\.so")
                         .match(match.captured(2))
                         .hasMatch()) {
             needed.append(match.captured(2));
         }
     }
     needed.sort();
-    QCOMPARE(needed,
-             (QStringList{QStringLiteral("libQt5Core.so.5"), QStringLiteral("libQt5DBus.so.5")}));
-    QCOMPARE(name, QStringLiteral("libostrel-system-qt5.so.1"));
+    QCOMPARE(needed, (QStringList{"libQt5Core.so.5", "libQt5DBus.so.5"}));
+    QCOMPARE(name, "libostrel-system-qt5.so.1");
 }
 
 OSTREL_TEST_MAIN(TestLibrary)

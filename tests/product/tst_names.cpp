@@ -18,28 +18,22 @@ private Q_SLOTS:
 
 void TestNames::busNamesAreSpelledAsDocumented()
 {
-    const QString prefix = QStringLiteral(OSTREL_VENDOR_PREFIX);
-    const QString service = prefix + QStringLiteral(".Ostrel");
+    const QString prefix = OSTREL_VENDOR_PREFIX;
+    const QString service = prefix + ".Ostrel";
     const QString path =
         QLatin1Char('/') + QString(service).replace(QLatin1Char('.'), QLatin1Char('/'));
-    QCOMPARE(QStringLiteral(OSTREL_SERVICE_NAME), service);
-    QCOMPARE(QStringLiteral(OSTREL_SERVICE_PATH), path);
-    QCOMPARE(QStringLiteral(OSTREL_ERROR_PREFIX), service + QStringLiteral(".Error."));
-    QCOMPARE(QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX),
-             QStringLiteral("org.freedesktop.DBus.Error."));
-    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_PATH), path + QStringLiteral("/TaskInvoker1"));
-    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
-             service + QStringLiteral(".TaskInvoker1"));
-    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH),
-             path + QStringLiteral("/TaskInvokerSessions/"));
-    QCOMPARE(QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-             service + QStringLiteral(".TaskInvokerSession1"));
-    QCOMPARE(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-             path + QStringLiteral("/WindowManagement1"));
-    QCOMPARE(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-             service + QStringLiteral(".WindowManagement1"));
-    QCOMPARE(QStringLiteral(OSTREL_SIMULATOR_PATH), path + QStringLiteral("/Simulator1"));
-    QCOMPARE(QStringLiteral(OSTREL_SIMULATOR_INTERFACE), service + QStringLiteral(".Simulator1"));
+    QCOMPARE(OSTREL_SERVICE_NAME, service);
+    QCOMPARE(OSTREL_SERVICE_PATH, path);
+    QCOMPARE(OSTREL_ERROR_PREFIX, service + ".Error.");
+    QCOMPARE(OSTREL_STANDARD_ERROR_PREFIX, "org.freedesktop.DBus.Error.");
+    QCOMPARE(OSTREL_TASK_INVOKER_PATH, path + "/TaskInvoker1");
+    QCOMPARE(OSTREL_TASK_INVOKER_INTERFACE, service + ".TaskInvoker1");
+    QCOMPARE(OSTREL_TASK_INVOKER_SESSIONS_PATH, path + "/TaskInvokerSessions/");
+    QCOMPARE(OSTREL_TASK_INVOKER_SESSION_INTERFACE, service + ".TaskInvokerSession1");
+    QCOMPARE(OSTREL_WINDOW_MANAGEMENT_PATH, path + "/WindowManagement1");
+    QCOMPARE(OSTREL_WINDOW_MANAGEMENT_INTERFACE, service + ".WindowManagement1");
+    QCOMPARE(OSTREL_SIMULATOR_PATH, path + "/Simulator1");
+    QCOMPARE(OSTREL_SIMULATOR_INTERFACE, service + ".Simulator1");
 }
 
 OSTREL_TEST_MAIN(TestNames)

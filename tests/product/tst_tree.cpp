@@ -31,23 +31,22 @@ private:
 void TestTree::initTestCase()
 {
     // What belongs to the tree, git knows; of a copy without git, all of it but what is built.
-    const Result listed = QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty()
+    const Result listed = QStandardPaths::findExecutable("git").isEmpty()
         ? Result()
-        : run(QStringLiteral("git"),
-              {QStringLiteral("-c"), QStringLiteral("safe.directory=*"), QStringLiteral("-C"),
-               QStringLiteral(SOURCE_DIR), QStringLiteral("ls-files"), QStringLiteral("--cached"),
-               QStringLiteral("--others"), QStringLiteral("--exclude-standard")});
+        : run("git",
+              {"-c", "safe.directory=*", "-C", SOURCE_DIR, "ls-files", "--cached", "--others",
+               "--exclude-standard"});
     const QStringList all = listed.exitStatus == 0
         ? listed.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-        : filesBelow(QStringLiteral(SOURCE_DIR));
+        : filesBelow(SOURCE_DIR);
     for (const QString &file : all) {
-        if (!QRegularExpression(QStringLiteral("^(\\.git|build|\\.cache)(/|$)|(^|/)__pycache__/"))
+        if (!QRegularExpression("^(\\.git|build|\\.cache)(/|$)|(^|/)__pycache__/")
                  .match(file)
                  .hasMatch()) {
             m_files.append(file);
         }
     }
-    QVERIFY(m_files.contains(QStringLiteral("CMakeLists.txt")));
+    QVERIFY(m_files.contains("CMakeLists.txt"));
 }
 
 void TestTree::everyFileHasItsLicence()
@@ -57,15 +56,15 @@ void TestTree::everyFileHasItsLicence()
             continue;
         }
         // A file that cannot hold a comment has one beside it, or one for all in the folder above.
-        const QString beside = file + QStringLiteral(".license");
-        const QString above = QStringLiteral("tests/robustness/fuzz/corpus/");
+        const QString beside = file + ".license";
+        const QString above = "tests/robustness/fuzz/corpus/";
         const QString holder = m_files.contains(beside) ? beside
-            : file.startsWith(above)                    ? above + QStringLiteral("REUSE.toml")
+            : file.startsWith(above)                    ? above + "REUSE.toml"
                                                         : file;
-        const QString text = readFile(QStringLiteral(SOURCE_DIR "/") + holder);
+        const QString text = readFile(SOURCE_DIR "/" + holder);
         const QString beginning = text.section(QLatin1Char('\n'), 0, 7);
-        for (const QString &tag : {QStringLiteral("SPDX-FileCopyrightText: "),
-                                   QStringLiteral("SPDX-License-Identifier: LGPL-2.1-or-later")}) {
+        for (const char *tag :
+             {"SPDX-FileCopyrightText: ", "SPDX-License-Identifier: LGPL-2.1-or-later"}) {
             QVERIFY2(beginning.contains(tag), qPrintable(file));
         }
     }
@@ -74,14 +73,13 @@ void TestTree::everyFileHasItsLicence()
 // The prefix is set once. Nothing else spells a name that is made of it, in either form.
 void TestTree::busNamesComeFromOnePlace()
 {
-    const QString prefix = QStringLiteral("org") + QStringLiteral(".ostrel");
-    QVERIFY(readFile(QStringLiteral(SOURCE_DIR "/cmake/OstrelNames.cmake"))
-                .contains(QStringLiteral("set(OSTREL_VENDOR_PREFIX \"%1\" CACHE").arg(prefix)));
-    const QString path = QStringLiteral("org") + QStringLiteral("/ostrel");
-    const QStringList mayNameIt{QStringLiteral("README.md"),
-                                QStringLiteral("cmake/OstrelNames.cmake")};
+    const QString prefix = QString("org") + ".ostrel";
+    QVERIFY(readFile(SOURCE_DIR "/cmake/OstrelNames.cmake")
+                .contains(QString("set(OSTREL_VENDOR_PREFIX \"%1\" CACHE").arg(prefix)));
+    const QString path = QString("org") + "/ostrel";
+    const QStringList mayNameIt{"README.md", "cmake/OstrelNames.cmake"};
     for (const QString &file : qAsConst(m_files)) {
-        const QString text = readFile(QStringLiteral(SOURCE_DIR "/") + file);
+        const QString text = readFile(SOURCE_DIR "/" + file);
         const bool names =
             text.contains(prefix, Qt::CaseInsensitive) || text.contains(path, Qt::CaseInsensitive);
         QVERIFY2(!names || mayNameIt.contains(file), qPrintable(file));
@@ -92,10 +90,10 @@ void TestTree::versionIsTheSameEverywhere()
 {
     const auto first = [](const char *file, const char *pattern) {
         return QRegularExpression(QString::fromLatin1(pattern), QRegularExpression::MultilineOption)
-            .match(readFile(QStringLiteral(SOURCE_DIR "/") + QLatin1String(file)))
+            .match(readFile(SOURCE_DIR "/" + QLatin1String(file)))
             .captured(1);
     };
-    const QString version = QStringLiteral(PROJECT_VERSION);
+    const QString version = PROJECT_VERSION;
     QCOMPARE(first("CMakeLists.txt", "^    VERSION (\\S+)$"), version);
     QCOMPARE(first("NEWS.md", "^## (\\S+)$"), version);
     QCOMPARE(first("debian/changelog", "^libostrel-system-qt5 \\((\\S+)\\) "), version);
@@ -105,21 +103,20 @@ void TestTree::versionIsTheSameEverywhere()
 void TestTree::documentsNameFilesThatExist()
 {
     static const QRegularExpression name(
-        QStringLiteral("`((?:abi|cmake|debian|docs|interfaces|scripts|src|tests|tools)/[^`*\\s]+)`"
-                       "|\\]\\(([^):]+)\\)"));
+        "`((?:abi|cmake|debian|docs|interfaces|scripts|src|tests|tools)/[^`*\\s]+)`"
+        "|\\]\\(([^):]+)\\)");
     int names = 0;
     for (const char *document :
          {"CONTRIBUTING.md", "NEWS.md", "README.md", "RELEASING.md", "SECURITY.md"}) {
-        auto each =
-            name.globalMatch(readFile(QStringLiteral(SOURCE_DIR "/") + QLatin1String(document)));
+        auto each = name.globalMatch(readFile(SOURCE_DIR "/" + QLatin1String(document)));
         while (each.hasNext()) {
             const auto match = each.next();
             const QString file = match.captured(1) + match.captured(2);
             // The interface that CONTRIBUTING.md adds is none of the tree.
-            if (!file.contains(QStringLiteral("foo"), Qt::CaseInsensitive)) {
+            if (!file.contains("foo", Qt::CaseInsensitive)) {
                 ++names;
-                QVERIFY2(QFileInfo::exists(QStringLiteral(SOURCE_DIR "/") + file),
-                         qPrintable(QLatin1String(document) + QStringLiteral(": ") + file));
+                QVERIFY2(QFileInfo::exists(SOURCE_DIR "/" + file),
+                         qPrintable(QLatin1String(document) + ": " + file));
             }
         }
     }
@@ -129,19 +126,19 @@ void TestTree::documentsNameFilesThatExist()
 // The links in the texts that are read in the tree itself.
 void TestTree::linksLeadSomewhere()
 {
-    const QRegularExpression link(QStringLiteral("\\]\\(([^)#:]+)(#[^):]*)?\\)"));
+    const QRegularExpression link("\\]\\(([^)#:]+)(#[^):]*)?\\)");
     int followed = 0;
     for (const QString &file : qAsConst(m_files)) {
         // The pages of the documentation link to one another by their names there.
         if (!file.endsWith(QLatin1String(".md")) || file.startsWith(QLatin1String("docs/"))) {
             continue;
         }
-        const QString path = QStringLiteral(SOURCE_DIR "/") + file;
+        const QString path = SOURCE_DIR "/" + file;
         const QDir folder = QFileInfo(path).dir();
         QRegularExpressionMatchIterator each = link.globalMatch(readFile(path));
         while (each.hasNext()) {
             const QString target = each.next().captured(1);
-            QVERIFY2(folder.exists(target), qPrintable(file + QStringLiteral(": ") + target));
+            QVERIFY2(folder.exists(target), qPrintable(file + ": " + target));
             ++followed;
         }
     }

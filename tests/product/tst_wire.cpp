@@ -55,9 +55,9 @@ void TestWire::initTestCase()
 
 QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
 {
-    reportWindow(QStringLiteral("marker"));
+    reportWindow("marker");
     const QVector<QJsonObject> messages = monitor.messagesUntil(
-        [](const QJsonObject &message) { return isReportOf(QStringLiteral("marker"), message); });
+        [](const QJsonObject &message) { return isReportOf("marker", message); });
     const QString self = QDBusConnection::sessionBus().baseService();
     QVector<QJsonObject> own;
     std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(own),
@@ -70,7 +70,7 @@ QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
 void TestWire::windowStatusIsOneMessage()
 {
     BusMonitor monitor(*m_bus);
-    reportWindow(QStringLiteral("main"), -1, 2147483647, 3);
+    reportWindow("main", -1, 2147483647, 3);
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
         return message.value(QLatin1String("type")) == QLatin1String("method_return")
             && message.value(QLatin1String("payload"))[QLatin1String("type")] == QLatin1String("u")
@@ -78,20 +78,17 @@ void TestWire::windowStatusIsOneMessage()
     });
 
     const auto call = std::find_if(messages.cbegin(), messages.cend(), [](const QJsonObject &each) {
-        return isReportOf(QStringLiteral("main"), each);
+        return isReportOf("main", each);
     });
     QVERIFY(call != messages.cend());
-    QCOMPARE(call->value(QLatin1String("type")).toString(), QStringLiteral("method_call"));
-    QCOMPARE(call->value(QLatin1String("destination")).toString(),
-             QStringLiteral(OSTREL_SERVICE_NAME));
+    QCOMPARE(call->value(QLatin1String("type")).toString(), "method_call");
+    QCOMPARE(call->value(QLatin1String("destination")).toString(), OSTREL_SERVICE_NAME);
     QCOMPARE(call->value(QLatin1String("path")).toString(),
-             QStringLiteral(OSTREL_SERVICE_PATH "/WindowManagement1"));
+             OSTREL_SERVICE_PATH "/WindowManagement1");
     QCOMPARE(call->value(QLatin1String("interface")).toString(),
-             QStringLiteral(OSTREL_SERVICE_NAME ".WindowManagement1"));
+             OSTREL_SERVICE_NAME ".WindowManagement1");
     QCOMPARE(call->value(QLatin1String("payload")).toObject(),
-             (QJsonObject{
-                 {QStringLiteral("type"), QStringLiteral("siii")},
-                 {QStringLiteral("data"), QJsonArray{QStringLiteral("main"), -1, 2147483647, 3}}}));
+             (QJsonObject{{"type", "siii"}, {"data", QJsonArray{"main", -1, 2147483647, 3}}}));
     // The service may be started by the call, and has to answer.
     QCOMPARE(call->value(QLatin1String("flags")).toInt(), 0);
 
@@ -110,7 +107,7 @@ void TestWire::serviceReceivesOnlyTheReports()
             members.append(message.value(QLatin1String("member")).toString());
         }
     }
-    QCOMPARE(members, QStringList(QStringLiteral("UpdateWindowStatus")));
+    QCOMPARE(members, QStringList("UpdateWindowStatus"));
 }
 
 // A client's proxy lives until the process ends, so its match rules are never taken back.
@@ -125,8 +122,8 @@ void TestWire::proxyOutlivesItsClient()
     for (const QJsonObject &message : messages) {
         members.append(message.value(QLatin1String("member")).toString());
     }
-    QVERIFY(!members.contains(QStringLiteral("RemoveMatch")));
-    QCOMPARE(members.constLast(), QStringLiteral("UpdateWindowStatus"));
+    QVERIFY(!members.contains("RemoveMatch"));
+    QCOMPARE(members.constLast(), "UpdateWindowStatus");
 }
 
 OSTREL_TEST_MAIN(TestWire)

@@ -34,7 +34,7 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     QCOMPARE(reportWindow().state, 1U);
 
     auto control = std::make_unique<Control>();
-    simulator.desk(QStringLiteral("ListNext"), {2U, 1U});
+    simulator.desk("ListNext", {2U, 1U});
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
     QVERIFY(!control->getRunningApplications(applications, services));
@@ -42,32 +42,32 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     QCOMPARE(applications.size() + services.size(), 3);
 
     Events events;
-    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("photos"));
+    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "photos");
     QVERIFY(!waitUntilReady(*invoker));
     const QString available = text(invoker->availableTasks());
     simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
-    invoker->stop(QStringLiteral("x"), events.stopped(QStringLiteral("held")));
+    invoker->stop("x", events.stopped("held"));
     simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").waitForHeld(1);
 
     simulator.windowStatus().holdNext(2);
     WindowManagement windows;
     Outcomes outcomes;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
     simulator.windowStatus().waitForHeld(2);
     bus.end();
     outcomes.waitFor(2);
 
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
     outcomes.waitFor(3);
-    QCOMPARE(outcomes.at(2).error.message(), QStringLiteral("Not connected to D-Bus server"));
+    QCOMPARE(outcomes.at(2).error.message(), "Not connected to D-Bus server");
     reportWindow();
     QCOMPARE(outcomes.size(), 3);
-    const QString disconnected = QStringLiteral("1 \"Not connected to D-Bus server\"");
+    const QString disconnected = "1 \"Not connected to D-Bus server\"";
     for (int i = 0; i < 2; ++i) {
-        QCOMPARE(text(control->start(QStringLiteral("a.b")).error), disconnected);
-        QCOMPARE(text(control->startDebug(QStringLiteral("a.b"), {}).error), disconnected);
-        QCOMPARE(text(control->terminate(QStringLiteral("a.b"))), disconnected);
+        QCOMPARE(text(control->start("a.b").error), disconnected);
+        QCOMPARE(text(control->startDebug("a.b", {}).error), disconnected);
+        QCOMPARE(text(control->terminate("a.b")), disconnected);
         QCOMPARE(text(control->getRunningApplications(applications, services)), disconnected);
         // Then one that is made without a bus.
         control = std::make_unique<Control>();
@@ -75,14 +75,12 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     QCOMPARE(text(applications) + text(services), listed);
 
     events.waitFor(1);
-    QVERIFY(events.all().at(0).startsWith(QStringLiteral("held 1 ")));
+    QVERIFY(events.all().at(0).startsWith("held 1 "));
     events.clear();
-    invoker->start(QStringLiteral("x"), {}, {}, events.started());
-    invoker->stop(QStringLiteral("x"), events.stopped());
+    invoker->start("x", {}, {}, events.started());
+    invoker->stop("x", events.stopped());
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + disconnected,
-                          QStringLiteral("stopped ") + disconnected}));
+    QCOMPARE(events.all(), (QStringList{"started 0: " + disconnected, "stopped " + disconnected}));
     QCOMPARE(text(invoker->availableTasks()), available);
     // They end as quietly.
     control.reset();

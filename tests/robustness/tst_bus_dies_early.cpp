@@ -91,15 +91,14 @@ void TestBusDiesEarly::readyCallbackComesWhenTheBusEndsDuringTheSubscription()
     QCoreApplication::processEvents();
 
     victim = static_cast<pid_t>(bus.processId());
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "other");
     QCOMPARE(victim.load(), 0);
     QCOMPARE(waitUntilReady(invoker).code(), Error::Failed);
 
     Events events;
-    invoker.stop(QStringLiteral("x"), events.stopped());
+    invoker.stop("x", events.stopped());
     events.waitFor(1);
-    QCOMPARE(events.all(),
-             QStringList(QStringLiteral("stopped 1 \"Not connected to D-Bus server\"")));
+    QCOMPARE(events.all(), QStringList("stopped 1 \"Not connected to D-Bus server\""));
 }
 
 OSTREL_TEST_MAIN(TestBusDiesEarly)

@@ -57,7 +57,7 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
         simulator.faults(OSTREL_CONTROL_INTERFACE, method).ignoreNext();
     }
     // Without a session there would be answers.
-    TaskInvoker registered(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker registered(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(registered));
     simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").ignoreNext();
     for (const char *method : {"Start", "Stop"}) {
@@ -70,24 +70,22 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
     WindowManagement windows;
     QElapsedTimer timer;
     timer.start();
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this,
+    windows.updateWindowStatus("w", 1, 2, 3, this,
                                [&](Ostrel::ApplicationState state, const Error &error) {
                                    QCOMPARE(quint32(state), 255U);
                                    failures[0] = {timer.elapsed(), error};
                                });
-    TaskInvoker unanswered(TaskInvoker::SessionBus, QStringLiteral("other"));
+    TaskInvoker unanswered(TaskInvoker::SessionBus, "other");
     unanswered.onReady([&](const Error &error) { failures[1] = {timer.elapsed(), error}; });
-    registered.start(QStringLiteral("photos"), {}, {}, [&](int number, const Error &error) {
+    registered.start("photos", {}, {}, [&](int number, const Error &error) {
         QCOMPARE(number, 0);
         failures[2] = {timer.elapsed(), error};
     });
-    registered.stop(QStringLiteral("photos"), [&](const Error &error) {
-        failures[3] = {timer.elapsed(), error};
-    });
+    registered.stop("photos", [&](const Error &error) { failures[3] = {timer.elapsed(), error}; });
     const std::vector<std::function<Error(Control &)>> requests{
-        [](Control &control) { return control.start(QStringLiteral("a.b")).error; },
-        [](Control &control) { return control.startDebug(QStringLiteral("a.b"), {}).error; },
-        [](Control &control) { return control.terminate(QStringLiteral("a.b")); },
+        [](Control &control) { return control.start("a.b").error; },
+        [](Control &control) { return control.startDebug("a.b", {}).error; },
+        [](Control &control) { return control.terminate("a.b"); },
         [](Control &control) {
             QVector<Ostrel::RunningApplication> applications;
             QVector<Ostrel::RunningService> services;
@@ -116,7 +114,7 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
     for (const Failure &failure : qAsConst(failures)) {
         QVERIFY(failure.after > 24000);
         QCOMPARE(failure.error.code(), Error::Failed);
-        QVERIFY2(failure.error.message().startsWith(QStringLiteral("Did not receive a reply.")),
+        QVERIFY2(failure.error.message().startsWith("Did not receive a reply."),
                  qPrintable(failure.error.message()));
     }
 }

@@ -82,12 +82,11 @@ static bool isAny(const Operation &operation)
 void TestForgery::forgeSignals(Peer &peer, const Operation &operation)
 {
     const QString values = operation.signature + QLatin1Char(' ') + operation.values;
-    const QString nobody = QStringLiteral("''");
+    const QString nobody = "''";
     for (const QString &destination : {nobody, m_client}) {
-        for (const QString &sender :
-             {nobody, m_rig->service().name(), QStringLiteral(OSTREL_SERVICE_NAME),
-              QStringLiteral("org.freedesktop.DBus")}) {
-            peer.order(QStringLiteral("signal %1 %2 %3 %4 %5 %6")
+        for (const QString &sender : {nobody, m_rig->service().name(), QString(OSTREL_SERVICE_NAME),
+                                      QString("org.freedesktop.DBus")}) {
+            peer.order(QString("signal %1 %2 %3 %4 %5 %6")
                            .arg(sender, destination, operation.path, operation.interface,
                                 operation.member, values));
         }
@@ -97,13 +96,13 @@ void TestForgery::forgeSignals(Peer &peer, const Operation &operation)
 
 void TestForgery::finish(Peer &peer)
 {
-    peer.order(QStringLiteral("own test.Finished"));
-    peer.order(QStringLiteral("release test.Finished"));
+    peer.order("own test.Finished");
+    peer.order("release test.Finished");
 }
 
 QString TestForgery::text(const Rig &rig)
 {
-    return rig.events().join(QStringLiteral("; "));
+    return rig.events().join("; ");
 }
 
 // The service is heard, and answers.
@@ -146,8 +145,8 @@ void TestForgery::signalsOfAFormerOwnerAreDropped()
     auto action = operation.prepare(*m_rig);
     // Once it was the service, and was heard.
     Peer former(m_rig->bus());
-    const QString own = QStringLiteral("own " OSTREL_SERVICE_NAME);
-    const QString release = QStringLiteral("release " OSTREL_SERVICE_NAME);
+    const QString own = "own " OSTREL_SERVICE_NAME;
+    const QString release = "release " OSTREL_SERVICE_NAME;
     m_rig->waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
     m_rig->waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
     former.order(operation.order(operation.signature + QLatin1Char(' ') + operation.values));
@@ -176,14 +175,14 @@ void TestForgery::repliesOfOtherPeersAreDropped()
     const Operation &operation = operationNamed(name);
     auto action = operation.prepare(*m_rig);
     const QString request = operation.name.section(QLatin1Char(':'), -1);
-    const QString forged = request == QLatin1String("list") ? QStringLiteral("0 0")
-        : request == QLatin1String("register")              ? QStringLiteral("/forged 0")
-        : request.startsWith(QLatin1String("start"))        ? QStringLiteral("forged 0")
+    const QString forged = request == QLatin1String("list") ? "0 0"
+        : request == QLatin1String("register")              ? "/forged 0"
+        : request.startsWith(QLatin1String("start"))        ? "forged 0"
         : operation.values.isEmpty()                        ? QString()
-                                                            : QStringLiteral("99");
-    m_rig->service().on(operation.member,
-                        QStringLiteral("forge %1 %2 | answer %1 %3")
-                            .arg(operation.signature, forged, operation.values));
+                                                            : "99";
+    m_rig->service().on(
+        operation.member,
+        QString("forge %1 %2 | answer %1 %3").arg(operation.signature, forged, operation.values));
     action();
     m_rig->settle();
     QCOMPARE(text(*m_rig), operation.seen);
@@ -205,12 +204,11 @@ void TestForgery::repliesBeforeTheCallAreDropped()
     auto action = operation.prepare(*m_rig);
     Peer stranger(m_rig->bus());
     for (int serial = 1; serial <= 1500; ++serial) {
-        stranger.order(QStringLiteral("return '' %1 %2 %3 %4")
+        stranger.order(QString("return '' %1 %2 %3 %4")
                            .arg(m_client)
                            .arg(serial)
                            .arg(operation.signature, operation.values));
-        stranger.order(
-            QStringLiteral("error '' %1 %2 test.Forged s forged").arg(m_client).arg(serial));
+        stranger.order(QString("error '' %1 %2 test.Forged s forged").arg(m_client).arg(serial));
     }
     finish(stranger);
     arrangeGood(*m_rig, operation);
@@ -233,24 +231,21 @@ void TestForgery::forgedSignalsOfTheDaemonAreDropped()
     const Operation &operation = operationNamed(name);
     Peer stranger(m_rig->bus());
     const auto forge = [this, &stranger](const QString &member, const QString &values) {
-        for (const QString &sender :
-             {QStringLiteral("''"), QStringLiteral("org.freedesktop.DBus")}) {
-            for (const QString &destination : {QStringLiteral("''"), m_client}) {
-                stranger.order(QStringLiteral("signal %1 %2 /org/freedesktop/DBus "
-                                              "org.freedesktop.DBus %3 %4")
+        for (const char *sender : {"''", "org.freedesktop.DBus"}) {
+            for (const QString &destination : {QString("''"), m_client}) {
+                stranger.order(QString("signal %1 %2 /org/freedesktop/DBus "
+                                       "org.freedesktop.DBus %3 %4")
                                    .arg(sender, destination, member, values));
             }
         }
     };
     const auto forgeAll = [this, &stranger, &forge] {
-        const QString service = QStringLiteral(OSTREL_SERVICE_NAME);
+        const QString service = OSTREL_SERVICE_NAME;
         const QString owner = m_rig->service().name();
-        forge(QStringLiteral("NameOwnerChanged"),
-              QStringLiteral("sss %1 %2 %3").arg(service, owner, stranger.name()));
-        forge(QStringLiteral("NameOwnerChanged"),
-              QStringLiteral("sss %1 %2 ''").arg(service, owner));
-        forge(QStringLiteral("NameAcquired"), QStringLiteral("s ") + service);
-        forge(QStringLiteral("NameLost"), QStringLiteral("s ") + m_client);
+        forge("NameOwnerChanged", QString("sss %1 %2 %3").arg(service, owner, stranger.name()));
+        forge("NameOwnerChanged", QString("sss %1 %2 ''").arg(service, owner));
+        forge("NameAcquired", "s " + service);
+        forge("NameLost", "s " + m_client);
         finish(stranger);
         m_rig->settle();
     };

@@ -21,16 +21,13 @@ namespace
 
 int threads()
 {
-    return QDir(QStringLiteral("/proc/self/task"))
-        .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-        .size();
+    return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
 int sockets()
 {
     const QFileInfoList files =
-        QDir(QStringLiteral("/proc/self/fd"))
-            .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+        QDir("/proc/self/fd").entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     return int(std::count_if(files.begin(), files.end(), [](const QFileInfo &file) {
         return file.symLinkTarget().contains(QLatin1String("socket:"));
     }));
@@ -76,10 +73,9 @@ void TestIdle::clientsStartNoThreads()
     const int connectionsOfQt = sockets();
 
     Control control;
-    TaskInvoker onSession(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    TaskInvoker onSystem(TaskInvoker::SystemBus, QStringLiteral("sync"));
-    QCOMPARE(control.terminate(QStringLiteral("none")).code(),
-             Ostrel::Error::ApplicationNotRunning);
+    TaskInvoker onSession(TaskInvoker::SessionBus, "sync");
+    TaskInvoker onSystem(TaskInvoker::SystemBus, "sync");
+    QCOMPARE(control.terminate("none").code(), Ostrel::Error::ApplicationNotRunning);
     QVERIFY(!waitUntilReady(onSession));
     QVERIFY(!waitUntilReady(onSystem));
     QVERIFY(!reportWindow().error);

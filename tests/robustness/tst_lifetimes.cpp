@@ -16,7 +16,7 @@ namespace
 QProcessEnvironment withoutLeakDetection()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    environment.insert("ASAN_OPTIONS", "detect_leaks=0");
     return environment;
 }
 
@@ -108,18 +108,18 @@ void TestLifetimes::programEndsCleanly_data()
         "joined\n");
 
     // What the parent says is the same with each kind of child.
-    const QString parent = QStringLiteral("ready 0\n"
-                                          "%1"
-                                          "start 0\n"
-                                          "reported 0, started, stopped 2\n"
-                                          "%1"
-                                          "start 0\n"
-                                          "reported 0, started, stopped 2\n");
-    const QString anotherProgram = QStringLiteral("start 0\n"
-                                                  "ready 0, reported 0, started, stopped 2\n");
-    QTest::newRow("childExecs") << parent.arg(anotherProgram + QStringLiteral("child: 0\n"));
-    QTest::newRow("childInheritsNothing") << parent.arg(QStringLiteral("child: 1\n"));
-    QTest::newRow("childUsesNothing") << parent.arg(QStringLiteral("child: 7\n"));
+    const QString parent = "ready 0\n"
+                           "%1"
+                           "start 0\n"
+                           "reported 0, started, stopped 2\n"
+                           "%1"
+                           "start 0\n"
+                           "reported 0, started, stopped 2\n";
+    const QString anotherProgram = "start 0\n"
+                                   "ready 0, reported 0, started, stopped 2\n";
+    QTest::newRow("childExecs") << parent.arg(anotherProgram + "child: 0\n");
+    QTest::newRow("childInheritsNothing") << parent.arg("child: 1\n");
+    QTest::newRow("childUsesNothing") << parent.arg("child: 7\n");
     row("childComesFirst",
         "start 0\n"
         "ready 0, started\n"
@@ -134,9 +134,9 @@ void TestLifetimes::programEndsCleanly()
     QProcessEnvironment environment = withoutLeakDetection();
     const QString program = QString::fromUtf8(QTest::currentDataTag());
     if (program == QLatin1String("staticObjectsFromTheBeginning")) {
-        environment.insert(QStringLiteral("EARLY"), QStringLiteral("1"));
+        environment.insert("EARLY", "1");
     }
-    const Result result = run(QStringLiteral(LIFETIMES), {program}, environment);
+    const Result result = run(LIFETIMES, {program}, environment);
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, output);
     QCOMPARE(result.exitStatus, 0);
@@ -147,8 +147,7 @@ void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
     m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
     m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
     m_simulator->windowStatus().holdNext(1);
-    const Result result =
-        run(QStringLiteral(LIFETIMES), {QStringLiteral("callsUnderWay")}, withoutLeakDetection());
+    const Result result = run(LIFETIMES, {"callsUnderWay"}, withoutLeakDetection());
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
 }
@@ -157,12 +156,12 @@ void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
 {
     const MethodFaults starts = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
-    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("requestUnderWay")});
+    Process program(LIFETIMES, {"requestUnderWay"});
     program.setProcessEnvironment(withoutLeakDetection());
     program.start();
     starts.waitForHeld(1);
     program.write("\n");
-    QCOMPARE(program.readLine(), QStringLiteral("ending"));
+    QCOMPARE(program.readLine(), "ending");
     starts.release({0});
     const int exitStatus = program.waitForEnd();
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
@@ -172,15 +171,15 @@ void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
 void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
 {
     PrivateBus bus;
-    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("busEndsBeforeTheLoopRuns")});
+    Process program(LIFETIMES, {"busEndsBeforeTheLoopRuns"});
     program.start();
-    QCOMPARE(program.readLine(), QStringLiteral("ready"));
+    QCOMPARE(program.readLine(), "ready");
     bus.end();
     program.write("\n");
     program.waitForEnd();
-    const QString failure = QStringLiteral("1 Not connected to D-Bus server\n");
+    const QString failure = "1 Not connected to D-Bus server\n";
     QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
-             QStringLiteral("start ") + failure + failure.repeated(3));
+             "start " + failure + failure.repeated(3));
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
     QCOMPARE(program.exitCode(), 0);
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
@@ -189,16 +188,16 @@ void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
 void TestLifetimes::busThatEndsInTheFirstObjectIsNoticed()
 {
     PrivateBus bus;
-    Process program(QStringLiteral(LIFETIMES), {QStringLiteral("busEndsInTheFirstObject")});
+    Process program(LIFETIMES, {"busEndsInTheFirstObject"});
     program.start();
-    QCOMPARE(program.readLine(), QStringLiteral("ready"));
+    QCOMPARE(program.readLine(), "ready");
     bus.suspend();
     program.write("\n");
-    QCOMPARE(program.readLine(), QStringLiteral("asked"));
+    QCOMPARE(program.readLine(), "asked");
     ::kill(static_cast<pid_t>(bus.processId()), SIGKILL);
     QCOMPARE(program.waitForEnd(), 0);
     QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
-             QStringLiteral("start 1 Not connected to D-Bus server\nready 1\n"));
+             "start 1 Not connected to D-Bus server\nready 1\n");
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
 }
 

@@ -108,7 +108,7 @@ void TestLoad::repeatedRequestsUseNoMoreMemory() const
     Control control;
     const auto ask = [&control](int count) {
         for (int i = 0; i < count; ++i) {
-            const QString id = QStringLiteral("none.%1").arg(i);
+            const QString id = QString("none.%1").arg(i);
             const Error error = control.terminate(id);
             if (error.code() != Error::ApplicationNotRunning || !error.message().contains(id)) {
                 qFatal("call %d: %s", i, qPrintable(text(error)));
@@ -122,7 +122,7 @@ void TestLoad::repeatedRequestsUseNoMoreMemory() const
     MemoryFigures figures;
     ask(m_count);
     const qint64 growth = figures.growth();
-    figures.print(QStringLiteral("%1 calls of Control, one after the other").arg(m_count));
+    figures.print(QString("%1 calls of Control, one after the other").arg(m_count));
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
@@ -132,14 +132,13 @@ void TestLoad::repeatedReportsUseNoMoreMemory()
     const auto report = [this, &windows](int count) {
         Sequence *all = nullptr;
         Sequence sequence(count, [&](int i) {
-            windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this,
-                                       [&all, i](ApplicationState state, const Error &error) {
-                                           if (error || quint32(state) != quint32(i)) {
-                                               qFatal("call %d: %u %s", i, quint32(state),
-                                                      qPrintable(text(error)));
-                                           }
-                                           all->answered();
-                                       });
+            windows.updateWindowStatus(
+                "w", i, 0, 0, this, [&all, i](ApplicationState state, const Error &error) {
+                    if (error || quint32(state) != quint32(i)) {
+                        qFatal("call %d: %u %s", i, quint32(state), qPrintable(text(error)));
+                    }
+                    all->answered();
+                });
         });
         all = &sequence;
         sequence.run();
@@ -149,18 +148,18 @@ void TestLoad::repeatedReportsUseNoMoreMemory()
     MemoryFigures figures;
     report(m_count);
     const qint64 growth = figures.growth();
-    figures.print(QStringLiteral("%1 calls of WindowManagement, one after the other").arg(m_count));
+    figures.print(QString("%1 calls of WindowManagement, one after the other").arg(m_count));
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
 void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(invoker));
     const auto stop = [&invoker](int count) {
         Sequence *all = nullptr;
         Sequence sequence(count, [&](int i) {
-            const QString name = QStringLiteral("none.%1").arg(i);
+            const QString name = QString("none.%1").arg(i);
             invoker.stop(name, [&all, i, name](const Error &error) {
                 if (error.code() != Error::HandlerNotFound || !error.message().contains(name)) {
                     qFatal("call %d: %s", i, qPrintable(text(error)));
@@ -176,7 +175,7 @@ void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
     MemoryFigures figures;
     stop(m_count);
     const qint64 growth = figures.growth();
-    figures.print(QStringLiteral("%1 calls of TaskInvoker, one after the other").arg(m_count));
+    figures.print(QString("%1 calls of TaskInvoker, one after the other").arg(m_count));
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
@@ -190,7 +189,7 @@ void TestLoad::tenThousandReportsInFlight()
         order.reserve(count);
         m_simulator->windowStatus().holdNext(count);
         for (int i = 0; i < count; ++i) {
-            windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this,
+            windows.updateWindowStatus("w", i, 0, 0, this,
                                        [&, i](ApplicationState state, const Error &error) {
                                            if (error || quint32(state) != quint32(i)) {
                                                qFatal("call %d: %u", i, quint32(state));
@@ -210,7 +209,7 @@ void TestLoad::tenThousandReportsInFlight()
         waitUntil([&] { return order.size() >= count; });
         // No second answer is behind these.
         Outcomes marker;
-        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, marker.callback());
+        windows.updateWindowStatus("w", 1, 2, 3, this, marker.callback());
         marker.waitFor(1);
         QCOMPARE(answers, std::vector<int>(count, 1));
         QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
@@ -218,7 +217,7 @@ void TestLoad::tenThousandReportsInFlight()
     };
     const MemoryFigures figures;
     report();
-    figures.print(QStringLiteral("10,000 calls of WindowManagement in flight"));
+    figures.print("10,000 calls of WindowManagement in flight");
     QVERIFY(leavesNothingBehind(report, mayStay));
 }
 

@@ -50,7 +50,7 @@ void TestLoadRestarts::initTestCase()
 
 void TestLoadRestarts::startService()
 {
-    QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME), QDBusConnection::sessionBus(),
+    QDBusServiceWatcher watcher(OSTREL_SERVICE_NAME, QDBusConnection::sessionBus(),
                                 QDBusServiceWatcher::WatchForRegistration);
     QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
     m_simulator->start();
@@ -64,7 +64,7 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
     startService();
     Control control;
     const ControlEvents signalsOfControl(control);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(invoker));
     Events events;
     events.watch(invoker);
@@ -79,37 +79,37 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
         // A call that is lost with the service.
         m_simulator->windowStatus().holdNext(1);
         Outcomes outcomes;
-        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, outcomes.callback());
+        windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
         m_simulator->windowStatus().waitForHeld(1);
         QCOMPARE(m_simulator->end(), 0);
         outcomes.waitFor(1);
         QCOMPARE(outcomes.at(0).error.code(), Error::Failed);
-        QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::Failed);
+        QCOMPARE(control.terminate("none").code(), Error::Failed);
 
         startService();
         // The signals of the new one, to all that were there before.
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
-                                QStringLiteral("SelectedByOom"), {number});
-        expectedSignals.append(QStringLiteral("oom ") + number);
-        emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
-                              QStringLiteral("1 ActiveTasks a(sia{sv}) 1 t%1 %1 0").arg(number));
-        expectedEvents.append(QStringLiteral("active [t%1 %1 {}]").arg(number));
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "SelectedByOom",
+                                {number});
+        expectedSignals.append("oom " + number);
+        emitPropertiesChanged(*m_bus, "sync",
+                              QString("1 ActiveTasks a(sia{sv}) 1 t%1 %1 0").arg(number));
+        expectedEvents.append(QString("active [t%1 %1 {}]").arg(number));
         signalsOfControl.waitFor(expectedSignals.last());
         events.waitFor(expectedEvents.size());
 
         // Its answers. It has to be told of the task type again, by another invoker.
-        windows.updateWindowStatus(QStringLiteral("w"), i, 2, 3, this, outcomes.callback());
+        windows.updateWindowStatus("w", i, 2, 3, this, outcomes.callback());
         outcomes.waitFor(2);
         QCOMPARE(outcomes.at(1).state, quint32(i));
-        QCOMPARE(control.terminate(QStringLiteral("none")).code(), Error::ApplicationNotRunning);
-        TaskInvoker another(TaskInvoker::SessionBus, QStringLiteral("other"));
+        QCOMPARE(control.terminate("none").code(), Error::ApplicationNotRunning);
+        TaskInvoker another(TaskInvoker::SessionBus, "other");
         QVERIFY(!waitUntilReady(another));
         if (i == 0) {
             figures.emplace();
         }
     }
     const qint64 growth = figures->growth() / restarts;
-    figures->print(QStringLiteral("%1 restarts of the service").arg(restarts - 1));
+    figures->print(QString("%1 restarts of the service").arg(restarts - 1));
     QCOMPARE(signalsOfControl.all(), expectedSignals);
     QCOMPARE(events.all(), expectedEvents);
     QCOMPARE(warnings.texts(), QStringList());

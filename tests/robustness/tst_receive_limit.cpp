@@ -49,10 +49,9 @@ void TestReceiveLimit::initTestCase()
 void TestReceiveLimit::emitStates(const QString &instance, const QVariantMap &changes, int count)
 {
     const QDBusMessage answer = m_simulator->desk(
-        QStringLiteral("EmitMany"),
-        {QVariant::fromValue(QDBusObjectPath(QStringLiteral(OSTREL_CONTROL_PATH))),
-         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("StateChanged"),
-         QVariant(QVariantList{instance, changes}), uint(count)});
+        "EmitMany",
+        {QVariant::fromValue(QDBusObjectPath(OSTREL_CONTROL_PATH)), OSTREL_CONTROL_INTERFACE,
+         "StateChanged", QVariant(QVariantList{instance, changes}), uint(count)});
     QCOMPARE(answer.errorMessage(), QString());
 }
 
@@ -63,11 +62,11 @@ void TestReceiveLimit::waitingSignalsStopNothing()
     int heard = 0;
     connect(&control, &Control::stateChanged, this,
             [&heard](const QString & /*id*/, quint32 /*state*/) { ++heard; });
-    const QVariantMap changes{{QStringLiteral("State"), 3U}};
+    const QVariantMap changes{{"State", 3U}};
     constexpr int count = 200;
     emitStates(QString(1 << 20, QLatin1Char('x')), changes, count);
     waitUntil([&heard] { return heard == count; });
-    emitStates(QStringLiteral("last"), changes, 1);
+    emitStates("last", changes, 1);
     waitUntil([&heard] { return heard == count + 1; });
 }
 
@@ -83,12 +82,11 @@ void TestReceiveLimit::waitingDescriptorsStopNothing()
     connect(&control, &Control::stateChanged, this,
             [&heard](const QString & /*id*/, quint32 /*state*/) { ++heard; });
     const QVariantMap changes{
-        {QStringLiteral("State"), 3U},
-        {QStringLiteral("File"), QVariant::fromValue(QDBusUnixFileDescriptor(STDERR_FILENO))}};
+        {"State", 3U}, {"File", QVariant::fromValue(QDBusUnixFileDescriptor(STDERR_FILENO))}};
     // Nothing is heard during the calls of the desk.
     constexpr int atOnce = 500;
     for (int sent = 0; sent < count; sent += atOnce) {
-        emitStates(QStringLiteral("id"), changes, atOnce);
+        emitStates("id", changes, atOnce);
     }
     QCOMPARE(heard, 0);
     waitUntil([&heard] { return heard == count; });

@@ -47,7 +47,7 @@ private:
     // More than 128 MiB.
     const QString m_text{45000000, QChar(0x20ac)};
     const QString m_refusal =
-        QStringLiteral("Marshalling failed: a text of 135000000 bytes is too large for a message");
+        "Marshalling failed: a text of 135000000 bytes is too large for a message";
 
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
@@ -82,16 +82,16 @@ void TestTooLarge::controlRefusesTooLargeParameters()
 {
     DebugParams params;
     params.setStdoutFile(m_text);
-    const Error error = Control().startDebug(QStringLiteral("a.b"), params).error;
+    const Error error = Control().startDebug("a.b", params).error;
     QCOMPARE(error.code(), Error::Failed);
     QCOMPARE(error.message(),
-             QStringLiteral("Marshalling failed: \"stdoutFile\" is too large for a message, with a "
-                            "value of type QString"));
+             "Marshalling failed: \"stdoutFile\" is too large for a message, with a "
+             "value of type QString");
 }
 
 void TestTooLarge::taskInvokerRefusesTooLargeValues()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("photos"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "photos");
     QVERIFY(!waitUntilReady(invoker));
     m_simulator->reset();
 
@@ -106,11 +106,10 @@ void TestTooLarge::taskInvokerRefusesTooLargeValues()
     invoker.start(m_text.left(10000000), large, hints, events.started());
     events.waitFor(3);
     QCOMPARE(events.all(),
-             (QStringList{
-                 QStringLiteral("started 0: 1 \"%1\"").arg(m_refusal),
-                 QStringLiteral("stopped 1 \"%1\"").arg(m_refusal),
-                 QStringLiteral("started 0: 1 \"Marshalling failed: \"User\" is too large for a "
-                                "message, with a value of type QString\"")}));
+             (QStringList{QString("started 0: 1 \"%1\"").arg(m_refusal),
+                          QString("stopped 1 \"%1\"").arg(m_refusal),
+                          "started 0: 1 \"Marshalling failed: \"User\" is too large for a "
+                          "message, with a value of type QString\""}));
 }
 
 // The type is the end of a path, which has a byte for each character.
@@ -126,32 +125,32 @@ void TestTooLarge::tooLargeTaskTypesAreRefused()
     QFETCH(int, size);
     const QString type(size, QLatin1Char('x'));
     const QString refusal =
-        QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+        QString("Marshalling failed: a text of %1 bytes is too large for a message")
             .arg(sessionPath(type).size());
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     invoker.onReady(events.ready());
-    invoker.start(QStringLiteral("a"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("a"), events.stopped());
+    invoker.start("a", {}, {}, events.started());
+    invoker.stop("a", events.stopped());
     events.waitFor(3);
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("ready 1 \"%1\"").arg(refusal),
-                          QStringLiteral("started 0: 1 \"%1\"").arg(refusal),
-                          QStringLiteral("stopped 1 \"%1\"").arg(refusal)}));
+             (QStringList{QString("ready 1 \"%1\"").arg(refusal),
+                          QString("started 0: 1 \"%1\"").arg(refusal),
+                          QString("stopped 1 \"%1\"").arg(refusal)}));
     QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("TaskInvoker registration failed: "
-                                        "QDBusError(\"org.freedesktop.DBus.Error.Failed\", \"%1\")")
+             QStringList(QString("TaskInvoker registration failed: "
+                                 "QDBusError(\"org.freedesktop.DBus.Error.Failed\", \"%1\")")
                              .arg(refusal)));
 }
 
 void TestTooLarge::largestTaskTypeIsAccepted()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, QString(largestTaskType, QLatin1Char('x')));
-    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     Error error;
     bool answered = false;
-    invoker.stop(QStringLiteral("a"), [&](const Error &outcome) {
+    invoker.stop("a", [&](const Error &outcome) {
         error = outcome;
         answered = true;
     });

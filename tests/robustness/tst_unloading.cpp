@@ -68,15 +68,14 @@ void TestUnloading::usePlugin()
 
 void TestUnloading::sendSignals() const
 {
-    const QVariantMap details{{QStringLiteral("State"), 3U}};
+    const QVariantMap details{{"State", 3U}};
     for (const char *member : {"Started", "Terminated", "StateChanged"}) {
         m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
-                                QString::fromLatin1(member), {QStringLiteral("id"), details});
+                                QString::fromLatin1(member), {"id", details});
     }
     // Its answer is behind them.
     QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+        OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH, "org.freedesktop.DBus.Peer", "Ping"));
     QCoreApplication::processEvents();
 }
 
@@ -114,11 +113,10 @@ void TestUnloading::hostNeedNotLinkQt()
 {
     // QtDBus loses what it is about when the process ends, now and then.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-    const Result result = run(QStringLiteral(BARE_HOST),
-                              {QStringLiteral(TEST_PLUGIN), QStringLiteral("5")}, environment);
+    environment.insert("ASAN_OPTIONS", "detect_leaks=0");
+    const Result result = run(BARE_HOST, {TEST_PLUGIN, "5"}, environment);
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, QStringLiteral("4\n4\n4\n4\n4\n"));
+    QCOMPARE(result.output, "4\n4\n4\n4\n4\n");
     QCOMPARE(result.exitStatus, 0);
 }
 

@@ -15,7 +15,7 @@ namespace Ostrel
 
 inline QString text(const RunningApplication &application)
 {
-    return QStringLiteral("%1 %2 %3 %4 {%5}")
+    return QString("%1 %2 %3 %4 {%5}")
         .arg(application.appId)
         .arg(application.pid)
         .arg(quint32(application.state))
@@ -25,7 +25,7 @@ inline QString text(const RunningApplication &application)
 
 inline QString text(const RunningService &service)
 {
-    return QStringLiteral("%1 %2 %3 %4 {%5}")
+    return QString("%1 %2 %3 %4 {%5}")
         .arg(service.appId, service.name)
         .arg(service.pid)
         .arg(quint32(service.state))

@@ -6,9 +6,7 @@
 #include <QtCore/QJsonDocument>
 
 BusMonitor::BusMonitor(const PrivateBus &bus)
-    : m_process(QStringLiteral("busctl"),
-                {QStringLiteral("--address=%1").arg(bus.address()), QStringLiteral("--json=short"),
-                 QStringLiteral("monitor")})
+    : m_process("busctl", {QString("--address=%1").arg(bus.address()), "--json=short", "monitor"})
 {
     m_process.setReadChannel(QProcess::StandardError);
     m_process.start();

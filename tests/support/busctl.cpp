@@ -11,25 +11,23 @@
 QStringList wordsOf(const QString &value)
 {
     QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    return words.replaceInStrings(QStringLiteral("''"), QString());
+    return words.replaceInStrings("''", QString());
 }
 
 Result busctl(const PrivateBus &bus, const QStringList &arguments)
 {
-    return run(QStringLiteral("busctl"),
-               QStringList{QStringLiteral("--address=%1").arg(bus.address()),
-                           QStringLiteral("--timeout=infinity")}
+    return run("busctl",
+               QStringList{QString("--address=%1").arg(bus.address()), "--timeout=infinity"}
                    + arguments);
 }
 
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)
 {
-    const Result result = busctl(
-        bus,
-        QStringList{QStringLiteral("--json=short"), QStringLiteral("call"), QStringLiteral("--"),
-                    QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-                    QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method}
-            + arguments);
+    const Result result =
+        busctl(bus,
+               QStringList{"--json=short", "call", "--", OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
+                           OSTREL_SIMULATOR_INTERFACE, method}
+                   + arguments);
     if (result.exitStatus != 0) {
         qFatal("busctl: %s", qPrintable(result.errors));
     }
@@ -39,9 +37,9 @@ QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringLi
 void busctlAnswerNext(const PrivateBus &bus, const char *interface, const char *method,
                       const QString &signature, const QStringList &value)
 {
-    busctlDesk(bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QString::fromLatin1(interface),
-                           QString::fromLatin1(method), QStringLiteral("1"), signature}
+    busctlDesk(bus, "AnswerNext",
+               QStringList{"ssav", QString::fromLatin1(interface), QString::fromLatin1(method), "1",
+                           signature}
                    + value);
 }
 
@@ -54,23 +52,21 @@ void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QSt
 void busctlEmitSignal(const PrivateBus &bus, const char *path, const char *interface,
                       const QString &member, const QStringList &values)
 {
-    QStringList words{QStringLiteral("ossav"), QString::fromLatin1(path),
-                      QString::fromLatin1(interface), member, QString::number(values.size())};
+    QStringList words{"ossav", QString::fromLatin1(path), QString::fromLatin1(interface), member,
+                      QString::number(values.size())};
     for (const QString &value : values) {
         words += wordsOf(value);
     }
-    busctlDesk(bus, QStringLiteral("Emit"), words);
+    busctlDesk(bus, "Emit", words);
 }
 
 QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value)
 {
-    busctlAnswerNext(bus, QLatin1Char('(') + signature + QStringLiteral("s)"),
-                     wordsOf(value) + QStringList(QStringLiteral("marker")));
+    busctlAnswerNext(bus, QLatin1Char('(') + signature + "s)",
+                     wordsOf(value) + QStringList("marker"));
     const QDBusMessage reply = QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-                                       QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                                       QStringLiteral("UpdateWindowStatus"))
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_WINDOW_MANAGEMENT_PATH,
+                                       OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus")
         << QString() << 0 << 0 << 0);
     return reply.arguments().value(0).value<QDBusArgument>();
 }

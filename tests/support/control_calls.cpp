@@ -15,9 +15,8 @@ namespace
 
 QDBusMessage controlCall(const QString &method, const QVariantList &arguments)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-        QStringLiteral(OSTREL_CONTROL_INTERFACE), method);
+    QDBusMessage call = QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,
+                                                       OSTREL_CONTROL_INTERFACE, method);
     call.setArguments(arguments);
     return call;
 }
@@ -36,7 +35,7 @@ QDBusPendingCall asyncCallControl(const QString &method, const QVariantList &arg
 
 QVariantMap startApplication(const QString &id)
 {
-    const QDBusMessage answer = callControl(QStringLiteral("Start"), {id});
+    const QDBusMessage answer = callControl("Start", {id});
     if (answer.type() != QDBusMessage::ReplyMessage) {
         qFatal("%s does not start: %s", qPrintable(id), qPrintable(answer.errorMessage()));
     }

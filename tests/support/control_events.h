@@ -20,20 +20,18 @@ public:
         using Ostrel::Control;
         QObject::connect(&control, &Control::started, &m_context,
                          [this](const QString &id, const auto &details) {
-                             m_all.append(QStringLiteral("started %1 {%2}").arg(id, text(details)));
+                             m_all.append(QString("started %1 {%2}").arg(id, text(details)));
                          });
         QObject::connect(&control, &Control::terminated, &m_context,
                          [this](const QString &id, const auto &details) {
-                             m_all.append(
-                                 QStringLiteral("terminated %1 {%2}").arg(id, text(details)));
+                             m_all.append(QString("terminated %1 {%2}").arg(id, text(details)));
                          });
         QObject::connect(&control, &Control::stateChanged, &m_context,
                          [this](const QString &id, quint32 state) {
-                             m_all.append(QStringLiteral("state %1 %2").arg(id).arg(state));
+                             m_all.append(QString("state %1 %2").arg(id).arg(state));
                          });
-        QObject::connect(&control, &Control::selectedByOom, &m_context, [this](const QString &id) {
-            m_all.append(QStringLiteral("oom %1").arg(id));
-        });
+        QObject::connect(&control, &Control::selectedByOom, &m_context,
+                         [this](const QString &id) { m_all.append(QString("oom %1").arg(id)); });
     }
 
     QStringList all() const { return m_all; }

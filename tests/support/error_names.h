@@ -13,21 +13,19 @@ inline void addErrorNames()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
-    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
-    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
-    QTest::newRow("NoError") << service + QStringLiteral("NoError") << 0;
-    QTest::newRow("Failed") << standard + QStringLiteral("Failed") << 1;
-    QTest::newRow("HandlerNotFound") << service + QStringLiteral("HandlerNotFound") << 2;
-    QTest::newRow("HandlerFailed") << service + QStringLiteral("HandlerFailed") << 3;
-    QTest::newRow("InvalidArgs") << standard + QStringLiteral("InvalidArgs") << 4;
-    QTest::newRow("NotSupported") << standard + QStringLiteral("NotSupported") << 5;
-    QTest::newRow("AccessDenied") << standard + QStringLiteral("AccessDenied") << 6;
-    QTest::newRow("ProcessNotHandled") << service + QStringLiteral("ProcessNotHandled") << 7;
-    QTest::newRow("ApplicationNotRunning")
-        << service + QStringLiteral("ApplicationNotRunning") << 8;
-    QTest::newRow("ApplicationAlreadyRunning")
-        << service + QStringLiteral("ApplicationAlreadyRunning") << 9;
-    QTest::newRow("somebody else's") << QStringLiteral("com.example.Failed") << 1;
+    const QString service = OSTREL_ERROR_PREFIX;
+    const QString standard = OSTREL_STANDARD_ERROR_PREFIX;
+    QTest::newRow("NoError") << service + "NoError" << 0;
+    QTest::newRow("Failed") << standard + "Failed" << 1;
+    QTest::newRow("HandlerNotFound") << service + "HandlerNotFound" << 2;
+    QTest::newRow("HandlerFailed") << service + "HandlerFailed" << 3;
+    QTest::newRow("InvalidArgs") << standard + "InvalidArgs" << 4;
+    QTest::newRow("NotSupported") << standard + "NotSupported" << 5;
+    QTest::newRow("AccessDenied") << standard + "AccessDenied" << 6;
+    QTest::newRow("ProcessNotHandled") << service + "ProcessNotHandled" << 7;
+    QTest::newRow("ApplicationNotRunning") << service + "ApplicationNotRunning" << 8;
+    QTest::newRow("ApplicationAlreadyRunning") << service + "ApplicationAlreadyRunning" << 9;
+    QTest::newRow("somebody else's") << "com.example.Failed" << 1;
 }
 
 #endif

@@ -13,7 +13,7 @@ namespace
 // A line of the process's status, in KiB.
 qint64 status(const QByteArray &name)
 {
-    QFile file(QStringLiteral("/proc/self/status"));
+    QFile file("/proc/self/status");
     if (!file.open(QIODevice::ReadOnly)) {
         qFatal("%s", qPrintable(file.errorString()));
     }
@@ -35,7 +35,7 @@ qint64 allocated()
 // The peak counts from here on. Where the system forbids that, it counts from the beginning.
 void resetPeak()
 {
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    QFile file("/proc/self/clear_refs");
     if (file.open(QIODevice::WriteOnly)) {
         file.write("5");
     }

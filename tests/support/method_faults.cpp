@@ -15,47 +15,47 @@ MethodFaults::MethodFaults(const Simulator &simulator, const QString &interface,
 
 void MethodFaults::failNext(const QString &error, const QString &message) const
 {
-    arrange(QStringLiteral("FailNext"), {error, message});
+    arrange("FailNext", {error, message});
 }
 
 void MethodFaults::answerNext(const QVariantList &values) const
 {
-    arrange(QStringLiteral("AnswerNext"), {QVariant(values)});
+    arrange("AnswerNext", {QVariant(values)});
 }
 
 void MethodFaults::ignoreNext() const
 {
-    arrange(QStringLiteral("IgnoreNext"));
+    arrange("IgnoreNext");
 }
 
 void MethodFaults::delayNext(uint milliseconds) const
 {
-    arrange(QStringLiteral("DelayNext"), {milliseconds});
+    arrange("DelayNext", {milliseconds});
 }
 
 void MethodFaults::dieInNext() const
 {
-    arrange(QStringLiteral("DieInNext"));
+    arrange("DieInNext");
 }
 
 void MethodFaults::holdNext(uint count) const
 {
-    arrange(QStringLiteral("HoldNext"), {count});
+    arrange("HoldNext", {count});
 }
 
 void MethodFaults::release(const QList<uint> &order) const
 {
-    arrange(QStringLiteral("Release"), {QVariant::fromValue(order)});
+    arrange("Release", {QVariant::fromValue(order)});
 }
 
 void MethodFaults::waitForCalls(uint count) const
 {
-    arrange(QStringLiteral("WaitForCalls"), {count});
+    arrange("WaitForCalls", {count});
 }
 
 void MethodFaults::waitForHeld(uint count) const
 {
-    arrange(QStringLiteral("WaitForHeld"), {count});
+    arrange("WaitForHeld", {count});
 }
 
 void MethodFaults::arrange(const QString &deskMethod, const QVariantList &arguments) const

@@ -46,8 +46,7 @@ private:
 
 // Reports a window and waits for the outcome. Replies come in order, so that everything that was
 // answered before has been handled then.
-inline Outcome reportWindow(const QString &window = QStringLiteral("w"), int status = 1,
-                            int arg1 = 2, int arg2 = 3)
+inline Outcome reportWindow(const QString &window = "w", int status = 1, int arg1 = 2, int arg2 = 3)
 {
     QObject context;
     Ostrel::WindowManagement windows;

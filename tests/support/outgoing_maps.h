@@ -22,12 +22,12 @@ using NamedVariants = QMap<QString, QDBusVariant>;
 
 inline QVariantMap mapOf(const QVariant &value)
 {
-    return {{QStringLiteral("key"), value}};
+    return {{"key", value}};
 }
 
 inline QVariantMap oneEntry(const QVariant &value)
 {
-    return {{QStringLiteral("k"), value}};
+    return {{"k", value}};
 }
 
 inline QVariant inLists(QVariant value, int levels)
@@ -41,7 +41,7 @@ inline QVariant inLists(QVariant value, int levels)
 inline QVariant inMaps(QVariant value, int levels)
 {
     for (int level = 0; level < levels; ++level) {
-        value = QVariantMap{{QStringLiteral("inner"), value}};
+        value = QVariantMap{{"inner", value}};
     }
     return value;
 }
@@ -58,9 +58,8 @@ template <typename... Arguments> QDBusError refusalOf(Arguments &&...arguments)
 // drops the connection.
 inline QString answerTo(const QVariantList &arguments)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral(OSTREL_SERVICE_PATH),
-        QStringLiteral("a.b"), QStringLiteral("Take"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall("org.freedesktop.DBus", OSTREL_SERVICE_PATH, "a.b", "Take");
     call.setArguments(arguments);
     return QDBusConnection::sessionBus().call(call).errorName();
 }
@@ -69,16 +68,13 @@ inline QString answerTo(const QVariantList &arguments)
 inline QString sentOn(const PrivateBus &bus, const QVariantMap &map)
 {
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
-                                       QStringLiteral("Take"))
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << map);
     const Result result =
-        run(QStringLiteral("busctl"),
-            {QStringLiteral("--address=%1").arg(bus.address()), QStringLiteral("call"),
-             QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-             QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("Calls")});
-    return result.output.section(QStringLiteral("\"Take\" \"a{sv}\" 1 a{sv} "), 1).trimmed();
+        run("busctl",
+            {QString("--address=%1").arg(bus.address()), "call", OSTREL_SERVICE_NAME,
+             OSTREL_SIMULATOR_PATH, OSTREL_SIMULATOR_INTERFACE, "Calls"});
+    return result.output.section("\"Take\" \"a{sv}\" 1 a{sv} ", 1).trimmed();
 }
 
 #endif

@@ -9,7 +9,7 @@
 #include <csignal>
 
 Peer::Peer(const PrivateBus &bus)
-    : m_process(QStringLiteral(PEER), {bus.address()})
+    : m_process(PEER, {bus.address()})
 {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.start();
@@ -41,15 +41,15 @@ void Peer::waitForOrder()
 
 void Peer::on(const QString &method, const QString &action)
 {
-    order(QStringLiteral("on %1 %2").arg(method, action));
+    order(QString("on %1 %2").arg(method, action));
 }
 
 QVariantList Peer::receive(const QString &signature, const QString &values)
 {
-    const QString method = QStringLiteral("Send");
-    on(method, QStringLiteral("answer %1 %2").arg(signature, values));
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
-        m_name, QStringLiteral("/"), QStringLiteral("test.Peer"), method));
+    const QString method = "Send";
+    on(method, QString("answer %1 %2").arg(signature, values));
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(
+        QDBusMessage::createMethodCall(m_name, "/", "test.Peer", method));
     if (reply.signature() != signature) {
         qFatal("the peer does not send %s: %s", qPrintable(signature),
                qPrintable(reply.errorMessage()));

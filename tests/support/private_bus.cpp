@@ -14,21 +14,21 @@ void writeConfiguration(const QString &path, std::optional<int> replyTimeout,
                         PrivateBus::Unrequested unrequested)
 {
     const QString limit = replyTimeout
-        ? QStringLiteral("  <limit name=\"reply_timeout\">%1</limit>\n").arg(*replyTimeout)
+        ? QString("  <limit name=\"reply_timeout\">%1</limit>\n").arg(*replyTimeout)
         : QString();
     const QString policy = unrequested == PrivateBus::Refused
-        ? QStringLiteral("  <policy context=\"mandatory\">\n"
-                         "    <deny send_type=\"method_return\" send_requested_reply=\"false\"/>\n"
-                         "    <deny send_type=\"error\" send_requested_reply=\"false\"/>\n"
-                         "  </policy>\n")
+        ? "  <policy context=\"mandatory\">\n"
+          "    <deny send_type=\"method_return\" send_requested_reply=\"false\"/>\n"
+          "    <deny send_type=\"error\" send_requested_reply=\"false\"/>\n"
+          "  </policy>\n"
         : QString();
     writeFile(path,
-              QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
-                             "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                             "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                             "<busconfig>\n"
-                             "  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n"
-                             "%1%2</busconfig>\n")
+              QString("<!DOCTYPE busconfig PUBLIC\n"
+                      "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                      "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                      "<busconfig>\n"
+                      "  <include>" PRIVATE_BUS_CONFIGURATION "</include>\n"
+                      "%1%2</busconfig>\n")
                   .arg(limit, policy));
 }
 
@@ -36,15 +36,13 @@ void writeConfiguration(const QString &path, std::optional<int> replyTimeout,
 
 PrivateBus::PrivateBus(std::optional<int> replyTimeout, Unrequested unrequested)
 {
-    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
+    const QString configuration = m_folder.filePath("bus.conf");
     writeConfiguration(configuration, replyTimeout, unrequested);
     m_daemon = std::make_unique<Process>(
-        QStringLiteral("dbus-daemon"),
-        QStringList{
-            QStringLiteral("--config-file=%1").arg(configuration),
-            QStringLiteral("--address=unix:path=%1").arg(m_folder.filePath(QStringLiteral("bus"))),
-            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
-            QStringLiteral("--print-address=1")});
+        "dbus-daemon",
+        QStringList{QString("--config-file=%1").arg(configuration),
+                    QString("--address=unix:path=%1").arg(m_folder.filePath("bus")), "--nofork",
+                    "--nopidfile", "--nosyslog", "--print-address=1"});
     if (unrequested == Refused) {
         // It writes a line about each, which nobody reads.
         m_daemon->setStandardErrorFile(QProcess::nullDevice());

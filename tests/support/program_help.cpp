@@ -10,7 +10,7 @@
 QStringList ProgramHelp::ownOptions() const
 {
     QStringList own = options;
-    own.removeOne(QStringLiteral("-h, --help"));
+    own.removeOne("-h, --help");
     return own;
 }
 
@@ -26,11 +26,10 @@ QStringList ProgramHelp::optionNames() const
 
 ProgramHelp helpOf(const QString &program, const QString &command)
 {
-    const Result result = run(program,
-                              command.split(QLatin1Char(' '), Qt::SkipEmptyParts)
-                                  + QStringList(QStringLiteral("--help")));
-    static const QRegularExpression usage(QStringLiteral("\\AUsage: \\S+ (.*)"));
-    static const QRegularExpression entry(QStringLiteral("^  (\\S.*?)  "));
+    const Result result =
+        run(program, command.split(QLatin1Char(' '), Qt::SkipEmptyParts) + QStringList("--help"));
+    static const QRegularExpression usage("\\AUsage: \\S+ (.*)");
+    static const QRegularExpression entry("^  (\\S.*?)  ");
     ProgramHelp help;
     help.text = result.output;
     help.usage = usage.match(result.output).captured(1);
@@ -40,10 +39,8 @@ ProgramHelp helpOf(const QString &program, const QString &command)
     QString part;
     const QStringList lines = result.output.split(QLatin1Char('\n'));
     for (const QString &line : lines) {
-        const QString name = entry.match(line + QStringLiteral("  "))
-                                 .captured(1)
-                                 .remove(QLatin1Char('<'))
-                                 .remove(QLatin1Char('>'));
+        const QString name =
+            entry.match(line + "  ").captured(1).remove(QLatin1Char('<')).remove(QLatin1Char('>'));
         if (line.endsWith(QLatin1Char(':'))) {
             part = line;
         } else if (!name.isEmpty() && part == QLatin1String("Options:")) {

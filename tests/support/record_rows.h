@@ -33,7 +33,7 @@ template <typename Record> QString text(const QVector<Record> &records)
     for (const Record &record : records) {
         texts.append(text(record));
     }
-    return texts.join(QStringLiteral("; "));
+    return texts.join("; ");
 }
 
 struct Row
@@ -78,7 +78,7 @@ void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWa
     QFETCH(QString, signature);
     QFETCH(QString, value);
     const QDBusArgument argument = receive(bus, signature, value);
-    QCOMPARE(argument.currentSignature(), QLatin1Char('(') + signature + QStringLiteral("s)"));
+    QCOMPARE(argument.currentSignature(), QLatin1Char('(') + signature + "s)");
 
     const Warnings warnings;
     QString marker;
@@ -86,10 +86,10 @@ void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWa
     const QDBusArgument &returned = argument >> target;
     QCOMPARE(&returned, &argument);
     // The reader has stepped over exactly one value, whatever it was.
-    QCOMPARE(argument.currentSignature(), QStringLiteral("s"));
+    QCOMPARE(argument.currentSignature(), "s");
     argument >> marker;
     argument.endStructure();
-    QCOMPARE(marker, QStringLiteral("marker"));
+    QCOMPARE(marker, "marker");
     QTEST(text(target), "content");
     QCOMPARE(warnings.texts(), expectedWarnings);
 }

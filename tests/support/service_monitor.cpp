@@ -12,7 +12,7 @@
 namespace
 {
 
-const QString marker = QStringLiteral("Marker");
+const QString marker = "Marker";
 
 QString textOf(const QJsonValue &value)
 {
@@ -27,10 +27,10 @@ QString textOf(const QJsonValue &value)
     if (value.isObject()) {
         const QJsonObject object = value.toObject();
         for (auto entry = object.begin(); entry != object.end(); ++entry) {
-            parts.append(QStringLiteral("%1=%2:%3")
+            parts.append(QString("%1=%2:%3")
                              .arg(entry.key(), entry.value()[QLatin1String("type")].toString(),
                                   entry.key() == QLatin1String("Pid")
-                                      ? QStringLiteral("PID")
+                                      ? "PID"
                                       : textOf(entry.value()[QLatin1String("data")])));
         }
         return QLatin1Char('{') + parts.join(QLatin1Char(' ')) + QLatin1Char('}');
@@ -42,10 +42,10 @@ QString textOf(const QJsonObject &message)
 {
     const QString type = message.value(QLatin1String("type")).toString();
     const QJsonValue payload = message.value(QLatin1String("payload"));
-    const QString what = type == QLatin1String("method_return") ? QStringLiteral("reply")
+    const QString what = type == QLatin1String("method_return") ? "reply"
         : type == QLatin1String("error") ? message.value(QLatin1String("error_name")).toString()
                                          : message.value(QLatin1String("member")).toString();
-    const QString text = QStringLiteral("%1 %2 %3")
+    const QString text = QString("%1 %2 %3")
                              .arg(what, payload[QLatin1String("type")].toString(),
                                   textOf(payload[QLatin1String("data")]));
     return text.trimmed();
@@ -56,8 +56,7 @@ QString textOf(const QJsonObject &message)
 ServiceMonitor::ServiceMonitor(const PrivateBus &bus, const Simulator &simulator)
     : m_monitor(bus)
     , m_simulator(simulator)
-    , m_service(QDBusConnection::sessionBus().interface()->serviceOwner(
-          QStringLiteral(OSTREL_SERVICE_NAME)))
+    , m_service(QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME))
 {
 }
 
@@ -83,9 +82,9 @@ QStringList ServiceMonitor::textsUntil(const QString &signal)
 
 QStringList ServiceMonitor::texts()
 {
-    m_simulator.desk(QStringLiteral("Emit"),
-                     {QVariant::fromValue(QDBusObjectPath(QStringLiteral("/marker"))),
-                      QStringLiteral("marker.Marker"), marker, QVariantList()});
+    m_simulator.desk(
+        "Emit",
+        {QVariant::fromValue(QDBusObjectPath("/marker")), "marker.Marker", marker, QVariantList()});
     QStringList texts = textsUntil(marker);
     texts.removeLast();
     return texts;

@@ -20,7 +20,7 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, Call &call
 Simulator::Simulator(const PrivateBus &bus, const QStringList &options)
     : m_address(bus.address())
     , m_options(options)
-    , m_connection(QDBusConnection::connectToBus(m_address, QStringLiteral("desk at ") + m_address))
+    , m_connection(QDBusConnection::connectToBus(m_address, "desk at " + m_address))
 {
 }
 
@@ -31,10 +31,10 @@ Simulator::~Simulator()
 
 void Simulator::start()
 {
-    m_process = std::make_unique<Process>(
-        QStringLiteral(SIMULATOR), QStringList{QStringLiteral("--address"), m_address} + m_options);
+    m_process =
+        std::make_unique<Process>(SIMULATOR, QStringList{"--address", m_address} + m_options);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("TMPDIR"), m_folder.path());
+    environment.insert("TMPDIR", m_folder.path());
     m_process->setProcessEnvironment(environment);
     m_process->start();
     m_process->readLine();
@@ -52,9 +52,8 @@ int Simulator::waitForEnd()
 
 QDBusMessage Simulator::desk(const QString &method, const QVariantList &arguments) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method);
+    QDBusMessage call = QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
+                                                       OSTREL_SIMULATOR_INTERFACE, method);
     call.setArguments(arguments);
     return m_connection.call(call);
 }
@@ -63,7 +62,7 @@ void Simulator::emitSignal(const char *path, const char *interface, const QStrin
                            const QVariantList &arguments) const
 {
     const QDBusMessage answer =
-        desk(QStringLiteral("Emit"),
+        desk("Emit",
              {QVariant::fromValue(QDBusObjectPath(QString::fromLatin1(path))),
               QString::fromLatin1(interface), member, QVariant(arguments)});
     if (answer.type() != QDBusMessage::ReplyMessage) {
@@ -84,11 +83,11 @@ MethodFaults Simulator::windowStatus() const
 QVector<Call> Simulator::calls() const
 {
     QVector<Call> calls;
-    desk(QStringLiteral("Calls")).arguments().at(0).value<QDBusArgument>() >> calls;
+    desk("Calls").arguments().at(0).value<QDBusArgument>() >> calls;
     return calls;
 }
 
 void Simulator::reset() const
 {
-    desk(QStringLiteral("Reset"));
+    desk("Reset");
 }

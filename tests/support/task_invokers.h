@@ -21,7 +21,7 @@ namespace Ostrel
 inline QString text(const Error &error)
 {
     const QString code = QString::number(error.code());
-    return error.message().isNull() ? code : QStringLiteral("%1 \"%2\"").arg(code, error.message());
+    return error.message().isNull() ? code : QString("%1 \"%2\"").arg(code, error.message());
 }
 
 } // namespace Ostrel
@@ -33,21 +33,20 @@ public:
     using Error = Ostrel::Error;
 
     // Callbacks that write their label, the number and the error.
-    std::function<void(const Error &)> ready(const QString &label = QStringLiteral("ready"))
+    std::function<void(const Error &)> ready(const QString &label = "ready")
     {
         return [this, label](const Error &error) {
             add(label + QLatin1Char(' ') + Ostrel::text(error));
         };
     }
-    std::function<void(const Error &)> stopped(const QString &label = QStringLiteral("stopped"))
+    std::function<void(const Error &)> stopped(const QString &label = "stopped")
     {
         return ready(label);
     }
-    std::function<void(int, const Error &)> started(
-        const QString &label = QStringLiteral("started"))
+    std::function<void(int, const Error &)> started(const QString &label = "started")
     {
         return [this, label](int number, const Error &error) {
-            add(QStringLiteral("%1 %2: %3").arg(label).arg(number).arg(Ostrel::text(error)));
+            add(QString("%1 %2: %3").arg(label).arg(number).arg(Ostrel::text(error)));
         };
     }
 
@@ -55,14 +54,13 @@ public:
     void watch(const Ostrel::TaskInvoker &invoker)
     {
         const auto *watched = &invoker;
-        QObject::connect(watched, &Ostrel::TaskInvoker::activeTasksChanged, watched,
-                         [this, watched] {
-                             add(QStringLiteral("active [%1]").arg(text(watched->activeTasks())));
-                         });
         QObject::connect(
-            watched, &Ostrel::TaskInvoker::availableTasksChanged, watched, [this, watched] {
-                add(QStringLiteral("available [%1]").arg(text(watched->availableTasks())));
-            });
+            watched, &Ostrel::TaskInvoker::activeTasksChanged, watched,
+            [this, watched] { add(QString("active [%1]").arg(text(watched->activeTasks()))); });
+        QObject::connect(watched, &Ostrel::TaskInvoker::availableTasksChanged, watched,
+                         [this, watched] {
+                             add(QString("available [%1]").arg(text(watched->availableTasks())));
+                         });
     }
 
     void add(const QString &event) { m_all.append(event); }
@@ -78,9 +76,9 @@ public:
     // The same without the numbers of processes that the simulator runs.
     QStringList sortedWithoutPids() const
     {
-        static const QRegularExpression pid(QStringLiteral("(photos|contacts) \\d+ "));
+        static const QRegularExpression pid("(photos|contacts) \\d+ ");
         QStringList all = sorted();
-        return all.replaceInStrings(pid, QStringLiteral("\\1 PID "));
+        return all.replaceInStrings(pid, "\\1 PID ");
     }
     int size() const { return m_all.size(); }
     void clear() { m_all.clear(); }
@@ -113,42 +111,40 @@ inline Ostrel::Error waitUntilReady(Ostrel::TaskInvoker &invoker)
 inline void roundTrip(Ostrel::TaskInvoker &invoker)
 {
     const auto answered = std::make_shared<bool>(false);
-    invoker.stop(QStringLiteral("marker"), [answered](const Ostrel::Error &) { *answered = true; });
+    invoker.stop("marker", [answered](const Ostrel::Error &) { *answered = true; });
     waitUntil([&answered] { return *answered; });
 }
 
 inline QString sessionPath(const QString &type)
 {
-    return QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + type;
+    return OSTREL_TASK_INVOKER_SESSIONS_PATH + type;
 }
 
 // Has the simulator send a signal of three arguments, each given as signature and value.
 inline void emitSignal(const PrivateBus &bus, const QString &path, const QString &interface,
                        const QString &member, const QString &arguments, int count = 3)
 {
-    busctlDesk(bus, QStringLiteral("Emit"),
-               QStringList{QStringLiteral("ossav"), path, interface, member, QString::number(count)}
+    busctlDesk(bus, "Emit",
+               QStringList{"ossav", path, interface, member, QString::number(count)}
                    + wordsOf(arguments));
 }
 
 // Has the simulator send "PropertiesChanged" for the session of a type. The changed properties are
 // given as their number, and name, signature and value of each.
-inline void emitPropertiesChanged(
-    const PrivateBus &bus, const QString &type, const QString &changed,
-    const QString &invalidated = QStringLiteral("0"),
-    const QString &interface = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE))
+inline void emitPropertiesChanged(const PrivateBus &bus, const QString &type,
+                                  const QString &changed, const QString &invalidated = "0",
+                                  const QString &interface = OSTREL_TASK_INVOKER_SESSION_INTERFACE)
 {
-    emitSignal(bus, sessionPath(type), QStringLiteral("org.freedesktop.DBus.Properties"),
-               QStringLiteral("PropertiesChanged"),
-               QStringLiteral("s %1 a{sv} %2 as %3").arg(interface, changed, invalidated));
+    emitSignal(bus, sessionPath(type), "org.freedesktop.DBus.Properties", "PropertiesChanged",
+               QString("s %1 a{sv} %2 as %3").arg(interface, changed, invalidated));
 }
 
 // Has the next "RegisterInvoker" answered by these values, each given as signature and value.
 inline void answerRegistration(const PrivateBus &bus, int count, const QString &values)
 {
-    busctlDesk(bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
-                           QStringLiteral("RegisterInvoker"), QString::number(count)}
+    busctlDesk(bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker",
+                           QString::number(count)}
                    + wordsOf(values));
 }
 
@@ -156,7 +152,7 @@ inline void answerRegistration(const PrivateBus &bus, int count, const QString &
 inline void answerRegistration(const PrivateBus &bus, const QString &type,
                                const QString &properties)
 {
-    answerRegistration(bus, 2, QStringLiteral("o %1 a{sv} %2").arg(sessionPath(type), properties));
+    answerRegistration(bus, 2, QString("o %1 a{sv} %2").arg(sessionPath(type), properties));
 }
 
 #endif

@@ -15,17 +15,17 @@ namespace Ostrel
 
 inline QString text(const TaskState &task)
 {
-    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.state).arg(::text(task.properties));
+    return QString("%1 %2 {%3}").arg(task.name).arg(task.state).arg(::text(task.properties));
 }
 
 inline QString text(const AvailableTask &task)
 {
-    return QStringLiteral("%1 {%2}").arg(task.name, ::text(task.properties));
+    return QString("%1 {%2}").arg(task.name, ::text(task.properties));
 }
 
 inline QString text(const ActiveTask &task)
 {
-    return QStringLiteral("%1 %2 {%3}").arg(task.name).arg(task.pid).arg(::text(task.properties));
+    return QString("%1 %2 {%3}").arg(task.name).arg(task.pid).arg(::text(task.properties));
 }
 
 } // namespace Ostrel

@@ -14,7 +14,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString type = QStringLiteral("sync");
+const QString type = "sync";
 
 } // namespace
 
@@ -67,7 +67,7 @@ void TestTaskInvokerBuses::busTypeSelectsTheBus()
     m_systemSimulator->reset();
     m_sessionSimulator->reset();
     TaskInvoker invoker(static_cast<TaskInvoker::BusType>(number), type);
-    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     roundTrip(invoker);
     QCOMPARE(m_sessionSimulator->calls().size(), session ? 2 : 0);
     QCOMPARE(m_systemSimulator->calls().size(), session ? 0 : 2);
@@ -85,19 +85,17 @@ void TestTaskInvokerBuses::busesAreKeptApart()
     Events systemEvents;
     sessionEvents.watch(onSession);
     systemEvents.watch(onSystem);
-    onSystem.start(QStringLiteral("photos"), {}, {}, systemEvents.started());
+    onSystem.start("photos", {}, {}, systemEvents.started());
     systemEvents.waitFor(2);
     roundTrip(onSession);
     QCOMPARE(sessionEvents.all(), QStringList());
-    onSession.start(QStringLiteral("contacts"), {}, {}, sessionEvents.started());
+    onSession.start("contacts", {}, {}, sessionEvents.started());
     sessionEvents.waitFor(2);
     roundTrip(onSystem);
-    QCOMPARE(
-        systemEvents.sortedWithoutPids(),
-        (QStringList{QStringLiteral("active [photos PID {}]"), QStringLiteral("started 1: 0")}));
-    QCOMPARE(
-        sessionEvents.sortedWithoutPids(),
-        (QStringList{QStringLiteral("active [contacts PID {}]"), QStringLiteral("started 1: 0")}));
+    QCOMPARE(systemEvents.sortedWithoutPids(),
+             (QStringList{"active [photos PID {}]", "started 1: 0"}));
+    QCOMPARE(sessionEvents.sortedWithoutPids(),
+             (QStringList{"active [contacts PID {}]", "started 1: 0"}));
 }
 
 // What is in flight there fails, and so does what comes later; the other bus does not notice.
@@ -119,37 +117,35 @@ void TestTaskInvokerBuses::endOfOneBusLeavesTheOther()
     QCOMPARE(warnings.texts(), QStringList());
 
     Events events;
-    onSystem.start(QStringLiteral("photos"), {}, {}, [&](int number, const Error &error) {
-        events.add(QStringLiteral("started %1 %2").arg(number).arg(error.code()));
+    onSystem.start("photos", {}, {}, [&](int number, const Error &error) {
+        events.add(QString("started %1 %2").arg(number).arg(error.code()));
     });
     TaskInvoker waiting(TaskInvoker::SystemBus, type);
-    waiting.onReady(
-        [&](const Error &error) { events.add(QStringLiteral("ready %1").arg(error.code())); });
+    waiting.onReady([&](const Error &error) { events.add(QString("ready %1").arg(error.code())); });
     starts.waitForHeld(1);
     registration.waitForHeld(1);
     m_systemBus->end();
     events.waitFor(2);
-    QVERIFY(events.all().contains(QStringLiteral("started 0 1")));
-    QVERIFY(events.all().contains(QStringLiteral("ready 1")));
+    QVERIFY(events.all().contains("started 0 1"));
+    QVERIFY(events.all().contains("ready 1"));
 
     events.clear();
-    onSystem.start(QStringLiteral("photos"), {}, {}, events.started());
-    onSystem.stop(QStringLiteral("photos"), events.stopped());
+    onSystem.start("photos", {}, {}, events.started());
+    onSystem.stop("photos", events.stopped());
     TaskInvoker late(TaskInvoker::SystemBus, type);
     late.onReady(events.ready());
     QCOMPARE(events.all(), QStringList());
     events.waitFor(3);
-    const QString disconnected = QStringLiteral("1 \"Not connected to D-Bus server\"");
+    const QString disconnected = "1 \"Not connected to D-Bus server\"";
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + disconnected,
-                          QStringLiteral("stopped ") + disconnected,
-                          QStringLiteral("ready ") + disconnected}));
+             (QStringList{"started 0: " + disconnected, "stopped " + disconnected,
+                          "ready " + disconnected}));
     QCOMPARE(warnings.texts().size(), 2);
 
     events.clear();
-    onSession.start(QStringLiteral("photos"), {}, {}, events.started());
+    onSession.start("photos", {}, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+    QCOMPARE(events.all(), QStringList("started 1: 0"));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerBuses)

@@ -97,19 +97,19 @@ QVector<Call> TestTaskInvokerCalls::sessionCalls() const
 
 void TestTaskInvokerCalls::startIsOneMessage()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+    QCOMPARE(events.all(), QStringList("started 1: 0"));
 
     const QVector<Call> calls = sessionCalls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.at(0).path, QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync"));
-    QCOMPARE(calls.at(0).interface, QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvokerSession1"));
-    QCOMPARE(calls.at(0).member, QStringLiteral("Start"));
-    QCOMPARE(calls.at(0).signature, QStringLiteral("sa{sv}a{sv}"));
-    QCOMPARE(calls.at(0).arguments.at(0).toString(), QStringLiteral("photos"));
+    QCOMPARE(calls.at(0).path, OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync");
+    QCOMPARE(calls.at(0).interface, OSTREL_SERVICE_NAME ".TaskInvokerSession1");
+    QCOMPARE(calls.at(0).member, "Start");
+    QCOMPARE(calls.at(0).signature, "sa{sv}a{sv}");
+    QCOMPARE(calls.at(0).arguments.at(0).toString(), "photos");
     for (const int map : {1, 2}) {
         QCOMPARE(qdbus_cast<QVariantMap>(calls.at(0).arguments.at(map)), QVariantMap());
     }
@@ -117,20 +117,20 @@ void TestTaskInvokerCalls::startIsOneMessage()
 
 void TestTaskInvokerCalls::stopIsOneMessage()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, nullptr);
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.start("photos", {}, {}, nullptr);
+    invoker.stop("photos", events.stopped());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
+    QCOMPARE(events.all(), QStringList("stopped 0"));
 
     const QVector<Call> calls = sessionCalls();
     QCOMPARE(calls.size(), 2);
-    QCOMPARE(calls.at(1).path, sessionPath(QStringLiteral("sync")));
-    QCOMPARE(calls.at(1).interface, QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE));
-    QCOMPARE(calls.at(1).member, QStringLiteral("Stop"));
-    QCOMPARE(calls.at(1).signature, QStringLiteral("s"));
-    QCOMPARE(calls.at(1).arguments, QVariantList{QStringLiteral("photos")});
+    QCOMPARE(calls.at(1).path, sessionPath("sync"));
+    QCOMPARE(calls.at(1).interface, OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    QCOMPARE(calls.at(1).member, "Stop");
+    QCOMPARE(calls.at(1).signature, "s");
+    QCOMPARE(calls.at(1).arguments, QVariantList{"photos"});
 }
 
 void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
@@ -138,50 +138,45 @@ void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
     const MethodFaults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     invoker.onReady(events.ready());
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.stop("photos", events.stopped());
     events.waitFor(2);
     registration.release({0});
     events.waitFor(3);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
-                          QStringLiteral("ready 0")}));
+    QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0", "ready 0"}));
 }
 
 void TestTaskInvokerCalls::callsAreSentAfterAFailedRegistration()
 {
     m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
-        .failNext(QStringLiteral("a.b"), QString());
+        .failNext("a.b", QString());
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(waitUntilReady(invoker).isError());
     QCOMPARE(warnings.texts().size(), 1);
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.start("photos", {}, {}, events.started());
+    invoker.stop("photos", events.stopped());
     events.waitFor(2);
-    const QString noSession =
-        QStringLiteral("1 \"No object at the path %1\"").arg(sessionPath(QStringLiteral("sync")));
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + noSession,
-                          QStringLiteral("stopped ") + noSession}));
+    const QString noSession = QString("1 \"No object at the path %1\"").arg(sessionPath("sync"));
+    QCOMPARE(events.all(), (QStringList{"started 0: " + noSession, "stopped " + noSession}));
     QCOMPARE(sessionCalls().size(), 2);
     QCOMPARE(warnings.texts().size(), 1);
 }
 
 void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     starts().holdNext(1);
     stops().holdNext(1);
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.start("photos", {}, {}, events.started());
+    invoker.stop("photos", events.stopped());
 
     // The answers are there, but only the event loop brings them.
     starts().waitForHeld(1);
@@ -190,8 +185,7 @@ void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
     stops().release({0});
     QCOMPARE(events.all(), QStringList());
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0"}));
     // What waited for the answers is gone again.
     waitUntil([&] { return invoker.children().isEmpty(); });
 }
@@ -208,11 +202,11 @@ void TestTaskInvokerCalls::numberOfTheReplyIsPassedOn()
 {
     QFETCH(int, number);
     starts().answerNext({number});
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started %1: 0").arg(number)));
+    QCOMPARE(events.all(), QStringList(QString("started %1: 0").arg(number)));
 }
 
 void TestTaskInvokerCalls::serviceErrorsAreMapped_data()
@@ -224,16 +218,16 @@ void TestTaskInvokerCalls::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
     QFETCH(int, code);
-    starts().failNext(name, QStringLiteral("no start"));
-    stops().failNext(name, QStringLiteral("no stop"));
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    starts().failNext(name, "no start");
+    stops().failNext(name, "no stop");
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.start("photos", {}, {}, events.started());
+    invoker.stop("photos", events.stopped());
     events.waitFor(2);
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: %1 \"no start\"").arg(code),
-                          QStringLiteral("stopped %1 \"no stop\"").arg(code)}));
+             (QStringList{QString("started 0: %1 \"no start\"").arg(code),
+                          QString("stopped %1 \"no stop\"").arg(code)}));
 }
 
 void TestTaskInvokerCalls::errorsMayCarryANumber_data()
@@ -242,7 +236,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber_data()
     QTest::addColumn<QString>("event");
     const auto row = [](const char *value, const char *event) {
         QTest::newRow(value) << QString::fromLatin1(value)
-                             << QStringLiteral("started ") + QString::fromLatin1(event);
+                             << "started " + QString::fromLatin1(event);
     };
     row("s 42", "42: 1 \"42\"");
     row("s -7", "-7: 1 \"-7\"");
@@ -272,14 +266,12 @@ void TestTaskInvokerCalls::errorsMayCarryANumber_data()
 void TestTaskInvokerCalls::errorsMayCarryANumber()
 {
     QFETCH(QString, value);
-    busctlDesk(*m_bus, QStringLiteral("FailNextWith"),
-               QStringList{QStringLiteral("sssav"),
-                           QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-                           QStringLiteral("Start"), QStringLiteral("a.b"), QStringLiteral("1")}
+    busctlDesk(*m_bus, "FailNextWith",
+               QStringList{"sssav", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start", "a.b", "1"}
                    + wordsOf(value));
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
     QTEST(events.all().constFirst(), "event");
 }
@@ -292,18 +284,18 @@ void TestTaskInvokerCalls::otherRepliesAreFailures_data()
         QTest::newRow(signature) << QString::fromLatin1(signature) << values;
     };
     row("", {});
-    row("s", {QStringLiteral("42")});
+    row("s", {"42"});
     row("u", {42U});
     row("x", {42LL});
     row("b", {true});
     row("d", {42.0});
     row("y", {QVariant::fromValue(uchar(42))});
     row("v", {QVariant::fromValue(QDBusVariant(42))});
-    row("si", {QStringLiteral("42"), 42});
+    row("si", {"42", 42});
     row("ai", {QVariant::fromValue(QList<int>{42})});
     row("(ii)", {QPoint(42, 42)});
-    row("a{sv}", {QVariantMap{{QStringLiteral("number"), 42}}});
-    row("as", {QStringList{QStringLiteral("42")}});
+    row("a{sv}", {QVariantMap{{"number", 42}}});
+    row("as", {QStringList{"42"}});
 }
 
 void TestTaskInvokerCalls::otherRepliesAreFailures()
@@ -311,31 +303,31 @@ void TestTaskInvokerCalls::otherRepliesAreFailures()
     QFETCH(QString, signature);
     QFETCH(QVariantList, values);
     starts().answerNext(values);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
     QCOMPARE(events.all(),
-             QStringList(QStringLiteral("started 0: 1 \"Unexpected reply signature: got \"%1\", "
-                                        "expected \"i\"\"")
+             QStringList(QString("started 0: 1 \"Unexpected reply signature: got \"%1\", "
+                                 "expected \"i\"\"")
                              .arg(signature)));
 }
 
 void TestTaskInvokerCalls::furtherValuesInAReplyAreAccepted()
 {
-    starts().answerNext({42, QStringLiteral("more"), QVariantMap()});
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    starts().answerNext({42, "more", QVariantMap()});
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 42: 0")));
+    QCOMPARE(events.all(), QStringList("started 42: 0"));
 }
 
 void TestTaskInvokerCalls::stopAcceptsAnyReply_data()
 {
     QTest::addColumn<QVariantList>("values");
     QTest::newRow("nothing") << QVariantList();
-    QTest::newRow("string") << QVariantList{QStringLiteral("x")};
+    QTest::newRow("string") << QVariantList{"x"};
     QTest::newRow("number") << QVariantList{-1};
     QTest::newRow("map and more") << QVariantList{QVariantMap(), QPoint(1, 2)};
 }
@@ -344,11 +336,11 @@ void TestTaskInvokerCalls::stopAcceptsAnyReply()
 {
     QFETCH(QVariantList, values);
     stops().answerNext(values);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.stop("photos", events.stopped());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("stopped 0")));
+    QCOMPARE(events.all(), QStringList("stopped 0"));
 }
 
 void TestTaskInvokerCalls::emptyCallbacksAreSkipped_data()
@@ -362,14 +354,14 @@ void TestTaskInvokerCalls::emptyCallbacksAreSkipped()
 {
     QFETCH(bool, failing);
     if (failing) {
-        starts().failNext(QStringLiteral("a.b"), QString());
-        stops().failNext(QStringLiteral("a.b"), QString());
+        starts().failNext("a.b", QString());
+        stops().failNext("a.b", QString());
     }
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
-    invoker.start(QStringLiteral("photos"), {}, {}, nullptr);
-    invoker.stop(QStringLiteral("photos"), nullptr);
-    invoker.start(QStringLiteral("photos"), {}, {}, {});
+    invoker.start("photos", {}, {}, nullptr);
+    invoker.stop("photos", nullptr);
+    invoker.start("photos", {}, {}, {});
     roundTrip(invoker);
     QCOMPARE(sessionCalls().size(), 4);
     waitUntil([&] { return invoker.children().isEmpty(); });
@@ -377,7 +369,7 @@ void TestTaskInvokerCalls::emptyCallbacksAreSkipped()
 
 void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     starts().holdNext(3);
     Events events;
@@ -385,37 +377,33 @@ void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
         invoker.start(task, {}, {}, events.started(task));
     };
     // There is none of them, so that they are answered, and held, in their order.
-    start(QStringLiteral("x"));
-    start(QStringLiteral("y"));
-    start(QStringLiteral("z"));
+    start("x");
+    start("y");
+    start("z");
     starts().waitForHeld(3);
     starts().release({2, 0, 1});
     events.waitFor(3);
     roundTrip(invoker);
-    const QString none = QStringLiteral("%1 0: 2 \"There is no task \"%1\" of the type \"sync\"\"");
-    QCOMPARE(events.all(),
-             (QStringList{none.arg(QStringLiteral("z")), none.arg(QStringLiteral("x")),
-                          none.arg(QStringLiteral("y"))}));
+    const QString none = "%1 0: 2 \"There is no task \"%1\" of the type \"sync\"\"";
+    QCOMPARE(events.all(), (QStringList{none.arg("z"), none.arg("x"), none.arg("y")}));
 }
 
 void TestTaskInvokerCalls::callbacksMayCallAgain()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.start(QStringLiteral("photos"), {}, {}, [&](int number, const Error &error) {
+    invoker.start("photos", {}, {}, [&](int number, const Error &error) {
         events.started()(number, error);
-        invoker.stop(QStringLiteral("photos"), [&](const Error &stopError) {
+        invoker.stop("photos", [&](const Error &stopError) {
             events.stopped()(stopError);
-            invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+            invoker.start("photos", {}, {}, events.started());
             // In here it waits for the last one.
             events.waitFor(3);
-            events.add(QStringLiteral("end"));
+            events.add("end");
         });
     });
     events.waitFor(4);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0"),
-                          QStringLiteral("started 2: 0"), QStringLiteral("end")}));
+    QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0", "started 2: 0", "end"}));
 }
 
 void TestTaskInvokerCalls::unsendableMapsAreNotSent_data()
@@ -430,12 +418,12 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent_data()
     };
     row("nothing", QVariant(), "holds a value of type none");
     row("float", 1.5F, "holds a value of type float");
-    row("address", QUrl(QStringLiteral("a:b")), "holds a value of type QUrl");
+    row("address", QUrl("a:b"), "holds a value of type QUrl");
     row("character", QChar(QLatin1Char('x')), "holds a value of type QChar");
     row("empty argument", QVariant::fromValue(QDBusArgument()),
         "holds a value of type QDBusArgument");
-    row("in depth", QVariantList{QVariantMap{{QStringLiteral("k"), QVariant()}}},
-        "holds a value of type none", "k");
+    row("in depth", QVariantList{QVariantMap{{"k", QVariant()}}}, "holds a value of type none",
+        "k");
     QVariant deep = 3;
     for (int i = 0; i < 40; ++i) {
         deep = QVariantList{deep};
@@ -449,44 +437,43 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     QFETCH(QVariant, value);
     QFETCH(QString, innerKey);
     QFETCH(QString, problem);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     TaskInvoker::StartupInfo info;
     TaskInvoker::Hints hints;
-    info.setParameters({QStringLiteral("good")});
-    info.insert(QStringLiteral("one"), value);
-    hints.insert(QStringLiteral("two"), value);
+    info.setParameters({"good"});
+    info.insert("one", value);
+    hints.insert("two", value);
     Events events;
-    invoker.start(QStringLiteral("photos"), info, {}, events.started());
-    invoker.start(QStringLiteral("photos"), {}, hints, events.started());
-    invoker.start(QStringLiteral("photos"), info, hints, events.started());
-    invoker.start(QStringLiteral("photos"), info, hints, nullptr);
+    invoker.start("photos", info, {}, events.started());
+    invoker.start("photos", {}, hints, events.started());
+    invoker.start("photos", info, hints, events.started());
+    invoker.start("photos", info, hints, nullptr);
     QCOMPARE(events.all(), QStringList());
     events.waitFor(3);
     const auto failure = [&](const char *key) {
-        return QStringLiteral("started 0: 1 \"Marshalling failed: \"%1\" %2\"")
+        return QString("started 0: 1 \"Marshalling failed: \"%1\" %2\"")
             .arg(innerKey.isEmpty() ? QString::fromLatin1(key) : innerKey, problem);
     };
     QCOMPARE(events.all(), (QStringList{failure("one"), failure("two"), failure("one")}));
     QCOMPARE(sessionCalls().size(), 0);
     // The caller's maps are as they were.
     QCOMPARE(info.size(), 2);
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(4);
-    QCOMPARE(events.all().constLast(), QStringLiteral("started 1: 0"));
+    QCOMPARE(events.all().constLast(), "started 1: 0");
 }
 
 void TestTaskInvokerCalls::simulatorRefusesWrongTasks()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     invoker.start(QString(), {}, {}, events.started());
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.stop("photos", events.stopped());
     events.waitFor(2);
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("started 0: 2 \"There is no task \"\" of the type \"sync\"\""),
-                     QStringLiteral("stopped 8 \"The task \"photos\" is not running\"")}));
+    QCOMPARE(events.all(),
+             (QStringList{"started 0: 2 \"There is no task \"\" of the type \"sync\"\"",
+                          "stopped 8 \"The task \"photos\" is not running\""}));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerCalls)

@@ -40,14 +40,14 @@ const std::vector<Request> &requests()
          }},
         {"start", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start",
          [](TaskInvoker &invoker, const QObject *context, const Done &done) {
-             invoker.start(QStringLiteral("none"), {}, {}, context,
+             invoker.start("none", {}, {}, context,
                            done ? std::function<void(int, const Error &)>(
                                [done](int /*number*/, const Error &error) { done(error); })
                                 : nullptr);
          }},
         {"stop", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop",
          [](TaskInvoker &invoker, const QObject *context, const Done &done) {
-             invoker.stop(QStringLiteral("none"), context, done);
+             invoker.stop("none", context, done);
          }},
     };
     return all;
@@ -137,7 +137,7 @@ std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request 
     const MethodFaults faults(*m_simulator, QString::fromLatin1(request.interface),
                               QString::fromLatin1(request.method));
     faults.holdNext(1);
-    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "sync");
     if (QLatin1String(request.name) != QLatin1String("onReady")) {
         waitUntilReady(*invoker);
     }
@@ -154,14 +154,14 @@ void TestTaskInvokerContexts::release(const Request &request) const
 
 void TestTaskInvokerContexts::roundTrip()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntil([&invoker] { return invoker.isReady(); });
 }
 
 void TestTaskInvokerContexts::invokerKnowsItsBus()
 {
-    const TaskInvoker onSession(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    const TaskInvoker onSystem(TaskInvoker::SystemBus, QStringLiteral("sync"));
+    const TaskInvoker onSession(TaskInvoker::SessionBus, "sync");
+    const TaskInvoker onSystem(TaskInvoker::SystemBus, "sync");
     QCOMPARE(onSession.busType(), TaskInvoker::SessionBus);
     QCOMPARE(onSystem.busType(), TaskInvoker::SystemBus);
 }
@@ -171,7 +171,7 @@ void TestTaskInvokerContexts::readinessAndErrorAreThoseOfTheRegistration_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<int>("code");
     QTest::newRow("success") << QString() << 0;
-    QTest::newRow("failure") << QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed") << 3;
+    QTest::newRow("failure") << OSTREL_ERROR_PREFIX "HandlerFailed" << 3;
 }
 
 void TestTaskInvokerContexts::readinessAndErrorAreThoseOfTheRegistration()
@@ -180,9 +180,9 @@ void TestTaskInvokerContexts::readinessAndErrorAreThoseOfTheRegistration()
     QFETCH(const int, code);
     if (!error.isEmpty()) {
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
-            .failNext(error, QStringLiteral("not today"));
+            .failNext(error, "not today");
     }
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!invoker.isReady());
     QVERIFY(!invoker.error());
     bool readyInCallback = false;
@@ -195,7 +195,7 @@ void TestTaskInvokerContexts::readinessAndErrorAreThoseOfTheRegistration()
     QVERIFY(!readyInSlot);
     QCOMPARE(int(invoker.error().code()), code);
     QCOMPARE(invoker.error().busErrorName(), error);
-    QCOMPARE(invoker.error().message(), error.isEmpty() ? QString() : QStringLiteral("not today"));
+    QCOMPARE(invoker.error().message(), error.isEmpty() ? QString() : "not today");
     if (!error.isEmpty()) {
         QCOMPARE(m_warnings->texts().size(), 1);
         m_warnings.emplace();
@@ -245,7 +245,7 @@ void TestTaskInvokerContexts::callbackRunsInTheThreadOfItsContext()
 // As onReady() without a context does; elsewhere, from the other event loop.
 void TestTaskInvokerContexts::readyInvokerCallsAtOnceInItsOwnThread()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntil([&invoker] { return invoker.isReady(); });
     bool ran = false;
     invoker.onReady(this, [&ran](const Error &error) { ran = !error; });
@@ -262,18 +262,15 @@ void TestTaskInvokerContexts::readyInvokerCallsAtOnceInItsOwnThread()
 
 void TestTaskInvokerContexts::startAndStopHandOverTheOutcome()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start").answerNext({42});
     Events events;
     waitUntilReady(invoker);
-    invoker.start(QStringLiteral("photos"), {}, {}, this, events.started());
-    invoker.stop(QStringLiteral("none"), this, [&events](const Error &error) {
-        events.add(QStringLiteral("stopped: ") + error.name());
-    });
+    invoker.start("photos", {}, {}, this, events.started());
+    invoker.stop("none", this,
+                 [&events](const Error &error) { events.add("stopped: " + error.name()); });
     waitUntil([&events] { return events.size() == 2; });
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("started 42: 0"), QStringLiteral("stopped: HandlerNotFound")}));
+    QCOMPARE(events.all(), (QStringList{"started 42: 0", "stopped: HandlerNotFound"}));
 }
 
 void TestTaskInvokerContexts::deletedContextDropsTheCallback()

@@ -61,66 +61,61 @@ void TestTaskInvokerGetters::whatWasSetIsReturned()
 {
     Hints hints;
     hints.setCPULimit(-1);
-    hints.setUser(QStringLiteral("u"));
-    hints.setDBusService(QStringLiteral("a.b"));
+    hints.setUser("u");
+    hints.setDBusService("a.b");
     hints.setHomeless(true);
     hints.setMaximumRunningTime(2);
     hints.setOomWeight(3);
-    hints.setPermissions({QStringLiteral("p"), QStringLiteral("q")});
+    hints.setPermissions({"p", "q"});
     hints.setPriority(4);
-    hints.setConditions({QStringLiteral("c")});
+    hints.setConditions({"c"});
     hints.setAutostart(TaskInvoker::AutostartDisabled);
-    hints.addCGroupSetting(QStringLiteral("g"), QByteArrayLiteral("1"));
-    hints.addCGroupSetting(QStringLiteral("h"), QByteArrayLiteral("2"));
+    hints.addCGroupSetting("g", QByteArrayLiteral("1"));
+    hints.addCGroupSetting("h", QByteArrayLiteral("2"));
     QCOMPARE(hints.cpuLimit(), -1);
-    QCOMPARE(hints.user(), QStringLiteral("u"));
-    QCOMPARE(hints.dBusService(), QStringLiteral("a.b"));
+    QCOMPARE(hints.user(), "u");
+    QCOMPARE(hints.dBusService(), "a.b");
     QVERIFY(hints.isHomeless());
     QCOMPARE(hints.maximumRunningTime(), 2);
     QCOMPARE(hints.oomWeight(), 3);
-    QCOMPARE(hints.permissions(), (QStringList{QStringLiteral("p"), QStringLiteral("q")}));
+    QCOMPARE(hints.permissions(), (QStringList{"p", "q"}));
     QCOMPARE(hints.priority(), 4);
-    QCOMPARE(hints.conditions(), QStringList{QStringLiteral("c")});
+    QCOMPARE(hints.conditions(), QStringList{"c"});
     QCOMPARE(hints.autostart(), TaskInvoker::AutostartDisabled);
     QCOMPARE(hints.cGroupSettings(),
-             (QVariantMap{{QStringLiteral("g"), QByteArrayLiteral("1")},
-                          {QStringLiteral("h"), QByteArrayLiteral("2")}}));
+             (QVariantMap{{"g", QByteArrayLiteral("1")}, {"h", QByteArrayLiteral("2")}}));
 
     StartupInfo info;
-    info.setParameters({QStringLiteral("-v")});
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("2=3"));
-    QCOMPARE(info.parameters(), QStringList{QStringLiteral("-v")});
-    QCOMPARE(info.environment(), (QStringList{QStringLiteral("A=1"), QStringLiteral("A=2=3")}));
+    info.setParameters({"-v"});
+    info.addEnvironmentVariable("A", "1");
+    info.addEnvironmentVariable("A", "2=3");
+    QCOMPARE(info.parameters(), QStringList{"-v"});
+    QCOMPARE(info.environment(), (QStringList{"A=1", "A=2=3"}));
 }
 
 void TestTaskInvokerGetters::mapsAreAdoptedUnchanged()
 {
-    const QVariantMap map{{QStringLiteral("User"), QStringLiteral("u")},
-                          {QStringLiteral("Params"), QStringList{QStringLiteral("-v")}},
-                          {QStringLiteral("other"), QVariant()}};
+    const QVariantMap map{{"User", "u"}, {"Params", QStringList{"-v"}}, {"other", QVariant()}};
     Hints hints(map);
     QCOMPARE(static_cast<const QVariantMap &>(hints), map);
-    QCOMPARE(hints.user(), QStringLiteral("u"));
+    QCOMPARE(hints.user(), "u");
     StartupInfo info(map);
     QCOMPARE(static_cast<const QVariantMap &>(info), map);
-    QCOMPARE(info.parameters(), QStringList{QStringLiteral("-v")});
+    QCOMPARE(info.parameters(), QStringList{"-v"});
 
     // They are copies.
-    hints.setUser(QStringLiteral("other"));
-    QCOMPARE(map.value(QStringLiteral("User")).toString(), QStringLiteral("u"));
+    hints.setUser("other");
+    QCOMPARE(map.value("User").toString(), "u");
 }
 
 void TestTaskInvokerGetters::otherTypesAreConverted()
 {
     // A value of another type reads as QVariant converts it.
-    QVariantMap map{{QStringLiteral("CPULimit"), QStringLiteral("7")},
-                    {QStringLiteral("Homeless"), 1},
-                    {QStringLiteral("Conditions"), QStringLiteral("c")}};
+    QVariantMap map{{"CPULimit", "7"}, {"Homeless", 1}, {"Conditions", "c"}};
     const Hints hints(map);
     QCOMPARE(hints.cpuLimit(), 7);
     QVERIFY(hints.isHomeless());
-    QCOMPARE(hints.conditions(), QStringList{QStringLiteral("c")});
+    QCOMPARE(hints.conditions(), QStringList{"c"});
 
     for (const char *key : {"CPULimit", "User", "DBusService", "Homeless", "RunningTime", "Weight",
                             "Permissions", "Priority", "Conditions", "Autostart", "CGroups"}) {
@@ -139,13 +134,13 @@ void TestTaskInvokerGetters::storedAutostartIsClamped_data()
     QTest::newRow("beyond") << QVariant(3) << 0;
     QTest::newRow("negative") << QVariant(-1) << 0;
     QTest::newRow("least") << QVariant(std::numeric_limits<int>::min()) << 0;
-    QTest::newRow("string") << QVariant(QStringLiteral("2")) << 2;
+    QTest::newRow("string") << QVariant("2") << 2;
 }
 
 void TestTaskInvokerGetters::storedAutostartIsClamped()
 {
     QFETCH(const QVariant, stored);
-    const Hints hints(QVariantMap{{QStringLiteral("Autostart"), stored}});
+    const Hints hints(QVariantMap{{"Autostart", stored}});
     QTEST(int(hints.autostart()), "autostart");
 }
 

@@ -20,9 +20,8 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString type = QStringLiteral("sync");
-const QString bothLists =
-    QStringLiteral("2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0");
+const QString type = "sync";
+const QString bothLists = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0";
 
 // There is a session bus, and no system bus.
 TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
@@ -44,7 +43,7 @@ void deleteIn(TaskInvoker *invoker, bool active)
 // Something that has been handled is behind everything that came before it.
 void otherRoundTrip()
 {
-    TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("other"));
+    TaskInvoker other(TaskInvoker::SessionBus, "other");
     roundTrip(other);
 }
 
@@ -156,7 +155,7 @@ void TestTaskInvokerLifetimes::deletedWithItsParent()
     QPointer<TaskInvoker> invoker = new TaskInvoker(TaskInvoker::SessionBus, type, parent.get());
     Events events;
     invoker->onReady(events.ready());
-    invoker->start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker->start("photos", {}, {}, events.started());
     parent.reset();
     QVERIFY(invoker.isNull());
     otherRoundTrip();
@@ -170,9 +169,9 @@ void TestTaskInvokerLifetimes::deletedWithoutABus()
     {
         const std::unique_ptr<TaskInvoker> invoker(newInvoker(TaskInvoker::SystemBus));
         invoker->onReady(events.ready());
-        invoker->start(QStringLiteral("photos"), {}, {}, events.started());
+        invoker->start("photos", {}, {}, events.started());
     }
-    TaskInvoker other(TaskInvoker::SystemBus, QStringLiteral("other"));
+    TaskInvoker other(TaskInvoker::SystemBus, "other");
     roundTrip(other);
     QCOMPARE(events.all(), QStringList());
     // That of the other one.
@@ -183,47 +182,46 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback_data()
 {
     QTest::addColumn<QString>("answer");
     QTest::newRow("success") << QString();
-    QTest::newRow("error") << QStringLiteral("error");
-    QTest::newRow("foreign path") << QStringLiteral("/x");
-    QTest::newRow("no bus") << QStringLiteral("no bus");
+    QTest::newRow("error") << "error";
+    QTest::newRow("foreign path") << "/x";
+    QTest::newRow("no bus") << "no bus";
 }
 
 void TestTaskInvokerLifetimes::deletedInAReadyCallback()
 {
     QFETCH(QString, answer);
     if (answer == QLatin1String("error")) {
-        registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+        registration().failNext("a.b", "text");
     } else if (answer == QLatin1String("/x")) {
-        answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} 0").arg(answer));
+        answerRegistration(*m_bus, 2, QString("o %1 a{sv} 0").arg(answer));
     }
     const Warnings warnings;
     QPointer<TaskInvoker> invoker = newInvoker(
         answer == QLatin1String("no bus") ? TaskInvoker::SystemBus : TaskInvoker::SessionBus);
     Events events;
-    invoker->onReady(events.ready(QStringLiteral("first")));
-    const QString kept = QStringLiteral("kept");
+    invoker->onReady(events.ready("first"));
+    const QString kept = "kept";
     invoker->onReady([invoker, kept, &events](const Error &error) {
         delete invoker.data();
         // The callback itself and what it was given are still good.
         events.add(kept + QLatin1Char(' ') + Ostrel::text(error));
     });
-    invoker->onReady(events.ready(QStringLiteral("never")));
-    invoker->start(QStringLiteral("photos"), {}, {}, nullptr);
+    invoker->onReady(events.ready("never"));
+    invoker->start("photos", {}, {}, nullptr);
     events.waitFor(2);
     otherRoundTrip();
     QVERIFY(invoker.isNull());
-    const QString outcome = answer.isEmpty() ? QStringLiteral("0")
-        : answer == QLatin1String("error")   ? QStringLiteral("1 \"text\"")
-        : answer == QLatin1String("no bus")  ? QStringLiteral("1 \"Not connected to D-Bus server\"")
-                                             : QStringLiteral("1 \"Wrong TaskInvoker path\"");
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("first ") + outcome, QStringLiteral("kept ") + outcome}));
+    const QString outcome = answer.isEmpty() ? "0"
+        : answer == QLatin1String("error")   ? "1 \"text\""
+        : answer == QLatin1String("no bus")  ? "1 \"Not connected to D-Bus server\""
+                                             : "1 \"Wrong TaskInvoker path\"";
+    QCOMPARE(events.all(), (QStringList{"first " + outcome, "kept " + outcome}));
     QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);
 }
 
 void TestTaskInvokerLifetimes::deletedInAReadyCallbackThatRunsAtOnce()
 {
-    registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+    registration().failNext("a.b", "text");
     const Warnings warnings;
     auto *invoker = newInvoker();
     waitUntilReady(*invoker);
@@ -232,7 +230,7 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallbackThatRunsAtOnce()
         delete invoker;
         seen = Ostrel::text(error);
     });
-    QCOMPARE(seen, QStringLiteral("1 \"text\""));
+    QCOMPARE(seen, "1 \"text\"");
 }
 
 void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists_data()
@@ -255,8 +253,7 @@ void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists()
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     QCOMPARE(events.all(),
-             QStringList({QStringLiteral("active [a 1 {}]"), QStringLiteral("available [b {}]")})
-                 .mid(0, active ? 1 : 2));
+             QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
 }
 
 void TestTaskInvokerLifetimes::deletedInASlotOfAChange_data()
@@ -278,8 +275,7 @@ void TestTaskInvokerLifetimes::deletedInASlotOfAChange()
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     QCOMPARE(events.all(),
-             QStringList({QStringLiteral("active [a 1 {}]"), QStringLiteral("available [b {}]")})
-                 .mid(0, active ? 1 : 2));
+             QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
 }
 
 void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall_data()
@@ -299,11 +295,11 @@ void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
     auto *invoker = newInvoker();
     waitUntilReady(*invoker);
     Events events;
-    const QString task = failing ? QStringLiteral("none") : QStringLiteral("photos");
-    const QString kept = QStringLiteral("kept");
+    const QString task = failing ? "none" : "photos";
+    const QString kept = "kept";
     const auto end = [invoker, kept, &events](const Error &error) {
         delete invoker;
-        events.add(QStringLiteral("%1 %2").arg(kept).arg(error.code()));
+        events.add(QString("%1 %2").arg(kept).arg(error.code()));
     };
     if (start) {
         invoker->start(task, {}, {}, [end](int, const Error &error) { end(error); });
@@ -312,18 +308,16 @@ void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
         invoker->stop(task, end);
     }
     // Answered behind it.
-    invoker->stop(task, events.stopped(QStringLiteral("never")));
+    invoker->stop(task, events.stopped("never"));
     events.waitFor(1);
     otherRoundTrip();
-    QCOMPARE(events.all(),
-             QStringList(failing ? QStringLiteral("kept 2") : QStringLiteral("kept 0")));
+    QCOMPARE(events.all(), QStringList(failing ? "kept 2" : "kept 0"));
     // What was sent was carried out all the same.
-    QCOMPARE(m_simulator
-                 ->desk(QStringLiteral("WaitForCalls"),
-                        {QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE),
-                         QStringLiteral("Stop"), start ? 1U : 2U})
-                 .type(),
-             QDBusMessage::ReplyMessage);
+    QCOMPARE(
+        m_simulator
+            ->desk("WaitForCalls", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop", start ? 1U : 2U})
+            .type(),
+        QDBusMessage::ReplyMessage);
 }
 
 void TestTaskInvokerLifetimes::deletedInAnEventLoopOfACallback()
@@ -331,20 +325,18 @@ void TestTaskInvokerLifetimes::deletedInAnEventLoopOfACallback()
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;
     invoker->onReady([&, invoker](const Error &) {
-        events.add(QStringLiteral("begin"));
-        invoker->start(QStringLiteral("photos"), {}, {}, [&, invoker](int, const Error &) {
+        events.add("begin");
+        invoker->start("photos", {}, {}, [&, invoker](int, const Error &) {
             delete invoker.data();
-            events.add(QStringLiteral("deleted"));
+            events.add("deleted");
         });
         events.waitFor(2);
-        events.add(QStringLiteral("end"));
+        events.add("end");
     });
-    invoker->onReady(events.ready(QStringLiteral("never")));
+    invoker->onReady(events.ready("never"));
     events.waitFor(3);
     otherRoundTrip();
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("begin"), QStringLiteral("deleted"), QStringLiteral("end")}));
+    QCOMPARE(events.all(), (QStringList{"begin", "deleted", "end"}));
 }
 
 void TestTaskInvokerLifetimes::deletedInAnEventLoopOfASlot()
@@ -352,22 +344,19 @@ void TestTaskInvokerLifetimes::deletedInAnEventLoopOfASlot()
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;
     connect(invoker, &TaskInvoker::activeTasksChanged, this, [&, invoker] {
-        events.add(QStringLiteral("begin"));
-        invoker->stop(QStringLiteral("photos"), [&, invoker](const Error &) {
+        events.add("begin");
+        invoker->stop("photos", [&, invoker](const Error &) {
             delete invoker.data();
-            events.add(QStringLiteral("deleted"));
+            events.add("deleted");
         });
         events.waitFor(2);
-        events.add(QStringLiteral("end"));
+        events.add("end");
     });
-    connect(invoker, &TaskInvoker::availableTasksChanged, this,
-            [&] { events.add(QStringLiteral("never")); });
-    invoker->onReady(events.ready(QStringLiteral("never")));
+    connect(invoker, &TaskInvoker::availableTasksChanged, this, [&] { events.add("never"); });
+    invoker->onReady(events.ready("never"));
     events.waitFor(3);
     otherRoundTrip();
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("begin"), QStringLiteral("deleted"), QStringLiteral("end")}));
+    QCOMPARE(events.all(), (QStringList{"begin", "deleted", "end"}));
 }
 
 void TestTaskInvokerLifetimes::callsInFlightAreDropped_data()
@@ -386,14 +375,13 @@ void TestTaskInvokerLifetimes::callsInFlightAreDropped()
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
     for (int i = 0; i < 2; ++i) {
-        invoker->start(QStringLiteral("photos"), {}, {}, [held](int, const Error &) { ++*held; });
+        invoker->start("photos", {}, {}, [held](int, const Error &) { ++*held; });
     }
     // A failure that is known already is dropped as well.
     TaskInvoker::Hints unsendable;
-    unsendable.insert(QStringLiteral("k"), QVariant());
-    invoker->start(QStringLiteral("photos"), {}, unsendable,
-                   [held](int, const Error &) { ++*held; });
-    invoker->stop(QStringLiteral("none"), [held](const Error &) { ++*held; });
+    unsendable.insert("k", QVariant());
+    invoker->start("photos", {}, unsendable, [held](int, const Error &) { ++*held; });
+    invoker->stop("none", [held](const Error &) { ++*held; });
     starts().waitForHeld(2);
     // What waits for the answers belongs to the invoker.
     QCOMPARE(invoker->children().size(), 4);
@@ -416,13 +404,12 @@ void TestTaskInvokerLifetimes::callbacksAreCopied()
     Events events;
     auto started = events.started();
     auto stopped = events.stopped();
-    invoker.start(QStringLiteral("photos"), {}, {}, started);
-    invoker.stop(QStringLiteral("photos"), stopped);
+    invoker.start("photos", {}, {}, started);
+    invoker.stop("photos", stopped);
     started = nullptr;
     stopped = nullptr;
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0"}));
 }
 
 void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
@@ -431,19 +418,18 @@ void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
     Events events;
     bool first = true;
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&] {
-        events.add(QStringLiteral("active %1").arg(invoker.activeTasks().size()));
+        events.add(QString("active %1").arg(invoker.activeTasks().size()));
         if (first) {
             first = false;
             invoker.onReady(events.ready());
-            invoker.start(QStringLiteral("photos"), {}, {}, events.started());
-            invoker.stop(QStringLiteral("photos"), events.stopped());
+            invoker.start("photos", {}, {}, events.started());
+            invoker.stop("photos", events.stopped());
         }
     });
     events.waitFor(6);
-    QCOMPARE(events.sorted(),
-             (QStringList{QStringLiteral("active 0"), QStringLiteral("active 0"),
-                          QStringLiteral("active 1"), QStringLiteral("ready 0"),
-                          QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(
+        events.sorted(),
+        (QStringList{"active 0", "active 0", "active 1", "ready 0", "started 1: 0", "stopped 0"}));
 }
 
 void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
@@ -454,7 +440,7 @@ void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
         for (int i = 0; i < 3; ++i) {
             invokers.emplace_back(newInvoker());
             invokers.back()->onReady([&callbacks](const Error &) { ++callbacks; });
-            invokers.back()->start(QStringLiteral("photos"), {}, {},
+            invokers.back()->start("photos", {}, {},
                                    [&callbacks](int, const Error &) { ++callbacks; });
         }
         if (round % 2 == 0) {
@@ -488,10 +474,10 @@ void TestTaskInvokerLifetimes::worksInAnotherThread()
         // The invoker ends before this function does.
         connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
                 [&saw] { // clazy:exclude=lambda-in-connect
-                    saw(QStringLiteral("active"));
+                    saw("active");
                 });
         invoker->onReady([&](const Error &error) { saw(Ostrel::text(error)); });
-        invoker->start(QStringLiteral("photos"), {}, {},
+        invoker->start("photos", {}, {},
                        [&](int number, const Error &) { saw(QString::number(number)); });
     });
     done.acquire(4);
@@ -500,9 +486,7 @@ void TestTaskInvokerLifetimes::worksInAnotherThread()
     thread.quit();
     thread.wait();
     seen.sort();
-    QCOMPARE(seen,
-             (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("active"),
-                          QStringLiteral("active")}));
+    QCOMPARE(seen, (QStringList{"0", "1", "active", "active"}));
     QCOMPARE(ranIn, std::vector<QThread *>(4, &thread));
 }
 

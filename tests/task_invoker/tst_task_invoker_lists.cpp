@@ -15,7 +15,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString type = QStringLiteral("other");
+const QString type = "other";
 
 } // namespace
 
@@ -78,31 +78,31 @@ void TestTaskInvokerLists::cleanup()
 
 void TestTaskInvokerLists::waitForTheEnd(const Events &events) const
 {
-    emitPropertiesChanged(*m_bus, type, QStringLiteral("1 ActiveTasks a(sia{sv}) 1 end 0 0"));
-    waitUntil([&] { return events.all().contains(QStringLiteral("active [end 0 {}]")); });
-    QCOMPARE(events.all().constLast(), QStringLiteral("active [end 0 {}]"));
+    emitPropertiesChanged(*m_bus, type, "1 ActiveTasks a(sia{sv}) 1 end 0 0");
+    waitUntil([&] { return events.all().contains("active [end 0 {}]"); });
+    QCOMPARE(events.all().constLast(), "active [end 0 {}]");
 }
 
 void TestTaskInvokerLists::replyToTheRegistrationFillsTheLists()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     waitUntilReady(invoker);
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active []"),
-                          QStringLiteral("available [calendar {Description=Fetches the calendars}; "
-                                         "contacts {Description=Fetches the contacts}; "
-                                         "photos {Description=Sends the photos}]")}));
+             (QStringList{"active []",
+                          "available [calendar {Description=Fetches the calendars}; "
+                          "contacts {Description=Fetches the contacts}; "
+                          "photos {Description=Sends the photos}]"}));
 }
 
 void TestTaskInvokerLists::replyWithoutListsChangesNothing()
 {
-    answerRegistration(*m_bus, type, QStringLiteral("1 Other i 3"));
+    answerRegistration(*m_bus, type, "1 Other i 3");
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     events.watch(invoker);
-    QCOMPARE(text(waitUntilReady(invoker)), QStringLiteral("0"));
+    QCOMPARE(text(waitUntilReady(invoker)), "0");
     QCOMPARE(events.all(), QStringList());
 }
 
@@ -113,40 +113,37 @@ void TestTaskInvokerLists::changesReplaceTheLists_data()
     QTest::addColumn<QString>("interface");
     QTest::addColumn<QStringList>("seen");
 
-    const QString own = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
-    const QString none = QStringLiteral("0");
-    const QString active = QStringLiteral("ActiveTasks a(sia{sv}) 1 a 1 0");
-    const QString available = QStringLiteral("AvailableTasks a(sa{sv}) 1 b 0");
-    const QString activeSeen = QStringLiteral("active [a 1 {}]");
-    const QString availableSeen = QStringLiteral("available [b {}]");
+    const QString own = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
+    const QString none = "0";
+    const QString active = "ActiveTasks a(sia{sv}) 1 a 1 0";
+    const QString available = "AvailableTasks a(sa{sv}) 1 b 0";
+    const QString activeSeen = "active [a 1 {}]";
+    const QString availableSeen = "available [b {}]";
     const auto row = [](const char *name, const QString &changed, const QString &invalidated,
                         const QString &interface, const QStringList &seen) {
         QTest::newRow(name) << changed << invalidated << interface << seen;
     };
-    row("active tasks alone", QStringLiteral("1 ") + active, none, own, {activeSeen});
-    row("available tasks alone", QStringLiteral("1 ") + available, none, own, {availableSeen});
-    row("both, in either order", QStringLiteral("2 %1 %2").arg(available, active), none, own,
+    row("active tasks alone", "1 " + active, none, own, {activeSeen});
+    row("available tasks alone", "1 " + available, none, own, {availableSeen});
+    row("both, in either order", QString("2 %1 %2").arg(available, active), none, own,
         {activeSeen, availableSeen});
-    row("others around them",
-        QStringLiteral("4 Z i 1 %1 A a(sa{sv}) 1 c 0 %2").arg(available, active), none, own,
-        {activeSeen, availableSeen});
-    row("others alone", QStringLiteral("2 Tasks a(sa{sv}) 1 c 0 '' i 3"), none, own, {});
-    row("other letters", QStringLiteral("2 activeTasks a(sia{sv}) 1 a 1 0 AVAILABLETASKS i 3"),
-        none, own, {});
-    row("names with blanks", QStringLiteral("1 ActiveTasksX a(sia{sv}) 1 a 1 0"), none, own, {});
+    row("others around them", QString("4 Z i 1 %1 A a(sa{sv}) 1 c 0 %2").arg(available, active),
+        none, own, {activeSeen, availableSeen});
+    row("others alone", "2 Tasks a(sa{sv}) 1 c 0 '' i 3", none, own, {});
+    row("other letters", "2 activeTasks a(sia{sv}) 1 a 1 0 AVAILABLETASKS i 3", none, own, {});
+    row("names with blanks", "1 ActiveTasksX a(sia{sv}) 1 a 1 0", none, own, {});
     row("nothing", none, none, own, {});
-    row("invalidated alone", none, QStringLiteral("2 ActiveTasks AvailableTasks"), own, {});
-    row("changed and invalidated", QStringLiteral("1 ") + active,
-        QStringLiteral("2 ActiveTasks AvailableTasks"), own, {activeSeen});
-    row("another interface", QStringLiteral("2 %1 %2").arg(available, active), none,
-        QStringLiteral("a.b"), {activeSeen, availableSeen});
-    row("no interface", QStringLiteral("1 ") + active, none, QStringLiteral("''"), {activeSeen});
-    row("empty lists", QStringLiteral("2 ActiveTasks a(sia{sv}) 0 AvailableTasks a(sa{sv}) 0"),
-        none, own, {QStringLiteral("active []"), QStringLiteral("available []")});
+    row("invalidated alone", none, "2 ActiveTasks AvailableTasks", own, {});
+    row("changed and invalidated", "1 " + active, "2 ActiveTasks AvailableTasks", own,
+        {activeSeen});
+    row("another interface", QString("2 %1 %2").arg(available, active), none, "a.b",
+        {activeSeen, availableSeen});
+    row("no interface", "1 " + active, none, "''", {activeSeen});
+    row("empty lists", "2 ActiveTasks a(sia{sv}) 0 AvailableTasks a(sa{sv}) 0", none, own,
+        {"active []", "available []"});
     // The message brings the older value last.
-    row("twice in one message",
-        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 x 1 0 ActiveTasks a(sia{sv}) 1 y 2 0"), none,
-        own, {QStringLiteral("active [y 2 {}]"), QStringLiteral("active [x 1 {}]")});
+    row("twice in one message", "2 ActiveTasks a(sia{sv}) 1 x 1 0 ActiveTasks a(sia{sv}) 1 y 2 0",
+        none, own, {"active [y 2 {}]", "active [x 1 {}]"});
 }
 
 void TestTaskInvokerLists::changesReplaceTheLists()
@@ -156,17 +153,17 @@ void TestTaskInvokerLists::changesReplaceTheLists()
     QFETCH(QString, interface);
     QFETCH(QStringList, seen);
     answerRegistration(*m_bus, type,
-                       QStringLiteral("2 ActiveTasks a(sia{sv}) 1 old 9 0 AvailableTasks "
-                                      "a(sa{sv}) 1 old 0"));
+                       "2 ActiveTasks a(sia{sv}) 1 old 9 0 AvailableTasks "
+                       "a(sa{sv}) 1 old 0");
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
     emitPropertiesChanged(*m_bus, type, changed, invalidated, interface);
     waitForTheEnd(events);
-    QCOMPARE(events.all(), seen + QStringList(QStringLiteral("active [end 0 {}]")));
-    if (!seen.join(QString()).contains(QStringLiteral("available"))) {
-        QCOMPARE(text(invoker.availableTasks()), QStringLiteral("old {}"));
+    QCOMPARE(events.all(), seen + QStringList("active [end 0 {}]"));
+    if (!seen.join(QString()).contains("available")) {
+        QCOMPARE(text(invoker.availableTasks()), "old {}");
     }
     // Nothing is fetched: the registration is all that was sent.
     QCOMPARE(m_simulator->calls().size(), 1);
@@ -180,28 +177,26 @@ void TestTaskInvokerLists::recordsArriveUnchanged()
     events.watch(invoker);
     emitPropertiesChanged(
         *m_bus, type,
-        QStringLiteral("2 ActiveTasks a(sia{sv}) 3 '' -2147483648 0 one 1 2 A i -1 B as 2 x y "
-                       "two 2147483647 0 AvailableTasks a(sa{sv}) 2 a 1 K a{sv} 1 k v s deep b 0"));
+        "2 ActiveTasks a(sia{sv}) 3 '' -2147483648 0 one 1 2 A i -1 B as 2 x y "
+        "two 2147483647 0 AvailableTasks a(sa{sv}) 2 a 1 K a{sv} 1 k v s deep b 0");
     events.waitFor(2);
-    QCOMPARE(text(invoker.activeTasks()),
-             QStringLiteral(" -2147483648 {}; one 1 {A=-1,B=}; two 2147483647 {}"));
-    QCOMPARE(invoker.activeTasks().at(1).properties.value(QStringLiteral("B")).toStringList(),
-             (QStringList{QStringLiteral("x"), QStringLiteral("y")}));
-    QCOMPARE(text(invoker.availableTasks()), QStringLiteral("a {K=}; b {}"));
+    QCOMPARE(text(invoker.activeTasks()), " -2147483648 {}; one 1 {A=-1,B=}; two 2147483647 {}");
+    QCOMPARE(invoker.activeTasks().at(1).properties.value("B").toStringList(),
+             (QStringList{"x", "y"}));
+    QCOMPARE(text(invoker.availableTasks()), "a {K=}; b {}");
 }
 
 void TestTaskInvokerLists::aListStaysWhenTheOtherChanges()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     const auto available = text(invoker.availableTasks());
     Events events;
     events.watch(invoker);
-    emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
-                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    emitPropertiesChanged(*m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 a 1 0");
     events.waitFor(1);
     roundTrip(invoker);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("active [a 1 {}]")));
+    QCOMPARE(events.all(), QStringList("active [a 1 {}]"));
     QCOMPARE(text(invoker.availableTasks()), available);
 }
 
@@ -212,17 +207,17 @@ void TestTaskInvokerLists::equalListsEmitTheSignalAgain()
     Events events;
     events.watch(invoker);
     for (int i = 0; i < 3; ++i) {
-        emitPropertiesChanged(*m_bus, type, QStringLiteral("1 AvailableTasks a(sa{sv}) 1 a 0"));
+        emitPropertiesChanged(*m_bus, type, "1 AvailableTasks a(sa{sv}) 1 a 0");
     }
     waitForTheEnd(events);
-    const QString seen = QStringLiteral("available [a {}]");
-    QCOMPARE(events.all(), (QStringList{seen, seen, seen, QStringLiteral("active [end 0 {}]")}));
+    const QString seen = "available [a {}]";
+    QCOMPARE(events.all(), (QStringList{seen, seen, seen, "active [end 0 {}]"}));
 }
 
 // The list that changes second is still the earlier one when the first is announced.
 void TestTaskInvokerLists::activeTasksComeFirst()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     int availableWhenActive = -1;
     int availableWhenAvailable = -1;
@@ -230,29 +225,27 @@ void TestTaskInvokerLists::activeTasksComeFirst()
             [&] { availableWhenActive = invoker.availableTasks().size(); });
     connect(&invoker, &TaskInvoker::availableTasksChanged, this,
             [&] { availableWhenAvailable = invoker.availableTasks().size(); });
-    emitPropertiesChanged(
-        *m_bus, QStringLiteral("sync"),
-        QStringLiteral("2 AvailableTasks a(sa{sv}) 1 b 0 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    emitPropertiesChanged(*m_bus, "sync",
+                          "2 AvailableTasks a(sa{sv}) 1 b 0 ActiveTasks a(sia{sv}) 1 a 1 0");
     waitUntil([&] { return availableWhenAvailable == 1; });
     QCOMPARE(availableWhenActive, 3);
 }
 
 void TestTaskInvokerLists::startAndStopChangeTheLists()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
     TaskInvoker::Hints hints;
     hints.setPriority(5);
-    invoker.start(QStringLiteral("photos"), {}, hints, events.started());
+    invoker.start("photos", {}, hints, events.started());
     events.waitFor(2);
-    invoker.stop(QStringLiteral("photos"), events.stopped());
+    invoker.stop("photos", events.stopped());
     events.waitFor(4);
     QCOMPARE(events.sortedWithoutPids(),
-             (QStringList{QStringLiteral("active []"),
-                          QStringLiteral("active [photos PID {Priority=5}]"),
-                          QStringLiteral("started 1: 0"), QStringLiteral("stopped 0")}));
+             (QStringList{"active []", "active [photos PID {Priority=5}]", "started 1: 0",
+                          "stopped 0"}));
 }
 
 void TestTaskInvokerLists::changesBeforeTheReplyAreApplied()
@@ -265,14 +258,13 @@ void TestTaskInvokerLists::changesBeforeTheReplyAreApplied()
     events.watch(invoker);
     invoker.onReady(events.ready());
     registration.waitForHeld(1);
-    emitPropertiesChanged(*m_bus, type, QStringLiteral("1 AvailableTasks a(sa{sv}) 1 early 0"));
+    emitPropertiesChanged(*m_bus, type, "1 AvailableTasks a(sa{sv}) 1 early 0");
     events.waitFor(1);
-    QCOMPARE(text(invoker.availableTasks()), QStringLiteral("early {}"));
+    QCOMPARE(text(invoker.availableTasks()), "early {}");
     registration.release({0});
     events.waitFor(4);
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("available [early {}]"), QStringLiteral("active []"),
-                          QStringLiteral("available []"), QStringLiteral("ready 0")}));
+             (QStringList{"available [early {}]", "active []", "available []", "ready 0"}));
 }
 
 void TestTaskInvokerLists::otherSignalsAreDropped_data()
@@ -284,17 +276,17 @@ void TestTaskInvokerLists::otherSignalsAreDropped_data()
     QTest::addColumn<QString>("arguments");
 
     const QString own = sessionPath(type);
-    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
-    const QString changed = QStringLiteral("PropertiesChanged");
-    const QString good = QStringLiteral("s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0");
+    const QString properties = "org.freedesktop.DBus.Properties";
+    const QString changed = "PropertiesChanged";
+    const QString good = "s x a{sv} 1 ActiveTasks a(sia{sv}) 1 a 1 0 as 0";
     const auto row = [](const char *name, const QString &path, const QString &interface,
                         const QString &member, int count, const QString &arguments) {
         QTest::newRow(name) << path << interface << member << count << arguments;
     };
-    row("another path", sessionPath(QStringLiteral("others")), properties, changed, 3, good);
-    row("a path below", own + QStringLiteral("/x"), properties, changed, 3, good);
-    row("another interface", own, QStringLiteral("a.b"), changed, 3, good);
-    row("another member", own, properties, QStringLiteral("Changed"), 3, good);
+    row("another path", sessionPath("others"), properties, changed, 3, good);
+    row("a path below", own + "/x", properties, changed, 3, good);
+    row("another interface", own, "a.b", changed, 3, good);
+    row("another member", own, properties, "Changed", 3, good);
     const auto wrong = [&](const char *signature, int count, const char *arguments) {
         row(signature, own, properties, changed, count, QString::fromLatin1(arguments));
     };
@@ -341,18 +333,17 @@ void TestTaskInvokerLists::otherSendersAreDropped()
     Events events;
     events.watch(invoker);
     const QString self = QDBusConnection::sessionBus().baseService();
-    for (const QString &destination : {QString(), QStringLiteral("--destination=%1").arg(self)}) {
+    for (const QString &destination : {QString(), QString("--destination=%1").arg(self)}) {
         QStringList arguments;
         if (!destination.isEmpty()) {
             arguments.append(destination);
         }
-        const Result sent = busctl(
-            *m_bus,
-            arguments
-                + QStringList{QStringLiteral("emit"), sessionPath(type),
-                              QStringLiteral("org.freedesktop.DBus.Properties"),
-                              QStringLiteral("PropertiesChanged"), QStringLiteral("sa{sv}as")}
-                + wordsOf(QStringLiteral("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0")));
+        const Result sent =
+            busctl(*m_bus,
+                   arguments
+                       + QStringList{"emit", sessionPath(type), "org.freedesktop.DBus.Properties",
+                                     "PropertiesChanged", "sa{sv}as"}
+                       + wordsOf("x 1 ActiveTasks a(sia{sv}) 1 forged 1 0 0"));
         QVERIFY2(sent.exitStatus == 0, qPrintable(sent.errors));
     }
     waitForTheEnd(events);
@@ -365,17 +356,13 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop_data()
     QTest::addColumn<QString>("newer");
     QTest::addColumn<QStringList>("expected");
     QTest::newRow("the list that comes next in the older announcement")
-        << QStringLiteral("1 AvailableTasks a(sa{sv}) 1 new 0")
-        << QStringList{QStringLiteral("available [new {}]"), QStringLiteral("end"),
-                       QStringLiteral("available [new {}]")};
+        << "1 AvailableTasks a(sa{sv}) 1 new 0"
+        << QStringList{"available [new {}]", "end", "available [new {}]"};
     QTest::newRow("both lists")
-        << QStringLiteral("2 ActiveTasks a(sia{sv}) 1 b 2 0 AvailableTasks a(sa{sv}) 1 new 0")
-        << QStringList{QStringLiteral("active [b 2 {}]"), QStringLiteral("available [new {}]"),
-                       QStringLiteral("end"), QStringLiteral("available [new {}]")};
-    QTest::newRow("the other list")
-        << QStringLiteral("1 ActiveTasks a(sia{sv}) 1 b 2 0")
-        << QStringList{QStringLiteral("active [b 2 {}]"), QStringLiteral("end"),
-                       QStringLiteral("available [old {}]")};
+        << "2 ActiveTasks a(sia{sv}) 1 b 2 0 AvailableTasks a(sa{sv}) 1 new 0"
+        << QStringList{"active [b 2 {}]", "available [new {}]", "end", "available [new {}]"};
+    QTest::newRow("the other list") << "1 ActiveTasks a(sia{sv}) 1 b 2 0"
+                                    << QStringList{"active [b 2 {}]", "end", "available [old {}]"};
 }
 
 void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
@@ -383,8 +370,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
     QFETCH(const QString, newer);
     QFETCH(const QStringList, expected);
     // The older announcement comes with the reply to the registration first, then by itself.
-    const QString older =
-        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 old 0");
+    const QString older = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 old 0";
     answerRegistration(*m_bus, type, older);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
@@ -395,10 +381,10 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
             first = false;
             emitPropertiesChanged(*m_bus, type, newer);
             events.waitFor(expected.size() - 1);
-            events.add(QStringLiteral("end"));
+            events.add("end");
         }
     });
-    const QStringList all = QStringList{QStringLiteral("active [a 1 {}]")} + expected;
+    const QStringList all = QStringList{"active [a 1 {}]"} + expected;
     events.waitFor(all.size());
     QCOMPARE(events.all(), all);
 
@@ -417,9 +403,9 @@ void TestTaskInvokerLists::longTaskTypesReceiveChanges()
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    emitPropertiesChanged(*m_bus, longType, QStringLiteral("1 ActiveTasks a(sia{sv}) 1 a 1 0"));
+    emitPropertiesChanged(*m_bus, longType, "1 ActiveTasks a(sia{sv}) 1 a 1 0");
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("active [a 1 {}]")));
+    QCOMPARE(events.all(), QStringList("active [a 1 {}]"));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerLists)

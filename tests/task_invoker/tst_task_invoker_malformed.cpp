@@ -14,7 +14,7 @@ namespace
 {
 
 // It has tasks, which each value has to replace.
-const QString type = QStringLiteral("sync");
+const QString type = "sync";
 
 void addValues()
 {
@@ -125,13 +125,12 @@ void TestTaskInvokerMalformed::valuesOfAChangeMayHaveAnyType()
     Events events;
     events.watch(invoker);
     emitPropertiesChanged(
-        *m_bus, type,
-        QStringLiteral("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
+        *m_bus, type, QString("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
     events.waitFor(2);
     roundTrip(invoker);
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active [%1]").arg(active),
-                          QStringLiteral("available [%1]").arg(available)}));
+             (QStringList{QString("active [%1]").arg(active),
+                          QString("available [%1]").arg(available)}));
     QCOMPARE(warnings.texts(), QStringList());
 }
 
@@ -141,19 +140,17 @@ void TestTaskInvokerMalformed::valuesOfTheReplyMayHaveAnyType()
     QFETCH(QString, value);
     QFETCH(QString, active);
     QFETCH(QString, available);
-    answerRegistration(
-        *m_bus, type,
-        QStringLiteral("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
+    answerRegistration(*m_bus, type,
+                       QString("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
     events.waitFor(3);
-    QCOMPARE(
-        events.all(),
-        (QStringList{QStringLiteral("active [%1]").arg(active),
-                     QStringLiteral("available [%1]").arg(available), QStringLiteral("ready 0")}));
+    QCOMPARE(events.all(),
+             (QStringList{QString("active [%1]").arg(active),
+                          QString("available [%1]").arg(available), "ready 0"}));
     QCOMPARE(warnings.texts(), QStringList());
 }
 
@@ -164,18 +161,17 @@ void TestTaskInvokerMalformed::deeplyNestedValues()
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    QString deep = QStringLiteral("i 3");
+    QString deep = "i 3";
     for (int i = 0; i < 50; ++i) {
-        deep.prepend(QStringLiteral("v "));
+        deep.prepend("v ");
     }
-    const QString arrays = QString(28, QLatin1Char('a')) + QStringLiteral("i 0");
+    const QString arrays = QString(28, QLatin1Char('a')) + "i 0";
     emitPropertiesChanged(*m_bus, type,
-                          QStringLiteral("2 ActiveTasks a(sia{sv}) 1 x 1 1 deep %1 "
-                                         "AvailableTasks %2")
+                          QString("2 ActiveTasks a(sia{sv}) 1 x 1 1 deep %1 "
+                                  "AvailableTasks %2")
                               .arg(deep, arrays));
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active [x 1 {deep=}]"), QStringLiteral("available []")}));
+    QCOMPARE(events.all(), (QStringList{"active [x 1 {deep=}]", "available []"}));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerMalformed)

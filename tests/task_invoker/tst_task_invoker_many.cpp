@@ -60,7 +60,7 @@ void TestTaskInvokerMany::thousandInvokersBecomeReady()
     int failures = 0;
     for (int i = 0; i < count; ++i) {
         invokers.push_back(
-            std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("t%1").arg(i)));
+            std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QString("t%1").arg(i)));
         const auto number = static_cast<std::size_t>(i);
         invokers.back()->onReady([&, number](const Error &error) {
             ++ready.at(number);
@@ -74,8 +74,7 @@ void TestTaskInvokerMany::thousandInvokersBecomeReady()
     };
     waitUntil([&] { return all(ready) >= count; });
     // Each hears what is announced for its own type alone.
-    emitPropertiesChanged(*m_bus, QStringLiteral("t500"),
-                          QStringLiteral("1 AvailableTasks a(sa{sv}) 1 a 0"));
+    emitPropertiesChanged(*m_bus, "t500", "1 AvailableTasks a(sa{sv}) 1 a 0");
     waitUntil([&] { return changes.at(500) == 2; });
     roundTrip(*invokers.at(999));
     QCOMPARE(all(changes), count + 1);
@@ -83,19 +82,18 @@ void TestTaskInvokerMany::thousandInvokersBecomeReady()
     QCOMPARE(failures, 0);
     QCOMPARE(warnings.texts(), QStringList());
     invokers.clear();
-    figures.print(QStringLiteral("1,000 invokers"));
+    figures.print("1,000 invokers");
 }
 
 void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
 {
     constexpr int count = 10000;
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     // All find it running, so that the simulator answers each at once.
     int started = 0;
-    invoker.start(QStringLiteral("photos"), {}, {},
-                  [&](int number, const Error &) { started = number; });
+    invoker.start("photos", {}, {}, [&](int number, const Error &) { started = number; });
     waitUntil([&] { return started == 1; });
     MemoryFigures figures;
     starts.holdNext(count);
@@ -103,7 +101,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
     QVector<int> order;
     int failures = 0;
     for (int i = 0; i < count; ++i) {
-        invoker.start(QStringLiteral("photos"), {}, {}, [&, i](int number, const Error &error) {
+        invoker.start("photos", {}, {}, [&, i](int number, const Error &error) {
             ++callbacks.at(static_cast<std::size_t>(i));
             order.append(i);
             failures += number == 0 && error.code() == Error::ApplicationAlreadyRunning ? 1 : 0;
@@ -122,7 +120,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
     QCOMPARE(callbacks, std::vector<int>(count, 1));
     QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
     QCOMPARE(failures, count);
-    figures.print(QStringLiteral("10,000 starts in flight"));
+    figures.print("10,000 starts in flight");
 }
 
 void TestTaskInvokerMany::tenThousandTasksAreListed()
@@ -131,28 +129,28 @@ void TestTaskInvokerMany::tenThousandTasksAreListed()
     QStringList active;
     QStringList available;
     for (int i = 0; i < count; ++i) {
-        active.append(QStringLiteral("t%1 %1 0").arg(i));
-        available.append(QStringLiteral("t%1 0").arg(i));
+        active.append(QString("t%1 %1 0").arg(i));
+        available.append(QString("t%1 0").arg(i));
     }
-    const QString blank = QStringLiteral(" ");
+    const QString blank = " ";
     MemoryFigures figures;
     std::optional<TaskInvoker> owned;
-    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, QStringLiteral("other"));
+    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, "other");
     waitUntilReady(invoker);
     emitPropertiesChanged(
-        *m_bus, QStringLiteral("other"),
-        QStringLiteral("2 ActiveTasks a(sia{sv}) %1 %2 AvailableTasks "
-                       "a(sa{sv}) %1 %3")
+        *m_bus, "other",
+        QString("2 ActiveTasks a(sia{sv}) %1 %2 AvailableTasks "
+                "a(sa{sv}) %1 %3")
             .arg(QString::number(count), active.join(blank), available.join(blank)));
     waitUntil([&] { return invoker.availableTasks().size() == count; });
     QCOMPARE(invoker.activeTasks().size(), count);
     for (int i = 0; i < count; ++i) {
-        QCOMPARE(invoker.activeTasks().at(i).name, QStringLiteral("t%1").arg(i));
+        QCOMPARE(invoker.activeTasks().at(i).name, QString("t%1").arg(i));
         QCOMPARE(invoker.activeTasks().at(i).pid, i);
-        QCOMPARE(invoker.availableTasks().at(i).name, QStringLiteral("t%1").arg(i));
+        QCOMPARE(invoker.availableTasks().at(i).name, QString("t%1").arg(i));
     }
     owned.reset();
-    figures.print(QStringLiteral("10,000 active and 10,000 available tasks"));
+    figures.print("10,000 active and 10,000 available tasks");
 }
 
 void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
@@ -160,7 +158,7 @@ void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
     constexpr int count = 10000;
     MemoryFigures figures;
     std::optional<TaskInvoker> owned;
-    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, "sync");
     QVector<int> order;
     for (int i = 0; i < count; ++i) {
         invoker.onReady([&order, i](const Error &) { order.append(i); });
@@ -170,27 +168,25 @@ void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
     QCOMPARE(order.size(), count);
     QVERIFY(std::is_sorted(order.cbegin(), order.cend()));
     owned.reset();
-    figures.print(QStringLiteral("10,000 ready callbacks"));
+    figures.print("10,000 ready callbacks");
 }
 
 void TestTaskInvokerMany::thousandChangesArrive()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("other"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "other");
     waitUntilReady(invoker);
     MemoryFigures figures;
     int changes = 0;
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&changes] { ++changes; });
-    busctlDesk(*m_bus, QStringLiteral("EmitMany"),
-               QStringList{QStringLiteral("ossavu"), sessionPath(QStringLiteral("other")),
-                           QStringLiteral("org.freedesktop.DBus.Properties"),
-                           QStringLiteral("PropertiesChanged"), QStringLiteral("3")}
-                   + wordsOf(QStringLiteral(
-                       "s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000")));
+    busctlDesk(*m_bus, "EmitMany",
+               QStringList{"ossavu", sessionPath("other"), "org.freedesktop.DBus.Properties",
+                           "PropertiesChanged", "3"}
+                   + wordsOf("s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000"));
     waitUntil([&] { return changes >= 1000; });
     roundTrip(invoker);
     QCOMPARE(changes, 1000);
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("a 1 {}; b 2 {}"));
-    figures.print(QStringLiteral("1,000 announcements"));
+    QCOMPARE(text(invoker.activeTasks()), "a 1 {}; b 2 {}");
+    figures.print("1,000 announcements");
 }
 
 void TestTaskInvokerMany::serviceEndsWithManyCallsInFlight()
@@ -198,19 +194,19 @@ void TestTaskInvokerMany::serviceEndsWithManyCallsInFlight()
     constexpr int held = 20;
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     starts.holdNext(held);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     Events events;
     for (int i = 0; i < held; ++i) {
-        invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+        invoker.start("photos", {}, {}, events.started());
     }
     starts.waitForHeld(held);
     const QString available = text(invoker.availableTasks());
     QCOMPARE(m_simulator->end(), 0);
     events.waitFor(held);
     roundTrip(invoker);
-    QCOMPARE(events.all().count(QStringLiteral("started 0: 1 \"Message recipient disconnected "
-                                               "from message bus without replying\"")),
+    QCOMPARE(events.all().count("started 0: 1 \"Message recipient disconnected "
+                                "from message bus without replying\""),
              held);
     QCOMPARE(events.size(), held);
     // What it knew stays until the next service announces something else.

@@ -72,17 +72,16 @@ void TestTaskInvokerMaps::cleanup()
 
 QStringList TestTaskInvokerMaps::onTheWire(const StartupInfo &info, const Hints &hints) const
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
-    m_simulator->desk(QStringLiteral("ClearCalls"));
+    m_simulator->desk("ClearCalls");
     Events events;
-    invoker.start(QStringLiteral("photos"), info, hints, events.started());
+    invoker.start("photos", info, hints, events.started());
     events.waitFor(1);
     if (events.all().constFirst() != QLatin1String("started 1: 0")) {
         qFatal("the task is not started");
     }
-    const QJsonDocument log =
-        QJsonDocument::fromJson(busctlDesk(*m_bus, QStringLiteral("Calls")).toUtf8());
+    const QJsonDocument log = QJsonDocument::fromJson(busctlDesk(*m_bus, "Calls").toUtf8());
     const QJsonArray call = log[QLatin1String("data")][0][0].toArray();
     if (call.at(3) != QLatin1String("sa{sv}a{sv}")) {
         qFatal("the signature is not the right one");
@@ -104,7 +103,7 @@ void TestTaskInvokerMaps::nothingIsSetAtFirst()
 {
     QVERIFY(Hints().isEmpty());
     QVERIFY(StartupInfo().isEmpty());
-    QCOMPARE(onTheWire({}, {}), (QStringList{QStringLiteral("{}"), QStringLiteral("{}")}));
+    QCOMPARE(onTheWire({}, {}), (QStringList{"{}", "{}"}));
 }
 
 void TestTaskInvokerMaps::eachHintWritesItsKey_data()
@@ -118,17 +117,17 @@ void TestTaskInvokerMaps::eachHintWritesItsKey_data()
         QTest::newRow(name) << set << QString::fromLatin1(key) << value
                             << QString::fromLatin1(wire);
     };
-    const QStringList list{QStringLiteral("a"), QString(), QStringLiteral("a")};
+    const QStringList list{"a", QString(), "a"};
     const QByteArray bytes("\0\1\0\xff", 4);
     row(
         "setCPULimit", [](Hints &hints) { hints.setCPULimit(-7); }, "CPULimit", -7,
         "{'CPULimit':{'data':-7,'type':'i'}}");
     row(
-        "setUser", [](Hints &hints) { hints.setUser(QStringLiteral("me")); }, "User",
-        QStringLiteral("me"), "{'User':{'data':'me','type':'s'}}");
+        "setUser", [](Hints &hints) { hints.setUser("me"); }, "User", "me",
+        "{'User':{'data':'me','type':'s'}}");
     row(
-        "setDBusService", [](Hints &hints) { hints.setDBusService(QStringLiteral("a.b")); },
-        "DBusService", QStringLiteral("a.b"), "{'DBusService':{'data':'a.b','type':'s'}}");
+        "setDBusService", [](Hints &hints) { hints.setDBusService("a.b"); }, "DBusService", "a.b",
+        "{'DBusService':{'data':'a.b','type':'s'}}");
     row(
         "setHomeless true", [](Hints &hints) { hints.setHomeless(true); }, "Homeless", true,
         "{'Homeless':{'data':true,'type':'b'}}");
@@ -154,9 +153,8 @@ void TestTaskInvokerMaps::eachHintWritesItsKey_data()
         "setAutostart", [](Hints &hints) { hints.setAutostart(TaskInvoker::AutostartDisabled); },
         "Autostart", 2, "{'Autostart':{'data':2,'type':'i'}}");
     row(
-        "addCGroupSetting",
-        [bytes](Hints &hints) { hints.addCGroupSetting(QStringLiteral("memory.max"), bytes); },
-        "CGroups", QVariantMap{{QStringLiteral("memory.max"), bytes}},
+        "addCGroupSetting", [bytes](Hints &hints) { hints.addCGroupSetting("memory.max", bytes); },
+        "CGroups", QVariantMap{{"memory.max", bytes}},
         "{'CGroups':{'data':{'memory.max':{'data':[0,1,0,255],'type':'ay'}},'type':'a{sv}'}}");
 }
 
@@ -171,7 +169,7 @@ void TestTaskInvokerMaps::eachHintWritesItsKey()
     set(hints);
     QCOMPARE(hints, (QVariantMap{{key, value}}));
     QCOMPARE(hints.value(key).userType(), value.userType());
-    QCOMPARE(onTheWire({}, hints), (QStringList{QStringLiteral("{}"), wire}));
+    QCOMPARE(onTheWire({}, hints), (QStringList{"{}", wire}));
 }
 
 void TestTaskInvokerMaps::eachStartupInfoWritesItsKey_data()
@@ -185,17 +183,14 @@ void TestTaskInvokerMaps::eachStartupInfoWritesItsKey_data()
     row(
         "setParameters",
         [](StartupInfo &info) {
-            info.setParameters({QStringLiteral("-a"), QString(), QString::fromUtf8("\xc3\xa9")});
+            info.setParameters({"-a", QString(), QString::fromUtf8("\xc3\xa9")});
         },
         "{'Params':{'data':['-a','','\xc3\xa9'],'type':'as'}}");
     row(
         "setParameters to none", [](StartupInfo &info) { info.setParameters({}); },
         "{'Params':{'data':[],'type':'as'}}");
     row(
-        "addEnvironmentVariable",
-        [](StartupInfo &info) {
-            info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("b"));
-        },
+        "addEnvironmentVariable", [](StartupInfo &info) { info.addEnvironmentVariable("A", "b"); },
         "{'Environment':{'data':['A=b'],'type':'as'}}");
 }
 
@@ -207,104 +202,92 @@ void TestTaskInvokerMaps::eachStartupInfoWritesItsKey()
     set(info);
     QCOMPARE(info.size(), 1);
     QCOMPARE(info.first().userType(), int(QMetaType::QStringList));
-    QCOMPARE(onTheWire(info, {}), (QStringList{wire, QStringLiteral("{}")}));
+    QCOMPARE(onTheWire(info, {}), (QStringList{wire, "{}"}));
 }
 
 void TestTaskInvokerMaps::secondValueReplacesTheFirst()
 {
     Hints hints;
-    hints.setUser(QStringLiteral("first"));
-    hints.setUser(QStringLiteral("second"));
+    hints.setUser("first");
+    hints.setUser("second");
     hints.setPriority(1);
     hints.setPriority(2);
     hints.setHomeless(true);
     hints.setHomeless(false);
-    hints.setPermissions({QStringLiteral("x")});
+    hints.setPermissions({"x"});
     hints.setPermissions({});
     QCOMPARE(hints,
-             (QVariantMap{{QStringLiteral("User"), QStringLiteral("second")},
-                          {QStringLiteral("Priority"), 2},
-                          {QStringLiteral("Homeless"), false},
-                          {QStringLiteral("Permissions"), QStringList()}}));
+             (QVariantMap{{"User", "second"},
+                          {"Priority", 2},
+                          {"Homeless", false},
+                          {"Permissions", QStringList()}}));
     StartupInfo info;
-    info.setParameters({QStringLiteral("x")});
-    info.setParameters({QStringLiteral("y")});
-    QCOMPARE(info, (QVariantMap{{QStringLiteral("Params"), QStringList(QStringLiteral("y"))}}));
+    info.setParameters({"x"});
+    info.setParameters({"y"});
+    QCOMPARE(info, (QVariantMap{{"Params", QStringList("y")}}));
 }
 
 void TestTaskInvokerMaps::environmentVariablesAreAppended()
 {
     StartupInfo info;
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
-    info.setParameters({QStringLiteral("p")});
-    info.addEnvironmentVariable(QString(), QStringLiteral("v"));
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("2"));
-    info.addEnvironmentVariable(QStringLiteral("x=y"), QStringLiteral("=z"));
-    info.addEnvironmentVariable(QStringLiteral("E"), QString());
-    info.setParameters({QStringLiteral("q")});
+    info.addEnvironmentVariable("A", "1");
+    info.setParameters({"p"});
+    info.addEnvironmentVariable(QString(), "v");
+    info.addEnvironmentVariable("A", "2");
+    info.addEnvironmentVariable("x=y", "=z");
+    info.addEnvironmentVariable("E", QString());
+    info.setParameters({"q"});
     QCOMPARE(info,
-             (QVariantMap{
-                 {QStringLiteral("Environment"),
-                  QStringList{QStringLiteral("A=1"), QStringLiteral("=v"), QStringLiteral("A=2"),
-                              QStringLiteral("x=y==z"), QStringLiteral("E=")}},
-                 {QStringLiteral("Params"), QStringList(QStringLiteral("q"))}}));
+             (QVariantMap{{"Environment", QStringList{"A=1", "=v", "A=2", "x=y==z", "E="}},
+                          {"Params", QStringList("q")}}));
 }
 
 void TestTaskInvokerMaps::environmentContinuesAnExistingEntry()
 {
     StartupInfo info;
-    info.insert(QStringLiteral("Environment"), QStringList(QStringLiteral("own")));
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
-    QCOMPARE(info.value(QStringLiteral("Environment")).toStringList(),
-             (QStringList{QStringLiteral("own"), QStringLiteral("A=1")}));
+    info.insert("Environment", QStringList("own"));
+    info.addEnvironmentVariable("A", "1");
+    QCOMPARE(info.value("Environment").toStringList(), (QStringList{"own", "A=1"}));
     // Whatever Qt can make a list of is one.
-    info.insert(QStringLiteral("Environment"), QStringLiteral("own=1"));
-    info.addEnvironmentVariable(QStringLiteral("A"), QStringLiteral("1"));
-    info.addEnvironmentVariable(QStringLiteral("B"), QStringLiteral("2"));
-    QCOMPARE(info.value(QStringLiteral("Environment")),
-             QVariant(QStringList{QStringLiteral("own=1"), QStringLiteral("A=1"),
-                                  QStringLiteral("B=2")}));
+    info.insert("Environment", "own=1");
+    info.addEnvironmentVariable("A", "1");
+    info.addEnvironmentVariable("B", "2");
+    QCOMPARE(info.value("Environment"), QVariant(QStringList{"own=1", "A=1", "B=2"}));
     // What is no list begins one.
-    info.insert(QStringLiteral("Environment"), QVariantMap());
-    info.addEnvironmentVariable(QStringLiteral("B"), QStringLiteral("2"));
-    QCOMPARE(info.value(QStringLiteral("Environment")),
-             QVariant(QStringList(QStringLiteral("B=2"))));
+    info.insert("Environment", QVariantMap());
+    info.addEnvironmentVariable("B", "2");
+    QCOMPARE(info.value("Environment"), QVariant(QStringList("B=2")));
 }
 
 void TestTaskInvokerMaps::cgroupSettingsAreKeptByName()
 {
     Hints hints;
-    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
-    hints.addCGroupSetting(QStringLiteral("b"), QByteArray());
-    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("2\0", 2));
-    QCOMPARE(hints,
-             (QVariantMap{{QStringLiteral("CGroups"),
-                           QVariantMap{{QStringLiteral("a"), QByteArray("2\0", 2)},
-                                       {QStringLiteral("b"), QByteArray()}}}}));
+    hints.addCGroupSetting("a", QByteArray("1"));
+    hints.addCGroupSetting("b", QByteArray());
+    hints.addCGroupSetting("a", QByteArray("2\0", 2));
+    QCOMPARE(
+        hints,
+        (QVariantMap{{"CGroups", QVariantMap{{"a", QByteArray("2\0", 2)}, {"b", QByteArray()}}}}));
     QCOMPARE(onTheWire({}, hints).at(1),
-             QStringLiteral("{'CGroups':{'data':{'a':{'data':[50,0],'type':'ay'},"
-                            "'b':{'data':[],'type':'ay'}},'type':'a{sv}'}}"));
+             "{'CGroups':{'data':{'a':{'data':[50,0],'type':'ay'},"
+             "'b':{'data':[],'type':'ay'}},'type':'a{sv}'}}");
 }
 
 void TestTaskInvokerMaps::cgroupSettingsContinueAnExistingEntry()
 {
-    const QString key = QStringLiteral("CGroups");
+    const QString key = "CGroups";
     Hints hints;
-    hints.insert(key, QVariantMap{{QStringLiteral("own"), 3}});
-    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
-    QCOMPARE(
-        hints.value(key),
-        QVariant(QVariantMap{{QStringLiteral("a"), QByteArray("1")}, {QStringLiteral("own"), 3}}));
+    hints.insert(key, QVariantMap{{"own", 3}});
+    hints.addCGroupSetting("a", QByteArray("1"));
+    QCOMPARE(hints.value(key), QVariant(QVariantMap{{"a", QByteArray("1")}, {"own", 3}}));
     // Whatever Qt can make a map of is one.
-    hints.insert(key, QVariantHash{{QStringLiteral("own"), 3}});
-    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
-    QCOMPARE(
-        hints.value(key),
-        QVariant(QVariantMap{{QStringLiteral("a"), QByteArray("1")}, {QStringLiteral("own"), 3}}));
+    hints.insert(key, QVariantHash{{"own", 3}});
+    hints.addCGroupSetting("a", QByteArray("1"));
+    QCOMPARE(hints.value(key), QVariant(QVariantMap{{"a", QByteArray("1")}, {"own", 3}}));
     // What is no map begins one.
-    hints.insert(key, QStringLiteral("own"));
-    hints.addCGroupSetting(QStringLiteral("b"), QByteArray("2"));
-    QCOMPARE(hints.value(key), QVariant(QVariantMap{{QStringLiteral("b"), QByteArray("2")}}));
+    hints.insert(key, "own");
+    hints.addCGroupSetting("b", QByteArray("2"));
+    QCOMPARE(hints.value(key), QVariant(QVariantMap{{"b", QByteArray("2")}}));
 }
 
 void TestTaskInvokerMaps::autostartIsClamped_data()
@@ -326,7 +309,7 @@ void TestTaskInvokerMaps::autostartIsClamped()
     Hints hints;
     hints.setAutostart(TaskInvoker::AutostartEnabled);
     hints.setAutostart(static_cast<TaskInvoker::Autostart>(autostart));
-    QCOMPARE(hints, (QVariantMap{{QStringLiteral("Autostart"), stored}}));
+    QCOMPARE(hints, (QVariantMap{{"Autostart", stored}}));
     QCOMPARE(hints.first().userType(), int(QMetaType::Int));
 }
 
@@ -336,9 +319,9 @@ void TestTaskInvokerMaps::copiesAreIndependent()
     hints.setPriority(1);
     Hints copy = hints;
     copy.setPriority(2);
-    hints.addCGroupSetting(QStringLiteral("a"), QByteArray("1"));
-    QCOMPARE(hints.value(QStringLiteral("Priority")).toInt(), 1);
-    QCOMPARE(copy, (QVariantMap{{QStringLiteral("Priority"), 2}}));
+    hints.addCGroupSetting("a", QByteArray("1"));
+    QCOMPARE(hints.value("Priority").toInt(), 1);
+    QCOMPARE(copy, (QVariantMap{{"Priority", 2}}));
     copy = hints;
     QCOMPARE(copy, hints);
 }
@@ -347,27 +330,27 @@ void TestTaskInvokerMaps::copiesAreIndependent()
 void TestTaskInvokerMaps::otherKeysAreSentToo()
 {
     StartupInfo info;
-    info.insert(QStringLiteral("own"), QVariantList{1, QStringLiteral("x")});
-    info.insert(QStringLiteral("params"), 3U);
+    info.insert("own", QVariantList{1, "x"});
+    info.insert("params", 3U);
     Hints hints;
-    hints.insert(QString(), QVariantMap{{QStringLiteral("k"), true}});
+    hints.insert(QString(), QVariantMap{{"k", true}});
     QCOMPARE(onTheWire(info, hints),
-             (QStringList{QStringLiteral("{'own':{'data':[{'data':1,'type':'i'},"
-                                         "{'data':'x','type':'s'}],'type':'av'},"
-                                         "'params':{'data':3,'type':'u'}}"),
-                          QStringLiteral("{'':{'data':{'k':{'data':true,'type':'b'}},"
-                                         "'type':'a{sv}'}}")}));
+             (QStringList{"{'own':{'data':[{'data':1,'type':'i'},"
+                          "{'data':'x','type':'s'}],'type':'av'},"
+                          "'params':{'data':3,'type':'u'}}",
+                          "{'':{'data':{'k':{'data':true,'type':'b'}},"
+                          "'type':'a{sv}'}}"}));
 }
 
 void TestTaskInvokerMaps::jsonValuesAreSentAsTheirTypes()
 {
     StartupInfo info;
-    info.insert(QStringLiteral("json"), QJsonArray{true, false});
+    info.insert("json", QJsonArray{true, false});
     Hints hints;
-    hints.insert(QStringLiteral("json"), QJsonValue(1.5));
+    hints.insert("json", QJsonValue(1.5));
     QCOMPARE(onTheWire(info, hints),
-             (QStringList{QStringLiteral("{'json':{'data':[true,false],'type':'ab'}}"),
-                          QStringLiteral("{'json':{'data':1.5,'type':'d'}}")}));
+             (QStringList{"{'json':{'data':[true,false],'type':'ab'}}",
+                          "{'json':{'data':1.5,'type':'d'}}"}));
     // The caller's own map keeps them as they were.
     QCOMPARE(info.first().userType(), int(QMetaType::QJsonArray));
 }

@@ -15,8 +15,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString oneTask =
-    QStringLiteral("2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv}) 1 b 7 0");
+const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv}) 1 b 7 0";
 
 } // namespace
 
@@ -83,20 +82,19 @@ void TestTaskInvokerReady::cleanup()
 
 void TestTaskInvokerReady::callbacksRunInOrderAfterTheSignals()
 {
-    answerRegistration(*m_bus, QStringLiteral("sync"), oneTask);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    answerRegistration(*m_bus, "sync", oneTask);
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.onReady(events.ready(QStringLiteral("first")));
+    invoker.onReady(events.ready("first"));
     events.watch(invoker);
-    invoker.onReady(events.ready(QStringLiteral("second")));
-    invoker.onReady(events.ready(QStringLiteral("third")));
+    invoker.onReady(events.ready("second"));
+    invoker.onReady(events.ready("third"));
     QCOMPARE(events.all(), QStringList());
     events.waitFor(5);
     roundTrip(invoker);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active [b 7 {}]"), QStringLiteral("available [a {}]"),
-                          QStringLiteral("first 0"), QStringLiteral("second 0"),
-                          QStringLiteral("third 0")}));
+    QCOMPARE(
+        events.all(),
+        (QStringList{"active [b 7 {}]", "available [a {}]", "first 0", "second 0", "third 0"}));
 }
 
 void TestTaskInvokerReady::laterCallbacksRunAtOnce_data()
@@ -110,36 +108,35 @@ void TestTaskInvokerReady::laterCallbacksRunAtOnce()
 {
     QFETCH(bool, failing);
     if (failing) {
-        registration().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+        registration().failNext("a.b", "text");
     }
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.onReady(events.ready(QStringLiteral("queued")));
+    invoker.onReady(events.ready("queued"));
     events.waitFor(1);
     for (const char *const label : {"a", "b", "c"}) {
         invoker.onReady(events.ready(QString::fromLatin1(label)));
-        events.add(QStringLiteral("returned"));
+        events.add("returned");
     }
     roundTrip(invoker);
-    const QString outcome = failing ? QStringLiteral(" 1 \"text\"") : QStringLiteral(" 0");
-    const QString returned = QStringLiteral("returned");
+    const QString outcome = failing ? " 1 \"text\"" : " 0";
+    const QString returned = "returned";
     QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("queued") + outcome, QStringLiteral("a") + outcome,
-                          returned, QStringLiteral("b") + outcome, returned,
-                          QStringLiteral("c") + outcome, returned}));
+             (QStringList{"queued" + outcome, "a" + outcome, returned, "b" + outcome, returned,
+                          "c" + outcome, returned}));
     QCOMPARE(warnings.texts().size(), failing ? 1 : 0);
 }
 
 void TestTaskInvokerReady::callbackIsCopied()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     auto callback = events.ready();
     invoker.onReady(callback);
     callback = nullptr;
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("ready 0")));
+    QCOMPARE(events.all(), QStringList("ready 0"));
 }
 
 // With what they hold, and only if they were given before the answer.
@@ -150,7 +147,7 @@ void TestTaskInvokerReady::callbacksAreKeptUntilTheEnd()
     const std::weak_ptr<int> watchedEarly = early;
     const std::weak_ptr<int> watchedLate = late;
     {
-        TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+        TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
         invoker.onReady([early](const Error &) { ++*early; });
         waitUntilReady(invoker);
         invoker.onReady([late](const Error &) { ++*late; });
@@ -167,91 +164,82 @@ void TestTaskInvokerReady::callbacksAreKeptUntilTheEnd()
 
 void TestTaskInvokerReady::callbacksMayAskAgain()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     invoker.onReady([&](const Error &) {
-        events.add(QStringLiteral("begin"));
-        invoker.onReady(events.ready(QStringLiteral("inner")));
-        events.add(QStringLiteral("end"));
+        events.add("begin");
+        invoker.onReady(events.ready("inner"));
+        events.add("end");
     });
-    invoker.onReady(events.ready(QStringLiteral("next")));
+    invoker.onReady(events.ready("next"));
     events.waitFor(4);
     roundTrip(invoker);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("begin"), QStringLiteral("inner 0"), QStringLiteral("end"),
-                          QStringLiteral("next 0")}));
+    QCOMPARE(events.all(), (QStringList{"begin", "inner 0", "end", "next 0"}));
 }
 
 void TestTaskInvokerReady::callbacksOfAFailureMayAskAgain()
 {
-    prepare(QStringLiteral("3 \"no\""));
+    prepare("3 \"no\"");
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
-    invoker.onReady([&](const Error &) { invoker.onReady(events.ready(QStringLiteral("inner"))); });
-    invoker.onReady(events.ready(QStringLiteral("next")));
+    invoker.onReady([&](const Error &) { invoker.onReady(events.ready("inner")); });
+    invoker.onReady(events.ready("next"));
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("inner 3 \"no\""), QStringLiteral("next 3 \"no\"")}));
+    QCOMPARE(events.all(), (QStringList{"inner 3 \"no\"", "next 3 \"no\""}));
     QCOMPARE(warnings.texts().size(), 1);
 }
 
 void TestTaskInvokerReady::callbacksMayRunAnEventLoop()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     invoker.onReady([&](const Error &) {
-        events.add(QStringLiteral("begin"));
-        invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+        events.add("begin");
+        invoker.start("photos", {}, {}, events.started());
         events.waitFor(2);
-        events.add(QStringLiteral("end"));
+        events.add("end");
     });
-    invoker.onReady(events.ready(QStringLiteral("next")));
+    invoker.onReady(events.ready("next"));
     events.waitFor(4);
     roundTrip(invoker);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("begin"), QStringLiteral("started 1: 0"),
-                          QStringLiteral("end"), QStringLiteral("next 0")}));
+    QCOMPARE(events.all(), (QStringList{"begin", "started 1: 0", "end", "next 0"}));
 }
 
 void TestTaskInvokerReady::slotsOfTheFirstListsAskBeforeItIsReady()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     connect(&invoker, &TaskInvoker::availableTasksChanged, this, [&] {
-        invoker.onReady(events.ready(QStringLiteral("from the slot")));
-        events.add(QStringLiteral("slot"));
+        invoker.onReady(events.ready("from the slot"));
+        events.add("slot");
     });
-    invoker.onReady(events.ready(QStringLiteral("first")));
+    invoker.onReady(events.ready("first"));
     events.waitFor(3);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("slot"), QStringLiteral("first 0"),
-                          QStringLiteral("from the slot 0")}));
+    QCOMPARE(events.all(), (QStringList{"slot", "first 0", "from the slot 0"}));
 }
 
 void TestTaskInvokerReady::furtherValuesInAReplyAreAccepted()
 {
-    answerRegistration(*m_bus, 4,
-                       QStringLiteral("o %1 a{sv} %2 s more a(si) 1 x 3")
-                           .arg(sessionPath(QStringLiteral("sync")), oneTask));
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    QCOMPARE(text(waitUntilReady(invoker)), QStringLiteral("0"));
-    QCOMPARE(text(invoker.availableTasks()), QStringLiteral("a {}"));
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("b 7 {}"));
+    answerRegistration(
+        *m_bus, 4, QString("o %1 a{sv} %2 s more a(si) 1 x 3").arg(sessionPath("sync"), oneTask));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
+    QCOMPARE(text(waitUntilReady(invoker)), "0");
+    QCOMPARE(text(invoker.availableTasks()), "a {}");
+    QCOMPARE(text(invoker.activeTasks()), "b 7 {}");
 }
 
 void TestTaskInvokerReady::outcomes()
 {
     QTest::addColumn<QString>("outcome");
-    QTest::newRow("success") << QStringLiteral("0");
-    QTest::newRow("failure") << QStringLiteral("3 \"no\"");
+    QTest::newRow("success") << "0";
+    QTest::newRow("failure") << "3 \"no\"";
 }
 
 void TestTaskInvokerReady::prepare(const QString &outcome) const
 {
     if (outcome != QLatin1String("0")) {
-        registration().failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
-                                QStringLiteral("no"));
+        registration().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
 }
 
@@ -259,12 +247,12 @@ void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
 {
     QFETCH(QString, outcome);
     prepare(outcome);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
-    invoker.onReady(events.ready(QStringLiteral("first")));
+    invoker.onReady(events.ready("first"));
     invoker.onReady(nullptr);
-    invoker.onReady(events.ready(QStringLiteral("never")));
+    invoker.onReady(events.ready("never"));
     {
         // Qt has something to say about exceptions in event handlers; the library has not.
         const Warnings warnings;
@@ -274,11 +262,10 @@ void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
 
     // The event loop works on, and so does the invoker, which is ready.
     roundTrip(invoker);
-    invoker.onReady(events.ready(QStringLiteral("later")));
+    invoker.onReady(events.ready("later"));
     QStringList told = events.all();
     told = told.mid(told.size() - 2);
-    QCOMPARE(told,
-             (QStringList{QStringLiteral("first ") + outcome, QStringLiteral("later ") + outcome}));
+    QCOMPARE(told, (QStringList{"first " + outcome, "later " + outcome}));
 }
 
 void TestTaskInvokerReady::emptyCallbackThrowsAtOnceWhenReady()
@@ -286,7 +273,7 @@ void TestTaskInvokerReady::emptyCallbackThrowsAtOnceWhenReady()
     QFETCH(QString, outcome);
     prepare(outcome);
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QCOMPARE(text(waitUntilReady(invoker)), outcome);
     QVERIFY_EXCEPTION_THROWN(invoker.onReady(nullptr), std::bad_function_call);
     roundTrip(invoker);

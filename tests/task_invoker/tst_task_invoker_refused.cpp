@@ -21,8 +21,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString oneTask =
-    QStringLiteral("2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv}) 1 b 7 0");
+const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv}) 1 b 7 0";
 
 } // namespace
 
@@ -88,9 +87,9 @@ void TestTaskInvokerRefused::cleanup()
 void TestTaskInvokerRefused::failRegistration(bool foreign) const
 {
     if (foreign) {
-        answerRegistration(*m_bus, 2, QStringLiteral("o /x a{sv} ") + oneTask);
+        answerRegistration(*m_bus, 2, "o /x a{sv} " + oneTask);
     } else {
-        registration().failNext(QStringLiteral("a.b"), QString());
+        registration().failNext("a.b", QString());
     }
 }
 
@@ -104,18 +103,17 @@ void TestTaskInvokerRefused::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
     QFETCH(int, code);
-    registration().failNext(name, QStringLiteral("the service \"says\" so"));
+    registration().failNext(name, "the service \"says\" so");
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
     events.waitFor(1);
-    QCOMPARE(events.all(),
-             QStringList(QStringLiteral("ready %1 \"the service \"says\" so\"").arg(code)));
+    QCOMPARE(events.all(), QStringList(QString("ready %1 \"the service \"says\" so\"").arg(code)));
     QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("TaskInvoker registration failed: QDBusError(\"%1\", "
-                                        "\"the service \\\"says\\\" so\")")
+             QStringList(QString("TaskInvoker registration failed: QDBusError(\"%1\", "
+                                 "\"the service \\\"says\\\" so\")")
                              .arg(name)));
     QVERIFY(invoker.availableTasks().isEmpty());
     QVERIFY(invoker.activeTasks().isEmpty());
@@ -123,19 +121,16 @@ void TestTaskInvokerRefused::serviceErrorsAreMapped()
 
 void TestTaskInvokerRefused::errorsWithoutATextAreMapped()
 {
-    busctlDesk(*m_bus, QStringLiteral("FailNextWith"),
-               {QStringLiteral("sssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
-                QStringLiteral("RegisterInvoker"), QStringLiteral("a.b"), QStringLiteral("1"),
-                QStringLiteral("a(si)"), QStringLiteral("1"), QStringLiteral("x"),
-                QStringLiteral("3")});
+    busctlDesk(*m_bus, "FailNextWith",
+               {"sssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "a.b", "1", "a(si)", "1",
+                "x", "3"});
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     const Error error = waitUntilReady(invoker);
     QCOMPARE(error.code(), Error::Failed);
     QCOMPARE(error.message(), QString());
-    QCOMPARE(
-        warnings.texts(),
-        QStringList(QStringLiteral("TaskInvoker registration failed: QDBusError(\"a.b\", \"\")")));
+    QCOMPARE(warnings.texts(),
+             QStringList("TaskInvoker registration failed: QDBusError(\"a.b\", \"\")"));
 }
 
 void TestTaskInvokerRefused::otherRepliesAreFailures_data()
@@ -143,21 +138,21 @@ void TestTaskInvokerRefused::otherRepliesAreFailures_data()
     QTest::addColumn<int>("count");
     QTest::addColumn<QString>("values");
     QTest::addColumn<QString>("got");
-    const QString path = sessionPath(QStringLiteral("sync"));
+    const QString path = sessionPath("sync");
     const auto row = [](const char *got, int count, const QString &values) {
         QTest::newRow(got) << count << values << QString::fromLatin1(got);
     };
     row("", 0, QString());
-    row("o", 1, QStringLiteral("o ") + path);
-    row("sa{sv}", 2, QStringLiteral("s %1 a{sv} 0").arg(path));
-    row("a{sv}o", 2, QStringLiteral("a{sv} 0 o ") + path);
-    row("oa{ss}", 2, QStringLiteral("o %1 a{ss} 1 AvailableTasks x").arg(path));
-    row("oa{sas}", 2, QStringLiteral("o %1 a{sas} 0").arg(path));
-    row("oav", 2, QStringLiteral("o %1 av 0").arg(path));
-    row("ov", 2, QStringLiteral("o %1 v a{sv} 0").arg(path));
-    row("(oa{sv})", 1, QStringLiteral("(oa{sv}) %1 0").arg(path));
-    row("va{sv}", 2, QStringLiteral("v o %1 a{sv} 0").arg(path));
-    row("i", 1, QStringLiteral("i 3"));
+    row("o", 1, "o " + path);
+    row("sa{sv}", 2, QString("s %1 a{sv} 0").arg(path));
+    row("a{sv}o", 2, "a{sv} 0 o " + path);
+    row("oa{ss}", 2, QString("o %1 a{ss} 1 AvailableTasks x").arg(path));
+    row("oa{sas}", 2, QString("o %1 a{sas} 0").arg(path));
+    row("oav", 2, QString("o %1 av 0").arg(path));
+    row("ov", 2, QString("o %1 v a{sv} 0").arg(path));
+    row("(oa{sv})", 1, QString("(oa{sv}) %1 0").arg(path));
+    row("va{sv}", 2, QString("v o %1 a{sv} 0").arg(path));
+    row("i", 1, "i 3");
 }
 
 void TestTaskInvokerRefused::otherRepliesAreFailures()
@@ -167,51 +162,49 @@ void TestTaskInvokerRefused::otherRepliesAreFailures()
     QFETCH(QString, got);
     answerRegistration(*m_bus, count, values);
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
     events.waitFor(1);
     const QString message =
-        QStringLiteral("Unexpected reply signature: got \"%1\", expected \"oa{sv}\"").arg(got);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("ready 1 \"%1\"").arg(message)));
+        QString("Unexpected reply signature: got \"%1\", expected \"oa{sv}\"").arg(got);
+    QCOMPARE(events.all(), QStringList(QString("ready 1 \"%1\"").arg(message)));
     QCOMPARE(
         warnings.texts(),
-        QStringList(
-            QStringLiteral("TaskInvoker registration failed: "
-                           "QDBusError(\"org.freedesktop.DBus.Error.InvalidSignature\", \"%1\")")
-                .arg(QString(message).replace(QLatin1Char('"'), QLatin1String("\\\"")))));
+        QStringList(QString("TaskInvoker registration failed: "
+                            "QDBusError(\"org.freedesktop.DBus.Error.InvalidSignature\", \"%1\")")
+                        .arg(QString(message).replace(QLatin1Char('"'), QLatin1String("\\\"")))));
 }
 
 void TestTaskInvokerRefused::otherSessionPathsAreErrors_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("another type's") << sessionPath(QStringLiteral("maintenance"));
-    QTest::newRow("in other letters") << sessionPath(QStringLiteral("Sync"));
-    QTest::newRow("below") << sessionPath(QStringLiteral("sync/x"));
-    QTest::newRow("beginning alike") << sessionPath(QStringLiteral("syncx"));
-    QTest::newRow("root") << QStringLiteral("/");
+    QTest::newRow("another type's") << sessionPath("maintenance");
+    QTest::newRow("in other letters") << sessionPath("Sync");
+    QTest::newRow("below") << sessionPath("sync/x");
+    QTest::newRow("beginning alike") << sessionPath("syncx");
+    QTest::newRow("root") << "/";
 }
 
 void TestTaskInvokerRefused::otherSessionPathsAreErrors()
 {
     QFETCH(QString, path);
-    answerRegistration(*m_bus, 2, QStringLiteral("o %1 a{sv} %2").arg(path, oneTask));
+    answerRegistration(*m_bus, 2, QString("o %1 a{sv} %2").arg(path, oneTask));
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
     events.waitFor(1);
-    invoker.start(QStringLiteral("photos"), {}, {}, events.started());
+    invoker.start("photos", {}, {}, events.started());
     events.waitFor(2);
-    QCOMPARE(events.all().constFirst(), QStringLiteral("ready 1 \"Wrong TaskInvoker path\""));
-    QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("Unexpected object path: \"%1\"").arg(path)));
+    QCOMPARE(events.all().constFirst(), "ready 1 \"Wrong TaskInvoker path\"");
+    QCOMPARE(warnings.texts(), QStringList(QString("Unexpected object path: \"%1\"").arg(path)));
     QVERIFY(invoker.availableTasks().isEmpty());
     QVERIFY(invoker.activeTasks().isEmpty());
     // It goes on speaking to its own session.
-    QCOMPARE(m_simulator->calls().constLast().path, sessionPath(QStringLiteral("sync")));
+    QCOMPARE(m_simulator->calls().constLast().path, sessionPath("sync"));
 }
 
 void TestTaskInvokerRefused::failuresKeepTheLists_data()
@@ -227,33 +220,29 @@ void TestTaskInvokerRefused::failuresKeepTheLists()
     QFETCH(bool, foreign);
     failRegistration(foreign);
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     // Signals that come before this one has been answered are of another test.
     waitUntilReady(invoker);
-    emitPropertiesChanged(*m_bus, QStringLiteral("sync"),
-                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 c 8 0"));
+    emitPropertiesChanged(*m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 c 8 0");
     events.waitFor(1);
 
     registration().holdNext(1);
-    TaskInvoker early(TaskInvoker::SessionBus, QStringLiteral("early"));
+    TaskInvoker early(TaskInvoker::SessionBus, "early");
     Events earlyEvents;
     earlyEvents.watch(early);
     early.onReady(earlyEvents.ready());
     registration().waitForHeld(1);
-    emitPropertiesChanged(*m_bus, QStringLiteral("early"),
-                          QStringLiteral("1 ActiveTasks a(sia{sv}) 1 d 9 0"));
+    emitPropertiesChanged(*m_bus, "early", "1 ActiveTasks a(sia{sv}) 1 d 9 0");
     earlyEvents.waitFor(1);
-    QCOMPARE(earlyEvents.all(), QStringList(QStringLiteral("active [d 9 {}]")));
+    QCOMPARE(earlyEvents.all(), QStringList("active [d 9 {}]"));
     registration().release({0});
     earlyEvents.waitFor(4);
-    QCOMPARE(earlyEvents.all().mid(1),
-             (QStringList{QStringLiteral("active []"), QStringLiteral("available []"),
-                          QStringLiteral("ready 0")}));
+    QCOMPARE(earlyEvents.all().mid(1), (QStringList{"active []", "available []", "ready 0"}));
 
-    QCOMPARE(events.all(), QStringList(QStringLiteral("active [c 8 {}]")));
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("c 8 {}"));
+    QCOMPARE(events.all(), QStringList("active [c 8 {}]"));
+    QCOMPARE(text(invoker.activeTasks()), "c 8 {}");
     QCOMPARE(warnings.texts().size(), 1);
 }
 
@@ -267,37 +256,33 @@ void TestTaskInvokerRefused::failuresKeepEarlierChanges()
 {
     QFETCH(bool, foreign);
     // It registers the types that the announcement is made of.
-    const TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("other"));
+    const TaskInvoker other(TaskInvoker::SessionBus, "other");
     registration().waitForCalls(1);
     failRegistration(foreign);
     const auto process = pid_t(m_simulator->process().processId());
     const auto resume = qScopeGuard([process] { ::kill(process, SIGCONT); });
     ::kill(process, SIGSTOP);
     const QVariantMap changed{
-        {QStringLiteral("ActiveTasks"),
-         QVariant::fromValue(QVector<Ostrel::ActiveTask>{{QStringLiteral("early"), 7, {}}})}};
+        {"ActiveTasks", QVariant::fromValue(QVector<Ostrel::ActiveTask>{{"early", 7, {}}})}};
     QDBusMessage announcement = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("Emit"));
-    announcement << QVariant::fromValue(QDBusObjectPath(sessionPath(QStringLiteral("sync"))))
-                 << QStringLiteral("org.freedesktop.DBus.Properties")
-                 << QStringLiteral("PropertiesChanged")
-                 << QVariant(QVariantList{QStringLiteral("a.b"), changed, QStringList()});
+        OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH, OSTREL_SIMULATOR_INTERFACE, "Emit");
+    announcement << QVariant::fromValue(QDBusObjectPath(sessionPath("sync")))
+                 << "org.freedesktop.DBus.Properties"
+                 << "PropertiesChanged" << QVariant(QVariantList{"a.b", changed, QStringList()});
     QVERIFY(QDBusConnection::sessionBus().send(announcement));
 
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     invoker.onReady([&](const Error &error) { events.add(QString::number(error.code())); });
     // The bus has answered this, and with it taken the subscription.
-    QDBusConnection::sessionBus().interface()->serviceOwner(QStringLiteral(OSTREL_SERVICE_NAME));
+    QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME);
     ::kill(process, SIGCONT);
     events.waitFor(2);
     roundTrip(invoker);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("active [early 7 {}]"), QStringLiteral("1")}));
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("early 7 {}"));
+    QCOMPARE(events.all(), (QStringList{"active [early 7 {}]", "1"}));
+    QCOMPARE(text(invoker.activeTasks()), "early 7 {}");
     QVERIFY(invoker.availableTasks().isEmpty());
     QCOMPARE(warnings.texts().size(), 1);
 }
@@ -312,7 +297,7 @@ void TestTaskInvokerRefused::failuresAreLoggedBeforeTheCallbackRuns()
     QFETCH(bool, foreign);
     failRegistration(foreign);
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     int warningsWhenTold = -1;
     invoker.onReady([&](const Error &) { warningsWhenTold = warnings.texts().size(); });
     waitUntilReady(invoker);
@@ -329,10 +314,10 @@ void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory()
 {
     QFETCH(bool, foreign);
     failRegistration(foreign);
-    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
+    QLoggingCategory::setFilterRules("default.warning=false");
     const auto restore = qScopeGuard([] { QLoggingCategory::setFilterRules(QString()); });
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QCOMPARE(waitUntilReady(invoker).code(), Error::Failed);
     QCOMPARE(warnings.texts(), QStringList());
 }

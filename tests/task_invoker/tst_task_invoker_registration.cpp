@@ -74,8 +74,7 @@ QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monito
 {
     const QString self = QDBusConnection::sessionBus().baseService();
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/end"),
-                                       QStringLiteral("a.b"), QStringLiteral("End")));
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
         return message.value(QLatin1String("member")) == QLatin1String("End");
     });
@@ -92,12 +91,12 @@ QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monito
 void TestTaskInvokerRegistration::firstInvokerRegistersTheTypes()
 {
     QCOMPARE(QMetaType::type("QVector<AvailableTask>"), 0);
-    TaskInvoker first(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker first(TaskInvoker::SessionBus, "sync");
     const int id = QMetaType::type("QVector<AvailableTask>");
     QVERIFY(id != 0);
     QCOMPARE(QMetaType::type("TaskState"), QMetaType::type("Ostrel::TaskState"));
     QCOMPARE(QMetaType::type("AvailableTask"), 0);
-    const TaskInvoker second(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const TaskInvoker second(TaskInvoker::SessionBus, "sync");
     QCOMPARE(QMetaType::type("QVector<AvailableTask>"), id);
     waitUntilReady(first);
 }
@@ -118,12 +117,12 @@ void TestTaskInvokerRegistration::classHasTwoSignals()
     QCOMPARE(sizeof(TaskInvoker), sizeof(QObject) + sizeof(void *));
 
     QObject parent;
-    auto *invoker = new TaskInvoker(TaskInvoker::SessionBus, QStringLiteral("sync"), &parent);
+    auto *invoker = new TaskInvoker(TaskInvoker::SessionBus, "sync", &parent);
     QCOMPARE(invoker->parent(), &parent);
     QVERIFY(invoker->children().isEmpty());
     QVERIFY(invoker->availableTasks().isEmpty());
     QVERIFY(invoker->activeTasks().isEmpty());
-    const TaskInvoker orphan(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const TaskInvoker orphan(TaskInvoker::SessionBus, "sync");
     QVERIFY(orphan.parent() == nullptr);
 }
 
@@ -138,20 +137,20 @@ void TestTaskInvokerRegistration::enumerationsHaveTheirNumbers()
 
 void TestTaskInvokerRegistration::registersItsTypeOnce()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    QCOMPARE(invoker.taskType(), QStringLiteral("sync"));
-    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
+    QCOMPARE(invoker.taskType(), "sync");
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     roundTrip(invoker);
 
     // No introspection, no reading of properties: this one call, and that of the round trip.
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 2);
     const Call &call = calls.constFirst();
-    QCOMPARE(call.path, QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvoker1"));
-    QCOMPARE(call.interface, QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvoker1"));
-    QCOMPARE(call.member, QStringLiteral("RegisterInvoker"));
-    QCOMPARE(call.signature, QStringLiteral("s"));
-    QCOMPARE(call.arguments, QVariantList{QStringLiteral("sync")});
+    QCOMPARE(call.path, OSTREL_SERVICE_PATH "/TaskInvoker1");
+    QCOMPARE(call.interface, OSTREL_SERVICE_NAME ".TaskInvoker1");
+    QCOMPARE(call.member, "RegisterInvoker");
+    QCOMPARE(call.signature, "s");
+    QCOMPARE(call.arguments, QVariantList{"sync"});
 }
 
 void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
@@ -159,7 +158,7 @@ void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
     const MethodFaults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
@@ -174,7 +173,7 @@ void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
 void TestTaskInvokerRegistration::registersBeforeItSubscribes()
 {
     BusMonitor monitor(*m_bus);
-    const TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     int registration = -1;
     int subscription = -1;
     const QVector<QJsonObject> messages = ownMessages(monitor);
@@ -189,11 +188,9 @@ void TestTaskInvokerRegistration::registersBeforeItSubscribes()
                    && argument.contains(QLatin1String("PropertiesChanged"))) {
             QCOMPARE(subscription, -1);
             subscription = i;
-            QVERIFY(argument.contains(
-                QStringLiteral("path='%1'").arg(sessionPath(QStringLiteral("sync")))));
-            QVERIFY(
-                argument.contains(QStringLiteral("interface='org.freedesktop.DBus.Properties'")));
-            QVERIFY(argument.contains(QStringLiteral("sender='" OSTREL_SERVICE_NAME "'")));
+            QVERIFY(argument.contains(QString("path='%1'").arg(sessionPath("sync"))));
+            QVERIFY(argument.contains("interface='org.freedesktop.DBus.Properties'"));
+            QVERIFY(argument.contains("sender='" OSTREL_SERVICE_NAME "'"));
         }
     }
     QVERIFY(registration >= 0);
@@ -210,7 +207,7 @@ void TestTaskInvokerRegistration::destructionSendsNothing_data()
 void TestTaskInvokerRegistration::destructionSendsNothing()
 {
     QFETCH(bool, ready);
-    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, QStringLiteral("sync"));
+    auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "sync");
     if (ready) {
         waitUntilReady(*invoker);
     }
@@ -219,9 +216,8 @@ void TestTaskInvokerRegistration::destructionSendsNothing()
     const QVector<QJsonObject> messages = ownMessages(monitor);
     // It stops listening, which is between it and the message bus.
     for (const QJsonObject &message : messages) {
-        QCOMPARE(message.value(QLatin1String("destination")).toString(),
-                 QStringLiteral("org.freedesktop.DBus"));
-        QCOMPARE(message.value(QLatin1String("member")).toString(), QStringLiteral("RemoveMatch"));
+        QCOMPARE(message.value(QLatin1String("destination")).toString(), "org.freedesktop.DBus");
+        QCOMPARE(message.value(QLatin1String("member")).toString(), "RemoveMatch");
     }
 }
 
@@ -239,12 +235,12 @@ void TestTaskInvokerRegistration::validTaskTypesAreRegistered()
     QFETCH(QString, type);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     QCOMPARE(invoker.taskType(), type);
-    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("0"));
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     Events events;
-    invoker.start(QStringLiteral("none"), {}, {}, events.started());
+    invoker.start("none", {}, {}, events.started());
     events.waitFor(1);
     QCOMPARE(m_simulator->calls().constLast().path, sessionPath(type));
-    QVERIFY(events.all().constFirst().startsWith(QStringLiteral("started 0: 2 ")));
+    QVERIFY(events.all().constFirst().startsWith("started 0: 2 "));
 }
 
 void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch_data()
@@ -254,16 +250,14 @@ void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch_data()
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<QString>("warning");
     // A text on the bus ends at a NUL, so that another session is answered.
-    QTest::newRow("NUL")
-        << QStringLiteral("a") + QChar(0) + QLatin1Char('b') << QVariantList{QStringLiteral("a")}
-        << QStringLiteral("1 \"Wrong TaskInvoker path\"")
-        << QStringLiteral("Unexpected object path: \"%1\"").arg(sessionPath(QStringLiteral("a")));
+    QTest::newRow("NUL") << QString("a") + QChar(0) + QLatin1Char('b') << QVariantList{"a"}
+                         << "1 \"Wrong TaskInvoker path\""
+                         << QString("Unexpected object path: \"%1\"").arg(sessionPath("a"));
     QTest::newRow("half a character")
-        << QStringLiteral("a") + QChar(0xd83d) << QVariantList{QStringLiteral("a?")}
-        << QStringLiteral("4 \"\"a?\" makes no object path\"")
-        << QStringLiteral("TaskInvoker registration failed: "
-                          "QDBusError(\"org.freedesktop.DBus.Error.InvalidArgs\", \"\\\"a?\\\" "
-                          "makes no object path\")");
+        << QString("a") + QChar(0xd83d) << QVariantList{"a?"} << "4 \"\"a?\" makes no object path\""
+        << "TaskInvoker registration failed: "
+           "QDBusError(\"org.freedesktop.DBus.Error.InvalidArgs\", \"\\\"a?\\\" "
+           "makes no object path\")";
 }
 
 void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch()
@@ -277,16 +271,16 @@ void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch()
     invoker.onReady(events.ready());
     events.waitFor(1);
     QFETCH(QString, outcome);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("ready ") + outcome));
+    QCOMPARE(events.all(), QStringList("ready " + outcome));
     QFETCH(QString, warning);
     QCOMPARE(warnings.texts(), QStringList(warning));
     QCOMPARE(m_simulator->calls().size(), 1);
     QTEST(m_simulator->calls().at(0).arguments, "registered");
 
     events.clear();
-    invoker.start(QStringLiteral("task"), {}, {}, events.started());
+    invoker.start("task", {}, {}, events.started());
     events.waitFor(1);
-    QVERIFY(events.all().at(0).startsWith(QStringLiteral("started 0: 1 \"Invalid object path: ")));
+    QVERIFY(events.all().at(0).startsWith("started 0: 1 \"Invalid object path: "));
     QCOMPARE(m_simulator->calls().size(), 1);
 }
 
@@ -305,9 +299,8 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo_data()
 void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
 {
     QFETCH(QString, type);
-    const QString invalidPath =
-        QStringLiteral("1 \"Invalid object path: %1\"").arg(sessionPath(type));
-    const QString refused = QStringLiteral("4 \"\"%1\" makes no object path\"").arg(type);
+    const QString invalidPath = QString("1 \"Invalid object path: %1\"").arg(sessionPath(type));
+    const QString refused = QString("4 \"\"%1\" makes no object path\"").arg(type);
 
     const MethodFaults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
@@ -318,33 +311,30 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
-    invoker.start(QStringLiteral("task"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("task"), events.stopped());
+    invoker.start("task", {}, {}, events.started());
+    invoker.stop("task", events.stopped());
     QCOMPARE(warnings.texts(), QStringList());
     QCOMPARE(events.all(), QStringList());
     events.waitFor(2);
     registration.waitForHeld(1);
     registration.release({0});
     events.waitFor(3);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + invalidPath,
-                          QStringLiteral("stopped ") + invalidPath,
-                          QStringLiteral("ready ") + refused}));
+    QCOMPARE(
+        events.all(),
+        (QStringList{"started 0: " + invalidPath, "stopped " + invalidPath, "ready " + refused}));
     QCOMPARE(warnings.texts().size(), 1);
 
     events.clear();
-    invoker.start(QStringLiteral("task"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("task"), events.stopped());
+    invoker.start("task", {}, {}, events.started());
+    invoker.stop("task", events.stopped());
     QCOMPARE(events.all(), QStringList());
     events.waitFor(2);
-    QCOMPARE(events.all(),
-             (QStringList{QStringLiteral("started 0: ") + invalidPath,
-                          QStringLiteral("stopped ") + invalidPath}));
+    QCOMPARE(events.all(), (QStringList{"started 0: " + invalidPath, "stopped " + invalidPath}));
 
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.constFirst().member, QStringLiteral("RegisterInvoker"));
-    QCOMPARE(calls.constFirst().signature, QStringLiteral("s"));
+    QCOMPARE(calls.constFirst().member, "RegisterInvoker");
+    QCOMPARE(calls.constFirst().signature, "s");
     QCOMPARE(calls.constFirst().arguments,
              QVariantList{type.isNull() ? QLatin1String("") : QVariant(type)});
 }
@@ -352,30 +342,29 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
 // Whatever path a service answers with, it is not this one.
 void TestTaskInvokerRegistration::invalidTaskTypesNeverMatchAPath()
 {
-    answerRegistration(*m_bus, QStringLiteral("a_b"), QStringLiteral("0"));
+    answerRegistration(*m_bus, "a_b", "0");
     const Warnings warnings;
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a-b"));
-    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), QStringLiteral("1 \"Wrong TaskInvoker path\""));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a-b");
+    QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "1 \"Wrong TaskInvoker path\"");
     QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("Unexpected object path: \"%1\"")
-                             .arg(sessionPath(QStringLiteral("a_b")))));
+             QStringList(QString("Unexpected object path: \"%1\"").arg(sessionPath("a_b"))));
 }
 
 void TestTaskInvokerRegistration::invokersOfOneTypeShareASession()
 {
-    TaskInvoker first(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    TaskInvoker second(TaskInvoker::SessionBus, QStringLiteral("sync"));
-    TaskInvoker other(TaskInvoker::SessionBus, QStringLiteral("maintenance"));
+    TaskInvoker first(TaskInvoker::SessionBus, "sync");
+    TaskInvoker second(TaskInvoker::SessionBus, "sync");
+    TaskInvoker other(TaskInvoker::SessionBus, "maintenance");
     waitUntilReady(first);
     waitUntilReady(second);
     waitUntilReady(other);
     Events events;
-    first.start(QStringLiteral("contacts"), {}, {}, events.started());
+    first.start("contacts", {}, {}, events.started());
     waitUntil([&] { return second.activeTasks().size() == 1; });
     waitUntil([&] { return first.activeTasks().size() == 1; });
     roundTrip(other);
     QCOMPARE(other.activeTasks().size(), 0);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+    QCOMPARE(events.all(), QStringList("started 1: 0"));
 }
 
 OSTREL_TEST_MAIN(TestTaskInvokerRegistration)

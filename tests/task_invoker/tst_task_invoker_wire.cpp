@@ -41,21 +41,20 @@ void TestTaskInvokerWire::initTestCase()
     m_simulator->start();
     BusMonitor monitor(*m_bus);
     {
-        TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("sync"));
+        TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
         QVERIFY(!waitUntilReady(invoker));
         TaskInvoker::StartupInfo info;
-        info.setParameters({QStringLiteral("--all")});
+        info.setParameters({"--all"});
         TaskInvoker::Hints hints;
         hints.setPriority(-5);
         Events events;
-        invoker.start(QStringLiteral("photos"), info, hints, events.started());
+        invoker.start("photos", info, hints, events.started());
         events.waitFor(1);
         roundTrip(invoker);
     }
     const QString self = QDBusConnection::sessionBus().baseService();
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/end"),
-                                       QStringLiteral("a.b"), QStringLiteral("End")));
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
         return message.value(QLatin1String("member")) == QLatin1String("End");
     });
@@ -77,24 +76,22 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QJsonArray>("arguments");
     const auto variant = [](const char *type, const QJsonValue &data) {
-        return QJsonObject{{QStringLiteral("type"), QString::fromLatin1(type)},
-                           {QStringLiteral("data"), data}};
+        return QJsonObject{{"type", QString::fromLatin1(type)}, {"data", data}};
     };
-    const QString session = QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync");
-    const QString ofSessions = QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvokerSession1");
+    const QString session = OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync";
+    const QString ofSessions = OSTREL_SERVICE_NAME ".TaskInvokerSession1";
     QTest::newRow("RegisterInvoker")
-        << 0 << QStringLiteral(OSTREL_SERVICE_PATH "/TaskInvoker1")
-        << QStringLiteral(OSTREL_SERVICE_NAME ".TaskInvoker1") << QStringLiteral("RegisterInvoker")
-        << QStringLiteral("s") << QJsonArray{QStringLiteral("sync")};
-    QTest::newRow("Start") << 1 << session << ofSessions << QStringLiteral("Start")
-                           << QStringLiteral("sa{sv}a{sv}")
+        << 0 << OSTREL_SERVICE_PATH "/TaskInvoker1" << OSTREL_SERVICE_NAME ".TaskInvoker1"
+        << "RegisterInvoker"
+        << "s" << QJsonArray{"sync"};
+    QTest::newRow("Start") << 1 << session << ofSessions << "Start"
+                           << "sa{sv}a{sv}"
                            << QJsonArray{
-                                  QStringLiteral("photos"),
-                                  QJsonObject{{QStringLiteral("Params"),
-                                               variant("as", QJsonArray{QStringLiteral("--all")})}},
-                                  QJsonObject{{QStringLiteral("Priority"), variant("i", -5)}}};
-    QTest::newRow("Stop") << 2 << session << ofSessions << QStringLiteral("Stop")
-                          << QStringLiteral("s") << QJsonArray{QStringLiteral("marker")};
+                                  "photos",
+                                  QJsonObject{{"Params", variant("as", QJsonArray{"--all"})}},
+                                  QJsonObject{{"Priority", variant("i", -5)}}};
+    QTest::newRow("Stop") << 2 << session << ofSessions << "Stop"
+                          << "s" << QJsonArray{"marker"};
 }
 
 void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
@@ -104,15 +101,13 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
     QFETCH(QJsonArray, arguments);
     QVERIFY(number < m_calls.size());
     const QJsonObject &call = m_calls.at(number);
-    QCOMPARE(call.value(QLatin1String("type")).toString(), QStringLiteral("method_call"));
-    QCOMPARE(call.value(QLatin1String("destination")).toString(),
-             QStringLiteral(OSTREL_SERVICE_NAME));
+    QCOMPARE(call.value(QLatin1String("type")).toString(), "method_call");
+    QCOMPARE(call.value(QLatin1String("destination")).toString(), OSTREL_SERVICE_NAME);
     QTEST(call.value(QLatin1String("path")).toString(), "path");
     QTEST(call.value(QLatin1String("interface")).toString(), "interface");
     QTEST(call.value(QLatin1String("member")).toString(), "member");
-    QCOMPARE(
-        call.value(QLatin1String("payload")).toObject(),
-        (QJsonObject{{QStringLiteral("type"), signature}, {QStringLiteral("data"), arguments}}));
+    QCOMPARE(call.value(QLatin1String("payload")).toObject(),
+             (QJsonObject{{"type", signature}, {"data", arguments}}));
     // The service may be started by the call, and has to answer.
     QCOMPARE(call.value(QLatin1String("flags")).toInt(-1), 0);
 }

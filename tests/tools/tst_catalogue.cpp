@@ -45,7 +45,7 @@ private:
 
     QTemporaryDir m_folder;
     std::optional<PrivateBus> m_bus;
-    QString m_file = m_folder.filePath(QStringLiteral("catalogue.json"));
+    QString m_file = m_folder.filePath("catalogue.json");
 };
 
 void TestCatalogue::initTestCase()
@@ -57,9 +57,9 @@ QString TestCatalogue::mistakeIn(const QString &text)
 {
     writeFile(m_file, text);
     // It is refused before the bus is looked for.
-    const Result result = run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_file});
+    const Result result = run(SIMULATOR, {"--catalogue", m_file});
     if (result.exitStatus != 1 || !result.output.isEmpty()) {
-        return QStringLiteral("exit status %1").arg(result.exitStatus);
+        return QString("exit status %1").arg(result.exitStatus);
     }
     return result.errors;
 }
@@ -67,19 +67,16 @@ QString TestCatalogue::mistakeIn(const QString &text)
 std::unique_ptr<Simulator> TestCatalogue::simulatorWith(const QString &text)
 {
     writeFile(m_file, text);
-    auto simulator =
-        std::make_unique<Simulator>(*m_bus, QStringList{QStringLiteral("--catalogue"), m_file});
+    auto simulator = std::make_unique<Simulator>(*m_bus, QStringList{"--catalogue", m_file});
     simulator->start();
     return simulator;
 }
 
 QJsonArray TestCatalogue::running() const
 {
-    const Result result = busctl(
-        *m_bus,
-        {QStringLiteral("--json=short"), QStringLiteral("call"),
-         QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-         QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("GetRunningApplications")});
+    const Result result = busctl(*m_bus,
+                                 {"--json=short", "call", OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,
+                                  OSTREL_CONTROL_INTERFACE, "GetRunningApplications"});
     return QJsonDocument::fromJson(result.output.toUtf8())[QLatin1String("data")][0].toArray();
 }
 
@@ -108,7 +105,7 @@ void TestCatalogue::refusesBrokenJson()
 {
     QFETCH(QString, text);
     QFETCH(QString, place);
-    QCOMPARE(mistakeIn(text), QStringLiteral("ostrel-simulator: %1:%2\n").arg(m_file, place));
+    QCOMPARE(mistakeIn(text), QString("ostrel-simulator: %1:%2\n").arg(m_file, place));
 }
 
 void TestCatalogue::refusesWhatItDoesNotKnow_data()
@@ -208,49 +205,43 @@ void TestCatalogue::refusesWhatItDoesNotKnow()
 {
     QFETCH(QString, text);
     QFETCH(QString, mistake);
-    QCOMPARE(mistakeIn(text), QStringLiteral("ostrel-simulator: %1: %2\n").arg(m_file, mistake));
+    QCOMPARE(mistakeIn(text), QString("ostrel-simulator: %1: %2\n").arg(m_file, mistake));
 }
 
 void TestCatalogue::refusesAFileThatItCannotRead()
 {
-    const Result missing =
-        run(QStringLiteral(SIMULATOR),
-            {QStringLiteral("--catalogue"), QStringLiteral("/nonexistent/catalogue.json")});
+    const Result missing = run(SIMULATOR, {"--catalogue", "/nonexistent/catalogue.json"});
     QCOMPARE(missing.exitStatus, 1);
     QCOMPARE(missing.errors,
-             QStringLiteral("ostrel-simulator: /nonexistent/catalogue.json: "
-                            "No such file or directory\n"));
-    const Result folder =
-        run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_folder.path()});
+             "ostrel-simulator: /nonexistent/catalogue.json: "
+             "No such file or directory\n");
+    const Result folder = run(SIMULATOR, {"--catalogue", m_folder.path()});
     QCOMPARE(folder.exitStatus, 1);
-    QCOMPARE(
-        folder.errors,
-        QStringLiteral("ostrel-simulator: %1: file to open is a directory\n").arg(m_folder.path()));
+    QCOMPARE(folder.errors,
+             QString("ostrel-simulator: %1: file to open is a directory\n").arg(m_folder.path()));
     for (const char *const device : {"/dev/zero", "/dev/stdin"}) {
-        const Result endless = run(QStringLiteral(SIMULATOR),
-                                   {QStringLiteral("--catalogue"), QString::fromLatin1(device)});
+        const Result endless = run(SIMULATOR, {"--catalogue", QString::fromLatin1(device)});
         QCOMPARE(endless.exitStatus, 1);
-        QCOMPARE(endless.errors,
-                 QStringLiteral("ostrel-simulator: %1: is not a regular file\n")
-                     .arg(QLatin1String(device)));
+        QCOMPARE(
+            endless.errors,
+            QString("ostrel-simulator: %1: is not a regular file\n").arg(QLatin1String(device)));
     }
     QFile huge(m_file);
     QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(16 * 1024 * 1024 + 1));
-    const Result large = run(QStringLiteral(SIMULATOR), {QStringLiteral("--catalogue"), m_file});
+    const Result large = run(SIMULATOR, {"--catalogue", m_file});
     QCOMPARE(large.exitStatus, 1);
-    QCOMPARE(large.errors,
-             QStringLiteral("ostrel-simulator: %1: is larger than 16 MiB\n").arg(m_file));
+    QCOMPARE(large.errors, QString("ostrel-simulator: %1: is larger than 16 MiB\n").arg(m_file));
 }
 
 void TestCatalogue::propertiesKeepTheirTypes()
 {
-    const auto simulator = simulatorWith(QStringLiteral(R"({"applications": [{
+    const auto simulator = simulatorWith(R"({"applications": [{
         "id": "demo.A", "program": "sleep", "arguments": ["600"], "kind": 4294967295,
         "properties": {
             "String": "ä", "Yes": true, "Whole": -2147483648, "Great": 2147483648, "Part": 1.5,
             "Strings": ["a", "b"], "Mixed": ["a", 1], "None": [], "Map": {"Key": {"Inner": 1}}
-        }}]})"));
-    const QVariantMap details = startApplication(QStringLiteral("demo.A"));
+        }}]})");
+    const QVariantMap details = startApplication("demo.A");
     const QJsonArray application = running().at(0).toArray();
     const QByteArray expected = R"(["demo.A",PID,1,4294967295,{
         "Great":{"data":2147483648,"type":"d"},
@@ -263,7 +254,7 @@ void TestCatalogue::propertiesKeepTheirTypes()
         "Strings":{"data":["a","b"],"type":"as"},
         "Whole":{"data":-2147483648,"type":"i"},
         "Yes":{"data":true,"type":"b"}}])";
-    QByteArray pid = QByteArray::number(details.value(QStringLiteral("Pid")).toInt());
+    QByteArray pid = QByteArray::number(details.value("Pid").toInt());
     QCOMPARE(QJsonDocument(application).toJson(QJsonDocument::Compact),
              QJsonDocument::fromJson(QByteArray(expected).replace("PID", pid))
                  .toJson(QJsonDocument::Compact));
@@ -271,13 +262,13 @@ void TestCatalogue::propertiesKeepTheirTypes()
 
 void TestCatalogue::deepestPropertiesCanBeSent()
 {
-    const QString objects = QStringLiteral("{\"A\":").repeated(16) + QLatin1Char('1')
-        + QStringLiteral("}").repeated(16);
+    const QString objects =
+        QString("{\"A\":").repeated(16) + QLatin1Char('1') + QString("}").repeated(16);
     const auto simulator =
-        simulatorWith(QStringLiteral(R"({"applications": [{"id": "demo.A", "program": "sleep",
+        simulatorWith(QString(R"({"applications": [{"id": "demo.A", "program": "sleep",
                            "arguments": ["600"], "properties": %1}]})")
                           .arg(objects));
-    startApplication(QStringLiteral("demo.A"));
+    startApplication("demo.A");
     QJsonValue value = running().at(0)[4];
     for (int depth = 0; depth < 16; ++depth) {
         value = value[QLatin1String("A")][QLatin1String("data")];
@@ -288,33 +279,31 @@ void TestCatalogue::deepestPropertiesCanBeSent()
 void TestCatalogue::leavesOutWhatIsOptional()
 {
     const auto simulator =
-        simulatorWith(QStringLiteral(R"({"applications": [{"id": "Dotless", "program": "cat"}]})"));
+        simulatorWith(R"({"applications": [{"id": "Dotless", "program": "cat"}]})");
     // Without input, it ends at once.
-    const QVariantMap details = startApplication(QStringLiteral("Dotless"));
-    QCOMPARE(details.value(QStringLiteral("Kind")), QVariant(0U));
-    QCOMPARE(details.value(QStringLiteral("AppId")), QVariant(QStringLiteral("Dotless")));
+    const QVariantMap details = startApplication("Dotless");
+    QCOMPARE(details.value("Kind"), QVariant(0U));
+    QCOMPARE(details.value("AppId"), QVariant("Dotless"));
 }
 
 void TestCatalogue::mayBeEmpty()
 {
-    const auto simulator = simulatorWith(QStringLiteral("{}"));
-    const QDBusMessage answer =
-        callControl(QStringLiteral("Start"), {QStringLiteral("demo.Viewer")});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerNotFound"));
+    const auto simulator = simulatorWith("{}");
+    const QDBusMessage answer = callControl("Start", {"demo.Viewer"});
+    QCOMPARE(answer.errorName(), OSTREL_ERROR_PREFIX "HandlerNotFound");
 }
 
 void TestCatalogue::hasItsOwnApplications()
 {
-    Simulator simulator(*m_bus, {QStringLiteral("--kill-after"), QStringLiteral("100")});
+    Simulator simulator(*m_bus, {"--kill-after", "100"});
     simulator.start();
     for (const char *const id : {"demo.Viewer", "demo.Clock", "demo.Player", "demo.Stubborn"}) {
         startApplication(QString::fromLatin1(id));
     }
     QCOMPARE(running().size(), 4);
-    startApplication(QStringLiteral("demo.Once"));
-    const QDBusMessage broken =
-        callControl(QStringLiteral("Start"), {QStringLiteral("demo.Broken")});
-    QCOMPARE(broken.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"));
+    startApplication("demo.Once");
+    const QDBusMessage broken = callControl("Start", {"demo.Broken"});
+    QCOMPARE(broken.errorName(), OSTREL_ERROR_PREFIX "HandlerFailed");
 }
 
 OSTREL_TEST_MAIN(TestCatalogue)

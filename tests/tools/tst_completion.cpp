@@ -49,22 +49,20 @@ void TestCompletion::initTestCase()
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
-    const QDBusMessage rootFs = m_simulator->desk(QStringLiteral("RootFs"));
+    const QDBusMessage rootFs = m_simulator->desk("RootFs");
     qputenv("OSTREL_ROOTFS", rootFs.arguments().value(0).toString().toUtf8());
 }
 
 QStringList TestCompletion::offers(const QString &line, const QString &folder,
                                    const QString &program)
 {
-    QStringList words = QString(line)
-                            .replace(QLatin1Char('='), QStringLiteral(" = "))
-                            .simplified()
-                            .split(QLatin1Char(' '));
+    QStringList words =
+        QString(line).replace(QLatin1Char('='), " = ").simplified().split(QLatin1Char(' '));
     if (line.endsWith(QLatin1Char(' '))) {
         words.append(QString());
     }
     const bool ofTheSimulator = words.constFirst() == QLatin1String("ostrel-simulator");
-    const QString script = QStringLiteral(R"sh(
+    const QString script = R"sh(
         source "$1"
         # A busy machine needs longer than a user likes to wait.
         [[ $2 != */ostrelctl ]] || timeout() { shift; "$@"; }
@@ -75,15 +73,13 @@ QStringList TestCompletion::offers(const QString &line, const QString &folder,
         read -r -a words <<<"$(complete -p "$name")"
         "${words[2]}" "$program" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
         for each in "${COMPREPLY[@]}"; do printf '%s\n' "$each"; done
-    )sh");
-    Process bash(QStringLiteral("bash"),
-                 QStringList{QStringLiteral("--norc"), QStringLiteral("-c"), script,
-                             QStringLiteral("bash"),
-                             ofTheSimulator ? QStringLiteral(SIMULATOR_COMPLETION)
-                                            : QStringLiteral(OSTRELCTL_COMPLETION),
+    )sh";
+    Process bash("bash",
+                 QStringList{"--norc", "-c", script, "bash",
+                             ofTheSimulator ? SIMULATOR_COMPLETION : OSTRELCTL_COMPLETION,
                              !program.isNull()    ? program
-                                 : ofTheSimulator ? QStringLiteral(SIMULATOR)
-                                                  : QStringLiteral(OSTRELCTL)}
+                                 : ofTheSimulator ? SIMULATOR
+                                                  : OSTRELCTL}
                      + words);
     bash.setWorkingDirectory(folder);
     bash.start();
@@ -102,9 +98,8 @@ void TestCompletion::offersTheProgramsOptions_data()
 {
     QTest::addColumn<QString>("program");
     QTest::addColumn<QString>("line");
-    QTest::newRow("ostrelctl") << QStringLiteral(OSTRELCTL) << QStringLiteral("ostrelctl -");
-    QTest::newRow("ostrel-simulator")
-        << QStringLiteral(SIMULATOR) << QStringLiteral("ostrel-simulator -");
+    QTest::newRow("ostrelctl") << OSTRELCTL << "ostrelctl -";
+    QTest::newRow("ostrel-simulator") << SIMULATOR << "ostrel-simulator -";
 }
 
 void TestCompletion::offersTheProgramsOptions()
@@ -116,73 +111,60 @@ void TestCompletion::offersTheProgramsOptions()
 
 void TestCompletion::offersTheCommands()
 {
-    QCOMPARE(offers(QStringLiteral("ostrelctl ")), helpOf(QStringLiteral(OSTRELCTL)).commands);
-    QCOMPARE(offers(QStringLiteral("ostrelctl task ")),
-             helpOf(QStringLiteral(OSTRELCTL), QStringLiteral("task")).commands);
-    QCOMPARE(offers(QStringLiteral("ostrelctl task -")), QStringList(QStringLiteral("--help")));
+    QCOMPARE(offers("ostrelctl "), helpOf(OSTRELCTL).commands);
+    QCOMPARE(offers("ostrelctl task "), helpOf(OSTRELCTL, "task").commands);
+    QCOMPARE(offers("ostrelctl task -"), QStringList("--help"));
 }
 
 void TestCompletion::offersTheOptionsOfEachCommand()
 {
-    const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
+    const auto commands = helpOfCommands(OSTRELCTL);
     for (auto command = commands.cbegin(); command != commands.cend(); ++command) {
         const QStringList names = command->optionNames();
-        QCOMPARE(offers(QStringLiteral("ostrelctl %1 -").arg(command.key())), names);
+        QCOMPARE(offers(QString("ostrelctl %1 -").arg(command.key())), names);
         // Behind other words, too.
-        QCOMPARE(offers(QStringLiteral("ostrelctl %1 --json a -").arg(command.key())), names);
+        QCOMPARE(offers(QString("ostrelctl %1 --json a -").arg(command.key())), names);
     }
 }
 
 void TestCompletion::offersWhatBeginsAlike()
 {
-    QCOMPARE(
-        offers(QStringLiteral("ostrelctl w")),
-        (QStringList{QStringLiteral("watch"), QStringLiteral("which"), QStringLiteral("window")}));
-    QCOMPARE(offers(QStringLiteral("ostrelctl debug --std")),
-             (QStringList{QStringLiteral("--stdout"), QStringLiteral("--stderr")}));
-    QCOMPARE(offers(QStringLiteral("ostrelctl nonsense")), QStringList());
-    QCOMPARE(offers(QStringLiteral("ostrelctl ps ")), QStringList());
-    QCOMPARE(offers(QStringLiteral("ostrel-simulator --s")),
-             (QStringList{QStringLiteral("--session"), QStringLiteral("--system")}));
+    QCOMPARE(offers("ostrelctl w"), (QStringList{"watch", "which", "window"}));
+    QCOMPARE(offers("ostrelctl debug --std"), (QStringList{"--stdout", "--stderr"}));
+    QCOMPARE(offers("ostrelctl nonsense"), QStringList());
+    QCOMPARE(offers("ostrelctl ps "), QStringList());
+    QCOMPARE(offers("ostrel-simulator --s"), (QStringList{"--session", "--system"}));
 }
 
 void TestCompletion::offersTheHints()
 {
-    const QString help = helpOf(QStringLiteral(OSTRELCTL), QStringLiteral("task start"))
-                             .text.section(QStringLiteral("Options:"), 0, 0);
+    const QString help = helpOf(OSTRELCTL, "task start").text.section("Options:", 0, 0);
     QStringList hints;
-    const QStringList lines =
-        help.split(QLatin1Char('\n')).filter(QRegularExpression(QStringLiteral("^  \\w")));
+    const QStringList lines = help.split(QLatin1Char('\n')).filter(QRegularExpression("^  \\w"));
     for (const QString &line : lines) {
         hints.append(line.simplified().section(QLatin1Char(' '), 0, 0) + QLatin1Char('='));
     }
-    const QString start = QStringLiteral("ostrelctl task start ");
+    const QString start = "ostrelctl task start ";
     QCOMPARE(hints.size(), 10);
-    QCOMPARE(offers(start + QStringLiteral("--hint ")), hints);
-    QCOMPARE(offers(start + QStringLiteral("--hint Homeless=")),
-             (QStringList{QStringLiteral("true"), QStringLiteral("false")}));
-    QCOMPARE(offers(start + QStringLiteral("--hint Autostart=e")),
-             QStringList(QStringLiteral("enabled")));
-    QCOMPARE(offers(start + QStringLiteral("--hint User=")), QStringList());
+    QCOMPARE(offers(start + "--hint "), hints);
+    QCOMPARE(offers(start + "--hint Homeless="), (QStringList{"true", "false"}));
+    QCOMPARE(offers(start + "--hint Autostart=e"), QStringList("enabled"));
+    QCOMPARE(offers(start + "--hint User="), QStringList());
     // Behind it, the line goes on as before.
-    QVERIFY(
-        offers(start + QStringLiteral("sync --hint User=a -")).contains(QStringLiteral("--env")));
+    QVERIFY(offers(start + "sync --hint User=a -").contains("--env"));
 }
 
 void TestCompletion::offersFiles()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("one two")), QString());
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("three")));
-    QStringList all = offers(QStringLiteral("ostrelctl debug a --stdout "), folder.path());
+    writeFile(folder.filePath("one two"), QString());
+    QVERIFY(QDir(folder.path()).mkdir("three"));
+    QStringList all = offers("ostrelctl debug a --stdout ", folder.path());
     all.sort();
-    QCOMPARE(all, (QStringList{QStringLiteral("one two"), QStringLiteral("three")}));
-    QCOMPARE(offers(QStringLiteral("ostrelctl debug a --stderr o"), folder.path()),
-             QStringList(QStringLiteral("one two")));
-    QCOMPARE(offers(QStringLiteral("ostrel-simulator --catalogue o"), folder.path()),
-             QStringList(QStringLiteral("one two")));
-    QCOMPARE(offers(QStringLiteral("ostrel-simulator --rootfs "), folder.path()),
-             QStringList(QStringLiteral("three")));
+    QCOMPARE(all, (QStringList{"one two", "three"}));
+    QCOMPARE(offers("ostrelctl debug a --stderr o", folder.path()), QStringList("one two"));
+    QCOMPARE(offers("ostrel-simulator --catalogue o", folder.path()), QStringList("one two"));
+    QCOMPARE(offers("ostrel-simulator --rootfs ", folder.path()), QStringList("three"));
 }
 
 void TestCompletion::offersNothingForAFreeText()
@@ -196,65 +178,59 @@ void TestCompletion::offersNothingForAFreeText()
 
 void TestCompletion::offersWhatIsRunning()
 {
-    const Result started =
-        run(QStringLiteral(OSTRELCTL), {QStringLiteral("start"), QStringLiteral("demo.Player")});
+    const Result started = run(OSTRELCTL, {"start", "demo.Player"});
     QCOMPARE(started.exitStatus, 0);
     const QString instance = started.output.trimmed();
 
-    QCOMPARE(offers(QStringLiteral("ostrelctl start ")),
-             QStringList(QStringLiteral("demo.Player")));
-    QCOMPARE(offers(QStringLiteral("ostrelctl debug --env A=b d")),
-             QStringList(QStringLiteral("demo.Player")));
-    QCOMPARE(offers(QStringLiteral("ostrelctl start x")), QStringList());
-    QCOMPARE(offers(QStringLiteral("ostrelctl start demo.Player ")), QStringList());
-    QCOMPARE(offers(QStringLiteral("ostrelctl terminate ")), QStringList(instance));
+    QCOMPARE(offers("ostrelctl start "), QStringList("demo.Player"));
+    QCOMPARE(offers("ostrelctl debug --env A=b d"), QStringList("demo.Player"));
+    QCOMPARE(offers("ostrelctl start x"), QStringList());
+    QCOMPARE(offers("ostrelctl start demo.Player "), QStringList());
+    QCOMPARE(offers("ostrelctl terminate "), QStringList(instance));
     const QByteArray rootFs = qgetenv("OSTREL_ROOTFS");
     qunsetenv("OSTREL_ROOTFS");
-    QCOMPARE(offers(QStringLiteral("ostrelctl terminate ")), QStringList(instance));
+    QCOMPARE(offers("ostrelctl terminate "), QStringList(instance));
     qputenv("OSTREL_ROOTFS", rootFs);
     // The application and its two services.
-    const QStringList processes = offers(QStringLiteral("ostrelctl which "));
+    const QStringList processes = offers("ostrelctl which ");
     QCOMPARE(processes.size(), 3);
-    const Result which =
-        run(QStringLiteral(OSTRELCTL), {QStringLiteral("which"), processes.constFirst()});
-    QVERIFY2(which.output.startsWith(QStringLiteral("demo.Player ")), qPrintable(which.errors));
+    const Result which = run(OSTRELCTL, {"which", processes.constFirst()});
+    QVERIFY2(which.output.startsWith("demo.Player "), qPrintable(which.errors));
 }
 
 // An identifier comes from the service. The shell must never run it.
 void TestCompletion::leavesOutWhatTheShellWouldExpand()
 {
     const QTemporaryDir folder;
-    const QStringList ids{QStringLiteral("$(touch ran)"), QStringLiteral("`touch ran`"),
-                          QStringLiteral("a;b"), QStringLiteral("*")};
+    const QStringList ids{"$(touch ran)", "`touch ran`", "a;b", "*"};
     for (const QString &id : ids) {
         // "a" is there to see that the list was read.
         const Result arranged = busctl(*m_bus,
-                                       {QStringLiteral("call"),
-                                        QStringLiteral(OSTREL_SERVICE_NAME),
-                                        QStringLiteral(OSTREL_SIMULATOR_PATH),
-                                        QStringLiteral(OSTREL_SIMULATOR_INTERFACE),
-                                        QStringLiteral("AnswerNext"),
-                                        QStringLiteral("ssav"),
-                                        QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                                        QStringLiteral("GetRunningApplications"),
-                                        QStringLiteral("2"),
-                                        QStringLiteral("a(siuua{sv})"),
-                                        QStringLiteral("2"),
+                                       {"call",
+                                        OSTREL_SERVICE_NAME,
+                                        OSTREL_SIMULATOR_PATH,
+                                        OSTREL_SIMULATOR_INTERFACE,
+                                        "AnswerNext",
+                                        "ssav",
+                                        OSTREL_CONTROL_INTERFACE,
+                                        "GetRunningApplications",
+                                        "2",
+                                        "a(siuua{sv})",
+                                        "2",
                                         id,
-                                        QStringLiteral("17"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("a"),
-                                        QStringLiteral("18"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("0"),
-                                        QStringLiteral("a(ssiua{sv})"),
-                                        QStringLiteral("0")});
+                                        "17",
+                                        "0",
+                                        "0",
+                                        "0",
+                                        "a",
+                                        "18",
+                                        "0",
+                                        "0",
+                                        "0",
+                                        "a(ssiua{sv})",
+                                        "0"});
         QCOMPARE(arranged.errors, QString());
-        QCOMPARE(offers(QStringLiteral("ostrelctl start "), folder.path()),
-                 QStringList(QStringLiteral("a")));
+        QCOMPARE(offers("ostrelctl start ", folder.path()), QStringList("a"));
     }
     QCOMPARE(filesBelow(folder.path()), QStringList());
 }
@@ -262,11 +238,11 @@ void TestCompletion::leavesOutWhatTheShellWouldExpand()
 void TestCompletion::waitsForNoService()
 {
     const QTemporaryDir folder;
-    const QString endless = folder.filePath(QStringLiteral("endless"));
-    writeFile(endless, QStringLiteral("#!/bin/sh\nexec sleep infinity\n"));
+    const QString endless = folder.filePath("endless");
+    writeFile(endless, "#!/bin/sh\nexec sleep infinity\n");
     QVERIFY(QFile::setPermissions(endless, QFile::ReadOwner | QFile::ExeOwner));
     // It returns.
-    QCOMPARE(offers(QStringLiteral("ostrelctl start "), QString(), endless), QStringList());
+    QCOMPARE(offers("ostrelctl start ", QString(), endless), QStringList());
 }
 
 OSTREL_TEST_MAIN(TestCompletion)

@@ -15,9 +15,7 @@ namespace
 // The page as its author sees it, without the escapes.
 QString page(const char *file)
 {
-    return readFile(QString::fromLatin1(file))
-        .replace(QStringLiteral("\\-"), QStringLiteral("-"))
-        .replace(QStringLiteral("\\(aq"), QStringLiteral("'"));
+    return readFile(QString::fromLatin1(file)).replace("\\-", "-").replace("\\(aq", "'");
 }
 
 // The text between a heading and the next one.
@@ -27,14 +25,14 @@ QString section(const QString &page, const QString &heading)
     if (begin < 0) {
         return {};
     }
-    const int end = page.indexOf(QRegularExpression(QStringLiteral("\\n\\.S[HS] ")), begin + 1);
+    const int end = page.indexOf(QRegularExpression("\\n\\.S[HS] "), begin + 1);
     return page.mid(begin, end - begin);
 }
 
 // The options that a section describes, as the help writes them.
 QStringList options(const QString &section)
 {
-    static const QRegularExpression tag(QStringLiteral("^\\.TP\\n\\.B[IR]? (-.*)$"),
+    static const QRegularExpression tag("^\\.TP\\n\\.B[IR]? (-.*)$",
                                         QRegularExpression::MultilineOption);
     QStringList all;
     auto each = tag.globalMatch(section);
@@ -69,27 +67,24 @@ private Q_SLOTS:
 void TestManualPages::pagesNameTheVersion()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
-        const QString heading =
-            page(file).split(QLatin1Char('\n')).filter(QStringLiteral(".TH ")).value(0);
-        QVERIFY2(heading.contains(QStringLiteral(" " PROJECT_VERSION "\"")), qPrintable(heading));
+        const QString heading = page(file).split(QLatin1Char('\n')).filter(".TH ").value(0);
+        QVERIFY2(heading.contains(" " PROJECT_VERSION "\""), qPrintable(heading));
     }
 }
 
 void TestManualPages::pagesDescribeTheOptions()
 {
-    QCOMPARE(options(section(page(OSTRELCTL_PAGE), QStringLiteral(".SH OPTIONS"))),
-             helpOf(QStringLiteral(OSTRELCTL)).options);
-    QCOMPARE(options(section(page(SIMULATOR_PAGE), QStringLiteral(".SH OPTIONS"))),
-             helpOf(QStringLiteral(SIMULATOR)).options);
+    QCOMPARE(options(section(page(OSTRELCTL_PAGE), ".SH OPTIONS")), helpOf(OSTRELCTL).options);
+    QCOMPARE(options(section(page(SIMULATOR_PAGE), ".SH OPTIONS")), helpOf(SIMULATOR).options);
 }
 
 void TestManualPages::pagesDescribeEachCommand()
 {
     const QString text = page(OSTRELCTL_PAGE);
-    const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
-    QVERIFY(commands.contains(QStringLiteral("task start")));
+    const auto commands = helpOfCommands(OSTRELCTL);
+    QVERIFY(commands.contains("task start"));
     for (const ProgramHelp &help : commands) {
-        const QString described = section(text, QStringLiteral(".SS \"%1\"").arg(help.usage));
+        const QString described = section(text, QString(".SS \"%1\"").arg(help.usage));
         QVERIFY2(!described.isEmpty(), qPrintable(help.usage));
         QCOMPARE(options(described), help.ownOptions());
     }
@@ -97,7 +92,7 @@ void TestManualPages::pagesDescribeEachCommand()
 
 void TestManualPages::pagesDescribeNoOtherCommand()
 {
-    static const QRegularExpression heading(QStringLiteral("^\\.SS \"(.*)\"$"),
+    static const QRegularExpression heading("^\\.SS \"(.*)\"$",
                                             QRegularExpression::MultilineOption);
     QStringList described;
     auto each = heading.globalMatch(page(OSTRELCTL_PAGE));
@@ -105,7 +100,7 @@ void TestManualPages::pagesDescribeNoOtherCommand()
         described.append(each.next().captured(1));
     }
     QStringList usages;
-    const auto commands = helpOfCommands(QStringLiteral(OSTRELCTL));
+    const auto commands = helpOfCommands(OSTRELCTL);
     for (const ProgramHelp &help : commands) {
         usages.append(help.usage);
     }
@@ -116,25 +111,24 @@ void TestManualPages::pagesDescribeNoOtherCommand()
 
 void TestManualPages::pagesListTheHints()
 {
-    static const QRegularExpression hint(QStringLiteral("^  (\\w+) +(\\S.*)$"),
+    static const QRegularExpression hint("^  (\\w+) +(\\S.*)$",
                                          QRegularExpression::MultilineOption);
-    const ProgramHelp help = helpOf(QStringLiteral(OSTRELCTL), QStringLiteral("task start"));
-    const QString described =
-        section(page(OSTRELCTL_PAGE), QStringLiteral(".SS \"%1\"").arg(help.usage));
+    const ProgramHelp help = helpOf(OSTRELCTL, "task start");
+    const QString described = section(page(OSTRELCTL_PAGE), QString(".SS \"%1\"").arg(help.usage));
     QStringList expected;
-    auto each = hint.globalMatch(help.text.section(QStringLiteral("Options:"), 0, 0));
+    auto each = hint.globalMatch(help.text.section("Options:", 0, 0));
     while (each.hasNext()) {
         const auto match = each.next();
         expected.append(match.captured(1) + QLatin1Char('\t') + match.captured(2));
     }
     QCOMPARE(expected.size(), 10);
-    QCOMPARE(described.split(QLatin1Char('\n')).filter(QStringLiteral("\t")), expected);
+    QCOMPARE(described.split(QLatin1Char('\n')).filter("\t"), expected);
 }
 
 void TestManualPages::pagesNameTheService()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
-        QVERIFY(page(file).contains(QStringLiteral(OSTREL_SERVICE_NAME)));
+        QVERIFY(page(file).contains(OSTREL_SERVICE_NAME));
         QVERIFY2(!page(file).contains(QLatin1Char('@')), file);
     }
 }

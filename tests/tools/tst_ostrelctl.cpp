@@ -52,36 +52,30 @@ void TestOstrelctl::windowPrintsTheState_data()
     QTest::addColumn<QString>("output");
 
     const auto sent = [](int status, int arg1, int arg2) {
-        return QVariantList{QStringLiteral("main"), status, arg1, arg2};
+        return QVariantList{"main", status, arg1, arg2};
     };
-    QTest::newRow("plain") << QStringLiteral("window main 2 3 4") << sent(2, 3, 4)
-                           << QStringLiteral("2\n");
-    QTest::newRow("negative") << QStringLiteral("window main -1 -2 -3") << sent(-1, -2, -3)
-                              << QStringLiteral("4294967295\n");
-    QTest::newRow("extremes") << QStringLiteral("window main 0 -2147483648 2147483647")
-                              << sent(0, -2147483647 - 1, 2147483647) << QStringLiteral("0\n");
-    QTest::newRow("JSON") << QStringLiteral("window --json main 2 3 4") << sent(2, 3, 4)
-                          << QStringLiteral("{\"state\":2}\n");
+    QTest::newRow("plain") << "window main 2 3 4" << sent(2, 3, 4) << "2\n";
+    QTest::newRow("negative") << "window main -1 -2 -3" << sent(-1, -2, -3) << "4294967295\n";
+    QTest::newRow("extremes") << "window main 0 -2147483648 2147483647"
+                              << sent(0, -2147483647 - 1, 2147483647) << "0\n";
+    QTest::newRow("JSON") << "window --json main 2 3 4" << sent(2, 3, 4) << "{\"state\":2}\n";
     QTest::newRow("JSON at the end")
-        << QStringLiteral("window main -1 3 4 --json") << sent(-1, 3, 4)
-        << QStringLiteral("{\"state\":4294967295}\n");
-    QTest::newRow("behind --") << QStringLiteral("window --json -- --json 2 3 4")
-                               << QVariantList{QStringLiteral("--json"), 2, 3, 4}
-                               << QStringLiteral("{\"state\":2}\n");
+        << "window main -1 3 4 --json" << sent(-1, 3, 4) << "{\"state\":4294967295}\n";
+    QTest::newRow("behind --") << "window --json -- --json 2 3 4" << QVariantList{"--json", 2, 3, 4}
+                               << "{\"state\":2}\n";
 }
 
 void TestOstrelctl::windowPrintsTheState()
 {
     QFETCH(QString, arguments);
     QFETCH(QVariantList, sent);
-    const Result result =
-        run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     QCOMPARE(result.errors, QString());
     QTEST(result.output, "output");
     QCOMPARE(result.exitStatus, 0);
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.constFirst().signature, QStringLiteral("siii"));
+    QCOMPARE(calls.constFirst().signature, "siii");
     QCOMPARE(calls.constFirst().arguments, sent);
 }
 
@@ -91,8 +85,8 @@ void TestOstrelctl::windowFails_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
 
-    const QString service = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
-    const QString standard = QStringLiteral("org.freedesktop.DBus.Error.");
+    const QString service = QString(OSTREL_SERVICE_NAME) + ".Error.";
+    const QString standard = "org.freedesktop.DBus.Error.";
     const auto row = [](const QString &prefix, const char *name, int code) {
         QTest::newRow(name) << prefix + QLatin1String(name) << QString::fromLatin1(name) << code;
     };
@@ -112,24 +106,22 @@ void TestOstrelctl::windowFails()
     QFETCH(QString, error);
     QFETCH(QString, name);
     QFETCH(int, code);
-    const QStringList arguments = QStringLiteral("window main 2 3 4").split(QLatin1Char(' '));
-    const QString errors = QStringLiteral("error: %1: no \"luck\"\n").arg(name);
+    const QStringList arguments = QString("window main 2 3 4").split(QLatin1Char(' '));
+    const QString errors = QString("error: %1: no \"luck\"\n").arg(name);
 
-    m_simulator->windowStatus().failNext(error, QStringLiteral("no \"luck\""));
-    const Result plain = run(QStringLiteral(OSTRELCTL), arguments);
-    QCOMPARE(plain.output, QStringLiteral("255\n"));
+    m_simulator->windowStatus().failNext(error, "no \"luck\"");
+    const Result plain = run(OSTRELCTL, arguments);
+    QCOMPARE(plain.output, "255\n");
     QCOMPARE(plain.errors, errors);
     QCOMPARE(plain.exitStatus, 1);
 
-    m_simulator->windowStatus().failNext(error, QStringLiteral("no \"luck\""));
-    const Result json =
-        run(QStringLiteral(OSTRELCTL), arguments + QStringList(QStringLiteral("--json")));
-    QCOMPARE(
-        json.output,
-        QStringLiteral("{\"error\":{\"code\":%1,\"message\":\"no \\\"luck\\\"\",\"name\":\"%2\"},"
-                       "\"state\":255}\n")
-            .arg(code)
-            .arg(name));
+    m_simulator->windowStatus().failNext(error, "no \"luck\"");
+    const Result json = run(OSTRELCTL, arguments + QStringList("--json"));
+    QCOMPARE(json.output,
+             QString("{\"error\":{\"code\":%1,\"message\":\"no \\\"luck\\\"\",\"name\":\"%2\"},"
+                     "\"state\":255}\n")
+                 .arg(code)
+                 .arg(name));
     QCOMPARE(json.errors, errors);
     QCOMPARE(json.exitStatus, 1);
 }
@@ -137,21 +129,17 @@ void TestOstrelctl::windowFails()
 // An error reply of this name is no error for the library.
 void TestOstrelctl::windowAnsweredByNoError()
 {
-    m_simulator->windowStatus().failNext(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"),
-                                         QStringLiteral("text"));
-    const Result result =
-        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
-    QCOMPARE(result.output, QStringLiteral("255\n"));
+    m_simulator->windowStatus().failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
+    QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
 }
 
 void TestOstrelctl::errorsStayOnOneLine()
 {
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"),
-                                         QString::fromUtf8("two\nlines\x1b[1m ü"));
-    const Result result =
-        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
+    m_simulator->windowStatus().failNext("a.b", QString::fromUtf8("two\nlines\x1b[1m ü"));
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
     QCOMPARE(result.errors, QString::fromUtf8("error: Failed: two\\nlines\\x1b[1m ü\n"));
 }
 
@@ -166,8 +154,8 @@ void TestOstrelctl::outputThatCannotBeWrittenIsAFailure_data()
 void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
 {
     QFETCH(QString, line);
-    Process process(QStringLiteral(OSTRELCTL), line.split(QLatin1Char(' ')));
-    process.setStandardOutputFile(QStringLiteral("/dev/full"));
+    Process process(OSTRELCTL, line.split(QLatin1Char(' ')));
+    process.setStandardOutputFile("/dev/full");
     process.start();
     process.waitForEnd();
     QCOMPARE(process.exitCode(), 1);
@@ -178,31 +166,28 @@ void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
 void TestOstrelctl::windowWithoutService()
 {
     QCOMPARE(m_simulator->end(), 0);
-    const Result result =
-        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')));
-    QCOMPARE(result.output, QStringLiteral("255\n"));
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
+    QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors,
-             QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
-                            " was not provided by any .service files\n"
-                            "hint: no service owns the name " OSTREL_SERVICE_NAME
-                            " on the session bus; at a desk, start its stand-in: "
-                            "ostrel-simulator --session &\n"));
+             "error: Failed: The name " OSTREL_SERVICE_NAME
+             " was not provided by any .service files\n"
+             "hint: no service owns the name " OSTREL_SERVICE_NAME
+             " on the session bus; at a desk, start its stand-in: "
+             "ostrel-simulator --session &\n");
     QCOMPARE(result.exitStatus, 1);
 }
 
 void TestOstrelctl::windowWithoutBus()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                       QStringLiteral("unix:path=/nonexistent/session"));
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     const Result result =
-        run(QStringLiteral(OSTRELCTL), QStringLiteral("window main 2 3 4").split(QLatin1Char(' ')),
-            environment);
-    QCOMPARE(result.output, QStringLiteral("255\n"));
+        run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')), environment);
+    QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors,
-             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
-                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
-                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
+             "error: Failed: Not connected to D-Bus server\n"
+             "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+             "'dbus-run-session -- bash' opens a shell with a bus of its own\n");
     QCOMPARE(result.exitStatus, 1);
 }
 
@@ -211,11 +196,12 @@ void TestOstrelctl::wrongOptionsAreReported_data()
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("errors");
 
-    const auto general = [](const char *arguments, const char *mistake) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments)
-                                 << QStringLiteral("ostrelctl: %1\nTry 'ostrelctl --help'.\n")
-                                        .arg(QLatin1String(mistake));
-    };
+    const auto general =
+        [](const char *arguments, const char *mistake) {
+            QTest::newRow(arguments)
+                << QString::fromLatin1(arguments)
+                << QString("ostrelctl: %1\nTry 'ostrelctl --help'.\n").arg(QLatin1String(mistake));
+        };
     general("", "a command is missing");
     general("nonsense", "no command \"nonsense\"");
     general("--nonsense", "Unknown option 'nonsense'.");
@@ -223,7 +209,7 @@ void TestOstrelctl::wrongOptionsAreReported_data()
 
     const auto window = [](const char *arguments, const char *mistake) {
         QTest::newRow(arguments) << QString::fromLatin1(arguments)
-                                 << QStringLiteral(
+                                 << QString(
                                         "ostrelctl window: %1\nTry 'ostrelctl window --help'.\n")
                                         .arg(QLatin1String(mistake));
     };
@@ -246,8 +232,7 @@ void TestOstrelctl::wrongOptionsAreReported_data()
 void TestOstrelctl::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
-    const Result result =
-        run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     QCOMPARE(result.output, QString());
     QTEST(result.errors, "errors");
     QCOMPARE(result.exitStatus, 2);
@@ -259,22 +244,21 @@ void TestOstrelctl::helpIsPrinted_data()
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("usage");
 
-    const QString general = QStringLiteral("Usage: " OSTRELCTL " [options] COMMAND ...\n");
-    const QString window =
-        QStringLiteral("Usage: " OSTRELCTL " window [options] WINDOW STATUS ARG1 ARG2\n");
-    QTest::newRow("--help") << QStringLiteral("--help") << general;
-    QTest::newRow("-h") << QStringLiteral("-h") << general;
-    QTest::newRow("window --help") << QStringLiteral("window --help") << window;
-    QTest::newRow("ps --help") << QStringLiteral("ps --help")
-                               << QStringLiteral("Usage: " OSTRELCTL " ps [options]\n");
-    QTest::newRow("window -h") << QStringLiteral("window main -h") << window;
+    const QString general = "Usage: " OSTRELCTL " [options] COMMAND ...\n";
+    const QString window = "Usage: " OSTRELCTL " window [options] WINDOW STATUS ARG1 ARG2\n";
+    QTest::newRow("--help") << "--help" << general;
+    QTest::newRow("-h") << "-h" << general;
+    QTest::newRow("window --help") << "window --help" << window;
+    QTest::newRow("ps --help") << "ps --help"
+                               << "Usage: " OSTRELCTL " ps [options]\n";
+    QTest::newRow("window -h") << "window main -h" << window;
 }
 
 void TestOstrelctl::helpIsPrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, usage);
-    const Result result = run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' ')));
+    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' ')));
     QVERIFY2(result.output.startsWith(usage), qPrintable(result.output));
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
@@ -282,9 +266,9 @@ void TestOstrelctl::helpIsPrinted()
 
 void TestOstrelctl::tellsItsVersion()
 {
-    for (const QString &option : {QStringLiteral("--version"), QStringLiteral("-v")}) {
-        const Result result = run(QStringLiteral(OSTRELCTL), {option});
-        QCOMPARE(result.output, QStringLiteral("ostrelctl " PROJECT_VERSION "\n"));
+    for (const char *option : {"--version", "-v"}) {
+        const Result result = run(OSTRELCTL, {option});
+        QCOMPARE(result.output, "ostrelctl " PROJECT_VERSION "\n");
         QCOMPARE(result.exitStatus, 0);
     }
 }

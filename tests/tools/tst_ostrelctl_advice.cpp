@@ -13,37 +13,35 @@ namespace
 {
 
 const QString noSessionBus = // clazy:exclude=non-pod-global-static
-    QStringLiteral("error: Failed: Not connected to D-Bus server\n"
-                   "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
-                   "'dbus-run-session -- bash' opens a shell with a bus of its own\n");
+    "error: Failed: Not connected to D-Bus server\n"
+    "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+    "'dbus-run-session -- bash' opens a shell with a bus of its own\n";
 const QString noSystemBus = // clazy:exclude=non-pod-global-static
-    QStringLiteral("error: Failed: Not connected to D-Bus server\n"
-                   "hint: no system message bus can be reached; a device starts it with the "
-                   "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set\n");
+    "error: Failed: Not connected to D-Bus server\n"
+    "hint: no system message bus can be reached; a device starts it with the "
+    "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set\n";
 
 QString noService(const QString &bus)
 {
-    return QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
-                          " was not provided by any .service files\n"
-                          "hint: no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
-                          "at a desk, start its stand-in: ostrel-simulator --%1 &\n")
+    return QString("error: Failed: The name " OSTREL_SERVICE_NAME
+                   " was not provided by any .service files\n"
+                   "hint: no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
+                   "at a desk, start its stand-in: ostrel-simulator --%1 &\n")
         .arg(bus);
 }
 
 Result ostrelctl(const QString &arguments)
 {
-    return run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' ')));
+    return run(OSTRELCTL, arguments.split(QLatin1Char(' ')));
 }
 
 // Every command that needs a bus.
 QStringList commands()
 {
     return {
-        QStringLiteral("start a.b"),         QStringLiteral("debug a.b"),
-        QStringLiteral("terminate a.b"),     QStringLiteral("ps"),
-        QStringLiteral("window main 1 2 3"), QStringLiteral("task list sync"),
-        QStringLiteral("task start sync a"), QStringLiteral("task stop sync a"),
-        QStringLiteral("task watch sync"),
+        "start a.b",         "debug a.b",      "terminate a.b",     "ps",
+        "window main 1 2 3", "task list sync", "task start sync a", "task stop sync a",
+        "task watch sync",
     };
 }
 
@@ -53,20 +51,18 @@ class ConfiguredBus
 public:
     explicit ConfiguredBus(const QString &elements)
     {
-        const QString file = m_folder.filePath(QStringLiteral("bus.conf"));
+        const QString file = m_folder.filePath("bus.conf");
         writeFile(file,
-                  QStringLiteral(
-                      "<!DOCTYPE busconfig PUBLIC\n"
-                      "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                      "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                      "<busconfig><include>" PRIVATE_BUS_CONFIGURATION "</include>%1</busconfig>\n")
+                  QString("<!DOCTYPE busconfig PUBLIC\n"
+                          "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                          "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                          "<busconfig><include>" PRIVATE_BUS_CONFIGURATION
+                          "</include>%1</busconfig>\n")
                       .arg(elements));
-        m_daemon.emplace(QStringLiteral("dbus-daemon"),
-                         QStringList{QStringLiteral("--config-file=") + file,
-                                     QStringLiteral("--address=unix:dir=") + m_folder.path(),
-                                     QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                                     QStringLiteral("--nosyslog"),
-                                     QStringLiteral("--print-address=1")});
+        m_daemon.emplace("dbus-daemon",
+                         QStringList{"--config-file=" + file,
+                                     "--address=unix:dir=" + m_folder.path(), "--nofork",
+                                     "--nopidfile", "--nosyslog", "--print-address=1"});
         m_daemon->start();
         qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon->readLine().toUtf8());
     }
@@ -117,7 +113,7 @@ void TestOstrelctlAdvice::cleanup()
 
 void TestOstrelctlAdvice::tellsHowToGetABus_data()
 {
-    addCommands({QStringLiteral("watch")});
+    addCommands({"watch"});
 }
 
 void TestOstrelctlAdvice::tellsHowToGetABus()
@@ -149,7 +145,7 @@ void TestOstrelctlAdvice::tellsHowToGetAService()
     QFETCH(QString, command);
     const PrivateBus bus;
     const Result result = ostrelctl(command);
-    QCOMPARE(result.errors, noService(QStringLiteral("session")));
+    QCOMPARE(result.errors, noService("session"));
     QCOMPARE(result.exitStatus, 1);
 }
 
@@ -158,17 +154,17 @@ void TestOstrelctlAdvice::tellsHowToGetAServiceOnTheSystemBus()
     const PrivateBus bus;
     cleanup();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    const Result result = ostrelctl(QStringLiteral("task list --system sync"));
-    QCOMPARE(result.errors, noService(QStringLiteral("system")));
+    const Result result = ostrelctl("task list --system sync");
+    QCOMPARE(result.errors, noService("system"));
     QCOMPARE(result.exitStatus, 1);
 }
 
 void TestOstrelctlAdvice::keepsItOutOfTheJson()
 {
-    const Result result = ostrelctl(QStringLiteral("ps --json"));
+    const Result result = ostrelctl("ps --json");
     QCOMPARE(result.output,
-             QStringLiteral("{\"error\":{\"code\":1,\"message\":\"Not connected to D-Bus "
-                            "server\",\"name\":\"Failed\"}}\n"));
+             "{\"error\":{\"code\":1,\"message\":\"Not connected to D-Bus "
+             "server\",\"name\":\"Failed\"}}\n");
     QCOMPARE(result.errors, noSessionBus);
 }
 
@@ -176,14 +172,14 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService_data()
 {
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("errors");
-    QTest::newRow("of its own") << QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed")
-                                << QStringLiteral("error: HandlerFailed: no\n");
+    QTest::newRow("of its own") << OSTREL_ERROR_PREFIX "HandlerFailed"
+                                << "error: HandlerFailed: no\n";
     // The text and the name are not what decides.
-    QTest::newRow("failed") << QStringLiteral("org.freedesktop.DBus.Error.Failed")
-                            << QStringLiteral("error: Failed: no\n");
+    QTest::newRow("failed") << "org.freedesktop.DBus.Error.Failed"
+                            << "error: Failed: no\n";
     QTest::newRow("the bus's name of an absent service")
-        << QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown")
-        << QStringLiteral("error: Failed: no\n");
+        << "org.freedesktop.DBus.Error.ServiceUnknown"
+        << "error: Failed: no\n";
 }
 
 void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
@@ -192,8 +188,8 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    simulator.windowStatus().failNext(error, QStringLiteral("no"));
-    const Result result = ostrelctl(QStringLiteral("window main 1 2 3"));
+    simulator.windowStatus().failNext(error, "no");
+    const Result result = ostrelctl("window main 1 2 3");
     QTEST(result.errors, "errors");
     QCOMPARE(result.exitStatus, 1);
 }
@@ -202,25 +198,24 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
 void TestOstrelctlAdvice::noAdviceForAnActivatableService()
 {
     const QTemporaryDir services;
-    writeFile(services.filePath(QStringLiteral(OSTREL_SERVICE_NAME ".service")),
-              QStringLiteral("[D-BUS Service]\nName=" OSTREL_SERVICE_NAME "\nExec=/bin/false\n"));
-    const ConfiguredBus bus(QStringLiteral("<servicedir>%1</servicedir>").arg(services.path()));
-    const Result result = ostrelctl(QStringLiteral("ps"));
-    QCOMPARE(
-        result.errors,
-        QStringLiteral("error: Failed: Process " OSTREL_SERVICE_NAME " exited with status 1\n"));
+    writeFile(services.filePath(OSTREL_SERVICE_NAME ".service"),
+              "[D-BUS Service]\nName=" OSTREL_SERVICE_NAME "\nExec=/bin/false\n");
+    const ConfiguredBus bus(QString("<servicedir>%1</servicedir>").arg(services.path()));
+    const Result result = ostrelctl("ps");
+    QCOMPARE(result.errors,
+             "error: Failed: Process " OSTREL_SERVICE_NAME " exited with status 1\n");
     QCOMPARE(result.exitStatus, 1);
 }
 
 void TestOstrelctlAdvice::noAdviceWhenTheBusDoesNotReply()
 {
-    const ConfiguredBus bus(QStringLiteral("<policy context=\"mandatory\">"
-                                           "<deny send_interface=\"org.freedesktop.DBus\""
-                                           " send_member=\"NameHasOwner\"/></policy>"));
-    const Result result = ostrelctl(QStringLiteral("ps"));
+    const ConfiguredBus bus("<policy context=\"mandatory\">"
+                            "<deny send_interface=\"org.freedesktop.DBus\""
+                            " send_member=\"NameHasOwner\"/></policy>");
+    const Result result = ostrelctl("ps");
     QCOMPARE(result.errors,
-             QStringLiteral("error: Failed: The name " OSTREL_SERVICE_NAME
-                            " was not provided by any .service files\n"));
+             "error: Failed: The name " OSTREL_SERVICE_NAME
+             " was not provided by any .service files\n");
     QCOMPARE(result.exitStatus, 1);
 }
 

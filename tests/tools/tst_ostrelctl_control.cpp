@@ -54,7 +54,7 @@ private:
 
 Result TestOstrelctlControl::ostrelctl(const QStringList &arguments)
 {
-    return run(QStringLiteral(OSTRELCTL), arguments);
+    return run(OSTRELCTL, arguments);
 }
 
 void TestOstrelctlControl::initTestCase()
@@ -71,47 +71,43 @@ void TestOstrelctlControl::cleanup()
 
 void TestOstrelctlControl::arrangeList() const
 {
-    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                           QStringLiteral("GetRunningApplications"), QStringLiteral("2")}
-                   + wordsOf(QStringLiteral("a(siuua{sv}) 1 demo.Viewer 17 4294967295 2 2 "
-                                            "Name s x\ny Size t 18446744073709551615 "
-                                            "a(ssiua{sv}) 1 demo.Viewer decoder -1 3 0")));
+    busctlDesk(*m_bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2"}
+                   + wordsOf("a(siuua{sv}) 1 demo.Viewer 17 4294967295 2 2 "
+                             "Name s x\ny Size t 18446744073709551615 "
+                             "a(ssiua{sv}) 1 demo.Viewer decoder -1 3 0"));
 }
 
 void TestOstrelctlControl::startPrintsTheInstance()
 {
-    next("Start").answerNext({QStringLiteral("one"), QVariantMap()});
-    const Result result = ostrelctl({QStringLiteral("start"), QStringLiteral("a b")});
+    next("Start").answerNext({"one", QVariantMap()});
+    const Result result = ostrelctl({"start", "a b"});
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, QStringLiteral("one\n"));
+    QCOMPARE(result.output, "one\n");
     QCOMPARE(result.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().at(0).member, QStringLiteral("Start"));
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("a b")});
+    QCOMPARE(m_simulator->calls().at(0).member, "Start");
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"a b"});
 }
 
 void TestOstrelctlControl::startPrintsAnyDetailsAsJson()
 {
     busctlDesk(
-        *m_bus, QStringLiteral("AnswerNext"),
-        QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                    QStringLiteral("Start"), QStringLiteral("2")}
-            + wordsOf(QStringLiteral(
+        *m_bus, "AnswerNext",
+        QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "Start", "2"}
+            + wordsOf(
                 "s one a{sv} 18 a y 7 b n -3 c q 4 d d 1.5 e o /p f g as g v s x "
                 "h ay 2 0 255 i (sai) x 2 1 2 j a{is} 1 3 x k a{sv} 1 l b true m as 0 "
                 "n x -9007199254740992 o x -9007199254740993 p t 9007199254740992 "
-                "q t 9007199254740993 r x -9223372036854775808 t av 1 t 18446744073709551615")));
-    const Result result =
-        ostrelctl({QStringLiteral("start"), QStringLiteral("--json"), QStringLiteral("a.b")});
+                "q t 9007199254740993 r x -9223372036854775808 t av 1 t 18446744073709551615"));
+    const Result result = ostrelctl({"start", "--json", "a.b"});
     QCOMPARE(result.errors, QString());
-    QCOMPARE(
-        result.output,
-        QStringLiteral(R"({"appInstanceId":"one","details":{"a":7,"b":-3,"c":4,"d":1.5,"e":"/p",)"
-                       R"("f":"as","g":"x","h":[0,255],"i":["x",[1,2]],"j":{"3":"x"},)"
-                       R"("k":{"l":true},"m":[],"n":-9007199254740992,"o":"-9007199254740993",)"
-                       R"("p":9007199254740992,"q":"9007199254740993",)"
-                       R"("r":"-9223372036854775808","t":["18446744073709551615"]}})"
-                       "\n"));
+    QCOMPARE(result.output,
+             R"({"appInstanceId":"one","details":{"a":7,"b":-3,"c":4,"d":1.5,"e":"/p",)"
+             R"("f":"as","g":"x","h":[0,255],"i":["x",[1,2]],"j":{"3":"x"},)"
+             R"("k":{"l":true},"m":[],"n":-9007199254740992,"o":"-9007199254740993",)"
+             R"("p":9007199254740992,"q":"9007199254740993",)"
+             R"("r":"-9223372036854775808","t":["18446744073709551615"]}})"
+             "\n");
     QCOMPARE(result.exitStatus, 0);
 }
 
@@ -123,111 +119,96 @@ void TestOstrelctlControl::debugSendsWhatIsGiven_data()
     const auto words = [](const char *text) {
         return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     };
-    const QString wrapper = QStringLiteral("applicationWrapper");
-    const QString params = QStringLiteral("commandLineParams");
+    const QString wrapper = "applicationWrapper";
+    const QString params = "commandLineParams";
     QTest::newRow("nothing") << QStringList() << QVariantMap();
-    QTest::newRow("wrapper") << QStringList{QStringLiteral("--wrapper"),
-                                            QStringLiteral("gdb  --args \"a b\"")}
-                             << QVariantMap{
-                                    {wrapper,
-                                     QStringList{QStringLiteral("gdb"), QStringLiteral("--args"),
-                                                 QStringLiteral("a b")}}};
+    QTest::newRow("wrapper") << QStringList{"--wrapper", "gdb  --args \"a b\""}
+                             << QVariantMap{{wrapper, QStringList{"gdb", "--args", "a b"}}};
     QTest::newRow("wrapper with quotes")
-        << QStringList{QStringLiteral("--wrapper"),
-                       QStringLiteral(R"( a "" b" c"d \"e\" "\"f\\" \n )")}
-        << QVariantMap{{wrapper,
-                        QStringList{QStringLiteral("a"), QString(), QStringLiteral("b cd"),
-                                    QStringLiteral("\"e\""), QStringLiteral("\"f\\"),
-                                    QStringLiteral("\\n")}}};
-    QTest::newRow("empty wrapper") << QStringList{QStringLiteral("--wrapper"), QString()}
-                                   << QVariantMap{{wrapper, QStringList()}};
+        << QStringList{"--wrapper", R"( a "" b" c"d \"e\" "\"f\\" \n )"}
+        << QVariantMap{{wrapper, QStringList{"a", QString(), "b cd", "\"e\"", "\"f\\", "\\n"}}};
+    QTest::newRow("empty wrapper")
+        << QStringList{"--wrapper", QString()} << QVariantMap{{wrapper, QStringList()}};
     QTest::newRow("params") << words("--param one --param --two --param=-3")
                             << QVariantMap{{params, words("one --two -3")}};
     QTest::newRow("environment") << words("--env A=1 --env B==")
-                                 << QVariantMap{{QStringLiteral("environment"), words("A=1 B==")}};
-    QTest::newRow("sandbox launcher")
-        << words("--firejail-param --quiet --firejail-param x")
-        << QVariantMap{{QStringLiteral("firejailParams"), words("--quiet x")}};
-    QTest::newRow("no sandbox") << words("--no-sandbox")
-                                << QVariantMap{{QStringLiteral("sandbox"), false}};
+                                 << QVariantMap{{"environment", words("A=1 B==")}};
+    QTest::newRow("sandbox launcher") << words("--firejail-param --quiet --firejail-param x")
+                                      << QVariantMap{{"firejailParams", words("--quiet x")}};
+    QTest::newRow("no sandbox") << words("--no-sandbox") << QVariantMap{{"sandbox", false}};
     QTest::newRow("files") << words("--stdout /o --stderr e")
-                           << QVariantMap{{QStringLiteral("stdoutFile"), QStringLiteral("/o")},
-                                          {QStringLiteral("stderrFile"),
-                                           QDir::current().absoluteFilePath(QStringLiteral("e"))}};
+                           << QVariantMap{{"stdoutFile", "/o"},
+                                          {"stderrFile", QDir::current().absoluteFilePath("e")}};
     QTest::newRow("file in a folder")
         << words("--stdout a/o")
-        << QVariantMap{{QStringLiteral("stdoutFile"),
-                        QDir::current().absoluteFilePath(QStringLiteral("a/o"))}};
+        << QVariantMap{{"stdoutFile", QDir::current().absoluteFilePath("a/o")}};
 }
 
 void TestOstrelctlControl::debugSendsWhatIsGiven()
 {
     QFETCH(QStringList, options);
-    next("StartDebug").answerNext({QStringLiteral("one"), QVariantMap()});
-    const Result result = ostrelctl(QStringList(QStringLiteral("debug")) + options
-                                    + QStringList{QStringLiteral("a.b")});
+    next("StartDebug").answerNext({"one", QVariantMap()});
+    const Result result = ostrelctl(QStringList("debug") + options + QStringList{"a.b"});
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, QStringLiteral("one\n"));
+    QCOMPARE(result.output, "one\n");
     QCOMPARE(result.exitStatus, 0);
     const Call call = m_simulator->calls().constFirst();
-    QCOMPARE(call.member, QStringLiteral("StartDebug"));
-    QCOMPARE(call.arguments.at(0), QVariant(QStringLiteral("a.b")));
+    QCOMPARE(call.member, "StartDebug");
+    QCOMPARE(call.arguments.at(0), QVariant("a.b"));
     QTEST(qdbus_cast<QVariantMap>(call.arguments.at(1)), "sent");
 }
 
 void TestOstrelctlControl::terminateSaysNothing()
 {
     next("Terminate").answerNext({});
-    const Result plain = ostrelctl({QStringLiteral("terminate"), QStringLiteral("one")});
+    const Result plain = ostrelctl({"terminate", "one"});
     QCOMPARE(plain.errors, QString());
     QCOMPARE(plain.output, QString());
     QCOMPARE(plain.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().at(0).member, QStringLiteral("Terminate"));
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("one")});
+    QCOMPARE(m_simulator->calls().at(0).member, "Terminate");
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"one"});
 
     next("Terminate").answerNext({});
-    const Result json =
-        ostrelctl({QStringLiteral("terminate"), QStringLiteral("--json"), QStringLiteral("one")});
-    QCOMPARE(json.output, QStringLiteral("{}\n"));
+    const Result json = ostrelctl({"terminate", "--json", "one"});
+    QCOMPARE(json.output, "{}\n");
     QCOMPARE(json.exitStatus, 0);
 }
 
 void TestOstrelctlControl::psPrintsATable()
 {
     arrangeList();
-    const Result result = ostrelctl({QStringLiteral("ps")});
+    const Result result = ostrelctl({"ps"});
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
-             QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES\n"
-                            "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-                            "Size=18446744073709551615\n"
-                            "demo.Viewer  decoder  -1   3           -\n"));
+             "APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES\n"
+             "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
+             "Size=18446744073709551615\n"
+             "demo.Viewer  decoder  -1   3           -\n");
     QCOMPARE(result.exitStatus, 0);
 
-    m_simulator->desk(QStringLiteral("ListNext"), {0U, 0U});
-    QCOMPARE(ostrelctl({QStringLiteral("ps")}).output,
-             QStringLiteral("APPLICATION  SERVICE  PID  STATE  KIND  PROPERTIES\n"));
+    m_simulator->desk("ListNext", {0U, 0U});
+    QCOMPARE(ostrelctl({"ps"}).output, "APPLICATION  SERVICE  PID  STATE  KIND  PROPERTIES\n");
 }
 
 void TestOstrelctlControl::psPrintsJson()
 {
     arrangeList();
-    const Result result = ostrelctl({QStringLiteral("ps"), QStringLiteral("--json")});
+    const Result result = ostrelctl({"ps", "--json"});
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
-             QStringLiteral(R"~({"applications":[{"appId":"demo.Viewer","kind":2,"pid":17,)~"
-                            R"~("properties":{"Name":"x\ny","Size":"18446744073709551615"},)~"
-                            R"~("state":4294967295}],"services":[{"appId":"demo.Viewer",)~"
-                            R"~("name":"decoder","pid":-1,"properties":{},"state":3}]})~"
-                            "\n"));
+             R"~({"applications":[{"appId":"demo.Viewer","kind":2,"pid":17,)~"
+             R"~("properties":{"Name":"x\ny","Size":"18446744073709551615"},)~"
+             R"~("state":4294967295}],"services":[{"appId":"demo.Viewer",)~"
+             R"~("name":"decoder","pid":-1,"properties":{},"state":3}]})~"
+             "\n");
     QCOMPARE(result.exitStatus, 0);
 }
 
 void TestOstrelctlControl::psFitsTheTerminal_data()
 {
     QTest::addColumn<QString>("locale");
-    QTest::newRow("UTF-8") << QStringLiteral("C.UTF-8");
-    QTest::newRow("ASCII") << QStringLiteral("C");
+    QTest::newRow("UTF-8") << "C.UTF-8";
+    QTest::newRow("ASCII") << "C";
 }
 
 void TestOstrelctlControl::psFitsTheTerminal()
@@ -236,21 +217,21 @@ void TestOstrelctlControl::psFitsTheTerminal()
     // script gives the command a terminal, whose width it is told.
     const auto widthsAt = [this, &locale](int columns) {
         arrangeList();
-        Result result = run(
-            QStringLiteral("script"),
-            {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
-             QStringLiteral("stty cols %1; LC_ALL=%2 " OSTRELCTL " ps").arg(columns).arg(locale),
-             QStringLiteral("/dev/null")});
+        Result result =
+            run("script",
+                {"--quiet", "--return", "--command",
+                 QString("stty cols %1; LC_ALL=%2 " OSTRELCTL " ps").arg(columns).arg(locale),
+                 "/dev/null"});
         return result.output.remove(QLatin1Char('\r')).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     };
     QCOMPARE(widthsAt(200).at(1),
-             QStringLiteral("demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-                            "Size=18446744073709551615"));
+             "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
+             "Size=18446744073709551615");
     QCOMPARE(widthsAt(55),
              (QStringList{
-                 QStringLiteral("APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES"),
-                 QStringLiteral("demo.Viewer  -        17   4294967295  2     Name=\"x\\n\u2026"),
-                 QStringLiteral("demo.Viewer  decoder  -1   3           -"),
+                 "APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES",
+                 "demo.Viewer  -        17   4294967295  2     Name=\"x\\n\u2026",
+                 "demo.Viewer  decoder  -1   3           -",
              }));
     const QStringList narrow = widthsAt(40);
     QCOMPARE(narrow.size(), 3);
@@ -266,22 +247,21 @@ void TestOstrelctlControl::whichPrintsTheApplication_data()
     QTest::addColumn<QString>("errors");
     QTest::addColumn<QString>("json");
 
-    const QString none = QStringLiteral("error: Failed: process 17 belongs to no application\n");
-    QTest::newRow("instance")
-        << QByteArray("/ostrel-helper/a.b/instance_1") << QStringLiteral("a.b a.b.instance_1\n")
-        << QString()
-        << QStringLiteral(R"({"appId":"a.b","appInstanceId":"a.b.instance_1","pid":17})");
-    QTest::newRow("one instance") << QByteArray("/ostrel-helper/a.b/app")
-                                  << QStringLiteral("a.b a.b\n") << QString()
-                                  << QStringLiteral(
-                                         R"({"appId":"a.b","appInstanceId":"a.b","pid":17})");
+    const QString none = "error: Failed: process 17 belongs to no application\n";
+    QTest::newRow("instance") << QByteArray("/ostrel-helper/a.b/instance_1")
+                              << "a.b a.b.instance_1\n"
+                              << QString()
+                              << R"({"appId":"a.b","appInstanceId":"a.b.instance_1","pid":17})";
+    QTest::newRow("one instance") << QByteArray("/ostrel-helper/a.b/app") << "a.b a.b\n"
+                                  << QString()
+                                  << R"({"appId":"a.b","appInstanceId":"a.b","pid":17})";
     QTest::newRow("application alone")
-        << QByteArray("/ostrel-helper/a.b/x") << QStringLiteral("a.b -\n") << QString()
-        << QStringLiteral(R"({"appId":"a.b","appInstanceId":null,"pid":17})");
+        << QByteArray("/ostrel-helper/a.b/x") << "a.b -\n"
+        << QString() << R"({"appId":"a.b","appInstanceId":null,"pid":17})";
     QTest::newRow("none") << QByteArray("/user.slice/x") << QString() << none
-                          << QStringLiteral(R"({"appId":null,"appInstanceId":null,"error":)"
-                                            R"({"code":1,"message":"process 17 belongs to no )"
-                                            R"(application","name":"Failed"},"pid":17})");
+                          << R"({"appId":null,"appInstanceId":null,"error":)"
+                             R"({"code":1,"message":"process 17 belongs to no )"
+                             R"(application","name":"Failed"},"pid":17})";
 }
 
 // It needs no bus.
@@ -291,25 +271,21 @@ void TestOstrelctlControl::whichPrintsTheApplication()
     QFETCH(QString, errors);
     QFETCH(QString, json);
     const QTemporaryDir root;
-    QVERIFY(QDir(root.path()).mkpath(QStringLiteral("proc/17")));
-    QFile file(root.filePath(QStringLiteral("proc/17/cgroup")));
+    QVERIFY(QDir(root.path()).mkpath("proc/17"));
+    QFile file(root.filePath("proc/17/cgroup"));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("4:memory:" + controlGroup + '\n');
     file.close();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("OSTREL_ROOTFS"), root.path());
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                       QStringLiteral("unix:path=/nonexistent/session"));
+    environment.insert("OSTREL_ROOTFS", root.path());
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
 
-    const Result plain = run(QStringLiteral(OSTRELCTL),
-                             {QStringLiteral("which"), QStringLiteral("17")}, environment);
+    const Result plain = run(OSTRELCTL, {"which", "17"}, environment);
     QTEST(plain.output, "output");
     QCOMPARE(plain.errors, errors);
     QCOMPARE(plain.exitStatus, errors.isEmpty() ? 0 : 1);
 
-    const Result asJson =
-        run(QStringLiteral(OSTRELCTL),
-            {QStringLiteral("which"), QStringLiteral("17"), QStringLiteral("--json")}, environment);
+    const Result asJson = run(OSTRELCTL, {"which", "17", "--json"}, environment);
     QCOMPARE(asJson.output, json + QLatin1Char('\n'));
     QCOMPARE(asJson.errors, errors);
     QCOMPARE(asJson.exitStatus, plain.exitStatus);
@@ -326,11 +302,11 @@ void TestOstrelctlControl::failuresArePrinted_data()
         QTest::newRow(method) << arguments << QByteArray(method) << code
                               << QString::fromLatin1(name);
     };
-    row("Start", {QStringLiteral("start"), QStringLiteral("a")});
-    row("StartDebug", {QStringLiteral("debug"), QStringLiteral("a")});
-    row("Terminate", {QStringLiteral("terminate"), QStringLiteral("a")});
+    row("Start", {"start", "a"});
+    row("StartDebug", {"debug", "a"});
+    row("Terminate", {"terminate", "a"});
     // The library does not look at the error's name there.
-    row("GetRunningApplications", {QStringLiteral("ps")}, 1, "Failed");
+    row("GetRunningApplications", {"ps"}, 1, "Failed");
 }
 
 void TestOstrelctlControl::failuresArePrinted()
@@ -340,17 +316,15 @@ void TestOstrelctlControl::failuresArePrinted()
     QFETCH(int, code);
     QFETCH(QString, name);
     for (const bool json : {false, true}) {
-        next(method.constData())
-            .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
-        const Result result =
-            ostrelctl(arguments + (json ? QStringList(QStringLiteral("--json")) : QStringList()));
+        next(method.constData()).failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
+        const Result result = ostrelctl(arguments + (json ? QStringList("--json") : QStringList()));
         QCOMPARE(result.output,
-                 json ? QStringLiteral(R"({"error":{"code":%1,"message":"no","name":"%2"}})"
-                                       "\n")
+                 json ? QString(R"({"error":{"code":%1,"message":"no","name":"%2"}})"
+                                "\n")
                             .arg(code)
                             .arg(name)
                       : QString());
-        QCOMPARE(result.errors, QStringLiteral("error: %1: no\n").arg(name));
+        QCOMPARE(result.errors, QString("error: %1: no\n").arg(name));
         QCOMPARE(result.exitStatus, 1);
     }
 }
@@ -358,22 +332,18 @@ void TestOstrelctlControl::failuresArePrinted()
 // What the service sends has no power over the terminal, nor over the reader of JSON.
 void TestOstrelctlControl::controlCharactersAreEscaped()
 {
-    const QString id = QStringLiteral("a\x1b[2J\u009b\x7f\u00a0");
+    const QString id = "a\x1b[2J\u009b\x7f\u00a0";
     next("Start").answerNext({id, QVariantMap()});
-    QCOMPARE(ostrelctl({QStringLiteral("start"), QStringLiteral("a")}).output,
-             id + QLatin1Char('\n'));
+    QCOMPARE(ostrelctl({"start", "a"}).output, id + QLatin1Char('\n'));
 
     next("Start").answerNext({id, QVariantMap()});
     const Result terminal =
-        run(QStringLiteral("script"),
-            {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"),
-             QStringLiteral(OSTRELCTL " start a"), QStringLiteral("/dev/null")});
-    QCOMPARE(terminal.output, QStringLiteral("a\\x1b[2J\\x9b\\x7f\u00a0\r\n"));
+        run("script", {"--quiet", "--return", "--command", OSTRELCTL " start a", "/dev/null"});
+    QCOMPARE(terminal.output, "a\\x1b[2J\\x9b\\x7f\u00a0\r\n");
 
     next("Start").answerNext({id, QVariantMap()});
-    QCOMPARE(
-        ostrelctl({QStringLiteral("start"), QStringLiteral("--json"), QStringLiteral("a")}).output,
-        QStringLiteral("{\"appInstanceId\":\"a\\u001b[2J\\u009b\\u007f\u00a0\",\"details\":{}}\n"));
+    QCOMPARE(ostrelctl({"start", "--json", "a"}).output,
+             "{\"appInstanceId\":\"a\\u001b[2J\\u009b\\u007f\u00a0\",\"details\":{}}\n");
 }
 
 void TestOstrelctlControl::wrongOptionsAreReported_data()
@@ -415,9 +385,9 @@ void TestOstrelctlControl::wrongOptionsAreReported()
     const QStringList words = arguments.split(QLatin1Char(' '));
     const Result result = ostrelctl(words);
     QCOMPARE(result.output, QString());
-    QCOMPARE(result.errors,
-             QStringLiteral("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n")
-                 .arg(words.constFirst(), mistake));
+    QCOMPARE(
+        result.errors,
+        QString("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(words.constFirst(), mistake));
     QCOMPARE(result.exitStatus, 2);
     QVERIFY(m_simulator->calls().isEmpty());
 }

@@ -66,7 +66,7 @@ const char *const sessionPath = OSTREL_TASK_INVOKER_SESSIONS_PATH "bare";
 
 Result TestOstrelctlTask::ostrelctl(const QString &arguments)
 {
-    return run(QStringLiteral(OSTRELCTL), arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    return run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
 }
 
 void TestOstrelctlTask::initTestCase()
@@ -83,37 +83,34 @@ void TestOstrelctlTask::cleanup()
 
 void TestOstrelctlTask::announce(const char *list, const QString &value) const
 {
-    busctlEmitSignal(
-        *m_bus, sessionPath, "org.freedesktop.DBus.Properties", QStringLiteral("PropertiesChanged"),
-        {QStringLiteral("s x"), QStringLiteral("a{sv} 1 %1 %2").arg(QLatin1String(list), value),
-         QStringLiteral("as 0")});
+    busctlEmitSignal(*m_bus, sessionPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
+                     {"s x", QString("a{sv} 1 %1 %2").arg(QLatin1String(list), value), "as 0"});
 }
 
 void TestOstrelctlTask::listPrintsATable()
 {
-    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"), QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE),
-                           QStringLiteral("RegisterInvoker"), QStringLiteral("2"),
-                           QStringLiteral("o"), QString::fromLatin1(sessionPath)}
-                   + wordsOf(QStringLiteral("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
-                                            "two 0 ActiveTasks a(sia{sv}) 1 one -17 0")));
-    const Result result = ostrelctl(QStringLiteral("task list bare"));
+    busctlDesk(*m_bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "2", "o",
+                           QString::fromLatin1(sessionPath)}
+                   + wordsOf("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
+                             "two 0 ActiveTasks a(sia{sv}) 1 one -17 0"));
+    const Result result = ostrelctl("task list bare");
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
-             QStringLiteral("TASK  STATUS     PID  PROPERTIES\n"
-                            "one   available  -    Key=\"v\"\n"
-                            "two   available  -\n"
-                            "one   active     -17\n"));
+             "TASK  STATUS     PID  PROPERTIES\n"
+             "one   available  -    Key=\"v\"\n"
+             "two   available  -\n"
+             "one   active     -17\n");
     QCOMPARE(result.exitStatus, 0);
     QCOMPARE(m_simulator->calls().size(), 1);
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{QStringLiteral("bare")});
+    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"bare"});
 }
 
 void TestOstrelctlTask::listPrintsJson()
 {
-    const Result result = ostrelctl(QStringLiteral("task list --json bare"));
+    const Result result = ostrelctl("task list --json bare");
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, QStringLiteral("{\"activeTasks\":[],\"availableTasks\":[]}\n"));
+    QCOMPARE(result.output, "{\"activeTasks\":[],\"availableTasks\":[]}\n");
     QCOMPARE(result.exitStatus, 0);
 }
 
@@ -131,42 +128,36 @@ void TestOstrelctlTask::startSendsWhatIsGiven_data()
         row(option, {}, {{QString::fromLatin1(name), value}});
     };
     row("", {}, {});
-    row("--param a --param -b",
-        {{QStringLiteral("Params"), QStringList{QStringLiteral("a"), QStringLiteral("-b")}}}, {});
-    row("--env A=1 --env B=c=d",
-        {{QStringLiteral("Environment"),
-          QStringList{QStringLiteral("A=1"), QStringLiteral("B=c=d")}}},
-        {});
+    row("--param a --param -b", {{"Params", QStringList{"a", "-b"}}}, {});
+    row("--env A=1 --env B=c=d", {{"Environment", QStringList{"A=1", "B=c=d"}}}, {});
     hint("--hint CPULimit=-3", "CPULimit", -3);
     hint("--hint RunningTime=4", "RunningTime", 4);
     hint("--hint Weight=5", "Weight", 5);
     hint("--hint Priority=6", "Priority", 6);
-    hint("--hint User=nemo", "User", QStringLiteral("nemo"));
-    hint("--hint DBusService=a.b", "DBusService", QStringLiteral("a.b"));
+    hint("--hint User=nemo", "User", "nemo");
+    hint("--hint DBusService=a.b", "DBusService", "a.b");
     hint("--hint Homeless=true", "Homeless", true);
     hint("--hint Homeless=false", "Homeless", false);
-    hint("--hint Permissions=a,b", "Permissions",
-         QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    hint("--hint Permissions=a,b", "Permissions", QStringList{"a", "b"});
     hint("--hint Conditions=", "Conditions", QStringList());
     hint("--hint Autostart=default", "Autostart", 0);
     hint("--hint Autostart=enabled", "Autostart", 1);
     hint("--hint Autostart=disabled", "Autostart", 2);
-    row("--hint User=a --hint User=b --hint Weight=1", {},
-        {{QStringLiteral("User"), QStringLiteral("b")}, {QStringLiteral("Weight"), 1}});
+    row("--hint User=a --hint User=b --hint Weight=1", {}, {{"User", "b"}, {"Weight", 1}});
 }
 
 void TestOstrelctlTask::startSendsWhatIsGiven()
 {
     QFETCH(QString, options);
     next("Start").answerNext({7});
-    const Result result = ostrelctl(QStringLiteral("task start %1 bare one").arg(options));
+    const Result result = ostrelctl(QString("task start %1 bare one").arg(options));
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
     const Call call = m_simulator->calls().constLast();
     QCOMPARE(call.path, QString::fromLatin1(sessionPath));
-    QCOMPARE(call.member, QStringLiteral("Start"));
-    QCOMPARE(call.signature, QStringLiteral("sa{sv}a{sv}"));
-    QCOMPARE(call.arguments.at(0), QVariant(QStringLiteral("one")));
+    QCOMPARE(call.member, "Start");
+    QCOMPARE(call.signature, "sa{sv}a{sv}");
+    QCOMPARE(call.arguments.at(0), QVariant("one"));
     QTEST(qdbus_cast<QVariantMap>(call.arguments.at(1)), "startupInfo");
     QTEST(qdbus_cast<QVariantMap>(call.arguments.at(2)), "hints");
 }
@@ -174,32 +165,32 @@ void TestOstrelctlTask::startSendsWhatIsGiven()
 void TestOstrelctlTask::startPrintsTheNumber()
 {
     next("Start").answerNext({-7});
-    const Result plain = ostrelctl(QStringLiteral("task start bare one --cgroup a.b=c=d"));
-    QCOMPARE(plain.output, QStringLiteral("-7\n"));
+    const Result plain = ostrelctl("task start bare one --cgroup a.b=c=d");
+    QCOMPARE(plain.output, "-7\n");
     QCOMPARE(plain.exitStatus, 0);
     const auto hints = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(2));
     QCOMPARE(hints.size(), 1);
-    QCOMPARE(qdbus_cast<QVariantMap>(hints.value(QStringLiteral("CGroups"))),
-             (QVariantMap{{QStringLiteral("a.b"), QByteArrayLiteral("c=d")}}));
+    QCOMPARE(qdbus_cast<QVariantMap>(hints.value("CGroups")),
+             (QVariantMap{{"a.b", QByteArrayLiteral("c=d")}}));
 
     next("Start").answerNext({7});
-    const Result json = ostrelctl(QStringLiteral("task start bare one --json"));
-    QCOMPARE(json.output, QStringLiteral("{\"number\":7}\n"));
+    const Result json = ostrelctl("task start bare one --json");
+    QCOMPARE(json.output, "{\"number\":7}\n");
     QCOMPARE(json.exitStatus, 0);
 }
 
 void TestOstrelctlTask::stopSaysNothing()
 {
     next("Stop").answerNext({});
-    const Result plain = ostrelctl(QStringLiteral("task stop bare one"));
+    const Result plain = ostrelctl("task stop bare one");
     QCOMPARE(plain.output + plain.errors, QString());
     QCOMPARE(plain.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().constLast().member, QStringLiteral("Stop"));
-    QCOMPARE(m_simulator->calls().constLast().arguments, QVariantList{QStringLiteral("one")});
+    QCOMPARE(m_simulator->calls().constLast().member, "Stop");
+    QCOMPARE(m_simulator->calls().constLast().arguments, QVariantList{"one"});
 
     next("Stop").answerNext({});
-    const Result json = ostrelctl(QStringLiteral("task stop bare one --json"));
-    QCOMPARE(json.output, QStringLiteral("{}\n"));
+    const Result json = ostrelctl("task stop bare one --json");
+    QCOMPARE(json.output, "{}\n");
     QCOMPARE(json.exitStatus, 0);
 }
 
@@ -207,12 +198,12 @@ void TestOstrelctlTask::failuresArePrinted_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<bool>("isRegistration");
-    QTest::newRow("list") << QStringLiteral("task list bare") << true;
-    QTest::newRow("start unregistered") << QStringLiteral("task start bare one") << true;
-    QTest::newRow("stop unregistered") << QStringLiteral("task stop bare one") << true;
-    QTest::newRow("watch") << QStringLiteral("task watch bare") << true;
-    QTest::newRow("start") << QStringLiteral("task start bare one") << false;
-    QTest::newRow("stop") << QStringLiteral("task stop bare one") << false;
+    QTest::newRow("list") << "task list bare" << true;
+    QTest::newRow("start unregistered") << "task start bare one" << true;
+    QTest::newRow("stop unregistered") << "task stop bare one" << true;
+    QTest::newRow("watch") << "task watch bare" << true;
+    QTest::newRow("start") << "task start bare one" << false;
+    QTest::newRow("stop") << "task stop bare one" << false;
 }
 
 void TestOstrelctlTask::failuresArePrinted()
@@ -224,15 +215,14 @@ void TestOstrelctlTask::failuresArePrinted()
         : QByteArrayLiteral("Start");
     for (const bool json : {false, true}) {
         (isRegistration ? registration() : next(method.constData()))
-            .failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"), QStringLiteral("no"));
-        const Result result = ostrelctl(arguments + (json ? QStringLiteral(" --json") : QString()));
-        QCOMPARE(
-            result.output,
-            json ? QStringLiteral(R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
-                                  "\n")
-                 : QString());
+            .failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
+        const Result result = ostrelctl(arguments + (json ? " --json" : QString()));
+        QCOMPARE(result.output,
+                 json ? R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
+                        "\n"
+                      : QString());
         // The library's warning of it stays away.
-        QCOMPARE(result.errors, QStringLiteral("error: HandlerFailed: no\n"));
+        QCOMPARE(result.errors, "error: HandlerFailed: no\n");
         QCOMPARE(result.exitStatus, 1);
     }
 }
@@ -241,14 +231,12 @@ void TestOstrelctlTask::registrationIsAwaited()
 {
     next("Start").answerNext({7});
     registration().holdNext(1);
-    Process process(QStringLiteral(OSTRELCTL),
-                    {QStringLiteral("task"), QStringLiteral("start"), QStringLiteral("bare"),
-                     QStringLiteral("one")});
+    Process process(OSTRELCTL, {"task", "start", "bare", "one"});
     process.start();
     registration().waitForHeld(1);
     QCOMPARE(m_simulator->calls().size(), 1);
     registration().release({0});
-    QCOMPARE(process.readLine(), QStringLiteral("7"));
+    QCOMPARE(process.readLine(), "7");
     process.waitForEnd();
     QCOMPARE(process.exitCode(), 0);
 }
@@ -256,38 +244,34 @@ void TestOstrelctlTask::registrationIsAwaited()
 void TestOstrelctlTask::systemBusIsAnotherOne()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), m_bus->address());
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                       QStringLiteral("unix:path=/nonexistent/session"));
-    const QStringList list{QStringLiteral("task"), QStringLiteral("list"), QStringLiteral("bare")};
-    const Result system =
-        run(QStringLiteral(OSTRELCTL), list + QStringList(QStringLiteral("--system")), environment);
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
+    const QStringList list{"task", "list", "bare"};
+    const Result system = run(OSTRELCTL, list + QStringList("--system"), environment);
     QCOMPARE(system.errors, QString());
     QCOMPARE(system.exitStatus, 0);
-    const Result session = run(QStringLiteral(OSTRELCTL), list, environment);
+    const Result session = run(OSTRELCTL, list, environment);
     QCOMPARE(session.errors.section(QLatin1Char('\n'), 0, 0),
-             QStringLiteral("error: Failed: Not connected to D-Bus server"));
+             "error: Failed: Not connected to D-Bus server");
     QCOMPARE(session.exitStatus, 1);
 }
 
 void TestOstrelctlTask::watchPrintsLists()
 {
-    Process watcher(QStringLiteral(OSTRELCTL),
-                    {QStringLiteral("task"), QStringLiteral("watch"), QStringLiteral("bare")});
+    Process watcher(OSTRELCTL, {"task", "watch", "bare"});
     watcher.setProcessChannelMode(QProcess::MergedChannels);
     watcher.start();
     const auto line = [&watcher] {
-        static const QRegularExpression form(
-            QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
+        static const QRegularExpression form("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z");
         return form.match(watcher.readLine()).captured(1);
     };
-    QCOMPARE(line(), QStringLiteral("activeTasks    -"));
-    QCOMPARE(line(), QStringLiteral("availableTasks -"));
-    QCOMPARE(watcher.readLine(), QStringLiteral("watching the tasks of bare; Ctrl-C ends it"));
-    announce("ActiveTasks", QStringLiteral("a(sia{sv}) 2 one 17 0 two 18 0"));
-    QCOMPARE(line(), QStringLiteral("activeTasks    one(17) two(18)"));
-    announce("AvailableTasks", QStringLiteral("a(sa{sv}) 2 one 0 two 0"));
-    QCOMPARE(line(), QStringLiteral("availableTasks one two"));
+    QCOMPARE(line(), "activeTasks    -");
+    QCOMPARE(line(), "availableTasks -");
+    QCOMPARE(watcher.readLine(), "watching the tasks of bare; Ctrl-C ends it");
+    announce("ActiveTasks", "a(sia{sv}) 2 one 17 0 two 18 0");
+    QCOMPARE(line(), "activeTasks    one(17) two(18)");
+    announce("AvailableTasks", "a(sa{sv}) 2 one 0 two 0");
+    QCOMPARE(line(), "availableTasks one two");
     kill(pid_t(watcher.processId()), SIGINT);
     watcher.waitForEnd();
     QCOMPARE(watcher.exitStatus(), QProcess::NormalExit);
@@ -296,22 +280,19 @@ void TestOstrelctlTask::watchPrintsLists()
 
 void TestOstrelctlTask::watchPrintsJson()
 {
-    Process watcher(QStringLiteral(OSTRELCTL),
-                    {QStringLiteral("task"), QStringLiteral("watch"), QStringLiteral("bare"),
-                     QStringLiteral("--json")});
+    Process watcher(OSTRELCTL, {"task", "watch", "bare", "--json"});
     watcher.start();
     const auto line = [&watcher] {
         QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
-        object.remove(QStringLiteral("time"));
+        object.remove("time");
         return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
     };
-    QCOMPARE(line(), QStringLiteral(R"({"event":"activeTasks","tasks":[]})"));
-    QCOMPARE(line(), QStringLiteral(R"({"event":"availableTasks","tasks":[]})"));
-    announce("ActiveTasks", QStringLiteral("a(sia{sv}) 1 one 17 1 k as 1 v"));
+    QCOMPARE(line(), R"({"event":"activeTasks","tasks":[]})");
+    QCOMPARE(line(), R"({"event":"availableTasks","tasks":[]})");
+    announce("ActiveTasks", "a(sia{sv}) 1 one 17 1 k as 1 v");
     QCOMPARE(
         line(),
-        QStringLiteral(
-            R"({"event":"activeTasks","tasks":[{"name":"one","pid":17,"properties":{"k":["v"]}}]})"));
+        R"({"event":"activeTasks","tasks":[{"name":"one","pid":17,"properties":{"k":["v"]}}]})");
     watcher.end();
 }
 
@@ -353,9 +334,8 @@ void TestOstrelctlTask::wrongOptionsAreReported()
     QFETCH(QString, mistake);
     const Result result = ostrelctl(arguments);
     QCOMPARE(result.output, QString());
-    QCOMPARE(
-        result.errors,
-        QStringLiteral("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(command, mistake));
+    QCOMPARE(result.errors,
+             QString("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(command, mistake));
     QCOMPARE(result.exitStatus, 2);
     QVERIFY(m_simulator->calls().isEmpty());
 }
@@ -364,12 +344,12 @@ void TestOstrelctlTask::helpIsPrinted_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("usage");
-    QTest::newRow("task") << QStringLiteral("task --help")
-                          << QStringLiteral("Usage: ostrelctl task COMMAND ...\n");
-    QTest::newRow("list") << QStringLiteral("task list --help")
-                          << QStringLiteral("Usage: " OSTRELCTL " task list [options] TYPE\n");
-    QTest::newRow("start") << QStringLiteral(
-        "task start -h") << QStringLiteral("Usage: " OSTRELCTL " task start [options] TYPE NAME\n");
+    QTest::newRow("task") << "task --help"
+                          << "Usage: ostrelctl task COMMAND ...\n";
+    QTest::newRow("list") << "task list --help"
+                          << "Usage: " OSTRELCTL " task list [options] TYPE\n";
+    QTest::newRow("start") << "task start -h"
+                           << "Usage: " OSTRELCTL " task start [options] TYPE NAME\n";
 }
 
 void TestOstrelctlTask::helpIsPrinted()

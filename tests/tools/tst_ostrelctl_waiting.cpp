@@ -78,9 +78,7 @@ void TestOstrelctlWaiting::requestsEndAfterTheirTimeout()
     for (const Request &request : requests) {
         m_simulator->faults(request.interface, request.method).ignoreNext();
         processes.push_back(std::make_unique<Process>(
-            QStringLiteral(OSTRELCTL),
-            wordsOf(request.arguments)
-                + QStringList{QStringLiteral("--timeout"), QStringLiteral("1")}));
+            OSTRELCTL, wordsOf(request.arguments) + QStringList{"--timeout", "1"}));
         processes.back()->start();
     }
     for (std::size_t i = 0; i < requests.size(); ++i) {
@@ -88,8 +86,7 @@ void TestOstrelctlWaiting::requestsEndAfterTheirTimeout()
         QVERIFY2(process.waitForFinished(-1), requests.at(i).arguments);
         QCOMPARE(process.exitCode(), 1);
         const QString errors = QString::fromUtf8(process.readAllStandardError());
-        QVERIFY2(errors.startsWith(QStringLiteral("error: Failed: Did not receive a reply. ")),
-                 qPrintable(errors));
+        QVERIFY2(errors.startsWith("error: Failed: Did not receive a reply. "), qPrintable(errors));
     }
 }
 
@@ -108,7 +105,7 @@ void TestOstrelctlWaiting::interruptEndsARequestAtOnce()
     const Request &request = requests.at(std::size_t(index));
     const MethodFaults faults = m_simulator->faults(request.interface, request.method);
     faults.holdNext(1);
-    Process process(QStringLiteral(OSTRELCTL), wordsOf(request.arguments));
+    Process process(OSTRELCTL, wordsOf(request.arguments));
     process.start();
     faults.waitForHeld(1);
     ::kill(pid_t(process.processId()), SIGINT);
@@ -134,20 +131,17 @@ void TestOstrelctlWaiting::invalidTimeoutsAreRefused()
         const QString command = arguments.constFirst() == QLatin1String("task")
             ? arguments.mid(0, 2).join(QLatin1Char(' '))
             : arguments.constFirst();
-        arguments.append({QStringLiteral("--timeout"), seconds});
-        const Result result = run(QStringLiteral(OSTRELCTL), arguments);
+        arguments.append({"--timeout", seconds});
+        const Result result = run(OSTRELCTL, arguments);
         QCOMPARE(result.exitStatus, 2);
         QCOMPARE(result.errors,
-                 QStringLiteral("ostrelctl %1: --timeout takes a whole number from 1 to 2147483, "
-                                "not \"%2\"\nTry 'ostrelctl %1 --help'.\n")
+                 QString("ostrelctl %1: --timeout takes a whole number from 1 to 2147483, "
+                         "not \"%2\"\nTry 'ostrelctl %1 --help'.\n")
                      .arg(command, seconds));
     }
     // Nothing was sent.
     QCOMPARE(m_simulator->calls().size(), 0);
-    QCOMPARE(run(QStringLiteral(OSTRELCTL),
-                 {QStringLiteral("ps"), QStringLiteral("--timeout"), QStringLiteral("2147483")})
-                 .exitStatus,
-             0);
+    QCOMPARE(run(OSTRELCTL, {"ps", "--timeout", "2147483"}).exitStatus, 0);
 }
 
 OSTREL_TEST_MAIN(TestOstrelctlWaiting)

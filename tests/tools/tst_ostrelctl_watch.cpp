@@ -26,11 +26,11 @@ class Watcher : public Process
 
 public:
     explicit Watcher(const QStringList &options = {}, const QString &timeZone = QString())
-        : Process(QStringLiteral(OSTRELCTL), QStringList(QStringLiteral("watch")) + options)
+        : Process(OSTRELCTL, QStringList("watch") + options)
     {
         if (!timeZone.isNull()) {
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(QStringLiteral("TZ"), timeZone);
+            environment.insert("TZ", timeZone);
             setProcessEnvironment(environment);
         }
         setProcessChannelMode(QProcess::MergedChannels);
@@ -54,7 +54,7 @@ bool hasSocket(const QDir &files)
 }
 
 const QString watching = // clazy:exclude=non-pod-global-static
-    QStringLiteral("watching the applications; Ctrl-C ends it");
+    "watching the applications; Ctrl-C ends it";
 
 } // namespace
 
@@ -104,11 +104,11 @@ void TestOstrelctlWatch::emitEvents() const
     const auto send = [this](const QString &member, const QVariantList &arguments) {
         m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
     };
-    const QString id = QStringLiteral("a.b.instance_1");
-    send(QStringLiteral("Started"), {id, QVariantMap{{QStringLiteral("Pid"), 17}}});
-    send(QStringLiteral("StateChanged"), {id, QVariantMap{{QStringLiteral("State"), 255U}}});
-    send(QStringLiteral("SelectedByOom"), {QStringLiteral("1\n7")});
-    send(QStringLiteral("Terminated"), {id, QVariantMap()});
+    const QString id = "a.b.instance_1";
+    send("Started", {id, QVariantMap{{"Pid", 17}}});
+    send("StateChanged", {id, QVariantMap{{"State", 255U}}});
+    send("SelectedByOom", {"1\n7"});
+    send("Terminated", {id, QVariantMap()});
 }
 
 void TestOstrelctlWatch::watchPrintsEvents()
@@ -117,13 +117,12 @@ void TestOstrelctlWatch::watchPrintsEvents()
     QCOMPARE(watcher.readLine(), watching);
     emitEvents();
     const QStringList expected{
-        QStringLiteral("started        a.b.instance_1 {\"Pid\":17}"),
-        QStringLiteral("stateChanged   a.b.instance_1 255"),
-        QStringLiteral("selectedByOom  1\\n7"),
-        QStringLiteral("terminated     a.b.instance_1 {}"),
+        "started        a.b.instance_1 {\"Pid\":17}",
+        "stateChanged   a.b.instance_1 255",
+        "selectedByOom  1\\n7",
+        "terminated     a.b.instance_1 {}",
     };
-    static const QRegularExpression line(
-        QStringLiteral("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z"));
+    static const QRegularExpression line("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z");
     for (const QString &event : expected) {
         QCOMPARE(line.match(watcher.readLine()).captured(1), event);
     }
@@ -132,20 +131,19 @@ void TestOstrelctlWatch::watchPrintsEvents()
 
 void TestOstrelctlWatch::watchPrintsJson()
 {
-    Watcher watcher({QStringLiteral("--json")}, QStringLiteral("Asia/Kathmandu"));
+    Watcher watcher({"--json"}, "Asia/Kathmandu");
     QCOMPARE(watcher.readLine(), watching);
     const QDateTime before = QDateTime::currentDateTimeUtc();
     emitEvents();
     const QStringList expected{
-        QStringLiteral(
-            R"({"appInstanceId":"a.b.instance_1","details":{"Pid":17},"event":"started"})"),
-        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","event":"stateChanged","state":255})"),
-        QStringLiteral(R"({"event":"selectedByOom","processId":"1\n7"})"),
-        QStringLiteral(R"({"appInstanceId":"a.b.instance_1","details":{},"event":"terminated"})"),
+        R"({"appInstanceId":"a.b.instance_1","details":{"Pid":17},"event":"started"})",
+        R"({"appInstanceId":"a.b.instance_1","event":"stateChanged","state":255})",
+        R"({"event":"selectedByOom","processId":"1\n7"})",
+        R"({"appInstanceId":"a.b.instance_1","details":{},"event":"terminated"})",
     };
     for (const QString &event : expected) {
         QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
-        const QString time = object.take(QStringLiteral("time")).toString();
+        const QString time = object.take("time").toString();
         QVERIFY2(time.endsWith(QLatin1Char('Z')), qPrintable(time));
         // Now, wherever the machine is.
         const QDateTime printed = QDateTime::fromString(time, Qt::ISODateWithMs);
@@ -169,21 +167,20 @@ void TestOstrelctlWatch::watchTellsThatNoServiceRuns()
     const PrivateBus bus;
     Watcher watcher;
     QCOMPARE(watcher.readLine(), watching);
-    QCOMPARE(watcher.readLine(), QStringLiteral("note: the service is not running yet"));
+    QCOMPARE(watcher.readLine(), "note: the service is not running yet");
     QCOMPARE(watcher.readLine(),
-             QStringLiteral("hint: no service owns the name " OSTREL_SERVICE_NAME
-                            " on the session bus; at a desk, start its stand-in: "
-                            "ostrel-simulator --session &"));
+             "hint: no service owns the name " OSTREL_SERVICE_NAME
+             " on the session bus; at a desk, start its stand-in: "
+             "ostrel-simulator --session &");
     Simulator simulator(bus);
     simulator.start();
-    const QVariantList arguments{QStringLiteral("a"), QVariantMap()};
+    const QVariantList arguments{"a", QVariantMap()};
     // The watcher may still be asking who the service is, and drops what comes meanwhile.
     waitUntil([&] {
-        simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
-                             QStringLiteral("Started"), arguments);
+        simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "Started", arguments);
         return watcher.canReadLine() || watcher.waitForReadyRead(10);
     });
-    QVERIFY(watcher.readLine().endsWith(QStringLiteral("started        a {}")));
+    QVERIFY(watcher.readLine().endsWith("started        a {}"));
     QCOMPARE(watcher.interrupt(), 0);
 }
 
@@ -196,7 +193,7 @@ void TestOstrelctlWatch::watchEndsWithTheBus()
     Watcher watcher;
     QCOMPARE(watcher.readLine(), watching);
     bus.end();
-    QCOMPARE(watcher.readLine(), QStringLiteral("error: Failed: the bus went away"));
+    QCOMPARE(watcher.readLine(), "error: Failed: the bus went away");
     watcher.waitForEnd();
     QCOMPARE(watcher.exitCode(), 1);
 }
@@ -210,7 +207,7 @@ void TestOstrelctlWatch::watchCanBeInterruptedWhileTheBusHangs()
     const auto resume = qScopeGuard([&bus] { bus.resume(); });
     Watcher watcher;
     watcher.waitForStarted(forever);
-    const QDir files(QStringLiteral("/proc/%1/fd").arg(watcher.processId()));
+    const QDir files(QString("/proc/%1/fd").arg(watcher.processId()));
     // It has gone to the bus.
     waitUntil([&] { return hasSocket(files); });
     ::kill(pid_t(watcher.processId()), SIGINT);
@@ -220,14 +217,13 @@ void TestOstrelctlWatch::watchCanBeInterruptedWhileTheBusHangs()
 void TestOstrelctlWatch::watchWithoutBus()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                       QStringLiteral("unix:path=/nonexistent/session"));
-    const Result result = run(QStringLiteral(OSTRELCTL), {QStringLiteral("watch")}, environment);
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
+    const Result result = run(OSTRELCTL, {"watch"}, environment);
     QCOMPARE(result.output, QString());
     QCOMPARE(result.errors,
-             QStringLiteral("error: Failed: Not connected to D-Bus server\n"
-                            "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
-                            "'dbus-run-session -- bash' opens a shell with a bus of its own\n"));
+             "error: Failed: Not connected to D-Bus server\n"
+             "hint: no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
+             "'dbus-run-session -- bash' opens a shell with a bus of its own\n");
     QCOMPARE(result.exitStatus, 1);
 }
 
@@ -240,7 +236,7 @@ void TestOstrelctlWatch::startEndsWithTheBus()
     simulator.start();
     const MethodFaults faults = simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     faults.holdNext(1);
-    Process start(QStringLiteral(OSTRELCTL), {QStringLiteral("start"), QStringLiteral("a.b")});
+    Process start(OSTRELCTL, {"start", "a.b"});
     start.start();
     faults.waitForHeld(1);
     bus.end();
@@ -256,8 +252,7 @@ void TestOstrelctlWatch::whichDoesNotAskTheBus()
     PrivateBus bus;
     bus.suspend();
     const auto resume = qScopeGuard([&bus] { bus.resume(); });
-    Process which(QStringLiteral(OSTRELCTL),
-                  {QStringLiteral("which"), QString::number(QCoreApplication::applicationPid())});
+    Process which(OSTRELCTL, {"which", QString::number(QCoreApplication::applicationPid())});
     which.start();
     which.waitForEnd();
     QCOMPARE(which.exitCode(), 1);

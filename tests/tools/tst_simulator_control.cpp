@@ -16,7 +16,7 @@
 namespace
 {
 
-const QString catalogue = QStringLiteral(R"({"applications": [
+const QString catalogue = R"({"applications": [
     {"id": "t.Sleep", "program": "sleep", "arguments": ["600"], "kind": 7},
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true},
     {"id": "t.Once", "program": "/bin/sh", "arguments": ["-c", "exit 3"]},
@@ -33,11 +33,11 @@ const QString catalogue = QStringLiteral(R"({"applications": [
     {"id": "t.BrokenFamily", "program": "sleep", "arguments": ["600"], "services": [
         {"name": "sound", "program": "sleep", "arguments": ["600"]},
         {"name": "broken", "program": "/nonexistent/service"}]}
-]})");
+]})";
 
 QString serviceError(const char *name)
 {
-    return QStringLiteral(OSTREL_ERROR_PREFIX) + QLatin1String(name);
+    return OSTREL_ERROR_PREFIX + QLatin1String(name);
 }
 
 } // namespace
@@ -78,10 +78,10 @@ private:
 
 void TestSimulatorControl::initTestCase()
 {
-    const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
+    const QString file = m_folder.filePath("catalogue.json");
     writeFile(file, catalogue);
     m_bus.emplace();
-    m_simulator.emplace(*m_bus, QStringList{QStringLiteral("--catalogue"), file});
+    m_simulator.emplace(*m_bus, QStringList{"--catalogue", file});
     m_simulator->start();
 }
 
@@ -94,106 +94,98 @@ void TestSimulatorControl::cleanup()
 QString TestSimulatorControl::list() const
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("GetRunningApplications"));
+    callControl("GetRunningApplications");
     return monitor.texts().join(QLatin1Char('\n'));
 }
 
 void TestSimulatorControl::startAnswersBeforeItsSignals()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Sleep"));
+    startApplication("t.Sleep");
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("reply sa{sv} t.Sleep.instance_1 "
-                                "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID}"),
-                 QStringLiteral("Started sa{sv} t.Sleep.instance_1 "
-                                "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID}"),
-                 QStringLiteral("StateChanged sa{sv} t.Sleep.instance_1 {State=u:1}"),
+                 "reply sa{sv} t.Sleep.instance_1 "
+                 "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID}",
+                 "Started sa{sv} t.Sleep.instance_1 "
+                 "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID}",
+                 "StateChanged sa{sv} t.Sleep.instance_1 {State=u:1}",
              }));
 }
 
 void TestSimulatorControl::startRunsTheProgram()
 {
-    const int pid =
-        startApplication(QStringLiteral("t.Sleep")).value(QStringLiteral("Pid")).toInt();
-    QCOMPARE(readFile(QStringLiteral("/proc/%1/comm").arg(pid)), QStringLiteral("sleep\n"));
+    const int pid = startApplication("t.Sleep").value("Pid").toInt();
+    QCOMPARE(readFile(QString("/proc/%1/comm").arg(pid)), "sleep\n");
 }
 
 void TestSimulatorControl::instancesAreNumbered()
 {
     const auto instance = [](const char *id) {
-        return callControl(QStringLiteral("Start"), {QString::fromLatin1(id)})
-            .arguments()
-            .at(0)
-            .toString();
+        return callControl("Start", {QString::fromLatin1(id)}).arguments().at(0).toString();
     };
-    QCOMPARE(instance("t.Sleep"), QStringLiteral("t.Sleep.instance_1"));
-    QCOMPARE(instance("t.Sleep"), QStringLiteral("t.Sleep.instance_2"));
-    QCOMPARE(instance("t.Once"), QStringLiteral("t.Once.instance_1"));
-    QCOMPARE(instance("t.One"), QStringLiteral("t.One"));
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Sleep.instance_2")});
+    QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_1");
+    QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_2");
+    QCOMPARE(instance("t.Once"), "t.Once.instance_1");
+    QCOMPARE(instance("t.One"), "t.One");
+    callControl("Terminate", {"t.Sleep.instance_2"});
     // A number does not come again,
-    QCOMPARE(instance("t.Sleep"), QStringLiteral("t.Sleep.instance_3"));
+    QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_3");
     // but after a reset.
     m_simulator->reset();
-    QCOMPARE(instance("t.Sleep"), QStringLiteral("t.Sleep.instance_1"));
+    QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_1");
 }
 
 void TestSimulatorControl::terminateAnswersBeforeItsSignals()
 {
-    startApplication(QStringLiteral("t.Sleep"));
+    startApplication("t.Sleep");
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    QCOMPARE(
-        callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Sleep.instance_1")}).type(),
-        QDBusMessage::ReplyMessage);
+    QCOMPARE(callControl("Terminate", {"t.Sleep.instance_1"}).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("reply"),
-                 QStringLiteral("StateChanged sa{sv} t.Sleep.instance_1 {State=u:2}"),
-                 QStringLiteral("Terminated sa{sv} t.Sleep.instance_1 "
-                                "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID Signal=i:15}"),
+                 "reply",
+                 "StateChanged sa{sv} t.Sleep.instance_1 {State=u:2}",
+                 "Terminated sa{sv} t.Sleep.instance_1 "
+                 "{AppId=s:t.Sleep Kind=u:7 Pid=i:PID Signal=i:15}",
              }));
 }
 
 void TestSimulatorControl::terminatesOnlyTheInstanceAskedFor()
 {
-    startApplication(QStringLiteral("t.Sleep"));
-    const int pid =
-        startApplication(QStringLiteral("t.Sleep")).value(QStringLiteral("Pid")).toInt();
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Sleep.instance_1")});
+    startApplication("t.Sleep");
+    const int pid = startApplication("t.Sleep").value("Pid").toInt();
+    callControl("Terminate", {"t.Sleep.instance_1"});
     QCOMPARE(list(),
-             QStringLiteral("reply a(siuua{sv})a(ssiua{sv}) t.Sleep %1 1 7 "
-                            "{InstanceId=s:t.Sleep.instance_2}")
+             QString("reply a(siuua{sv})a(ssiua{sv}) t.Sleep %1 1 7 "
+                     "{InstanceId=s:t.Sleep.instance_2}")
                  .arg(pid));
 }
 
 void TestSimulatorControl::endByItselfIsNoticed()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Once"));
-    QCOMPARE(monitor.textsUntil(QStringLiteral("Terminated")),
+    startApplication("t.Once");
+    QCOMPARE(monitor.textsUntil("Terminated"),
              (QStringList{
-                 QStringLiteral("reply sa{sv} t.Once.instance_1 "
-                                "{AppId=s:t.Once Kind=u:0 Pid=i:PID}"),
-                 QStringLiteral("Started sa{sv} t.Once.instance_1 "
-                                "{AppId=s:t.Once Kind=u:0 Pid=i:PID}"),
-                 QStringLiteral("StateChanged sa{sv} t.Once.instance_1 {State=u:1}"),
-                 QStringLiteral("StateChanged sa{sv} t.Once.instance_1 {State=u:2}"),
-                 QStringLiteral("Terminated sa{sv} t.Once.instance_1 "
-                                "{AppId=s:t.Once ExitStatus=i:3 Kind=u:0 Pid=i:PID}"),
+                 "reply sa{sv} t.Once.instance_1 "
+                 "{AppId=s:t.Once Kind=u:0 Pid=i:PID}",
+                 "Started sa{sv} t.Once.instance_1 "
+                 "{AppId=s:t.Once Kind=u:0 Pid=i:PID}",
+                 "StateChanged sa{sv} t.Once.instance_1 {State=u:1}",
+                 "StateChanged sa{sv} t.Once.instance_1 {State=u:2}",
+                 "Terminated sa{sv} t.Once.instance_1 "
+                 "{AppId=s:t.Once ExitStatus=i:3 Kind=u:0 Pid=i:PID}",
              }));
-    QCOMPARE(list(), QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"));
+    QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
 }
 
 void TestSimulatorControl::singleInstanceRunsOnce()
 {
-    startApplication(QStringLiteral("t.One"));
-    const QDBusMessage second = callControl(QStringLiteral("Start"), {QStringLiteral("t.One")});
+    startApplication("t.One");
+    const QDBusMessage second = callControl("Start", {"t.One"});
     QCOMPARE(second.errorName(), serviceError("ApplicationAlreadyRunning"));
-    QCOMPARE(second.errorMessage(), QStringLiteral("\"t.One\" is running already"));
-    QCOMPARE(callControl(QStringLiteral("Terminate"), {QStringLiteral("t.One")}).type(),
-             QDBusMessage::ReplyMessage);
-    startApplication(QStringLiteral("t.One"));
+    QCOMPARE(second.errorMessage(), "\"t.One\" is running already");
+    QCOMPARE(callControl("Terminate", {"t.One"}).type(), QDBusMessage::ReplyMessage);
+    startApplication("t.One");
 }
 
 void TestSimulatorControl::refusesWhatDoesNotRun_data()
@@ -208,12 +200,12 @@ void TestSimulatorControl::refusesWhatDoesNotRun()
 {
     QFETCH(QString, instance);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Sleep"));
-    startApplication(QStringLiteral("t.Once"));
-    monitor.textsUntil(QStringLiteral("Terminated"));
-    const QDBusMessage answer = callControl(QStringLiteral("Terminate"), {instance});
+    startApplication("t.Sleep");
+    startApplication("t.Once");
+    monitor.textsUntil("Terminated");
+    const QDBusMessage answer = callControl("Terminate", {instance});
     QCOMPARE(answer.errorName(), serviceError("ApplicationNotRunning"));
-    QCOMPARE(answer.errorMessage(), QStringLiteral("No instance \"%1\" is running").arg(instance));
+    QCOMPARE(answer.errorMessage(), QString("No instance \"%1\" is running").arg(instance));
 }
 
 void TestSimulatorControl::refusesWhatCannotBeStarted_data()
@@ -244,19 +236,18 @@ void TestSimulatorControl::refusesWhatCannotBeStarted()
     QFETCH(QString, error);
     QFETCH(QString, message);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("Start"), {id});
-    QCOMPARE(monitor.texts(), QStringList(QStringLiteral("%1 s %2").arg(error, message)));
-    QCOMPARE(list(), QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"));
+    callControl("Start", {id});
+    QCOMPARE(monitor.texts(), QStringList(QString("%1 s %2").arg(error, message)));
+    QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
 }
 
 void TestSimulatorControl::listsWhatRuns()
 {
-    QCOMPARE(list(), QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"));
-    const int one = startApplication(QStringLiteral("t.One")).value(QStringLiteral("Pid")).toInt();
-    const int family =
-        startApplication(QStringLiteral("t.Family")).value(QStringLiteral("Pid")).toInt();
-    const QDBusMessage answer = callControl(QStringLiteral("GetRunningApplications"));
-    QCOMPARE(answer.signature(), QStringLiteral("a(siuua{sv})a(ssiua{sv})"));
+    QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
+    const int one = startApplication("t.One").value("Pid").toInt();
+    const int family = startApplication("t.Family").value("Pid").toInt();
+    const QDBusMessage answer = callControl("GetRunningApplications");
+    QCOMPARE(answer.signature(), "a(siuua{sv})a(ssiua{sv})");
     const auto services = answer.arguments().at(1).value<QDBusArgument>();
     QVector<int> pids;
     services.beginArray();
@@ -272,14 +263,14 @@ void TestSimulatorControl::listsWhatRuns()
     services.endArray();
     QCOMPARE(pids.size(), 2);
     for (const int pid : qAsConst(pids)) {
-        QCOMPARE(readFile(QStringLiteral("/proc/%1/comm").arg(pid)), QStringLiteral("sleep\n"));
+        QCOMPARE(readFile(QString("/proc/%1/comm").arg(pid)), "sleep\n");
     }
     QCOMPARE(list(),
-             QStringLiteral("reply a(siuua{sv})a(ssiua{sv}) "
-                            "t.One %1 1 0 {InstanceId=s:t.One} "
-                            "t.Family %2 1 0 {InstanceId=s:t.Family.instance_1} "
-                            "t.Family first %3 1 {InstanceId=s:t.Family.instance_1 Is=s:first} "
-                            "t.Family second %4 1 {InstanceId=s:t.Family.instance_1}")
+             QString("reply a(siuua{sv})a(ssiua{sv}) "
+                     "t.One %1 1 0 {InstanceId=s:t.One} "
+                     "t.Family %2 1 0 {InstanceId=s:t.Family.instance_1} "
+                     "t.Family first %3 1 {InstanceId=s:t.Family.instance_1 Is=s:first} "
+                     "t.Family second %4 1 {InstanceId=s:t.Family.instance_1}")
                  .arg(one)
                  .arg(family)
                  .arg(pids.at(0))
@@ -288,25 +279,24 @@ void TestSimulatorControl::listsWhatRuns()
 
 void TestSimulatorControl::servicesEndWithTheirApplication()
 {
-    startApplication(QStringLiteral("t.Family"));
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Family.instance_1")});
-    QCOMPARE(list(), QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"));
+    startApplication("t.Family");
+    callControl("Terminate", {"t.Family.instance_1"});
+    QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
 
     // Also if that ends by itself.
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Orphans"));
-    QCOMPARE(monitor.textsUntil(QStringLiteral("Terminated")).constLast(),
-             QStringLiteral("Terminated sa{sv} t.Orphans.instance_1 "
-                            "{AppId=s:t.Orphans ExitStatus=i:0 Kind=u:0 Pid=i:PID}"));
-    QCOMPARE(list(), QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"));
+    startApplication("t.Orphans");
+    QCOMPARE(monitor.textsUntil("Terminated").constLast(),
+             "Terminated sa{sv} t.Orphans.instance_1 "
+             "{AppId=s:t.Orphans ExitStatus=i:0 Kind=u:0 Pid=i:PID}");
+    QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
 }
 
 void TestSimulatorControl::applicationsOutliveTheirServices()
 {
-    const int pid =
-        startApplication(QStringLiteral("t.Short")).value(QStringLiteral("Pid")).toInt();
-    const QString expected = QStringLiteral("reply a(siuua{sv})a(ssiua{sv}) t.Short %1 1 0 "
-                                            "{InstanceId=s:t.Short.instance_1}")
+    const int pid = startApplication("t.Short").value("Pid").toInt();
+    const QString expected = QString("reply a(siuua{sv})a(ssiua{sv}) t.Short %1 1 0 "
+                                     "{InstanceId=s:t.Short.instance_1}")
                                  .arg(pid);
     waitUntil([&] { return list() == expected; });
 }
@@ -316,13 +306,13 @@ void TestSimulatorControl::startsDoNotWaitForOneAnother()
 {
     QVector<QDBusPendingCall> starts;
     for (int i = 0; i < 20; ++i) {
-        starts.append(asyncCallControl(QStringLiteral("Start"), {QStringLiteral("t.Family")}));
+        starts.append(asyncCallControl("Start", {"t.Family"}));
     }
     for (QDBusPendingCall &start : starts) {
         start.waitForFinished();
         QVERIFY(!start.isError());
     }
-    QCOMPARE(list().count(QStringLiteral("InstanceId")), 60);
+    QCOMPARE(list().count("InstanceId"), 60);
 }
 
 OSTREL_TEST_MAIN(TestSimulatorControl)

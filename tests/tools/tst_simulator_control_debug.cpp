@@ -19,19 +19,19 @@ namespace
 {
 
 // %1 is the folder of the scripts.
-const QString catalogue = QStringLiteral(R"({"applications": [
+const QString catalogue = R"({"applications": [
     {"id": "t.Print", "program": "/bin/sh", "arguments": ["%1/print", "own"]},
     {"id": "t.Where", "program": "/bin/sh", "arguments": ["%1/where"]},
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true}
-]})");
+]})";
 
 // It prints its parameters and two variables, and complains.
-const QString print = QStringLiteral("printf '%s|' \"$@\" \"$VARIABLE\" \"$WRAPPED\"\n"
-                                     "echo complaint >&2\n");
+const QString print = "printf '%s|' \"$@\" \"$VARIABLE\" \"$WRAPPED\"\n"
+                      "echo complaint >&2\n";
 
-const QString where = QStringLiteral("echo \"$DBUS_SESSION_BUS_ADDRESS\"\n"
-                                     "echo \"$OSTREL_ROOTFS\"\n"
-                                     "cat\n");
+const QString where = "echo \"$DBUS_SESSION_BUS_ADDRESS\"\n"
+                      "echo \"$OSTREL_ROOTFS\"\n"
+                      "cat\n";
 
 } // namespace
 
@@ -77,8 +77,7 @@ void TestSimulatorControlDebug::initTestCase()
     writeFile(inFolder("print"), print);
     writeFile(inFolder("where"), where);
     m_bus.emplace();
-    m_simulator.emplace(*m_bus,
-                        QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json")});
+    m_simulator.emplace(*m_bus, QStringList{"--catalogue", inFolder("catalogue.json")});
     m_simulator->start();
 }
 
@@ -89,81 +88,73 @@ void TestSimulatorControlDebug::cleanup()
 
 QString TestSimulatorControlDebug::printed(const QString &id, QVariantMap parameters)
 {
-    if (!parameters.contains(QStringLiteral("stdoutFile"))) {
-        parameters.insert(QStringLiteral("stdoutFile"), inFolder("out"));
+    if (!parameters.contains("stdoutFile")) {
+        parameters.insert("stdoutFile", inFolder("out"));
     }
-    if (!parameters.contains(QStringLiteral("stderrFile"))) {
-        parameters.insert(QStringLiteral("stderrFile"), inFolder("err"));
+    if (!parameters.contains("stderrFile")) {
+        parameters.insert("stderrFile", inFolder("err"));
     }
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"), {id, parameters});
+    const QDBusMessage answer = callControl("StartDebug", {id, parameters});
     if (answer.type() != QDBusMessage::ReplyMessage) {
         return answer.errorMessage();
     }
-    monitor.textsUntil(QStringLiteral("Terminated"));
-    return readFile(parameters.value(QStringLiteral("stdoutFile")).toString());
+    monitor.textsUntil("Terminated");
+    return readFile(parameters.value("stdoutFile").toString());
 }
 
 void TestSimulatorControlDebug::withoutParametersItIsAStart()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("StartDebug"), {QStringLiteral("t.One"), QVariantMap()});
+    callControl("StartDebug", {"t.One", QVariantMap()});
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("reply sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}"),
-                 QStringLiteral("Started sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}"),
-                 QStringLiteral("StateChanged sa{sv} t.One {State=u:1}"),
+                 "reply sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}",
+                 "Started sa{sv} t.One {AppId=s:t.One Kind=u:0 Pid=i:PID}",
+                 "StateChanged sa{sv} t.One {State=u:1}",
              }));
 }
 
 void TestSimulatorControlDebug::parametersAreAppended()
 {
     QCOMPARE(
-        printed(QStringLiteral("t.Print"),
-                {{QStringLiteral("commandLineParams"),
-                  QStringList{QStringLiteral("one"), QStringLiteral("two words"), QString()}}}),
-        QStringLiteral("own|one|two words||||"));
+        printed("t.Print", {{"commandLineParams", QStringList{"one", "two words", QString()}}}),
+        "own|one|two words||||");
 }
 
 void TestSimulatorControlDebug::wrapperGoesInFront()
 {
-    QCOMPARE(printed(QStringLiteral("t.Print"),
-                     {{QStringLiteral("applicationWrapper"),
-                       QStringList{QStringLiteral("env"), QStringLiteral("WRAPPED=yes")}},
-                      {QStringLiteral("commandLineParams"), QStringList(QStringLiteral("one"))}}),
-             QStringLiteral("own|one||yes|"));
+    QCOMPARE(printed("t.Print",
+                     {{"applicationWrapper", QStringList{"env", "WRAPPED=yes"}},
+                      {"commandLineParams", QStringList("one")}}),
+             "own|one||yes|");
     // An empty one is none.
-    QCOMPARE(
-        printed(QStringLiteral("t.Print"), {{QStringLiteral("applicationWrapper"), QStringList()}}),
-        QStringLiteral("own|||"));
+    QCOMPARE(printed("t.Print", {{"applicationWrapper", QStringList()}}), "own|||");
 }
 
 void TestSimulatorControlDebug::environmentIsAdded()
 {
-    QCOMPARE(printed(QStringLiteral("t.Print"),
-                     {{QStringLiteral("environment"),
-                       QStringList{QStringLiteral("VARIABLE=first"), QStringLiteral("VARIABLE=a=b"),
-                                   QStringLiteral("WRAPPED=")}}}),
-             QStringLiteral("own|a=b||"));
+    QCOMPARE(printed("t.Print",
+                     {{"environment", QStringList{"VARIABLE=first", "VARIABLE=a=b", "WRAPPED="}}}),
+             "own|a=b||");
 }
 
 void TestSimulatorControlDebug::outputsGoToFiles()
 {
-    printed(QStringLiteral("t.Print"), {});
-    QCOMPARE(readFile(inFolder("out")), QStringLiteral("own|||"));
-    QCOMPARE(readFile(inFolder("err")), QStringLiteral("complaint\n"));
+    printed("t.Print", {});
+    QCOMPARE(readFile(inFolder("out")), "own|||");
+    QCOMPARE(readFile(inFolder("err")), "complaint\n");
 }
 
 void TestSimulatorControlDebug::bothOutputsMayGoToOneFile()
 {
-    QCOMPARE(printed(QStringLiteral("t.Print"), {{QStringLiteral("stderrFile"), inFolder("out")}}),
-             QStringLiteral("own|||complaint\n"));
+    QCOMPARE(printed("t.Print", {{"stderrFile", inFolder("out")}}), "own|||complaint\n");
 }
 
 void TestSimulatorControlDebug::filesAreEmptiedFirst()
 {
-    writeFile(inFolder("out"), QStringLiteral("something long that was there before"));
-    QCOMPARE(printed(QStringLiteral("t.Print"), {}), QStringLiteral("own|||"));
+    writeFile(inFolder("out"), "something long that was there before");
+    QCOMPARE(printed("t.Print", {}), "own|||");
 }
 
 void TestSimulatorControlDebug::theRestIsReportedBack()
@@ -171,43 +162,37 @@ void TestSimulatorControlDebug::theRestIsReportedBack()
     ServiceMonitor monitor(*m_bus, *m_simulator);
     const Result result =
         busctl(*m_bus,
-               QStringLiteral("call -- %1 %2 %3 StartDebug sa{sv} t.One 5 sandbox b false "
-                              "firejailParams as 1 --quiet environment as 0 "
-                              "Unknown (ias) 3 1 x Another v i 7")
-                   .arg(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-                        QStringLiteral(OSTREL_CONTROL_INTERFACE))
+               QString("call -- %1 %2 %3 StartDebug sa{sv} t.One 5 sandbox b false "
+                       "firejailParams as 1 --quiet environment as 0 "
+                       "Unknown (ias) 3 1 x Another v i 7")
+                   .arg(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE)
                    .split(QLatin1Char(' ')));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
-    const QString details = result.output.section(QStringLiteral("Pid\" i "), 1);
+    const QString details = result.output.section("Pid\" i ", 1);
     QCOMPARE(details.section(QLatin1Char(' '), 1).trimmed(),
-             QStringLiteral("\"Unknown\" (ias) 3 1 \"x\" \"firejailParams\" as 1 \"--quiet\" "
-                            "\"sandbox\" b false"));
-    QVERIFY(result.output.contains(QStringLiteral("\"Another\" v i 7")));
+             "\"Unknown\" (ias) 3 1 \"x\" \"firejailParams\" as 1 \"--quiet\" "
+             "\"sandbox\" b false");
+    QVERIFY(result.output.contains("\"Another\" v i 7"));
     // The signal tells the same.
     const QString started = monitor.texts().at(0);
-    QVERIFY2(started.startsWith(QStringLiteral("Started sa{sv} t.One {Another=")),
-             qPrintable(started));
-    QVERIFY(started.endsWith(QStringLiteral("firejailParams=as:--quiet sandbox=b:false}")));
+    QVERIFY2(started.startsWith("Started sa{sv} t.One {Another="), qPrintable(started));
+    QVERIFY(started.endsWith("firejailParams=as:--quiet sandbox=b:false}"));
 }
 
 void TestSimulatorControlDebug::detailsAreTheServicesOwn()
 {
     const QDBusMessage answer =
-        callControl(QStringLiteral("StartDebug"),
-                    {QStringLiteral("t.One"),
-                     QVariantMap{{QStringLiteral("AppId"), QStringLiteral("forged")},
-                                 {QStringLiteral("Pid"), QStringLiteral("forged")}}});
+        callControl("StartDebug", {"t.One", QVariantMap{{"AppId", "forged"}, {"Pid", "forged"}}});
     const auto details = qdbus_cast<QVariantMap>(answer.arguments().at(1));
-    QCOMPARE(details.value(QStringLiteral("AppId")), QVariant(QStringLiteral("t.One")));
-    QCOMPARE(details.value(QStringLiteral("Pid")).userType(), int(QMetaType::Int));
+    QCOMPARE(details.value("AppId"), QVariant("t.One"));
+    QCOMPARE(details.value("Pid").userType(), int(QMetaType::Int));
 }
 
 void TestSimulatorControlDebug::programsFindTheirBusAndRootFs()
 {
-    const QString rootFs = m_simulator->desk(QStringLiteral("RootFs")).arguments().at(0).toString();
+    const QString rootFs = m_simulator->desk("RootFs").arguments().at(0).toString();
     // It reads to the end of its input, of which there is none.
-    QCOMPARE(printed(QStringLiteral("t.Where"), {}),
-             QStringLiteral("%1\n%2\n").arg(m_bus->address(), rootFs));
+    QCOMPARE(printed("t.Where", {}), QString("%1\n%2\n").arg(m_bus->address(), rootFs));
 }
 
 void TestSimulatorControlDebug::refusesWrongValues_data()
@@ -220,25 +205,25 @@ void TestSimulatorControlDebug::refusesWrongValues_data()
                         const char *given) {
         QTest::addRow("%s: %s", key, given)
             << QString::fromLatin1(key) << value
-            << QStringLiteral("\"%1\" takes \"%2\", not \"%3\"")
+            << QString("\"%1\" takes \"%2\", not \"%3\"")
                    .arg(QLatin1String(key), QLatin1String(expected), QLatin1String(given));
     };
     for (const char *const key :
          {"applicationWrapper", "commandLineParams", "environment", "firejailParams"}) {
-        row(key, QStringLiteral("x"), "as", "s");
+        row(key, "x", "as", "s");
         row(key, QVariantList{1}, "as", "av");
     }
     for (const char *const key : {"stdoutFile", "stderrFile"}) {
-        row(key, QStringList(QStringLiteral("x")), "s", "as");
+        row(key, QStringList("x"), "s", "as");
         row(key, QByteArray("x"), "s", "ay");
         row(key, QVariantMap(), "s", "a{sv}");
     }
-    row("sandbox", QStringLiteral("false"), "b", "s");
+    row("sandbox", "false", "b", "s");
     row("sandbox", 1, "b", "i");
     for (const char *const entry : {"", "NAME", "=value"}) {
         QTest::addRow("entry \"%s\"", entry)
-            << QStringLiteral("environment") << QVariant(QStringList(QString::fromLatin1(entry)))
-            << QStringLiteral("\"environment\" takes entries NAME=VALUE, not \"%1\"")
+            << "environment" << QVariant(QStringList(QString::fromLatin1(entry)))
+            << QString("\"environment\" takes entries NAME=VALUE, not \"%1\"")
                    .arg(QLatin1String(entry));
     }
 }
@@ -248,12 +233,11 @@ void TestSimulatorControlDebug::refusesWrongValues()
     QFETCH(QString, key);
     QFETCH(QVariant, value);
     QFETCH(QString, message);
-    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"),
-                                            {QStringLiteral("t.One"), QVariantMap{{key, value}}});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs"));
+    const QDBusMessage answer = callControl("StartDebug", {"t.One", QVariantMap{{key, value}}});
+    QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs");
     QCOMPARE(answer.errorMessage(), message);
     // It has not been started.
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
 }
 
 void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened_data()
@@ -264,15 +248,14 @@ void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened_data()
     const QString pipe = inFolder("pipe");
     mkfifo(qPrintable(pipe), 0600);
     for (const char *const key : {"stdoutFile", "stderrFile"}) {
-        QTest::addRow("%s in no folder", key)
-            << QString::fromLatin1(key) << QStringLiteral("/nonexistent/file")
-            << QStringLiteral("No such file or directory");
+        QTest::addRow("%s in no folder", key) << QString::fromLatin1(key) << "/nonexistent/file"
+                                              << "No such file or directory";
         QTest::addRow("%s is a folder", key)
-            << QString::fromLatin1(key) << m_folder.path() << QStringLiteral("Is a directory");
+            << QString::fromLatin1(key) << m_folder.path() << "Is a directory";
         QTest::addRow("%s without a name", key)
-            << QString::fromLatin1(key) << QString() << QStringLiteral("No such file or directory");
+            << QString::fromLatin1(key) << QString() << "No such file or directory";
         QTest::addRow("%s is a pipe without a reader", key)
-            << QString::fromLatin1(key) << pipe << QStringLiteral("No such device or address");
+            << QString::fromLatin1(key) << pipe << "No such device or address";
     }
 }
 
@@ -281,34 +264,30 @@ void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened()
     QFETCH(QString, key);
     QFETCH(QString, file);
     QFETCH(QString, reason);
-    const QDBusMessage answer = callControl(QStringLiteral("StartDebug"),
-                                            {QStringLiteral("t.One"), QVariantMap{{key, file}}});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"));
-    QCOMPARE(answer.errorMessage(), QStringLiteral("Cannot open \"%1\": %2").arg(file, reason));
-    startApplication(QStringLiteral("t.One"));
+    const QDBusMessage answer = callControl("StartDebug", {"t.One", QVariantMap{{key, file}}});
+    QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "Failed");
+    QCOMPARE(answer.errorMessage(), QString("Cannot open \"%1\": %2").arg(file, reason));
+    startApplication("t.One");
 }
 
 void TestSimulatorControlDebug::refusedStartsLeaveFilesAlone()
 {
-    startApplication(QStringLiteral("t.One"));
-    writeFile(inFolder("kept"), QStringLiteral("kept"));
-    const QDBusMessage answer = callControl(
-        QStringLiteral("StartDebug"),
-        {QStringLiteral("t.One"), QVariantMap{{QStringLiteral("stdoutFile"), inFolder("kept")}}});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "ApplicationAlreadyRunning"));
-    QCOMPARE(readFile(inFolder("kept")), QStringLiteral("kept"));
+    startApplication("t.One");
+    writeFile(inFolder("kept"), "kept");
+    const QDBusMessage answer =
+        callControl("StartDebug", {"t.One", QVariantMap{{"stdoutFile", inFolder("kept")}}});
+    QCOMPARE(answer.errorName(), OSTREL_ERROR_PREFIX "ApplicationAlreadyRunning");
+    QCOMPARE(readFile(inFolder("kept")), "kept");
 }
 
 void TestSimulatorControlDebug::wrapperThatDoesNotExistFails()
 {
-    const QDBusMessage answer =
-        callControl(QStringLiteral("StartDebug"),
-                    {QStringLiteral("t.One"),
-                     QVariantMap{{QStringLiteral("applicationWrapper"),
-                                  QStringList(QStringLiteral("/nonexistent/wrapper"))}}});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"));
+    const QDBusMessage answer = callControl(
+        "StartDebug",
+        {"t.One", QVariantMap{{"applicationWrapper", QStringList("/nonexistent/wrapper")}}});
+    QCOMPARE(answer.errorName(), OSTREL_ERROR_PREFIX "HandlerFailed");
     QCOMPARE(answer.errorMessage(),
-             QStringLiteral("Cannot start \"/nonexistent/wrapper\": No such file or directory"));
+             "Cannot start \"/nonexistent/wrapper\": No such file or directory");
 }
 
 OSTREL_TEST_MAIN(TestSimulatorControlDebug)

@@ -20,14 +20,14 @@
 namespace
 {
 
-const QString catalogue = QStringLiteral(R"({"applications": [
+const QString catalogue = R"({"applications": [
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true},
     {"id": "t.Stubborn", "program": "/bin/sh", "singleInstance": true,
         "arguments": ["-c", "trap '' TERM; echo ready; while :; do sleep 1; done"]},
     {"id": "t.StubbornService", "program": "sleep", "arguments": ["600"], "singleInstance": true,
         "services": [{"name": "service", "program": "/bin/sh",
             "arguments": ["-c", "trap '' TERM; echo ready; while :; do sleep 1; done"]}]}
-]})");
+]})";
 
 } // namespace
 
@@ -69,12 +69,10 @@ private:
 
 void TestSimulatorControlFaults::initTestCase()
 {
-    const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
+    const QString file = m_folder.filePath("catalogue.json");
     writeFile(file, catalogue);
     m_bus.emplace();
-    m_simulator.emplace(*m_bus,
-                        QStringList{QStringLiteral("--catalogue"), file,
-                                    QStringLiteral("--kill-after"), QStringLiteral("600000")});
+    m_simulator.emplace(*m_bus, QStringList{"--catalogue", file, "--kill-after", "600000"});
     m_simulator->start();
 }
 
@@ -85,151 +83,144 @@ void TestSimulatorControlFaults::cleanup()
 
 void TestSimulatorControlFaults::failedStartDoesNothing()
 {
-    faults("Start").failNext(QStringLiteral("a.b"), QStringLiteral("arranged"));
+    faults("Start").failNext("a.b", "arranged");
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("Start"), {QStringLiteral("t.One")});
-    QCOMPARE(monitor.texts(), QStringList(QStringLiteral("a.b s arranged")));
-    startApplication(QStringLiteral("t.One"));
+    callControl("Start", {"t.One"});
+    QCOMPARE(monitor.texts(), QStringList("a.b s arranged"));
+    startApplication("t.One");
 }
 
 void TestSimulatorControlFaults::givenAnswersGoOut()
 {
-    busctlAnswerNext(*m_bus, OSTREL_CONTROL_INTERFACE, "GetRunningApplications",
-                     QStringLiteral("a(si)"),
-                     {QStringLiteral("1"), QStringLiteral("x"), QStringLiteral("3")});
+    busctlAnswerNext(*m_bus, OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "a(si)",
+                     {"1", "x", "3"});
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("GetRunningApplications"));
-    QCOMPARE(monitor.texts(), QStringList(QStringLiteral("reply a(si) x 3")));
+    callControl("GetRunningApplications");
+    QCOMPARE(monitor.texts(), QStringList("reply a(si) x 3"));
 }
 
 void TestSimulatorControlFaults::ignoredStartDoesNothing()
 {
     faults("Start").ignoreNext();
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Start"), {QStringLiteral("t.One")});
+    asyncCallControl("Start", {"t.One"});
     faults("Start").waitForCalls(1);
-    callControl(QStringLiteral("GetRunningApplications"));
-    QCOMPARE(monitor.texts(), QStringList(QStringLiteral("reply a(siuua{sv})a(ssiua{sv})")));
+    callControl("GetRunningApplications");
+    QCOMPARE(monitor.texts(), QStringList("reply a(siuua{sv})a(ssiua{sv})"));
 }
 
 void TestSimulatorControlFaults::heldAnswersComeAfterTheSignals()
 {
     faults("Start").holdNext(1);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Start"), {QStringLiteral("t.One")});
+    asyncCallControl("Start", {"t.One"});
     faults("Start").waitForHeld(1);
     faults("Start").release({0});
     const QStringList texts = monitor.texts();
     QCOMPARE(texts.size(), 3);
-    QVERIFY(texts.at(0).startsWith(QStringLiteral("Started ")));
-    QVERIFY(texts.at(1).startsWith(QStringLiteral("StateChanged ")));
-    QVERIFY(texts.at(2).startsWith(QStringLiteral("reply sa{sv} t.One ")));
+    QVERIFY(texts.at(0).startsWith("Started "));
+    QVERIFY(texts.at(1).startsWith("StateChanged "));
+    QVERIFY(texts.at(2).startsWith("reply sa{sv} t.One "));
 }
 
 void TestSimulatorControlFaults::delayedAnswersComeLater()
 {
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
     faults("Terminate").delayNext(200);
     ServiceMonitor monitor(*m_bus, *m_simulator);
     QElapsedTimer timer;
     timer.start();
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.One")});
+    callControl("Terminate", {"t.One"});
     QVERIFY(timer.elapsed() >= 200);
     const QStringList texts = monitor.texts();
     QCOMPARE(texts.size(), 3);
-    QVERIFY(texts.at(1).startsWith(QStringLiteral("Terminated ")));
-    QCOMPARE(texts.at(2), QStringLiteral("reply"));
+    QVERIFY(texts.at(1).startsWith("Terminated "));
+    QCOMPARE(texts.at(2), "reply");
 }
 
 void TestSimulatorControlFaults::heldAnswersGoOutInTheOrderAskedFor()
 {
     faults("Start").holdNext(2);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Start"), {QStringLiteral("t.One")});
+    asyncCallControl("Start", {"t.One"});
     faults("Start").waitForHeld(1);
-    asyncCallControl(QStringLiteral("Start"), {QStringLiteral("t.Nonsense")});
+    asyncCallControl("Start", {"t.Nonsense"});
     faults("Start").waitForHeld(2);
     faults("Start").release({1, 0});
     const QStringList texts = monitor.texts();
     QCOMPARE(texts.size(), 4);
-    QVERIFY(texts.at(2).startsWith(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerNotFound ")));
-    QVERIFY(texts.at(3).startsWith(QStringLiteral("reply ")));
+    QVERIFY(texts.at(2).startsWith(OSTREL_ERROR_PREFIX "HandlerNotFound "));
+    QVERIFY(texts.at(3).startsWith("reply "));
 }
 
 // The answer is held when it is there, and not as long as the program does not end.
 void TestSimulatorControlFaults::answerThatIsNotThereIsNotHeldYet()
 {
-    const int pid =
-        startApplication(QStringLiteral("t.Stubborn")).value(QStringLiteral("Pid")).toInt();
-    QCOMPARE(m_simulator->process().readLine(), QStringLiteral("ready"));
+    const int pid = startApplication("t.Stubborn").value("Pid").toInt();
+    QCOMPARE(m_simulator->process().readLine(), "ready");
     faults("Terminate").holdNext(1);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn")});
+    asyncCallControl("Terminate", {"t.Stubborn"});
     faults("Terminate").waitForCalls(1);
-    const QDBusMessage tooEarly =
-        m_simulator->desk(QStringLiteral("Release"),
-                          {QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Terminate"),
-                           QVariant::fromValue(QList<uint>{0})});
-    QCOMPARE(tooEarly.errorMessage(),
-             QStringLiteral("0 held answers; 0 is out of range or named twice"));
+    const QDBusMessage tooEarly = m_simulator->desk(
+        "Release", {OSTREL_CONTROL_INTERFACE, "Terminate", QVariant::fromValue(QList<uint>{0})});
+    QCOMPARE(tooEarly.errorMessage(), "0 held answers; 0 is out of range or named twice");
     QCOMPARE(::kill(pid, SIGKILL), 0);
     faults("Terminate").waitForHeld(1);
     faults("Terminate").release({0});
-    QCOMPARE(monitor.texts().constLast(), QStringLiteral("reply"));
+    QCOMPARE(monitor.texts().constLast(), "reply");
 }
 
 void TestSimulatorControlFaults::everyOneWhoTerminatesIsAnswered()
 {
-    const int pid =
-        startApplication(QStringLiteral("t.Stubborn")).value(QStringLiteral("Pid")).toInt();
-    QCOMPARE(m_simulator->process().readLine(), QStringLiteral("ready"));
+    const int pid = startApplication("t.Stubborn").value("Pid").toInt();
+    QCOMPARE(m_simulator->process().readLine(), "ready");
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn")});
-    asyncCallControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn")});
+    asyncCallControl("Terminate", {"t.Stubborn"});
+    asyncCallControl("Terminate", {"t.Stubborn"});
     faults("Terminate").waitForCalls(2);
     QCOMPARE(::kill(pid, SIGKILL), 0);
-    QCOMPARE(monitor.textsUntil(QStringLiteral("Terminated")),
+    QCOMPARE(monitor.textsUntil("Terminated"),
              (QStringList{
-                 QStringLiteral("reply"),
-                 QStringLiteral("reply"),
-                 QStringLiteral("StateChanged sa{sv} t.Stubborn {State=u:2}"),
-                 QStringLiteral("Terminated sa{sv} t.Stubborn "
-                                "{AppId=s:t.Stubborn Kind=u:0 Pid=i:PID Signal=i:9}"),
+                 "reply",
+                 "reply",
+                 "StateChanged sa{sv} t.Stubborn {State=u:2}",
+                 "Terminated sa{sv} t.Stubborn "
+                 "{AppId=s:t.Stubborn Kind=u:0 Pid=i:PID Signal=i:9}",
              }));
 }
 
 void TestSimulatorControlFaults::dyingTakesEverythingAlong()
 {
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
     faults("Terminate").dieInNext();
-    const QDBusMessage answer = callControl(QStringLiteral("Terminate"), {QStringLiteral("t.One")});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "NoReply"));
+    const QDBusMessage answer = callControl("Terminate", {"t.One"});
+    QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "NoReply");
     QCOMPARE(m_simulator->waitForEnd(), 1);
     m_simulator->start();
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
 }
 
 void TestSimulatorControlFaults::madeUpRecordsAreListed()
 {
-    QCOMPARE(m_simulator->desk(QStringLiteral("ListNext"), {2U, 1U}).type(),
-             QDBusMessage::ReplyMessage);
+    QCOMPARE(m_simulator->desk("ListNext", {2U, 1U}).type(), QDBusMessage::ReplyMessage);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("GetRunningApplications"));
-    callControl(QStringLiteral("GetRunningApplications"));
+    callControl("GetRunningApplications");
+    callControl("GetRunningApplications");
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("reply a(siuua{sv})a(ssiua{sv}) "
-                                "made.Up0 0 1 0 {Number=u:0} made.Up1 1 1 1 {Number=u:1} "
-                                "made.Up0 service0 0 1 {Number=u:0}"),
-                 QStringLiteral("reply a(siuua{sv})a(ssiua{sv})"),
+                 "reply a(siuua{sv})a(ssiua{sv}) "
+                 "made.Up0 0 1 0 {Number=u:0} made.Up1 1 1 1 {Number=u:1} "
+                 "made.Up0 service0 0 1 {Number=u:0}",
+                 "reply a(siuua{sv})a(ssiua{sv})",
              }));
 }
 
 void TestSimulatorControlFaults::manyRecordsAreListed()
 {
-    m_simulator->desk(QStringLiteral("ListNext"), {10000U, 20000U});
-    const QDBusMessage answer = callControl(QStringLiteral("GetRunningApplications"));
-    QCOMPARE(answer.signature(), QStringLiteral("a(siuua{sv})a(ssiua{sv})"));
+    m_simulator->desk("ListNext", {10000U, 20000U});
+    const QDBusMessage answer = callControl("GetRunningApplications");
+    QCOMPARE(answer.signature(), "a(siuua{sv})a(ssiua{sv})");
     const auto count = [](const QVariant &list) {
         const auto argument = list.value<QDBusArgument>();
         int records = 0;
@@ -248,48 +239,45 @@ void TestSimulatorControlFaults::manyRecordsAreListed()
 // Nobody is answered who waits for something that was forgotten.
 void TestSimulatorControlFaults::resetForgetsWhoWaits()
 {
-    startApplication(QStringLiteral("t.Stubborn"));
-    QCOMPARE(m_simulator->process().readLine(), QStringLiteral("ready"));
+    startApplication("t.Stubborn");
+    QCOMPARE(m_simulator->process().readLine(), "ready");
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    asyncCallControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn")});
+    asyncCallControl("Terminate", {"t.Stubborn"});
     faults("Terminate").waitForCalls(1);
     m_simulator->reset();
     QCOMPARE(monitor.texts(), QStringList());
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
 }
 
 void TestSimulatorControlFaults::resetTellsWhoWaitsAtTheDesk()
 {
-    startApplication(QStringLiteral("t.StubbornService"));
-    QCOMPARE(m_simulator->process().readLine(), QStringLiteral("ready"));
+    startApplication("t.StubbornService");
+    QCOMPARE(m_simulator->process().readLine(), "ready");
     const auto asyncDesk = [](const QString &method, const QVariantList &arguments) {
         QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-            QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method);
+            OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH, OSTREL_SIMULATOR_INTERFACE, method);
         call.setArguments(arguments);
         return QDBusConnection::sessionBus().asyncCall(call);
     };
-    QDBusPendingCall oom =
-        asyncDesk(QStringLiteral("KillByOom"), {QStringLiteral("t.StubbornService")});
-    QDBusPendingCall reset = asyncDesk(QStringLiteral("Reset"), {});
+    QDBusPendingCall oom = asyncDesk("KillByOom", {"t.StubbornService"});
+    QDBusPendingCall reset = asyncDesk("Reset", {});
     oom.waitForFinished();
-    QCOMPARE(oom.error().message(), QStringLiteral("The simulator was reset"));
+    QCOMPARE(oom.error().message(), "The simulator was reset");
     reset.waitForFinished();
     QVERIFY(!reset.isError());
 }
 
 void TestSimulatorControlFaults::callsAreLogged()
 {
-    callControl(QStringLiteral("Start"), {QStringLiteral("t.Nonsense")});
-    callControl(QStringLiteral("StartDebug"),
-                {QStringLiteral("t.Nonsense"), QVariantMap{{QStringLiteral("sandbox"), false}}});
-    const QString logged = busctlDesk(*m_bus, QStringLiteral("Calls"));
+    callControl("Start", {"t.Nonsense"});
+    callControl("StartDebug", {"t.Nonsense", QVariantMap{{"sandbox", false}}});
+    const QString logged = busctlDesk(*m_bus, "Calls");
     QCOMPARE(logged,
-             QStringLiteral("{'type':'a(ssssav)','data':[[['%1','%2','Start','s',"
-                            "[{'type':'s','data':'t.Nonsense'}]],['%1','%2','StartDebug','sa{sv}',"
-                            "[{'type':'s','data':'t.Nonsense'},"
-                            "{'type':'a{sv}','data':{'sandbox':{'type':'b','data':false}}}]]]]}")
-                 .arg(QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE))
+             QString("{'type':'a(ssssav)','data':[[['%1','%2','Start','s',"
+                     "[{'type':'s','data':'t.Nonsense'}]],['%1','%2','StartDebug','sa{sv}',"
+                     "[{'type':'s','data':'t.Nonsense'},"
+                     "{'type':'a{sv}','data':{'sandbox':{'type':'b','data':false}}}]]]]}")
+                 .arg(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE)
                  .replace(QLatin1Char('\''), QLatin1Char('"')));
 }
 

@@ -134,10 +134,9 @@ void TestSimulatorDesk::emitSendsAnySignal()
     QFETCH(QString, values);
     QFETCH(QString, text);
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const QString answer = busctlDesk(*m_bus, QStringLiteral("Emit"),
-                                      QStringList{QStringLiteral("ossav"), QStringLiteral("/a/b"),
-                                                  QStringLiteral("c.d"), QStringLiteral("Any")}
-                                          + values.split(QLatin1Char(' ')));
+    const QString answer =
+        busctlDesk(*m_bus, "Emit",
+                   QStringList{"ossav", "/a/b", "c.d", "Any"} + values.split(QLatin1Char(' ')));
     QCOMPARE(answer, QString());
     QCOMPARE(monitor.texts(), QStringList(text));
 }
@@ -146,9 +145,7 @@ void TestSimulatorDesk::emitSendsAnySignal()
 void TestSimulatorDesk::emitTakesTextsAsTheyAre()
 {
     BusMonitor monitor(*m_bus);
-    m_simulator->desk(QStringLiteral("Emit"),
-                      {path("/a/b"), QStringLiteral("c.d"), QStringLiteral("Any"),
-                       QVariantList{QStringLiteral("100%n")}});
+    m_simulator->desk("Emit", {path("/a/b"), "c.d", "Any", QVariantList{"100%n"}});
     const QJsonObject signal =
         monitor
             .messagesUntil([](const QJsonObject &message) {
@@ -156,27 +153,23 @@ void TestSimulatorDesk::emitTakesTextsAsTheyAre()
                     && message.value(QLatin1String("member")) == QLatin1String("Any");
             })
             .constLast();
-    QCOMPARE(signal.value(QLatin1String("path")), QJsonValue(QStringLiteral("/a/b")));
-    QCOMPARE(signal.value(QLatin1String("interface")), QJsonValue(QStringLiteral("c.d")));
+    QCOMPARE(signal.value(QLatin1String("path")), QJsonValue("/a/b"));
+    QCOMPARE(signal.value(QLatin1String("interface")), QJsonValue("c.d"));
     QCOMPARE(signal.value(QLatin1String("destination")), QJsonValue(QJsonValue::Undefined));
-    QCOMPARE(signal.value(QLatin1String("payload"))[QLatin1String("data")][0],
-             QJsonValue(QStringLiteral("100%n")));
+    QCOMPARE(signal.value(QLatin1String("payload"))[QLatin1String("data")][0], QJsonValue("100%n"));
 }
 
 void TestSimulatorDesk::emitManyNumbersItsSignals()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    m_simulator->desk(QStringLiteral("EmitMany"),
-                      {path("/a/b"), QStringLiteral("c.d"), QStringLiteral("Any"),
-                       QVariantList{QStringLiteral("t.%n and %n"), 7, QStringLiteral("%")}, 3U});
-    m_simulator->desk(
-        QStringLiteral("EmitMany"),
-        {path("/a/b"), QStringLiteral("c.d"), QStringLiteral("None"), QVariantList(), 0U});
+    m_simulator->desk("EmitMany",
+                      {path("/a/b"), "c.d", "Any", QVariantList{"t.%n and %n", 7, "%"}, 3U});
+    m_simulator->desk("EmitMany", {path("/a/b"), "c.d", "None", QVariantList(), 0U});
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("Any sis t.0 and 0 7 %"),
-                 QStringLiteral("Any sis t.1 and 1 7 %"),
-                 QStringLiteral("Any sis t.2 and 2 7 %"),
+                 "Any sis t.0 and 0 7 %",
+                 "Any sis t.1 and 1 7 %",
+                 "Any sis t.2 and 2 7 %",
              }));
 }
 
@@ -186,13 +179,12 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
     QDBusConnection bus = QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     Counter counter;
-    QVERIFY(bus.connect(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_CONTROL_PATH),
-                        QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("SelectedByOom"),
-                        QStringLiteral("s"), &counter, SLOT(onSignal(QString))));
-    const QDBusMessage answer = m_simulator->desk(
-        QStringLiteral("EmitMany"),
-        {path(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-         QStringLiteral("SelectedByOom"), QVariantList{QStringLiteral("%n")}, 100000U});
+    QVERIFY(bus.connect(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
+                        "SelectedByOom", "s", &counter, SLOT(onSignal(QString))));
+    const QDBusMessage answer =
+        m_simulator->desk("EmitMany",
+                          {path(OSTREL_CONTROL_PATH), OSTREL_CONTROL_INTERFACE, "SelectedByOom",
+                           QVariantList{"%n"}, 100000U});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
     waitUntil([&] { return counter.count() == 100000U; });
     QCOMPARE(counter.misplaced().join(QLatin1Char(' ')), QString());
@@ -200,40 +192,35 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
 
 void TestSimulatorDesk::oomKillsTheProcess()
 {
-    const int pid =
-        startApplication(QStringLiteral("demo.Stubborn")).value(QStringLiteral("Pid")).toInt();
+    const int pid = startApplication("demo.Stubborn").value("Pid").toInt();
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const QDBusMessage answer = m_simulator->desk(QStringLiteral("KillByOom"),
-                                                  {QStringLiteral("demo.Stubborn.instance_1")});
+    const QDBusMessage answer = m_simulator->desk("KillByOom", {"demo.Stubborn.instance_1"});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
-    QVERIFY(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(pid)));
+    QVERIFY(!QFileInfo::exists(QString("/proc/%1").arg(pid)));
     QCOMPARE(monitor.texts(),
              (QStringList{
-                 QStringLiteral("SelectedByOom s %1").arg(pid),
-                 QStringLiteral("StateChanged sa{sv} demo.Stubborn.instance_1 {State=u:2}"),
-                 QStringLiteral("Terminated sa{sv} demo.Stubborn.instance_1 "
-                                "{AppId=s:demo.Stubborn Kind=u:2 Pid=i:PID Signal=i:9}"),
+                 QString("SelectedByOom s %1").arg(pid),
+                 "StateChanged sa{sv} demo.Stubborn.instance_1 {State=u:2}",
+                 "Terminated sa{sv} demo.Stubborn.instance_1 "
+                 "{AppId=s:demo.Stubborn Kind=u:2 Pid=i:PID Signal=i:9}",
              }));
 }
 
 void TestSimulatorDesk::oomTakesTheServicesAlong()
 {
-    startApplication(QStringLiteral("demo.Player"));
-    m_simulator->desk(QStringLiteral("KillByOom"), {QStringLiteral("demo.Player")});
+    startApplication("demo.Player");
+    m_simulator->desk("KillByOom", {"demo.Player"});
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("GetRunningApplications"));
-    QCOMPARE(monitor.texts(), QStringList(QStringLiteral("reply a(siuua{sv})a(ssiua{sv})")));
+    callControl("GetRunningApplications");
+    QCOMPARE(monitor.texts(), QStringList("reply a(siuua{sv})a(ssiua{sv})"));
 }
 
 void TestSimulatorDesk::longestSignatureIsSent()
 {
     Signatures signatures;
-    QVERIFY(QDBusConnection::sessionBus().connect(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/a"), QStringLiteral("a.b"),
-        QStringLiteral("M"), &signatures, SLOT(onSignal(QDBusMessage))));
-    m_simulator->desk(
-        QStringLiteral("Emit"),
-        {path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(valuesOfBytes(255))});
+    QVERIFY(QDBusConnection::sessionBus().connect(OSTREL_SERVICE_NAME, "/a", "a.b", "M",
+                                                  &signatures, SLOT(onSignal(QDBusMessage))));
+    m_simulator->desk("Emit", {path("/a"), "a.b", "M", QVariant(valuesOfBytes(255))});
     waitUntil([&signatures] { return !signatures.all().isEmpty(); });
     QCOMPARE(signatures.all(), QStringList(QString(255, QLatin1Char('y'))));
 }
@@ -242,20 +229,16 @@ void TestSimulatorDesk::floodHearsSigterm()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     Counter counter;
-    QVERIFY(bus.connect(QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("/a"),
-                        QStringLiteral("a.b"), QStringLiteral("M"), QStringLiteral("s"), &counter,
-                        SLOT(onSignal(QString))));
-    QDBusMessage flood = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("EmitMany"));
-    flood.setArguments({path("/a"), QStringLiteral("a.b"), QStringLiteral("M"),
-                        QVariantList{QStringLiteral("%n")}, 1000000U});
+    QVERIFY(
+        bus.connect(OSTREL_SERVICE_NAME, "/a", "a.b", "M", "s", &counter, SLOT(onSignal(QString))));
+    QDBusMessage flood = QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
+                                                        OSTREL_SIMULATOR_INTERFACE, "EmitMany");
+    flood.setArguments({path("/a"), "a.b", "M", QVariantList{"%n"}, 1000000U});
     bus.asyncCall(flood);
     waitUntil([&counter] { return counter.count() > 0; });
     QCOMPARE(m_simulator->end(), 0);
     const QString errors = QString::fromUtf8(m_simulator->process().readAllStandardError());
-    QVERIFY2(QRegularExpression(
-                 QStringLiteral("^ostrel-simulator: stopped after \\d+ of 1000000 signals\n$"))
+    QVERIFY2(QRegularExpression("^ostrel-simulator: stopped after \\d+ of 1000000 signals\n$")
                  .match(errors)
                  .hasMatch(),
              qPrintable(errors));
@@ -269,16 +252,13 @@ void TestSimulatorDesk::callTooDeepToBeReturnedIsReported()
     for (int depth = 0; depth < 30; ++depth) {
         value = QVariantList{value}; // an array and a variant
     }
-    const QDBusMessage answer =
-        callControl(QStringLiteral("StartDebug"),
-                    {QStringLiteral("demo.None"), QVariantMap{{QStringLiteral("k"), value}}});
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_ERROR_PREFIX "HandlerNotFound"));
-    const QDBusMessage calls = m_simulator->desk(QStringLiteral("Calls"));
-    QCOMPARE(calls.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"));
-    QCOMPARE(
-        calls.errorMessage(),
-        QStringLiteral("StartDebug: A value is nested 67 deep, more than the 64 of a message"));
-    QVERIFY(m_simulator->desk(QStringLiteral("ClearCalls")).errorName().isEmpty());
+    const QDBusMessage answer = callControl("StartDebug", {"demo.None", QVariantMap{{"k", value}}});
+    QCOMPARE(answer.errorName(), OSTREL_ERROR_PREFIX "HandlerNotFound");
+    const QDBusMessage calls = m_simulator->desk("Calls");
+    QCOMPARE(calls.errorName(), OSTREL_STANDARD_ERROR_PREFIX "Failed");
+    QCOMPARE(calls.errorMessage(),
+             "StartDebug: A value is nested 67 deep, more than the 64 of a message");
+    QVERIFY(m_simulator->desk("ClearCalls").errorName().isEmpty());
 }
 
 void TestSimulatorDesk::wrongOrdersAreRefused_data()
@@ -287,58 +267,43 @@ void TestSimulatorDesk::wrongOrdersAreRefused_data()
     QTest::addColumn<QVariantList>("arguments");
     QTest::addColumn<QString>("message");
 
-    const QString local = QStringLiteral("org.freedesktop.DBus.Local");
+    const QString local = "org.freedesktop.DBus.Local";
     const auto emission = [](const char *name, const char *objectPath, const QString &interface,
                              const QString &member, const QString &message) {
-        QTest::newRow(name) << QStringLiteral("Emit")
+        QTest::newRow(name) << "Emit"
                             << QVariantList{path(objectPath), interface, member, QVariantList()}
                             << message;
     };
-    emission("interface of one element", "/a", QStringLiteral("a"), QStringLiteral("M"),
-             QStringLiteral("\"a\" is no interface name"));
-    emission("empty interface", "/a", QString(), QStringLiteral("M"),
-             QStringLiteral("\"\" is no interface name"));
-    emission("empty member", "/a", QStringLiteral("a.b"), QString(),
-             QStringLiteral("\"\" is no name of a signal"));
-    emission("member with a dot", "/a", QStringLiteral("a.b"), QStringLiteral("M.N"),
-             QStringLiteral("\"M.N\" is no name of a signal"));
-    emission("local interface", "/a", local, QStringLiteral("Disconnected"),
-             QStringLiteral("The bus forbids signals of %1").arg(local));
-    emission("local path", "/org/freedesktop/DBus/Local", QStringLiteral("a.b"),
-             QStringLiteral("M"), QStringLiteral("The bus forbids signals of %1").arg(local));
+    emission("interface of one element", "/a", "a", "M", "\"a\" is no interface name");
+    emission("empty interface", "/a", QString(), "M", "\"\" is no interface name");
+    emission("empty member", "/a", "a.b", QString(), "\"\" is no name of a signal");
+    emission("member with a dot", "/a", "a.b", "M.N", "\"M.N\" is no name of a signal");
+    emission("local interface", "/a", local, "Disconnected",
+             QString("The bus forbids signals of %1").arg(local));
+    emission("local path", "/org/freedesktop/DBus/Local", "a.b", "M",
+             QString("The bus forbids signals of %1").arg(local));
 
     const QVariantList values = valuesOfBytes(256);
-    const QString tooLong =
-        QStringLiteral("The signature of the values has 256 characters, more than 255");
-    const QVariantList method{QStringLiteral(OSTREL_CONTROL_INTERFACE), QStringLiteral("Start")};
+    const QString tooLong = "The signature of the values has 256 characters, more than 255";
+    const QVariantList method{OSTREL_CONTROL_INTERFACE, "Start"};
     QTest::newRow("too many values in a reply")
-        << QStringLiteral("AnswerNext") << method + QVariantList{QVariant(values)} << tooLong;
+        << "AnswerNext" << method + QVariantList{QVariant(values)} << tooLong;
     QTest::newRow("too many values in an error")
-        << QStringLiteral("FailNextWith")
-        << method + QVariantList{QStringLiteral("a.b"), QVariant(values)} << tooLong;
+        << "FailNextWith" << method + QVariantList{"a.b", QVariant(values)} << tooLong;
     QTest::newRow("too many values in a signal")
-        << QStringLiteral("Emit")
-        << QVariantList{path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(values)}
-        << tooLong;
+        << "Emit" << QVariantList{path("/a"), "a.b", "M", QVariant(values)} << tooLong;
     QTest::newRow("too many values in many signals")
-        << QStringLiteral("EmitMany")
-        << QVariantList{path("/a"), QStringLiteral("a.b"), QStringLiteral("M"), QVariant(values),
-                        1000000U}
+        << "EmitMany" << QVariantList{path("/a"), "a.b", "M", QVariant(values), 1000000U}
         << tooLong;
-    QTest::newRow("too many signals") << QStringLiteral("EmitMany")
-                                      << QVariantList{path("/a"), QStringLiteral("a.b"),
-                                                      QStringLiteral("M"), QVariantList(), 1000001U}
-                                      << QStringLiteral("1000001 signals are too many");
+    QTest::newRow("too many signals")
+        << "EmitMany" << QVariantList{path("/a"), "a.b", "M", QVariantList(), 1000001U}
+        << "1000001 signals are too many";
     QTest::newRow("too many applications")
-        << QStringLiteral("ListNext") << QVariantList{100001U, 0U}
-        << QStringLiteral("100001 records are too many for a message");
+        << "ListNext" << QVariantList{100001U, 0U} << "100001 records are too many for a message";
     QTest::newRow("too many services")
-        << QStringLiteral("ListNext") << QVariantList{0U, 100001U}
-        << QStringLiteral("100001 records are too many for a message");
-    QTest::newRow("not running") << QStringLiteral("KillByOom")
-                                 << QVariantList{QStringLiteral("demo.Viewer.instance_1")}
-                                 << QStringLiteral(
-                                        "No instance \"demo.Viewer.instance_1\" is running");
+        << "ListNext" << QVariantList{0U, 100001U} << "100001 records are too many for a message";
+    QTest::newRow("not running") << "KillByOom" << QVariantList{"demo.Viewer.instance_1"}
+                                 << "No instance \"demo.Viewer.instance_1\" is running";
 }
 
 void TestSimulatorDesk::wrongOrdersAreRefused()
@@ -347,7 +312,7 @@ void TestSimulatorDesk::wrongOrdersAreRefused()
     QFETCH(QVariantList, arguments);
     ServiceMonitor monitor(*m_bus, *m_simulator);
     const QDBusMessage answer = m_simulator->desk(method, arguments);
-    QCOMPARE(answer.errorName(), QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs"));
+    QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs");
     QTEST(answer.errorMessage(), "message");
     QCOMPARE(monitor.texts(), QStringList());
 }

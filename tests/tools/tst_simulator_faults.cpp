@@ -58,8 +58,8 @@ void TestSimulatorFaults::cleanup()
 
 void TestSimulatorFaults::failNextFailsOneCall()
 {
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b.C"), QStringLiteral("text"));
-    QCOMPARE(reportWindow().error.message(), QStringLiteral("text"));
+    m_simulator->windowStatus().failNext("a.b.C", "text");
+    QCOMPARE(reportWindow().error.message(), "text");
     QVERIFY(!reportWindow().error);
     // A call that fails has no effect, but is logged.
     QCOMPARE(m_simulator->calls().size(), 2);
@@ -67,15 +67,15 @@ void TestSimulatorFaults::failNextFailsOneCall()
 
 void TestSimulatorFaults::faultsAreUsedUpInOrder()
 {
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("first"));
+    m_simulator->windowStatus().failNext("a.b", "first");
     m_simulator->windowStatus().answerNext({77U});
     m_simulator->windowStatus().delayNext(0);
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("last"));
-    QCOMPARE(reportWindow().error.message(), QStringLiteral("first"));
+    m_simulator->windowStatus().failNext("a.b", "last");
+    QCOMPARE(reportWindow().error.message(), "first");
     QCOMPARE(reportWindow().state, 77U);
-    QCOMPARE(reportWindow(QStringLiteral("w"), 5).state, 5U);
-    QCOMPARE(reportWindow().error.message(), QStringLiteral("last"));
-    QCOMPARE(reportWindow(QStringLiteral("w"), 6).state, 6U);
+    QCOMPARE(reportWindow("w", 5).state, 5U);
+    QCOMPARE(reportWindow().error.message(), "last");
+    QCOMPARE(reportWindow("w", 6).state, 6U);
 }
 
 void TestSimulatorFaults::delayedCallsAreAnsweredLater()
@@ -83,7 +83,7 @@ void TestSimulatorFaults::delayedCallsAreAnsweredLater()
     m_simulator->windowStatus().delayNext(200);
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(reportWindow(QStringLiteral("w"), 3).state, 3U);
+    QCOMPARE(reportWindow("w", 3).state, 3U);
     QVERIFY(timer.elapsed() >= 200);
 }
 
@@ -110,18 +110,13 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven_data()
 void TestSimulatorFaults::wrongAnswersGoOutAsGiven()
 {
     QFETCH(QStringList, values);
-    busctlDesk(*m_bus, QStringLiteral("AnswerNext"),
-               QStringList{QStringLiteral("ssav"),
-                           QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                           QStringLiteral("UpdateWindowStatus")}
+    busctlDesk(*m_bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus"}
                    + values);
-    const Result result =
-        busctl(*m_bus,
-               {QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
-                QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-                QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                QStringLiteral("UpdateWindowStatus"), QStringLiteral("siii"), QStringLiteral("w"),
-                QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")});
+    const Result result = busctl(*m_bus,
+                                 {"call", OSTREL_SERVICE_NAME, OSTREL_WINDOW_MANAGEMENT_PATH,
+                                  OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", "siii",
+                                  "w", "1", "2", "3"});
     QCOMPARE(result.exitStatus, 0);
     QTEST(result.output.trimmed(), "answer");
 }
@@ -132,7 +127,7 @@ void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
     QCOMPARE(m_simulator->calls().size(), 2);
@@ -144,11 +139,11 @@ void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
     WindowManagement windows;
     Outcomes outcomes;
     for (int status = 0; status < 4; ++status) {
-        windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, this, outcomes.callback());
+        windows.updateWindowStatus("w", status, 0, 0, this, outcomes.callback());
     }
     m_simulator->windowStatus().waitForHeld(4);
     // The next one is not held.
-    QCOMPARE(reportWindow(QStringLiteral("w"), 9).state, 9U);
+    QCOMPARE(reportWindow("w", 9).state, 9U);
     QCOMPARE(outcomes.size(), 0);
 
     m_simulator->windowStatus().release({3, 1});
@@ -166,11 +161,9 @@ void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
 
 void TestSimulatorFaults::waitingEndsWhenTheCallComes()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
-        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("WaitForCalls"));
-    call.setArguments({QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                       QStringLiteral("UpdateWindowStatus"), 2U});
+    QDBusMessage call = QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
+                                                       OSTREL_SIMULATOR_INTERFACE, "WaitForCalls");
+    call.setArguments({OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", 2U});
     const QDBusPendingCall waiting = QDBusConnection::sessionBus().asyncCall(call);
     reportWindow();
     QVERIFY(!waiting.isFinished());
@@ -194,23 +187,21 @@ void TestSimulatorFaults::resetForgetsEverything()
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
     m_simulator->windowStatus().waitForHeld(1);
     m_simulator->windowStatus().delayNext(300);
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &context, outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
     m_simulator->windowStatus().waitForCalls(2);
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("forgotten"));
+    m_simulator->windowStatus().failNext("a.b", "forgotten");
     m_simulator->reset();
 
     QVERIFY(m_simulator->calls().isEmpty());
-    QCOMPARE(busctlDesk(*m_bus, QStringLiteral("Windows")),
-             QStringLiteral("{\"type\":\"a(siii)\",\"data\":[[]]}"));
-    const QDBusMessage release = m_simulator->desk(
-        QStringLiteral("Release"),
-        {QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE), QStringLiteral("UpdateWindowStatus"),
-         QVariant::fromValue(QList<uint>{0})});
-    QCOMPARE(release.errorMessage(),
-             QStringLiteral("0 held answers; 0 is out of range or named twice"));
+    QCOMPARE(busctlDesk(*m_bus, "Windows"), "{\"type\":\"a(siii)\",\"data\":[[]]}");
+    const QDBusMessage release =
+        m_simulator->desk("Release",
+                          {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus",
+                           QVariant::fromValue(QList<uint>{0})});
+    QCOMPARE(release.errorMessage(), "0 held answers; 0 is out of range or named twice");
     // On a slow machine the delay has passed before the reset.
     reportWindow();
     const int earlier = outcomes.size();
@@ -227,45 +218,38 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("message");
 
-    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
-    const QString method = QStringLiteral("UpdateWindowStatus");
-    const QString invalid = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+    const QString interface = OSTREL_WINDOW_MANAGEMENT_INTERFACE;
+    const QString method = "UpdateWindowStatus";
+    const QString invalid = "org.freedesktop.DBus.Error.InvalidArgs";
     for (const char *const desk : {"IgnoreNext", "DieInNext"}) {
         QTest::addRow("%s of an unknown method", desk)
-            << QString::fromLatin1(desk) << QVariantList{interface, QStringLiteral("Nonsense")}
-            << invalid
-            << QStringLiteral("The service has no method \"Nonsense\" in an interface \"%1\"")
+            << QString::fromLatin1(desk) << QVariantList{interface, "Nonsense"} << invalid
+            << QString("The service has no method \"Nonsense\" in an interface \"%1\"")
                    .arg(interface);
     }
     QTest::newRow("unknown interface")
-        << QStringLiteral("HoldNext") << QVariantList{QStringLiteral("a.b"), method, 1U} << invalid
-        << QStringLiteral("The service has no method \"%1\" in an interface \"a.b\"").arg(method);
+        << "HoldNext" << QVariantList{"a.b", method, 1U} << invalid
+        << QString("The service has no method \"%1\" in an interface \"a.b\"").arg(method);
     QTest::newRow("the desk itself")
-        << QStringLiteral("IgnoreNext")
-        << QVariantList{QStringLiteral(OSTREL_SIMULATOR_INTERFACE), QStringLiteral("Calls")}
-        << invalid
-        << QStringLiteral("The service has no method \"Calls\" in an interface \"%1\"")
-               .arg(QStringLiteral(OSTREL_SIMULATOR_INTERFACE));
+        << "IgnoreNext" << QVariantList{OSTREL_SIMULATOR_INTERFACE, "Calls"} << invalid
+        << QString("The service has no method \"Calls\" in an interface \"%1\"")
+               .arg(OSTREL_SIMULATOR_INTERFACE);
     for (const char *const name : {"", "one", "a..b", "a.1b", "a.b-c", "a.b\n"}) {
         QTest::addRow("error name \"%s\"", name)
-            << QStringLiteral("FailNext")
-            << QVariantList{interface, method, QString::fromLatin1(name), QStringLiteral("text")}
-            << invalid << QStringLiteral("\"%1\" is no error name").arg(QLatin1String(name));
+            << "FailNext" << QVariantList{interface, method, QString::fromLatin1(name), "text"}
+            << invalid << QString("\"%1\" is no error name").arg(QLatin1String(name));
     }
     QTest::newRow("a delay beyond counting")
-        << QStringLiteral("DelayNext") << QVariantList{interface, method, 4294967295U} << invalid
-        << QStringLiteral("4294967295 milliseconds are too many");
+        << "DelayNext" << QVariantList{interface, method, 4294967295U} << invalid
+        << "4294967295 milliseconds are too many";
     QTest::newRow("releasing what is not held")
-        << QStringLiteral("Release")
-        << QVariantList{interface, method, QVariant::fromValue(QList<uint>{0})} << invalid
-        << QStringLiteral("0 held answers; 0 is out of range or named twice");
-    QTest::newRow("unknown method") << QStringLiteral("Nonsense") << QVariantList()
-                                    << QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")
-                                    << QStringLiteral("No method \"Nonsense\" in the interface %1")
-                                           .arg(QStringLiteral(OSTREL_SIMULATOR_INTERFACE));
-    QTest::newRow("wrong signature")
-        << QStringLiteral("HoldNext") << QVariantList{interface, method, 1} << invalid
-        << QStringLiteral("HoldNext takes \"ssu\", not \"ssi\"");
+        << "Release" << QVariantList{interface, method, QVariant::fromValue(QList<uint>{0})}
+        << invalid << "0 held answers; 0 is out of range or named twice";
+    QTest::newRow("unknown method")
+        << "Nonsense" << QVariantList() << "org.freedesktop.DBus.Error.UnknownMethod"
+        << QString("No method \"Nonsense\" in the interface %1").arg(OSTREL_SIMULATOR_INTERFACE);
+    QTest::newRow("wrong signature") << "HoldNext" << QVariantList{interface, method, 1} << invalid
+                                     << "HoldNext takes \"ssu\", not \"ssi\"";
 }
 
 void TestSimulatorFaults::refusesWhatItDoesNotKnow()
@@ -284,28 +268,22 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow()
 void TestSimulatorFaults::worksWithGdbus()
 {
     const auto gdbus = [this](const QStringList &call) {
-        return run(
-            QStringLiteral("gdbus"),
-            QStringList{QStringLiteral("call"), QStringLiteral("--timeout=%1").arg(forever / 1000),
-                        QStringLiteral("--address"), m_bus->address(), QStringLiteral("--dest"),
-                        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral("--object-path"),
-                        QStringLiteral(OSTREL_SIMULATOR_PATH), QStringLiteral("--method")}
-                + call);
+        return run("gdbus",
+                   QStringList{"call", QString("--timeout=%1").arg(forever / 1000), "--address",
+                               m_bus->address(), "--dest", OSTREL_SERVICE_NAME, "--object-path",
+                               OSTREL_SIMULATOR_PATH, "--method"}
+                       + call);
     };
-    const QString desk = QStringLiteral(OSTREL_SIMULATOR_INTERFACE ".");
-    const Result fail = gdbus({desk + QStringLiteral("FailNext"),
-                               QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                               QStringLiteral("UpdateWindowStatus"), QStringLiteral("a.b"),
-                               QStringLiteral("said gdbus")});
-    QCOMPARE(fail.output, QStringLiteral("()\n"));
-    QCOMPARE(reportWindow(QStringLiteral("main"), 1, 2, 3).error.message(),
-             QStringLiteral("said gdbus"));
-    const Result calls = gdbus({desk + QStringLiteral("Calls")});
+    const QString desk = OSTREL_SIMULATOR_INTERFACE ".";
+    const Result fail = gdbus({desk + "FailNext", OSTREL_WINDOW_MANAGEMENT_INTERFACE,
+                               "UpdateWindowStatus", "a.b", "said gdbus"});
+    QCOMPARE(fail.output, "()\n");
+    QCOMPARE(reportWindow("main", 1, 2, 3).error.message(), "said gdbus");
+    const Result calls = gdbus({desk + "Calls"});
     QCOMPARE(calls.output,
-             QStringLiteral("([('%1', '%2', 'UpdateWindowStatus', 'siii', "
-                            "[<'main'>, <1>, <2>, <3>])],)\n")
-                 .arg(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-                      QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE)));
+             QString("([('%1', '%2', 'UpdateWindowStatus', 'siii', "
+                     "[<'main'>, <1>, <2>, <3>])],)\n")
+                 .arg(OSTREL_WINDOW_MANAGEMENT_PATH, OSTREL_WINDOW_MANAGEMENT_INTERFACE));
 }
 
 OSTREL_TEST_MAIN(TestSimulatorFaults)

@@ -45,14 +45,14 @@ void TestSimulatorLog::cleanup()
 
 void TestSimulatorLog::logHoldsWhatWasReceived()
 {
-    reportWindow(QStringLiteral("main"), 4, -5, 6);
-    const QString logged = busctlDesk(*m_bus, QStringLiteral("Calls"));
+    reportWindow("main", 4, -5, 6);
+    const QString logged = busctlDesk(*m_bus, "Calls");
     QCOMPARE(logged,
-             QStringLiteral("{'type':'a(ssssav)','data':[[['%1/WindowManagement1',"
-                            "'%2.WindowManagement1','UpdateWindowStatus','siii',"
-                            "[{'type':'s','data':'main'},{'type':'i','data':4},"
-                            "{'type':'i','data':-5},{'type':'i','data':6}]]]]}")
-                 .arg(QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral(OSTREL_SERVICE_NAME))
+             QString("{'type':'a(ssssav)','data':[[['%1/WindowManagement1',"
+                     "'%2.WindowManagement1','UpdateWindowStatus','siii',"
+                     "[{'type':'s','data':'main'},{'type':'i','data':4},"
+                     "{'type':'i','data':-5},{'type':'i','data':6}]]]]}")
+                 .arg(OSTREL_SERVICE_PATH, OSTREL_SERVICE_NAME)
                  .replace(QLatin1Char('\''), QLatin1Char('"')));
     // Reading the log back leaves no trace in it.
     QCOMPARE(m_simulator->calls().size(), 1);
@@ -68,28 +68,26 @@ void TestSimulatorLog::logHoldsRefusedCalls_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("message");
 
-    const QString path = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH);
-    const QString interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
-    const QString method = QStringLiteral("UpdateWindowStatus");
-    const QString error = QStringLiteral("org.freedesktop.DBus.Error.");
-    QTest::newRow("path") << path + QStringLiteral("/x") << interface << method << QVariantList()
-                          << QString() << error + QStringLiteral("UnknownObject")
-                          << QStringLiteral("No object at the path %1/x").arg(path);
-    QTest::newRow("interface") << path << QStringLiteral("a.b") << method << QVariantList{1U}
-                               << QStringLiteral("u") << error + QStringLiteral("UnknownInterface")
-                               << QStringLiteral("No interface \"a.b\" at the path %1").arg(path);
-    QTest::newRow("method")
-        << path << interface << QStringLiteral("Nonsense") << QVariantList() << QString()
-        << error + QStringLiteral("UnknownMethod")
-        << QStringLiteral("No method \"Nonsense\" in the interface %1").arg(interface);
-    QTest::newRow("signature") << path << interface << method
-                               << QVariantList{QStringLiteral("w"), 1, 2U, 3}
-                               << QStringLiteral("siui") << error + QStringLiteral("InvalidArgs")
-                               << QStringLiteral("UpdateWindowStatus takes \"siii\", not \"siui\"");
+    const QString path = OSTREL_WINDOW_MANAGEMENT_PATH;
+    const QString interface = OSTREL_WINDOW_MANAGEMENT_INTERFACE;
+    const QString method = "UpdateWindowStatus";
+    const QString error = "org.freedesktop.DBus.Error.";
+    QTest::newRow("path") << path + "/x" << interface << method << QVariantList() << QString()
+                          << error + "UnknownObject"
+                          << QString("No object at the path %1/x").arg(path);
+    QTest::newRow("interface") << path << "a.b" << method << QVariantList{1U} << "u"
+                               << error + "UnknownInterface"
+                               << QString("No interface \"a.b\" at the path %1").arg(path);
+    QTest::newRow("method") << path << interface << "Nonsense" << QVariantList() << QString()
+                            << error + "UnknownMethod"
+                            << QString("No method \"Nonsense\" in the interface %1").arg(interface);
+    QTest::newRow("signature") << path << interface << method << QVariantList{"w", 1, 2U, 3}
+                               << "siui" << error + "InvalidArgs"
+                               << "UpdateWindowStatus takes \"siii\", not \"siui\"";
     QTest::newRow("too many arguments")
-        << path << interface << method << QVariantList{QStringLiteral("w"), 1, 2, 3, 4}
-        << QStringLiteral("siiii") << error + QStringLiteral("InvalidArgs")
-        << QStringLiteral("UpdateWindowStatus takes \"siii\", not \"siiii\"");
+        << path << interface << method << QVariantList{"w", 1, 2, 3, 4} << "siiii"
+        << error + "InvalidArgs"
+        << "UpdateWindowStatus takes \"siii\", not \"siiii\"";
 }
 
 void TestSimulatorLog::logHoldsRefusedCalls()
@@ -98,8 +96,8 @@ void TestSimulatorLog::logHoldsRefusedCalls()
     QFETCH(QString, interface);
     QFETCH(QString, member);
     QFETCH(QVariantList, arguments);
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), path,
-                                                       interface, member);
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, path, interface, member);
     call.setArguments(arguments);
     const QDBusMessage answer = QDBusConnection::sessionBus().call(call);
     QTEST(answer.errorName(), "error");
@@ -117,40 +115,38 @@ void TestSimulatorLog::logHoldsRefusedCalls()
 void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
 {
     const auto introspect = [](const QString &path) {
-        const QDBusMessage answer = QDBusConnection::sessionBus().call(
-            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), path,
-                                           QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                           QStringLiteral("Introspect")));
+        const QDBusMessage answer =
+            QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
+                OSTREL_SERVICE_NAME, path, "org.freedesktop.DBus.Introspectable", "Introspect"));
         QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
     };
-    introspect(QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH));
-    introspect(QStringLiteral(OSTREL_SIMULATOR_PATH));
+    introspect(OSTREL_WINDOW_MANAGEMENT_PATH);
+    introspect(OSTREL_SIMULATOR_PATH);
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.constFirst().path, QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH));
-    QCOMPARE(calls.constFirst().member, QStringLiteral("Introspect"));
+    QCOMPARE(calls.constFirst().path, OSTREL_WINDOW_MANAGEMENT_PATH);
+    QCOMPARE(calls.constFirst().member, "Introspect");
 }
 
 void TestSimulatorLog::clearCallsEmptiesTheLogAlone()
 {
     reportWindow();
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("kept"));
-    QCOMPARE(m_simulator->desk(QStringLiteral("ClearCalls")).type(), QDBusMessage::ReplyMessage);
+    m_simulator->windowStatus().failNext("a.b", "kept");
+    QCOMPARE(m_simulator->desk("ClearCalls").type(), QDBusMessage::ReplyMessage);
     QVERIFY(m_simulator->calls().isEmpty());
-    QCOMPARE(reportWindow().error.message(), QStringLiteral("kept"));
+    QCOMPARE(reportWindow().error.message(), "kept");
 }
 
 void TestSimulatorLog::windowsAreRemembered()
 {
-    const auto windows = [this] { return busctlDesk(*m_bus, QStringLiteral("Windows")); };
-    QCOMPARE(windows(), QStringLiteral("{\"type\":\"a(siii)\",\"data\":[[]]}"));
-    reportWindow(QStringLiteral("b"), 1, 2, 3);
-    reportWindow(QStringLiteral("a"), 4, 5, 6);
-    reportWindow(QStringLiteral("b"), 7, 8, -9);
-    m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("no effect"));
-    reportWindow(QStringLiteral("a"), 0, 0, 0);
-    QCOMPARE(windows(),
-             QStringLiteral("{\"type\":\"a(siii)\",\"data\":[[[\"a\",4,5,6],[\"b\",7,8,-9]]]}"));
+    const auto windows = [this] { return busctlDesk(*m_bus, "Windows"); };
+    QCOMPARE(windows(), "{\"type\":\"a(siii)\",\"data\":[[]]}");
+    reportWindow("b", 1, 2, 3);
+    reportWindow("a", 4, 5, 6);
+    reportWindow("b", 7, 8, -9);
+    m_simulator->windowStatus().failNext("a.b", "no effect");
+    reportWindow("a", 0, 0, 0);
+    QCOMPARE(windows(), "{\"type\":\"a(siii)\",\"data\":[[[\"a\",4,5,6],[\"b\",7,8,-9]]]}");
 }
 
 OSTREL_TEST_MAIN(TestSimulatorLog)

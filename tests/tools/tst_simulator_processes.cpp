@@ -22,7 +22,7 @@ namespace
 {
 
 // %1 is the folder of the scripts.
-const QString catalogue = QStringLiteral(R"({"applications": [
+const QString catalogue = R"({"applications": [
     {"id": "t.Sleep", "program": "sleep", "arguments": ["600"]},
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true, "services": [
         {"name": "service", "program": "sleep", "arguments": ["600"]}]},
@@ -30,28 +30,28 @@ const QString catalogue = QStringLiteral(R"({"applications": [
     {"id": "t.Stubborn", "program": "/bin/sh", "arguments": ["%1/stubborn"]},
     {"id": "t.Parent", "program": "/bin/sh", "arguments": ["%1/parent"]},
     {"id": "t.Leaver", "program": "/bin/sh", "arguments": ["%1/leaver"]}
-]})");
+]})";
 
 // The scripts by their names.
 QMap<QString, QString> scripts()
 {
     return {
-        {QStringLiteral("polite"),
-         QStringLiteral("trap 'echo bye; exit 0' TERM\n"
-                        "echo ready\n"
-                        "while :; do sleep 0.1; done\n")},
-        {QStringLiteral("stubborn"),
-         QStringLiteral("trap '' TERM\n"
-                        "echo ready\n"
-                        "while :; do sleep 1; done\n")},
+        {"polite",
+         "trap 'echo bye; exit 0' TERM\n"
+         "echo ready\n"
+         "while :; do sleep 0.1; done\n"},
+        {"stubborn",
+         "trap '' TERM\n"
+         "echo ready\n"
+         "while :; do sleep 1; done\n"},
         // Have a child that would survive them.
-        {QStringLiteral("parent"),
-         QStringLiteral("sleep 600 &\n"
-                        "echo $!\n"
-                        "wait\n")},
-        {QStringLiteral("leaver"),
-         QStringLiteral("sleep 600 &\n"
-                        "echo $!\n")},
+        {"parent",
+         "sleep 600 &\n"
+         "echo $!\n"
+         "wait\n"},
+        {"leaver",
+         "sleep 600 &\n"
+         "echo $!\n"},
     };
 }
 
@@ -81,7 +81,7 @@ bool exists(pid_t pid)
 
 int pidOf(const QVariantMap &details)
 {
-    return details.value(QStringLiteral("Pid")).toInt();
+    return details.value("Pid").toInt();
 }
 
 } // namespace
@@ -135,42 +135,41 @@ void TestSimulatorProcesses::init()
 void TestSimulatorProcesses::restart(const QStringList &options)
 {
     m_simulator.reset();
-    m_simulator.emplace(*m_bus,
-                        QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json"),
-                                    QStringLiteral("--kill-after"), QStringLiteral("300")}
-                            + options);
+    m_simulator.emplace(
+        *m_bus,
+        QStringList{"--catalogue", inFolder("catalogue.json"), "--kill-after", "300"} + options);
     m_simulator->start();
 }
 
 void TestSimulatorProcesses::politeProgramsEndInTime()
 {
-    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
-    startApplication(QStringLiteral("t.Polite"));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    restart({"--kill-after", "600000"});
+    startApplication("t.Polite");
+    QCOMPARE(readLine(), "ready");
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Polite.instance_1")});
-    QCOMPARE(readLine(), QStringLiteral("bye"));
-    QVERIFY(monitor.texts().constLast().contains(QStringLiteral(" ExitStatus=i:0 ")));
+    callControl("Terminate", {"t.Polite.instance_1"});
+    QCOMPARE(readLine(), "bye");
+    QVERIFY(monitor.texts().constLast().contains(" ExitStatus=i:0 "));
 }
 
 void TestSimulatorProcesses::stubbornProgramsAreKilledAfterTheirTime()
 {
-    startApplication(QStringLiteral("t.Stubborn"));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    startApplication("t.Stubborn");
+    QCOMPARE(readLine(), "ready");
     ServiceMonitor monitor(*m_bus, *m_simulator);
     QElapsedTimer timer;
     timer.start();
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Stubborn.instance_1")});
+    callControl("Terminate", {"t.Stubborn.instance_1"});
     QVERIFY(timer.elapsed() >= 300);
-    QVERIFY(monitor.texts().constLast().endsWith(QStringLiteral(" Signal=i:9}")));
+    QVERIFY(monitor.texts().constLast().endsWith(" Signal=i:9}"));
 }
 
 void TestSimulatorProcesses::descendantsEndWithTheirProgram()
 {
-    startApplication(QStringLiteral("t.Parent"));
+    startApplication("t.Parent");
     const int child = readLine().toInt();
     QVERIFY(exists(child));
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Parent.instance_1")});
+    callControl("Terminate", {"t.Parent.instance_1"});
     // Its parent or this process has seen its end.
     waitUntil([&] { return statusOf(child) != -1 || !exists(child); });
 }
@@ -178,26 +177,26 @@ void TestSimulatorProcesses::descendantsEndWithTheirProgram()
 void TestSimulatorProcesses::descendantsAreNotLeftBehind()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Leaver"));
+    startApplication("t.Leaver");
     const int child = readLine().toInt();
-    monitor.textsUntil(QStringLiteral("Terminated"));
+    monitor.textsUntil("Terminated");
     QVERIFY(isKilled(child));
 }
 
 void TestSimulatorProcesses::exitEndsThePrograms()
 {
-    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
-    const int pid = pidOf(startApplication(QStringLiteral("t.Polite")));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    restart({"--kill-after", "600000"});
+    const int pid = pidOf(startApplication("t.Polite"));
+    QCOMPARE(readLine(), "ready");
     QCOMPARE(m_simulator->end(), 0);
-    QCOMPARE(readLine(), QStringLiteral("bye"));
+    QCOMPARE(readLine(), "bye");
     QVERIFY(!exists(pid));
 }
 
 void TestSimulatorProcesses::exitKillsStubbornPrograms()
 {
-    const int pid = pidOf(startApplication(QStringLiteral("t.Stubborn")));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    const int pid = pidOf(startApplication("t.Stubborn"));
+    QCOMPARE(readLine(), "ready");
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(m_simulator->end(), 0);
@@ -210,25 +209,23 @@ void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
     // The bus of the calls stays; this one is for them only.
     PrivateBus other;
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
-    Simulator simulator(other, {QStringLiteral("--catalogue"), inFolder("catalogue.json")});
+    Simulator simulator(other, {"--catalogue", inFolder("catalogue.json")});
     simulator.start();
-    const Result started =
-        busctl(other,
-               {QStringLiteral("call"), QStringLiteral(OSTREL_SERVICE_NAME),
-                QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
-                QStringLiteral("Start"), QStringLiteral("s"), QStringLiteral("t.Polite")});
+    const Result started = busctl(other,
+                                  {"call", OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,
+                                   OSTREL_CONTROL_INTERFACE, "Start", "s", "t.Polite"});
     QCOMPARE(started.exitStatus, 0);
-    QCOMPARE(simulator.process().readLine(), QStringLiteral("ready"));
+    QCOMPARE(simulator.process().readLine(), "ready");
     other.end();
     QCOMPARE(simulator.waitForEnd(), 1);
-    QCOMPARE(simulator.process().readLine(), QStringLiteral("bye"));
+    QCOMPARE(simulator.process().readLine(), "bye");
 }
 
 void TestSimulatorProcesses::killedSimulatorTakesItsProgramsAlong()
 {
-    const int sleep = pidOf(startApplication(QStringLiteral("t.Sleep")));
-    const int stubborn = pidOf(startApplication(QStringLiteral("t.Stubborn")));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    const int sleep = pidOf(startApplication("t.Sleep"));
+    const int stubborn = pidOf(startApplication("t.Stubborn"));
+    QCOMPARE(readLine(), "ready");
     m_simulator->process().kill();
     m_simulator->waitForEnd();
     QVERIFY(isKilled(sleep));
@@ -237,11 +234,11 @@ void TestSimulatorProcesses::killedSimulatorTakesItsProgramsAlong()
 
 void TestSimulatorProcesses::resetKillsAtOnceWithoutASignal()
 {
-    restart({QStringLiteral("--kill-after"), QStringLiteral("600000")});
+    restart({"--kill-after", "600000"});
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const int stubborn = pidOf(startApplication(QStringLiteral("t.Stubborn")));
-    const int one = pidOf(startApplication(QStringLiteral("t.One")));
-    QCOMPARE(readLine(), QStringLiteral("ready"));
+    const int stubborn = pidOf(startApplication("t.Stubborn"));
+    const int one = pidOf(startApplication("t.One"));
+    QCOMPARE(readLine(), "ready");
     m_simulator->reset();
     QVERIFY(!exists(stubborn));
     QVERIFY(!exists(one));

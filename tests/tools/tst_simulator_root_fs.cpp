@@ -17,21 +17,21 @@ namespace
 {
 
 // %1 is the folder of the script.
-const QString catalogue = QStringLiteral(R"({"applications": [
+const QString catalogue = R"({"applications": [
     {"id": "t.Sleep", "program": "sleep", "arguments": ["600"]},
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true, "services": [
         {"name": "service", "program": "sleep", "arguments": ["600"]}]},
     {"id": "t.Group", "program": "/bin/sh", "arguments": ["%1/group"]},
     {"id": "t.Once", "program": "true"},
     {"id": "t.Broken", "program": "/nonexistent/program"}
-]})");
+]})";
 
 // Prints the control groups that it is told of, first thing.
-const QString group = QStringLiteral("cat \"$OSTREL_ROOTFS/proc/$$/cgroup\"\n");
+const QString group = "cat \"$OSTREL_ROOTFS/proc/$$/cgroup\"\n";
 
 int pidOf(const QVariantMap &details)
 {
-    return details.value(QStringLiteral("Pid")).toInt();
+    return details.value("Pid").toInt();
 }
 
 } // namespace
@@ -57,10 +57,7 @@ private Q_SLOTS:
 
 private:
     void restart(const QStringList &options = {});
-    QString rootFs() const
-    {
-        return m_simulator->desk(QStringLiteral("RootFs")).arguments().at(0).toString();
-    }
+    QString rootFs() const { return m_simulator->desk("RootFs").arguments().at(0).toString(); }
     QString readLine() { return m_simulator->process().readLine(); }
     QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
 
@@ -84,39 +81,38 @@ void TestSimulatorRootFs::init()
 void TestSimulatorRootFs::restart(const QStringList &options)
 {
     m_simulator.reset();
-    m_simulator.emplace(
-        *m_bus, QStringList{QStringLiteral("--catalogue"), inFolder("catalogue.json")} + options);
+    m_simulator.emplace(*m_bus, QStringList{"--catalogue", inFolder("catalogue.json")} + options);
     m_simulator->start();
 }
 
 void TestSimulatorRootFs::holdsWhatRuns()
 {
-    const int first = pidOf(startApplication(QStringLiteral("t.Sleep")));
-    const int second = pidOf(startApplication(QStringLiteral("t.Sleep")));
-    const int one = pidOf(startApplication(QStringLiteral("t.One")));
+    const int first = pidOf(startApplication("t.Sleep"));
+    const int second = pidOf(startApplication("t.Sleep"));
+    const int one = pidOf(startApplication("t.One"));
     const auto textOf = [this](int pid) {
-        return readFile(QStringLiteral("%1/proc/%2/cgroup").arg(rootFs()).arg(pid));
+        return readFile(QString("%1/proc/%2/cgroup").arg(rootFs()).arg(pid));
     };
-    const QString expected = QStringLiteral("9:pids:/user.slice\n"
-                                            "8:cpuset:/\n"
-                                            "7:devices:/user.slice\n"
-                                            "6:freezer:%1\n"
-                                            "5:cpu,cpuacct:%1\n"
-                                            "4:memory:%1\n"
-                                            "3:blkio:/user.slice\n"
-                                            "2:net_cls,net_prio:/\n"
-                                            "1:name=systemd:/user.slice/session.scope\n"
-                                            "0::/user.slice/session.scope\n");
-    QCOMPARE(textOf(first), expected.arg(QStringLiteral("/ostrel-helper/t.Sleep/instance_1")));
-    QCOMPARE(textOf(second), expected.arg(QStringLiteral("/ostrel-helper/t.Sleep/instance_2")));
-    QCOMPARE(textOf(one), expected.arg(QStringLiteral("/ostrel-helper/t.One/app")));
+    const QString expected = "9:pids:/user.slice\n"
+                             "8:cpuset:/\n"
+                             "7:devices:/user.slice\n"
+                             "6:freezer:%1\n"
+                             "5:cpu,cpuacct:%1\n"
+                             "4:memory:%1\n"
+                             "3:blkio:/user.slice\n"
+                             "2:net_cls,net_prio:/\n"
+                             "1:name=systemd:/user.slice/session.scope\n"
+                             "0::/user.slice/session.scope\n";
+    QCOMPARE(textOf(first), expected.arg("/ostrel-helper/t.Sleep/instance_1"));
+    QCOMPARE(textOf(second), expected.arg("/ostrel-helper/t.Sleep/instance_2"));
+    QCOMPARE(textOf(one), expected.arg("/ostrel-helper/t.One/app"));
     // The service is in the group of its application.
     const QStringList files = filesBelow(rootFs());
     QCOMPARE(files.size(), 4);
     int ones = 0;
     for (const QString &file : files) {
         ones += readFile(rootFs() + QLatin1Char('/') + file)
-                    .contains(QStringLiteral("4:memory:/ostrel-helper/t.One/app\n"))
+                    .contains("4:memory:/ostrel-helper/t.One/app\n")
             ? 1
             : 0;
     }
@@ -126,12 +122,12 @@ void TestSimulatorRootFs::holdsWhatRuns()
 void TestSimulatorRootFs::controlGroupExistsBeforeTheProgramRuns()
 {
     for (int i = 1; i <= 20; ++i) {
-        startApplication(QStringLiteral("t.Group"));
+        startApplication("t.Group");
         QString line;
         do {
             line = readLine();
         } while (!line.startsWith(QLatin1String("4:")));
-        QCOMPARE(line, QStringLiteral("4:memory:/ostrel-helper/t.Group/instance_%1").arg(i));
+        QCOMPARE(line, QString("4:memory:/ostrel-helper/t.Group/instance_%1").arg(i));
         while (!line.startsWith(QLatin1String("0:"))) {
             line = readLine();
         }
@@ -140,23 +136,23 @@ void TestSimulatorRootFs::controlGroupExistsBeforeTheProgramRuns()
 
 void TestSimulatorRootFs::losesWhatEnds()
 {
-    const QString proc = rootFs() + QStringLiteral("/proc");
-    startApplication(QStringLiteral("t.Sleep"));
-    const int left = pidOf(startApplication(QStringLiteral("t.Sleep")));
-    callControl(QStringLiteral("Terminate"), {QStringLiteral("t.Sleep.instance_1")});
+    const QString proc = rootFs() + "/proc";
+    startApplication("t.Sleep");
+    const int left = pidOf(startApplication("t.Sleep"));
+    callControl("Terminate", {"t.Sleep.instance_1"});
     QCOMPARE(QDir(proc).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              QStringList(QString::number(left)));
-    callControl(QStringLiteral("Start"), {QStringLiteral("t.Broken")});
+    callControl("Start", {"t.Broken"});
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    startApplication(QStringLiteral("t.Once"));
-    monitor.textsUntil(QStringLiteral("Terminated"));
+    startApplication("t.Once");
+    monitor.textsUntil("Terminated");
     QCOMPARE(QDir(proc).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              QStringList(QString::number(left)));
 }
 
 void TestSimulatorRootFs::isEmptyAfterAReset()
 {
-    startApplication(QStringLiteral("t.One"));
+    startApplication("t.One");
     QCOMPARE(filesBelow(rootFs()).size(), 2);
     m_simulator->reset();
     QCOMPARE(filesBelow(rootFs()), QStringList());
@@ -164,19 +160,19 @@ void TestSimulatorRootFs::isEmptyAfterAReset()
 
 void TestSimulatorRootFs::folderIsRemovedWithTheSimulator()
 {
-    startApplication(QStringLiteral("t.Sleep"));
+    startApplication("t.Sleep");
     const QString folder = rootFs();
-    QVERIFY(QDir(folder + QStringLiteral("/proc")).exists());
+    QVERIFY(QDir(folder + "/proc").exists());
     QCOMPARE(m_simulator->end(), 0);
     QVERIFY(!QDir(folder).exists());
 }
 
 void TestSimulatorRootFs::folderIsRemovedWhenTheServiceDies()
 {
-    startApplication(QStringLiteral("t.Sleep"));
+    startApplication("t.Sleep");
     const QString folder = rootFs();
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
-    QDBusPendingCall call = asyncCallControl(QStringLiteral("Terminate"), {QString()});
+    QDBusPendingCall call = asyncCallControl("Terminate", {QString()});
     call.waitForFinished();
     QVERIFY(call.isError());
     QCOMPARE(m_simulator->waitForEnd(), 1);
@@ -186,10 +182,10 @@ void TestSimulatorRootFs::folderIsRemovedWhenTheServiceDies()
 void TestSimulatorRootFs::folderMayBeChosen()
 {
     const QString folder = inFolder("new/root");
-    restart({QStringLiteral("--rootfs"), folder});
+    restart({"--rootfs", folder});
     QCOMPARE(rootFs(), folder);
-    const int pid = pidOf(startApplication(QStringLiteral("t.Sleep")));
-    QCOMPARE(filesBelow(folder), QStringList(QStringLiteral("proc/%1/cgroup").arg(pid)));
+    const int pid = pidOf(startApplication("t.Sleep"));
+    QCOMPARE(filesBelow(folder), QStringList(QString("proc/%1/cgroup").arg(pid)));
     QCOMPARE(m_simulator->end(), 0);
     // What it has not made, it leaves.
     QVERIFY(QDir(folder).exists());
@@ -201,20 +197,20 @@ void TestSimulatorRootFs::unusableFoldersAreRefused_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("message");
     QTest::newRow("below a file") << inFolder("catalogue.json/root")
-                                  << QStringLiteral("cannot make the folder %1: Not a directory")
+                                  << QString("cannot make the folder %1: Not a directory")
                                          .arg(inFolder("catalogue.json/root/proc"));
-    QTest::newRow("the system's own")
-        << QStringLiteral("/") << QStringLiteral("the folder /proc is not empty");
+    QTest::newRow("the system's own") << "/"
+                                      << "the folder /proc is not empty";
 }
 
 void TestSimulatorRootFs::unusableFoldersAreRefused()
 {
     QFETCH(QString, folder);
     QFETCH(QString, message);
-    const Result result = run(QStringLiteral(SIMULATOR), {QStringLiteral("--rootfs"), folder});
+    const Result result = run(SIMULATOR, {"--rootfs", folder});
     QCOMPARE(result.exitStatus, 1);
     QCOMPARE(result.output, QString());
-    QCOMPARE(result.errors, QStringLiteral("ostrel-simulator: %1\n").arg(message));
+    QCOMPARE(result.errors, QString("ostrel-simulator: %1\n").arg(message));
 }
 
 OSTREL_TEST_MAIN(TestSimulatorRootFs)

@@ -57,27 +57,25 @@ private:
     void waitUntilWritten(const QByteArray &content) const;
 
     QTemporaryDir m_folder;
-    QString m_output = m_folder.filePath(QStringLiteral("output"));
+    QString m_output = m_folder.filePath("output");
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
 };
 
 void TestSimulatorTaskProcesses::initTestCase()
 {
-    const QString file = m_folder.filePath(QStringLiteral("catalogue.json"));
+    const QString file = m_folder.filePath("catalogue.json");
     writeFile(file,
               QString::fromLatin1(catalogue)
                   .replace(QLatin1Char('\''), QLatin1Char('"'))
-                  .replace(QStringLiteral("FOLDER"), m_folder.path()));
-    writeFile(m_folder.filePath(QStringLiteral("tell.sh")),
-              QStringLiteral("printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n"));
-    writeFile(m_folder.filePath(QStringLiteral("stubborn.sh")),
-              QStringLiteral("trap '' TERM\necho >\"$OUT\"\nwhile :; do sleep 1; done\n"));
+                  .replace("FOLDER", m_folder.path()));
+    writeFile(m_folder.filePath("tell.sh"),
+              "printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n");
+    writeFile(m_folder.filePath("stubborn.sh"),
+              "trap '' TERM\necho >\"$OUT\"\nwhile :; do sleep 1; done\n");
     qputenv("OUT", QFile::encodeName(m_output));
     m_bus.emplace();
-    m_simulator.emplace(*m_bus,
-                        QStringList{QStringLiteral("--catalogue"), file,
-                                    QStringLiteral("--kill-after"), QStringLiteral("200")});
+    m_simulator.emplace(*m_bus, QStringList{"--catalogue", file, "--kill-after", "200"});
     m_simulator->start();
 }
 
@@ -97,104 +95,102 @@ void TestSimulatorTaskProcesses::waitUntilWritten(const QByteArray &content) con
 
 void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
-    QCOMPARE(text(invoker.availableTasks()),
-             QStringLiteral("tell {Title=Tells}; once {}; broken {}; stubborn {}"));
+    QCOMPARE(text(invoker.availableTasks()), "tell {Title=Tells}; once {}; broken {}; stubborn {}");
     TaskInvoker::StartupInfo info;
-    info.setParameters({QStringLiteral("second one"), QStringLiteral("--third")});
-    info.addEnvironmentVariable(QStringLiteral("GREETING"), QStringLiteral("hello=you"));
+    info.setParameters({"second one", "--third"});
+    info.addEnvironmentVariable("GREETING", "hello=you");
     TaskInvoker::Hints hints;
-    hints.setUser(QStringLiteral("nemo"));
+    hints.setUser("nemo");
     Events events;
-    invoker.start(QStringLiteral("tell"), info, hints, events.started());
+    invoker.start("tell", info, hints, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 1: 0")));
+    QCOMPARE(events.all(), QStringList("started 1: 0"));
     waitUntilWritten("hello=you|first|second one|--third|");
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
-    QCOMPARE(text(invoker.activeTasks()), QStringLiteral("tell %1 {User=nemo}").arg(pid));
+    QCOMPARE(text(invoker.activeTasks()), QString("tell %1 {User=nemo}").arg(pid));
     QCOMPARE(kill(pid, 0), 0);
 }
 
 void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    invoker.start(QStringLiteral("once"), {}, {}, events.started());
+    invoker.start("once", {}, {}, events.started());
     events.waitFor(3);
-    QCOMPARE(events.sorted().at(0), QStringLiteral("active []"));
-    QCOMPARE(events.sorted().at(1).section(QLatin1Char(' '), 0, 1), QStringLiteral("active [once"));
-    QCOMPARE(events.sorted().at(2), QStringLiteral("started 1: 0"));
+    QCOMPARE(events.sorted().at(0), "active []");
+    QCOMPARE(events.sorted().at(1).section(QLatin1Char(' '), 0, 1), "active [once");
+    QCOMPARE(events.sorted().at(2), "started 1: 0");
     events.clear();
     // It can be started again.
-    invoker.start(QStringLiteral("once"), {}, {}, events.started());
+    invoker.start("once", {}, {}, events.started());
     events.waitFor(3);
-    QCOMPARE(events.sorted().at(2), QStringLiteral("started 2: 0"));
+    QCOMPARE(events.sorted().at(2), "started 2: 0");
 }
 
 void TestSimulatorTaskProcesses::stopEndsTheProcess()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
-    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    invoker.start("tell", {}, {}, events.started());
     events.waitFor(1);
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
-    invoker.stop(QStringLiteral("tell"), events.stopped());
+    invoker.stop("tell", events.stopped());
     events.waitFor(2);
-    QCOMPARE(events.all().constLast(), QStringLiteral("stopped 0"));
+    QCOMPARE(events.all().constLast(), "stopped 0");
     QCOMPARE(kill(pid, 0), -1);
 }
 
 void TestSimulatorTaskProcesses::stopKillsWhatDoesNotEnd()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
-    invoker.start(QStringLiteral("stubborn"), {}, {}, events.started());
+    invoker.start("stubborn", {}, {}, events.started());
     waitUntilWritten("\n");
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
-    invoker.stop(QStringLiteral("stubborn"), events.stopped());
-    invoker.stop(QStringLiteral("stubborn"), events.stopped());
+    invoker.stop("stubborn", events.stopped());
+    invoker.stop("stubborn", events.stopped());
     events.waitFor(3);
-    QCOMPARE(events.all().mid(1),
-             (QStringList{QStringLiteral("stopped 0"), QStringLiteral("stopped 0")}));
+    QCOMPARE(events.all().mid(1), (QStringList{"stopped 0", "stopped 0"}));
     QCOMPARE(kill(pid, 0), -1);
 }
 
 void TestSimulatorTaskProcesses::stopNeedNotWaitForTheStart()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
-    invoker.stop(QStringLiteral("tell"), events.stopped());
+    invoker.start("tell", {}, {}, events.started());
+    invoker.stop("tell", events.stopped());
     events.waitFor(4);
-    QCOMPARE(events.sorted().at(0), QStringLiteral("active []"));
-    QCOMPARE(events.sorted().at(2), QStringLiteral("started 1: 0"));
-    QCOMPARE(events.sorted().at(3), QStringLiteral("stopped 0"));
+    QCOMPARE(events.sorted().at(0), "active []");
+    QCOMPARE(events.sorted().at(2), "started 1: 0");
+    QCOMPARE(events.sorted().at(3), "stopped 0");
 }
 
 void TestSimulatorTaskProcesses::brokenProgramsAreRefused()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    invoker.start(QStringLiteral("broken"), {}, {}, events.started());
+    invoker.start("broken", {}, {}, events.started());
     events.waitFor(1);
     roundTrip(invoker);
     QCOMPARE(events.all(),
-             QStringList(QStringLiteral("started 0: 3 \"Cannot start \"/nonexistent/task\": "
-                                        "No such file or directory\"")));
+             QStringList("started 0: 3 \"Cannot start \"/nonexistent/task\": "
+                         "No such file or directory\""));
     // It is not taken for started.
-    invoker.start(QStringLiteral("broken"), {}, {}, events.started());
+    invoker.start("broken", {}, {}, events.started());
     events.waitFor(2);
     QCOMPARE(events.all().at(1), events.all().at(0));
 }
@@ -204,13 +200,13 @@ void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QString>("mistake");
-    QTest::newRow("parameters") << QStringLiteral("Params") << QVariant(QStringLiteral("x"))
-                                << QStringLiteral("\"Params\" takes \"as\", not \"s\"");
-    QTest::newRow("environment") << QStringLiteral("Environment") << QVariant(7)
-                                 << QStringLiteral("\"Environment\" takes \"as\", not \"i\"");
+    QTest::newRow("parameters") << "Params" << QVariant("x")
+                                << "\"Params\" takes \"as\", not \"s\"";
+    QTest::newRow("environment") << "Environment" << QVariant(7)
+                                 << "\"Environment\" takes \"as\", not \"i\"";
     QTest::newRow("entry of the environment")
-        << QStringLiteral("Environment") << QVariant(QStringList{QStringLiteral("A")})
-        << QStringLiteral("\"Environment\" takes entries NAME=VALUE, not \"A\"");
+        << "Environment" << QVariant(QStringList{"A"})
+        << "\"Environment\" takes entries NAME=VALUE, not \"A\"";
 }
 
 void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes()
@@ -218,38 +214,36 @@ void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes()
     QFETCH(QString, key);
     QFETCH(QVariant, value);
     QFETCH(QString, mistake);
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     TaskInvoker::StartupInfo info;
     info.insert(key, value);
     Events events;
-    invoker.start(QStringLiteral("tell"), info, {}, events.started());
+    invoker.start("tell", info, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(events.all(), QStringList(QStringLiteral("started 0: 4 \"%1\"").arg(mistake)));
+    QCOMPARE(events.all(), QStringList(QString("started 0: 4 \"%1\"").arg(mistake)));
 }
 
 void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
-    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    invoker.start("tell", {}, {}, events.started());
     events.waitFor(1);
     roundTrip(invoker);
-    const QString root =
-        m_simulator->desk(QStringLiteral("RootFs")).arguments().constFirst().toString();
-    QFile file(
-        QStringLiteral("%1/proc/%2/cgroup").arg(root).arg(invoker.activeTasks().constFirst().pid));
+    const QString root = m_simulator->desk("RootFs").arguments().constFirst().toString();
+    QFile file(QString("%1/proc/%2/cgroup").arg(root).arg(invoker.activeTasks().constFirst().pid));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().contains(":memory:/ostrel-helper/a.b.tell/app\n"));
 }
 
 void TestSimulatorTaskProcesses::resetEndsThem()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QStringLiteral("a/b"));
+    TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
     Events events;
-    invoker.start(QStringLiteral("tell"), {}, {}, events.started());
+    invoker.start("tell", {}, {}, events.started());
     events.waitFor(1);
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;

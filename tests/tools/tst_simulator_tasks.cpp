@@ -17,12 +17,12 @@
 namespace
 {
 
-const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString session = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+const QString properties = "org.freedesktop.DBus.Properties";
+const QString session = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
 
 QString pathOf(const QString &type)
 {
-    return QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + type;
+    return OSTREL_TASK_INVOKER_SESSIONS_PATH + type;
 }
 
 } // namespace
@@ -77,42 +77,40 @@ void TestSimulatorTasks::cleanup()
 QString TestSimulatorTasks::busctl(const QString &words) const
 {
     QStringList arguments = words.split(QLatin1Char(' '));
-    arguments.replaceInStrings(QStringLiteral("''"), QString());
-    arguments.insert(1, QStringLiteral(OSTREL_SERVICE_NAME));
+    arguments.replaceInStrings("''", QString());
+    arguments.insert(1, OSTREL_SERVICE_NAME);
     const Result result = ::busctl(*m_bus, arguments);
     return (result.output + result.errors).trimmed();
 }
 
 QString TestSimulatorTasks::registered(const QString &type) const
 {
-    return busctl(QStringLiteral("call %1 %2 RegisterInvoker s %3")
-                      .arg(QStringLiteral(OSTREL_TASK_INVOKER_PATH),
-                           QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE), type));
+    return busctl(QString("call %1 %2 RegisterInvoker s %3")
+                      .arg(OSTREL_TASK_INVOKER_PATH, OSTREL_TASK_INVOKER_INTERFACE, type));
 }
 
 QString TestSimulatorTasks::start(const QString &arguments) const
 {
-    return busctl(QStringLiteral("call %1 %2 Start sa{sv}a{sv} %3")
-                      .arg(pathOf(QStringLiteral("maintenance")), session, arguments));
+    return busctl(
+        QString("call %1 %2 Start sa{sv}a{sv} %3").arg(pathOf("maintenance"), session, arguments));
 }
 
 void TestSimulatorTasks::registrationMakesASession()
 {
     const QString answer =
-        QStringLiteral(
-            "oa{sv} \"%1\" 2 \"ActiveTasks\" a(sia{sv}) 0 \"AvailableTasks\" a(sa{sv}) 1 "
-            "\"cleanup\" 1 \"Description\" s \"Removes old files\"")
-            .arg(pathOf(QStringLiteral("maintenance")));
-    QCOMPARE(registered(QStringLiteral("maintenance")), answer);
-    QCOMPARE(registered(QStringLiteral("maintenance")), answer);
+        QString("oa{sv} \"%1\" 2 \"ActiveTasks\" a(sia{sv}) 0 \"AvailableTasks\" a(sa{sv}) 1 "
+                "\"cleanup\" 1 \"Description\" s \"Removes old files\"")
+            .arg(pathOf("maintenance"));
+    QCOMPARE(registered("maintenance"), answer);
+    QCOMPARE(registered("maintenance"), answer);
 }
 
 void TestSimulatorTasks::unknownTypesHaveNoTasks()
 {
-    QCOMPARE(registered(QStringLiteral("a/b_1")),
-             QStringLiteral("oa{sv} \"%1\" 2 \"ActiveTasks\" a(sia{sv}) 0 \"AvailableTasks\" "
-                            "a(sa{sv}) 0")
-                 .arg(pathOf(QStringLiteral("a/b_1"))));
+    QCOMPARE(registered("a/b_1"),
+             QString("oa{sv} \"%1\" 2 \"ActiveTasks\" a(sia{sv}) 0 \"AvailableTasks\" "
+                     "a(sa{sv}) 0")
+                 .arg(pathOf("a/b_1")));
 }
 
 // They come back in the list of active tasks, which adds containers around them.
@@ -120,27 +118,23 @@ void TestSimulatorTasks::hintsTooDeepToBeListedAreRefused()
 {
     const auto call = [](const QString &objectPath, const char *interface, const char *member,
                          const QVariantList &arguments) {
-        QDBusMessage message =
-            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME), objectPath,
-                                           QLatin1String(interface), QLatin1String(member));
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            OSTREL_SERVICE_NAME, objectPath, QLatin1String(interface), QLatin1String(member));
         message.setArguments(arguments);
         return QDBusConnection::sessionBus().call(message);
     };
-    call(QStringLiteral(OSTREL_TASK_INVOKER_PATH), OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker",
-         {QStringLiteral("sync")});
+    call(OSTREL_TASK_INVOKER_PATH, OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", {"sync"});
     const auto start = [&call](int lists) {
         QVariant value = 1;
         for (int i = 0; i < lists; ++i) {
             value = QVariantList{value}; // an array and a variant
         }
-        return call(pathOf(QStringLiteral("sync")), OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start",
-                    {QStringLiteral("contacts"), QVariantMap(),
-                     QVariantMap{{QStringLiteral("Hint"), value}}});
+        return call(pathOf("sync"), OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start",
+                    {"contacts", QVariantMap(), QVariantMap{{"Hint", value}}});
     };
     const QDBusMessage tooDeep = start(29);
-    QCOMPARE(tooDeep.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
-    QCOMPARE(tooDeep.errorMessage(),
-             QStringLiteral("A value is nested 66 deep, more than the 64 of a message"));
+    QCOMPARE(tooDeep.errorName(), "org.freedesktop.DBus.Error.InvalidArgs");
+    QCOMPARE(tooDeep.errorMessage(), "A value is nested 66 deep, more than the 64 of a message");
     QCOMPARE(start(28).errorName(), QString());
 }
 
@@ -156,63 +150,57 @@ void TestSimulatorTasks::typesThatMakeNoPathAreRefused()
 {
     QFETCH(QString, type);
     QCOMPARE(registered(type),
-             QStringLiteral("Call failed: \"%1\" makes no object path")
+             QString("Call failed: \"%1\" makes no object path")
                  .arg(type == QLatin1String("''") ? QString() : type));
 }
 
 void TestSimulatorTasks::sessionsAreFoundFromTheServiceOn()
 {
-    registered(QStringLiteral("maintenance"));
-    registered(QStringLiteral("a/b"));
-    const QString tree = busctl(QStringLiteral("tree --list"));
-    for (const QString &type :
-         {QStringLiteral("maintenance"), QStringLiteral("a"), QStringLiteral("a/b")}) {
+    registered("maintenance");
+    registered("a/b");
+    const QString tree = busctl("tree --list");
+    for (const char *type : {"maintenance", "a", "a/b"}) {
         QVERIFY2(tree.split(QLatin1Char('\n')).contains(pathOf(type)), qPrintable(tree));
     }
 }
 
 void TestSimulatorTasks::startedTasksAreListed()
 {
-    registered(QStringLiteral("maintenance"));
-    const QString activeTasks = QStringLiteral("get-property %1 %2 ActiveTasks")
-                                    .arg(pathOf(QStringLiteral("maintenance")), session);
-    QCOMPARE(busctl(activeTasks), QStringLiteral("a(sia{sv}) 0"));
-    QCOMPARE(
-        start(QStringLiteral("cleanup 1 Params as 1 x 2 User s me CGroups a{sv} 1 a ay 2 0 1")),
-        QStringLiteral("i 1"));
+    registered("maintenance");
+    const QString activeTasks =
+        QString("get-property %1 %2 ActiveTasks").arg(pathOf("maintenance"), session);
+    QCOMPARE(busctl(activeTasks), "a(sia{sv}) 0");
+    QCOMPARE(start("cleanup 1 Params as 1 x 2 User s me CGroups a{sv} 1 a ay 2 0 1"), "i 1");
     const QString listed = busctl(activeTasks);
-    static const QRegularExpression record(QStringLiteral(
+    static const QRegularExpression record(
         "\\Aa\\(sia\\{sv\\}\\) 1 \"cleanup\" (\\d+) 2 \"CGroups\" a\\{sv\\} 1 \"a\" ay "
-        "2 0 1 \"User\" s \"me\"\\z"));
+        "2 0 1 \"User\" s \"me\"\\z");
     const QRegularExpressionMatch match = record.match(listed);
     QVERIFY2(match.hasMatch(), qPrintable(listed));
-    QVERIFY(QFile::exists(QStringLiteral("/proc/") + match.captured(1)));
+    QVERIFY(QFile::exists("/proc/" + match.captured(1)));
     QCOMPARE(
-        busctl(QStringLiteral("call %1 %2 GetAll s %3")
-                   .arg(pathOf(QStringLiteral("maintenance")), properties, session)),
-        QStringLiteral("a{sv} 2 \"ActiveTasks\" %1 \"AvailableTasks\" a(sa{sv}) 1 \"cleanup\" 1 "
-                       "\"Description\" s \"Removes old files\"")
+        busctl(QString("call %1 %2 GetAll s %3").arg(pathOf("maintenance"), properties, session)),
+        QString("a{sv} 2 \"ActiveTasks\" %1 \"AvailableTasks\" a(sa{sv}) 1 \"cleanup\" 1 "
+                "\"Description\" s \"Removes old files\"")
             .arg(listed));
     // Another invoker of the type learns of it, too.
-    QVERIFY(registered(QStringLiteral("maintenance")).contains(listed));
+    QVERIFY(registered("maintenance").contains(listed));
 
-    const QString stop = QStringLiteral("call %1 %2 Stop s cleanup")
-                             .arg(pathOf(QStringLiteral("maintenance")), session);
+    const QString stop = QString("call %1 %2 Stop s cleanup").arg(pathOf("maintenance"), session);
     QCOMPARE(busctl(stop), QString());
-    QCOMPARE(busctl(activeTasks), QStringLiteral("a(sia{sv}) 0"));
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("i 2"));
+    QCOMPARE(busctl(activeTasks), "a(sia{sv}) 0");
+    QCOMPARE(start("cleanup 0 0"), "i 2");
 }
 
 void TestSimulatorTasks::changesAreSentAfterTheReply()
 {
-    registered(QStringLiteral("maintenance"));
+    registered("maintenance");
     BusMonitor monitor(*m_bus);
-    start(QStringLiteral("cleanup 0 0"));
+    start("cleanup 0 0");
     // It fails, and changes nothing.
-    start(QStringLiteral("cleanup 0 0"));
-    busctl(QStringLiteral("call %1 %2 Stop s cleanup")
-               .arg(pathOf(QStringLiteral("maintenance")), session));
-    busctl(QStringLiteral("call /end a.b End"));
+    start("cleanup 0 0");
+    busctl(QString("call %1 %2 Stop s cleanup").arg(pathOf("maintenance"), session));
+    busctl("call /end a.b End");
 
     QStringList order;
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
@@ -224,15 +212,14 @@ void TestSimulatorTasks::changesAreSentAfterTheReply()
         if (member == QLatin1String("Start") || member == QLatin1String("Stop")) {
             order.append(member);
         } else if (member == QLatin1String("PropertiesChanged")) {
-            QCOMPARE(message.value(QLatin1String("path")).toString(),
-                     pathOf(QStringLiteral("maintenance")));
+            QCOMPARE(message.value(QLatin1String("path")).toString(), pathOf("maintenance"));
             QCOMPARE(message.value(QLatin1String("interface")).toString(), properties);
-            QCOMPARE(payload[QLatin1String("type")].toString(), QStringLiteral("sa{sv}as"));
+            QCOMPARE(payload[QLatin1String("type")].toString(), "sa{sv}as");
             QCOMPARE(payload[QLatin1String("data")][0].toString(), session);
             QCOMPARE(payload[QLatin1String("data")][1].toObject().keys(),
-                     QStringList(QStringLiteral("ActiveTasks")));
+                     QStringList("ActiveTasks"));
             QCOMPARE(payload[QLatin1String("data")][2].toArray(), QJsonArray());
-            order.append(QStringLiteral("changed to %1")
+            order.append(QString("changed to %1")
                              .arg(payload[QLatin1String("data")][1][QLatin1String("ActiveTasks")]
                                          [QLatin1String("data")]
                                              .toArray()
@@ -247,10 +234,8 @@ void TestSimulatorTasks::changesAreSentAfterTheReply()
         }
     }
     QCOMPARE(order,
-             (QStringList{QStringLiteral("Start"), QStringLiteral("method_return"),
-                          QStringLiteral("changed to 1"), QStringLiteral("Start"),
-                          QStringLiteral("error"), QStringLiteral("Stop"),
-                          QStringLiteral("method_return"), QStringLiteral("changed to 0")}));
+             (QStringList{"Start", "method_return", "changed to 1", "Start", "error", "Stop",
+                          "method_return", "changed to 0"}));
 }
 
 void TestSimulatorTasks::wrongCallsAreRefused_data()
@@ -258,38 +243,35 @@ void TestSimulatorTasks::wrongCallsAreRefused_data()
     QTest::addColumn<QString>("call");
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("message");
-    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
+    const QString service = OSTREL_ERROR_PREFIX;
     QTest::newRow("start of an unknown task")
-        << QStringLiteral("Start sa{sv}a{sv} none 0 0")
-        << service + QStringLiteral("HandlerNotFound")
-        << QStringLiteral("There is no task \"none\" of the type \"maintenance\"");
+        << "Start sa{sv}a{sv} none 0 0" << service + "HandlerNotFound"
+        << "There is no task \"none\" of the type \"maintenance\"";
     QTest::newRow("stop of an unknown task")
-        << QStringLiteral("Stop s none") << service + QStringLiteral("HandlerNotFound")
-        << QStringLiteral("There is no task \"none\" of the type \"maintenance\"");
+        << "Stop s none" << service + "HandlerNotFound"
+        << "There is no task \"none\" of the type \"maintenance\"";
     QTest::newRow("start of a running task")
-        << QStringLiteral("Start sa{sv}a{sv} cleanup 0 0")
-        << service + QStringLiteral("ApplicationAlreadyRunning")
-        << QStringLiteral("The task \"cleanup\" is running already");
+        << "Start sa{sv}a{sv} cleanup 0 0" << service + "ApplicationAlreadyRunning"
+        << "The task \"cleanup\" is running already";
     QTest::newRow("stop of a task that is not running")
-        << QStringLiteral("Stop s cleanup") << service + QStringLiteral("ApplicationNotRunning")
-        << QStringLiteral("The task \"cleanup\" is not running");
-    QTest::newRow("wrong signature") << QStringLiteral("Start s cleanup")
-                                     << QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs")
-                                     << QStringLiteral("Start takes \"sa{sv}a{sv}\", not \"s\"");
+        << "Stop s cleanup" << service + "ApplicationNotRunning"
+        << "The task \"cleanup\" is not running";
+    QTest::newRow("wrong signature") << "Start s cleanup"
+                                     << "org.freedesktop.DBus.Error.InvalidArgs"
+                                     << "Start takes \"sa{sv}a{sv}\", not \"s\"";
 }
 
 void TestSimulatorTasks::wrongCallsAreRefused()
 {
     QFETCH(QString, call);
     QFETCH(QString, error);
-    registered(QStringLiteral("maintenance"));
+    registered("maintenance");
     if (error.endsWith(QLatin1String("AlreadyRunning"))) {
-        start(QStringLiteral("cleanup 0 0"));
+        start("cleanup 0 0");
     }
     BusMonitor monitor(*m_bus);
-    QTEST(busctl(QStringLiteral("call %1 %2 %3")
-                     .arg(pathOf(QStringLiteral("maintenance")), session, call))
-              .remove(QStringLiteral("Call failed: ")),
+    QTEST(busctl(QString("call %1 %2 %3").arg(pathOf("maintenance"), session, call))
+              .remove("Call failed: "),
           "message");
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
         return message.value(QLatin1String("type")) == QLatin1String("error");
@@ -302,83 +284,77 @@ void TestSimulatorTasks::propertiesCanOnlyBeRead_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("call");
     QTest::addColumn<QString>("answer");
-    const QString path = pathOf(QStringLiteral("maintenance"));
+    const QString path = pathOf("maintenance");
     const auto row = [](const char *name, const QString &at, const QString &call,
                         const QString &answer) { QTest::newRow(name) << at << call << answer; };
-    row("set", path, QStringLiteral("Set ssv %1 ActiveTasks i 3").arg(session),
-        QStringLiteral("Call failed: The property \"ActiveTasks\" can only be read"));
-    row("unknown property", path, QStringLiteral("Get ss %1 Nonsense").arg(session),
-        QStringLiteral("Call failed: No property \"Nonsense\""));
-    row("unknown interface", path, QStringLiteral("Get ss a.b ActiveTasks"),
-        QStringLiteral("Call failed: No interface \"a.b\" at the path %1").arg(path));
-    row("any interface", path, QStringLiteral("Get ss '' ActiveTasks"),
-        QStringLiteral("v a(sia{sv}) 0"));
-    row("unknown method", path, QStringLiteral("Nonsense"),
-        QStringLiteral("Call failed: No method \"Nonsense\" in the interface ") + properties);
-    row("wrong signature", path, QStringLiteral("Get s x"),
-        QStringLiteral("Call failed: Get takes \"ss\", not \"s\""));
-    row("an object without properties", QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-        QStringLiteral("GetAll s " OSTREL_WINDOW_MANAGEMENT_INTERFACE), QStringLiteral("a{sv} 0"));
-    row("no object", path + QStringLiteral("/x"), QStringLiteral("GetAll s ''"),
-        QStringLiteral("Call failed: No object at the path %1/x").arg(path));
+    row("set", path, QString("Set ssv %1 ActiveTasks i 3").arg(session),
+        "Call failed: The property \"ActiveTasks\" can only be read");
+    row("unknown property", path, QString("Get ss %1 Nonsense").arg(session),
+        "Call failed: No property \"Nonsense\"");
+    row("unknown interface", path, "Get ss a.b ActiveTasks",
+        QString("Call failed: No interface \"a.b\" at the path %1").arg(path));
+    row("any interface", path, "Get ss '' ActiveTasks", "v a(sia{sv}) 0");
+    row("unknown method", path, "Nonsense",
+        "Call failed: No method \"Nonsense\" in the interface " + properties);
+    row("wrong signature", path, "Get s x", "Call failed: Get takes \"ss\", not \"s\"");
+    row("an object without properties", OSTREL_WINDOW_MANAGEMENT_PATH,
+        "GetAll s " OSTREL_WINDOW_MANAGEMENT_INTERFACE, "a{sv} 0");
+    row("no object", path + "/x", "GetAll s ''",
+        QString("Call failed: No object at the path %1/x").arg(path));
 }
 
 void TestSimulatorTasks::propertiesCanOnlyBeRead()
 {
     QFETCH(QString, path);
     QFETCH(QString, call);
-    registered(QStringLiteral("maintenance"));
-    QTEST(busctl(QStringLiteral("call %1 %2 %3").arg(path, properties, call)), "answer");
+    registered("maintenance");
+    QTEST(busctl(QString("call %1 %2 %3").arg(path, properties, call)), "answer");
 }
 
 void TestSimulatorTasks::faultsCanBeArrangedBeforeThereIsASession()
 {
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
-    starts.failNext(QStringLiteral("a.b"), QStringLiteral("arranged"));
+    starts.failNext("a.b", "arranged");
     starts.answerNext({42});
-    registered(QStringLiteral("maintenance"));
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("Call failed: arranged"));
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("i 42"));
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("i 1"));
+    registered("maintenance");
+    QCOMPARE(start("cleanup 0 0"), "Call failed: arranged");
+    QCOMPARE(start("cleanup 0 0"), "i 42");
+    QCOMPARE(start("cleanup 0 0"), "i 1");
 }
 
 void TestSimulatorTasks::errorsCarryWhateverValues()
 {
-    registered(QStringLiteral("maintenance"));
-    const QDBusMessage arranged = m_simulator->desk(
-        QStringLiteral("FailNextWith"),
-        {session, QStringLiteral("Start"), QStringLiteral("a.b"), QVariantList{7, true}});
+    registered("maintenance");
+    const QDBusMessage arranged =
+        m_simulator->desk("FailNextWith", {session, "Start", "a.b", QVariantList{7, true}});
     QCOMPARE(arranged.type(), QDBusMessage::ReplyMessage);
     BusMonitor monitor(*m_bus);
-    start(QStringLiteral("cleanup 0 0"));
+    start("cleanup 0 0");
     const QJsonObject error =
         monitor
             .messagesUntil([](const QJsonObject &message) {
                 return message.value(QLatin1String("type")) == QLatin1String("error");
             })
             .constLast();
-    QCOMPARE(error.value(QLatin1String("error_name")).toString(), QStringLiteral("a.b"));
-    QCOMPARE(error.value(QLatin1String("payload"))[QLatin1String("type")].toString(),
-             QStringLiteral("ib"));
+    QCOMPARE(error.value(QLatin1String("error_name")).toString(), "a.b");
+    QCOMPARE(error.value(QLatin1String("payload"))[QLatin1String("type")].toString(), "ib");
     QCOMPARE(error.value(QLatin1String("payload"))[QLatin1String("data")].toArray(),
              (QJsonArray{7, true}));
 
     const QDBusMessage refused =
-        m_simulator->desk(QStringLiteral("FailNextWith"),
-                          {session, QStringLiteral("Start"), QStringLiteral("ab"), QVariantList()});
-    QCOMPARE(refused.errorMessage(), QStringLiteral("\"ab\" is no error name"));
+        m_simulator->desk("FailNextWith", {session, "Start", "ab", QVariantList()});
+    QCOMPARE(refused.errorMessage(), "\"ab\" is no error name");
 }
 
 void TestSimulatorTasks::resetForgetsTheSessions()
 {
-    registered(QStringLiteral("maintenance"));
-    start(QStringLiteral("cleanup 0 0"));
+    registered("maintenance");
+    start("cleanup 0 0");
     m_simulator->reset();
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")),
-             QStringLiteral("Call failed: No object at the path %1")
-                 .arg(pathOf(QStringLiteral("maintenance"))));
-    QVERIFY(registered(QStringLiteral("maintenance")).contains(QStringLiteral("a(sia{sv}) 0")));
-    QCOMPARE(start(QStringLiteral("cleanup 0 0")), QStringLiteral("i 1"));
+    QCOMPARE(start("cleanup 0 0"),
+             QString("Call failed: No object at the path %1").arg(pathOf("maintenance")));
+    QVERIFY(registered("maintenance").contains("a(sia{sv}) 0"));
+    QCOMPARE(start("cleanup 0 0"), "i 1");
 }
 
 OSTREL_TEST_MAIN(TestSimulatorTasks)

@@ -68,7 +68,7 @@ void TestTermination::interruptedCodeKeepsItsError()
         errno = ENOENT;
         const bool raised = std::raise(SIGTERM) == 0;
         if (!raised || errno != ENOENT) {
-            QFAIL(qPrintable(QStringLiteral("signal %1 left error %2").arg(i).arg(errno)));
+            QFAIL(qPrintable(QString("signal %1 left error %2").arg(i).arg(errno)));
         }
     }
 }

@@ -64,15 +64,13 @@ void TestApplicationRecords::cleanup()
 void TestApplicationRecords::send(const QVariant &argument)
 {
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
-                                       QStringLiteral("Take"))
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << argument);
 }
 
 QString TestApplicationRecords::loggedByBusctl()
 {
-    return busctlDesk(*m_bus, QStringLiteral("Calls"));
+    return busctlDesk(*m_bus, "Calls");
 }
 
 void TestApplicationRecords::recordsHaveTheirSignatures()
@@ -80,10 +78,10 @@ void TestApplicationRecords::recordsHaveTheirSignatures()
     const auto signature = [](int type) {
         return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
     };
-    QCOMPARE(signature(qMetaTypeId<RunningApplication>()), QStringLiteral("(siuua{sv})"));
-    QCOMPARE(signature(qMetaTypeId<RunningService>()), QStringLiteral("(ssiua{sv})"));
-    QCOMPARE(signature(qMetaTypeId<QVector<RunningApplication>>()), QStringLiteral("a(siuua{sv})"));
-    QCOMPARE(signature(qMetaTypeId<QVector<RunningService>>()), QStringLiteral("a(ssiua{sv})"));
+    QCOMPARE(signature(qMetaTypeId<RunningApplication>()), "(siuua{sv})");
+    QCOMPARE(signature(qMetaTypeId<RunningService>()), "(ssiua{sv})");
+    QCOMPARE(signature(qMetaTypeId<QVector<RunningApplication>>()), "a(siuua{sv})");
+    QCOMPARE(signature(qMetaTypeId<QVector<RunningService>>()), "a(ssiua{sv})");
 }
 
 void TestApplicationRecords::applicationStateHoldsAnyNumber()
@@ -104,14 +102,11 @@ void TestApplicationRecords::applicationStateHoldsAnyNumber()
 
 void TestApplicationRecords::membersAreWrittenInOrder()
 {
-    const QVariantMap properties{{QStringLiteral("b"), QStringLiteral("two")},
-                                 {QStringLiteral("a"), 1}};
-    send(QVariant::fromValue(RunningApplication{QStringLiteral("demo.Viewer"), -5,
-                                                ApplicationState(3000000000U), ApplicationKind(7),
-                                                properties}));
-    send(
-        QVariant::fromValue(RunningService{QStringLiteral("demo.Viewer"), QStringLiteral("indexer"),
-                                           -6, ServiceState(4294967295U), properties}));
+    const QVariantMap properties{{"b", "two"}, {"a", 1}};
+    send(QVariant::fromValue(RunningApplication{"demo.Viewer", -5, ApplicationState(3000000000U),
+                                                ApplicationKind(7), properties}));
+    send(QVariant::fromValue(
+        RunningService{"demo.Viewer", "indexer", -6, ServiceState(4294967295U), properties}));
     const char *const expected =
         R"~({"type":"a(ssssav)","data":[[)~"
         R"~(["%1","a.b","Take","(siuua{sv})",[{"type":"(siuua{sv})",)~"
@@ -120,8 +115,7 @@ void TestApplicationRecords::membersAreWrittenInOrder()
         R"~(["%1","a.b","Take","(ssiua{sv})",[{"type":"(ssiua{sv})",)~"
         R"~("data":["demo.Viewer","indexer",-6,4294967295,)~"
         R"~({"a":{"type":"i","data":1},"b":{"type":"s","data":"two"}}]}]]]]})~";
-    QCOMPARE(loggedByBusctl(),
-             QString::fromUtf8(expected).arg(QStringLiteral(OSTREL_SERVICE_PATH)));
+    QCOMPARE(loggedByBusctl(), QString::fromUtf8(expected).arg(OSTREL_SERVICE_PATH));
 }
 
 void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
@@ -136,8 +130,7 @@ void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
         signatures.append(call.signature);
     }
     QCOMPARE(signatures,
-             (QStringList{QStringLiteral("(siuua{sv})"), QStringLiteral("(ssiua{sv})"),
-                          QStringLiteral("a(siuua{sv})"), QStringLiteral("a(ssiua{sv})")}));
+             (QStringList{"(siuua{sv})", "(ssiua{sv})", "a(siuua{sv})", "a(ssiua{sv})"}));
 
     const QString logged = loggedByBusctl();
     const char *const application = R"~([{"type":"(siuua{sv})","data":["",0,0,0,{}]}])~";
@@ -148,15 +141,14 @@ void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
 
 void TestApplicationRecords::recordsComeBackEqual()
 {
-    const QVariantMap properties{{QStringLiteral("title"), QStringLiteral("x")},
-                                 {QStringLiteral("list"), QStringList{QStringLiteral("y")}}};
+    const QVariantMap properties{{"title", "x"}, {"list", QStringList{"y"}}};
     const QVector<RunningApplication> applications{
-        {QStringLiteral("a"), -1, ApplicationState(255), ApplicationKind(4294967295U), properties},
+        {"a", -1, ApplicationState(255), ApplicationKind(4294967295U), properties},
         {QString(), 2147483647, ApplicationState(256), ApplicationKind(0), {}},
     };
     const QVector<RunningService> services{
-        {QStringLiteral("a"), QStringLiteral("b"), -2147483647 - 1, ServiceState(9), properties},
-        {QStringLiteral("c"), QString::fromUtf8("ü"), 0, ServiceState(0), {}},
+        {"a", "b", -2147483647 - 1, ServiceState(9), properties},
+        {"c", QString::fromUtf8("ü"), 0, ServiceState(0), {}},
     };
     send(QVariant::fromValue(applications));
     send(QVariant::fromValue(services));
@@ -168,8 +160,8 @@ void TestApplicationRecords::recordsComeBackEqual()
         R"~("title":{"type":"s","data":"x"}}],["",2147483647,256,0,{}]])~";
     QVERIFY2(logged.contains(QLatin1String(application)), qPrintable(logged));
     const QVector<Call> calls = m_simulator->calls();
-    QCOMPARE(calls.at(0).signature, QStringLiteral("a(siuua{sv})"));
-    QCOMPARE(calls.at(1).signature, QStringLiteral("a(ssiua{sv})"));
+    QCOMPARE(calls.at(0).signature, "a(siuua{sv})");
+    QCOMPARE(calls.at(1).signature, "a(ssiua{sv})");
 
     QVector<RunningApplication> readApplications{RunningApplication{}};
     calls.at(0).arguments.at(0).value<QDBusArgument>() >> readApplications;

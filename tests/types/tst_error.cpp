@@ -20,7 +20,7 @@ using Ostrel::Error;
 namespace
 {
 
-QDBusError busError(const QString &name, const QString &message = QStringLiteral("text"))
+QDBusError busError(const QString &name, const QString &message = "text")
 {
     return QDBusError(QDBusMessage::createError(name, message));
 }
@@ -86,15 +86,15 @@ void TestError::codesHaveTheirNumbers()
 
 void TestError::storesCodeAndMessage()
 {
-    const Error error(Error::HandlerFailed, QStringLiteral("no such handler"));
+    const Error error(Error::HandlerFailed, "no such handler");
     QCOMPARE(error.code(), Error::HandlerFailed);
-    QCOMPARE(error.message(), QStringLiteral("no such handler"));
+    QCOMPARE(error.message(), "no such handler");
     QVERIFY(error.isError());
     QVERIFY(bool(error));
 
-    const Error success(Error::NoError, QStringLiteral("kept"));
+    const Error success(Error::NoError, "kept");
     QCOMPARE(success.code(), Error::NoError);
-    QCOMPARE(success.message(), QStringLiteral("kept"));
+    QCOMPARE(success.message(), "kept");
     QVERIFY(!success.isError());
     QVERIFY(!bool(success));
 }
@@ -118,11 +118,11 @@ void TestError::isCopiedAsAValue()
 
     Error copy;
     {
-        const Error original(Error::AccessDenied, QStringLiteral("not you"));
+        const Error original(Error::AccessDenied, "not you");
         copy = original;
     }
     QCOMPARE(copy.code(), Error::AccessDenied);
-    QCOMPARE(copy.message(), QStringLiteral("not you"));
+    QCOMPARE(copy.message(), "not you");
 }
 
 // It would compile, and compare the truth of the error with the number of the code.
@@ -140,8 +140,8 @@ void TestError::mapsBusErrorNames_data()
     QTest::addColumn<int>("code");
 
     const auto service = [](const char *rest, int code) {
-        const QString name = QStringLiteral(OSTREL_SERVICE_NAME) + QLatin1String(rest);
-        QTest::newRow(qPrintable(QStringLiteral("service") + QLatin1String(rest))) << name << code;
+        const QString name = OSTREL_SERVICE_NAME + QLatin1String(rest);
+        QTest::newRow(qPrintable("service" + QLatin1String(rest))) << name << code;
     };
     service(".Error.NoError", 0);
     service(".Error.HandlerNotFound", 2);
@@ -191,22 +191,19 @@ void TestError::mapsBusErrorNames_data()
     standard("x.org.freedesktop.DBus.Error.AccessDenied", 1);
 
     // The prefix is taken out wherever it occurs, not at the beginning alone.
-    const QString prefix = QStringLiteral(OSTREL_SERVICE_NAME) + QStringLiteral(".Error.");
-    const QString freedesktop = QStringLiteral("org.freedesktop.DBus.Error.");
+    const QString prefix = QString(OSTREL_SERVICE_NAME) + ".Error.";
+    const QString freedesktop = "org.freedesktop.DBus.Error.";
     QTest::newRow("service prefix twice at the beginning")
-        << prefix + prefix + QStringLiteral("HandlerFailed") << 3;
-    QTest::newRow("service prefix again within")
-        << prefix + QStringLiteral("Handler") + prefix + QStringLiteral("Failed") << 3;
-    QTest::newRow("service prefix again at the end")
-        << prefix + QStringLiteral("HandlerFailed") + prefix << 3;
-    QTest::newRow("standard prefix twice")
-        << freedesktop + freedesktop + QStringLiteral("AccessDenied") << 6;
+        << prefix + prefix + "HandlerFailed" << 3;
+    QTest::newRow("service prefix again within") << prefix + "Handler" + prefix + "Failed" << 3;
+    QTest::newRow("service prefix again at the end") << prefix + "HandlerFailed" + prefix << 3;
+    QTest::newRow("standard prefix twice") << freedesktop + freedesktop + "AccessDenied" << 6;
     QTest::newRow("standard prefix again within")
-        << freedesktop + QStringLiteral("Access") + freedesktop + QStringLiteral("Denied") << 6;
+        << freedesktop + "Access" + freedesktop + "Denied" << 6;
     QTest::newRow("standard prefix behind the service's")
-        << prefix + freedesktop + QStringLiteral("AccessDenied") << 1;
+        << prefix + freedesktop + "AccessDenied" << 1;
     QTest::newRow("service prefix behind the standard one")
-        << freedesktop + prefix + QStringLiteral("HandlerFailed") << 1;
+        << freedesktop + prefix + "HandlerFailed" << 1;
 }
 
 void TestError::mapsBusErrorNames()
@@ -218,7 +215,7 @@ void TestError::mapsBusErrorNames()
 
     const Error mapped = Ostrel::fromDBusError(error);
     QTEST(int(mapped.code()), "code");
-    QCOMPARE(mapped.message(), QStringLiteral("text"));
+    QCOMPARE(mapped.message(), "text");
     QCOMPARE(mapped.busErrorName(), mapped ? name : QString());
 }
 
@@ -235,35 +232,35 @@ void TestError::invalidBusErrorIsASuccess()
     QCOMPARE(nameless.code(), Error::NoError);
     QVERIFY(nameless.message().isNull());
 
-    const Error reply = Ostrel::fromDBusError(QDBusError(QDBusMessage::createSignal(
-        QStringLiteral("/a"), QStringLiteral("a.b"), QStringLiteral("c"))));
+    const Error reply =
+        Ostrel::fromDBusError(QDBusError(QDBusMessage::createSignal("/a", "a.b", "c")));
     QCOMPARE(reply.code(), Error::NoError);
     QVERIFY(reply.message().isNull());
 }
 
 void TestError::noErrorNameKeepsItsMessage()
 {
-    const Error error = Ostrel::fromDBusError(
-        busError(QStringLiteral(OSTREL_SERVICE_NAME ".Error.NoError"), QStringLiteral("fine")));
+    const Error error =
+        Ostrel::fromDBusError(busError(OSTREL_SERVICE_NAME ".Error.NoError", "fine"));
     QCOMPARE(error.code(), Error::NoError);
     QVERIFY(!error.isError());
-    QCOMPARE(error.message(), QStringLiteral("fine"));
+    QCOMPARE(error.message(), "fine");
 }
 
 void TestError::keepsTheMessage_data()
 {
     QTest::addColumn<QString>("message");
     QTest::newRow("empty") << QString();
-    QTest::newRow("lines") << QStringLiteral(" two\nlines ");
+    QTest::newRow("lines") << " two\nlines ";
     QTest::newRow("beyond ASCII") << QString::fromUtf8("läuft nicht — \xf0\x9f\x9a\xab");
-    QTest::newRow("percent") << QStringLiteral("%1 %s");
+    QTest::newRow("percent") << "%1 %s";
 }
 
 void TestError::keepsTheMessage()
 {
     QFETCH(QString, message);
-    const Error error = Ostrel::fromDBusError(
-        busError(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"), message));
+    const Error error =
+        Ostrel::fromDBusError(busError("org.freedesktop.DBus.Error.NotSupported", message));
     QCOMPARE(error.code(), Error::NotSupported);
     QCOMPARE(error.message(), message);
 }
@@ -271,10 +268,10 @@ void TestError::keepsTheMessage()
 void TestError::busErrorNameIsThatOfAFailure()
 {
     QVERIFY(Error().busErrorName().isNull());
-    QVERIFY(Error(Error::Failed, QStringLiteral("mine")).busErrorName().isNull());
+    QVERIFY(Error(Error::Failed, "mine").busErrorName().isNull());
     QVERIFY(Ostrel::fromDBusError(QDBusError()).busErrorName().isNull());
 
-    const QString name = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+    const QString name = "org.freedesktop.DBus.Error.AccessDenied";
     const Error failed = Ostrel::failedWith(busError(name));
     QCOMPARE(failed.code(), Error::Failed);
     QCOMPARE(failed.busErrorName(), name);
@@ -287,12 +284,10 @@ void TestError::isPrintedWithNameAndMessage_data()
 {
     QTest::addColumn<Error>("error");
     QTest::addColumn<QString>("text");
-    QTest::newRow("success") << Error() << QStringLiteral("Ostrel::Error(NoError, \"\")");
-    QTest::newRow("failure") << Error(Error::HandlerNotFound, QStringLiteral("no \"handler\""))
-                             << QStringLiteral(
-                                    "Ostrel::Error(HandlerNotFound, \"no \\\"handler\\\"\")");
-    QTest::newRow("unknown code") << Error(Error::Code(42), QStringLiteral("new"))
-                                  << QStringLiteral("Ostrel::Error(42, \"new\")");
+    QTest::newRow("success") << Error() << "Ostrel::Error(NoError, \"\")";
+    QTest::newRow("failure") << Error(Error::HandlerNotFound, "no \"handler\"")
+                             << "Ostrel::Error(HandlerNotFound, \"no \\\"handler\\\"\")";
+    QTest::newRow("unknown code") << Error(Error::Code(42), "new") << "Ostrel::Error(42, \"new\")";
 }
 
 void TestError::isPrintedWithNameAndMessage()
@@ -300,17 +295,16 @@ void TestError::isPrintedWithNameAndMessage()
     QFETCH(const Error, error);
     QString printed;
     // What is set for the rest of the line stays.
-    QDebug(&printed).noquote().nospace()
-        << error << QStringLiteral("next") << QStringLiteral("word");
+    QDebug(&printed).noquote().nospace() << error << QString("next") << QString("word");
     QFETCH(const QString, text);
-    QCOMPARE(printed, text + QStringLiteral("nextword"));
+    QCOMPARE(printed, text + "nextword");
 }
 
 void TestError::fitsIntoAVariant()
 {
-    const QVariant variant = QVariant::fromValue(Error(Error::Failed, QStringLiteral("text")));
+    const QVariant variant = QVariant::fromValue(Error(Error::Failed, "text"));
     QVERIFY(variant.userType() != QMetaType::Bool);
-    QCOMPARE(variant.value<Error>().message(), QStringLiteral("text"));
+    QCOMPARE(variant.value<Error>().message(), "text");
     QVERIFY(Error(Error::Code(42)).name().isNull());
 }
 
@@ -321,21 +315,21 @@ void TestError::recordsArePrintedWithTheirMembers()
         QDebug(&text) << record;
         return text.trimmed();
     };
-    const QVariantMap properties{{QStringLiteral("k"), 3}};
-    const QString map = QStringLiteral("QMap((\"k\", QVariant(int, 3)))");
-    const QString a = QStringLiteral("a");
-    const QString b = QStringLiteral("b");
+    const QVariantMap properties{{"k", 3}};
+    const QString map = "QMap((\"k\", QVariant(int, 3)))";
+    const QString a = "a";
+    const QString b = "b";
     QCOMPARE(printed(Ostrel::RunningApplication{a, 7, Ostrel::ApplicationState(1),
                                                 Ostrel::ApplicationKind(2), properties}),
-             QStringLiteral("Ostrel::RunningApplication(\"a\", 7, 1, 2, %1)").arg(map));
+             QString("Ostrel::RunningApplication(\"a\", 7, 1, 2, %1)").arg(map));
     QCOMPARE(printed(Ostrel::RunningService{a, b, 7, Ostrel::ServiceState(1), properties}),
-             QStringLiteral("Ostrel::RunningService(\"a\", \"b\", 7, 1, %1)").arg(map));
+             QString("Ostrel::RunningService(\"a\", \"b\", 7, 1, %1)").arg(map));
     QCOMPARE(printed(Ostrel::TaskState{a, 3, properties}),
-             QStringLiteral("Ostrel::TaskState(\"a\", 3, %1)").arg(map));
+             QString("Ostrel::TaskState(\"a\", 3, %1)").arg(map));
     QCOMPARE(printed(Ostrel::AvailableTask{a, properties}),
-             QStringLiteral("Ostrel::AvailableTask(\"a\", %1)").arg(map));
+             QString("Ostrel::AvailableTask(\"a\", %1)").arg(map));
     QCOMPARE(printed(Ostrel::ActiveTask{a, 7, properties}),
-             QStringLiteral("Ostrel::ActiveTask(\"a\", 7, %1)").arg(map));
+             QString("Ostrel::ActiveTask(\"a\", 7, %1)").arg(map));
 }
 
 // The first test, so that the first use of the tables is contended.
@@ -347,8 +341,8 @@ void TestError::mapsInManyThreadsAtOnce()
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&right] {
             for (int round = 0; round < 200; ++round) {
-                const Error error = Ostrel::fromDBusError(
-                    busError(QStringLiteral(OSTREL_SERVICE_NAME ".Error.ProcessNotHandled")));
+                const Error error =
+                    Ostrel::fromDBusError(busError(OSTREL_SERVICE_NAME ".Error.ProcessNotHandled"));
                 right += error.code() == Error::ProcessNotHandled ? 1 : 0;
             }
         });

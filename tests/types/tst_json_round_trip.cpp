@@ -148,7 +148,7 @@ void TestJsonRoundTrip::randomObjectsComeBackEqual()
     const quint32 seed = given.isEmpty() ? std::random_device()() : given.toUInt();
     Maker maker(seed);
     // What is refused is logged, which another test looks at.
-    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
+    QLoggingCategory::setFilterRules("default.warning=false");
 
     int different = 0;
     for (int round = 0; round < 500; ++round) {
@@ -156,9 +156,7 @@ void TestJsonRoundTrip::randomObjectsComeBackEqual()
         QDBusArgument argument;
         argument << object;
         QDBusConnection::sessionBus().call(
-            QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                           QStringLiteral(OSTREL_SERVICE_PATH),
-                                           QStringLiteral("a.b"), QStringLiteral("Take"))
+            QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
             << QVariant::fromValue(argument));
         const QVector<Call> calls = simulator.calls();
         simulator.reset();

@@ -22,11 +22,10 @@ QVariant everything()
     QDBusArgument argument;
     argument.beginStructure();
     argument << uchar(1) << short(-2) << ushort(3) << -4 << 5U << -6LL << 7ULL << 8.5 << true
-             << QStringLiteral("text") << QDBusObjectPath(QStringLiteral("/path"))
-             << QDBusSignature(QStringLiteral("a{sv}")) << QDBusVariant(QStringLiteral("inner"))
-             << QStringList{QStringLiteral("a"), QStringLiteral("bc")} << QByteArray("bytes")
-             << QList<int>{1, 2, 3} << QVariantMap{{QStringLiteral("k"), QVariantList{1, true}}}
-             << QVariantList{QVariantMap(), QStringLiteral("x")};
+             << QString("text") << QDBusObjectPath("/path") << QDBusSignature("a{sv}")
+             << QDBusVariant("inner") << QStringList{"a", "bc"} << QByteArray("bytes")
+             << QList<int>{1, 2, 3} << QVariantMap{{"k", QVariantList{1, true}}}
+             << QVariantList{QVariantMap(), "x"};
     argument.beginStructure();
     argument << uchar(9) << 10LL;
     argument.endStructure();
@@ -89,10 +88,9 @@ void TestOutgoingArguments::initTestCase()
     qDBusRegisterMetaType<Maps>();
     qDBusRegisterMetaType<QMap<int, QDBusVariant>>();
     qDBusRegisterMetaType<QList<QDBusUnixFileDescriptor>>();
-    m_sender = QDBusConnection::connectToBus(m_bus->address(), QStringLiteral("sender"));
-    QVERIFY(QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/a"),
-                                                  QStringLiteral("a.b"), QStringLiteral("Given"),
-                                                  this, SLOT(take(QDBusMessage))));
+    m_sender = QDBusConnection::connectToBus(m_bus->address(), "sender");
+    QVERIFY(QDBusConnection::sessionBus().connect(QString(), "/a", "a.b", "Given", this,
+                                                  SLOT(take(QDBusMessage))));
     // The bus has the subscription when it has answered this.
     answerTo({});
 }
@@ -110,11 +108,9 @@ void TestOutgoingArguments::take(const QDBusMessage &message)
 QVariant TestOutgoingArguments::received(const QVariant &value)
 {
     m_received.clear();
-    m_sender->send(QDBusMessage::createSignal(QStringLiteral("/a"), QStringLiteral("a.b"),
-                                              QStringLiteral("Given"))
-                   << mapOf(value));
+    m_sender->send(QDBusMessage::createSignal("/a", "a.b", "Given") << mapOf(value));
     waitUntil([this] { return !m_received.isEmpty(); });
-    return m_received.value(QStringLiteral("key"));
+    return m_received.value("key");
 }
 
 void TestOutgoingArguments::deepestValuesAreSentOn()
@@ -124,11 +120,10 @@ void TestOutgoingArguments::deepestValuesAreSentOn()
     QCOMPARE(value.userType(), qMetaTypeId<QDBusArgument>());
     QVariantMap map = mapOf(inMaps(value, 1));
     QCOMPARE(refusalOf(map).message(), QString());
-    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
 
-    const QString tooDeep =
-        QStringLiteral("Marshalling failed: \"inner\" is nested too deeply for a "
-                       "message, with a value of type ");
+    const QString tooDeep = "Marshalling failed: \"inner\" is nested too deeply for a "
+                            "message, with a value of type ";
     map = mapOf(inMaps(QVariant::fromValue(QDBusVariant(value)), 1));
     QVERIFY(refusalOf(map).message().startsWith(tooDeep));
     map = mapOf(inMaps(received(inMaps(1, 19)), 2));
@@ -138,28 +133,24 @@ void TestOutgoingArguments::deepestValuesAreSentOn()
 void TestOutgoingArguments::sizesAreThoseOfOwnValues_data()
 {
     QTest::addColumn<QVariant>("value");
-    QTest::newRow("list") << QVariant(
-        QVariantList{QVariant::fromValue(uchar(1)), QStringLiteral("x"), 1.5});
+    QTest::newRow("list") << QVariant(QVariantList{QVariant::fromValue(uchar(1)), "x", 1.5});
     QTest::newRow("list of lists")
         << inLists(QVariantList{1LL, QVariant::fromValue(uchar(1)), 2LL}, 3);
     QTest::newRow("no list") << QVariant(QVariantList());
     QTest::newRow("map") << QVariant(
-        QVariantMap{{QStringLiteral("a"), QVariant::fromValue(uchar(1))},
-                    {QStringLiteral("bc"), QByteArray("xyz")},
-                    {QStringLiteral("d"), true}});
+        QVariantMap{{"a", QVariant::fromValue(uchar(1))}, {"bc", QByteArray("xyz")}, {"d", true}});
     QTest::newRow("maps") << QVariant::fromValue(Maps{oneEntry(1), {}, oneEntry(inLists(1, 2))});
     QTest::newRow("map of numbers") << QVariant::fromValue(QMap<int, QDBusVariant>{
         {1, QDBusVariant(QVariant::fromValue(short(2)))}, {3, QDBusVariant(4)}});
-    QTest::newRow("strings") << inLists(QStringList{QStringLiteral("a"), QString()}, 1);
+    QTest::newRow("strings") << inLists(QStringList{"a", QString()}, 1);
     QTest::newRow("numbers") << QVariant::fromValue(QList<qlonglong>{1, 2, 3});
     QTest::newRow("structure") << QVariant(QLineF(1, 2, 3, 4));
-    QTest::newRow("record") << QVariant::fromValue(
-        Ostrel::ActiveTask{QStringLiteral("abc"), 1, oneEntry(QStringLiteral("x"))});
-    QTest::newRow("records") << QVariant::fromValue(QVector<Ostrel::AvailableTask>{
-        {QStringLiteral("abc"), oneEntry(1)}, {QStringLiteral("d"), {}}});
+    QTest::newRow("record") << QVariant::fromValue(Ostrel::ActiveTask{"abc", 1, oneEntry("x")});
+    QTest::newRow("records") << QVariant::fromValue(
+        QVector<Ostrel::AvailableTask>{{"abc", oneEntry(1)}, {"d", {}}});
     QTest::newRow("path and signature")
-        << QVariant(QVariantList{QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a/b"))),
-                                 QVariant::fromValue(QDBusSignature(QStringLiteral("as"))), 1});
+        << QVariant(QVariantList{QVariant::fromValue(QDBusObjectPath("/a/b")),
+                                 QVariant::fromValue(QDBusSignature("as")), 1});
 }
 
 void TestOutgoingArguments::sizesAreThoseOfOwnValues()
@@ -178,14 +169,13 @@ void TestOutgoingArguments::tooLargeValuesAreFound()
 
 void TestOutgoingArguments::descriptorsAreCounted()
 {
-    QVariantMap map{{QStringLiteral("a"), received(descriptors(10))},
-                    {QStringLiteral("b"), descriptors(6)}};
+    QVariantMap map{{"a", received(descriptors(10))}, {"b", descriptors(6)}};
     QCOMPARE(refusalOf(map).message(), QString());
-    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
-    map.insert(QStringLiteral("b"), received(descriptors(7)));
+    QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
+    map.insert("b", received(descriptors(7)));
     QCOMPARE(refusalOf(map).message(),
-             QStringLiteral("Marshalling failed: \"b\" holds one file descriptor too many, in a "
-                            "value of type QDBusArgument"));
+             "Marshalling failed: \"b\" holds one file descriptor too many, in a "
+             "value of type QDBusArgument");
 }
 
 void TestOutgoingArguments::argumentsStayWhereTheyStand()
@@ -206,7 +196,7 @@ void TestOutgoingArguments::argumentsStayWhereTheyStand()
     }
     QCOMPARE(types.join(QString()), signature.mid(1, signature.size() - 2));
     QCOMPARE(values.at(5), QVariant(-6LL));
-    QCOMPARE(values.at(9), QVariant(QStringLiteral("text")));
+    QCOMPARE(values.at(9), QVariant("text"));
     QCOMPARE(values.at(14), QVariant(QByteArray("bytes")));
     QCOMPARE(qdbus_cast<QList<int>>(values.at(15)), (QList<int>{1, 2, 3}));
     // At the end there is no value.

@@ -22,7 +22,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-const QString type = QStringLiteral("sync");
+const QString type = "sync";
 
 // What a usual system bus takes, and what is left of it beside the head.
 constexpr int largestMessage = 32 * 1024 * 1024;
@@ -39,7 +39,7 @@ QVariantMap descriptors(int count)
     for (int i = 0; i < count; ++i) {
         list.append(QVariant::fromValue(QDBusUnixFileDescriptor(0)));
     }
-    return {{QStringLiteral("key"), list}};
+    return {{"key", list}};
 }
 
 // A message bus with the limits that are built into the daemon.
@@ -47,12 +47,11 @@ class Daemon
 {
 public:
     Daemon(const QString &busType, const QString &address)
-        : m_process(QStringLiteral("dbus-daemon"),
-                    {QStringLiteral("--config-file=%1").arg(configuration(busType)),
-                     QStringLiteral("--address=%1")
+        : m_process("dbus-daemon",
+                    {QString("--config-file=%1").arg(configuration(busType)),
+                     QString("--address=%1")
                          .arg(QString(address).replace(QLatin1String("%1"), m_folder.path())),
-                     QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                     QStringLiteral("--nosyslog"), QStringLiteral("--print-address=1")})
+                     "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"})
     {
         m_process.start();
         m_address = m_process.readLine();
@@ -63,23 +62,23 @@ public:
 private:
     QString configuration(const QString &busType) const
     {
-        QString path = m_folder.filePath(QStringLiteral("bus.conf"));
+        QString path = m_folder.filePath("bus.conf");
         writeFile(path,
-                  QStringLiteral("<!DOCTYPE busconfig PUBLIC\n"
-                                 "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                                 "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\""
-                                 ">\n"
-                                 "<busconfig>\n"
-                                 "  <type>%1</type>\n"
-                                 "  <listen>unix:tmpdir=/tmp</listen>\n"
-                                 "  <auth>EXTERNAL</auth>\n"
-                                 "  <auth>ANONYMOUS</auth>\n"
-                                 "  <allow_anonymous/>\n"
-                                 "  <policy context=\"default\">\n"
-                                 "    <allow send_destination=\"*\"/>\n"
-                                 "    <allow receive_sender=\"*\"/>\n"
-                                 "  </policy>\n"
-                                 "</busconfig>\n")
+                  QString("<!DOCTYPE busconfig PUBLIC\n"
+                          "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                          "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\""
+                          ">\n"
+                          "<busconfig>\n"
+                          "  <type>%1</type>\n"
+                          "  <listen>unix:tmpdir=/tmp</listen>\n"
+                          "  <auth>EXTERNAL</auth>\n"
+                          "  <auth>ANONYMOUS</auth>\n"
+                          "  <allow_anonymous/>\n"
+                          "  <policy context=\"default\">\n"
+                          "    <allow send_destination=\"*\"/>\n"
+                          "    <allow receive_sender=\"*\"/>\n"
+                          "  </policy>\n"
+                          "</busconfig>\n")
                       .arg(busType));
         return path;
     }
@@ -113,8 +112,8 @@ private:
     // What becomes of a start on the system bus.
     QString start(const QString &name, const QVariantMap &hints = {});
 
-    const QString m_arrived = QStringLiteral("started 0: 1 \"The name " OSTREL_SERVICE_NAME
-                                             " was not provided by any .service files\"");
+    const QString m_arrived =
+        "started 0: 1 \"The name " OSTREL_SERVICE_NAME " was not provided by any .service files\"";
 
     std::optional<Daemon> m_systemBus;
     std::optional<Daemon> m_sessionBus;
@@ -123,10 +122,10 @@ private:
 
 void TestOutgoingBuses::initTestCase()
 {
-    m_systemBus.emplace(QStringLiteral("system"), QStringLiteral("unix:path=%1/bus"));
+    m_systemBus.emplace("system", "unix:path=%1/bus");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address());
     // It passes on no file descriptors.
-    m_sessionBus.emplace(QStringLiteral("session"), QStringLiteral("tcp:host=127.0.0.1"));
+    m_sessionBus.emplace("session", "tcp:host=127.0.0.1");
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus->address());
 
     const Warnings warnings;
@@ -155,11 +154,10 @@ void TestOutgoingBuses::systemBusTakesItsLargestMessage()
 {
     QCOMPARE(start(letters(room)), m_arrived);
     for (const int size : {room + 1, largestMessage, 2 * largestMessage}) {
-        QCOMPARE(
-            start(letters(size)),
-            QStringLiteral("started 0: 1 \"Marshalling failed: a text of %1 bytes is too large "
-                           "for a message\"")
-                .arg(size));
+        QCOMPARE(start(letters(size)),
+                 QString("started 0: 1 \"Marshalling failed: a text of %1 bytes is too large "
+                         "for a message\"")
+                     .arg(size));
     }
 }
 
@@ -169,19 +167,18 @@ void TestOutgoingBuses::systemBusTakesItsLargestMap()
     // Each map has a length and padding. The entry has its key, its type and its length.
     const int maps = (before + 4 + 7) / 8 * 8 + 8;
     const int largest = largestMessage - 4096 - maps - (4 + 4 + 3 + 1 + 4 + 1);
-    QCOMPARE(start(letters(1), {{QStringLiteral("key"), letters(largest)}}), m_arrived);
-    QCOMPARE(
-        start(letters(1), {{QStringLiteral("key"), letters(largest + 1)}}),
-        QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" is too large for a message, "
-                       "with a value of type QString\""));
+    QCOMPARE(start(letters(1), {{"key", letters(largest)}}), m_arrived);
+    QCOMPARE(start(letters(1), {{"key", letters(largest + 1)}}),
+             "started 0: 1 \"Marshalling failed: \"key\" is too large for a message, "
+             "with a value of type QString\"");
 }
 
 void TestOutgoingBuses::systemBusTakesSixteenDescriptors()
 {
-    QCOMPARE(start(QStringLiteral("a"), descriptors(16)), m_arrived);
-    QCOMPARE(start(QStringLiteral("a"), descriptors(17)),
-             QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" holds one file descriptor "
-                            "too many, in a value of type QDBusUnixFileDescriptor\""));
+    QCOMPARE(start("a", descriptors(16)), m_arrived);
+    QCOMPARE(start("a", descriptors(17)),
+             "started 0: 1 \"Marshalling failed: \"key\" holds one file descriptor "
+             "too many, in a value of type QDBusUnixFileDescriptor\"");
 }
 
 // libdbus duplicates each one. Where it cannot, the message lacks what it announces.
@@ -195,28 +192,25 @@ void TestOutgoingBuses::descriptorsNeedRoomInTheProcess()
     none.rlim_cur = 3;
     Events events;
     setrlimit(RLIMIT_NOFILE, &none);
-    m_invoker->start(QStringLiteral("a"), {}, hints, events.started());
+    m_invoker->start("a", {}, hints, events.started());
     setrlimit(RLIMIT_NOFILE, &usual);
     events.waitFor(1);
-    QCOMPARE(
-        events.all().constFirst(),
-        QStringLiteral("started 0: 1 \"Marshalling failed: \"key\" holds a file descriptor that "
-                       "cannot be duplicated, in a value of type QDBusUnixFileDescriptor\""));
-    QCOMPARE(start(QStringLiteral("a"), hints), m_arrived);
+    QCOMPARE(events.all().constFirst(),
+             "started 0: 1 \"Marshalling failed: \"key\" holds a file descriptor that "
+             "cannot be duplicated, in a value of type QDBusUnixFileDescriptor\"");
+    QCOMPARE(start("a", hints), m_arrived);
 }
 
 void TestOutgoingBuses::busWithoutDescriptorsIsSentNone()
 {
     Ostrel::Control control;
     const Ostrel::Error error =
-        control.startDebug(QStringLiteral("a.b"), Ostrel::DebugParams(descriptors(1))).error;
+        control.startDebug("a.b", Ostrel::DebugParams(descriptors(1))).error;
     QCOMPARE(error.code(), Ostrel::Error::Failed);
     QCOMPARE(error.message(),
-             QStringLiteral("Marshalling failed: \"key\" needs a bus that passes file descriptors, "
-                            "for a value of type QDBusUnixFileDescriptor"));
-    QVERIFY(!control.startDebug(QStringLiteral("a.b"), {})
-                 .error.message()
-                 .startsWith(QStringLiteral("Not connected")));
+             "Marshalling failed: \"key\" needs a bus that passes file descriptors, "
+             "for a value of type QDBusUnixFileDescriptor");
+    QVERIFY(!control.startDebug("a.b", {}).error.message().startsWith("Not connected"));
 }
 
 OSTREL_TEST_MAIN(TestOutgoingBuses)

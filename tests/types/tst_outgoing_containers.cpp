@@ -33,7 +33,7 @@ Q_DECLARE_METATYPE(Steps)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const Settings &settings)
 {
-    return argument << QVariantMap{{QStringLiteral("name"), settings.name}};
+    return argument << QVariantMap{{"name", settings.name}};
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, Settings & /*settings*/)
@@ -109,24 +109,22 @@ void TestOutgoingContainers::sendableContainersArrive_data()
     const auto row = [](const char *name, const QVariant &value, const char *arrived) {
         QTest::newRow(name) << value << QString::fromLatin1(arrived);
     };
-    row("type that converts to a map", QVariant::fromValue(Settings{QStringLiteral("x")}),
+    row("type that converts to a map", QVariant::fromValue(Settings{"x"}),
         "a{sv} 1 \"name\" s \"x\"");
     row("type that converts to a list", QVariant::fromValue(Steps{7}), "av 1 i 7");
-    row("list of a type that converts", QVariant::fromValue(QList<Settings>{{QStringLiteral("x")}}),
+    row("list of a type that converts", QVariant::fromValue(QList<Settings>{{"x"}}),
         "aa{sv} 1 1 \"name\" s \"x\"");
 
-    const QJsonObject object{{QStringLiteral("k"), QJsonArray{1, 2}}};
+    const QJsonObject object{{"k", QJsonArray{1, 2}}};
     row("vector of JSON objects", QVariant::fromValue(QVector<QJsonObject>{object, {}}),
         "aa{sv} 2 1 \"k\" ad 2 1 2 0");
-    row("vector of JSON arrays",
-        QVariant::fromValue(QVector<QJsonArray>{{1, 2}, {}, {QStringLiteral("x"), true}}),
+    row("vector of JSON arrays", QVariant::fromValue(QVector<QJsonArray>{{1, 2}, {}, {"x", true}}),
         "aav 3 2 d 1 d 2 0 2 s \"x\" b true");
-    row("map of JSON objects",
-        QVariant::fromValue(QMap<QString, QJsonObject>{{QStringLiteral("m"), object}}),
+    row("map of JSON objects", QVariant::fromValue(QMap<QString, QJsonObject>{{"m", object}}),
         "a{sa{sv}} 1 \"m\" 1 \"k\" ad 2 1 2");
 
     row("no variants", QVariant::fromValue(Variants()), "av 0");
-    row("vector of variants", QVariant::fromValue(Variants{1, QStringLiteral("x"), oneEntry(true)}),
+    row("vector of variants", QVariant::fromValue(Variants{1, "x", oneEntry(true)}),
         "av 3 i 1 s \"x\" a{sv} 1 \"k\" b true");
     row("map of variants", QVariant::fromValue(NumberedVariants{{7, 1}, {8, QByteArray("a")}}),
         "a{iv} 2 7 i 1 8 ay 1 97");
@@ -157,15 +155,14 @@ void TestOutgoingContainers::unsendableElementsAreFound_data()
     QTest::addColumn<QString>("message");
 
     const auto rows = [](const char *name, const QVariant &element, const char *message) {
-        const QString whole =
-            QStringLiteral("Marshalling failed: \"key\" ") + QLatin1String(message);
+        const QString whole = "Marshalling failed: \"key\" " + QLatin1String(message);
         QTest::addRow("%s in a vector", name) << QVariant::fromValue(Variants{1, element}) << whole;
         QTest::addRow("%s in a map", name)
             << QVariant::fromValue(NumberedVariants{{1, 2}, {3, element}}) << whole;
     };
     rows("nothing", QVariant(), "holds a value of type none");
     rows("float", 1.5F, "holds a value of type float");
-    rows("URL", QUrl(QStringLiteral("file:///")), "holds a value of type QUrl");
+    rows("URL", QUrl("file:///"), "holds a value of type QUrl");
     rows("JSON null", QJsonValue(), "holds a value of type QJsonValue");
     rows("variant of nothing", QVariant::fromValue(QDBusVariant(QVariant())),
          "holds a value of type none");
@@ -177,8 +174,8 @@ void TestOutgoingContainers::unsendableElementsAreFound_data()
     const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(0));
     QTest::newRow("descriptor beside JSON in a vector")
         << QVariant::fromValue(Variants{descriptor, QJsonValue(1)})
-        << QStringLiteral("Marshalling failed: \"key\" holds a file descriptor beside JSON, in a "
-                          "value of type QVector<QVariant>");
+        << "Marshalling failed: \"key\" holds a file descriptor beside JSON, in a "
+           "value of type QVector<QVariant>";
 }
 
 void TestOutgoingContainers::unsendableElementsAreFound()
@@ -199,7 +196,7 @@ void TestOutgoingContainers::variantsInVariantsAreCounted()
     }
     QVariantMap map = mapOf(QVariant::fromValue(QDBusVariant(value)));
     QCOMPARE(refusalOf(map).message(), QString());
-    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
     map = mapOf(QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(value)))));
     QVERIFY(refusalOf(map).isValid());
 }

@@ -42,7 +42,7 @@ QVariant inObjects(int levels)
 {
     QJsonValue value = 1;
     for (int level = 0; level < levels; ++level) {
-        value = QJsonObject{{QStringLiteral("k"), value}};
+        value = QJsonObject{{"k", value}};
     }
     return value;
 }
@@ -51,7 +51,7 @@ QVariant inMixedArrays(int levels)
 {
     QJsonValue value = 1;
     for (int level = 0; level < levels; ++level) {
-        value = QJsonArray{QStringLiteral("x"), value};
+        value = QJsonArray{"x", value};
     }
     return value;
 }
@@ -101,12 +101,12 @@ void TestOutgoingDepth::deepestValuesArrive_data()
     // In all, 62 to 64 containers.
     QTest::newRow("maps") << inMaps(1, 20);
     QTest::newRow("lists") << inLists(1, 30);
-    QTest::newRow("lists and strings") << inLists(QStringList{QStringLiteral("x")}, 30);
+    QTest::newRow("lists and strings") << inLists(QStringList{"x"}, 30);
     QTest::newRow("lists and a variant") << inLists(QVariant::fromValue(QDBusVariant(1)), 30);
     QTest::newRow("structures") << inStructures(32);
     QTest::newRow("lists and a list of maps")
         << inLists(QVariant::fromValue(Maps{oneEntry(1)}), 28);
-    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
+    const QVariantMap strings{{"key", QStringList{"x"}}};
     QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{strings}), 28);
     QTest::newRow("lists and a map of maps")
         << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
@@ -117,8 +117,8 @@ void TestOutgoingDepth::deepestValuesArrive_data()
     QTest::newRow("deepest signature")
         << QVariant::fromValue(QDBusSignature(QString(32, QLatin1Char('a')) + QLatin1Char('i')));
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 30);
-    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, QStringLiteral("x")}, 29);
-    QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 29);
+    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, "x"}, 29);
+    QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{"k", 1}}, 29);
     QTest::newRow("JSON objects") << inObjects(20);
     QTest::newRow("JSON arrays") << inMixedArrays(30);
 }
@@ -129,7 +129,7 @@ void TestOutgoingDepth::deepestValuesArrive()
     QVariantMap map = mapOf(value);
     const Warnings warnings;
     QVERIFY(!refusalOf(map).isValid());
-    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
     QCOMPARE(warnings.texts(), QStringList());
 }
 
@@ -139,30 +139,28 @@ void TestOutgoingDepth::tooDeepValuesAreFound_data()
     QTest::newRow("maps") << inMaps(1, 21);
     QTest::newRow("lists") << inLists(1, 31);
     QTest::newRow("lists, a variant and strings")
-        << inLists(QVariant::fromValue(QDBusVariant(QStringList{QStringLiteral("x")})), 30);
+        << inLists(QVariant::fromValue(QDBusVariant(QStringList{"x"})), 30);
     QTest::newRow("lists and arrays in arrays")
         << inLists(QVariant::fromValue(QList<QStringList>{QStringList()}), 30);
-    QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{QStringLiteral("k"), 1}}, 30);
-    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, QStringLiteral("x")}, 30);
-    QTest::newRow("lists and JSON objects")
-        << inLists(QJsonArray{QJsonObject{{QStringLiteral("k"), 1}}}, 29);
+    QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{"k", 1}}, 30);
+    QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, "x"}, 30);
+    QTest::newRow("lists and JSON objects") << inLists(QJsonArray{QJsonObject{{"k", 1}}}, 29);
     QTest::newRow("structures") << inStructures(33);
-    const QVariantMap strings{{QStringLiteral("key"), QStringList{QStringLiteral("x")}}};
-    const QVariantMap arrays{{QStringLiteral("key"), QVariant::fromValue(QList<QStringList>())}};
+    const QVariantMap strings{{"key", QStringList{"x"}}};
+    const QVariantMap arrays{{"key", QVariant::fromValue(QList<QStringList>())}};
     QTest::newRow("lists and maps") << inLists(QVariant::fromValue(Maps{arrays}), 28);
     QTest::newRow("lists and a map of maps")
         << inLists(QVariant::fromValue(NamedMaps{{QString(), strings}}), 28);
     QTest::newRow("lists and a record of arrays")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, arrays}), 28);
-    const QVariantMap key{{QStringLiteral("key"), 1}};
+    const QVariantMap key{{"key", 1}};
     QTest::newRow("lists and a list of maps") << inLists(QVariant::fromValue(Maps{key}), 29);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, key}), 29);
     QVariant variant = 1;
     for (int level = 0; level < 30; ++level) {
         variant = QVariant::fromValue(NamedVariants{
-            {QStringLiteral("n"),
-             qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
+            {"n", qvariant_cast<QDBusVariant>(QVariant::fromValue(QDBusVariant(variant)))}});
     }
     QTest::newRow("maps of variants") << variant;
     QTest::newRow("JSON objects") << inObjects(21);
@@ -171,7 +169,7 @@ void TestOutgoingDepth::tooDeepValuesAreFound_data()
     QTest::newRow("far too many lists") << inLists(1, 1000);
     QJsonArray array;
     for (int level = 0; level < 100000; ++level) {
-        array = QJsonArray{QStringLiteral("x"), array};
+        array = QJsonArray{"x", array};
     }
     QTest::newRow("far too many arrays") << QVariant(array);
 }
@@ -181,11 +179,10 @@ void TestOutgoingDepth::tooDeepValuesAreFound()
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
     const QString message = refusalOf(map).message();
-    QVERIFY2(
-        message.startsWith(QStringLiteral("Marshalling failed: \"key\" is nested too deeply for "
-                                          "a message, with a value of type "))
-            || message.startsWith(QStringLiteral("Marshalling failed: \"inner\" is nested")),
-        qPrintable(message));
+    QVERIFY2(message.startsWith("Marshalling failed: \"key\" is nested too deeply for "
+                                "a message, with a value of type ")
+                 || message.startsWith("Marshalling failed: \"inner\" is nested"),
+             qPrintable(message));
 }
 
 void TestOutgoingDepth::nestingIsThatOfTheTypes_data()

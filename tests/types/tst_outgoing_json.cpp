@@ -50,11 +50,11 @@ void TestOutgoingJson::leftOutPartsTakeNoRoom()
 {
     const QJsonArray arrays{QJsonArray{letters(500)}};
     const QJsonObject object{{letters(400), arrays}, {letters(401), arrays}, {letters(800), 1}};
-    QVariantMap map{{QStringLiteral("key"), object}};
+    QVariantMap map{{"key", object}};
     OutgoingMessage message(1000);
     message.add(map);
     QCOMPARE(message.refusal().message(), QString());
-    QCOMPARE(map.value(QStringLiteral("key")), QVariant(QVariantMap{{letters(800), 1.0}}));
+    QCOMPARE(map.value("key"), QVariant(QVariantMap{{letters(800), 1.0}}));
 }
 
 void TestOutgoingJson::countingEndsWithTheRoom_data()
@@ -70,13 +70,13 @@ void TestOutgoingJson::countingEndsWithTheRoom_data()
             parts.insert(QString::number(i), object);
         }
         object = parts;
-        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+        mixed = QJsonArray{"x", mixed, mixed, mixed, mixed, mixed};
     }
     QTest::newRow("list") << list;
     QTest::newRow("JSON object") << QVariant(object);
     QTest::newRow("mixed JSON array") << QVariant(mixed);
     for (int level = 14; level < 30; ++level) {
-        mixed = QJsonArray{QStringLiteral("x"), mixed, mixed, mixed, mixed, mixed};
+        mixed = QJsonArray{"x", mixed, mixed, mixed, mixed, mixed};
     }
     QTest::newRow("deep mixed JSON array") << QVariant(mixed);
 }
@@ -85,9 +85,9 @@ void TestOutgoingJson::countingEndsWithTheRoom_data()
 void TestOutgoingJson::countingEndsWithTheRoom()
 {
     QFETCH(QVariant, value);
-    QVariantMap map{{QStringLiteral("key"), value}};
+    QVariantMap map{{"key", value}};
     QVERIFY(refusalOf(map).message().startsWith(
-        QStringLiteral("Marshalling failed: \"key\" is too large for a message")));
+        "Marshalling failed: \"key\" is too large for a message"));
 }
 
 OSTREL_TEST_MAIN(TestOutgoingJson)

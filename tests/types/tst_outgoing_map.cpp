@@ -94,29 +94,26 @@ void TestOutgoingMap::cleanup()
 void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
 {
     QTest::addColumn<QVariant>("value");
-    QTest::newRow("string") << QVariant(QStringLiteral("x"));
+    QTest::newRow("string") << QVariant("x");
     QTest::newRow("null string") << QVariant(QString());
     QTest::newRow("number") << QVariant(3);
-    QTest::newRow("strings") << QVariant(QStringList{QStringLiteral("x")});
+    QTest::newRow("strings") << QVariant(QStringList{"x"});
     QTest::newRow("bytes") << QVariant(QByteArray("a\0b", 3));
-    QTest::newRow("path") << QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a")));
-    QTest::newRow("map") << QVariant(QVariantMap{{QStringLiteral("k"), 1}});
-    QTest::newRow("list") << QVariant(QVariantList{1, QStringLiteral("x")});
+    QTest::newRow("path") << QVariant::fromValue(QDBusObjectPath("/a"));
+    QTest::newRow("map") << QVariant(QVariantMap{{"k", 1}});
+    QTest::newRow("list") << QVariant(QVariantList{1, "x"});
     QTest::newRow("variant") << QVariant::fromValue(QDBusVariant(3));
     QTest::newRow("empty map") << QVariant(QVariantMap());
     QTest::newRow("empty list") << QVariant(QVariantList());
-    QTest::newRow("paths") << QVariant::fromValue(
-        QList<QDBusObjectPath>{QDBusObjectPath(QStringLiteral("/a"))});
+    QTest::newRow("paths") << QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath("/a")});
     QTest::newRow("numbers") << QVariant::fromValue(QList<int>{1, 2});
-    QTest::newRow("signature") << QVariant::fromValue(QDBusSignature(QStringLiteral("a{sv}")));
+    QTest::newRow("signature") << QVariant::fromValue(QDBusSignature("a{sv}"));
     QTest::newRow("descriptor") << QVariant::fromValue(QDBusUnixFileDescriptor(0));
     QTest::newRow("list of maps") << QVariant::fromValue(Maps{oneEntry(1), {}});
-    QTest::newRow("map of maps") << QVariant::fromValue(
-        NamedMaps{{QStringLiteral("n"), oneEntry(1)}});
-    QTest::newRow("map of variants")
-        << QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(1)}});
+    QTest::newRow("map of maps") << QVariant::fromValue(NamedMaps{{"n", oneEntry(1)}});
+    QTest::newRow("map of variants") << QVariant::fromValue(NamedVariants{{"n", QDBusVariant(1)}});
     QTest::newRow("application") << QVariant::fromValue(
-        Ostrel::RunningApplication{QStringLiteral("a.b"), 1, {}, {}, oneEntry(1)});
+        Ostrel::RunningApplication{"a.b", 1, {}, {}, oneEntry(1)});
     QTest::newRow("structure") << QVariant(QPoint(1, 2));
 }
 
@@ -128,7 +125,7 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre()
     QVERIFY(!refusalOf(map).isValid());
     // The very same map: nothing was copied.
     QVERIFY(map.isSharedWith(original));
-    QVERIFY(sentOn(*m_bus, map).startsWith(QStringLiteral("1 \"key\" ")));
+    QVERIFY(sentOn(*m_bus, map).startsWith("1 \"key\" "));
 }
 
 void TestOutgoingMap::jsonValuesAreReplaced_data()
@@ -137,47 +134,41 @@ void TestOutgoingMap::jsonValuesAreReplaced_data()
     QTest::addColumn<QString>("arrived");
 
     const QJsonArray flags{true, false};
-    QTest::newRow("array") << QVariant(flags) << QStringLiteral("ab 2 true false");
-    QTest::newRow("array in a value")
-        << QVariant(QJsonValue(flags)) << QStringLiteral("ab 2 true false");
-    QTest::newRow("number") << QVariant(QJsonValue(3)) << QStringLiteral("d 3");
-    QTest::newRow("string") << QVariant(QJsonValue(QStringLiteral("x")))
-                            << QStringLiteral("s \"x\"");
-    QTest::newRow("object") << QVariant(QJsonObject{{QStringLiteral("k"), flags}})
-                            << QStringLiteral("a{sv} 1 \"k\" ab 2 true false");
-    QTest::newRow("in a map") << QVariant(QVariantMap{{QStringLiteral("k"), QJsonValue(true)}})
-                              << QStringLiteral("a{sv} 1 \"k\" b true");
-    QTest::newRow("in a hash") << QVariant(QVariantHash{{QStringLiteral("k"), QJsonValue(true)}})
-                               << QStringLiteral("a{sv} 1 \"k\" b true");
-    QTest::newRow("in a list") << QVariant(QVariantList{1, QJsonArray{QStringLiteral("x")}})
-                               << QStringLiteral("av 2 i 1 as 1 \"x\"");
+    QTest::newRow("array") << QVariant(flags) << "ab 2 true false";
+    QTest::newRow("array in a value") << QVariant(QJsonValue(flags)) << "ab 2 true false";
+    QTest::newRow("number") << QVariant(QJsonValue(3)) << "d 3";
+    QTest::newRow("string") << QVariant(QJsonValue("x")) << "s \"x\"";
+    QTest::newRow("object") << QVariant(QJsonObject{{"k", flags}})
+                            << "a{sv} 1 \"k\" ab 2 true false";
+    QTest::newRow("in a map") << QVariant(QVariantMap{{"k", QJsonValue(true)}})
+                              << "a{sv} 1 \"k\" b true";
+    QTest::newRow("in a hash") << QVariant(QVariantHash{{"k", QJsonValue(true)}})
+                               << "a{sv} 1 \"k\" b true";
+    QTest::newRow("in a list") << QVariant(QVariantList{1, QJsonArray{"x"}})
+                               << "av 2 i 1 as 1 \"x\"";
     QTest::newRow("in a variant") << QVariant::fromValue(QDBusVariant(QJsonValue(2.5)))
-                                  << QStringLiteral("v d 2.5");
+                                  << "v d 2.5";
     QTest::newRow("far inside") << inMaps(inLists(QJsonValue(true), 1), 1)
-                                << QStringLiteral("a{sv} 1 \"inner\" av 1 b true");
+                                << "a{sv} 1 \"inner\" av 1 b true";
 
     const QVariantMap inside = oneEntry(flags);
-    QTest::newRow("in a list of maps") << QVariant::fromValue(Maps{{}, inside})
-                                       << QStringLiteral("aa{sv} 2 0 1 \"k\" ab 2 true false");
-    QTest::newRow("in a list of lists of maps")
-        << QVariant::fromValue(QList<Maps>{{inside}, {}})
-        << QStringLiteral("aaa{sv} 2 1 1 \"k\" ab 2 true false 0");
-    QTest::newRow("in a map of maps")
-        << QVariant::fromValue(NamedMaps{{QStringLiteral("m"), {}}, {QStringLiteral("n"), inside}})
-        << QStringLiteral("a{sa{sv}} 2 \"m\" 0 \"n\" 1 \"k\" ab 2 true false");
+    QTest::newRow("in a list of maps")
+        << QVariant::fromValue(Maps{{}, inside}) << "aa{sv} 2 0 1 \"k\" ab 2 true false";
+    QTest::newRow("in a list of lists of maps") << QVariant::fromValue(QList<Maps>{{inside}, {}})
+                                                << "aaa{sv} 2 1 1 \"k\" ab 2 true false 0";
+    QTest::newRow("in a map of maps") << QVariant::fromValue(NamedMaps{{"m", {}}, {"n", inside}})
+                                      << "a{sa{sv}} 2 \"m\" 0 \"n\" 1 \"k\" ab 2 true false";
     QTest::newRow("in a map of numbers")
         << QVariant::fromValue(QMap<int, QDBusVariant>{{7, QDBusVariant(flags)}})
-        << QStringLiteral("a{iv} 1 7 ab 2 true false");
-    QTest::newRow("in a record") << QVariant::fromValue(
-        Ostrel::ActiveTask{QStringLiteral("t"), 3, inside})
-                                 << QStringLiteral("(sia{sv}) \"t\" 3 1 \"k\" ab 2 true false");
+        << "a{iv} 1 7 ab 2 true false";
+    QTest::newRow("in a record") << QVariant::fromValue(Ostrel::ActiveTask{"t", 3, inside})
+                                 << "(sia{sv}) \"t\" 3 1 \"k\" ab 2 true false";
     QMultiMap<QString, QVariant> twice;
-    twice.insert(QStringLiteral("k"), 1);
-    twice.insert(QStringLiteral("k"), flags);
-    twice.insert(QStringLiteral("k"), 2);
+    twice.insert("k", 1);
+    twice.insert("k", flags);
+    twice.insert("k", 2);
     QTest::newRow("behind a key that comes twice")
-        << QVariant(QVariantMap(twice))
-        << QStringLiteral("a{sv} 3 \"k\" i 2 \"k\" ab 2 true false \"k\" i 1");
+        << QVariant(QVariantMap(twice)) << "a{sv} 3 \"k\" i 2 \"k\" ab 2 true false \"k\" i 1";
 }
 
 void TestOutgoingMap::jsonValuesAreReplaced()
@@ -187,7 +178,7 @@ void TestOutgoingMap::jsonValuesAreReplaced()
     const QVariantMap original = map;
     QVERIFY(!refusalOf(map).isValid());
     QTEST(sentOn(*m_bus, map).mid(8), "arrived");
-    QCOMPARE(original.value(QStringLiteral("key")), value);
+    QCOMPARE(original.value("key"), value);
 }
 
 void TestOutgoingMap::unsendableValuesAreFound_data()
@@ -196,8 +187,7 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     QTest::addColumn<QString>("message");
 
     const auto row = [](const char *name, const QVariant &value, const char *message) {
-        QTest::newRow(name) << value
-                            << QStringLiteral("Marshalling failed: ") + QLatin1String(message);
+        QTest::newRow(name) << value << "Marshalling failed: " + QLatin1String(message);
     };
     row("nothing", QVariant(), "\"key\" holds a value of type none");
     row("float", QVariant(1.5F), "\"key\" holds a value of type float");
@@ -206,7 +196,7 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     row("empty argument", QVariant::fromValue(QDBusArgument()),
         "\"key\" holds a value of type QDBusArgument");
     QDBusArgument several;
-    several << 1 << QStringLiteral("x");
+    several << 1 << QString("x");
     row("argument of several values", QVariant::fromValue(several),
         "\"key\" holds several values of type QDBusArgument");
     row("what writes nothing", QVariant::fromValue(Nothing()),
@@ -215,8 +205,7 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
         "\"key\" holds a value of type QList<Nothing>");
     row("in a map", inMaps(QVariant(), 1), "\"inner\" holds a value of type none");
     row("in a list", QVariantList{1, QVariant(1.5F)}, "\"key\" holds a value of type float");
-    row("in a hash", QVariantHash{{QStringLiteral("k"), QVariant()}},
-        "\"k\" holds a value of type none");
+    row("in a hash", QVariantHash{{"k", QVariant()}}, "\"k\" holds a value of type none");
     row("in a variant", QVariant::fromValue(QDBusVariant(QVariant())),
         "\"key\" holds a value of type none");
     row("behind a map", QVariantList{oneEntry(1), QVariant()},
@@ -241,9 +230,8 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     const char *const found = "\"k\" holds a value of type none";
     row("in a list of maps", QVariant::fromValue(Maps{{}, bad}), found);
     row("in a list of lists of maps", QVariant::fromValue(QList<Maps>{{{}, bad}}), found);
-    row("in a map of maps", QVariant::fromValue(NamedMaps{{QStringLiteral("n"), bad}}), found);
-    row("in a map of variants",
-        QVariant::fromValue(NamedVariants{{QStringLiteral("n"), QDBusVariant(QVariant())}}),
+    row("in a map of maps", QVariant::fromValue(NamedMaps{{"n", bad}}), found);
+    row("in a map of variants", QVariant::fromValue(NamedVariants{{"n", QDBusVariant(QVariant())}}),
         "\"key\" holds a value of type none");
     row("in an application", QVariant::fromValue(Ostrel::RunningApplication{{}, 0, {}, {}, bad}),
         found);
@@ -258,13 +246,11 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     row("JSON array of nulls", QJsonArray{QJsonValue()},
         "\"key\" holds a value of type QJsonArray");
 
-    const QVariantMap beside{
-        {QStringLiteral("j"), QJsonValue(1)},
-        {QStringLiteral("h"), QVariant::fromValue(QDBusUnixFileDescriptor(0))}};
+    const QVariantMap beside{{"j", QJsonValue(1)},
+                             {"h", QVariant::fromValue(QDBusUnixFileDescriptor(0))}};
     row("descriptor beside JSON in a list of maps", QVariant::fromValue(Maps{beside}),
         "\"key\" holds a file descriptor beside JSON, in a value of type QList<QVariantMap>");
-    row("descriptor beside JSON in a map of maps",
-        QVariant::fromValue(NamedMaps{{QStringLiteral("n"), beside}}),
+    row("descriptor beside JSON in a map of maps", QVariant::fromValue(NamedMaps{{"n", beside}}),
         "\"key\" holds a file descriptor beside JSON, in a value of type "
         "QMap<QString,QVariantMap>");
     row("descriptor beside JSON in active tasks",
@@ -277,11 +263,11 @@ void TestOutgoingMap::unsendableValuesAreFound()
 {
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
-    map.insert(QStringLiteral("a"), 1);
-    map.insert(QStringLiteral("z"), QJsonValue(true));
+    map.insert("a", 1);
+    map.insert("z", QJsonValue(true));
     const Warnings warnings;
     const QDBusError error = refusalOf(map);
-    QCOMPARE(error.name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(error.name(), "org.freedesktop.DBus.Error.Failed");
     QTEST(error.message(), "message");
     QCOMPARE(warnings.texts(), QStringList());
 }
@@ -291,16 +277,14 @@ void TestOutgoingMap::descriptorsMayStandApartFromJson()
 {
     const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(0));
     const QVariantMap json = oneEntry(QJsonValue(1));
-    QVariantMap map{
-        {QStringLiteral("a"), QVariant::fromValue(Maps{oneEntry(descriptor)})},
-        {QStringLiteral("b"), QVariantList{descriptor, QVariant::fromValue(Maps{json})}},
-        {QStringLiteral("c"),
-         QVariantMap{{QStringLiteral("h"), descriptor}, {QStringLiteral("j"), QJsonValue(1)}}},
-        {QStringLiteral("d"), QVariant::fromValue(NamedMaps{{QStringLiteral("n"), json}})}};
+    QVariantMap map{{"a", QVariant::fromValue(Maps{oneEntry(descriptor)})},
+                    {"b", QVariantList{descriptor, QVariant::fromValue(Maps{json})}},
+                    {"c", QVariantMap{{"h", descriptor}, {"j", QJsonValue(1)}}},
+                    {"d", QVariant::fromValue(NamedMaps{{"n", json}})}};
     const Warnings warnings;
     const QDBusError error = refusalOf(map);
     QCOMPARE(error.message(), QString());
-    QVERIFY(sentOn(*m_bus, map).startsWith(QStringLiteral("4 \"a\" aa{sv} 1 1 \"k\" h ")));
+    QVERIFY(sentOn(*m_bus, map).startsWith("4 \"a\" aa{sv} 1 1 \"k\" h "));
     QCOMPARE(warnings.texts(), QStringList());
 }
 

@@ -106,9 +106,9 @@ void TestOutgoingSize::largestMapsArrive_data()
 void TestOutgoingSize::largestMapsArrive()
 {
     QFETCH(QVariant, value);
-    QVariantMap map{{QStringLiteral("key"), value}};
+    QVariantMap map{{"key", value}};
     QCOMPARE(refusalOf(map).message(), QString());
-    QCOMPARE(answerTo({map}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
 }
 
 void TestOutgoingSize::textsAreCountedInBytes()
@@ -116,10 +116,10 @@ void TestOutgoingSize::textsAreCountedInBytes()
     for (const QChar character : {QChar(0x7f), QChar(0x80), QChar(0x7ff), QChar(0x800)}) {
         const int size = QString(character).toUtf8().size();
         QString text((largestArray - entryOfText) / size, character);
-        QVariantMap map{{QStringLiteral("key"), text}};
+        QVariantMap map{{"key", text}};
         QVERIFY(!refusalOf(map).isValid());
         text.append(QString(3, character));
-        map = {{QStringLiteral("key"), text}};
+        map = {{"key", text}};
         QVERIFY(refusalOf(map).isValid());
     }
 }
@@ -131,7 +131,7 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
 
     const auto row = [](const char *name, const QVariant &value, int bytes) {
         // The length of the array, padding, the key "k" and the signature of the variant.
-        QTest::newRow(name) << QVariantMap{{QStringLiteral("k"), value}} << 8 + bytes;
+        QTest::newRow(name) << QVariantMap{{"k", value}} << 8 + bytes;
     };
     QTest::newRow("nothing") << QVariantMap() << 8;
     row("list of empty maps", QVariantList{QVariantMap(), QVariantMap()},
@@ -146,14 +146,14 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
     row("16 bits", QVariant::fromValue(short(1)), 6 + 3 + 1 + 2);
     row("32 bits", 1, 6 + 3 + 3 + 4);
     row("64 bits", 1LL, 6 + 3 + 7 + 8);
-    row("text", QStringLiteral("\u20acx"), 6 + 3 + 3 + 4 + 4 + 1);
-    row("texts", QStringList{QStringLiteral("a"), QStringLiteral("b")}, 6 + 4 + 2 + 4 + 8 + 6);
+    row("text", "\u20acx", 6 + 3 + 3 + 4 + 4 + 1);
+    row("texts", QStringList{"a", "b"}, 6 + 4 + 2 + 4 + 8 + 6);
     row("bytes", QByteArray("abc"), 6 + 4 + 2 + 4 + 3);
     row("numbers", QVariant::fromValue(QList<int>{1, 2, 3}), 6 + 4 + 2 + 4 + 12);
     row("list", QVariantList{1, 2}, 6 + 4 + 2 + 4 + 8 + 8);
     row("variant", QVariant::fromValue(QDBusVariant(1)), 6 + 3 + 3 + 4);
-    row("path", QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a"))), 6 + 3 + 3 + 4 + 3);
-    row("map", QVariantMap{{QStringLiteral("a"), 1}}, 6 + 7 + 3 + 4 + 4 + 6 + 3 + 3 + 4);
+    row("path", QVariant::fromValue(QDBusObjectPath("/a")), 6 + 3 + 3 + 4 + 3);
+    row("map", QVariantMap{{"a", 1}}, 6 + 7 + 3 + 4 + 4 + 6 + 3 + 3 + 4);
     row("point", QPoint(1, 2), 6 + 6 + 4 + 8);
     row("points", QVariant::fromValue(QList<QPoint>{{1, 2}, {3, 4}}), 6 + 7 + 3 + 4 + 4 + 16);
     row("line", QLineF(1, 2, 3, 4), 6 + 12 + 6 + 32);
@@ -161,19 +161,17 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
     row("dates", QVariant::fromValue(QList<QDate>{{2000, 1, 2}, {2000, 1, 3}}),
         6 + 8 + 2 + 4 + 4 + 12 + 4 + 12);
     row("date and time", QDateTime(QDate(2000, 1, 2), QTime(3, 4)), 6 + 17 + 1 + 12 + 4 + 16 + 4);
-    row("record", QVariant::fromValue(Ostrel::ActiveTask{QStringLiteral("ab"), 7, QVariantMap()}),
+    row("record", QVariant::fromValue(Ostrel::ActiveTask{"ab", 7, QVariantMap()}),
         6 + 12 + 6 + 4 + 3 + 1 + 4 + 4);
-    row("records",
-        QVariant::fromValue(QVector<Ostrel::AvailableTask>{{QStringLiteral("a"), {}}, {{}, {}}}),
+    row("records", QVariant::fromValue(QVector<Ostrel::AvailableTask>{{"a", {}}, {{}, {}}}),
         6 + 11 + 3 + 4 + 6 + 2 + 4 + 4 + 5 + 3 + 4 + 4);
     row("JSON truths", QJsonArray{true, false}, 6 + 4 + 2 + 4 + 8);
     row("JSON numbers", QJsonArray{1, 2, 3}, 6 + 4 + 2 + 4 + 24);
-    row("JSON texts", QJsonArray{QStringLiteral("a"), QStringLiteral("b")}, 6 + 4 + 2 + 4 + 8 + 6);
-    row("JSON objects", QJsonArray{QJsonObject{{QStringLiteral("a"), 1}}},
-        6 + 8 + 2 + 4 + 4 + 6 + 3 + 7 + 8);
-    row("mixed JSON", QJsonArray{QStringLiteral("a"), true}, 6 + 4 + 2 + 4 + 3 + 1 + 6 + 3 + 3 + 4);
+    row("JSON texts", QJsonArray{"a", "b"}, 6 + 4 + 2 + 4 + 8 + 6);
+    row("JSON objects", QJsonArray{QJsonObject{{"a", 1}}}, 6 + 8 + 2 + 4 + 4 + 6 + 3 + 7 + 8);
+    row("mixed JSON", QJsonArray{"a", true}, 6 + 4 + 2 + 4 + 3 + 1 + 6 + 3 + 3 + 4);
     row("JSON array in an object in mixed JSON",
-        QJsonArray{QStringLiteral("a"), QJsonObject{{QStringLiteral("a"), QJsonArray{true}}}},
+        QJsonArray{"a", QJsonObject{{"a", QJsonArray{true}}}},
         6 + 4 + 2 + 4 + 3 + 1 + 6 + 7 + 3 + 4 + 6 + 4 + 2 + 4 + 3 + 1 + 4);
     row("map of numbers",
         QVariant::fromValue(QMap<int, QDBusVariant>{{1, QDBusVariant(2)}, {3, QDBusVariant(4)}}),
@@ -197,8 +195,8 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
     const auto row = [](const char *name, const QVariant &value, const char *type,
                         const char *key = "key") {
         QTest::newRow(name) << value
-                            << QStringLiteral("Marshalling failed: \"%1\" is too large for a "
-                                              "message, with a value of type %2")
+                            << QString("Marshalling failed: \"%1\" is too large for a "
+                                       "message, with a value of type %2")
                                    .arg(QLatin1String(key), QLatin1String(type));
     };
     const QString half = letters(500);
@@ -207,12 +205,9 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
     row("numbers", QVariant::fromValue(QVector<int>(250, 7).toList()), "QList<int>");
     row("texts", QStringList{half, half}, "QStringList");
     row("list", QVariantList{1, half, half, 1}, "QString");
-    row("map", QVariantMap{{QStringLiteral("a"), half}, {QStringLiteral("b"), half}}, "QString",
-        "b");
+    row("map", QVariantMap{{"a", half}, {"b", half}}, "QString", "b");
     row("hash", QVariantHash{{half + half, 1}}, "int", qPrintable(half + half));
-    row("list of maps",
-        QVariant::fromValue(Maps{{{QStringLiteral("k"), half}}, {{QStringLiteral("k"), half}}}),
-        "QString", "k");
+    row("list of maps", QVariant::fromValue(Maps{{{"k", half}}, {{"k", half}}}), "QString", "k");
     row("map of variants", QVariant::fromValue(NamedVariants{{half + half, QDBusVariant(1)}}),
         "int");
     row("paths",
@@ -234,7 +229,7 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
 void TestOutgoingSize::tooLargeValuesAreFound()
 {
     QFETCH(QVariant, value);
-    QVariantMap map{{QStringLiteral("key"), value}};
+    QVariantMap map{{"key", value}};
     OutgoingMessage message(1000);
     message.add(map);
     QTEST(message.refusal().message(), "message");
@@ -245,49 +240,47 @@ void TestOutgoingSize::largestTextsArrive()
     // The protocol allows 128 MiB for a message, head included.
     const QString text = letters(2 * largestArray - 4096);
     QCOMPARE(refusalOf(text).message(), QString());
-    QCOMPARE(answerTo({text}), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({text}), "org.freedesktop.DBus.Error.UnknownInterface");
 }
 
 void TestOutgoingSize::tooManyEmptyMapsAreFound()
 {
-    QVariantMap map{{QStringLiteral("key"), emptyMaps(mostEmptyMaps + 1)}};
+    QVariantMap map{{"key", emptyMaps(mostEmptyMaps + 1)}};
     QCOMPARE(refusalOf(map).message(),
-             QStringLiteral("Marshalling failed: \"key\" is too large for a message, with a value "
-                            "of type QVariantMap"));
+             "Marshalling failed: \"key\" is too large for a message, with a value "
+             "of type QVariantMap");
 }
 
 void TestOutgoingSize::tooLargeTextsAreFound()
 {
     const QString text = letters(2 * largestArray - 4095);
     const QDBusError error = refusalOf(text);
-    QCOMPARE(error.name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(
-        error.message(),
-        QStringLiteral("Marshalling failed: a text of 134213633 bytes is too large for a message"));
+    QCOMPARE(error.name(), "org.freedesktop.DBus.Error.Failed");
+    QCOMPARE(error.message(),
+             "Marshalling failed: a text of 134213633 bytes is too large for a message");
 }
 
 void TestOutgoingSize::argumentsShareOneMessage()
 {
     const QString name = letters(4000);
-    QVariantMap first{{QStringLiteral("first"), letters(largestArray - 100)}};
-    QVariantMap second{{QStringLiteral("second"), letters(largestArray - 20000)}};
+    QVariantMap first{{"first", letters(largestArray - 100)}};
+    QVariantMap second{{"second", letters(largestArray - 20000)}};
     QCOMPARE(refusalOf(name, first, second).message(), QString());
-    QCOMPARE(answerTo({name, first, second}),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    QCOMPARE(answerTo({name, first, second}), "org.freedesktop.DBus.Error.UnknownInterface");
 
     // What counts is what they are in the message, whatever is the most that so many characters
     // could be.
     const QString longName = letters(50000000);
-    first = {{QStringLiteral("first"), letters(20000000)}};
-    second = {{QStringLiteral("second"), letters(largestArray - 20000)}};
+    first = {{"first", letters(20000000)}};
+    second = {{"second", letters(largestArray - 20000)}};
     QCOMPARE(refusalOf(longName, first).message(), QString());
     QCOMPARE(refusalOf(first, second).message(), QString());
 
-    first = {{QStringLiteral("first"), letters(largestArray - 100)}};
-    second.insert(QStringLiteral("third"), letters(19000));
+    first = {{"first", letters(largestArray - 100)}};
+    second.insert("third", letters(19000));
     QCOMPARE(refusalOf(name, first, second).message(),
-             QStringLiteral("Marshalling failed: \"third\" is too large for a message, with a "
-                            "value of type QString"));
+             "Marshalling failed: \"third\" is too large for a message, with a "
+             "value of type QString");
     // Each by itself is not.
     QCOMPARE(refusalOf(second).message(), QString());
     QCOMPARE(refusalOf(second, name).message(), QString());

@@ -73,15 +73,15 @@ void TestPendingCall::initTestCase()
 // One that failed before it was sent.
 QDBusPendingCall TestPendingCall::failedCall()
 {
-    return QDBusPendingCall::fromError(QDBusError(QDBusError::Failed, QStringLiteral("text")));
+    return QDBusPendingCall::fromError(QDBusError(QDBusError::Failed, "text"));
 }
 
 QDBusPendingCall TestPendingCall::sentCall(int status)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-        QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE), QStringLiteral("UpdateWindowStatus"));
-    message << QStringLiteral("w") << status << 2 << 3;
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_WINDOW_MANAGEMENT_PATH,
+                                       OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus");
+    message << "w" << status << 2 << 3;
     return QDBusConnection::sessionBus().asyncCall(message);
 }
 
@@ -94,7 +94,7 @@ QDBusPendingCall TestPendingCall::finishedCall()
 
 void TestPendingCall::finishedRepliesAreHandled()
 {
-    QCOMPARE(outcomeOf(finishedCall()), (QStringList{QString(), QString(), QStringLiteral("1")}));
+    QCOMPARE(outcomeOf(finishedCall()), (QStringList{QString(), QString(), "1"}));
 }
 
 void TestPendingCall::finishedErrorsKeepTheirValues_data()
@@ -102,36 +102,30 @@ void TestPendingCall::finishedErrorsKeepTheirValues_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QVariantList>("values");
     QTest::addColumn<QStringList>("outcome");
-    const QString other = QStringLiteral("a.b");
-    const QString disconnected = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Disconnected");
-    QTest::newRow("text") << other << QVariantList{QStringLiteral("42")}
-                          << QStringList{other, QStringLiteral("42"), QStringLiteral("42")};
+    const QString other = "a.b";
+    const QString disconnected = OSTREL_STANDARD_ERROR_PREFIX "Disconnected";
+    QTest::newRow("text") << other << QVariantList{"42"} << QStringList{other, "42", "42"};
     QTest::newRow("numbers") << other << QVariantList{42U, 7}
-                             << QStringList{other, QStringLiteral("42"), QStringLiteral("42"),
-                                            QStringLiteral("7")};
+                             << QStringList{other, "42", "42", "7"};
     QTest::newRow("none") << other << QVariantList() << QStringList{other, QString()};
     QTest::newRow("the bus library's own name")
-        << disconnected << QVariantList{42}
-        << QStringList{disconnected, QStringLiteral("42"), QStringLiteral("42")};
+        << disconnected << QVariantList{42} << QStringList{disconnected, "42", "42"};
 }
 
 void TestPendingCall::finishedErrorsKeepTheirValues()
 {
     QFETCH(QString, name);
     QFETCH(QVariantList, values);
-    const QDBusMessage arranged =
-        m_simulator->desk(QStringLiteral("FailNextWith"),
-                          {QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE),
-                           QStringLiteral("UpdateWindowStatus"), name, QVariant(values)});
+    const QDBusMessage arranged = m_simulator->desk(
+        "FailNextWith",
+        {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", name, QVariant(values)});
     QCOMPARE(arranged.type(), QDBusMessage::ReplyMessage);
     QTEST(outcomeOf(finishedCall()), "outcome");
 }
 
 void TestPendingCall::localErrorsAreHandled()
 {
-    QCOMPARE(outcomeOf(failedCall()),
-             (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Failed"),
-                          QStringLiteral("text")}));
+    QCOMPARE(outcomeOf(failedCall()), (QStringList{OSTREL_STANDARD_ERROR_PREFIX "Failed", "text"}));
 }
 
 void TestPendingCall::localErrorsReachOtherThreads()
@@ -151,7 +145,7 @@ void TestPendingCall::localErrorsReachOtherThreads()
     thread.start();
     thread.wait();
     QCOMPARE(ranIn, &thread);
-    QCOMPARE(message, QStringLiteral("text"));
+    QCOMPARE(message, "text");
 }
 
 void TestPendingCall::deletedContextIsNotCalled()
@@ -168,11 +162,10 @@ void TestPendingCall::deletedContextIsNotCalled()
 
 void TestPendingCall::callsOnNoConnectionAreHandled()
 {
-    QDBusConnection none(QStringLiteral("none"));
-    QCOMPARE(outcomeOf(none.asyncCall(QDBusMessage::createMethodCall(
-                 QStringLiteral("a.b"), QStringLiteral("/"), QString(), QStringLiteral("C")))),
-             (QStringList{QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX "Disconnected"),
-                          QStringLiteral("Not connected to D-Bus server")}));
+    QDBusConnection none("none");
+    QCOMPARE(outcomeOf(none.asyncCall(QDBusMessage::createMethodCall("a.b", "/", QString(), "C"))),
+             (QStringList{OSTREL_STANDARD_ERROR_PREFIX "Disconnected",
+                          "Not connected to D-Bus server"}));
 }
 
 // The first answer is there before its call is watched, the second one comes while its call is.
@@ -193,7 +186,7 @@ void TestPendingCall::repliesAreHandledInTheirOrder()
     second.waitForFinished();
     QCOMPARE(order, QStringList());
     waitUntil([&] { return order.size() == 2; });
-    QCOMPARE(order, (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
+    QCOMPARE(order, (QStringList{"1", "2"}));
 }
 
 OSTREL_TEST_MAIN(TestPendingCall)

@@ -28,14 +28,14 @@ QString described(const QVariant &value)
         for (const QVariant &element : list) {
             texts.append(described(element));
         }
-        return QStringLiteral("[%1]").arg(texts.join(QStringLiteral(", ")));
+        return QString("[%1]").arg(texts.join(", "));
     }
     if (value.userType() == QMetaType::QVariantMap) {
         const QVariantMap map = value.toMap();
         for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-            texts.append(entry.key() + QStringLiteral(": ") + described(entry.value()));
+            texts.append(entry.key() + ": " + described(entry.value()));
         }
-        return QStringLiteral("{%1}").arg(texts.join(QStringLiteral(", ")));
+        return QString("{%1}").arg(texts.join(", "));
     }
     const QString text = value.userType() == QMetaType::QStringList
         ? value.toStringList().join(QLatin1Char(' '))
@@ -44,8 +44,7 @@ QString described(const QVariant &value)
         : value.userType() == QMetaType::UChar ? QString::number(value.toUInt())
                                                : value.toString();
     const char *type = value.typeName();
-    return QStringLiteral("%1(%2)").arg(
-        type != nullptr ? QString::fromLatin1(type) : QStringLiteral("invalid"), text);
+    return QString("%1(%2)").arg(type != nullptr ? QString::fromLatin1(type) : "invalid", text);
 }
 
 QVariant deepList(int levels)
@@ -168,14 +167,14 @@ void TestPlainValue::receivedValuesBecomePlain()
     // Reading has left the value where it was.
     QCOMPARE(described(Control::toPlainValue(value)), plain);
 
-    const QString more = QStringLiteral("uint(9)");
+    const QString more = "uint(9)";
     const QVariantList arguments =
-        m_peer->receive(QStringLiteral("(%1u)a{sv}").arg(signature),
-                        QStringLiteral("%2 9 2 k %1 %2 l u 9").arg(signature, words));
+        m_peer->receive(QString("(%1u)a{sv}").arg(signature),
+                        QString("%2 9 2 k %1 %2 l u 9").arg(signature, words));
     QCOMPARE(described(Control::toPlainValue(arguments.at(0))),
-             QStringLiteral("[%1, %2]").arg(plain, more));
+             QString("[%1, %2]").arg(plain, more));
     QCOMPARE(described(Control::toPlainValue(arguments.at(1))),
-             QStringLiteral("{k: %1, l: %2}").arg(plain, more));
+             QString("{k: %1, l: %2}").arg(plain, more));
 }
 
 // 64 containers, of all kinds.
@@ -186,25 +185,18 @@ void TestPlainValue::deepestMessagesAreRead()
         QCOMPARE(described(Control::toPlainValue(m_peer->receive(signature, words).constFirst())),
                  plain);
     };
-    compare(QStringLiteral("v"), QStringLiteral("v ").repeated(57) + QStringLiteral("i 3"),
-            QStringLiteral("int(3)"));
-    compare(QStringLiteral("av"), QStringLiteral("1 av ").repeated(31) + QStringLiteral("1 i 3"),
-            QStringLiteral("[").repeated(32) + QStringLiteral("int(3)")
-                + QStringLiteral("]").repeated(32));
-    compare(QStringLiteral("(").repeated(32) + QStringLiteral("i")
-                + QStringLiteral(")").repeated(32),
-            QStringLiteral("3"),
-            QStringLiteral("[").repeated(32) + QStringLiteral("int(3)")
-                + QStringLiteral("]").repeated(32));
-    compare(QStringLiteral("a{sv}"),
-            QStringLiteral("1 k a{sv} ").repeated(20) + QStringLiteral("1 k i 3"),
-            QStringLiteral("{k: ").repeated(21) + QStringLiteral("int(3)")
-                + QStringLiteral("}").repeated(21));
+    compare("v", QString("v ").repeated(57) + "i 3", "int(3)");
+    compare("av", QString("1 av ").repeated(31) + "1 i 3",
+            QString("[").repeated(32) + "int(3)" + QString("]").repeated(32));
+    compare(QString("(").repeated(32) + "i" + QString(")").repeated(32), "3",
+            QString("[").repeated(32) + "int(3)" + QString("]").repeated(32));
+    compare("a{sv}", QString("1 k a{sv} ").repeated(20) + "1 k i 3",
+            QString("{k: ").repeated(21) + "int(3)" + QString("}").repeated(21));
 }
 
 void TestPlainValue::descriptorsStayDescriptors()
 {
-    const QVariantList values = m_peer->receive(QStringLiteral("hah"), QStringLiteral("x 2 x x"));
+    const QVariantList values = m_peer->receive("hah", "x 2 x x");
     QVERIFY(Control::toPlainValue(values.at(0)).value<QDBusUnixFileDescriptor>().isValid());
     const QVariantList list = Control::toPlainValue(values.at(1)).toList();
     QCOMPARE(list.size(), 2);
@@ -214,11 +206,10 @@ void TestPlainValue::descriptorsStayDescriptors()
 void TestPlainValue::ownValuesBecomePlain()
 {
     const QVariantMap map{
-        {QStringLiteral("path"), QVariant::fromValue(QDBusObjectPath(QStringLiteral("/a")))},
-        {QStringLiteral("list"),
-         QVariantList{QVariant::fromValue(QDBusVariant(3)), QStringLiteral("x"), QVariant()}}};
+        {"path", QVariant::fromValue(QDBusObjectPath("/a"))},
+        {"list", QVariantList{QVariant::fromValue(QDBusVariant(3)), "x", QVariant()}}};
     QCOMPARE(described(Control::toPlainValue(map)),
-             QStringLiteral("{list: [int(3), QString(x), invalid()], path: QString(/a)}"));
+             "{list: [int(3), QString(x), invalid()], path: QString(/a)}");
     QVERIFY(!Control::toPlainValue(QVariant()).isValid());
     QCOMPARE(Control::toPlainValue(QVariant::fromValue(QSize(1, 2))).toSize(), QSize(1, 2));
 }
@@ -232,18 +223,16 @@ void TestPlainValue::writtenArgumentsAreInvalid()
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(written)).isValid());
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(QDBusArgument())).isValid());
     QCOMPARE(described(Control::toPlainValue(QVariantList{QVariant::fromValue(written), 3})),
-             QStringLiteral("[invalid(), int(3)]"));
+             "[invalid(), int(3)]");
     // It can still be sent.
-    QCOMPARE(written.currentSignature(), QStringLiteral("ai"));
+    QCOMPARE(written.currentSignature(), "ai");
 }
 
 // The caller has begun to read, and goes on afterwards.
 void TestPlainValue::partlyReadArgumentsDoNotMove()
 {
     const auto argument =
-        m_peer->receive(QStringLiteral("(i(ss)a{is}s)"), QStringLiteral("3 x y 1 4 z end"))
-            .constFirst()
-            .value<QDBusArgument>();
+        m_peer->receive("(i(ss)a{is}s)", "3 x y 1 4 z end").constFirst().value<QDBusArgument>();
     argument.beginStructure();
     // At a basic value there is nothing to enter.
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(argument)).isValid());
@@ -251,8 +240,8 @@ void TestPlainValue::partlyReadArgumentsDoNotMove()
     argument >> number;
     QCOMPARE(number, 3);
     QCOMPARE(described(Control::toPlainValue(QVariant::fromValue(argument))),
-             QStringLiteral("[QString(x), QString(y)]"));
-    QCOMPARE(argument.currentSignature(), QStringLiteral("(ss)"));
+             "[QString(x), QString(y)]");
+    QCOMPARE(argument.currentSignature(), "(ss)");
     argument.beginStructure();
     argument.endStructure();
     argument.beginMap();
@@ -263,7 +252,7 @@ void TestPlainValue::partlyReadArgumentsDoNotMove()
     argument.endMap();
     QString end;
     argument >> end;
-    QCOMPARE(end, QStringLiteral("end"));
+    QCOMPARE(end, "end");
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(argument)).isValid());
     argument.endStructure();
 }
@@ -288,8 +277,7 @@ void TestPlainValue::valuesThatAreTooDeepEnd()
 // Copies of one value share what they read from.
 void TestPlainValue::anyThreadMayRead()
 {
-    const QVariant value =
-        m_peer->receive(QStringLiteral("a{sa(is)}"), QStringLiteral("1 k 2 3 x 4 y")).constFirst();
+    const QVariant value = m_peer->receive("a{sa(is)}", "1 k 2 3 x 4 y").constFirst();
     std::vector<QString> texts(4);
     std::vector<std::unique_ptr<QThread>> threads;
     for (QString &text : texts) {
@@ -304,7 +292,7 @@ void TestPlainValue::anyThreadMayRead()
         thread->wait();
     }
     for (const QString &text : texts) {
-        QCOMPARE(text, QStringLiteral("{k: [[int(3), QString(x)], [int(4), QString(y)]]}"));
+        QCOMPARE(text, "{k: [[int(3), QString(x)], [int(4), QString(y)]]}");
     }
 }
 

@@ -34,7 +34,7 @@ struct Value
 Value inArrays(int count, const Value &value)
 {
     return {QString(count, QLatin1Char('a')) + value.signature,
-            QStringLiteral("1 ").repeated(count) + value.words};
+            QString("1 ").repeated(count) + value.words};
 }
 
 Value inStructures(int count, const Value &value)
@@ -45,17 +45,15 @@ Value inStructures(int count, const Value &value)
 
 Value inDicts(int count, const Value &value)
 {
-    return {QStringLiteral("a{s").repeated(count) + value.signature
-                + QString(count, QLatin1Char('}')),
-            QStringLiteral("1 k ").repeated(count) + value.words};
+    return {QString("a{s").repeated(count) + value.signature + QString(count, QLatin1Char('}')),
+            QString("1 k ").repeated(count) + value.words};
 }
 
 // A variant inside a variant, so many in all.
 Value inVariants(int count, const Value &value)
 {
-    return {QStringLiteral("v"),
-            QStringLiteral("v ").repeated(count - 1) + value.signature + QLatin1Char(' ')
-                + value.words};
+    return {"v",
+            QString("v ").repeated(count - 1) + value.signature + QLatin1Char(' ') + value.words};
 }
 
 QString brackets(int count, const QString &content)
@@ -65,10 +63,10 @@ QString brackets(int count, const QString &content)
 
 QString objects(int count, const QString &content)
 {
-    return QStringLiteral("{\"k\":").repeated(count) + content + QString(count, QLatin1Char('}'));
+    return QString("{\"k\":").repeated(count) + content + QString(count, QLatin1Char('}'));
 }
 
-const Value three{QStringLiteral("i"), QStringLiteral("3")};
+const Value three{"i", "3"};
 
 } // namespace
 
@@ -121,7 +119,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
         row({QString::fromLatin1(signature), QString::fromLatin1(words)},
             QString::fromLatin1(content), refused, records);
     };
-    const QString old = QStringLiteral("[\"old\"]");
+    const QString old = "[\"old\"]";
 
     // File descriptors, which no tool sends.
     simple("h", "-", "[null]");
@@ -133,9 +131,9 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
     simple("a{sh}", "1 k -", "[{\"k\":null}]");
     simple("a{sv}", "2 k h - l i 3", "[{\"k\":null,\"l\":3}]");
     simple("a{hs}", "1 - x", "[{\"\":\"x\"}]");
-    simple("(h)", "-", "[\"old\"]", {QStringLiteral("(h)")});
-    simple("a(h)", "2 - -", "[[null,null]]", {QStringLiteral("(h)"), QStringLiteral("(h)")}, 2);
-    simple("a(shuua{sv})", "1 x - 1 2 0", "[[null]]", {QStringLiteral("(shuua{sv})")}, 1);
+    simple("(h)", "-", "[\"old\"]", {"(h)"});
+    simple("a(h)", "2 - -", "[[null,null]]", {"(h)", "(h)"}, 2);
+    simple("a(shuua{sv})", "1 x - 1 2 0", "[[null]]", {"(shuua{sv})"}, 1);
 
     // Keys of every type.
     simple("a{ys}", "1 107 x", R"([{"k":"x"}])");
@@ -150,17 +148,16 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
     simple("a{ss}", "1 k x", R"([{"k":"x"}])");
     simple("a{os}", "1 /a x", R"([{"/a":"x"}])");
     simple("a{gs}", "1 as x", R"([{"as":"x"}])");
-    simple("a{i(si)}", "1 3 x 3", R"([{"3":null}])", {QStringLiteral("(si)")});
+    simple("a{i(si)}", "1 3 x 3", R"([{"3":null}])", {"(si)"});
 
     // Structures in variants.
-    simple("v", "(si) x 3", "[\"old\"]", {QStringLiteral("(si)")});
-    simple("v", "(v) (si) x 3", "[\"old\"]", {QStringLiteral("(v)")});
-    simple("v", "a(si) 1 x 3", "[[null]]", {QStringLiteral("(si)")});
-    simple("v", "(sia{sv}) x 3 0", "[\"old\"]", {QStringLiteral("(sia{sv})")});
-    simple("av", "2 (si) x 3 (s) x", "[[null,null]]",
-           {QStringLiteral("(si)"), QStringLiteral("(s)")});
-    simple("a{sv}", "1 k (sia{sv}) x 3 0", R"([{"k":null}])", {QStringLiteral("(sia{sv})")});
-    simple("(v)", "(sia{sv}) x 3 0", "[\"old\"]", {QStringLiteral("(v)")});
+    simple("v", "(si) x 3", "[\"old\"]", {"(si)"});
+    simple("v", "(v) (si) x 3", "[\"old\"]", {"(v)"});
+    simple("v", "a(si) 1 x 3", "[[null]]", {"(si)"});
+    simple("v", "(sia{sv}) x 3 0", "[\"old\"]", {"(sia{sv})"});
+    simple("av", "2 (si) x 3 (s) x", "[[null,null]]", {"(si)", "(s)"});
+    simple("a{sv}", "1 k (sia{sv}) x 3 0", R"([{"k":null}])", {"(sia{sv})"});
+    simple("(v)", "(sia{sv}) x 3 0", "[\"old\"]", {"(v)"});
 
     // Empty arrays of every kind.
     for (const char *type :
@@ -176,29 +173,23 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
 
     // A message holds 32 arrays and 32 structures within one another, and 64 containers. The value
     // stands in a structure.
-    row(inArrays(32, three), brackets(33, QStringLiteral("3")));
+    row(inArrays(32, three), brackets(33, "3"));
     row({QString(32, QLatin1Char('a')) + QLatin1Char('i'),
-         QStringLiteral("1 ").repeated(31) + QLatin1Char('0')},
+         QString("1 ").repeated(31) + QLatin1Char('0')},
         brackets(33, QString()));
     row(inStructures(31, three), old, {inStructures(31, three).signature});
-    row(inArrays(32, inStructures(31, three)), brackets(33, QStringLiteral("null")),
+    row(inArrays(32, inStructures(31, three)), brackets(33, "null"),
         {inStructures(31, three).signature});
-    row(inDicts(31, three), QLatin1Char('[') + objects(31, QStringLiteral("3")) + QLatin1Char(']'));
-    row(inDicts(31, {QStringLiteral("v"), QStringLiteral("i 3")}),
-        QLatin1Char('[') + objects(31, QStringLiteral("3")) + QLatin1Char(']'));
-    row(inVariants(63, three), QStringLiteral("[null]"));
-    row(inVariants(62, inArrays(1, three)), QStringLiteral("[null]"));
-    row({QStringLiteral("v"), QStringLiteral("av 1 ").repeated(31) + QStringLiteral("i 3")},
-        brackets(32, QStringLiteral("3")));
-    row({QStringLiteral("v"),
-         QStringLiteral("a{sv} 1 k ").repeated(20) + QStringLiteral("av 1 i 3")},
-        QLatin1Char('[') + objects(20, QStringLiteral("[3]")) + QLatin1Char(']'));
-    const Value structuresInVariants{QStringLiteral("v"),
-                                     QStringLiteral("(v) ").repeated(31) + QStringLiteral("i 3")};
-    row(structuresInVariants, old, {QStringLiteral("(v)")});
-    row({QStringLiteral("a(v)"),
-         QStringLiteral("1 ") + QStringLiteral("(v) ").repeated(30) + QStringLiteral("i 3")},
-        QStringLiteral("[[null]]"), {QStringLiteral("(v)")}, 1);
+    row(inDicts(31, three), QLatin1Char('[') + objects(31, "3") + QLatin1Char(']'));
+    row(inDicts(31, {"v", "i 3"}), QLatin1Char('[') + objects(31, "3") + QLatin1Char(']'));
+    row(inVariants(63, three), "[null]");
+    row(inVariants(62, inArrays(1, three)), "[null]");
+    row({"v", QString("av 1 ").repeated(31) + "i 3"}, brackets(32, "3"));
+    row({"v", QString("a{sv} 1 k ").repeated(20) + "av 1 i 3"},
+        QLatin1Char('[') + objects(20, "[3]") + QLatin1Char(']'));
+    const Value structuresInVariants{"v", QString("(v) ").repeated(31) + "i 3"};
+    row(structuresInVariants, old, {"(v)"});
+    row({"a(v)", "1 " + QString("(v) ").repeated(30) + "i 3"}, "[[null]]", {"(v)"}, 1);
 }
 
 namespace
@@ -236,26 +227,23 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
     QFETCH(QString, words);
     QFETCH(QString, content);
     QFETCH(QStringList, refused);
-    const QVariant structure = m_peer
-                                   ->receive(QLatin1Char('(') + signature + QStringLiteral("s)"),
-                                             words + QStringLiteral(" marker"))
-                                   .constFirst();
+    const QVariant structure =
+        m_peer->receive(QLatin1Char('(') + signature + "s)", words + " marker").constFirst();
 
     const Warnings warnings;
-    const QJsonValue old = QStringLiteral("old");
+    const QJsonValue old = "old";
     const QJsonValue value = readBeforeMarker(structure, old);
     QCOMPARE(json(value), content);
     QStringList expected;
     for (const QString &type : qAsConst(refused)) {
-        expected.append(QStringLiteral("Unsupported type:  \"%1\"").arg(type));
+        expected.append(QString("Unsupported type:  \"%1\"").arg(type));
     }
     QCOMPARE(warnings.texts(), expected);
 
-    const QJsonObject object = readBeforeMarker(structure, QJsonObject{{QStringLiteral("k"), old}});
+    const QJsonObject object = readBeforeMarker(structure, QJsonObject{{"k", old}});
     QCOMPARE(QJsonValue(object),
-             signature.startsWith(QLatin1String("a{"))
-                 ? value
-                 : QJsonValue(QJsonObject{{QStringLiteral("k"), old}}));
+             signature.startsWith(QLatin1String("a{")) ? value
+                                                       : QJsonValue(QJsonObject{{"k", old}}));
     const QJsonArray array = readBeforeMarker(structure, QJsonArray{old});
     const bool isArray =
         signature.startsWith(QLatin1Char('a')) && !signature.startsWith(QLatin1String("a{"));
@@ -278,29 +266,24 @@ void TestReadingAnything::descriptorsLeaveMembersAtTheirDefaults()
 {
     const auto read = [this](const char *signature, const char *words, auto target) {
         const QString type = QString::fromLatin1(signature);
-        return text(
-            readBeforeMarker(m_peer
-                                 ->receive(QLatin1Char('(') + type + QStringLiteral("s)"),
-                                           QString::fromLatin1(words) + QStringLiteral(" marker"))
-                                 .constFirst(),
-                             target));
+        return text(readBeforeMarker(
+            m_peer->receive(QLatin1Char('(') + type + "s)", QString::fromLatin1(words) + " marker")
+                .constFirst(),
+            target));
     };
     using namespace Ostrel;
-    QCOMPARE(read("(shuua{sv})", "a - 2 3 1 k s v", RunningApplication{}),
-             QStringLiteral("a 0 2 3 {k=v}"));
-    QCOMPARE(read("(hihha{sv})", "- 1 - - 1 k s v", RunningApplication{}),
-             QStringLiteral(" 1 0 0 {k=v}"));
-    QCOMPARE(read("(siuuh)", "a 1 2 3 -", RunningApplication{}), QStringLiteral("a 1 2 3 {}"));
-    QCOMPARE(read("(shhha{sv})", "a - - - 1 k s v", RunningService{}),
-             QStringLiteral("a  0 0 {k=v}"));
-    QCOMPARE(read("(sha{sv})", "a - 1 k s v", TaskState{}), QStringLiteral("a 0 {k=v}"));
-    QCOMPARE(read("(ha{sv})", "- 1 k s v", AvailableTask{}), QStringLiteral(" {k=v}"));
-    QCOMPARE(read("(sha{sv})", "a - 1 k s v", ActiveTask{}), QStringLiteral("a 0 {k=v}"));
-    QCOMPARE(read("(sih)", "a 1 -", ActiveTask{}), QStringLiteral("a 1 {}"));
+    QCOMPARE(read("(shuua{sv})", "a - 2 3 1 k s v", RunningApplication{}), "a 0 2 3 {k=v}");
+    QCOMPARE(read("(hihha{sv})", "- 1 - - 1 k s v", RunningApplication{}), " 1 0 0 {k=v}");
+    QCOMPARE(read("(siuuh)", "a 1 2 3 -", RunningApplication{}), "a 1 2 3 {}");
+    QCOMPARE(read("(shhha{sv})", "a - - - 1 k s v", RunningService{}), "a  0 0 {k=v}");
+    QCOMPARE(read("(sha{sv})", "a - 1 k s v", TaskState{}), "a 0 {k=v}");
+    QCOMPARE(read("(ha{sv})", "- 1 k s v", AvailableTask{}), " {k=v}");
+    QCOMPARE(read("(sha{sv})", "a - 1 k s v", ActiveTask{}), "a 0 {k=v}");
+    QCOMPARE(read("(sih)", "a 1 -", ActiveTask{}), "a 1 {}");
     // In the properties they are what they are.
-    QCOMPARE(read("(sia{sv})", "a 1 1 k h -", ActiveTask{}), QStringLiteral("a 1 {k=}"));
+    QCOMPARE(read("(sia{sv})", "a 1 1 k h -", ActiveTask{}), "a 1 {k=}");
     QCOMPARE(read("a(sha{sv})", "2 a - 0 b - 0", QVector<ActiveTask>(1, ActiveTask{})),
-             QStringLiteral("a 0 {}; b 0 {}"));
+             "a 0 {}; b 0 {}");
 }
 
 namespace
@@ -326,15 +309,13 @@ template <typename Target> int readEntriesOf(const QVariant &map)
 void TestReadingAnything::entriesOfAMapAreSteppedOver()
 {
     using namespace Ostrel;
-    const QVariant map =
-        m_peer->receive(QStringLiteral("a{sv}"), QStringLiteral("3 a i 1 b (si) x 3 c v as 0"))
-            .constFirst();
+    const QVariant map = m_peer->receive("a{sv}", "3 a i 1 b (si) x 3 c v as 0").constFirst();
     const Warnings warnings;
     QCOMPARE(readEntriesOf<QJsonValue>(map), 3);
     QCOMPARE(readEntriesOf<QJsonObject>(map), 3);
     QCOMPARE(readEntriesOf<QJsonArray>(map), 3);
     QCOMPARE(warnings.texts().size(), 9);
-    QCOMPARE(warnings.texts().count(QStringLiteral("Unsupported type:  \"{sv}\"")), 9);
+    QCOMPARE(warnings.texts().count("Unsupported type:  \"{sv}\""), 9);
     QCOMPARE(readEntriesOf<RunningApplication>(map), 3);
     QCOMPARE(readEntriesOf<RunningService>(map), 3);
     QCOMPARE(readEntriesOf<TaskState>(map), 3);
@@ -348,28 +329,25 @@ void TestReadingAnything::entriesOfAMapAreSteppedOver()
 void TestReadingAnything::emptyArgumentsAreReadAsDefaults()
 {
     using namespace Ostrel;
-    const auto argument = m_peer->receive(QStringLiteral("(i)"), QStringLiteral("3"))
-                              .constFirst()
-                              .value<QDBusArgument>();
+    const auto argument = m_peer->receive("(i)", "3").constFirst().value<QDBusArgument>();
     int number = 0;
     argument.beginStructure();
     argument >> number;
     QVERIFY(argument.atEnd());
     for (const QDBusArgument &nothing : {argument, QDBusArgument()}) {
         const Warnings warnings;
-        QJsonValue value = QStringLiteral("old");
-        QJsonObject object{{QStringLiteral("old"), 1}};
+        QJsonValue value = "old";
+        QJsonObject object{{"old", 1}};
         QJsonArray array{1};
         nothing >> value >> object >> array;
-        QCOMPARE(value, QJsonValue(QStringLiteral("old")));
+        QCOMPARE(value, QJsonValue("old"));
         QCOMPARE(object.size(), 1);
         QCOMPARE(array.size(), 1);
-        const QString refused = QStringLiteral("Unsupported type:  \"\"");
+        const QString refused = "Unsupported type:  \"\"";
         QCOMPARE(warnings.texts(), (QStringList{refused, refused, refused}));
 
-        ActiveTask task{QStringLiteral("old"), 99, {{QStringLiteral("old"), 1}}};
-        RunningService service{
-            QStringLiteral("old"), QStringLiteral("old"), 1, ServiceState(2), {}};
+        ActiveTask task{"old", 99, {{"old", 1}}};
+        RunningService service{"old", "old", 1, ServiceState(2), {}};
         QVector<ActiveTask> tasks{task};
         nothing >> task >> service >> tasks;
         QCOMPARE(text(task), text(ActiveTask{}));
@@ -387,11 +365,11 @@ void TestReadingAnything::registeredReadersAreTheSame()
     registerDBusTypes();
     const auto read = [this](const char *signature, const char *words, auto target) {
         // In a structure, since there are no arguments of basic types.
-        const auto argument = m_peer
-                                  ->receive(QStringLiteral("(%1)").arg(QLatin1String(signature)),
-                                            QString::fromLatin1(words))
-                                  .constFirst()
-                                  .template value<QDBusArgument>();
+        const auto argument =
+            m_peer
+                ->receive(QString("(%1)").arg(QLatin1String(signature)), QString::fromLatin1(words))
+                .constFirst()
+                .template value<QDBusArgument>();
         argument.beginStructure();
         if (!QDBusMetaType::demarshall(argument, qMetaTypeId<decltype(target)>(), &target)) {
             qFatal("%s is not read", signature);
@@ -399,29 +377,25 @@ void TestReadingAnything::registeredReadersAreTheSame()
         argument.endStructure();
         return target;
     };
-    QCOMPARE(text(read("(siuua{sv})", "a -1 2 3 1 k s v", RunningApplication{})),
-             QStringLiteral("a -1 2 3 {k=v}"));
-    QCOMPARE(text(read("(ssiua{sv})", "a b -1 2 1 k s v", RunningService{})),
-             QStringLiteral("a b -1 2 {k=v}"));
-    QCOMPARE(text(read("(sua{sv})", "a 1 1 k s v", TaskState{})), QStringLiteral("a 1 {k=v}"));
-    QCOMPARE(text(read("(sa{sv})", "a 1 k s v", AvailableTask{})), QStringLiteral("a {k=v}"));
-    QCOMPARE(text(read("(sia{sv})", "a -1 1 k s v", ActiveTask{})), QStringLiteral("a -1 {k=v}"));
+    QCOMPARE(text(read("(siuua{sv})", "a -1 2 3 1 k s v", RunningApplication{})), "a -1 2 3 {k=v}");
+    QCOMPARE(text(read("(ssiua{sv})", "a b -1 2 1 k s v", RunningService{})), "a b -1 2 {k=v}");
+    QCOMPARE(text(read("(sua{sv})", "a 1 1 k s v", TaskState{})), "a 1 {k=v}");
+    QCOMPARE(text(read("(sa{sv})", "a 1 k s v", AvailableTask{})), "a {k=v}");
+    QCOMPARE(text(read("(sia{sv})", "a -1 1 k s v", ActiveTask{})), "a -1 {k=v}");
     QCOMPARE(text(read("a(siuua{sv})", "1 a -1 2 3 0", QVector<RunningApplication>())),
-             QStringLiteral("a -1 2 3 {}"));
-    QCOMPARE(text(read("a(ssiua{sv})", "1 a b -1 2 0", QVector<RunningService>())),
-             QStringLiteral("a b -1 2 {}"));
-    QCOMPARE(text(read("a(sua{sv})", "1 a 1 0", QVector<TaskState>())), QStringLiteral("a 1 {}"));
-    QCOMPARE(text(read("a(sa{sv})", "1 a 0", QVector<AvailableTask>())), QStringLiteral("a {}"));
-    QCOMPARE(text(read("a(sia{sv})", "1 a -1 0", QVector<ActiveTask>())),
-             QStringLiteral("a -1 {}"));
+             "a -1 2 3 {}");
+    QCOMPARE(text(read("a(ssiua{sv})", "1 a b -1 2 0", QVector<RunningService>())), "a b -1 2 {}");
+    QCOMPARE(text(read("a(sua{sv})", "1 a 1 0", QVector<TaskState>())), "a 1 {}");
+    QCOMPARE(text(read("a(sa{sv})", "1 a 0", QVector<AvailableTask>())), "a {}");
+    QCOMPARE(text(read("a(sia{sv})", "1 a -1 0", QVector<ActiveTask>())), "a -1 {}");
     // Other types, too.
-    QCOMPARE(text(read("(ss)", "a b", ActiveTask{})), QStringLiteral("a 0 {}"));
+    QCOMPARE(text(read("(ss)", "a b", ActiveTask{})), "a 0 {}");
     QCOMPARE(read("ai", "1 3", QVector<ActiveTask>()).size(), 0);
 
-    QCOMPARE(json(read("(v)", "i 3", QJsonValue(true))), QStringLiteral("[true]"));
-    QCOMPARE(json(read("v", "i 3", QJsonValue())), QStringLiteral("[3]"));
-    QCOMPARE(json(read("a{sv}", "1 k i 3", QJsonObject())), QStringLiteral("[{\"k\":3}]"));
-    QCOMPARE(json(read("av", "1 i 3", QJsonArray())), QStringLiteral("[[3]]"));
+    QCOMPARE(json(read("(v)", "i 3", QJsonValue(true))), "[true]");
+    QCOMPARE(json(read("v", "i 3", QJsonValue())), "[3]");
+    QCOMPARE(json(read("a{sv}", "1 k i 3", QJsonObject())), "[{\"k\":3}]");
+    QCOMPARE(json(read("av", "1 i 3", QJsonArray())), "[[3]]");
 }
 
 void TestReadingAnything::readingLeavesCopiesWhereTheyAre_data()

@@ -23,14 +23,12 @@ template <typename Record> Record filled();
 
 template <> RunningApplication filled()
 {
-    return {QStringLiteral("old"), 99, ApplicationState(98), ApplicationKind(97),
-            QVariantMap{{QStringLiteral("old"), 96}}};
+    return {"old", 99, ApplicationState(98), ApplicationKind(97), QVariantMap{{"old", 96}}};
 }
 
 template <> RunningService filled()
 {
-    return {QStringLiteral("old"), QStringLiteral("old"), 99, ServiceState(98),
-            QVariantMap{{QStringLiteral("old"), 96}}};
+    return {"old", "old", 99, ServiceState(98), QVariantMap{{"old", 96}}};
 }
 
 } // namespace
@@ -181,13 +179,12 @@ void TestReadingApplications::readManyServices()
 void TestReadingApplications::qtsOwnListsEndOnAMap()
 {
     QList<RunningApplication> applications;
-    const QDBusArgument argument =
-        receive(*m_bus, QStringLiteral("a{sv}"), QStringLiteral("2 k i 3 l s x"));
+    const QDBusArgument argument = receive(*m_bus, "a{sv}", "2 k i 3 l s x");
     argument.beginStructure();
     argument >> applications;
     argument.endStructure();
     QCOMPARE(applications.size(), 2);
-    QCOMPARE(text(applications.at(0)), QStringLiteral(" 0 0 0 {}"));
+    QCOMPARE(text(applications.at(0)), " 0 0 0 {}");
 }
 
 OSTREL_TEST_MAIN(TestReadingApplications)

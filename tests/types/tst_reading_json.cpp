@@ -23,7 +23,7 @@ namespace
 
 QString unsupported(const char *signature)
 {
-    return QStringLiteral("Unsupported type:  \"%1\"").arg(QLatin1String(signature));
+    return QString("Unsupported type:  \"%1\"").arg(QLatin1String(signature));
 }
 
 } // namespace
@@ -146,7 +146,7 @@ void TestReadingJson::valuesAreRead_data()
 void TestReadingJson::valuesAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonValue(QStringLiteral("old")), warnings);
+    readRow(*m_bus, QJsonValue("old"), warnings);
 }
 
 void TestReadingJson::objectsAreRead_data()
@@ -172,7 +172,7 @@ void TestReadingJson::objectsAreRead_data()
 void TestReadingJson::objectsAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonObject{{QStringLiteral("old"), 1}}, warnings);
+    readRow(*m_bus, QJsonObject{{"old", 1}}, warnings);
 }
 
 void TestReadingJson::arraysAreRead_data()
@@ -200,7 +200,7 @@ void TestReadingJson::arraysAreRead_data()
 void TestReadingJson::arraysAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonArray{QStringLiteral("old")}, warnings);
+    readRow(*m_bus, QJsonArray{"old"}, warnings);
 }
 
 // As deep as a message may be: 64 containers.
@@ -208,11 +208,10 @@ void TestReadingJson::deepValuesAreRead()
 {
     QStringList value;
     for (int level = 0; level < 19; ++level) {
-        value.append(QStringLiteral("a{sv} 1 k"));
+        value.append("a{sv} 1 k");
     }
-    value.append(QStringLiteral("i 3"));
-    const QDBusArgument argument =
-        receive(*m_bus, QStringLiteral("v"), value.join(QLatin1Char(' ')));
+    value.append("i 3");
+    const QDBusArgument argument = receive(*m_bus, "v", value.join(QLatin1Char(' ')));
     QJsonValue read;
     argument.beginStructure();
     argument >> read;

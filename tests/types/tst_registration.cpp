@@ -49,7 +49,7 @@ void registerFirst()
 #if defined(FIRST_IS_CONTROL)
     const Ostrel::Control control;
 #elif defined(FIRST_IS_TASK_INVOKER)
-    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("sync"));
+    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, "sync");
 #else
     Ostrel::registerDBusTypes();
 #endif
@@ -95,7 +95,7 @@ void TestRegistration::noTypeIsRegisteredBeforeTheFirstClient()
     bool reported = false;
     Ostrel::WindowManagement windows;
     windows.updateWindowStatus(
-        QStringLiteral("w"), 1, 2, 3, this,
+        "w", 1, 2, 3, this,
         [&](Ostrel::ApplicationState, const Ostrel::Error &) { reported = true; });
     waitUntil([&] { return reported; });
     QCOMPARE(QMetaType::type("RunningApplication"), 0);
@@ -213,12 +213,12 @@ void TestRegistration::jsonValuesWriteTheirOwnType()
         QDBusMetaType::marshall(argument, QMetaType::QJsonValue, &value);
         return argument.currentSignature();
     };
-    QCOMPARE(signatureOf(true), QStringLiteral("b"));
-    QCOMPARE(signatureOf(3), QStringLiteral("d"));
-    QCOMPARE(signatureOf(QStringLiteral("x")), QStringLiteral("s"));
-    QCOMPARE(signatureOf(QJsonObject()), QStringLiteral("a{sv}"));
-    QCOMPARE(signatureOf(QJsonArray()), QStringLiteral("av"));
-    QCOMPARE(signatureOf(QJsonArray{true}), QStringLiteral("ab"));
+    QCOMPARE(signatureOf(true), "b");
+    QCOMPARE(signatureOf(3), "d");
+    QCOMPARE(signatureOf("x"), "s");
+    QCOMPARE(signatureOf(QJsonObject()), "a{sv}");
+    QCOMPARE(signatureOf(QJsonArray()), "av");
+    QCOMPARE(signatureOf(QJsonArray{true}), "ab");
 }
 
 void TestRegistration::writersReturnTheirArgument()
@@ -254,15 +254,15 @@ void TestRegistration::laterClientsRegisterNothing()
         QDBusMetaType::marshall(argument, type, &task);
         return argument.currentSignature();
     };
-    QCOMPARE(signature(), QStringLiteral("(sua{sv})"));
+    QCOMPARE(signature(), "(sua{sv})");
     QDBusMetaType::registerMarshallOperators(type, &writeNothing, &readNothing);
     QCOMPARE(signature(), QString());
 
     const Warnings warnings;
     const Ostrel::Control control;
     const Ostrel::Control otherControl;
-    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("a"));
-    const Ostrel::TaskInvoker otherInvoker(Ostrel::TaskInvoker::SystemBus, QStringLiteral("b"));
+    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, "a");
+    const Ostrel::TaskInvoker otherInvoker(Ostrel::TaskInvoker::SystemBus, "b");
     QCOMPARE(signature(), QString());
     QCOMPARE(warnings.texts(), QStringList());
 }
@@ -288,11 +288,11 @@ void TestRegistration::queuedSignalsCarryTheTypes()
             });
     QSignalSpy spy(&sender, SIGNAL(stateChanged(QString, ApplicationState)));
     QVERIFY(spy.isValid());
-    Q_EMIT sender.stateChanged(QStringLiteral("a"), ApplicationState(4294967295U));
-    Q_EMIT sender.tasksListed({{QStringLiteral("sync"), {}}});
+    Q_EMIT sender.stateChanged("a", ApplicationState(4294967295U));
+    Q_EMIT sender.tasksListed({{"sync", {}}});
     waitUntil([&] { return done; });
     QCOMPARE(received, 4294967295U);
-    QCOMPARE(task, QStringLiteral("sync"));
+    QCOMPARE(task, "sync");
     QCOMPARE(spy.at(0).at(1).toUInt(), 4294967295U);
 
     thread.quit();

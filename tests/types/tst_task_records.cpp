@@ -24,23 +24,23 @@ namespace
 // They hold something in every member, so that a reader that leaves one out is seen.
 const QVariantMap &oldProperties()
 {
-    static const QVariantMap properties{{QStringLiteral("old"), 96}};
+    static const QVariantMap properties{{"old", 96}};
     return properties;
 }
 
 TaskState oldTaskState()
 {
-    return {QStringLiteral("old"), 99, oldProperties()};
+    return {"old", 99, oldProperties()};
 }
 
 AvailableTask oldAvailableTask()
 {
-    return {QStringLiteral("old"), oldProperties()};
+    return {"old", oldProperties()};
 }
 
 ActiveTask oldActiveTask()
 {
-    return {QStringLiteral("old"), 99, oldProperties()};
+    return {"old", 99, oldProperties()};
 }
 
 } // namespace
@@ -102,9 +102,7 @@ void TestTaskRecords::cleanup()
 template <typename Value> void TestTaskRecords::send(const Value &value)
 {
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
-                                       QStringLiteral("Take"))
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << QVariant::fromValue(value));
 }
 
@@ -113,12 +111,12 @@ void TestTaskRecords::recordsHaveTheirSignatures()
     const auto signature = [](int type) {
         return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
     };
-    QCOMPARE(signature(qMetaTypeId<TaskState>()), QStringLiteral("(sua{sv})"));
-    QCOMPARE(signature(qMetaTypeId<AvailableTask>()), QStringLiteral("(sa{sv})"));
-    QCOMPARE(signature(qMetaTypeId<ActiveTask>()), QStringLiteral("(sia{sv})"));
-    QCOMPARE(signature(qMetaTypeId<QVector<TaskState>>()), QStringLiteral("a(sua{sv})"));
-    QCOMPARE(signature(qMetaTypeId<QVector<AvailableTask>>()), QStringLiteral("a(sa{sv})"));
-    QCOMPARE(signature(qMetaTypeId<QVector<ActiveTask>>()), QStringLiteral("a(sia{sv})"));
+    QCOMPARE(signature(qMetaTypeId<TaskState>()), "(sua{sv})");
+    QCOMPARE(signature(qMetaTypeId<AvailableTask>()), "(sa{sv})");
+    QCOMPARE(signature(qMetaTypeId<ActiveTask>()), "(sia{sv})");
+    QCOMPARE(signature(qMetaTypeId<QVector<TaskState>>()), "a(sua{sv})");
+    QCOMPARE(signature(qMetaTypeId<QVector<AvailableTask>>()), "a(sa{sv})");
+    QCOMPARE(signature(qMetaTypeId<QVector<ActiveTask>>()), "a(sia{sv})");
 }
 
 void TestTaskRecords::recordsArePlainStructures()
@@ -134,24 +132,21 @@ void TestTaskRecords::recordsArePlainStructures()
 
 void TestTaskRecords::membersAreWrittenInOrder()
 {
-    const QVariantMap properties{{QStringLiteral("b"), QStringLiteral("two")},
-                                 {QStringLiteral("a"), 1}};
-    send(TaskState{QStringLiteral("sync"), 4294967295U, properties});
-    send(AvailableTask{QStringLiteral("sync"), properties});
-    send(ActiveTask{QStringLiteral("sync"), -7, properties});
-    const QString entries =
-        QStringLiteral("{'a':{'type':'i','data':1},'b':{'type':'s','data':'two'}}");
+    const QVariantMap properties{{"b", "two"}, {"a", 1}};
+    send(TaskState{"sync", 4294967295U, properties});
+    send(AvailableTask{"sync", properties});
+    send(ActiveTask{"sync", -7, properties});
+    const QString entries = "{'a':{'type':'i','data':1},'b':{'type':'s','data':'two'}}";
     const auto call = [](const QString &signature, const QString &data) {
-        return QStringLiteral("['%1','a.b','Take','%2',[{'type':'%2','data':[%3]}]]")
-            .arg(QStringLiteral(OSTREL_SERVICE_PATH), signature, data);
+        return QString("['%1','a.b','Take','%2',[{'type':'%2','data':[%3]}]]")
+            .arg(OSTREL_SERVICE_PATH, signature, data);
     };
-    QCOMPARE(
-        busctlDesk(*m_bus, QStringLiteral("Calls")),
-        QStringLiteral("{'type':'a(ssssav)','data':[[%1,%2,%3]]}")
-            .arg(call(QStringLiteral("(sua{sv})"), QStringLiteral("'sync',4294967295,") + entries),
-                 call(QStringLiteral("(sa{sv})"), QStringLiteral("'sync',") + entries),
-                 call(QStringLiteral("(sia{sv})"), QStringLiteral("'sync',-7,") + entries))
-            .replace(QLatin1Char('\''), QLatin1Char('"')));
+    QCOMPARE(busctlDesk(*m_bus, "Calls"),
+             QString("{'type':'a(ssssav)','data':[[%1,%2,%3]]}")
+                 .arg(call("(sua{sv})", "'sync',4294967295," + entries),
+                      call("(sa{sv})", "'sync'," + entries),
+                      call("(sia{sv})", "'sync',-7," + entries))
+                 .replace(QLatin1Char('\''), QLatin1Char('"')));
 }
 
 void TestTaskRecords::emptyVectorsKeepTheirSignatures()
@@ -168,20 +163,16 @@ void TestTaskRecords::emptyVectorsKeepTheirSignatures()
         signatures.append(call.signature);
     }
     QCOMPARE(signatures,
-             (QStringList{QStringLiteral("(sua{sv})"), QStringLiteral("(sa{sv})"),
-                          QStringLiteral("(sia{sv})"), QStringLiteral("a(sua{sv})"),
-                          QStringLiteral("a(sa{sv})"), QStringLiteral("a(sia{sv})")}));
+             (QStringList{"(sua{sv})", "(sa{sv})", "(sia{sv})", "a(sua{sv})", "a(sa{sv})",
+                          "a(sia{sv})"}));
 }
 
 void TestTaskRecords::recordsComeBackEqual()
 {
-    const QVariantMap properties{{QStringLiteral("list"), QStringList{QStringLiteral("y")}},
-                                 {QStringLiteral("number"), -3}};
-    const QVector<TaskState> states{{QStringLiteral("b"), 4294967295U, properties},
-                                    {QStringLiteral("a"), 0, {}}};
-    const QVector<AvailableTask> available{{QStringLiteral("b"), properties}, {QString(), {}}};
-    const QVector<ActiveTask> active{{QStringLiteral("b"), -1, properties},
-                                     {QStringLiteral("a"), -2147483647 - 1, {}}};
+    const QVariantMap properties{{"list", QStringList{"y"}}, {"number", -3}};
+    const QVector<TaskState> states{{"b", 4294967295U, properties}, {"a", 0, {}}};
+    const QVector<AvailableTask> available{{"b", properties}, {QString(), {}}};
+    const QVector<ActiveTask> active{{"b", -1, properties}, {"a", -2147483647 - 1, {}}};
     send(states);
     send(available);
     send(active);

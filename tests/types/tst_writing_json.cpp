@@ -34,9 +34,9 @@ QJsonValue parse(const QString &text)
 // An object that holds another one, and so on, so many in all.
 QJsonObject nested(int levels)
 {
-    QJsonObject object{{QStringLiteral("k"), 1}};
+    QJsonObject object{{"k", 1}};
     for (int level = 1; level < levels; ++level) {
-        object = QJsonObject{{QStringLiteral("k"), object}};
+        object = QJsonObject{{"k", object}};
     }
     return object;
 }
@@ -44,7 +44,7 @@ QJsonObject nested(int levels)
 // busctl's JSON with numbers as people write them: busctl writes them with all their digits.
 QString withPlainNumbers(const QString &json)
 {
-    const QRegularExpression number(QStringLiteral("-?[0-9]\\.[0-9]{21}e[+-][0-9]+"));
+    const QRegularExpression number("-?[0-9]\\.[0-9]{21}e[+-][0-9]+");
     QString plain;
     int end = 0;
     auto each = number.globalMatch(json);
@@ -59,7 +59,7 @@ QString withPlainNumbers(const QString &json)
 
 int levelsOf(const QString &logged)
 {
-    return logged.count(QStringLiteral("\"a{sv}\""));
+    return logged.count("\"a{sv}\"");
 }
 
 } // namespace
@@ -108,24 +108,20 @@ template <typename Json> QString TestWritingJson::sent(const Json &json)
 {
     QDBusArgument argument;
     argument.beginStructure();
-    argument << QStringLiteral("before");
+    argument << QString("before");
     QDBusArgument &returned = argument << json;
-    argument << QStringLiteral("after");
+    argument << QString("after");
     argument.endStructure();
     if (&returned != &argument) {
         qFatal("the writer returned another argument");
     }
-    m_simulator->desk(QStringLiteral("ClearCalls"));
+    m_simulator->desk("ClearCalls");
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
-                                       QStringLiteral("Take"))
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << QVariant::fromValue(argument));
-    const QString logged = withPlainNumbers(busctlDesk(*m_bus, QStringLiteral("Calls")));
-    const QString signature =
-        logged.section(QStringLiteral("\"Take\",\"(s"), 1).section(QStringLiteral("s)\""), 0, 0);
-    const QString data =
-        logged.section(QStringLiteral("\"before\""), 1).section(QStringLiteral(",\"after\""), 0, 0);
+    const QString logged = withPlainNumbers(busctlDesk(*m_bus, "Calls"));
+    const QString signature = logged.section("\"Take\",\"(s", 1).section("s)\"", 0, 0);
+    const QString data = logged.section("\"before\"", 1).section(",\"after\"", 0, 0);
     return signature + QLatin1Char(' ') + data.mid(1);
 }
 
@@ -135,8 +131,8 @@ void TestWritingJson::valuesAreWritten_data()
     QTest::addColumn<QString>("arrived");
     QTest::addColumn<QStringList>("warnings");
 
-    const QString type = QStringLiteral("Unknown JSON value type");
-    const QString arrays = QStringLiteral("JSON array of arrays are not supported");
+    const QString type = "Unknown JSON value type";
+    const QString arrays = "JSON array of arrays are not supported";
     const auto row = [](const char *json, const char *arrived, const QStringList &warnings = {}) {
         QTest::newRow(json) << QString::fromUtf8(
             json) << QString::fromUtf8(arrived).replace(QLatin1Char('\''), QLatin1Char('"'))
@@ -203,8 +199,8 @@ void TestWritingJson::valuesAreWritten()
 void TestWritingJson::undefinedWritesNothing()
 {
     const Warnings warnings;
-    QCOMPARE(sent(QJsonValue(QJsonValue::Undefined)), QStringLiteral(" "));
-    QCOMPARE(warnings.texts(), QStringList(QStringLiteral("Unknown JSON value type")));
+    QCOMPARE(sent(QJsonValue(QJsonValue::Undefined)), " ");
+    QCOMPARE(warnings.texts(), QStringList("Unknown JSON value type"));
 }
 
 // Which Qt does not write, but complains of. It also loses the argument then.
@@ -217,18 +213,16 @@ void TestWritingJson::nullIsAVariantOfNothing()
 #endif
     argument << QJsonValue(QJsonValue::Null);
     QCOMPARE(argument.currentSignature(), QString());
-    QCOMPARE(warnings.texts(),
-             QStringList(QStringLiteral("QDBusMarshaller: cannot add a null QDBusVariant")));
+    QCOMPARE(warnings.texts(), QStringList("QDBusMarshaller: cannot add a null QDBusVariant"));
 }
 
 void TestWritingJson::arraysAndObjectsOnTheirOwn()
 {
     const Warnings warnings;
-    QCOMPARE(sent(QJsonArray{1, 2}), QStringLiteral("ad [1,2]"));
-    QCOMPARE(sent(QJsonArray{}), QStringLiteral("av []"));
-    QCOMPARE(sent(QJsonObject{{QStringLiteral("k"), true}}),
-             QStringLiteral(R"(a{sv} {"k":{"type":"b","data":true}})"));
-    QCOMPARE(sent(QJsonObject{}), QStringLiteral("a{sv} {}"));
+    QCOMPARE(sent(QJsonArray{1, 2}), "ad [1,2]");
+    QCOMPARE(sent(QJsonArray{}), "av []");
+    QCOMPARE(sent(QJsonObject{{"k", true}}), R"(a{sv} {"k":{"type":"b","data":true}})");
+    QCOMPARE(sent(QJsonObject{}), "a{sv} {}");
     QCOMPARE(warnings.texts(), QStringList());
 }
 
@@ -236,27 +230,23 @@ void TestWritingJson::arraysAndObjectsOnTheirOwn()
 void TestWritingJson::restOfTheMessageArrives()
 {
     const Warnings warnings;
-    const QJsonObject object =
-        parse(QStringLiteral(R"({"a":[1,2],"k":[[1],[2]],"z":"x"})")).toObject();
+    const QJsonObject object = parse(R"({"a":[1,2],"k":[[1],[2]],"z":"x"})").toObject();
     QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(QStringLiteral(OSTREL_SERVICE_NAME),
-                                       QStringLiteral(OSTREL_SERVICE_PATH), QStringLiteral("a.b"),
-                                       QStringLiteral("Take"))
-        << 1 << QVariant(object) << QVariantMap{{QStringLiteral("m"), object}} << 2);
+        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
+        << 1 << QVariant(object) << QVariantMap{{"m", object}} << 2);
     const Call call = m_simulator->calls().constFirst();
-    QCOMPARE(call.signature, QStringLiteral("ia{sv}a{sv}i"));
+    QCOMPARE(call.signature, "ia{sv}a{sv}i");
     QCOMPARE(call.arguments.at(3), QVariant(2));
-    const QString one =
-        QStringLiteral(R"({"a":{"type":"ad","data":[1,2]},"z":{"type":"s","data":"x"}})");
-    const QString logged = withPlainNumbers(busctlDesk(*m_bus, QStringLiteral("Calls")));
-    QCOMPARE(logged.section(QStringLiteral("\"ia{sv}a{sv}i\","), 1),
-             QStringLiteral(R"([{"type":"i","data":1},{"type":"a{sv}","data":%1},)"
-                            R"({"type":"a{sv}","data":{"m":{"type":"a{sv}","data":%1}}},)"
-                            R"({"type":"i","data":2}]]]]})")
+    const QString one = R"({"a":{"type":"ad","data":[1,2]},"z":{"type":"s","data":"x"}})";
+    const QString logged = withPlainNumbers(busctlDesk(*m_bus, "Calls"));
+    QCOMPARE(logged.section("\"ia{sv}a{sv}i\",", 1),
+             QString(R"([{"type":"i","data":1},{"type":"a{sv}","data":%1},)"
+                     R"({"type":"a{sv}","data":{"m":{"type":"a{sv}","data":%1}}},)"
+                     R"({"type":"i","data":2}]]]]})")
                  .arg(one));
     QCOMPARE(warnings.texts(),
-             QStringList({QStringLiteral("JSON array of arrays are not supported"),
-                          QStringLiteral("JSON array of arrays are not supported")}));
+             QStringList({"JSON array of arrays are not supported",
+                          "JSON array of arrays are not supported"}));
 }
 
 // A message that is too deep would cost the process its connection to the bus.
@@ -268,23 +258,23 @@ void TestWritingJson::deepObjectsAreCut()
     for (const int levels : {17, 30, 200}) {
         QCOMPARE(levelsOf(sent(nested(levels))), 15);
     }
-    const QString text = QStringLiteral("JSON value is nested too deeply");
+    const QString text = "JSON value is nested too deeply";
     QCOMPARE(warnings.texts(), (QStringList{text, text, text}));
     QVERIFY(QDBusConnection::sessionBus().isConnected());
 }
 
 void TestWritingJson::deepMixedArraysAreCut()
 {
-    QJsonArray array{QStringLiteral("x"), 1};
+    QJsonArray array{"x", 1};
     for (int level = 1; level < 200; ++level) {
-        array = QJsonArray{QStringLiteral("x"), array};
+        array = QJsonArray{"x", array};
     }
     QJsonValue objects = nested(200);
     const Warnings warnings;
     const QString arrived = sent(array);
-    QVERIFY(arrived.startsWith(QStringLiteral("av ")));
-    QCOMPARE(arrived.count(QStringLiteral("\"av\"")), 15);
-    QVERIFY(sent(QJsonArray{QStringLiteral("x"), objects}).startsWith(QStringLiteral("av ")));
+    QVERIFY(arrived.startsWith("av "));
+    QCOMPARE(arrived.count("\"av\""), 15);
+    QVERIFY(sent(QJsonArray{"x", objects}).startsWith("av "));
     QCOMPARE(warnings.texts().size(), 2);
     QVERIFY(QDBusConnection::sessionBus().isConnected());
 }

@@ -115,10 +115,10 @@ void TestWindowManagement::sendsItsArgumentsUnchanged_data()
 
     constexpr int least = std::numeric_limits<int>::min();
     constexpr int most = std::numeric_limits<int>::max();
-    QTest::newRow("plain") << QStringLiteral("main") << 1 << 2 << 3;
-    QTest::newRow("extremes") << QStringLiteral("main") << least << most << -1;
+    QTest::newRow("plain") << "main" << 1 << 2 << 3;
+    QTest::newRow("extremes") << "main" << least << most << -1;
     QTest::newRow("null string") << QString() << 0 << 0 << 0;
-    QTest::newRow("blanks") << QStringLiteral(" a\tb\n") << 0 << 0 << 0;
+    QTest::newRow("blanks") << " a\tb\n" << 0 << 0 << 0;
     QTest::newRow("beyond ASCII") << QString::fromUtf8("Fenster/ü \xf0\x9f\xaa\x9f") << 4 << 5 << 6;
     QTest::newRow("long") << QString(100000, QLatin1Char('x')) << 1 << 1 << 1;
 }
@@ -134,10 +134,10 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.size(), 1);
     const Call &call = calls.constFirst();
-    QCOMPARE(call.path, QStringLiteral(OSTREL_SERVICE_PATH "/WindowManagement1"));
-    QCOMPARE(call.interface, QStringLiteral(OSTREL_SERVICE_NAME ".WindowManagement1"));
-    QCOMPARE(call.member, QStringLiteral("UpdateWindowStatus"));
-    QCOMPARE(call.signature, QStringLiteral("siii"));
+    QCOMPARE(call.path, OSTREL_SERVICE_PATH "/WindowManagement1");
+    QCOMPARE(call.interface, OSTREL_SERVICE_NAME ".WindowManagement1");
+    QCOMPARE(call.member, "UpdateWindowStatus");
+    QCOMPARE(call.signature, "siii");
     QCOMPARE(call.arguments.size(), 4);
     QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? QLatin1String("") : window);
     QCOMPARE(call.arguments.at(1), QVariant(status));
@@ -151,7 +151,7 @@ void TestWindowManagement::returnsBeforeTheCallback()
     WindowManagement windows;
     int callbacks = 0;
     const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, count);
+    windows.updateWindowStatus("w", 1, 2, 3, this, count);
 
     // The answer is there, but only the event loop brings it.
     m_simulator->windowStatus().waitForHeld(1);
@@ -184,7 +184,7 @@ void TestWindowManagement::callbackReceivesTheState()
 
 void TestWindowManagement::furtherValuesInAReplyAreAccepted()
 {
-    m_simulator->windowStatus().answerNext({2U, QStringLiteral("more"), 3U});
+    m_simulator->windowStatus().answerNext({2U, "more", 3U});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 2U);
     QVERIFY(!outcome.error);
@@ -197,25 +197,24 @@ void TestWindowManagement::otherRepliesAreFailures_data()
 
     const auto row = [](const char *got, const QVariantList &values) {
         QTest::newRow(got) << values
-                           << QStringLiteral(
-                                  "Unexpected reply signature: got \"%1\", expected \"u\"")
+                           << QString("Unexpected reply signature: got \"%1\", expected \"u\"")
                                   .arg(QLatin1String(got));
     };
     row("", {});
-    row("s", {QStringLiteral("2")});
+    row("s", {"2"});
     row("i", {2});
     row("y", {QVariant::fromValue(uchar(2))});
     row("t", {2ULL});
     row("b", {true});
     row("d", {2.0});
-    row("su", {QStringLiteral("2"), 2U});
+    row("su", {"2", 2U});
     row("v", {QVariant::fromValue(QDBusVariant(2U))});
-    row("as", {QStringList{QStringLiteral("2")}});
+    row("as", {QStringList{"2"}});
     row("ay", {QByteArray("2")});
     row("au", {QVariant::fromValue(QList<uint>{2})});
-    row("a{sv}", {QVariantMap{{QStringLiteral("state"), 2U}}});
+    row("a{sv}", {QVariantMap{{"state", 2U}}});
     row("(ii)", {QPoint(2, 2)});
-    row("o", {QVariant::fromValue(QDBusObjectPath(QStringLiteral("/two")))});
+    row("o", {QVariant::fromValue(QDBusObjectPath("/two"))});
 }
 
 void TestWindowManagement::otherRepliesAreFailures()
@@ -231,23 +230,22 @@ void TestWindowManagement::otherRepliesAreFailures()
 void TestWindowManagement::serviceErrorsAreMapped_data()
 {
     addErrorNames();
-    const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
-    const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
-    QTest::newRow("the service's AccessDenied") << service + QStringLiteral("AccessDenied") << 1;
-    QTest::newRow("the standard's HandlerFailed")
-        << standard + QStringLiteral("HandlerFailed") << 1;
-    QTest::newRow("UnknownMethod") << standard + QStringLiteral("UnknownMethod") << 1;
-    QTest::newRow("prefix twice") << service + service + QStringLiteral("HandlerFailed") << 3;
+    const QString service = OSTREL_ERROR_PREFIX;
+    const QString standard = OSTREL_STANDARD_ERROR_PREFIX;
+    QTest::newRow("the service's AccessDenied") << service + "AccessDenied" << 1;
+    QTest::newRow("the standard's HandlerFailed") << standard + "HandlerFailed" << 1;
+    QTest::newRow("UnknownMethod") << standard + "UnknownMethod" << 1;
+    QTest::newRow("prefix twice") << service + service + "HandlerFailed" << 3;
 }
 
 void TestWindowManagement::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
-    m_simulator->windowStatus().failNext(name, QStringLiteral("the service says so"));
+    m_simulator->windowStatus().failNext(name, "the service says so");
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QTEST(int(outcome.error.code()), "code");
-    QCOMPARE(outcome.error.message(), QStringLiteral("the service says so"));
+    QCOMPARE(outcome.error.message(), "the service says so");
 }
 
 void TestWindowManagement::eachCallGetsItsCallbackOnce()
@@ -255,14 +253,14 @@ void TestWindowManagement::eachCallGetsItsCallbackOnce()
     WindowManagement windows;
     QVector<quint32> states;
     for (int status = 0; status < 100; ++status) {
-        windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, this,
+        windows.updateWindowStatus("w", status, 0, 0, this,
                                    [&states](ApplicationState state, const Error &error) {
                                        QVERIFY(!error);
                                        states.append(state);
                                    });
     }
     waitUntil([&] { return states.size() >= 100; });
-    reportWindow(QStringLiteral("marker"));
+    reportWindow("marker");
 
     QVector<quint32> expected;
     for (quint32 state = 0; state < 100; ++state) {
@@ -278,17 +276,14 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
     QStringList order;
     for (const int status : {10, 11, 12}) {
         windows.updateWindowStatus(
-            QStringLiteral("w"), status, 0, 0, this,
-            [&order, status](ApplicationState state, const Error &error) {
-                order.append(QStringLiteral("%1:%2:%3").arg(status).arg(state).arg(error.code()));
+            "w", status, 0, 0, this, [&order, status](ApplicationState state, const Error &error) {
+                order.append(QString("%1:%2:%3").arg(status).arg(state).arg(error.code()));
             });
     }
     m_simulator->windowStatus().waitForHeld(3);
     m_simulator->windowStatus().release({2, 0, 1});
     waitUntil([&] { return order.size() == 3; });
-    QCOMPARE(order,
-             (QStringList{QStringLiteral("12:12:0"), QStringLiteral("10:10:0"),
-                          QStringLiteral("11:11:0")}));
+    QCOMPARE(order, (QStringList{"12:12:0", "10:10:0", "11:11:0"}));
 }
 
 void TestWindowManagement::emptyCallbackThrows_data()
@@ -302,13 +297,12 @@ void TestWindowManagement::emptyCallbackThrows()
 {
     QFETCH(bool, fails);
     if (fails) {
-        m_simulator->windowStatus().failNext(QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
-                                             QStringLiteral("no"));
+        m_simulator->windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
     // Qt has something to say about exceptions in event handlers; the library has not.
     const Warnings warnings;
     WindowManagement windows;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, this, nullptr);
+    windows.updateWindowStatus("w", 1, 2, 3, this, nullptr);
     const auto runLoop = [] { waitUntil([] { return false; }); };
     QVERIFY_EXCEPTION_THROWN(runLoop(), std::bad_function_call);
 

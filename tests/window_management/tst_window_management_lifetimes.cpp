@@ -125,7 +125,7 @@ void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
     m_simulator->windowStatus().waitForHeld(1);
     // What waits for the reply belongs to the context.
     QCOMPARE(context->children().size(), 1);
@@ -141,7 +141,7 @@ void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context.get(), outcomes.callback());
+    windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
     m_simulator->windowStatus().waitForHeld(1);
     m_simulator->windowStatus().release({0});
     context.reset();
@@ -154,7 +154,7 @@ void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
     m_simulator->windowStatus().holdNext(1);
     auto windows = std::make_unique<WindowManagement>();
     Outcomes outcomes;
-    windows->updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, outcomes.callback());
+    windows->updateWindowStatus("w", 5, 0, 0, this, outcomes.callback());
     m_simulator->windowStatus().waitForHeld(1);
     windows.reset();
     m_simulator->windowStatus().release({0});
@@ -168,7 +168,7 @@ void TestWindowManagementLifetimes::callbackIsCopied()
     WindowManagement windows;
     Outcomes outcomes;
     auto callback = outcomes.callback();
-    windows.updateWindowStatus(QStringLiteral("w"), 5, 0, 0, this, callback);
+    windows.updateWindowStatus("w", 5, 0, 0, this, callback);
     callback = nullptr;
     m_simulator->windowStatus().waitForHeld(1);
     m_simulator->windowStatus().release({0});
@@ -189,14 +189,14 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
 {
     QFETCH(bool, failing);
     if (failing) {
-        m_simulator->windowStatus().failNext(QStringLiteral("a.b"), QStringLiteral("text"));
+        m_simulator->windowStatus().failNext("a.b", "text");
     }
     auto *windows = new WindowManagement;
     auto *context = new QObject;
-    const QString kept = QStringLiteral("kept");
+    const QString kept = "kept";
     QStringList seen;
     windows->updateWindowStatus(
-        QStringLiteral("w"), 1, 2, 3, context,
+        "w", 1, 2, 3, context,
         [windows, context, kept, &seen](ApplicationState state, const Error &error) {
             delete context;
             delete windows;
@@ -205,7 +205,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
         });
     waitUntil([&] { return seen.size() == 1; });
     reportWindow();
-    QCOMPARE(seen, QStringList(failing ? QStringLiteral("kept255text") : QStringLiteral("kept1")));
+    QCOMPARE(seen, QStringList(failing ? "kept255text" : "kept1"));
 }
 
 void TestWindowManagementLifetimes::callbackReportsAgain()
@@ -213,10 +213,10 @@ void TestWindowManagementLifetimes::callbackReportsAgain()
     WindowManagement windows;
     Outcomes outcomes;
     windows.updateWindowStatus(
-        QStringLiteral("w"), 1, 0, 0, this,
+        "w", 1, 0, 0, this,
         [this, &windows, &outcomes](ApplicationState state, const Error &error) {
             outcomes.callback()(state, error);
-            windows.updateWindowStatus(QStringLiteral("w"), 2, 0, 0, this, outcomes.callback());
+            windows.updateWindowStatus("w", 2, 0, 0, this, outcomes.callback());
             QCOMPARE(outcomes.size(), 1);
         });
     outcomes.waitFor(2);
@@ -228,11 +228,10 @@ void TestWindowManagementLifetimes::callbackRunsAnEventLoop()
 {
     WindowManagement windows;
     int callbacks = 0;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 0, 0, this,
-                               [&callbacks](ApplicationState, const Error &) {
-                                   ++callbacks;
-                                   reportWindow();
-                               });
+    windows.updateWindowStatus("w", 1, 0, 0, this, [&callbacks](ApplicationState, const Error &) {
+        ++callbacks;
+        reportWindow();
+    });
     waitUntil([&] { return callbacks == 1; });
     reportWindow();
     QCOMPARE(callbacks, 1);
@@ -246,7 +245,7 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
     QThread *thread = nullptr;
     quint32 sum = 0;
     for (int status = 1; status <= 50; ++status) {
-        windows.updateWindowStatus(QStringLiteral("w"), status, 0, 0, other.object(),
+        windows.updateWindowStatus("w", status, 0, 0, other.object(),
                                    [&](ApplicationState state, const Error &error) {
                                        thread = QThread::currentThread();
                                        sum += error ? 1000000U : quint32(state);
@@ -260,13 +259,12 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
 {
-    m_simulator->windowStatus().failNext(QStringLiteral("org.freedesktop.DBus.Error.NotSupported"),
-                                         QStringLiteral("not here"));
+    m_simulator->windowStatus().failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
     OtherThread other;
     WindowManagement windows;
     QSemaphore done;
     Outcome outcome;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
+    windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [&](ApplicationState state, const Error &error) {
                                    outcome = {state, error};
                                    done.release();
@@ -274,7 +272,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
     waitUntil([&] { return done.available() == 1; });
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::NotSupported);
-    QCOMPARE(outcome.error.message(), QStringLiteral("not here"));
+    QCOMPARE(outcome.error.message(), "not here");
 }
 
 void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
@@ -285,7 +283,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
     // Held by the callback alone: it is gone when the callback is.
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
+    windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
     m_simulator->windowStatus().waitForHeld(1);
     other.destroyObject();
@@ -301,11 +299,10 @@ void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
     OtherThread other;
     WindowManagement windows;
     QSemaphore done;
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, other.object(),
-                               [&](ApplicationState, const Error &) {
-                                   delete other.object();
-                                   done.release();
-                               });
+    windows.updateWindowStatus("w", 1, 2, 3, other.object(), [&](ApplicationState, const Error &) {
+        delete other.object();
+        done.release();
+    });
     waitUntil([&] { return done.available() == 1; });
     QVERIFY(other.object() == nullptr);
 }
@@ -321,7 +318,7 @@ void TestWindowManagementLifetimes::contextOutlivesItsThread()
     thread.start();
     auto *context = new QObject;
     context->moveToThread(&thread);
-    windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, context,
+    windows.updateWindowStatus("w", 1, 2, 3, context,
                                [held](ApplicationState, const Error &) { ++*held; });
     held.reset();
     m_simulator->windowStatus().waitForHeld(1);
@@ -342,7 +339,7 @@ void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
         int callbacks = 0;
         for (int i = 0; i < 5; ++i) {
             windows.updateWindowStatus(
-                QStringLiteral("w"), i, 0, 0, other.object(),
+                "w", i, 0, 0, other.object(),
                 [&callbacks](ApplicationState, const Error &) { ++callbacks; });
         }
         other.destroyObject();
@@ -359,7 +356,7 @@ void TestWindowManagementLifetimes::serviceEndsWithManyCallsInFlight()
     WindowManagement windows;
     Outcomes outcomes;
     for (int i = 0; i < held; ++i) {
-        windows.updateWindowStatus(QStringLiteral("w"), i, 0, 0, this, outcomes.callback());
+        windows.updateWindowStatus("w", i, 0, 0, this, outcomes.callback());
     }
     m_simulator->windowStatus().waitForHeld(held);
     QCOMPARE(m_simulator->end(), 0);
@@ -381,7 +378,7 @@ void TestWindowManagementLifetimes::clientInAnotherThread()
     QThread *thread = nullptr;
     QMetaObject::invokeMethod(other.object(), [&] {
         auto *windows = new WindowManagement(other.object());
-        windows->updateWindowStatus(QStringLiteral("w"), 8, 0, 0, windows,
+        windows->updateWindowStatus("w", 8, 0, 0, windows,
                                     [&](ApplicationState state, const Error &) {
                                         reported = state;
                                         thread = QThread::currentThread();
@@ -400,10 +397,10 @@ void TestWindowManagementLifetimes::nullContextIsRefusedByQt()
     {
         const Warnings warnings;
         WindowManagement windows;
-        windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, nullptr, outcomes.callback());
+        windows.updateWindowStatus("w", 1, 2, 3, nullptr, outcomes.callback());
         QCOMPARE(warnings.texts(),
-                 QStringList(QStringLiteral("QObject::connect(QDBusPendingCallWatcher, Unknown): "
-                                            "invalid nullptr parameter")));
+                 QStringList("QObject::connect(QDBusPendingCallWatcher, Unknown): "
+                             "invalid nullptr parameter"));
     }
     reportWindow();
     QCOMPARE(outcomes.size(), 0);

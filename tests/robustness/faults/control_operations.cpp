@@ -13,13 +13,13 @@ using Ostrel::Control;
 namespace
 {
 
-const QString path = QStringLiteral(OSTREL_CONTROL_PATH);
-const QString interface = QStringLiteral(OSTREL_CONTROL_INTERFACE);
+const QString path = OSTREL_CONTROL_PATH;
+const QString interface = OSTREL_CONTROL_INTERFACE;
 
 void add(Rig &rig, const Control::StartResult &result)
 {
     rig.setCode(result.error.code());
-    rig.add(QStringLiteral("%1 <%2> {%3}")
+    rig.add(QString("%1 <%2> {%3}")
                 .arg(textOf(result.error), result.appInstanceId, text(result.details)));
 }
 
@@ -33,14 +33,14 @@ void add(Rig &rig, const QVector<Ostrel::RunningApplication> &applications,
          const QVector<Ostrel::RunningService> &services, const Ostrel::Error &error)
 {
     rig.setCode(error.code());
-    rig.add(QStringLiteral("%1 [%2] [%3]").arg(textOf(error), text(applications), text(services)));
+    rig.add(QString("%1 [%2] [%3]").arg(textOf(error), text(applications), text(services)));
 }
 
 Ostrel::DebugParams parametersOf(const Rig &rig)
 {
     Ostrel::DebugParams params(rig.parameters);
     if (rig.parameters.isEmpty()) {
-        params.setCommandLineParams({QStringLiteral("-v")});
+        params.setCommandLineParams({"-v"});
     }
     return params;
 }
@@ -57,9 +57,7 @@ Operation call(const char *name, const char *method, const char *signature, cons
     operation.signature = QString::fromLatin1(signature);
     operation.values = QString::fromLatin1(values);
     operation.seen = QString::fromLatin1(seen);
-    operation.seenFailure = [](const Failure &failure) {
-        return textOf(failure) + QStringLiteral(" <> {}");
-    };
+    operation.seenFailure = [](const Failure &failure) { return textOf(failure) + " <> {}"; };
     return operation;
 }
 
@@ -72,7 +70,7 @@ struct Client
 // The same request without waiting. send: makes the call, with a callback that adds to the rig.
 Operation withoutWaiting(Operation operation, const std::function<void(Rig &, Client &)> &send)
 {
-    operation.name.prepend(QStringLiteral("async:"));
+    operation.name.prepend("async:");
     operation.kind = Operation::AsynchronousCall;
     operation.prepare = [send](Rig &rig) {
         return [&rig, send, client = std::make_shared<Client>()] {
@@ -138,14 +136,14 @@ Operation list()
     operation.seenFailure = [](const Failure &failure) {
         // The code says no more than that, and what was there stays.
         return textOf(Failure{1, QString(), failure.message})
-            + QStringLiteral(" [before 0 0 0 {}] [ before 0 0 {}]");
+            + " [before 0 0 0 {}] [ before 0 0 {}]";
     };
     operation.prepare = [](Rig &rig) {
         return [&rig, control = std::make_shared<Control>()] {
             QVector<Ostrel::RunningApplication> applications(1, Ostrel::RunningApplication{});
             QVector<Ostrel::RunningService> services(1, Ostrel::RunningService{});
-            applications[0].appId = QStringLiteral("before");
-            services[0].name = QStringLiteral("before");
+            applications[0].appId = "before";
+            services[0].name = "before";
             const Ostrel::Error error = control->getRunningApplications(applications, services);
             add(rig, applications, services, error);
         };
@@ -187,7 +185,7 @@ Operation listWithoutWaiting()
             });
     });
     operation.seenFailure = [](const Failure &failure) {
-        return textOf(Failure{1, QString(), failure.message}) + QStringLiteral(" [] []");
+        return textOf(Failure{1, QString(), failure.message}) + " [] []";
     };
     return operation;
 }
@@ -203,10 +201,10 @@ Operation signal(const char *name, const char *member, const char *signature,
     operation.interface = interface;
     operation.member = QString::fromLatin1(member);
     operation.signature = QString::fromLatin1(signature);
-    operation.values = QStringLiteral("app:1 1 State i 7");
-    operation.markerValues = QStringLiteral("marker 1 State i 8");
-    operation.seen = operation.name + QStringLiteral(" app:1 {State=7}");
-    operation.markerSeen = operation.name + QStringLiteral(" marker {State=8}");
+    operation.values = "app:1 1 State i 7";
+    operation.markerValues = "marker 1 State i 8";
+    operation.seen = operation.name + " app:1 {State=7}";
+    operation.markerSeen = operation.name + " marker {State=8}";
     const QString column = operation.name;
     operation.prepare = [listen, column](Rig &rig) {
         auto control = std::make_shared<Control>();
@@ -234,38 +232,36 @@ std::vector<Operation> controlSignals()
 {
     const auto adding = [](Rig &rig, const QString &name) {
         return [&rig, name, token = rig.token()](const QString &id, const QVariantMap &details) {
-            rig.add(QStringLiteral("%1 %2 {%3}").arg(name, id, text(details)));
+            rig.add(QString("%1 %2 {%3}").arg(name, id, text(details)));
         };
     };
     Operation started =
         signal("started", "Started", "sa{sv}", [adding](Rig &rig, const Control &control) {
-            QObject::connect(&control, &Control::started, &control,
-                             adding(rig, QStringLiteral("started")));
+            QObject::connect(&control, &Control::started, &control, adding(rig, "started"));
         });
     Operation terminated =
         signal("terminated", "Terminated", "sa{sv}", [adding](Rig &rig, const Control &control) {
-            QObject::connect(&control, &Control::terminated, &control,
-                             adding(rig, QStringLiteral("terminated")));
+            QObject::connect(&control, &Control::terminated, &control, adding(rig, "terminated"));
         });
     Operation state =
         signal("stateChanged", "StateChanged", "sa{sv}", [](Rig &rig, const Control &control) {
             QObject::connect(&control, &Control::stateChanged, &control,
                              [&rig, token = rig.token()](const QString &id, quint32 number) {
-                                 rig.add(QStringLiteral("state %1 %2").arg(id).arg(number));
+                                 rig.add(QString("state %1 %2").arg(id).arg(number));
                              });
         });
-    state.seen = QStringLiteral("state app:1 7");
-    state.markerSeen = QStringLiteral("state marker 8");
+    state.seen = "state app:1 7";
+    state.markerSeen = "state marker 8";
     Operation oom =
         signal("selectedByOom", "SelectedByOom", "s", [](Rig &rig, const Control &control) {
             QObject::connect(&control, &Control::selectedByOom, &control,
                              [&rig, token = rig.token()](const QString &id) {
-                                 rig.add(QStringLiteral("oom %1").arg(id));
+                                 rig.add(QString("oom %1").arg(id));
                              });
         });
-    oom.values = QStringLiteral("app:1");
-    oom.markerValues = QStringLiteral("marker");
-    oom.seen = QStringLiteral("oom app:1");
-    oom.markerSeen = QStringLiteral("oom marker");
+    oom.values = "app:1";
+    oom.markerValues = "marker";
+    oom.seen = "oom app:1";
+    oom.markerSeen = "oom marker";
     return {started, terminated, state, oom};
 }

@@ -7,7 +7,7 @@ void arrangeGood(Rig &rig, const Operation &operation)
 {
     const QString values = operation.signature + QLatin1Char(' ') + operation.values;
     if (operation.isCall()) {
-        rig.service().on(operation.member, QStringLiteral("answer ") + values);
+        rig.service().on(operation.member, "answer " + values);
     } else if (operation.isSignal()) {
         rig.service().order(operation.order(values));
     }
@@ -15,8 +15,7 @@ void arrangeGood(Rig &rig, const Operation &operation)
 
 QString goodOutcome(const Operation &operation)
 {
-    return operation.isSignal() ? operation.seen + QStringLiteral("; ") + operation.markerSeen
-                                : operation.seen;
+    return operation.isSignal() ? operation.seen + "; " + operation.markerSeen : operation.seen;
 }
 
 QString outcomeOf(const Operation &operation, const Failure &failure)

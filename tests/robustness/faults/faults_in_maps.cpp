@@ -24,26 +24,23 @@ struct Place
 
 const QMap<QString, Place> &places()
 {
-    const Place answer{QStringLiteral("sa{sv} app:1 1 k %1"), QStringLiteral("0 <app:1> {k=%2}")};
-    const QString started = QStringLiteral("sa{sv} app:1 1 k %1");
+    const Place answer{"sa{sv} app:1 1 k %1", "0 <app:1> {k=%2}"};
+    const QString started = "sa{sv} app:1 1 k %1";
     static const QMap<QString, Place> all{
-        {QStringLiteral("start"), answer},
-        {QStringLiteral("startDebug"), answer},
-        {QStringLiteral("list"),
-         {QStringLiteral("a(siuua{sv})a(ssiua{sv}) 1 a.b 7 1 2 1 k %1 1 a.b s 8 4 1 k %1"),
-          QStringLiteral("0 [a.b 7 1 2 {k=%2}] [a.b s 8 4 {k=%2}]")}},
-        {QStringLiteral("register"),
-         {QStringLiteral("oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH
-                         "sync 3 ActiveTasks %1 AvailableTasks %1 k %1"),
-          QStringLiteral("active [%3]; available [%4]; ready 0")}},
-        {QStringLiteral("started"), {started, QStringLiteral("started app:1 {k=%2}")}},
-        {QStringLiteral("terminated"), {started, QStringLiteral("terminated app:1 {k=%2}")}},
-        {QStringLiteral("stateChanged"),
-         {QStringLiteral("sa{sv} app:1 1 State %1"), QStringLiteral("state app:1 %5")}},
-        {QStringLiteral("activeTasks"),
-         {QStringLiteral("sa{sv}as x.y 1 ActiveTasks %1 0"), QStringLiteral("active [%3]")}},
-        {QStringLiteral("availableTasks"),
-         {QStringLiteral("sa{sv}as x.y 1 AvailableTasks %1 0"), QStringLiteral("available [%4]")}},
+        {"start", answer},
+        {"startDebug", answer},
+        {"list",
+         {"a(siuua{sv})a(ssiua{sv}) 1 a.b 7 1 2 1 k %1 1 a.b s 8 4 1 k %1",
+          "0 [a.b 7 1 2 {k=%2}] [a.b s 8 4 {k=%2}]"}},
+        {"register",
+         {"oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH
+          "sync 3 ActiveTasks %1 AvailableTasks %1 k %1",
+          "active [%3]; available [%4]; ready 0"}},
+        {"started", {started, "started app:1 {k=%2}"}},
+        {"terminated", {started, "terminated app:1 {k=%2}"}},
+        {"stateChanged", {"sa{sv} app:1 1 State %1", "state app:1 %5"}},
+        {"activeTasks", {"sa{sv}as x.y 1 ActiveTasks %1 0", "active [%3]"}},
+        {"availableTasks", {"sa{sv}as x.y 1 AvailableTasks %1 0", "available [%4]"}},
     };
     return all;
 }
@@ -52,19 +49,15 @@ const QMap<QString, Place> &places()
 const QMap<QString, Place> &innerPlaces()
 {
     static const QMap<QString, Place> all{
-        {QStringLiteral("register"),
-         {QStringLiteral("oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH
-                         "sync 2 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 "
-                         "AvailableTasks a(sa{sv}) 1 t 1 k %1"),
-          QStringLiteral("active [t 5 {k=%2}]; available [t {k=%2}]; ready 0")}},
-        {QStringLiteral("stateChanged"),
-         {QStringLiteral("sa{sv} app:1 2 State i 7 k %1"), QStringLiteral("state app:1 7")}},
-        {QStringLiteral("activeTasks"),
-         {QStringLiteral("sa{sv}as x.y 1 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 0"),
-          QStringLiteral("active [t 5 {k=%2}]")}},
-        {QStringLiteral("availableTasks"),
-         {QStringLiteral("sa{sv}as x.y 1 AvailableTasks a(sa{sv}) 1 t 1 k %1 0"),
-          QStringLiteral("available [t {k=%2}]")}},
+        {"register",
+         {"oa{sv} " OSTREL_TASK_INVOKER_SESSIONS_PATH "sync 2 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 "
+          "AvailableTasks a(sa{sv}) 1 t 1 k %1",
+          "active [t 5 {k=%2}]; available [t {k=%2}]; ready 0"}},
+        {"stateChanged", {"sa{sv} app:1 2 State i 7 k %1", "state app:1 7"}},
+        {"activeTasks",
+         {"sa{sv}as x.y 1 ActiveTasks a(sia{sv}) 1 t 5 1 k %1 0", "active [t 5 {k=%2}]"}},
+        {"availableTasks",
+         {"sa{sv}as x.y 1 AvailableTasks a(sa{sv}) 1 t 1 k %1 0", "available [t {k=%2}]"}},
     };
     return all;
 }
@@ -87,14 +80,14 @@ Fault holding(const QString &label, const QMap<QString, Place> &places, const Ho
     fault.arrange = [places, value](Rig &rig, const Operation &operation) {
         const QString values = filled(places.value(operation.request()).values, value);
         if (operation.isCall()) {
-            rig.service().on(operation.member, QStringLiteral("answer ") + values);
+            rig.service().on(operation.member, "answer " + values);
         } else {
             rig.service().order(operation.order(values));
         }
     };
     fault.expected = [places, value](const Operation &operation) {
         const QString seen = filled(places.value(operation.request()).seen, value);
-        return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
+        return operation.isSignal() ? seen + "; " + operation.markerSeen : seen;
     };
     return fault;
 }
@@ -105,8 +98,8 @@ std::vector<Fault> faultsInMaps()
 {
     std::vector<Fault> faults;
     for (const HostileValue &value : hostileValues()) {
-        faults.push_back(holding(QStringLiteral("in a map, "), places(), value));
-        faults.push_back(holding(QStringLiteral("in an inner map, "), innerPlaces(), value));
+        faults.push_back(holding("in a map, ", places(), value));
+        faults.push_back(holding("in an inner map, ", innerPlaces(), value));
     }
     return faults;
 }

@@ -21,44 +21,44 @@ struct ErrorName
     QString label = {};
 };
 
-const QString service = QStringLiteral(OSTREL_ERROR_PREFIX);
-const QString standard = QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX);
+const QString service = OSTREL_ERROR_PREFIX;
+const QString standard = OSTREL_STANDARD_ERROR_PREFIX;
 
 std::vector<ErrorName> names()
 {
     std::vector<ErrorName> all{
-        {0, service + QStringLiteral("NoError")},
-        {1, standard + QStringLiteral("Failed")},
-        {2, service + QStringLiteral("HandlerNotFound")},
-        {3, service + QStringLiteral("HandlerFailed")},
-        {4, standard + QStringLiteral("InvalidArgs")},
-        {5, standard + QStringLiteral("NotSupported")},
-        {6, standard + QStringLiteral("AccessDenied")},
-        {7, service + QStringLiteral("ProcessNotHandled")},
-        {8, service + QStringLiteral("ApplicationNotRunning")},
-        {9, service + QStringLiteral("ApplicationAlreadyRunning")},
+        {0, service + "NoError"},
+        {1, standard + "Failed"},
+        {2, service + "HandlerNotFound"},
+        {3, service + "HandlerFailed"},
+        {4, standard + "InvalidArgs"},
+        {5, standard + "NotSupported"},
+        {6, standard + "AccessDenied"},
+        {7, service + "ProcessNotHandled"},
+        {8, service + "ApplicationNotRunning"},
+        {9, service + "ApplicationAlreadyRunning"},
         // Under the other prefix, under both, in other letters, and of nobody.
-        {1, service + QStringLiteral("Failed")},
-        {1, service + QStringLiteral("AccessDenied")},
-        {1, standard + QStringLiteral("NoError")},
-        {1, standard + QStringLiteral("HandlerFailed")},
-        {3, service + service + QStringLiteral("HandlerFailed")},
-        {1, service + standard + QStringLiteral("AccessDenied")},
-        {1, standard + QStringLiteral("accessDenied")},
-        {1, service + QStringLiteral("HandlerFailed.Again")},
-        {1, standard + QStringLiteral("ServiceUnknown")},
-        {1, standard + QStringLiteral("UnknownMethod")},
+        {1, service + "Failed"},
+        {1, service + "AccessDenied"},
+        {1, standard + "NoError"},
+        {1, standard + "HandlerFailed"},
+        {3, service + service + "HandlerFailed"},
+        {1, service + standard + "AccessDenied"},
+        {1, standard + "accessDenied"},
+        {1, service + "HandlerFailed.Again"},
+        {1, standard + "ServiceUnknown"},
+        {1, standard + "UnknownMethod"},
         // Another program owns the name.
-        {1, standard + QStringLiteral("UnknownObject")},
-        {1, standard + QStringLiteral("NoReply")},
-        {1, QStringLiteral("org.qtproject.QtDBus.Error.InternalError")},
-        {1, QStringLiteral("a.b")},
-        {1, QStringLiteral("a.HandlerFailed")},
+        {1, standard + "UnknownObject"},
+        {1, standard + "NoReply"},
+        {1, "org.qtproject.QtDBus.Error.InternalError"},
+        {1, "a.b"},
+        {1, "a.HandlerFailed"},
     };
     const int longest = 255;
-    for (const QString &prefix : {service, standard, QStringLiteral("a.")}) {
-        all.push_back({1, prefix.leftJustified(longest, QLatin1Char('x')),
-                       prefix + QStringLiteral("x..., 255 bytes")});
+    for (const QString &prefix : {service, standard, QString("a.")}) {
+        all.push_back(
+            {1, prefix.leftJustified(longest, QLatin1Char('x')), prefix + "x..., 255 bytes"});
     }
     return all;
 }
@@ -69,7 +69,7 @@ Fault failing(const QString &label, const QString &values, const Failure &failur
     Fault fault{label};
     fault.concerns = [](const Operation &operation) { return operation.isCall(); };
     fault.arrange = [values, failure](Rig &rig, const Operation &operation) {
-        rig.service().on(operation.member, QStringLiteral("fail %1 %2").arg(failure.name, values));
+        rig.service().on(operation.member, QString("fail %1 %2").arg(failure.name, values));
     };
     Failure seen = failure;
     seen.name = shortened(seen.name);
@@ -82,12 +82,11 @@ Fault failing(const QString &label, const QString &values, const Failure &failur
 // number.
 Fault failingWith(const HostileValue &value)
 {
-    const Failure failure{3, service + QStringLiteral("HandlerFailed"), value.text};
-    Fault fault = failing(QStringLiteral("an error with ") + value.typed(), value.typed(), failure);
+    const Failure failure{3, service + "HandlerFailed", value.text};
+    Fault fault = failing("an error with " + value.typed(), value.typed(), failure);
     fault.expected = [failure, value](const Operation &operation) {
         QString seen = operation.seenFailure(failure);
-        return seen.replace(QLatin1String("started 0:"),
-                            QStringLiteral("started %1:").arg(value.number));
+        return seen.replace(QLatin1String("started 0:"), QString("started %1:").arg(value.number));
     };
     return fault;
 }
@@ -98,17 +97,14 @@ std::vector<Fault> faultsOfErrors()
 {
     std::vector<Fault> faults;
     for (const ErrorName &error : names()) {
-        faults.push_back(failing(error.label.isEmpty() ? error.name : error.label,
-                                 QStringLiteral("s text"),
-                                 {error.code, error.name, QStringLiteral("text")}));
+        faults.push_back(failing(error.label.isEmpty() ? error.name : error.label, "s text",
+                                 {error.code, error.name, "text"}));
     }
-    const QString name = service + QStringLiteral("HandlerFailed");
-    faults.push_back(failing(QStringLiteral("an error without a message"), QStringLiteral("''"),
-                             {3, name, QString()}));
-    faults.push_back(failing(QStringLiteral("an error with an empty message"),
-                             QStringLiteral("s ''"), {3, name, QLatin1String("")}));
-    faults.push_back(failing(QStringLiteral("an error with two messages"),
-                             QStringLiteral("ss text other"), {3, name, QStringLiteral("text")}));
+    const QString name = service + "HandlerFailed";
+    faults.push_back(failing("an error without a message", "''", {3, name, QString()}));
+    faults.push_back(
+        failing("an error with an empty message", "s ''", {3, name, QLatin1String("")}));
+    faults.push_back(failing("an error with two messages", "ss text other", {3, name, "text"}));
     for (const HostileValue &value : hostileValues()) {
         faults.push_back(failingWith(value));
     }

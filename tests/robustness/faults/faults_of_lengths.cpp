@@ -12,7 +12,7 @@
 namespace
 {
 
-const QString sessions = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
+const QString sessions = OSTREL_TASK_INVOKER_SESSIONS_PATH;
 
 const QChar letter = QLatin1Char('x');
 constexpr int maximumMessage = 128 << 20;
@@ -69,26 +69,22 @@ std::function<QString()> letters(int size)
 std::vector<Fault> arguments()
 {
     const int longest = maximumMessage - head;
-    Fault refused =
-        argument(QStringLiteral("an argument that no message holds"), letters(longest + 1));
+    Fault refused = argument("an argument that no message holds", letters(longest + 1));
     refused.isLarge = true;
     refused.arrange = {};
     refused.expected = [longest](const Operation &operation) {
         return operation.seenFailure(
             {1, QString(),
-             QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+             QString("Marshalling failed: a text of %1 bytes is too large for a message")
                  .arg(longest + 1)});
     };
     return {
-        argument(QStringLiteral("an empty argument"), [] { return QString(); }),
-        argument(QStringLiteral("an argument with U+0000"),
-                 [] { return QStringLiteral("a") + QChar(0); }),
-        argument(QStringLiteral("an argument with half a character"),
-                 [] { return QString(QChar(0xd800)); }),
-        argument(QStringLiteral("an argument of 255 bytes"), letters(255)),
+        argument("an empty argument", [] { return QString(); }),
+        argument("an argument with U+0000", [] { return QString("a") + QChar(0); }),
+        argument("an argument with half a character", [] { return QString(QChar(0xd800)); }),
+        argument("an argument of 255 bytes", letters(255)),
         // The task type and the maps need some room too.
-        mostly("terminate",
-               argument(QStringLiteral("the longest argument"), letters(longest - 1024))),
+        mostly("terminate", argument("the longest argument", letters(longest - 1024))),
         refused,
     };
 }
@@ -103,35 +99,29 @@ struct Incoming
 
 const QMap<QString, Incoming> &places()
 {
-    const Incoming answer{QStringLiteral("sa{sv} @%1 0"), QStringLiteral("0 <x*%1> {}")};
+    const Incoming answer{"sa{sv} @%1 0", "0 <x*%1> {}"};
     static const QMap<QString, Incoming> all{
-        {QStringLiteral("start"), answer},
-        {QStringLiteral("startDebug"), answer},
-        {QStringLiteral("terminate"), {QStringLiteral("s @%1"), QStringLiteral("0")}},
-        {QStringLiteral("list"),
-         {QStringLiteral("a(siuua{sv})a(ssiua{sv}) 1 @%2 7 1 2 0 1 @%2 s 8 4 0"),
-          QStringLiteral("0 [x*%2 7 1 2 {}] [x*%2 s 8 4 {}]")}},
-        {QStringLiteral("register"),
-         {QStringLiteral("oa{sv} /@%1 0"),
-          QStringLiteral("ready 1 \"Wrong TaskInvoker path\"; "
-                         "warning: Unexpected object path: \"/x*%1\"")}},
-        {QStringLiteral("taskStart"),
-         {QStringLiteral("is 42 @%1"), QStringLiteral("started 42: 0")}},
-        {QStringLiteral("taskStop"), {QStringLiteral("s @%1"), QStringLiteral("stopped 0")}},
-        {QStringLiteral("window"), {QStringLiteral("us 2 @%1"), QStringLiteral("state 2: 0")}},
-        {QStringLiteral("started"),
-         {QStringLiteral("sa{sv} @%1 0"), QStringLiteral("started x*%1 {}")}},
-        {QStringLiteral("terminated"),
-         {QStringLiteral("sa{sv} @%1 0"), QStringLiteral("terminated x*%1 {}")}},
-        {QStringLiteral("stateChanged"),
-         {QStringLiteral("sa{sv} @%1 1 State i 7"), QStringLiteral("state x*%1 7")}},
-        {QStringLiteral("selectedByOom"), {QStringLiteral("s @%1"), QStringLiteral("oom x*%1")}},
-        {QStringLiteral("activeTasks"),
-         {QStringLiteral("sa{sv}as @%2 1 ActiveTasks a(sia{sv}) 1 @%2 5 0 0"),
-          QStringLiteral("active [x*%2 5 {}]")}},
-        {QStringLiteral("availableTasks"),
-         {QStringLiteral("sa{sv}as @%2 1 AvailableTasks a(sa{sv}) 1 @%2 0 0"),
-          QStringLiteral("available [x*%2 {}]")}},
+        {"start", answer},
+        {"startDebug", answer},
+        {"terminate", {"s @%1", "0"}},
+        {"list",
+         {"a(siuua{sv})a(ssiua{sv}) 1 @%2 7 1 2 0 1 @%2 s 8 4 0",
+          "0 [x*%2 7 1 2 {}] [x*%2 s 8 4 {}]"}},
+        {"register",
+         {"oa{sv} /@%1 0",
+          "ready 1 \"Wrong TaskInvoker path\"; "
+          "warning: Unexpected object path: \"/x*%1\""}},
+        {"taskStart", {"is 42 @%1", "started 42: 0"}},
+        {"taskStop", {"s @%1", "stopped 0"}},
+        {"window", {"us 2 @%1", "state 2: 0"}},
+        {"started", {"sa{sv} @%1 0", "started x*%1 {}"}},
+        {"terminated", {"sa{sv} @%1 0", "terminated x*%1 {}"}},
+        {"stateChanged", {"sa{sv} @%1 1 State i 7", "state x*%1 7"}},
+        {"selectedByOom", {"s @%1", "oom x*%1"}},
+        {"activeTasks",
+         {"sa{sv}as @%2 1 ActiveTasks a(sia{sv}) 1 @%2 5 0 0", "active [x*%2 5 {}]"}},
+        {"availableTasks",
+         {"sa{sv}as @%2 1 AvailableTasks a(sa{sv}) 1 @%2 0 0", "available [x*%2 {}]"}},
     };
     return all;
 }
@@ -149,14 +139,14 @@ Fault incoming(const QString &label, int size)
     fault.arrange = [sized](Rig &rig, const Operation &operation) {
         const QString values = sized(places().value(operation.request()).values);
         if (operation.isCall()) {
-            rig.service().on(operation.member, QStringLiteral("answer ") + values);
+            rig.service().on(operation.member, "answer " + values);
         } else {
             rig.service().order(operation.order(values));
         }
     };
     fault.expected = [sized](const Operation &operation) {
         const QString seen = sized(places().value(operation.request()).seen);
-        return operation.isSignal() ? seen + QStringLiteral("; ") + operation.markerSeen : seen;
+        return operation.isSignal() ? seen + "; " + operation.markerSeen : seen;
     };
     return fault;
 }
@@ -166,13 +156,12 @@ Fault failing(const QString &label, int size)
     Fault fault{label};
     fault.concerns = callOf;
     fault.arrange = [size](Rig &rig, const Operation &operation) {
-        rig.service().on(
-            operation.member,
-            QStringLiteral("fail " OSTREL_ERROR_PREFIX "HandlerFailed s @%1").arg(size));
+        rig.service().on(operation.member,
+                         QString("fail " OSTREL_ERROR_PREFIX "HandlerFailed s @%1").arg(size));
     };
     fault.expected = [size](const Operation &operation) {
-        return operation.seenFailure({3, QStringLiteral(OSTREL_ERROR_PREFIX "HandlerFailed"),
-                                      QStringLiteral("x*%1").arg(size)});
+        return operation.seenFailure(
+            {3, OSTREL_ERROR_PREFIX "HandlerFailed", QString("x*%1").arg(size)});
     };
     return fault;
 }
@@ -190,35 +179,34 @@ Fault longType(const QString &label, int size)
     };
     fault.arrange = [size](Rig &rig, const Operation &operation) {
         Operation ofType = operation;
-        const QString session = QStringLiteral("%1@%2").arg(sessions).arg(size);
+        const QString session = QString("%1@%2").arg(sessions).arg(size);
         if (operation.request() == QLatin1String("register")) {
-            ofType.values.replace(sessions + QStringLiteral("sync"), session);
+            ofType.values.replace(sessions + "sync", session);
         } else {
             ofType.path = session;
             // Its answer comes behind the signal.
-            arrangeGood(rig, operationNamed(QStringLiteral("taskStop")));
+            arrangeGood(rig, operationNamed("taskStop"));
         }
         arrangeGood(rig, ofType);
     };
     fault.expected = [size](const Operation &operation) {
         // What the bus is asked to pass on may have 1024 bytes, the type's among them.
-        return operation.isSignal() && size > 800 ? QStringLiteral("stopped 0")
-                                                  : goodOutcome(operation);
+        return operation.isSignal() && size > 800 ? "stopped 0" : goodOutcome(operation);
     };
     return fault;
 }
 
 Fault tooLongType(int size)
 {
-    Fault fault = longType(QStringLiteral("a task type that no path holds"), size);
+    Fault fault = longType("a task type that no path holds", size);
     fault.isLarge = true;
     fault.arrange = {};
     fault.expected = [size](const Operation &operation) {
-        const Operation &stopping = operationNamed(QStringLiteral("taskStop"));
+        const Operation &stopping = operationNamed("taskStop");
         return (operation.isSignal() ? stopping : operation)
             .seenFailure(
-                {1, QStringLiteral("org.freedesktop.DBus.Error.Failed"),
-                 QStringLiteral("Marshalling failed: a text of %1 bytes is too large for a message")
+                {1, "org.freedesktop.DBus.Error.Failed",
+                 QString("Marshalling failed: a text of %1 bytes is too large for a message")
                      .arg(sessions.size() + size)});
     };
     return fault;
@@ -241,7 +229,7 @@ std::vector<Fault> largestMaps()
     const int longestValue = maximumArray - entryOfText;
     const int longestKey = maximumArray - entryOfByte;
     const auto value = [](int size) {
-        return [size] { return QVariantMap{{QStringLiteral("key"), QString(size, letter)}}; };
+        return [size] { return QVariantMap{{"key", QString(size, letter)}}; };
     };
     const auto key = [](int size) {
         return [size] {
@@ -254,38 +242,35 @@ std::vector<Fault> largestMaps()
         fault.expected = [keyed, type](const Operation &operation) {
             return operation.seenFailure(
                 {1, QString(),
-                 QStringLiteral("Marshalling failed: \"%1\" is too large for a message, with a "
-                                "value of type %2")
+                 QString("Marshalling failed: \"%1\" is too large for a message, with a "
+                         "value of type %2")
                      .arg(keyed, QLatin1String(type))});
         };
         return fault;
     };
     return {
-        mostly("taskStart",
-               parameters(QStringLiteral("the longest text in a map"), value(longestValue))),
-        refused(parameters(QStringLiteral("a text that no map holds"), value(longestValue + 1)),
-                QStringLiteral("key"), "QString"),
-        mostly("startDebug",
-               parameters(QStringLiteral("the longest key of a map"), key(longestKey))),
-        refused(parameters(QStringLiteral("a key that no map holds"), key(longestKey + 1)),
-                QStringLiteral("x*%1").arg(longestKey + 1), "uchar"),
+        mostly("taskStart", parameters("the longest text in a map", value(longestValue))),
+        refused(parameters("a text that no map holds", value(longestValue + 1)), "key", "QString"),
+        mostly("startDebug", parameters("the longest key of a map", key(longestKey))),
+        refused(parameters("a key that no map holds", key(longestKey + 1)),
+                QString("x*%1").arg(longestKey + 1), "uchar"),
     };
 }
 
 // More than libdbus takes in before it is told that something has been handled.
 Fault flood()
 {
-    Fault fault{QStringLiteral("80 MB of signals while nobody listens")};
+    Fault fault{"80 MB of signals while nobody listens"};
     fault.concerns = [](const Operation &operation) {
         return operation.request() == QLatin1String("selectedByOom");
     };
     fault.arrange = [](Rig &rig, const Operation &operation) {
         for (int i = 0; i < 800; ++i) {
-            rig.service().order(operation.order(QStringLiteral("s @100000")));
+            rig.service().order(operation.order("s @100000"));
         }
     };
     fault.expected = [](const Operation &operation) {
-        return QStringLiteral("oom x*100000; ").repeated(800) + operation.markerSeen;
+        return QString("oom x*100000; ").repeated(800) + operation.markerSeen;
     };
     return fault;
 }
@@ -301,19 +286,17 @@ std::vector<Fault> faultsOfLengths()
         faults.push_back(fault);
     }
     for (const Fault &fault : {
-             argument(QStringLiteral("an argument of 1 MiB"), letters(size)),
-             incoming(QStringLiteral("a text of 1 MiB from the service"), size),
-             mostly("start",
-                    incoming(QStringLiteral("the longest text from the service"), longest)),
-             failing(QStringLiteral("an error with a message of 1 MiB"), size),
-             mostly("window",
-                    failing(QStringLiteral("an error with the longest message"), longest)),
+             argument("an argument of 1 MiB", letters(size)),
+             incoming("a text of 1 MiB from the service", size),
+             mostly("start", incoming("the longest text from the service", longest)),
+             failing("an error with a message of 1 MiB", size),
+             mostly("window", failing("an error with the longest message", longest)),
              flood(),
-             longType(QStringLiteral("a task type of 255 bytes"), 255),
-             longType(QStringLiteral("a task type of 800 bytes"), 800),
-             longType(QStringLiteral("a task type of 1024 bytes"), 1024),
-             longType(QStringLiteral("a task type of 1 MiB"), size),
-             mostly("register", longType(QStringLiteral("the longest task type"), longestType)),
+             longType("a task type of 255 bytes", 255),
+             longType("a task type of 800 bytes", 800),
+             longType("a task type of 1024 bytes", 1024),
+             longType("a task type of 1 MiB", size),
+             mostly("register", longType("the longest task type", longestType)),
              tooLongType(longestType + 1),
          }) {
         faults.push_back(fault);

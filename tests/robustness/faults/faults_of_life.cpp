@@ -10,18 +10,16 @@
 namespace
 {
 
-const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
+const QString serviceName = OSTREL_SERVICE_NAME;
 
-const Failure disconnected{1, QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
-                           QStringLiteral("Not connected to D-Bus server")};
-const Failure absent{
-    1, QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
-    QStringLiteral("The name " OSTREL_SERVICE_NAME " was not provided by any .service files")};
-const Failure gone{
-    1, QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-    QStringLiteral("Message recipient disconnected from message bus without replying")};
-const Failure silent{1, QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-                     QStringLiteral("Message did not receive a reply (timeout by message bus)")};
+const Failure disconnected{1, "org.freedesktop.DBus.Error.Disconnected",
+                           "Not connected to D-Bus server"};
+const Failure absent{1, "org.freedesktop.DBus.Error.ServiceUnknown",
+                     "The name " OSTREL_SERVICE_NAME " was not provided by any .service files"};
+const Failure gone{1, "org.freedesktop.DBus.Error.NoReply",
+                   "Message recipient disconnected from message bus without replying"};
+const Failure silent{1, "org.freedesktop.DBus.Error.NoReply",
+                     "Message did not receive a reply (timeout by message bus)"};
 
 bool any(const Operation & /*operation*/)
 {
@@ -77,24 +75,21 @@ void settleWithService(Rig &rig, const Operation & /*operation*/)
 
 std::vector<Fault> faultsOfTheBus()
 {
-    Fault none{QStringLiteral("no bus"), Fault::OwnProcessWithoutBus, 15};
+    Fault none{"no bus", Fault::OwnProcessWithoutBus, 15};
     none.concerns = any;
     none.expected = withoutBus;
 
-    Fault noPath{QStringLiteral("no bus, and a task type that makes no path"),
-                 Fault::OwnProcessWithoutBus, 15};
+    Fault noPath{"no bus, and a task type that makes no path", Fault::OwnProcessWithoutBus, 15};
     noPath.concerns = isRegistration;
-    noPath.before = [](Rig &rig, const Operation & /*operation*/) {
-        rig.taskType = QStringLiteral("a-b");
-    };
+    noPath.before = [](Rig &rig, const Operation & /*operation*/) { rig.taskType = "a-b"; };
     noPath.expected = withoutBus;
 
-    Fault before{QStringLiteral("the bus dies before the client is made"), Fault::OwnProcess, 15};
+    Fault before{"the bus dies before the client is made", Fault::OwnProcess, 15};
     before.concerns = any;
     before.before = endBus;
     before.expected = withoutBus;
 
-    Fault between{QStringLiteral("the bus dies before the call"), Fault::OwnProcess};
+    Fault between{"the bus dies before the call", Fault::OwnProcess};
     between.concerns = any;
     between.before = [](Rig &rig, const Operation &operation) {
         rig.invokerIsFirst = true;
@@ -113,10 +108,10 @@ std::vector<Fault> faultsOfTheBus()
         return isRegistration(operation) ? goodOutcome(operation) : withoutBus(operation);
     };
 
-    Fault within{QStringLiteral("the bus dies in the call"), Fault::OwnProcess};
+    Fault within{"the bus dies in the call", Fault::OwnProcess};
     within.concerns = call;
     within.arrange = [](Rig &rig, const Operation &operation) {
-        rig.service().on(operation.member, QStringLiteral("kill %1").arg(rig.bus().processId()));
+        rig.service().on(operation.member, QString("kill %1").arg(rig.bus().processId()));
     };
     within.expected = failing(disconnected);
     return {none, noPath, before, between, within};
@@ -124,7 +119,7 @@ std::vector<Fault> faultsOfTheBus()
 
 Fault frozenService()
 {
-    Fault frozen{QStringLiteral("the service hangs"), Fault::OwnProcess, 4, 5000};
+    Fault frozen{"the service hangs", Fault::OwnProcess, 4, 5000};
     frozen.concerns = any;
     frozen.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isSignal()) {
@@ -132,7 +127,7 @@ Fault frozenService()
             rig.service().orderLater(
                 operation.order(operation.signature + QLatin1Char(' ') + operation.values));
             rig.settle();
-            rig.add(QStringLiteral("so far"));
+            rig.add("so far");
             rig.service().thaw();
             rig.service().waitForOrder();
         } else {
@@ -143,10 +138,10 @@ Fault frozenService()
     frozen.after = [](Rig &rig, const Operation & /*operation*/) {
         // A late answer is nobody's business any more.
         rig.service().thaw();
-        rig.service().order(QStringLiteral("forget"));
+        rig.service().order("forget");
     };
     frozen.expected = [](const Operation &operation) {
-        return operation.isSignal() ? QStringLiteral("so far; ") + goodOutcome(operation)
+        return operation.isSignal() ? "so far; " + goodOutcome(operation)
                                     : outcomeOf(operation, silent);
     };
     return frozen;
@@ -155,26 +150,23 @@ Fault frozenService()
 // What a service that has lost its name says.
 Fault handedOver()
 {
-    Fault handed{QStringLiteral("the service loses its name in the call")};
+    Fault handed{"the service loses its name in the call"};
     handed.concerns = any;
     handed.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isSignal()) {
-            rig.waitForOwner(Rig::Nobody, [&rig] {
-                rig.service().order(QStringLiteral("release ") + serviceName);
-            });
+            rig.waitForOwner(Rig::Nobody,
+                             [&rig] { rig.service().order("release " + serviceName); });
             arrangeGood(rig, operation);
-            rig.waitForOwner(Rig::Somebody,
-                             [&rig] { rig.service().order(QStringLiteral("own ") + serviceName); });
+            rig.waitForOwner(Rig::Somebody, [&rig] { rig.service().order("own " + serviceName); });
         } else if (operation.isCall()) {
             rig.service().on(operation.member,
-                             QStringLiteral("release %1 answer %2 %3")
+                             QString("release %1 answer %2 %3")
                                  .arg(serviceName, operation.signature, operation.values));
         }
     };
     handed.after = [](Rig &rig, const Operation &operation) {
         if (operation.isCall()) {
-            rig.waitForOwner(Rig::Somebody,
-                             [&rig] { rig.service().order(QStringLiteral("own ") + serviceName); });
+            rig.waitForOwner(Rig::Somebody, [&rig] { rig.service().order("own " + serviceName); });
         }
     };
     // The call was made to it, so that its answer is good; its signals are not.
@@ -186,17 +178,17 @@ Fault handedOver()
 
 std::vector<Fault> faultsOfTheService()
 {
-    Fault away{QStringLiteral("the service is absent")};
+    Fault away{"the service is absent"};
     away.concerns = callOrLocal;
     away.before = killService;
     away.expected = failing(absent);
 
-    Fault ended{QStringLiteral("the service ends before the call")};
+    Fault ended{"the service ends before the call"};
     ended.concerns = call;
     ended.arrange = killService;
     ended.expected = failing(absent);
 
-    Fault late{QStringLiteral("the service comes late")};
+    Fault late{"the service comes late"};
     late.concerns = any;
     late.before = [](Rig &rig, const Operation & /*operation*/) {
         rig.killService();
@@ -209,12 +201,12 @@ std::vector<Fault> faultsOfTheService()
         return isRegistration(operation) ? operation.seenFailure(absent) : goodOutcome(operation);
     };
 
-    Fault restarted{QStringLiteral("the service is started anew")};
+    Fault restarted{"the service is started anew"};
     restarted.concerns = any;
     restarted.before = [](Rig &rig, const Operation &operation) {
         rig.invokerIsFirst = true;
         if (isRegistration(operation)) {
-            rig.service().on(operation.member, QStringLiteral("ignore"));
+            rig.service().on(operation.member, "ignore");
         }
     };
     restarted.arrange = [](Rig &rig, const Operation &operation) {
@@ -228,7 +220,7 @@ std::vector<Fault> faultsOfTheService()
         return isRegistration(operation) ? operation.seenFailure(gone) : goodOutcome(operation);
     };
 
-    Fault registered{QStringLiteral("the service is started anew behind the call")};
+    Fault registered{"the service is started anew behind the call"};
     registered.concerns = isRegistration;
     registered.arrange = arrangeGood;
     registered.after = [](Rig &rig, const Operation &operation) {
@@ -238,11 +230,11 @@ std::vector<Fault> faultsOfTheService()
     };
     registered.expected = goodOutcome;
 
-    Fault dying{QStringLiteral("the service dies in the call")};
+    Fault dying{"the service dies in the call"};
     dying.concerns = any;
     dying.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isCall()) {
-            rig.service().on(operation.member, QStringLiteral("die"));
+            rig.service().on(operation.member, "die");
         } else {
             arrangeGood(rig, operation);
             rig.killService();

@@ -24,9 +24,9 @@ Fault refused(const char *label, const QVariant &value, const char *problem)
             || operation.name == QLatin1String("taskStart");
     };
     fault.before = [value](Rig &rig, const Operation & /*operation*/) {
-        rig.parameters = {{QStringLiteral("key"), value}};
+        rig.parameters = {{"key", value}};
     };
-    const QString message = QStringLiteral("Marshalling failed: \"key\" ") + QLatin1String(problem);
+    const QString message = "Marshalling failed: \"key\" " + QLatin1String(problem);
     fault.expected = [message](const Operation &operation) {
         return operation.seenFailure({1, QString(), message});
     };
@@ -46,7 +46,7 @@ QVariant inMixedArrays(int levels)
 {
     QJsonValue value = 1;
     for (int level = 0; level < levels; ++level) {
-        value = QJsonArray{QStringLiteral("x"), value};
+        value = QJsonArray{"x", value};
     }
     return value;
 }

@@ -13,9 +13,9 @@
 namespace
 {
 
-const QString applicationsType = QStringLiteral("a(siuua{sv})");
-const QString servicesType = QStringLiteral("a(ssiua{sv})");
-const QString session = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH "sync");
+const QString applicationsType = "a(siuua{sv})";
+const QString servicesType = "a(ssiua{sv})";
+const QString session = OSTREL_TASK_INVOKER_SESSIONS_PATH "sync";
 
 // Values, given by their signatures and words, one behind the other.
 struct Values
@@ -37,8 +37,7 @@ struct Values
 
     QString typed() const
     {
-        return QStringLiteral("%1 %2").arg(signature.isEmpty() ? QStringLiteral("''") : signature,
-                                           words);
+        return QString("%1 %2").arg(signature.isEmpty() ? "''" : signature, words);
     }
 };
 
@@ -53,20 +52,14 @@ QString typesOf(const Operation &operation)
 // The right values one by one, where there are several.
 std::vector<Values> severalRight(const Operation &operation)
 {
-    const Values details{QStringLiteral("a{sv}"), QStringLiteral("1 State i 7")};
-    const Values lists{
-        QStringLiteral("a{sv}"),
-        QStringLiteral("2 ActiveTasks a(sia{sv}) 1 t 5 0 AvailableTasks a(sa{sv}) 1 t 0")};
+    const Values details{"a{sv}", "1 State i 7"};
+    const Values lists{"a{sv}", "2 ActiveTasks a(sia{sv}) 1 t 5 0 AvailableTasks a(sa{sv}) 1 t 0"};
     static const QMap<QString, std::vector<Values>> all{
-        {QStringLiteral("sa{sv}"), {{QStringLiteral("s"), QStringLiteral("app:1")}, details}},
-        {QStringLiteral("oa{sv}"), {{QStringLiteral("o"), session}, lists}},
-        {QStringLiteral("sa{sv}as"),
-         {{QStringLiteral("s"), QStringLiteral("x.y")},
-          lists,
-          {QStringLiteral("as"), QStringLiteral("0")}}},
+        {"sa{sv}", {{"s", "app:1"}, details}},
+        {"oa{sv}", {{"o", session}, lists}},
+        {"sa{sv}as", {{"s", "x.y"}, lists, {"as", "0"}}},
         {applicationsType + servicesType,
-         {{applicationsType, QStringLiteral("1 a.b 7 1 2 0")},
-          {servicesType, QStringLiteral("1 a.b s 8 4 0")}}},
+         {{applicationsType, "1 a.b 7 1 2 0"}, {servicesType, "1 a.b s 8 4 0"}}},
     };
     return all.value(operation.signature);
 }
@@ -106,8 +99,8 @@ bool canTake(const Operation &operation, const Values &values)
 
 Failure wrongSignature(const Operation &operation, const Values &values)
 {
-    return {1, QStringLiteral("org.freedesktop.DBus.Error.InvalidSignature"),
-            QStringLiteral("Unexpected reply signature: got \"%1\", expected \"%2\"")
+    return {1, "org.freedesktop.DBus.Error.InvalidSignature",
+            QString("Unexpected reply signature: got \"%1\", expected \"%2\"")
                 .arg(values.signature, operation.signature)};
 }
 
@@ -122,8 +115,7 @@ QString outcomeOfWrong(const Operation &operation, const Values &values)
         return operation.seen;
     }
     if (isList(operation)) {
-        return operation.seenFailure(
-            {1, QString(), QStringLiteral("The reply has fewer than two arguments")});
+        return operation.seenFailure({1, QString(), "The reply has fewer than two arguments"});
     }
     return operation.seenFailure(wrongSignature(operation, values));
 }
@@ -141,7 +133,7 @@ Fault sending(const QString &name, const Making &making)
     fault.arrange = [making](Rig &rig, const Operation &operation) {
         const QString typed = making(operation).typed();
         if (operation.isCall()) {
-            rig.service().on(operation.member, QStringLiteral("answer ") + typed);
+            rig.service().on(operation.member, "answer " + typed);
         } else {
             rig.service().order(operation.order(typed));
         }
@@ -160,23 +152,22 @@ Fault alone(const HostileValue &value)
         return isList(operation) ? one.with(value) : one;
     });
     fault.expected = [value, other = fault.expected](const Operation &operation) {
-        return isList(operation)
-            ? QStringLiteral("0 [%1] [%2]").arg(value.applications, value.services)
-            : other(operation);
+        return isList(operation) ? QString("0 [%1] [%2]").arg(value.applications, value.services)
+                                 : other(operation);
     };
     return fault;
 }
 
 Fault second(const HostileValue &value)
 {
-    Fault fault =
-        sending(QStringLiteral("right, then ") + value.typed(),
-                [value](const Operation &operation) { return firstRight(operation).with(value); });
+    Fault fault = sending("right, then " + value.typed(), [value](const Operation &operation) {
+        return firstRight(operation).with(value);
+    });
     fault.concerns = [concerned = fault.concerns](const Operation &operation) {
         return hasSeveral(operation) && concerned(operation);
     };
     fault.expected = [value, other = fault.expected](const Operation &operation) {
-        return isList(operation) ? QStringLiteral("0 [a.b 7 1 2 {}] [%1]").arg(value.services)
+        return isList(operation) ? QString("0 [a.b 7 1 2 {}] [%1]").arg(value.services)
                                  : other(operation);
     };
     return fault;
@@ -201,7 +192,7 @@ Fault between(const QString &label, std::size_t place, const HostileValue &value
         return severalRight(operation).size() > (place == 0 ? 1 : 2) && concerned(operation);
     };
     fault.expected = [value, other = fault.expected](const Operation &operation) {
-        return isList(operation) ? QStringLiteral("0 [%1] [a.b s 8 4 {}]").arg(value.applications)
+        return isList(operation) ? QString("0 [%1] [a.b s 8 4 {}]").arg(value.applications)
                                  : other(operation);
     };
     return fault;
@@ -209,9 +200,9 @@ Fault between(const QString &label, std::size_t place, const HostileValue &value
 
 Fault additional(const HostileValue &value)
 {
-    Fault fault =
-        sending(QStringLiteral("all right, then ") + value.typed(),
-                [value](const Operation &operation) { return right(operation).with(value); });
+    Fault fault = sending("all right, then " + value.typed(), [value](const Operation &operation) {
+        return right(operation).with(value);
+    });
     fault.expected = [](const Operation &operation) {
         return operation.isSignal() ? operation.markerSeen : operation.seen;
     };
@@ -222,10 +213,8 @@ Fault additional(const HostileValue &value)
 
 std::vector<Fault> faultsOfCounts()
 {
-    Fault none = sending(QStringLiteral("no values"), [](const Operation &) {
-        return Values{{}, {}, 0};
-    });
-    Fault few = sending(QStringLiteral("too few values"), firstRight);
+    Fault none = sending("no values", [](const Operation &) { return Values{{}, {}, 0}; });
+    Fault few = sending("too few values", firstRight);
     few.concerns = [concerned = few.concerns](const Operation &operation) {
         return hasSeveral(operation) && concerned(operation);
     };
@@ -238,9 +227,9 @@ std::vector<Fault> faultsOfTypes()
     for (const HostileValue &value : hostileValues()) {
         faults.push_back(alone(value));
         faults.push_back(second(value));
-        faults.push_back(between(QStringLiteral("%1, then right"), 0, value));
-        faults.push_back(between(QStringLiteral("right, then %1, then right"), 1, value));
-        faults.push_back(between(QStringLiteral("right but the third, %1"), 2, value));
+        faults.push_back(between("%1, then right", 0, value));
+        faults.push_back(between("right, then %1, then right", 1, value));
+        faults.push_back(between("right but the third, %1", 2, value));
         faults.push_back(additional(value));
     }
     return faults;

@@ -37,7 +37,7 @@ HostileValue deepArray()
 {
     HostileValue value;
     value.signature = QString(depth, QLatin1Char('a')) + QLatin1Char('i');
-    value.words = QStringLiteral("1 ").repeated(depth) + QLatin1Char('3');
+    value.words = QString("1 ").repeated(depth) + QLatin1Char('3');
     return value;
 }
 
@@ -46,15 +46,15 @@ HostileValue deepStructure()
     HostileValue value;
     value.signature =
         QString(depth, QLatin1Char('(')) + QLatin1Char('i') + QString(depth, QLatin1Char(')'));
-    value.words = QStringLiteral("3");
+    value.words = "3";
     return value;
 }
 
 HostileValue deepVariant()
 {
     HostileValue value;
-    value.signature = QStringLiteral("v");
-    value.words = QStringLiteral("v ").repeated(depth) + QStringLiteral("i 3");
+    value.signature = "v";
+    value.words = QString("v ").repeated(depth) + "i 3";
     return value;
 }
 

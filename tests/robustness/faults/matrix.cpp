@@ -47,8 +47,8 @@ const std::vector<Column> &columns()
             joined.push_back({operation.name, operation, QDBusConnection::SessionBus});
         }
         for (const Operation &operation : taskOperations()) {
-            joined.push_back({QStringLiteral("system:") + operation.name,
-                              operationNamed(operation.name), QDBusConnection::SystemBus});
+            joined.push_back({"system:" + operation.name, operationNamed(operation.name),
+                              QDBusConnection::SystemBus});
         }
         return joined;
     }();
@@ -93,9 +93,9 @@ QString markOf(const Rig &rig, const Operation &operation)
         const auto word = operation.markerSeen.section(QLatin1Char(' '), 0, 0);
         const auto others =
             rig.events().filter(word).size() - rig.events().count(operation.markerSeen);
-        return others > 0 ? QStringLiteral("+") : QStringLiteral("-");
+        return others > 0 ? "+" : "-";
     }
-    return QStringLiteral("ok");
+    return "ok";
 }
 
 // What the operation comes to now, when all is well with the service.
@@ -107,7 +107,7 @@ QString afterwards(Rig &rig, const Operation &operation)
         arrangeGood(rig, operation);
         action();
     }
-    return rig.events().join(QStringLiteral("; "));
+    return rig.events().join("; ");
 }
 
 void printLine(const QString &line)
@@ -129,7 +129,7 @@ void printRow(const Fault &fault, const std::vector<std::optional<Outcome>> &row
 {
     QString line = fault.name.leftJustified(nameWidth, QLatin1Char(' '), true);
     for (std::size_t i = 0; i < row.size(); ++i) {
-        const QString mark = !row[i] ? QString() : wrong[i] ? QStringLiteral("!") : row[i]->mark;
+        const QString mark = !row[i] ? QString() : wrong[i] ? "!" : row[i]->mark;
         line += mark.rightJustified(columns()[i].name.size() + 1);
     }
     printLine(line);
@@ -155,27 +155,27 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
             fault.after(rig, operation);
             rig.settle();
         }
-        text = rig.events().join(QStringLiteral("; "));
+        text = rig.events().join("; ");
         // Those of onReady() stay until their invoker ends.
         if (operation.kind == Operation::AsynchronousCall
             && operation.member != QLatin1String("RegisterInvoker") && rig.liveCallbacks() != 0) {
-            text += QStringLiteral(" (its callback is still held)");
+            text += " (its callback is still held)";
         }
     }
     rig.settle();
     if (rig.liveCallbacks() != 0) {
-        text += QStringLiteral(" (%1 callbacks are held for ever)").arg(rig.liveCallbacks());
+        text += QString(" (%1 callbacks are held for ever)").arg(rig.liveCallbacks());
     }
     const QStringList warnings = rig.takeWarnings();
     for (const QString &warning : warnings) {
-        text += QStringLiteral("; warning: ") + shortened(warning);
+        text += "; warning: " + shortened(warning);
     }
     Outcome outcome{markOf(rig, operation), text};
 
     if (rig.connection().isConnected()) {
         const QString later = afterwards(rig, operation);
         if (later != goodOutcome(operation)) {
-            outcome.text += QStringLiteral(" (afterwards: %1)").arg(later);
+            outcome.text += QString(" (afterwards: %1)").arg(later);
         }
     }
     return outcome;
@@ -239,7 +239,7 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
     }
     // All at once, because some wait for a time limit.
     for (Part &part : parts) {
-        QStringList arguments{QStringLiteral("--apart"), fault.name};
+        QStringList arguments{"--apart", fault.name};
         for (const std::size_t column : part.columns) {
             arguments.append(columns()[column].name);
         }
@@ -255,7 +255,7 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
         }
         if (part.process->waitForEnd() != 0) {
             outcomes[part.columns.back()]->text +=
-                QStringLiteral(" (the program does not end well: %1)")
+                QString(" (the program does not end well: %1)")
                     .arg(QString::fromUtf8(part.process->readAllStandardError()));
         }
     }
@@ -278,7 +278,7 @@ QStringList Matrix::run(const std::vector<Fault> &faults)
             wrong[i] = outcomes[i]->text != expected;
             if (wrong[i]) {
                 failures.append(
-                    QStringLiteral("%1, %2:\n   saw      %3\n   expected %4")
+                    QString("%1, %2:\n   saw      %3\n   expected %4")
                         .arg(columns()[i].name, fault.name, outcomes[i]->text, expected));
             }
         }

@@ -12,8 +12,7 @@ QString textOf(const Failure &failure)
 
 QString Operation::order(const QString &signatureAndValues) const
 {
-    return QStringLiteral("signal '' '' %1 %2 %3 %4")
-        .arg(path, interface, member, signatureAndValues);
+    return QString("signal '' '' %1 %2 %3 %4").arg(path, interface, member, signatureAndValues);
 }
 
 const std::vector<Operation> &operations()

@@ -18,17 +18,15 @@ namespace
 Operation windowStatus()
 {
     Operation operation;
-    operation.name = QStringLiteral("window");
+    operation.name = "window";
     operation.kind = Operation::AsynchronousCall;
-    operation.path = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH);
-    operation.interface = QStringLiteral(OSTREL_WINDOW_MANAGEMENT_INTERFACE);
-    operation.member = QStringLiteral("UpdateWindowStatus");
-    operation.signature = QStringLiteral("u");
-    operation.values = QStringLiteral("2");
-    operation.seen = QStringLiteral("state 2: 0");
-    operation.seenFailure = [](const Failure &failure) {
-        return QStringLiteral("state 255: ") + textOf(failure);
-    };
+    operation.path = OSTREL_WINDOW_MANAGEMENT_PATH;
+    operation.interface = OSTREL_WINDOW_MANAGEMENT_INTERFACE;
+    operation.member = "UpdateWindowStatus";
+    operation.signature = "u";
+    operation.values = "2";
+    operation.seen = "state 2: 0";
+    operation.seenFailure = [](const Failure &failure) { return "state 255: " + textOf(failure); };
     operation.prepare = [](Rig &rig) {
         struct Client
         {
@@ -41,7 +39,7 @@ Operation windowStatus()
                 [&rig, token = rig.token()](Ostrel::ApplicationState state,
                                             const Ostrel::Error &error) {
                     rig.setCode(error.code());
-                    rig.add(QStringLiteral("state %1: %2").arg(quint32(state)).arg(textOf(error)));
+                    rig.add(QString("state %1: %2").arg(quint32(state)).arg(textOf(error)));
                 });
             rig.noteEarlyCallbacks();
             waitUntil([&rig] { return !rig.events().isEmpty(); });
@@ -54,17 +52,16 @@ Operation windowStatus()
 Operation lookUp()
 {
     Operation operation;
-    operation.name = QStringLiteral("lookUp");
+    operation.name = "lookUp";
     operation.kind = Operation::Local;
-    operation.seen = QStringLiteral("<a.b> <a.b.instance_1>");
+    operation.seen = "<a.b> <a.b.instance_1>";
     operation.prepare = [](Rig &rig) {
         return [&rig, control = std::make_shared<Ostrel::Control>()] {
             const QTemporaryDir root;
-            QDir(root.path()).mkpath(QStringLiteral("proc/7"));
-            writeFile(root.filePath(QStringLiteral("proc/7/cgroup")),
-                      QStringLiteral("4:memory:/ostrel-helper/a.b/instance_1\n"));
+            QDir(root.path()).mkpath("proc/7");
+            writeFile(root.filePath("proc/7/cgroup"), "4:memory:/ostrel-helper/a.b/instance_1\n");
             qputenv("OSTREL_ROOTFS", root.path().toUtf8());
-            rig.add(QStringLiteral("<%1> <%2>")
+            rig.add(QString("<%1> <%2>")
                         .arg(control->getAppIdByPid(7), control->getAppInstanceIdByPid(7)));
             qunsetenv("OSTREL_ROOTFS");
         };

@@ -64,7 +64,7 @@ void Rig::startService()
     // Signals that come before it is known are dropped.
     waitForOwner(Somebody, [this] {
         m_service.emplace(*m_bus);
-        m_service->order(QStringLiteral("own " OSTREL_SERVICE_NAME));
+        m_service->order("own " OSTREL_SERVICE_NAME);
     });
 }
 
@@ -82,7 +82,7 @@ void Rig::buryService()
 
 void Rig::waitForOwner(Owner owner, const std::function<void()> &change) const
 {
-    const QDBusServiceWatcher watcher(QStringLiteral(OSTREL_SERVICE_NAME), connection());
+    const QDBusServiceWatcher watcher(OSTREL_SERVICE_NAME, connection());
     bool known = false;
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &watcher,
                      [&known, owner](const QString &, const QString &, const QString &now) {
@@ -94,8 +94,8 @@ void Rig::waitForOwner(Owner owner, const std::function<void()> &change) const
 
 void Rig::begin()
 {
-    argument = QStringLiteral("a.b");
-    taskType = QStringLiteral("sync");
+    argument = "a.b";
+    taskType = "sync";
     parameters.clear();
     invokerIsFirst = false;
     // A connection hands nothing over, its end included, before the event loop has run.
@@ -105,7 +105,7 @@ void Rig::begin()
         if (!m_service) {
             startService();
         }
-        m_service->order(QStringLiteral("forget"));
+        m_service->order("forget");
     }
     takeWarnings();
     m_events.clear();
@@ -120,7 +120,7 @@ void Rig::add(const QString &event)
 void Rig::noteEarlyCallbacks()
 {
     if (!m_events.isEmpty()) {
-        m_events.prepend(QStringLiteral("within the call"));
+        m_events.prepend("within the call");
     }
 }
 
@@ -128,17 +128,16 @@ QStringList Rig::takeWarnings()
 {
     QStringList taken = m_warnings->texts().mid(m_warningsTaken);
     m_warningsTaken += taken.size();
-    taken.erase(std::remove_if(taken.begin(), taken.end(),
-                               [](const QString &text) {
-                                   return text.startsWith(QStringLiteral("QDBusConnection: name "));
-                               }),
+    taken.erase(std::remove_if(
+                    taken.begin(), taken.end(),
+                    [](const QString &text) { return text.startsWith("QDBusConnection: name "); }),
                 taken.end());
     return taken;
 }
 
 void Rig::settleWithService() const
 {
-    settleWith(QStringLiteral(OSTREL_SERVICE_NAME));
+    settleWith(OSTREL_SERVICE_NAME);
 }
 
 void Rig::settleWith(const QString &whom) const
@@ -147,9 +146,8 @@ void Rig::settleWith(const QString &whom) const
     QDBusConnection bus = connection();
     if (bus.isConnected()) {
         // Whatever comes of it is an answer.
-        const QDBusPendingCallWatcher answer(bus.asyncCall(QDBusMessage::createMethodCall(
-            whom, QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.Peer"),
-            QStringLiteral("Ping"))));
+        const QDBusPendingCallWatcher answer(bus.asyncCall(
+            QDBusMessage::createMethodCall(whom, "/", "org.freedesktop.DBus.Peer", "Ping")));
         bool answered = false;
         QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &answer,
                          [&answered] { answered = true; });
@@ -162,7 +160,7 @@ void Rig::settleWith(const QString &whom) const
 QString textOf(const Ostrel::Error &error)
 {
     const QString code = QString::number(error.code());
-    return error.message().isNull() ? code : QStringLiteral("%1 \"%2\"").arg(code, error.message());
+    return error.message().isNull() ? code : QString("%1 \"%2\"").arg(code, error.message());
 }
 
 QString shortened(const QString &text)
@@ -175,7 +173,7 @@ QString shortened(const QString &text)
     for (int i = 0, run = 0; i < text.size(); i += run) {
         for (run = 0; i + run < text.size() && text.at(i + run) == x; ++run) { }
         if (run > 32) {
-            result += QStringLiteral("x*%1").arg(run);
+            result += QString("x*%1").arg(run);
         } else {
             run = qMax(run, 1);
             result += text.midRef(i, run);

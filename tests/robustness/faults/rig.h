@@ -74,7 +74,7 @@ public:
     int liveCallbacks() const { return int(m_token.use_count()) - 1; }
 
     // Returns when all that the bus has delivered by now has been handled.
-    void settle() const { settleWith(QStringLiteral("org.freedesktop.DBus")); }
+    void settle() const { settleWith("org.freedesktop.DBus"); }
     // Returns when the service has answered all that it was asked by now, too.
     void settleWithService() const;
 

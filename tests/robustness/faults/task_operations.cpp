@@ -22,12 +22,11 @@ void listen(Rig &rig, const TaskInvoker *invoker)
 {
     QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
                      [&rig, invoker, token = rig.token()] {
-                         rig.add(QStringLiteral("active [%1]").arg(text(invoker->activeTasks())));
+                         rig.add(QString("active [%1]").arg(text(invoker->activeTasks())));
                      });
     QObject::connect(invoker, &TaskInvoker::availableTasksChanged, invoker,
                      [&rig, invoker, token = rig.token()] {
-                         rig.add(
-                             QStringLiteral("available [%1]").arg(text(invoker->availableTasks())));
+                         rig.add(QString("available [%1]").arg(text(invoker->availableTasks())));
                      });
 }
 
@@ -40,9 +39,9 @@ std::shared_ptr<TaskInvoker> makeInvoker(Rig &rig)
 // The path of the session, for an order.
 QString session(const Rig &rig)
 {
-    const QString path = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
+    const QString path = OSTREL_TASK_INVOKER_SESSIONS_PATH;
     // A long type consists of one letter.
-    return rig.taskType.size() > 255 ? path + QStringLiteral("@%1").arg(rig.taskType.size())
+    return rig.taskType.size() > 255 ? path + QString("@%1").arg(rig.taskType.size())
                                      : path + rig.taskType;
 }
 
@@ -50,8 +49,7 @@ QString session(const Rig &rig)
 std::shared_ptr<TaskInvoker> makeReadyInvoker(Rig &rig)
 {
     if (rig.hasService()) {
-        rig.service().on(QStringLiteral("RegisterInvoker"),
-                         QStringLiteral("answer oa{sv} %1 0").arg(session(rig)));
+        rig.service().on("RegisterInvoker", QString("answer oa{sv} %1 0").arg(session(rig)));
     }
     auto invoker = makeInvoker(rig);
     const auto ready = std::make_shared<bool>(false);
@@ -67,8 +65,8 @@ Operation call(const char *name, const char *method, const char *signature, cons
     Operation operation;
     operation.name = QString::fromLatin1(name);
     operation.kind = Operation::AsynchronousCall;
-    operation.path = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH "sync");
-    operation.interface = QStringLiteral(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+    operation.path = OSTREL_TASK_INVOKER_SESSIONS_PATH "sync";
+    operation.interface = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
     operation.member = QString::fromLatin1(method);
     operation.signature = QString::fromLatin1(signature);
     operation.values = QString::fromLatin1(values);
@@ -91,14 +89,14 @@ Operation registration()
              OSTREL_TASK_INVOKER_SESSIONS_PATH "sync 2 ActiveTasks a(sia{sv}) 1 t 5 0 "
                                                "AvailableTasks a(sa{sv}) 1 t 1 k i 3",
              "active [t 5 {}]; available [t {k=3}]; ready 0");
-    operation.path = QStringLiteral(OSTREL_TASK_INVOKER_PATH);
-    operation.interface = QStringLiteral(OSTREL_TASK_INVOKER_INTERFACE);
+    operation.path = OSTREL_TASK_INVOKER_PATH;
+    operation.interface = OSTREL_TASK_INVOKER_INTERFACE;
     operation.seenFailure = [](const Failure &failure) {
         // QDebug has its own way with quotation marks.
         QString message = failure.message;
         message.replace(QLatin1String("\""), QLatin1String("\\\""));
-        return QStringLiteral("ready %1; warning: TaskInvoker registration failed: "
-                              "QDBusError(\"%2\", \"%3\")")
+        return QString("ready %1; warning: TaskInvoker registration failed: "
+                       "QDBusError(\"%2\", \"%3\")")
             .arg(textOf(failure), failure.name, message);
     };
     operation.prepare = [](Rig &rig) {
@@ -116,9 +114,9 @@ Operation registration()
             }
             (*slot)->onReady([&rig, token = rig.token()](const Error &error) {
                 rig.setCode(error.code());
-                rig.add(QStringLiteral("ready ") + textOf(error));
+                rig.add("ready " + textOf(error));
             });
-            waitForReport(rig, QStringLiteral("ready"));
+            waitForReport(rig, "ready");
         };
     };
     return operation;
@@ -127,24 +125,21 @@ Operation registration()
 Operation taskStart()
 {
     Operation operation = call("taskStart", "Start", "i", "42", "started 42: 0");
-    operation.seenFailure = [](const Failure &failure) {
-        return QStringLiteral("started 0: ") + textOf(failure);
-    };
+    operation.seenFailure = [](const Failure &failure) { return "started 0: " + textOf(failure); };
     operation.prepare = [](Rig &rig) {
         return [&rig, invoker = makeReadyInvoker(rig)] {
             TaskInvoker::StartupInfo info;
-            info.setParameters({QStringLiteral("-v")});
+            info.setParameters({"-v"});
             if (!rig.parameters.isEmpty()) {
                 info.swap(rig.parameters);
             }
             invoker->start(rig.argument, info, {},
                            [&rig, token = rig.token()](int number, const Error &error) {
                                rig.setCode(error.code());
-                               rig.add(
-                                   QStringLiteral("started %1: %2").arg(number).arg(textOf(error)));
+                               rig.add(QString("started %1: %2").arg(number).arg(textOf(error)));
                            });
             rig.noteEarlyCallbacks();
-            waitForReport(rig, QStringLiteral("started"));
+            waitForReport(rig, "started");
         };
     };
     return operation;
@@ -154,18 +149,16 @@ void stop(Rig &rig, TaskInvoker &invoker)
 {
     invoker.stop(rig.argument, [&rig, token = rig.token()](const Error &error) {
         rig.setCode(error.code());
-        rig.add(QStringLiteral("stopped ") + textOf(error));
+        rig.add("stopped " + textOf(error));
     });
     rig.noteEarlyCallbacks();
-    waitForReport(rig, QStringLiteral("stopped"));
+    waitForReport(rig, "stopped");
 }
 
 Operation taskStop()
 {
     Operation operation = call("taskStop", "Stop", "''", "", "stopped 0");
-    operation.seenFailure = [](const Failure &failure) {
-        return QStringLiteral("stopped ") + textOf(failure);
-    };
+    operation.seenFailure = [](const Failure &failure) { return "stopped " + textOf(failure); };
     operation.prepare = [](Rig &rig) {
         return [&rig, invoker = makeReadyInvoker(rig)] { stop(rig, *invoker); };
     };
@@ -177,7 +170,7 @@ Operation listSignal(const char *name, const char *values, const char *seen, con
 {
     Operation operation = call(name, "PropertiesChanged", "sa{sv}as", values, seen);
     operation.kind = Operation::Signal;
-    operation.interface = QStringLiteral("org.freedesktop.DBus.Properties");
+    operation.interface = "org.freedesktop.DBus.Properties";
     operation.markerValues = QString::fromLatin1(marker);
     operation.markerSeen = QString::fromLatin1(markerSeen);
     const QString column = operation.name;

@@ -122,8 +122,8 @@ Answer answerTo(Bytes &bytes, const std::function<void()> &call, const Form &for
 void terminate(Bytes &bytes)
 {
     Ostrel::Error error;
-    const Answer answer = answerTo(
-        bytes, [&error] { error = Ostrel::Control::instance()->terminate(QStringLiteral("a")); });
+    const Answer answer =
+        answerTo(bytes, [&error] { error = Ostrel::Control::instance()->terminate("a"); });
     require(bool(error) == answer.isError, "an error is one, and everything else is success");
 }
 
@@ -132,8 +132,7 @@ void start(Bytes &bytes, bool isDebug)
     Ostrel::Control::StartResult result;
     const Answer answer = answerTo(bytes, [&result, isDebug] {
         auto *control = Ostrel::Control::instance();
-        result = isDebug ? control->startDebug(QStringLiteral("a"), Ostrel::DebugParams())
-                         : control->start(QStringLiteral("a"));
+        result = isDebug ? control->startDebug("a", Ostrel::DebugParams()) : control->start("a");
     });
     require(bool(result.error) != answer.has("sa{sv}"), "only the right answer is success");
     require(!result.error || (result.appInstanceId.isEmpty() && result.details.isEmpty()),
@@ -243,8 +242,7 @@ void startTask(Bytes &bytes)
     int number = 0;
     Waiter waiter;
     const Answer answer = answerTo(bytes, [&] {
-        invoker().start(QStringLiteral("a"), Ostrel::TaskInvoker::StartupInfo(),
-                        Ostrel::TaskInvoker::Hints(),
+        invoker().start("a", Ostrel::TaskInvoker::StartupInfo(), Ostrel::TaskInvoker::Hints(),
                         [&](int started, const Ostrel::Error &result) {
                             number = started;
                             error = result;
@@ -261,7 +259,7 @@ void stopTask(Bytes &bytes)
     Ostrel::Error error;
     Waiter waiter;
     const Answer answer = answerTo(bytes, [&] {
-        invoker().stop(QStringLiteral("a"), [&](const Ostrel::Error &result) {
+        invoker().stop("a", [&](const Ostrel::Error &result) {
             error = result;
             waiter.done();
         });
@@ -276,7 +274,7 @@ void updateWindow(Bytes &bytes)
     Ostrel::Error error;
     Waiter waiter;
     const Answer answer = answerTo(bytes, [&] {
-        windows.updateWindowStatus(QStringLiteral("a"), 0, 0, 0, &windows,
+        windows.updateWindowStatus("a", 0, 0, 0, &windows,
                                    [&](Ostrel::ApplicationState, const Ostrel::Error &result) {
                                        error = result;
                                        waiter.done();

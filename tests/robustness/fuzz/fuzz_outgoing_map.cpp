@@ -74,8 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     }
 
-    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/a"), QStringLiteral("a.b"),
-                                                      QStringLiteral("Given"));
+    QDBusMessage message = QDBusMessage::createSignal("/a", "a.b", "Given");
     message << map;
     const MessagePointer sent = peer.fromQt(message);
     require(std::strcmp(dbus_message_get_signature(sent.get()), "a{sv}") == 0,

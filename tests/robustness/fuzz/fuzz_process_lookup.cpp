@@ -28,9 +28,9 @@ class Root
 {
 public:
     Root()
-        : m_file(m_folder.filePath(QStringLiteral("proc/%1/cgroup").arg(pid)))
+        : m_file(m_folder.filePath(QString("proc/%1/cgroup").arg(pid)))
     {
-        QDir(m_folder.path()).mkpath(QStringLiteral("proc/%1").arg(pid));
+        QDir(m_folder.path()).mkpath(QString("proc/%1").arg(pid));
         qputenv("OSTREL_ROOTFS", QFile::encodeName(m_folder.path()));
     }
 

@@ -79,12 +79,12 @@ auto membersOf(Ostrel::ActiveTask &record)
 
 void fill(QString &member)
 {
-    member = QStringLiteral("old");
+    member = "old";
 }
 
 void fill(QVariantMap &member)
 {
-    member.insert(QStringLiteral("old"), 1);
+    member.insert("old", 1);
 }
 
 template <typename Number> void fill(Number &member)
@@ -205,9 +205,9 @@ bool hasPlainKeys(const std::string &type)
 
 void readJson(const Place &place)
 {
-    const QJsonValue old(QStringLiteral("old"));
+    const QJsonValue old("old");
     const auto value = place.read(old);
-    const auto object = place.read(QJsonObject{{QStringLiteral("old"), old}});
+    const auto object = place.read(QJsonObject{{"old", old}});
     const auto array = place.read(QJsonArray{old});
 
     const std::string &type = place.sent.type;
@@ -219,7 +219,7 @@ void readJson(const Place &place)
         require(!hasPlainKeys(type) || object.keys() == keysAt(place),
                 "a JSON object has the keys of the map");
     } else {
-        require(object.contains(QStringLiteral("old")), "anything but a map leaves an object");
+        require(object.contains("old"), "anything but a map leaves an object");
     }
     if (type.front() != 'a' || type[1] == '{') {
         require(array == QJsonArray{old}, "anything but an array leaves an array");

@@ -10,7 +10,7 @@
 #include <QtCore/QThread>
 
 Peer::Peer()
-    : m_server(QStringLiteral("unix:dir=") + QDir::tempPath())
+    : m_server("unix:dir=" + QDir::tempPath())
     , m_libdbus(dbus_connection_open_private(m_server.address().toUtf8().constData(), nullptr))
 {
     require(m_libdbus != nullptr, "the connection opens");
@@ -21,7 +21,7 @@ Peer::Peer()
         require(dbus_connection_read_write(m_libdbus, 1) != 0, "the connection is accepted");
         QCoreApplication::processEvents();
     }
-    require(m_qt->registerVirtualObject(QStringLiteral("/a"), this), "the object is registered");
+    require(m_qt->registerVirtualObject("/a", this), "the object is registered");
     require(dbus_connection_can_send_type(m_libdbus, DBUS_TYPE_UNIX_FD) != 0,
             "file descriptors can be sent");
     awaitDispatch();

@@ -24,12 +24,11 @@ void ScriptedService::startBus()
     static auto *bus = new QProcess;
     bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     bus->start(
-        QStringLiteral("sh"),
-        {QStringLiteral("-c"),
-         QStringLiteral(
-             "dbus-daemon --config-file='" PRIVATE_BUS_CONFIGURATION
-             "' --address=unix:dir=\"$TMPDIR\" --nofork --nopidfile --nosyslog --print-address=1 & "
-             "cat >/dev/null; kill $!")});
+        "sh",
+        {"-c",
+         "dbus-daemon --config-file='" PRIVATE_BUS_CONFIGURATION
+         "' --address=unix:dir=\"$TMPDIR\" --nofork --nopidfile --nosyslog --print-address=1 & "
+         "cat >/dev/null; kill $!"});
     require(bus->waitForReadyRead(-1), "the bus starts");
     m_address = bus->readLine().trimmed().toStdString();
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str());

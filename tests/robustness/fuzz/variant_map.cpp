@@ -210,7 +210,7 @@ QVariant takeSimple(Bytes &bytes, std::uint8_t code)
     case 'c':
         return QChar(QLatin1Char('c'));
     case 'U':
-        return QUrl(QStringLiteral("file:///"));
+        return QUrl("file:///");
     case 'p':
         return QVariant::fromValue(static_cast<QObject *>(nullptr));
     case '0':

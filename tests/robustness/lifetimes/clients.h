@@ -29,7 +29,7 @@ public:
         QObject::connect(&m_control, &Ostrel::Control::started, &m_context,
                          [this](const QString &instance) {
                              if (m_started.contains(instance)) {
-                                 m_events.append(QStringLiteral("started"));
+                                 m_events.append("started");
                              }
                          });
         m_invoker.onReady([this](const Ostrel::Error &error) { note("ready", error); });
@@ -40,9 +40,8 @@ public:
     // Calls that are answered in the event loop, if at all.
     void call()
     {
-        m_invoker.stop(QStringLiteral("none"),
-                       [this](const Ostrel::Error &error) { note("stopped", error); });
-        m_windows.updateWindowStatus(QStringLiteral("w"), 1, 2, 3, &m_context,
+        m_invoker.stop("none", [this](const Ostrel::Error &error) { note("stopped", error); });
+        m_windows.updateWindowStatus("w", 1, 2, 3, &m_context,
                                      [this](Ostrel::ApplicationState, const Ostrel::Error &error) {
                                          note("reported", error);
                                      });
@@ -51,10 +50,10 @@ public:
     // A call that waits for its answer, which a signal follows.
     void start()
     {
-        const auto result = m_control.start(QStringLiteral("demo.Viewer"));
+        const auto result = m_control.start("demo.Viewer");
         m_started.append(result.appInstanceId);
         const Ostrel::Error &error = result.error;
-        say(QStringLiteral("start %1 %2").arg(error.code()).arg(error.message()).trimmed());
+        say(QString("start %1 %2").arg(error.code()).arg(error.message()).trimmed());
     }
 
     void sayOtherRequests()
@@ -62,10 +61,9 @@ public:
         QVector<Ostrel::RunningApplication> applications;
         QVector<Ostrel::RunningService> services;
         for (const Ostrel::Error &error :
-             {m_control.startDebug(QStringLiteral("demo.Viewer"), {}).error,
-              m_control.terminate(QStringLiteral("none")),
+             {m_control.startDebug("demo.Viewer", {}).error, m_control.terminate("none"),
               m_control.getRunningApplications(applications, services)}) {
-            say(QStringLiteral("%1 %2").arg(error.code()).arg(error.message()).trimmed());
+            say(QString("%1 %2").arg(error.code()).arg(error.message()).trimmed());
         }
     }
 
@@ -74,7 +72,7 @@ public:
     {
         waitUntil([this, count] { return m_events.size() >= count; });
         m_events.sort();
-        say(m_events.join(QStringLiteral(", ")));
+        say(m_events.join(", "));
         m_events.clear();
     }
 
@@ -83,13 +81,13 @@ public:
 private:
     void note(const char *event, const Ostrel::Error &error)
     {
-        m_events.append(QStringLiteral("%1 %2").arg(QLatin1String(event)).arg(error.code()));
+        m_events.append(QString("%1 %2").arg(QLatin1String(event)).arg(error.code()));
     }
 
     QStringList m_events;
     QStringList m_started;
     Ostrel::Control m_control;
-    Ostrel::TaskInvoker m_invoker{Ostrel::TaskInvoker::SessionBus, QStringLiteral("sync")};
+    Ostrel::TaskInvoker m_invoker{Ostrel::TaskInvoker::SessionBus, "sync"};
     Ostrel::WindowManagement m_windows;
     QObject m_context;
 };

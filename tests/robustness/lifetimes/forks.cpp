@@ -37,11 +37,11 @@ int withChild(int &argc, char **argv, const std::function<void()> &function)
     Clients clients;
     clients.sayEvents(1);
     clients.call();
-    say(QStringLiteral("child: %1").arg(inChild(function)));
+    say(QString("child: %1").arg(inChild(function)));
     clients.start();
     clients.sayEvents(3);
     // The same once more, with nothing in flight.
-    say(QStringLiteral("child: %1").arg(inChild(function)));
+    say(QString("child: %1").arg(inChild(function)));
     clients.call();
     clients.start();
     clients.sayEvents(3);
@@ -80,7 +80,7 @@ int childComesFirst(int &argc, char **argv)
         }
         std::exit(7); // NOLINT(concurrency-mt-unsafe)
     });
-    say(QStringLiteral("child: %1").arg(status));
+    say(QString("child: %1").arg(status));
     const QCoreApplication application(argc, argv);
     Clients clients;
     clients.start();

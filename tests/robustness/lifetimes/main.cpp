@@ -50,7 +50,7 @@ private:
             m_clients = std::make_unique<Clients>();
         }
         m_clients.reset();
-        say(QStringLiteral("destroyed"));
+        say("destroyed");
     }
 
     std::unique_ptr<Clients> m_clients;
@@ -80,7 +80,7 @@ int noApplication(int & /*argc*/, char ** /*argv*/)
     clients.start();
     clients.call();
     clients.start();
-    say(clients.events().join(QStringLiteral(", ")));
+    say(clients.events().join(", "));
     return 0;
 }
 
@@ -109,7 +109,7 @@ int objectsOutliveTheApplication(int &argc, char **argv)
     application.reset();
     clients->start();
     clients.reset();
-    say(QStringLiteral("destroyed"));
+    say("destroyed");
     return 0;
 }
 
@@ -149,14 +149,14 @@ int requestUnderWay(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     auto *const control = new Ostrel::Control;
-    control->terminate(QStringLiteral("none"));
+    control->terminate("none");
 
     struct Ending
     {
-        ~Ending() { say(QStringLiteral("ending")); }
+        ~Ending() { say("ending"); }
     };
     static const Ending ending;
-    std::thread([control] { control->start(QStringLiteral("demo.Viewer")); }).detach();
+    std::thread([control] { control->start("demo.Viewer"); }).detach();
     // Until the service has the call.
     std::cin.get();
     return 0;
@@ -170,8 +170,7 @@ int requestsWithoutEnd(int &argc, char **argv)
     static std::atomic<int> made = 0;
     for (int i = 0; i < 8; ++i) {
         std::thread([control] {
-            while (control->terminate(QStringLiteral("none")).code()
-                   == Ostrel::Error::ApplicationNotRunning) {
+            while (control->terminate("none").code() == Ostrel::Error::ApplicationNotRunning) {
                 ++made;
             }
         }).detach();
@@ -198,7 +197,7 @@ int exitInASlot(int &argc, char **argv)
     Clients clients;
     QObject::connect(&clients.control(), &Ostrel::Control::started, &application, [&clients] {
         clients.call();
-        say(QStringLiteral("exit"));
+        say("exit");
         std::exit(0); // NOLINT(concurrency-mt-unsafe)
     });
     clients.start();
@@ -210,10 +209,10 @@ int exitInACallback(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     Clients clients;
-    Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, QStringLiteral("other"));
+    Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, "other");
     invoker.onReady([&clients](const Ostrel::Error &) {
         clients.call();
-        say(QStringLiteral("exit"));
+        say("exit");
         std::exit(0); // NOLINT(concurrency-mt-unsafe)
     });
     clients.sayEvents(100);
@@ -231,9 +230,7 @@ int exitInAMessageHandler(int &argc, char **argv)
             std::exit(0); // NOLINT(concurrency-mt-unsafe)
         });
     const QJsonArray refused{QJsonArray{1}, QJsonArray{2}};
-    control.startDebug(
-        QStringLiteral("demo.Viewer"),
-        QVariantMap{{QStringLiteral("json"), QJsonObject{{QStringLiteral("refused"), refused}}}});
+    control.startDebug("demo.Viewer", QVariantMap{{"json", QJsonObject{{"refused", refused}}}});
     return 1;
 }
 
@@ -250,7 +247,7 @@ int objectsOfAThread(int &argc, char **argv)
         });
         thread.join();
     }
-    say(QStringLiteral("joined"));
+    say("joined");
     return 0;
 }
 
@@ -260,7 +257,7 @@ int busEndsBeforeTheLoopRuns(int &argc, char **argv)
     const QCoreApplication application(argc, argv);
     Clients clients;
     // What kills the bus, when it is told so.
-    say(QStringLiteral("ready"));
+    say("ready");
     std::cin.get();
     while (QDBusConnection::sessionBus().isConnected()) {
         std::this_thread::yield();
@@ -280,7 +277,7 @@ int busEndsInTheFirstObject(int &argc, char **argv)
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     // What stops the bus, and kills it while the object waits for it.
-    say(QStringLiteral("ready"));
+    say("ready");
     std::cin.get();
     saysQuestions = true;
     Clients clients;
@@ -305,7 +302,7 @@ extern "C" Q_DECL_EXPORT unsigned dbus_connection_send_with_reply(DBusConnection
         dlsym(RTLD_NEXT, "dbus_connection_send_with_reply"));
     const unsigned result = send(connection, message, reply, timeout);
     if (saysQuestions.exchange(false)) {
-        say(QStringLiteral("asked"));
+        say("asked");
     }
     return result;
 }
