@@ -95,6 +95,11 @@ void TestLifetimes::programEndsCleanly_data()
     row("staticObjectsFromTheBeginning",
         "start 0\n"
         "ready 0, reported 0, started, stopped 2\n");
+    row("staticObjectBeforeTheFirstClient",
+        "ready 0\n"
+        "not connected\n"
+        "not connected\n");
+    row("lateWakeUp", "in time\n");
     row("exitInASlot",
         "start 0\n"
         "exit\n");
@@ -132,6 +137,7 @@ void TestLifetimes::programEndsCleanly()
 {
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
     const QString program = QString::fromUtf8(QTest::currentDataTag());
     if (program == QLatin1String("staticObjectsFromTheBeginning")) {
         environment.insert("EARLY", "1");

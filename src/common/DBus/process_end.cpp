@@ -5,8 +5,10 @@
 
 #include "DBus/service_name_p.h"
 
-#include <QtCore/QObject>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
 
 #include <atomic>
 #include <mutex>
@@ -34,21 +36,38 @@ std::shared_mutex &mutex()
     return *forever;
 }
 
-// QtDBus's thread may still have to send calls, which crashes once Qt's types are gone.
-void waitUntilCallsAreSent()
+// Waits until QtDBus's thread has sent the calls and posted the events that it was about to.
+// Returns the thread, which all connections share, or null after its end.
+QThread *waitForThreadOfQtDBus()
 {
-    // All connections share the thread. It handles this request after all earlier ones, and finds
-    // nothing to disconnect.
-    QObject receiver;
     for (const char *const bus : {"qt_default_session_bus", "qt_default_system_bus"}) {
-        QDBusConnection(QLatin1String(bus))
-            .disconnect(QString(), QString(), serviceName, QStringLiteral("Nothing"), &receiver,
-                        SLOT(deleteLater()));
+        QDBusConnection connection{QLatin1String(bus)};
+        const QDBusConnectionInterface *const interface = connection.interface();
+        if (QThread *const thread = interface == nullptr ? nullptr : interface->thread()) {
+            // The thread handles this request after all earlier ones, and finds nothing to
+            // disconnect.
+            QObject receiver;
+            connection.disconnect(QString(), QString(), serviceName, QStringLiteral("Nothing"),
+                                  &receiver, SLOT(deleteLater()));
+            return thread;
+        }
     }
+    return nullptr;
+}
+
+// QtDBus's thread may be about to wake the event dispatcher for a reply. The application removes
+// the dispatcher, then emits destroyed(), and then deletes the dispatcher.
+void watchApplication()
+{
+    QObject::connect(QCoreApplication::instance(), &QObject::destroyed,
+                     [] { waitForThreadOfQtDBus(); });
 }
 
 struct Sentinel
 {
+    // Also called for each application that is made later.
+    Sentinel() { qAddPreRoutine(watchApplication); }
+
     ~Sentinel()
     {
         endingThread = std::this_thread::get_id();
@@ -58,8 +77,13 @@ struct Sentinel
             mutex().unlock_shared();
         }
         const std::unique_lock<std::shared_mutex> waitForDelays(mutex());
-        waitUntilCallsAreSent();
         begun = true;
+        // QtDBus ends its thread when it is destroyed itself. By then the thread may already have
+        // used Qt's types and timers after their destruction.
+        if (QThread *const thread = waitForThreadOfQtDBus()) {
+            thread->quit();
+            thread->wait();
+        }
     }
 };
 

@@ -6,6 +6,7 @@
 
 #include "clients.h"
 #include "forks.h"
+#include "late_wake_up.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
@@ -191,6 +192,27 @@ int staticObjectsFromTheBeginning(int &argc, char **argv)
     return 0;
 }
 
+// Destroyed after both buses have been closed.
+int staticObjectBeforeTheFirstClient(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QDBusConnection::sessionBus();
+    struct Late
+    {
+        ~Late()
+        {
+            for (const auto &bus : {QDBusConnection::sessionBus(), QDBusConnection::systemBus()}) {
+                say(bus.isConnected() ? "connected" : "not connected");
+            }
+        }
+    };
+    static const Late late;
+    Clients clients;
+    const Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SystemBus, "other");
+    clients.sayEvents(1);
+    return 0;
+}
+
 int exitInASlot(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -320,6 +342,8 @@ int main(int argc, char **argv)
         {"requestUnderWay", requestUnderWay},
         {"requestsWithoutEnd", requestsWithoutEnd},
         {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
+        {"staticObjectBeforeTheFirstClient", staticObjectBeforeTheFirstClient},
+        {"lateWakeUp", lateWakeUp},
         {"exitInASlot", exitInASlot},
         {"exitInACallback", exitInACallback},
         {"exitInAMessageHandler", exitInAMessageHandler},
