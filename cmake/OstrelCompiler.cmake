@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-# Language level, visibility, warnings and sanitizers, alike for every target of the tree.
+# Language level, visibility, warnings and sanitizers, the same for every target.
 
 option(OSTREL_WERROR "Treat compiler warnings as errors" OFF)
 option(OSTREL_SANITIZERS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
@@ -44,7 +44,7 @@ if(OSTREL_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# A change inside the library need not link all programs anew.
+# After a change inside the library, the programs need not be linked again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 find_program(OSTREL_CCACHE ccache)

@@ -35,7 +35,7 @@ install(FILES
     COMPONENT development
 )
 
-# The module finds its prefix from its own place, so that an installation can be moved.
+# The module derives its prefix from its own path, so an installation can be moved.
 set(_pkgconfig "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
     set(OSTREL_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")

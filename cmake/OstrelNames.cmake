@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-# Every bus name of the product grows out of one vendor prefix.
+# Every bus name is made from one vendor prefix.
 
 set(OSTREL_VENDOR_PREFIX "org.ostrel" CACHE STRING
     "Reverse-domain prefix of the service's bus names, two or more elements")

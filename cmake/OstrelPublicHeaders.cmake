@@ -1,10 +1,10 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-# The one list of public headers: what is installed, the headers that are named after their classes,
-# and the types whose binary interface is kept come from it.
+# The one list of public headers. From it come what is installed, the headers that are named after
+# their classes, and the types whose binary interface is kept.
 #
-# A line is a header, with a class after it if it has one to be named after.
+# Each line is a header and, if another header is to be named after it, a class.
 set(OSTREL_PUBLIC_HEADERS
     "common/DBus/types.h"
     "lib/Ostrel/control.h Control"

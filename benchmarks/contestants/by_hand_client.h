@@ -12,8 +12,8 @@
 
 #include <functional>
 
-// What a practised engineer writes with plain QtDBus messages for the same results, trusting
-// whatever comes from the bus and whatever the caller gives.
+// The same results with plain QtDBus messages, as a practised engineer writes them: neither what
+// comes from the bus nor what the caller gives is checked.
 
 namespace ByHand
 {

@@ -130,7 +130,7 @@ void makeControl()
     for (const guint subscription : subscriptions) {
         g_dbus_connection_signal_unsubscribe(bus, subscription);
     }
-    // What it has put off until the loop runs would pile up.
+    // What GDBus puts off until the loop runs would pile up.
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) { }
 }
 

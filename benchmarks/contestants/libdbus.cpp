@@ -53,7 +53,7 @@ Message callAndWait(const Message &call)
     return reply;
 }
 
-// Sends a call whose reply a function is given.
+// Sends a call, and passes the reply to a function.
 using OnReply = std::function<void(DBusMessage *)>;
 void sendAsync(const Message &call, OnReply onReply)
 {
@@ -68,7 +68,7 @@ void sendAsync(const Message &call, OnReply onReply)
     dbus_pending_call_unref(pending);
 }
 
-// Hears a signal of the service, as long as it lives.
+// Receives a signal of the service as long as it lives.
 class Listener
 {
 public:
@@ -194,7 +194,7 @@ struct Invoker
         });
     }
 
-    // The properties come second in the answer and in the signal.
+    // The properties are the second argument of the reply and of the signal.
     void apply(DBusMessage *message)
     {
         DBusMessageIter iterator;

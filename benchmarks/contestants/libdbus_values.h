@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-// How the values of messages are read and written with libdbus.
+// Reads and writes the values of messages with libdbus.
 
 namespace Values
 {
@@ -53,7 +53,7 @@ inline Plain::Value readValue(DBusMessageIter &iterator)
     }
 }
 
-// Runs a function for each entry of a map, with the key and an iterator at the value.
+// Calls a function for each entry of a map, with the key and an iterator at the value.
 template <typename Run> void eachEntry(DBusMessageIter &iterator, Run run)
 {
     DBusMessageIter entries;
@@ -77,7 +77,7 @@ inline Plain::Properties readProperties(DBusMessageIter &iterator)
     return properties;
 }
 
-// Reads an array of structures, each with a function.
+// Reads an array of structures with a function for each.
 template <typename Record, typename Read>
 void readArray(DBusMessageIter &iterator, std::vector<Record> &records, Read read)
 {
@@ -96,7 +96,7 @@ void readArray(DBusMessageIter &iterator, std::vector<Record> &records, Read rea
     dbus_message_iter_next(&iterator);
 }
 
-// Writes an entry of a map, whose value a function appends.
+// Writes an entry of a map. A function appends the value.
 template <typename Append>
 void appendEntry(DBusMessageIter &map, const char *key, const char *type, Append append)
 {

@@ -71,7 +71,7 @@ std::size_t runningApplications()
     return std::size_t(applications.size()) + std::size_t(services.size());
 }
 
-// Counts what it hears; made when it is first needed.
+// Counts the signals that it receives. Made when it is first needed.
 class States
 {
 public:

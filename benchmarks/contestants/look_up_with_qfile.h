@@ -9,7 +9,7 @@
 
 #include <string>
 
-// The process lookup as it is written with Qt's classes.
+// The process lookup with Qt's classes.
 inline std::string lookUpWithQFile(int process)
 {
     QFile file(qEnvironmentVariable("OSTREL_ROOTFS")

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// The process lookup with bare system calls, for what there is no way around.
+// The process lookup with bare system calls: the least that it can cost.
 
 #include "contestant.h"
 
@@ -47,7 +47,7 @@ std::string lookUp(int process)
     }
     const auto end = rest.rfind('/');
     const auto begin = rest.rfind('/', end - 1) + 1;
-    // As a QString first, since that is what a lookup is for.
+    // A lookup returns a QString.
     return QString::fromUtf8(rest.data() + begin, int(end - begin)).toStdString();
 }
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <variant>
 
-// The service's records for those who have no types of their own for them.
+// The service's records, for contestants without types of their own.
 
 namespace Plain
 {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// Proxies made by qdbusxml2cpp.
+// Proxies that qdbusxml2cpp generates.
 
 #include "proxy_client.h"
 #include "qt_contestant.h"

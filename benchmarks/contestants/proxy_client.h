@@ -9,7 +9,7 @@
 #include "session_proxy.h"
 #include "windows_proxy.h"
 
-// The same on top of proxies that qdbusxml2cpp has made.
+// The same with proxies that qdbusxml2cpp generates.
 
 namespace Proxy
 {
@@ -38,8 +38,8 @@ private:
     ControlProxy m_proxy;
 };
 
-// There is no proxy for what it does otherwise: it registers at another object, and hears a signal
-// of a standard interface.
+// What it does without a proxy: it registers at another object, and receives a signal of a standard
+// interface.
 class Invoker : public ByHand::Invoker
 {
     Q_OBJECT

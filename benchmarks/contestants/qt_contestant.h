@@ -14,7 +14,7 @@
 #include <memory>
 #include <vector>
 
-// A contestant of three classes on QtDBus that are alike in what they offer: Control, Invoker and
+// A contestant on QtDBus, made of three classes with the same members: Control, Invoker and
 // Windows. Each is made when it is first needed.
 template <typename Control, typename Invoker, typename Windows> class QtContestant
 {
@@ -88,7 +88,7 @@ private:
         return std::size_t(applications.size()) + std::size_t(services.size());
     }
 
-    // Counts what it hears; made when it is first needed.
+    // Counts the signals that it receives. Made when it is first needed.
     class States
     {
     public:

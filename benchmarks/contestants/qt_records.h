@@ -10,8 +10,8 @@
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusError>
 
-// The service's records as they are written down with QtDBus: the members, and a reader that
-// trusts whatever comes from the bus.
+// The service's records for QtDBus: the members, and a reader that does not check what comes from
+// the bus.
 
 namespace Records
 {
@@ -66,14 +66,14 @@ inline const QDBusArgument &operator>>(const QDBusArgument &argument, Task &task
     return argument;
 }
 
-// A name of none is no error.
+// An empty name is not an error.
 struct Error
 {
     QString name;
     QString message;
 };
 
-// The writers, which no contestant uses, but which QtDBus wants along with the readers.
+// No contestant writes records, but QtDBus registers readers and writers together.
 inline QDBusArgument &operator<<(QDBusArgument &argument, const Application &application)
 {
     argument.beginStructure();

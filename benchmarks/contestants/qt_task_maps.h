@@ -9,7 +9,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
 
-// The usual maps of a task, put together by hand.
+// The usual maps of a task, filled by hand.
 
 inline QStringList toStrings(TaskMaps::Strings texts)
 {

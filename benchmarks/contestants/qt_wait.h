@@ -7,7 +7,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
 
-// Runs the event loop until there are so many. They count from 0 again afterwards.
+// Runs the event loop until the counter has reached the number, then resets it to 0.
 inline void waitFor(std::size_t &count, std::size_t expected)
 {
     while (count < expected) {

@@ -125,7 +125,7 @@ Properties readProperties(sd_bus_message *message)
     return properties;
 }
 
-// Reads an array of structures, each with a function.
+// Reads an array of structures with a function for each.
 template <typename Record, typename Read>
 void readArray(sd_bus_message *message, const char *contents, std::vector<Record> &records,
                Read read)

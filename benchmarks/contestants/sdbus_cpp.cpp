@@ -176,7 +176,7 @@ std::size_t makeInvokers(std::size_t size)
 
 Invoker &invoker()
 {
-    // Never destroyed: values that it holds of a large list do not survive the end of the process.
+    // Never destroyed: destroying the values of a large list at the end of the process crashes.
     static auto &invoker = []() -> Invoker & {
         std::size_t ready = 0;
         auto *made = new Invoker("benchmark", ready);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// A library to be loaded in front of the C library (LD_PRELOAD), which counts what is allocated.
+// A library for LD_PRELOAD, which counts allocations.
 
 #include "allocations.h"
 
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 
-// The C library's own functions. dlsym() would allocate.
+// The C library's own functions: dlsym() would allocate.
 extern "C" {
 void *__libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier)
 void *__libc_calloc(std::size_t number, std::size_t size); // NOLINT(bugprone-reserved-identifier)

@@ -4,15 +4,14 @@
 #ifndef BENCHMARKS_ALLOCATIONS_H
 #define BENCHMARKS_ALLOCATIONS_H
 
-// What all threads of the process have taken from the heap so far.
+// What all threads of the process have allocated so far.
 struct Allocations
 {
     unsigned long long count;
     unsigned long long bytes;
 };
 
-// Only there when the counting library is loaded in front of the C library, so that times and
-// instructions are those of the C library alone.
+// Null unless the counting library is preloaded. Times and instructions are measured without it.
 extern "C" __attribute__((weak, visibility("default"))) Allocations benchmarkAllocations();
 
 #endif

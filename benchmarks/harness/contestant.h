@@ -9,37 +9,37 @@
 #include <functional>
 #include <string>
 
-// One way to talk to the service. Each contestant is a program of its own, so that none pays for
-// another's threads and libraries. A function comes back when its result is there and has been
-// decoded; what a contestant has no function for, it is not measured in.
+// One way to talk to the service. Each contestant is a program of its own, so none pays for
+// another's threads and libraries. A function returns when its result has arrived and has been
+// unmarshalled. A contestant is not measured in what it has no function for.
 struct Contestant
 {
-    // Makes a client of application control, which hears the service's four signals, and drops it.
+    // Makes and destroys a client of application control that is connected to its four signals.
     std::function<void()> makeControl;
-    // Makes so many task invokers of different types, waits until all are registered, and drops
-    // them. The result is how many were.
+    // Makes this many task invokers of different types, waits until all are registered, and
+    // destroys them. Returns how many were registered.
     std::function<std::size_t(std::size_t)> makeInvokers;
-    // Starts an application, and waits. The result is the identifier of its instance.
+    // Starts an application, and waits. Returns the identifier of its instance.
     std::function<std::string()> startApplication;
-    // Starts so many applications at once, without blocking, and waits for all the replies. The
-    // result is how many succeeded.
+    // Starts this many applications at once, without blocking, and waits for all the replies.
+    // Returns how many calls succeeded.
     std::function<std::size_t(std::size_t)> startAsynchronously;
-    // Starts so many tasks at once, with maps as they usually are, and waits for all the answers.
-    // The result is how many went well.
+    // Starts this many tasks at once, with the usual maps, and waits for all the replies. Returns
+    // how many calls succeeded.
     std::function<std::size_t(std::size_t)> startTasks;
-    // Asks what is running. The result is the number of records.
+    // Lists what is running. Returns the number of records.
     std::function<std::size_t()> runningApplications;
-    // Waits for so many changes of state; the result is the last one.
+    // Waits for this many changes of state. Returns the last state.
     std::function<unsigned(std::size_t)> hearStates;
-    // Waits for so many announcements of tasks; the result is the size of the last list.
+    // Waits for this many changes of the task list. Returns the size of the last list.
     std::function<std::size_t(std::size_t)> hearTasks;
-    // Reports the status of a window, and waits. The result is the state.
+    // Reports the status of a window, and waits. Returns the state.
     std::function<unsigned()> updateWindowStatus;
     // Looks up the application of a process.
     std::function<std::string(int)> lookUp;
 };
 
-// What a task is started with, the same for all.
+// The maps with which every contestant starts a task.
 namespace TaskMaps
 {
 using Strings = std::array<const char *, 2>;
@@ -53,7 +53,7 @@ constexpr int priority = 5;
 constexpr Strings permissions{"network", "contacts"};
 } // namespace TaskMaps
 
-// The process that is looked up, and the application that it belongs to.
+// The process that is looked up, and its application.
 namespace Lookup
 {
 constexpr int process = 4711;

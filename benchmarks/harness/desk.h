@@ -6,8 +6,8 @@
 
 #include <string>
 
-// The socket at which the service takes orders; its address is in BENCHMARK_DESK. It is no part of
-// the bus, so that an order costs every contestant the same.
+// The socket on which the service takes orders; BENCHMARK_DESK is its path. It is not on the bus,
+// so an order costs every contestant the same.
 class Desk
 {
 public:
@@ -16,7 +16,7 @@ public:
     Desk(const Desk &) = delete;
     Desk &operator=(const Desk &) = delete;
 
-    // Gives an order, and waits until it has been carried out. Ends the program if it cannot be.
+    // Sends an order, and waits until it has been carried out. Ends the program on failure.
     void order(const std::string &order) const;
 
 private:

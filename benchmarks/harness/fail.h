@@ -8,7 +8,7 @@
 #include <iostream>
 #include <string>
 
-// Ends the program: a measurement of something else than what it says is worth nothing.
+// Ends the program: a wrong measurement is worse than none.
 [[noreturn]] inline void fail(const std::string &why)
 {
     std::cerr << "benchmark: " << why << '\n';

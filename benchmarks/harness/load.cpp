@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// What it costs to load a library.
+// The cost of loading a library.
 //
 // Usage: benchmark-load DEPENDENCY... LIBRARY
-// Loads all of them and prints, for the last one alone, the processor time in nanoseconds and the
-// memory in KiB that it makes the process's own.
+// Loads all of them. Prints, for the last one alone, the processor time in nanoseconds and the
+// private memory in KiB.
 
 #include <algorithm>
 #include <cstdlib>
@@ -35,7 +35,7 @@ void load(const char *library)
     }
 }
 
-// The pages that the process has of its own, of what is mapped from a file of this name.
+// The private memory of the process that is mapped from a file of this name.
 unsigned long privateDirty(const std::string &name)
 {
     std::ifstream mappings("/proc/self/smaps");

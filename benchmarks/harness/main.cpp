@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// What every contestant's program does:
+// The main() of every contestant's program:
 //   PROGRAM --once              makes the client, starts one application, and ends
 //   PROGRAM --rows              prints the names of the rows, a line each
 //   PROGRAM --count ROW...      runs the rows a fixed number of times and prints, for each, a line
@@ -32,7 +32,7 @@ Allocations allocations()
     return benchmarkAllocations != nullptr ? benchmarkAllocations() : Allocations{};
 }
 
-// The most memory that the process has held since the last call, in KiB.
+// The peak memory of the process since the last call, in KiB.
 unsigned long peakMemory()
 {
     unsigned long peak = 0;
@@ -52,7 +52,7 @@ void count(const Row &row)
         row.prepare();
     }
     CALLGRIND_START_INSTRUMENTATION; // NOLINT(modernize-avoid-c-arrays)
-    row.run(); // what is built once is not an operation's cost
+    row.run(); // what is made once is not part of an operation's cost
     peakMemory();
 
     CALLGRIND_ZERO_STATS; // NOLINT(modernize-avoid-c-arrays)
@@ -73,7 +73,7 @@ void measure(const Row &row, benchmark::State &state)
     if (row.prepare) {
         row.prepare();
     }
-    row.run(); // what is built once is not an operation's cost
+    row.run(); // what is made once is not part of an operation's cost
     while (state.KeepRunning()) {
         row.run();
     }

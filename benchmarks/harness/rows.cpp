@@ -8,7 +8,7 @@
 namespace
 {
 
-// Counted runs take about as many instructions for all sizes.
+// Counted runs take about as many instructions for every size.
 std::size_t runsFor(std::size_t operations, std::size_t budget)
 {
     return std::max<std::size_t>(1, budget / operations);
@@ -62,8 +62,8 @@ void addCalls(std::vector<Row> &rows, const Contestant &contestant)
 void addRecords(std::vector<Row> &rows, const Contestant &contestant, const Desk &desk)
 {
     constexpr std::size_t budget = 2000;
-    // Before a signal can be waited for, the bus daemon has to know who wants it. It does when it
-    // passes on the answer to a call that was sent behind the subscription.
+    // The bus daemon delivers signals only once it has the match rule. It has when the reply to a
+    // call arrives that was sent after the rule.
     if (contestant.runningApplications) {
         for (const std::size_t size : {10, 100, 1000, 10000}) {
             rows.push_back({named("running applications", size), 1, runsFor(size, budget),

@@ -16,16 +16,16 @@ struct Row
 {
     // "family/size", or a family alone.
     std::string name;
-    // How many operations one run is.
+    // How many operations one run performs.
     std::size_t operations;
-    // How many runs are counted where times do not matter.
+    // How many runs are counted for instructions and allocations.
     std::size_t runs;
     std::function<void()> prepare;
     // Checks its result.
     std::function<void()> run;
 };
 
-// All rows that the contestant can take part in. Both arguments have to outlive them.
+// All rows that the contestant has a function for. Both arguments must outlive them.
 std::vector<Row> rowsOf(const Contestant &contestant, const Desk &desk);
 
 #endif

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""Measures what the library costs, beside other ways to talk to the same service."""
+"""Measures what the library costs, compared with other ways to talk to the same service."""
 
 import argparse
 import json
@@ -19,13 +19,13 @@ from stage import Stage
 
 CONTESTANTS = ['library', 'by-hand', 'proxy', 'sd-bus', 'libdbus', 'gdbus', 'sdbus-c++', 'read']
 
-# What is counted in a quick run, where valgrind is what takes the time.
+# A quick run counts only these: Valgrind takes most of the time.
 QUICK_CONTESTANTS = ['library', 'by-hand']
 QUICK_SIZE = 1000
 
 
 def conditions():
-    """What times depend on."""
+    """What the times depend on."""
     models = {line.split(':')[1].strip() for line in Path('/proc/cpuinfo').open()
               if line.startswith('model name')}
     return {'processor': ', '.join(models), 'processors': os.cpu_count(),
@@ -39,11 +39,11 @@ def merge(results, more):
 
 
 def count_one(programs, contestant, rows):
-    """What is counted of a contestant. One that cannot be counted does not spoil the others."""
+    """The counts of a contestant. If it cannot be counted, the others still are."""
     try:
         return count(programs, contestant, rows)
     except RuntimeError as error:
-        print(f'Nothing is counted of {contestant}: {error}')
+        print(f'{contestant} cannot be counted: {error}')
         return {}
 
 
@@ -58,7 +58,7 @@ def count_all(programs, contestants, rows):
 
 
 def peaks(stage, contestants, rows):
-    """The memory that the largest of each kind take."""
+    """The peak memory of the largest row of each kind."""
     largest = [row for row in rows if size(row) == 10000]
     results = {}
     for contestant in contestants:
@@ -80,7 +80,7 @@ def main():
             if stage.has(contestant):
                 results[contestant] = {}
             else:
-                print(f'Without {contestant}: its package is missing.')
+                print(f'{contestant} is left out: its package is missing.')
         rows = stage.run('library', '--rows').splitlines()
         if options.quick:
             rows = [row for row in rows if (size(row) or 0) <= QUICK_SIZE]

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""What can be counted, and comes out alike every time: instructions and allocations."""
+"""What can be counted, with nearly the same result every time: instructions and allocations."""
 
 import os
 import tempfile
@@ -14,13 +14,13 @@ FIRST_CALL = 'first call'
 
 
 def callgrind(output, *options):
-    # Threads take turns in a fixed order, so that a busy machine changes nothing.
+    # Threads run in a fixed order, so a busy machine changes nothing.
     return ['valgrind', '--tool=callgrind', '--fair-sched=yes', f'--callgrind-out-file={output}',
             *options]
 
 
 def _instructions(folder):
-    """The totals of all dumps, by what has caused them."""
+    """The totals of all dumps, by their triggers."""
     totals = {}
     for dump in Path(folder).iterdir():
         trigger = ''
@@ -34,7 +34,7 @@ def _instructions(folder):
 
 
 def count(programs, contestant, rows):
-    """Figures per operation, for each of the rows in which the contestant takes part."""
+    """The counts for one operation, for each row that the contestant has."""
     with Stage(programs) as stage, tempfile.TemporaryDirectory(prefix='bench') as folder:
         printed = stage.run(
             contestant, '--count', *rows,
@@ -52,19 +52,19 @@ def count(programs, contestant, rows):
 
 
 def count_first_call(programs, contestant):
-    """The instructions of a whole process that makes one call."""
+    """The instructions of a process that makes one call."""
     with Stage(programs) as stage, tempfile.TemporaryDirectory(prefix='bench') as folder:
         stage.run(contestant, '--once', prefix=callgrind(f'{folder}/dump'))
         return {'instructions': _instructions(folder)['Program termination']}
 
 
 def at_once(function, *arguments):
-    """Like map(), as many at a time as there are processors."""
+    """Like map(), in as many threads as there are processors."""
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         return list(pool.map(function, *arguments))
 
 
 def peak_memory(stage, contestant, row):
-    """The most memory that a process of its own held while it ran the row, in bytes."""
+    """The peak memory of a process that runs only this row, in bytes."""
     printed = stage.run(contestant, '--count', row)
     return int(printed.split('\t')[4]) * 1024 if printed else None

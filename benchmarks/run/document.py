@@ -12,7 +12,7 @@ from pathlib import Path
 
 from goals import family
 
-# The kinds of work in which what comes has to be taken apart.
+# The kinds of work in which much is unmarshalled.
 DECODING = {'running applications', 'task lists', 'state changes'}
 PEERS = ['library', 'by-hand', 'proxy', 'sd-bus', 'libdbus', 'gdbus', 'sdbus-c++']
 

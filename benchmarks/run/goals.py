@@ -5,28 +5,28 @@
 
 import math
 
-# The bus thread of QtDBus makes a few allocations more or less, as the messages happen to come.
+# QtDBus's thread allocates a little more or less, depending on how the messages arrive.
 USUAL = {'instructions': 1.02, 'allocations': 1.01}
 
-# A client has a proxy, and QtDBus lets every proxy follow who owns the service's name: two messages
-# to the bus daemon when it is made, and one when it goes. By hand there is none, so that this is
-# held against the proxies of qdbusxml2cpp, too.
+# A client has a proxy. For every proxy, QtDBus follows who owns the service's name: two messages
+# to the bus daemon when it is made, and one when it is destroyed. QtDBus by hand sends none of
+# them, so this is also compared with the proxies of qdbusxml2cpp.
 CONSTRUCTION = {'make control', 'make invokers'}
 CONSTRUCTION_OF_PROXY = {'instructions': 1.15, 'allocations': 1.05}
 OTHERS = {
     'make control': {'instructions': 1.45, 'allocations': 1.5},
     'make invokers': {'instructions': 1.55, 'allocations': 1.6},
-    # Less than Qt's classes for files, by far: three allocations, fopen()'s and those of the two
-    # texts, where they make fifty.
+    # Far less than Qt's classes for files: three allocations, by fopen() and for the two strings,
+    # instead of fifty.
     'process lookup': {'instructions': 0.4, 'allocations': 0.07},
-    # A client is made for it, and the types are registered.
+    # It includes making a client and registering the types.
     'first call': {'instructions': 1.08},
 }
 
-# Processor time, where there is no reason to expect more; the noise comes on top.
+# Processor time, without the noise of the machine.
 PROCESSOR_TIME = 1.05
 
-# How what an operation costs may grow with its size.
+# How the cost of an operation may grow with its size, as an exponent.
 EXPONENT = 1.05
 
 
@@ -35,7 +35,7 @@ def family(row):
 
 
 def size(row):
-    """The size in a row's name; none if it has none."""
+    """The size in a row's name, or None."""
     return int(row.split('/')[1]) if '/' in row else None
 
 
@@ -44,7 +44,7 @@ def limits(row):
 
 
 def exponent(points):
-    """The exponent of the power law that fits best: the slope of the line through the logarithms."""
+    """The exponent of the best-fitting power law: the slope of the line through the logarithms."""
     logarithms = [(math.log(x), math.log(y)) for x, y in points]
     mean_x = sum(x for x, _ in logarithms) / len(logarithms)
     mean_y = sum(y for _, y in logarithms) / len(logarithms)

@@ -5,9 +5,9 @@
 
 Usage: guard.py PROGRAMS
 
-Instructions and allocations of a few operations, of both in the same run; no time is looked at. How
-the bytes of a long message happen to arrive still costs a few instructions, and only ever adds
-some: a row above its limit is counted again, and each side keeps the least that it was seen to need.
+It counts the instructions and allocations of a few operations, of both in the same run, and
+measures no time. How the bytes of a long message arrive adds a few instructions. So a row above its
+limit is counted again, and the lowest count of each side is used.
 """
 
 import sys
@@ -23,7 +23,7 @@ ROUNDS = 5
 
 
 class Side:
-    """One of those compared, and the least figures that it was seen to need."""
+    """A contestant, and its lowest counts so far."""
 
     def __init__(self, contestant):
         self.contestant = contestant
@@ -40,14 +40,14 @@ def is_construction(row):
 
 
 def comparisons(row, library, by_hand, proxy):
-    """The other sides of a row, with the limits of each."""
+    """What a row is compared with, and the limits."""
     yield by_hand, limits(row)
     if is_construction(row):
         yield proxy, CONSTRUCTION_OF_PROXY
 
 
 def excesses(row, sides):
-    """What is above its limit, a line each; prints all of the row."""
+    """The lines of the figures that are above their limits. Prints all lines of the row."""
     library = sides[0]
     for other, of_row in comparisons(row, *sides):
         for figure, limit in of_row.items():
@@ -71,7 +71,7 @@ def main():
         if made := [row for row in rows if is_construction(row)]:
             jobs.append((sides[2], made))
         at_once(lambda job: job[0].count(sys.argv[1], job[1]), jobs)
-        print(f'The library, and others; counted {counted} times:')
+        print(f'The library and others, counted {counted} times:')
         rows = [row for row in rows if list(excesses(row, sides))]
         if not rows:
             return 0

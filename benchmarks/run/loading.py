@@ -1,14 +1,14 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""What it costs a process that a library is loaded."""
+"""The cost of loading a library."""
 
 import re
 import statistics
 import subprocess
 from pathlib import Path
 
-# Each with what it needs, which is loaded first and not counted.
+# Each with its dependencies, which are loaded first and not counted.
 QT = ['libQt5Core.so.5']
 LIBRARIES = {
     'library': (['libQt5Core.so.5', 'libQt5DBus.so.5'], None),
@@ -27,7 +27,7 @@ def _readelf(option, library):
 
 
 def _path(name):
-    """Where the loader finds a library; none if it does not."""
+    """Where the loader finds a library, or None."""
     known = subprocess.run(['/sbin/ldconfig', '-p'], capture_output=True, text=True, check=True)
     match = re.search(rf'^\s*{re.escape(name)} .*=> (\S+)', known.stdout, re.MULTILINE)
     return str(Path(match[1]).resolve()) if match else None
@@ -48,7 +48,7 @@ def _figures(programs, dependencies, library):
 
 
 def load(programs):
-    """The figures of each library that there is."""
+    """The figures of each library that is installed."""
     programs = Path(programs)
     results = {}
     for name, (dependencies, file) in LIBRARIES.items():

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""A plot for each family of rows, as SVG: how many times what QtDBus by hand takes."""
+"""A plot for each family of rows, as SVG: the ratios to QtDBus by hand."""
 
 from pathlib import Path
 
@@ -19,7 +19,7 @@ REFERENCE = 'by-hand'
 COLOURS = {'library': '#e0433f', 'by-hand': '#888888', 'proxy': '#17a2b8', 'sd-bus': '#36a853',
            'libdbus': '#a0714f', 'gdbus': '#d465b5', 'sdbus-c++': '#f08c1a', 'read': '#888888'}
 FIGURES = {'cpu': 'processor time', 'instructions': 'instructions'}
-# Grey is readable on a light page and on a dark one.
+# Grey is readable on light and dark pages.
 STYLE = {'svg.hashsalt': 'libostrel', 'svg.fonttype': 'none', 'font.family': 'sans-serif',
          'font.size': 11, 'text.color': '#888888', 'axes.labelcolor': '#888888',
          'axes.edgecolor': '#888888', 'xtick.color': '#888888', 'ytick.color': '#888888',
@@ -27,7 +27,7 @@ STYLE = {'svg.hashsalt': 'libostrel', 'svg.fonttype': 'none', 'font.family': 'sa
 
 
 def _ratios(results, rows, figure):
-    """For each contestant its ratios to the reference, as pairs with the size of the row."""
+    """For each contestant, pairs of the size of a row and the ratio to the reference."""
     reference = results.get(REFERENCE, {})
     lines = {}
     for contestant, figures in results.items():
@@ -72,7 +72,7 @@ def _plot(file, name, figure, lines):
 
 
 def write(folder, results, rows):
-    """Writes the plots, and returns their files."""
+    """Writes the plots. Returns their files."""
     families = {}
     for row in rows:
         families.setdefault(family(row), []).append(row)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""Prints in which libraries the instructions of an operation are.
+"""Prints which libraries execute the instructions of an operation.
 
 Usage: shares.py PROGRAMS CONTESTANT ROW...
 """
@@ -17,7 +17,7 @@ from stage import Stage
 
 
 def _objects(dump):
-    """The instructions of each object file itself, and what has caused the dump."""
+    """The trigger of the dump, and the instructions of each object file itself."""
     names, costs, current, trigger = {}, Counter(), '', ''
     with dump.open() as lines:
         for line in lines:

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""What the contestants need around them: a bus, the service, and a process to look up."""
+"""What the contestants need: a bus, the service, and a process to look up."""
 
 import os
 import subprocess
@@ -10,7 +10,7 @@ from pathlib import Path
 
 TREE = Path(__file__).resolve().parents[2]
 
-# What stands in a control group file beside the line that counts.
+# The lines of a control group file, without the one that matters.
 CONTROL_GROUPS = """\
 12:cpu,cpuacct:/
 11:pids:/user.slice
@@ -21,12 +21,12 @@ CONTROL_GROUPS = """\
 0::/user.slice
 """
 
-# No contestant takes this long for anything.
+# In seconds. No contestant takes this long for anything.
 PATIENCE = 600
 
 
 class Stage:
-    """A private bus with the service on it; to be used in a with statement."""
+    """A private bus with the service on it, for a with statement."""
 
     def __init__(self, programs):
         self.programs = Path(programs)
@@ -57,7 +57,7 @@ class Stage:
         self.environment.update(
             OSTREL_ROOTFS=str(folder), BENCHMARK_DESK=str(folder / 'desk'),
             HOME=str(folder), XDG_RUNTIME_DIR=str(folder),
-            # Under Valgrind the answers to many calls come late.
+            # Under Valgrind the replies to many calls come late.
             SYSTEMD_BUS_TIMEOUT=f'{PATIENCE}s')
         self.environment['DBUS_SESSION_BUS_ADDRESS'] = self._start(
             'dbus-daemon', f'--config-file={TREE}/scripts/private-bus.conf',
@@ -66,7 +66,7 @@ class Stage:
         self._start(self.programs / 'benchmark-service', folder / 'desk')
 
     def _start(self, *command):
-        """Starts a process, and returns the first line that it prints, when it is ready."""
+        """Starts a process. Returns the first line that it prints, which says that it is ready."""
         process = subprocess.Popen(
             [str(word) for word in command], env=self.environment, stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
@@ -80,7 +80,7 @@ class Stage:
         return (self.programs / f'benchmark-{contestant}').exists()
 
     def run(self, contestant, *arguments, prefix=(), **environment):
-        """Runs a contestant's program, and returns what it prints."""
+        """Runs a contestant's program. Returns what it prints."""
         command = [*prefix, self.programs / f'benchmark-{contestant}', *arguments]
         result = subprocess.run(
             [str(word) for word in command], env={**self.environment, **environment},

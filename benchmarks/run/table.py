@@ -5,14 +5,14 @@
 
 from goals import EXPONENT, PROCESSOR_TIME, exponent, family, limits, size
 
-# Figure, how it is called, and what its unit is worth.
+# The figure, its heading, and the factor of its unit.
 FIGURES = [('instructions', 'instructions, thousands', 1e3), ('allocations', 'allocations', 1),
            ('bytes', 'allocated KiB', 1024), ('cpu', 'processor µs', 1e3),
            ('wall', 'elapsed µs', 1e3), ('peak', 'peak memory MiB', 2**20)]
 LOAD_FIGURES = [('relocations', 'relocations', 1), ('initialisers', 'initialisers', 1),
                 ('private dirty', 'private memory KiB', 1024), ('cpu', 'processor µs', 1e3)]
 
-# Per operation these are one, however many there are in flight or in a list.
+# The figures of these are for one call, however many are made at once.
 PER_OPERATION = {'start asynchronously', 'start tasks', 'make invokers'}
 
 
@@ -42,7 +42,7 @@ def _verdict(row, figure, ratio):
 
 
 def print_rows(results, contestants, rows):
-    """A line for each row and figure. A ratio above its limit is marked."""
+    """Prints a line for each row and figure. A ratio above its limit is marked."""
     lines = []
     for row in rows:
         for figure, name, unit in FIGURES:
@@ -60,7 +60,7 @@ def print_rows(results, contestants, rows):
 
 
 def growth(results, contestant):
-    """The exponent of each family that has sizes, of the instructions of a whole run."""
+    """The exponent of each family that has sizes, from the instructions of a whole run."""
     points = {}
     for row, figures in results[contestant].items():
         if size(row) and 'instructions' in figures:
@@ -79,7 +79,7 @@ def print_growth(results):
 
 
 def print_load(loads):
-    print('\nLoading a library, without what it needs:')
+    print('\nLoading a library, without its dependencies:')
     _print(['library', *(name for _, name, _ in LOAD_FIGURES)],
            [[library, *(_number(figures[figure] / unit) for figure, _, unit in LOAD_FIGURES)]
             for library, figures in loads.items()])

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libostrel authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-"""Processor time and wall time, which are never twice the same: medians of interleaved rounds."""
+"""Processor time and elapsed time, which vary: medians of interleaved rounds."""
 
 import json
 import os
@@ -13,7 +13,7 @@ from counting import FIRST_CALL
 
 
 def _round(stage, contestant, rows, least):
-    """One round of a contestant: the times of an operation in nanoseconds, for each row."""
+    """One round of a contestant: for each row, the times of an operation in nanoseconds."""
     pattern = '|'.join(rows)
     printed = stage.run(contestant, f'--benchmark_filter=^({pattern})/process_time',
                         f'--benchmark_min_time={least}', '--benchmark_format=json')
@@ -37,7 +37,7 @@ def _first_call(stage, contestant):
 
 
 def measure(stage, contestants, rows, rounds, least):
-    """The medians, by contestant, row and figure. Each round has its turn at every contestant."""
+    """The medians, by contestant, row and figure. Each round runs every contestant once."""
     samples = {contestant: {} for contestant in contestants}
     for _ in range(rounds):
         for contestant in contestants:

@@ -8,10 +8,10 @@
 
 #include <stdio.h>
 
-// The one type of tasks that can be started. Any type can be registered.
+// The type whose tasks can be started. Any type can be registered.
 #define SESSION_PATH OSTREL_TASK_INVOKER_SESSIONS_PATH "benchmark"
 
-// Sends a reply that has been filled with this result, and drops it.
+// Sends and frees a reply. The result is that of filling it.
 static int finish(sd_bus_message *reply, int result)
 {
     if (result >= 0) {

@@ -11,16 +11,16 @@
 struct service
 {
     sd_bus *bus;
-    // How many records the next query of what is running is answered with.
+    // How many records the next reply to GetRunningApplications holds.
     unsigned records;
 };
 
 int add_interfaces(struct service *service);
 
-// Announces so many changes of state.
+// Emits this many changes of state.
 int emit_state_changes(struct service *service, unsigned count);
 
-// Announces a list of so many active tasks, count times.
+// Announces a list of this many active tasks, count times.
 int emit_active_tasks(struct service *service, unsigned tasks, unsigned count);
 
 #endif

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// The service of the benchmarks: it answers as fast as it can, and announces what it is told to.
+// The service of the benchmarks. It replies as fast as it can, and emits signals on order.
 //
 // Usage: benchmark-service SOCKET
 //
-// It takes orders at a socket beside the bus, so that giving them costs every contestant the same,
-// each with a line for an answer:
-//   records N          answer queries of what is running with N records
-//   states COUNT       announce COUNT changes of state
+// It takes orders on a socket that is not on the bus, so an order costs every contestant the same.
+// The reply to each order is "done" or "failed":
+//   records N          reply to GetRunningApplications with N records from now on
+//   states COUNT       emit COUNT changes of state
 //   tasks N COUNT      announce a list of N active tasks, COUNT times
 // It ends when its standard input does.
 

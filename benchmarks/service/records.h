@@ -11,11 +11,11 @@
 // The property map of a started application: two values.
 int append_details(sd_bus_message *message);
 
-// The two lists of running things, of so many records of four properties in all. Every tenth record
-// is a service, all others are applications.
+// The lists of running applications and services: this many records in all, with four properties
+// each. Every tenth record is a service.
 int append_running(sd_bus_message *message, unsigned records);
 
-// A property map that holds so many active tasks of four properties.
+// A property map with this many active tasks, with four properties each.
 int append_active_tasks(sd_bus_message *message, unsigned tasks);
 
 #endif

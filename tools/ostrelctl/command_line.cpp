@@ -46,7 +46,7 @@ void CommandLine::addOption(const QString &name, const QString &valueName,
 void CommandLine::addTimeoutOption()
 {
     addOption(timeoutOption, QStringLiteral("SECONDS"),
-              QStringLiteral("Wait so long for the answer to the request."));
+              QStringLiteral("Wait this long for the reply."));
 }
 
 void CommandLine::addPositional(const QString &name, const QString &description)
@@ -134,7 +134,7 @@ Result<QStringList> CommandLine::assignments(const QString &option) const
     return all;
 }
 
-// Unlike QProcess::splitCommand(), keeps empty words and refuses a quote that does not end.
+// Unlike QProcess::splitCommand(), this keeps empty words, and refuses a quote that does not end.
 Result<QStringList> CommandLine::words(const QString &option) const
 {
     const QString text = value(option);

@@ -26,7 +26,7 @@ struct Hint
 {
     const char *name;
     Form form;
-    // One of these, as the form says.
+    // One of these, as the form requires.
     void (Hints::*setNumber)(int) = nullptr;
     void (Hints::*setText)(const QString &) = nullptr;
     void (Hints::*setList)(const QStringList &) = nullptr;

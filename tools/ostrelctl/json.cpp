@@ -88,7 +88,7 @@ QString text(const QVariant &value)
     if (value.userType() == QMetaType::LongLong || value.userType() == QMetaType::ULongLong) {
         return value.toString();
     }
-    // A document is an array or an object; the brackets come off again.
+    // A document is an array or an object, so the value is wrapped, and the brackets are removed.
     const QByteArray array =
         QJsonDocument(QJsonArray{toJson(value)}).toJson(QJsonDocument::Compact);
     return QString::fromUtf8(array.mid(1, array.size() - 2));

@@ -15,7 +15,7 @@ _ostrelctl_offer() {
     done
 }
 
-# What is running, as "APPLICATION SERVICE PID ..." lines. A service that does not answer must not
+# What is running, as "APPLICATION SERVICE PID ..." lines. A service that does not reply must not
 # hold up the shell.
 _ostrelctl_ps() { timeout 1 "$program" ps 2>/dev/null | tail -n +2 | head -n 100; }
 

@@ -37,8 +37,8 @@ void printLine(const QString &line)
 
 void printJson(const QJsonObject &document)
 {
-    // The writer escapes the control characters that JSON wants escaped. Terminals obey others,
-    // too.
+    // JSON requires some control characters to be escaped, and the writer does that. Terminals also
+    // obey others.
     QString text = QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Compact));
     for (ushort character = 0x7f; character < 0xa0; ++character) {
         text.replace(QChar(character),

@@ -17,8 +17,8 @@
 namespace
 {
 
-// What is printed is UTF-8, whatever the environment's locale has characters for. While this lives,
-// the C library knows how wide they are.
+// The output is UTF-8, whatever the locale of the environment is. While this lives, the C library
+// knows the width of all characters.
 class Utf8Characters
 {
 public:
@@ -57,7 +57,7 @@ int widthOf(const QString &text)
                            [](int sum, uint character) { return sum + widthOf(character); });
 }
 
-// The text in this many columns, cut with an ellipsis if it is longer.
+// The string in this many columns, cut with an ellipsis if it is longer.
 QString cut(const QString &text, int width)
 {
     if (widthOf(text) <= width) {
@@ -136,7 +136,7 @@ QStringList tableLines(const QStringList &heading, const QVector<QStringList> &r
     return lines;
 }
 
-// How wide the terminal is that standard output goes to; 0 if it is none.
+// The width of the terminal that standard output goes to; 0 if that is not a terminal.
 int terminalWidth()
 {
     winsize size{};

@@ -21,10 +21,10 @@ public:
     QString path() const { return m_path; }
     const InterfaceDescription &description() const { return m_description; }
 
-    // Sends the answer to a call: a reply or an error.
+    // Sends the reply to a call, which may be an error.
     using Answer = std::function<void(const QDBusMessage &answer)>;
 
-    // Carries out a call. Its method and signature are in the description. Answers at once or
+    // Carries out a call. Its method and signature are in the description. Replies at once or
     // later, but never after a reset.
     virtual void handle(const QDBusMessage &call, const Answer &answer) = 0;
 

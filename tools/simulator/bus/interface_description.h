@@ -16,7 +16,7 @@ public:
 
     QString name() const { return m_name; }
 
-    // The interface element alone, for an answer to "Introspect".
+    // The interface element alone, for the reply to "Introspect".
     QString xml() const { return m_xml; }
 
     bool hasMethod(const QString &method) const { return m_signatures.contains(method); }

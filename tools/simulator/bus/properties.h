@@ -12,11 +12,11 @@
 
 // "org.freedesktop.DBus.Properties", which every object has.
 
-// The answer to a call of it, at an object with these interfaces.
+// The reply to a call of it, at an object with these interfaces.
 QDBusMessage answerProperties(const QDBusMessage &call,
                               const QVector<const Interface *> &interfaces);
 
-// The signal that announces the present values of some properties.
+// The signal that announces the current values of some properties.
 QDBusMessage propertiesChanged(const Interface &interface, const QStringList &names);
 
 #endif

@@ -80,7 +80,7 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
         }
         if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))
             && hasObject(message.path())) {
-            return false; // QtDBus answers "Introspect" and its like
+            return false; // QtDBus replies to "Introspect" and its like
         }
         send(message, refuseTarget(message));
         return true;

@@ -17,7 +17,7 @@
 #include <vector>
 
 // The tree of objects below the service path. It logs each call, refuses what no interface has, and
-// lets a fault or the interface answer. It also serves the properties.
+// lets a fault or the interface reply. It also serves the properties.
 class Service : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ public:
     // Adds a fault for this many calls, after the faults that the method has already.
     void arrange(const Method &method, const Fault &fault, uint calls);
 
-    // Sends the answer to a call, if the caller wants one.
+    // Sends the reply to a call, if the caller wants one.
     void send(const QDBusMessage &call, const QDBusMessage &answer);
 
     // Sends a signal, in order with the other messages.
@@ -54,7 +54,7 @@ public:
     QString introspect(const QString &path) const override;
 
 Q_SIGNALS:
-    // A call has been logged, and is about to be answered.
+    // A call has been logged, and its reply is about to be sent.
     void called();
 
 private:

@@ -11,8 +11,8 @@
 #include <QtCore/QVariantList>
 #include <QtCore/QVariantMap>
 
-// Checks of values that were received, and are used or sent back. The bus drops the connection of
-// whoever sends a message beyond its limits.
+// Checks of received values that are used or sent back. The bus drops the connection of a program
+// that sends a message beyond the limits.
 
 // Whether the values have the signatures that are given for their keys. Other keys are skipped.
 Result<> checkTypes(const QVariantMap &values, const QHash<QString, QString> &signatures);

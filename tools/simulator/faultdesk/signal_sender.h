@@ -9,7 +9,7 @@
 #include <QtDBus/QDBusMessage>
 
 // Sends a signal this many times for a call of the fault desk. The first arguments of the call are
-// a path, an interface, a member and the signal's arguments. Returns the answer to the call.
+// a path, an interface, a member and the signal's arguments. Returns the reply.
 //
 // numbered: replaces "%n" in a string by the index of the signal, from 0.
 QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count, bool numbered);

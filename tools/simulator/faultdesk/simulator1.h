@@ -46,7 +46,7 @@ private:
         QDBusMessage answer;
     };
 
-    // A call of the desk that is answered when a count has been reached.
+    // A call of the desk whose reply waits until a count is reached.
     struct Waiter
     {
         QDBusMessage call;
@@ -54,7 +54,7 @@ private:
         uint wanted = 0;
     };
 
-    // Returns the answer, or an invalid message if it is sent later.
+    // Returns the reply, or an invalid message if it is sent later.
     using Handler = QDBusMessage (Simulator1::*)(const QDBusMessage &call);
     static const QHash<QString, Handler> &handlers();
 
@@ -88,7 +88,7 @@ private:
     Parts m_parts;
     QHash<Method, QVector<HeldAnswer>> m_held;
     QVector<Waiter> m_waiters;
-    // Deleting it drops the delayed answers.
+    // Deleting it drops the delayed replies.
     std::unique_ptr<QObject> m_delays = std::make_unique<QObject>();
 };
 

@@ -138,7 +138,7 @@ void TaskInvokerSession1::onStarted(Child *child)
     started.task.pid = child->pid();
     started.isRunning = true;
     announceStarted();
-    // A caller stopped the task before the start was answered.
+    // A caller stopped the task before the reply to its start.
     if (!started.stops.isEmpty()) {
         child->end();
     }

@@ -43,7 +43,7 @@ void readProgram(const JsonNode &node, Program &program)
     }
 }
 
-// A name that stands once in a list.
+// A name that is unique in a list.
 QString readName(const JsonNode &node, QStringList &earlier)
 {
     QString name = node.string();
@@ -142,7 +142,7 @@ TaskType readTaskType(const JsonNode &node, QStringList &earlier)
 // "LINE:COLUMN", from 1, of the error; a column is a character.
 QString position(const QByteArray &text, QJsonParseError error)
 {
-    // Qt has consumed the character that it objects to, but for these.
+    // The position of the error is after the wrong character, except for these.
     const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
         || error.error == QJsonParseError::IllegalNumber;
     const QByteArray before = text.left(qMax(0, isAhead ? error.offset : error.offset - 1));
@@ -178,7 +178,7 @@ Result<QByteArray> readFile(const QString &name)
 {
     QFile file(name);
     const QFileInfo info(name);
-    // A FIFO would be waited for, and a device may never end.
+    // Reading a FIFO blocks, and a device may never end.
     if (info.exists() && !info.isFile() && !info.isDir()) {
         return Failure(QStringLiteral(": is not a regular file"));
     }

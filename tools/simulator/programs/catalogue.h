@@ -14,14 +14,14 @@
 
 #include <optional>
 
-// What is said of every program in the catalogue.
+// What the catalogue says about every program.
 struct Program
 {
     QString program;
     QStringList arguments;
     QVariantMap properties;
 
-    // How it is run if nothing else is asked for.
+    // How it is run unless a call asks for something else.
     Launch launch() const;
 };
 

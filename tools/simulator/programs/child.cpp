@@ -81,14 +81,14 @@ void Child::setupChildProcess()
 void Child::onError(QProcess::ProcessError error)
 {
     if (error == FailedToStart) {
-        // Qt puts the name of the system call in front.
+        // Qt's message begins with the name of the system call.
         fail(errorString().section(QStringLiteral(": "), -1));
     }
 }
 
 void Child::onFinished()
 {
-    // Its process group is not given to others as long as it has members.
+    // The number of a process group is not used again while the group has members.
     sendToGroup(SIGKILL);
     Q_EMIT ended();
     Q_EMIT gone();

@@ -39,7 +39,7 @@ Child *Children::run(const Launch &launch, const QString &group)
     told.environment.insert(QStringLiteral("OSTREL_ROOTFS"), m_rootFs.path());
     auto *child = new Child(told, m_killAfter, this);
     m_children.append(child);
-    // Connected first: when others hear of the end, the root file system no longer has the process.
+    // Connected first: the process has left the root file system before others learn of its end.
     connect(child, &Child::failed, this, [this, child] { onGone(child); });
     connect(child, &Child::ended, this, [this, child] { onGone(child); });
     child->run([this, &group](int pid) {

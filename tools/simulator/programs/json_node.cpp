@@ -13,8 +13,8 @@
 namespace
 {
 
-// A message holds 64 containers within one another, and an object is three of them: an array, its
-// entry, and the variant around it.
+// Containers in a message can be nested 64 levels deep. An object takes three: an array, its entry,
+// and the variant around it.
 constexpr int greatestDepth = 16;
 
 QString nameOf(QJsonValue::Type type)

@@ -20,7 +20,7 @@ struct Launch
     QStringList arguments;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
-    // Open files; without one, the simulator's own output is used.
+    // Open files. If null, the simulator's own output is used.
     std::shared_ptr<QFile> standardOutput;
     std::shared_ptr<QFile> standardError;
 
