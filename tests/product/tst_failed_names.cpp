@@ -19,7 +19,7 @@ using Ostrel::Control;
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
-// Each row of "What hides behind Failed" in the page of errors: the failure has the name of the
+// Each row of "What Failed can mean" in the page of errors: the failure has the name of the
 // D-Bus error that the page says, and the message.
 class TestFailedNames : public QObject
 {
@@ -87,7 +87,7 @@ void TestFailedNames::serviceEndsBeforeItReplies()
     Simulator simulator(*m_bus);
     simulator.start();
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
-    compareWithPage("the service ended before it answered", Control().terminate("a"),
+    compareWithPage("the service ended before it replied", Control().terminate("a"),
                     "org.freedesktop.DBus.Error.NoReply",
                     "Message recipient disconnected from message bus without replying");
     simulator.waitForEnd();
@@ -100,7 +100,7 @@ void TestFailedNames::timeoutExpires()
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").ignoreNext();
     Control control;
     control.setTimeout(100);
-    compareWithPage("nobody answered within the timeout", control.terminate("a"),
+    compareWithPage("no reply came within the timeout", control.terminate("a"),
                     "org.freedesktop.DBus.Error.NoReply", "Did not receive a reply. ");
 }
 
@@ -109,7 +109,7 @@ void TestFailedNames::replyHasOtherTypes()
     Simulator simulator(*m_bus);
     simulator.start();
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").answerNext({3});
-    compareWithPage("the answer has other types", Control().start("a").error,
+    compareWithPage("the reply has other types", Control().start("a").error,
                     "org.freedesktop.DBus.Error.InvalidSignature", "Unexpected reply signature: ");
 }
 
@@ -134,7 +134,7 @@ void TestFailedNames::taskTypeMakesNoPath()
     std::optional<Error> stopped;
     invoker.stop("x", [&stopped](const Error &error) { stopped = error; });
     waitUntil([&stopped] { return stopped.has_value(); });
-    compareWithPage("the task type makes no object path", *stopped,
+    compareWithPage("the task type cannot be part of an object path", *stopped,
                     "org.qtproject.QtDBus.Error.InvalidObjectPath", "Invalid object path: ");
 }
 
@@ -144,8 +144,8 @@ void TestFailedNames::serviceRegistersAnotherType()
     simulator.start();
     answerRegistration(*m_bus, "other", "0");
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
-    compareWithPage("the service registered another task type", waitUntilReady(invoker), QString(),
-                    "Wrong TaskInvoker path");
+    compareWithPage("the service replied with the session of another task type",
+                    waitUntilReady(invoker), QString(), "Wrong TaskInvoker path");
 }
 
 void TestFailedNames::listHasFewerThanTwoValues()
@@ -158,7 +158,7 @@ void TestFailedNames::listHasFewerThanTwoValues()
     simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext({3});
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
-    compareWithPage("the list of what runs has fewer",
+    compareWithPage("the reply to `GetRunningApplications` has fewer",
                     Control().getRunningApplications(applications, services), QString(),
                     "The reply has fewer than two arguments");
 }
