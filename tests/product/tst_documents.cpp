@@ -8,6 +8,9 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
@@ -33,6 +36,36 @@ QString page(const QString &name)
     return readFile(DOCUMENTS_DIR "/" + name);
 }
 
+QStringList allPages()
+{
+    return QDir(DOCUMENTS_DIR).entryList({"*.html"}, QDir::Files, QDir::Name);
+}
+
+// An address within the documentation: a file, and an anchor if there is one.
+bool leadsSomewhere(const QString &address)
+{
+    static QMap<QString, QSet<QString>> anchors;
+    const QString file = address.section(QLatin1Char('#'), 0, 0);
+    const QString anchor = address.section(QLatin1Char('#'), 1);
+    if (anchor.isEmpty()) {
+        return QFile::exists(DOCUMENTS_DIR "/" + file);
+    }
+    if (!anchors.contains(file)) {
+        const QStringList ids = all("\\b(?:id|name)=\"([^\"]*)\"", page(file));
+        anchors[file] = QSet<QString>(ids.cbegin(), ids.cend());
+    }
+    return anchors[file].contains(anchor);
+}
+
+// What the search can find: objects with the strings title, page, address and text.
+QJsonArray searchIndex()
+{
+    const QString script = page("search/index.js");
+    const int begin = script.indexOf(QLatin1Char('['));
+    const int end = script.lastIndexOf(QLatin1Char(']'));
+    return QJsonDocument::fromJson(script.mid(begin, end - begin + 1).toUtf8()).array();
+}
+
 } // namespace
 
 // The documentation, as it was made by the target docs.
@@ -43,6 +76,10 @@ class TestDocuments : public QObject
 private Q_SLOTS:
     void linksLeadSomewhere();
     void namesNoFolderOfThisMachine();
+    void eachPageIsInTheNavigation();
+    void searchFindsOnlyWhatIsInThesePages();
+    void searchFindsThePageOfAWord_data();
+    void searchFindsThePageOfAWord();
     void contractHoldsEachInterface_data();
     void contractHoldsEachInterface();
     void examplesInTheHeadersCompile();
@@ -50,32 +87,18 @@ private Q_SLOTS:
 
 void TestDocuments::linksLeadSomewhere()
 {
-    QMap<QString, QSet<QString>> anchors;
-    QMap<QString, QStringList> links;
-    const QDir folder(DOCUMENTS_DIR);
-    const QStringList files = folder.entryList({"*.html"}, QDir::Files, QDir::Name);
-    for (const QString &file : files) {
-        const QString html = page(file);
-        const QStringList ids = all("\\b(?:id|name)=\"([^\"]*)\"", html);
-        anchors[file] = QSet<QString>(ids.cbegin(), ids.cend());
-        links[file] = all("\\b(?:href|src|data)=\"([^\"]*)\"", html);
-    }
+    const QStringList files = allPages();
     QVERIFY(files.contains("index.html"));
-
     QStringList broken;
     int followed = 0;
     for (const QString &file : files) {
-        for (const QString &link : qAsConst(links[file])) {
+        const QStringList links = all("\\b(?:href|src|data)=\"([^\"]*)\"", page(file));
+        for (const QString &link : links) {
             if (link.contains(QRegularExpression("^(https?|javascript):"))) {
                 continue;
             }
             ++followed;
-            const QString path = link.section(QLatin1Char('#'), 0, 0);
-            const QString anchor = link.section(QLatin1Char('#'), 1);
-            const QString target = path.isEmpty() ? file : path;
-            const bool there =
-                folder.exists(target) && (anchor.isEmpty() || anchors[target].contains(anchor));
-            if (!there) {
+            if (!leadsSomewhere(link.startsWith(QLatin1Char('#')) ? file + link : link)) {
                 broken.append(file + ": " + link);
             }
         }
@@ -92,6 +115,72 @@ void TestDocuments::namesNoFolderOfThisMachine()
         QVERIFY2(!text.contains(SOURCE_DIR), qPrintable(file));
         QVERIFY2(!text.contains(QDir::homePath() + QLatin1Char('/')), qPrintable(file));
     }
+}
+
+// The list of pages is written by hand. What Doxygen lists otherwise is left out.
+void TestDocuments::eachPageIsInTheNavigation()
+{
+    QStringList expected;
+    const QStringList files = allPages();
+    for (const QString &file : files) {
+        if (!file.contains(QRegularExpression("^dir_|-members|_8h"))) {
+            expected.append(file);
+        }
+    }
+    const QString navigation = all("<div id=\"pages\"(.*?)</div>", page("index.html")).value(0);
+    QStringList listed = all("href=\"([^\"]*)\"", navigation);
+    QCOMPARE(listed.value(0), "words.html");
+    listed.sort();
+    QCOMPARE(listed, expected);
+}
+
+// Names of Qt, which the pages only mention, would hide what the reader looks for.
+void TestDocuments::searchFindsOnlyWhatIsInThesePages()
+{
+    const QJsonArray index = searchIndex();
+    QVERIFY(index.size() > 100);
+    for (const QJsonValue &entry : index) {
+        const QString address = entry["address"].toString();
+        QVERIFY2(!entry["title"].toString().isEmpty(), qPrintable(address));
+        QVERIFY2(!address.isEmpty() && leadsSomewhere(address), qPrintable(address));
+    }
+    // No other index is there.
+    QCOMPARE(filesBelow(DOCUMENTS_DIR "/search"), QStringList{"index.js"});
+}
+
+void TestDocuments::searchFindsThePageOfAWord_data()
+{
+    QTest::addColumn<QString>("member");
+    QTest::addColumn<QString>("address");
+    const auto row = [](const char *word, const char *member, const char *address) {
+        QTest::newRow(word) << QString::fromLatin1(member) << QString::fromLatin1(address);
+    };
+    row("error", "title", "^errors.html$");
+    row("simulator", "title", "^testing.html$");
+    row("catalogue", "title", "^md_tools_simulator_catalogue.html$");
+    row("fault desk", "title", "^testing.html#");
+    row("setTimeout()", "title", "^classOstrel_1_1Control.html#");
+    row("ApplicationAlreadyRunning", "title", "^classOstrel_1_1Error.html#");
+    row("appInstanceId", "title", "^structOstrel_1_1Control_1_1StartResult.html#");
+    row("session", "text", "^words.html$");
+    row("RegisterInvoker", "title", "^contract.html#TaskInvoker1.RegisterInvoker$");
+    row("out-of-memory", "text", "^classOstrel_1_1Control.html#");
+}
+
+void TestDocuments::searchFindsThePageOfAWord()
+{
+    QFETCH(const QString, member);
+    QFETCH(const QString, address);
+    const QRegularExpression expected(address);
+    const QString word = QString::fromLatin1(QTest::currentDataTag());
+    const QJsonArray index = searchIndex();
+    for (const QJsonValue &entry : index) {
+        if (entry[member].toString().contains(word, Qt::CaseInsensitive)
+            && expected.match(entry["address"].toString()).hasMatch()) {
+            return;
+        }
+    }
+    QFAIL("not found");
 }
 
 void TestDocuments::contractHoldsEachInterface_data()
