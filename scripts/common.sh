@@ -40,6 +40,7 @@ clang|Clang|command -v clang++
 libclang-rt-dev|libFuzzer for Clang|echo "extern \"C\" int LLVMFuzzerTestOneInput() { return 0; }" | clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
 doxygen|Doxygen|command -v doxygen
 xsltproc|xsltproc|command -v xsltproc
+qhelpgenerator-qt5|qhelpgenerator|test -x "$(pkg-config --variable=host_bins Qt5Core)/qhelpgenerator"
 qtbase5-doc-dev|tag files of Qt|test -e /usr/share/qt5/doc/qtcore/qtcore.tags
 abigail-tools|abidiff|command -v abidiff
 clang-format|clang-format|command -v clang-format
@@ -59,12 +60,14 @@ python3-matplotlib|Matplotlib|/usr/bin/python3 -c "import matplotlib"
 libglib2.0-dev|GDBus|pkg-config --exists gio-2.0
 libsdbus-c++-dev|sdbus-c++|pkg-config --exists sdbus-c++
 '
+# shellcheck disable=SC2016 # a probe is expanded when it runs
 package_needs='
 build-essential|what every package is built with|dpkg-query --show --showformat "\${Status}" build-essential | grep -qx "install ok installed"
 debhelper|debhelper 13|command -v dh
 doxygen|Doxygen|command -v doxygen
 dpkg-dev|dpkg-buildpackage|command -v dpkg-buildpackage
 lintian|lintian|command -v lintian
+qhelpgenerator-qt5|qhelpgenerator|test -x "$(pkg-config --variable=host_bins Qt5Core)/qhelpgenerator"
 xsltproc|xsltproc|command -v xsltproc
 '
 

@@ -80,6 +80,7 @@ private Q_SLOTS:
     void searchFindsOnlyWhatIsInThesePages();
     void searchFindsThePageOfAWord_data();
     void searchFindsThePageOfAWord();
+    void helpFileHoldsThePages();
     void contractHoldsEachInterface_data();
     void contractHoldsEachInterface();
     void examplesInTheHeadersCompile();
@@ -181,6 +182,23 @@ void TestDocuments::searchFindsThePageOfAWord()
         }
     }
     QFAIL("not found");
+}
+
+// Its table of keywords is plain; the pages are compressed.
+void TestDocuments::helpFileHoldsThePages()
+{
+    if (qstrlen(HELP_FILE) == 0) {
+        QSKIP("there is no qhelpgenerator", );
+    }
+    QFile file(HELP_FILE);
+    QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
+    const QByteArray help = file.readAll();
+    QVERIFY(help.startsWith("SQLite format 3"));
+    for (const char *name :
+         {"words.html", "words.svg", "errors.html", "Ostrel::Control::getAppIdByPid"}) {
+        QVERIFY2(help.contains(name), name);
+    }
+    QVERIFY(!help.contains("QString::"));
 }
 
 void TestDocuments::contractHoldsEachInterface_data()
