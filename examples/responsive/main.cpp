@@ -27,7 +27,8 @@ int main(int argc, char **argv)
     QObject::connect(&timer, &QTimer::timeout, [&out] { out << "tick" << Qt::endl; });
     timer.start(100);
 
-    // The callback comes from the event loop. It is dropped when its context, the timer, is gone.
+    // The callback runs from the event loop, with an error if the service or the message bus goes.
+    // It is dropped if its context, the timer, is deleted.
     Ostrel::Control control;
     control.start(arguments.at(1), &timer, [&](const Ostrel::Control::StartResult &result) {
         if (result.error) {

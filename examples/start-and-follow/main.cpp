@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// Starts an application and tells what becomes of it, until it has ended.
+// Starts an application and says what becomes of it, until it has ended or the service has gone.
 
 #include <Ostrel/Control>
 
@@ -24,7 +24,7 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     }
 
-    // The signals tell of every instance of every application; this is ours.
+    // The signals come for every instance of every application; this is ours.
     QString instance;
     Control *const control = Control::instance();
     QObject::connect(control, &Control::stateChanged, &application,
@@ -37,14 +37,16 @@ int main(int argc, char **argv)
                      [&](const QString &appInstanceId) {
                          if (appInstanceId == instance) {
                              out << "ended" << Qt::endl;
+                             control->disconnect(&application);
                              QCoreApplication::quit();
                          }
                      });
 
-    // From here on a message bus that ends makes requests fail. Without it they would never return.
+    // From here on the end of the message bus is noticed: requests fail, and the service is lost.
+    control->isServiceAvailable();
     QCoreApplication::processEvents();
 
-    // Nothing is missed while this waits: the event loop hands out the signals, later.
+    // Nothing is missed while this blocks: the event loop delivers the signals later.
     const Control::StartResult result = control->start(arguments.at(1));
     if (result.error) {
         err << "cannot start " << arguments.at(1) << ": " << result.error.message() << Qt::endl;
@@ -52,5 +54,13 @@ int main(int argc, char **argv)
     }
     instance = result.appInstanceId;
     out << "started as " << instance << Qt::endl;
+
+    // Without the service no signal comes. A new service knows nothing of this instance.
+    QObject::connect(control, &Control::serviceAvailableChanged, &application, [&](bool available) {
+        if (!available) {
+            err << "lost the service, cannot follow " << instance << Qt::endl;
+            QCoreApplication::exit(EXIT_FAILURE);
+        }
+    });
     return QCoreApplication::exec();
 }

@@ -3,6 +3,7 @@
 
 // Runs one task: registers its type, lists what there is, starts the task, and stops it again.
 
+#include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
 
 #include <QtCore/QCoreApplication>
@@ -33,6 +34,7 @@ private:
 
     QString m_task;
     bool m_stopped = false;
+    Ostrel::Control m_control;
     TaskInvoker m_invoker;
     QTextStream m_out{stdout};
     QTextStream m_err{stderr};
@@ -42,6 +44,14 @@ TaskRunner::TaskRunner(const QString &type, const QString &task)
     : m_task(task)
     , m_invoker(TaskInvoker::SessionBus, type)
 {
+    // A request fails when the service goes. A list just does not come.
+    connect(&m_control, &Ostrel::Control::serviceAvailableChanged, this, [this](bool available) {
+        if (!available && m_stopped) {
+            m_err << "lost the service, cannot follow " << m_task << Qt::endl;
+            QCoreApplication::exit(EXIT_FAILURE);
+        }
+    });
+    m_control.isServiceAvailable(); // from here on the end of the message bus is noticed as well
     connect(&m_invoker, &TaskInvoker::availableTasksChanged, this, &TaskRunner::printAvailable);
     connect(&m_invoker, &TaskInvoker::activeTasksChanged, this, &TaskRunner::printActive);
     m_invoker.onReady([this](const Error &error) {
@@ -104,7 +114,7 @@ void TaskRunner::stop()
     });
 }
 
-// The answer to the stop and the new list come in either order.
+// The reply to the stop and the new list come in either order.
 void TaskRunner::quitWhenGone()
 {
     const auto &active = m_invoker.activeTasks();
@@ -112,6 +122,7 @@ void TaskRunner::quitWhenGone()
         std::any_of(active.cbegin(), active.cend(),
                     [this](const Ostrel::ActiveTask &task) { return task.name == m_task; });
     if (m_stopped && !runs) {
+        m_control.disconnect(this);
         QCoreApplication::quit();
     }
 }

@@ -33,9 +33,10 @@ public:
     void show() { report(Shown); }
     void hide() { report(Hidden); }
 
-    // What is called with the answer to the latest report.
-    using Answer = std::function<void(quint32 state, const Ostrel::Error &error)>;
-    void onAnswer(Answer answer) { m_onAnswer = std::move(answer); }
+    // Called with the reply to the latest report. Without a service or a message bus, this is an
+    // error.
+    using Reply = std::function<void(quint32 state, const Ostrel::Error &error)>;
+    void onReply(Reply reply) { m_onReply = std::move(reply); }
 
 private:
     void report(Status status)
@@ -44,9 +45,9 @@ private:
         m_windows.updateWindowStatus(
             m_name, status, m_width, m_height, this,
             [this, number](Ostrel::ApplicationState state, const Ostrel::Error &error) {
-                // An answer to an earlier report is out of date.
+                // A reply to an earlier report is out of date.
                 if (number == m_reports) {
-                    m_onAnswer(state, error);
+                    m_onReply(state, error);
                 }
             });
     }
@@ -56,7 +57,7 @@ private:
     int m_height = 480;
     int m_reports = 0;
     Ostrel::WindowManagement m_windows;
-    Answer m_onAnswer;
+    Reply m_onReply;
 };
 
 } // namespace
@@ -65,7 +66,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     Window window(QStringLiteral("main"));
-    window.onAnswer([](quint32 state, const Ostrel::Error &error) {
+    window.onReply([](quint32 state, const Ostrel::Error &error) {
         if (error) {
             QTextStream(stderr) << "cannot report: " << error.message() << '\n';
             QCoreApplication::exit(EXIT_FAILURE);

@@ -6,8 +6,11 @@
 
 #include "DBus/names_p.h"
 
+#include <QtCore/QPair>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QScopeGuard>
 
+#include <csignal>
 #include <optional>
 
 // The examples, as their readers meet them: built against the installed library, and run.
@@ -25,8 +28,16 @@ private Q_SLOTS:
     void responsiveGoesOnWhileTheServiceIsSlow();
     void examplesPrintWhyTheyFail_data();
     void examplesPrintWhyTheyFail();
+    void examplesEndWithTheService_data();
+    void examplesEndWithTheService();
 
 private:
+    enum End {
+        ServiceIsKilled,
+        ServiceStops,
+        BusEnds,
+    };
+
     QString program(const QString &example) const;
     Result runExample(const QString &example, const QStringList &arguments) const;
 
@@ -181,6 +192,94 @@ void TestExamples::examplesPrintWhyTheyFail()
     const Result result = runExample(QString::fromLatin1(QTest::currentDataTag()), arguments);
     QCOMPARE(result.errors, errors);
     QCOMPARE(result.exitStatus, 1);
+}
+
+void TestExamples::examplesEndWithTheService_data()
+{
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<uint>("held");
+    QTest::addColumn<QString>("lastLine");
+    QTest::addColumn<int>("end");
+    QTest::addColumn<QString>("errors");
+
+    const QString control = OSTREL_CONTROL_INTERFACE;
+    const QString session = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
+    const QString windows = OSTREL_WINDOW_MANAGEMENT_INTERFACE;
+    const QVector<QPair<const char *, End>> ends{{"the service is killed", ServiceIsKilled},
+                                                 {"the service stops", ServiceStops},
+                                                 {"the bus ends", BusEnds}};
+    for (const auto &[name, end] : ends) {
+        const auto row = [name = name, end = end](const char *command, const QString &interface,
+                                                  const char *method, uint held,
+                                                  const char *lastLine, const QString &errors) {
+            const QStringList words = QString::fromLatin1(command).split(QLatin1Char(' '));
+            QTest::addRow("%s, %s, %s", command, held > 0 ? method : lastLine, name)
+                << words << interface << QString::fromLatin1(method) << held
+                << QString::fromLatin1(lastLine) << int(end) << errors;
+        };
+        const QString reason = end == BusEnds
+            ? "Not connected to D-Bus server\n"
+            : "Message recipient disconnected from message bus without replying\n";
+        row("start-and-follow demo.Viewer", control, "Start", 1, "",
+            "cannot start demo.Viewer: " + reason);
+        row("start-and-follow demo.Viewer", QString(), "", 0, "state 1",
+            "lost the service, cannot follow demo.Viewer.instance_1\n");
+        row("responsive demo.Viewer", control, "Start", 1, "", "cannot start: " + reason);
+        row("task-runner sync photos", session, "Start", 1, "", "cannot start photos: " + reason);
+        // The service says that it has stopped the task, and does not announce another list.
+        row("task-runner sync photos", session, "Stop", 0, "stopped photos",
+            "lost the service, cannot follow photos\n");
+        row("window-status", windows, "UpdateWindowStatus", 3, "", "cannot report: " + reason);
+    }
+}
+
+void TestExamples::examplesEndWithTheService()
+{
+    QFETCH(const QStringList, command);
+    QFETCH(const QString, interface);
+    QFETCH(const QString, method);
+    QFETCH(const uint, held);
+    QFETCH(const QString, lastLine);
+    QFETCH(const int, end);
+    QFETCH(const QString, errors);
+    const auto back = qScopeGuard(
+        [address = m_bus->address().toUtf8()] { qputenv("DBUS_SESSION_BUS_ADDRESS", address); });
+    PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    const MethodFaults faults(simulator, interface, method);
+    if (held > 0) {
+        faults.holdNext(held);
+    } else if (!method.isEmpty()) {
+        faults.answerNext({});
+    }
+
+    Process example(program(command.constFirst()), command.mid(1));
+    QProcessEnvironment environment = m_environment;
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    example.setProcessEnvironment(environment);
+    example.start();
+    if (held > 0) {
+        faults.waitForHeld(held);
+    } else {
+        while (example.readLine() != lastLine) { }
+    }
+
+    switch (end) {
+    case ServiceIsKilled:
+        simulator.process().kill();
+        break;
+    case ServiceStops:
+        simulator.process().terminate();
+        break;
+    default:
+        // A bus that ends in good order announces the end of each connection.
+        ::kill(pid_t(bus.processId()), SIGKILL);
+    }
+    QCOMPARE(example.waitForEnd(), 1);
+    QCOMPARE(QString::fromUtf8(example.readAllStandardError()), errors);
 }
 
 OSTREL_TEST_MAIN(TestExamples)
