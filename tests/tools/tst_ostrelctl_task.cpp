@@ -4,6 +4,7 @@
 #include "busctl.h"
 #include "simulator.h"
 #include "test_main.h"
+#include "watcher.h"
 
 #include "DBus/names_p.h"
 
@@ -258,40 +259,26 @@ void TestOstrelctlTask::systemBusIsAnotherOne()
 
 void TestOstrelctlTask::watchPrintsLists()
 {
-    Process watcher(OSTRELCTL, {"task", "watch", "bare"});
-    watcher.setProcessChannelMode(QProcess::MergedChannels);
-    watcher.start();
-    const auto line = [&watcher] {
-        static const QRegularExpression form("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z");
-        return form.match(watcher.readLine()).captured(1);
-    };
-    QCOMPARE(line(), "activeTasks    -");
-    QCOMPARE(line(), "availableTasks -");
+    Watcher watcher({"task", "watch", "bare"});
+    QCOMPARE(watcher.readEvent(), "activeTasks    -");
+    QCOMPARE(watcher.readEvent(), "availableTasks -");
     QCOMPARE(watcher.readLine(), "watching the tasks of bare; Ctrl-C ends it");
     announce("ActiveTasks", "a(sia{sv}) 2 one 17 0 two 18 0");
-    QCOMPARE(line(), "activeTasks    one(17) two(18)");
+    QCOMPARE(watcher.readEvent(), "activeTasks    one(17) two(18)");
     announce("AvailableTasks", "a(sa{sv}) 2 one 0 two 0");
-    QCOMPARE(line(), "availableTasks one two");
-    kill(pid_t(watcher.processId()), SIGINT);
-    watcher.waitForEnd();
-    QCOMPARE(watcher.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(watcher.exitCode(), 0);
+    QCOMPARE(watcher.readEvent(), "availableTasks one two");
+    QCOMPARE(watcher.interrupt(), 0);
 }
 
 void TestOstrelctlTask::watchPrintsJson()
 {
-    Process watcher(OSTRELCTL, {"task", "watch", "bare", "--json"});
-    watcher.start();
-    const auto line = [&watcher] {
-        QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
-        object.remove("time");
-        return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
-    };
-    QCOMPARE(line(), R"({"event":"activeTasks","tasks":[]})");
-    QCOMPARE(line(), R"({"event":"availableTasks","tasks":[]})");
+    Watcher watcher({"task", "watch", "bare", "--json"});
+    QCOMPARE(watcher.readJson(), R"({"event":"activeTasks","tasks":[]})");
+    QCOMPARE(watcher.readJson(), R"({"event":"availableTasks","tasks":[]})");
+    QCOMPARE(watcher.readLine(), "watching the tasks of bare; Ctrl-C ends it");
     announce("ActiveTasks", "a(sia{sv}) 1 one 17 1 k as 1 v");
     QCOMPARE(
-        line(),
+        watcher.readJson(),
         R"({"event":"activeTasks","tasks":[{"name":"one","pid":17,"properties":{"k":["v"]}}]})");
     watcher.end();
 }

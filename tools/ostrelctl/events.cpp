@@ -12,7 +12,8 @@
 
 #include <cstdio>
 
-UntilInterrupted::UntilInterrupted(QDBusConnection bus)
+UntilInterrupted::UntilInterrupted(QDBusConnection bus, bool asJson)
+    : m_asJson(asJson)
 {
     connect(&m_termination, &Termination::requested, QCoreApplication::instance(),
             &QCoreApplication::quit);
@@ -21,10 +22,13 @@ UntilInterrupted::UntilInterrupted(QDBusConnection bus)
                 SLOT(onDisconnected()));
 }
 
-void UntilInterrupted::onDisconnected()
+void UntilInterrupted::onDisconnected() const
 {
-    reportError(Ostrel::Error(Ostrel::Error::Failed, QStringLiteral("the bus went away")),
-                std::nullopt);
+    const Ostrel::Error error(Ostrel::Error::Failed, QStringLiteral("the message bus has ended"));
+    if (m_asJson) {
+        printEvent(true, QStringLiteral("error"), {{QStringLiteral("error"), toJson(error)}}, {});
+    }
+    reportError(error, std::nullopt);
     QCoreApplication::exit(OperationFailed);
 }
 
@@ -43,4 +47,10 @@ void printEvent(bool asJson, const QString &event, QJsonObject object, const QSt
     if (std::fflush(stdout) != 0) {
         QCoreApplication::exit(OperationFailed);
     }
+}
+
+void printService(bool asJson, bool available)
+{
+    printEvent(asJson, QStringLiteral("service"), {{QStringLiteral("available"), available}},
+               available ? QStringLiteral("available") : QStringLiteral("not available"));
 }

@@ -15,8 +15,6 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusReply>
 
 #include <cstdio>
 
@@ -37,6 +35,8 @@ public:
         connect(&control, &Control::terminated, this, &Watch::onTerminated);
         connect(&control, &Control::stateChanged, this, &Watch::onStateChanged);
         connect(&control, &Control::selectedByOom, this, &Watch::onSelectedByOom);
+        connect(&control, &Control::serviceAvailableChanged, this,
+                &Watch::onServiceAvailableChanged);
     }
 
 private:
@@ -64,6 +64,14 @@ private:
                    {{QStringLiteral("processId"), processId}}, processId);
     }
 
+    void onServiceAvailableChanged(bool available) const
+    {
+        // The end of the bus is reported as such.
+        if (QDBusConnection::sessionBus().isConnected()) {
+            printService(m_asJson, available);
+        }
+    }
+
     void print(const QString &event, const QString &appInstanceId, const QVariantMap &details) const
     {
         const QJsonObject object = toJson(details);
@@ -83,32 +91,31 @@ int run(const QStringList &arguments)
     CommandLine line(
         QStringLiteral("watch"),
         QStringLiteral("Prints a line for each event in the life of applications, with the time, "
-                       "until Ctrl-C."));
+                       "until Ctrl-C.\nIt waits for a service that does not run, and says when the "
+                       "service comes and goes.\nIt fails when the message bus ends."));
     line.addJsonFlag(QStringLiteral("each event as a JSON object on a line"));
     return line.run(arguments, [&line]() -> Result<int> {
         const SessionBus sessionBus;
         const Ostrel::Control control;
         const QDBusConnection bus = QDBusConnection::sessionBus();
+        const UntilInterrupted untilInterrupted(bus, line.wantsJson());
         if (!bus.isConnected()) {
             return conclude(Ostrel::Error(Ostrel::Error::Failed,
                                           QStringLiteral("Not connected to D-Bus server")),
                             line.wantsJson(), {});
         }
-        const UntilInterrupted untilInterrupted(bus);
         const Watch watch(control, line.wantsJson());
         QTextStream err(stderr);
-        err << "watching the applications; Ctrl-C ends it\n";
-        const QDBusReply<bool> isRunning =
-            bus.interface()->isServiceRegistered(Ostrel::Control::serviceName());
-        if (isRunning.isValid() && !isRunning.value()) {
-            err << "note: the service is not running yet\n";
+        err << "watching the applications; Ctrl-C ends it" << Qt::endl;
+        // The end of the bus is reported as such.
+        if (!control.isServiceAvailable() && bus.isConnected()) {
+            printService(line.wantsJson(), false);
             const QString advice = adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()),
                                             QDBusConnection::SessionBus);
             if (!advice.isNull()) {
-                err << "hint: " << advice << '\n';
+                err << "hint: " << advice << Qt::endl;
             }
         }
-        err.flush();
         return QCoreApplication::exec();
     });
 }
