@@ -244,13 +244,13 @@ void TestOstrelctl::helpIsPrinted_data()
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("usage");
 
-    const QString general = "Usage: " OSTRELCTL " [options] COMMAND ...\n";
-    const QString window = "Usage: " OSTRELCTL " window [options] WINDOW STATUS ARG1 ARG2\n";
+    const QString general = "Usage: ostrelctl [options] COMMAND ...\n";
+    const QString window = "Usage: ostrelctl window [options] WINDOW STATUS ARG1 ARG2\n";
     QTest::newRow("--help") << "--help" << general;
     QTest::newRow("-h") << "-h" << general;
     QTest::newRow("window --help") << "window --help" << window;
     QTest::newRow("ps --help") << "ps --help"
-                               << "Usage: " OSTRELCTL " ps [options]\n";
+                               << "Usage: ostrelctl ps [options]\n";
     QTest::newRow("window -h") << "window main -h" << window;
 }
 

@@ -334,9 +334,9 @@ void TestOstrelctlTask::helpIsPrinted_data()
     QTest::newRow("task") << "task --help"
                           << "Usage: ostrelctl task COMMAND ...\n";
     QTest::newRow("list") << "task list --help"
-                          << "Usage: " OSTRELCTL " task list [options] TYPE\n";
+                          << "Usage: ostrelctl task list [options] TYPE\n";
     QTest::newRow("start") << "task start -h"
-                           << "Usage: " OSTRELCTL " task start [options] TYPE NAME\n";
+                           << "Usage: ostrelctl task start [options] TYPE NAME\n";
 }
 
 void TestOstrelctlTask::helpIsPrinted()

@@ -171,7 +171,7 @@ void TestSimulator::helpIsPrinted()
     for (const char *option : {"--help", "-h"}) {
         const Result help = run(SIMULATOR, {option});
         QCOMPARE(help.exitStatus, 0);
-        QVERIFY(help.output.startsWith("Usage: "));
+        QVERIFY(help.output.startsWith("Usage: ostrel-simulator [options]\n"));
         for (const char *const told : {OSTREL_SIMULATOR_INTERFACE, "--catalogue <file>",
                                        "--kill-after <milliseconds>", "--rootfs <folder>"}) {
             QVERIFY2(help.output.contains(QLatin1String(told)), told);

@@ -4,6 +4,7 @@
 #include "command_line.h"
 
 #include "command.h"
+#include "help.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTextStream>
@@ -189,7 +190,7 @@ Result<> CommandLine::parse(const QStringList &arguments)
 // The options belong to the command, so the usage line has them after its name.
 QString CommandLine::helpText() const
 {
-    QString help = m_parser.helpText();
+    QString help = ::helpText(m_parser);
     if (m_positionals.isEmpty()) {
         help.replace(help.indexOf(QLatin1String("[options]")), 0, m_command + QLatin1Char(' '));
     } else {

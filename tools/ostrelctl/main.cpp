@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "command.h"
+#include "help.h"
 #include "result.h"
 
 #include <QtCore/QCommandLineParser>
@@ -64,7 +65,7 @@ int main(int argc, char **argv)
         return reportBadUsage(program, parser.errorText());
     }
     if (parser.isSet(QStringLiteral("help"))) {
-        QTextStream(stdout) << parser.helpText();
+        QTextStream(stdout) << helpText(parser);
         return finish(Success);
     }
     if (parser.isSet(QStringLiteral("version"))) {

@@ -3,6 +3,8 @@
 
 #include "options.h"
 
+#include "help.h"
+
 #include "DBus/names_p.h"
 
 #include <QtCore/QCommandLineParser>
@@ -50,7 +52,7 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
         return Failure(parser.errorText());
     }
     if (parser.isSet(help)) {
-        QTextStream(stdout) << parser.helpText();
+        QTextStream(stdout) << helpText(parser);
         return std::nullopt;
     }
     if (parser.isSet(version)) {
