@@ -152,11 +152,15 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
 {
     const QString prefix = m_project + "/prefix";
     succeed(CMAKE, {"--install", BUILD_DIR, "--prefix", prefix, "--component", "simulator"});
-    QCOMPARE(
-        filesBelow(prefix),
-        (QStringList{"bin/ostrel-simulator", "share/bash-completion/completions/ostrel-simulator",
-                     "share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml",
-                     "share/man/man1/ostrel-simulator.1"}));
+    QCOMPARE(filesBelow(prefix),
+             (QStringList{
+                 "bin/ostrel-simulator", "share/bash-completion/completions/ostrel-simulator",
+                 "share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml",
+                 "share/doc/ostrel-simulator/catalogue.json",
+                 "share/doc/ostrel-simulator/catalogue.md", "share/man/man1/ostrel-simulator.1"}));
+    // The manual page names them there.
+    const QString page = readFile(prefix + "/share/man/man1/ostrel-simulator.1");
+    QVERIFY(page.contains("/share/doc/ostrel-simulator/catalogue.md\n"));
 }
 
 void TestInstallation::isFoundByCMake()

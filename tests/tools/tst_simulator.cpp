@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "files.h"
 #include "simulator.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
+#include <QtCore/QDir>
 #include <QtDBus/QDBusConnectionInterface>
 
 #include <csignal>
@@ -18,6 +20,7 @@ class TestSimulator : public QObject
 private Q_SLOTS:
     void servesTheBusAskedFor_data();
     void servesTheBusAskedFor();
+    void readyLineNamesTheRootFolder();
     void endsOnASignal_data();
     void endsOnASignal();
     void needsABus_data();
@@ -26,6 +29,7 @@ private Q_SLOTS:
     void wrongOptionsAreReported_data();
     void wrongOptionsAreReported();
     void helpIsPrinted();
+    void builtInCatalogueIsPrinted();
 };
 
 void TestSimulator::servesTheBusAskedFor_data()
@@ -59,8 +63,9 @@ void TestSimulator::servesTheBusAskedFor()
     Process simulator(SIMULATOR, options);
     simulator.setProcessEnvironment(environment);
     simulator.start();
-    QCOMPARE(simulator.readLine(),
-             "ostrel-simulator: " OSTREL_SERVICE_NAME " is ready on the " + label);
+    const QString ready =
+        QString("ostrel-simulator: " OSTREL_SERVICE_NAME " is ready on the %1; ").arg(label);
+    QCOMPARE(simulator.readLine().left(ready.size()), ready);
 
     // Ready means: the name is owned.
     const QString name = "observer";
@@ -71,6 +76,24 @@ void TestSimulator::servesTheBusAskedFor()
     QCOMPARE(simulator.end(), 0);
     QCOMPARE(simulator.readAllStandardOutput(), QByteArray());
     QCOMPARE(simulator.readAllStandardError(), QByteArray());
+}
+
+// Where processes are looked up, in the folder that was given or in a temporary one.
+void TestSimulator::readyLineNamesTheRootFolder()
+{
+    const PrivateBus bus;
+    const QTemporaryDir folder;
+    for (const QString &given : {QString(), folder.filePath("root")}) {
+        Process simulator(SIMULATOR,
+                          given.isEmpty() ? QStringList() : QStringList{"--rootfs", given});
+        simulator.start();
+        const QString named = simulator.readLine().section("; its root folder is ", 1);
+        QVERIFY2(QDir(named + "/proc").exists(), qPrintable(named));
+        if (!given.isEmpty()) {
+            QCOMPARE(named, given);
+        }
+        QCOMPARE(simulator.end(), 0);
+    }
 }
 
 void TestSimulator::endsOnASignal_data()
@@ -183,6 +206,14 @@ void TestSimulator::helpIsPrinted()
         QCOMPARE(version.exitStatus, 0);
         QCOMPARE(version.output, "ostrel-simulator " PROJECT_VERSION "\n");
     }
+}
+
+void TestSimulator::builtInCatalogueIsPrinted()
+{
+    const Result printed = run(SIMULATOR, {"--print-catalogue"});
+    QCOMPARE(printed.errors, QString());
+    QCOMPARE(printed.exitStatus, 0);
+    QCOMPARE(printed.output, readFile(SOURCE_DIR "/tools/simulator/catalogue.json"));
 }
 
 OSTREL_TEST_MAIN(TestSimulator)

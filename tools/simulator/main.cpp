@@ -69,8 +69,8 @@ public Q_SLOTS:
     }
 };
 
-int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalogue,
-          Children &children)
+int serve(QDBusConnection bus, const QString &busLabel, const QString &rootFs,
+          const Catalogue &catalogue, Children &children)
 {
     const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
 
@@ -111,7 +111,9 @@ int serve(QDBusConnection bus, const QString &busLabel, const Catalogue &catalog
         print(stderr, QStringLiteral("the name %1 is taken on the %2").arg(serviceName, busLabel));
         return EXIT_FAILURE;
     }
-    print(stdout, QStringLiteral("%1 is ready on the %2").arg(serviceName, busLabel));
+    print(stdout,
+          QStringLiteral("%1 is ready on the %2; its root folder is %3")
+              .arg(serviceName, busLabel, rootFs));
     return QCoreApplication::exec();
 }
 
@@ -153,7 +155,7 @@ int main(int argc, char **argv)
     // A blocking call on a bus that goes away before the first pass would never end.
     QCoreApplication::processEvents();
     Children children(rootFs, options.killAfter);
-    return serve(bus, label(options), *catalogue, children);
+    return serve(bus, label(options), rootFs.path(), *catalogue, children);
 }
 
 #include "main.moc"

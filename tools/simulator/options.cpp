@@ -4,6 +4,7 @@
 #include "options.h"
 
 #include "help.h"
+#include "programs/catalogue.h"
 
 #include "DBus/names_p.h"
 
@@ -18,6 +19,7 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
     const QString system = QStringLiteral("system");
     const QString address = QStringLiteral("address");
     const QString catalogue = QStringLiteral("catalogue");
+    const QString printCatalogue = QStringLiteral("print-catalogue");
     const QString killAfter = QStringLiteral("kill-after");
     const QString rootFs = QStringLiteral("rootfs");
     const QString help = QStringLiteral("help");
@@ -39,6 +41,7 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
          QStringLiteral(
              "Run the applications and tasks of this JSON file instead of the built-in ones."),
          QStringLiteral("file")},
+        {printCatalogue, QStringLiteral("Print the built-in catalogue.")},
         {killAfter,
          QStringLiteral("Kill a program that does not end within this time after SIGTERM (the "
                         "default: 2000)."),
@@ -57,6 +60,10 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
     }
     if (parser.isSet(version)) {
         QTextStream(stdout) << "ostrel-simulator " PROJECT_VERSION "\n";
+        return std::nullopt;
+    }
+    if (parser.isSet(printCatalogue)) {
+        QTextStream(stdout) << builtInCatalogue();
         return std::nullopt;
     }
     if (!parser.positionalArguments().isEmpty()) {

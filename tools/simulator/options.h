@@ -28,8 +28,8 @@ struct Options
     std::chrono::milliseconds killAfter{2000};
 };
 
-// Reads the command line. There are no options if it asked for help or the version, which has been
-// printed.
+// Reads the command line. There are no options if it asked for help, the version or the catalogue,
+// which has been printed.
 Result<std::optional<Options>> parseOptions(const QStringList &arguments);
 
 #endif

@@ -19,7 +19,7 @@ _ostrel_simulator() {
     --address | --kill-after) ;;
     *)
         mapfile -t COMPREPLY < <(compgen -W '--help --version --session --system --address
-            --catalogue --kill-after --rootfs' -- "$current")
+            --catalogue --print-catalogue --kill-after --rootfs' -- "$current")
         ;;
     esac
 }

@@ -17,6 +17,11 @@
 namespace
 {
 
+QString builtIn()
+{
+    return QStringLiteral(":/catalogue.json");
+}
+
 constexpr int greatestSize = 16 * 1024 * 1024;
 
 const QString programKey = QStringLiteral("program");
@@ -250,9 +255,14 @@ bool makesAPath(const QString &taskType)
     return elements.match(taskType).hasMatch();
 }
 
+QByteArray builtInCatalogue()
+{
+    return readFile(builtIn()).value();
+}
+
 Result<Catalogue> readCatalogue(const QString &fileName)
 {
-    const QString name = fileName.isEmpty() ? QStringLiteral(":/catalogue.json") : fileName;
+    const QString name = fileName.isEmpty() ? builtIn() : fileName;
     return readFile(name).and_then(parse).map_error(
         [&fileName](const QString &error) { return fileName + error; });
 }

@@ -7,6 +7,7 @@
 #include "programs/launch.h"
 #include "result.h"
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
@@ -66,6 +67,9 @@ struct Catalogue
 
 // Whether the type can be the end of an object's path.
 bool makesAPath(const QString &taskType);
+
+// The text of the simulator's own catalogue.
+QByteArray builtInCatalogue();
 
 // Reads the file, or the simulator's own catalogue if the name is empty. An error comes with its
 // place in the file.
