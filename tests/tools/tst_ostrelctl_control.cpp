@@ -30,8 +30,6 @@ private Q_SLOTS:
     void psPrintsJson();
     void psFitsTheTerminal_data();
     void psFitsTheTerminal();
-    void whichPrintsTheApplication_data();
-    void whichPrintsTheApplication();
     void failuresArePrinted_data();
     void failuresArePrinted();
     void controlCharactersAreEscaped();
@@ -238,57 +236,6 @@ void TestOstrelctlControl::psFitsTheTerminal()
     for (const QString &line : narrow) {
         QVERIFY2(line.size() <= 40, qPrintable(line));
     }
-}
-
-void TestOstrelctlControl::whichPrintsTheApplication_data()
-{
-    QTest::addColumn<QByteArray>("controlGroup");
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("errors");
-    QTest::addColumn<QString>("json");
-
-    const QString none = "error: Failed: process 17 belongs to no application\n";
-    QTest::newRow("instance") << QByteArray("/ostrel-helper/a.b/instance_1")
-                              << "a.b a.b.instance_1\n"
-                              << QString()
-                              << R"({"appId":"a.b","appInstanceId":"a.b.instance_1","pid":17})";
-    QTest::newRow("one instance") << QByteArray("/ostrel-helper/a.b/app") << "a.b a.b\n"
-                                  << QString()
-                                  << R"({"appId":"a.b","appInstanceId":"a.b","pid":17})";
-    QTest::newRow("application alone")
-        << QByteArray("/ostrel-helper/a.b/x") << "a.b -\n"
-        << QString() << R"({"appId":"a.b","appInstanceId":null,"pid":17})";
-    QTest::newRow("none") << QByteArray("/user.slice/x") << QString() << none
-                          << R"({"appId":null,"appInstanceId":null,"error":)"
-                             R"({"code":1,"message":"process 17 belongs to no )"
-                             R"(application","name":"Failed"},"pid":17})";
-}
-
-// It needs no bus.
-void TestOstrelctlControl::whichPrintsTheApplication()
-{
-    QFETCH(QByteArray, controlGroup);
-    QFETCH(QString, errors);
-    QFETCH(QString, json);
-    const QTemporaryDir root;
-    QVERIFY(QDir(root.path()).mkpath("proc/17"));
-    QFile file(root.filePath("proc/17/cgroup"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("4:memory:" + controlGroup + '\n');
-    file.close();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("OSTREL_ROOTFS", root.path());
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
-
-    const Result plain = run(OSTRELCTL, {"which", "17"}, environment);
-    QTEST(plain.output, "output");
-    QCOMPARE(plain.errors, errors);
-    QCOMPARE(plain.exitStatus, errors.isEmpty() ? 0 : 1);
-
-    const Result asJson = run(OSTRELCTL, {"which", "17", "--json"}, environment);
-    QCOMPARE(asJson.output, json + QLatin1Char('\n'));
-    QCOMPARE(asJson.errors, errors);
-    QCOMPARE(asJson.exitStatus, plain.exitStatus);
 }
 
 void TestOstrelctlControl::failuresArePrinted_data()

@@ -17,9 +17,13 @@ void reportError(const Ostrel::Error &error, std::optional<QDBusConnection::BusT
 {
     QTextStream err(stderr);
     err << "error: " << error.name() << ": " << onOneLine(error.message()) << Qt::endl;
-    const QString advice = bus ? adviceOn(error, *bus) : QString();
+    printHint(bus ? adviceOn(error, *bus) : QString());
+}
+
+void printHint(const QString &advice)
+{
     if (!advice.isNull()) {
-        err << "hint: " << advice << '\n';
+        QTextStream(stderr) << "hint: " << onOneLine(advice) << '\n';
     }
 }
 

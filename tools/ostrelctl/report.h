@@ -17,6 +17,9 @@
 void reportError(const Ostrel::Error &error,
                  std::optional<QDBusConnection::BusType> bus = QDBusConnection::SessionBus);
 
+// Prints "hint: ..." on standard error, unless the advice is null.
+void printHint(const QString &advice);
+
 // The error as a member of a JSON result.
 QJsonObject toJson(const Ostrel::Error &error);
 

@@ -105,16 +105,12 @@ int run(const QStringList &arguments)
                             line.wantsJson(), {});
         }
         const Watch watch(control, line.wantsJson());
-        QTextStream err(stderr);
-        err << "watching the applications; Ctrl-C ends it" << Qt::endl;
+        QTextStream(stderr) << "watching the applications; Ctrl-C ends it\n";
         // The end of the bus is reported as such.
         if (!control.isServiceAvailable() && bus.isConnected()) {
             printService(line.wantsJson(), false);
-            const QString advice = adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()),
-                                            QDBusConnection::SessionBus);
-            if (!advice.isNull()) {
-                err << "hint: " << advice << Qt::endl;
-            }
+            printHint(adviceOn(Ostrel::Error(Ostrel::Error::Failed, QString()),
+                               QDBusConnection::SessionBus));
         }
         return QCoreApplication::exec();
     });

@@ -7,6 +7,12 @@
 
 #include <Ostrel/Control>
 
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
 namespace
 {
 
@@ -14,6 +20,29 @@ namespace
 QJsonValue orNull(const QString &text)
 {
     return text.isNull() ? QJsonValue() : QJsonValue(text);
+}
+
+// A program that the simulator runs has the simulator's root folder in its environment.
+QString adviceOnRoot(const Ostrel::Control &control, int pid)
+{
+    QFile file(QStringLiteral("/proc/%1/environ").arg(pid));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray name = QByteArrayLiteral("OSTREL_ROOTFS=");
+    const QList<QByteArray> environment = file.readAll().split('\0');
+    const auto variable =
+        std::find_if(environment.cbegin(), environment.cend(),
+                     [&name](const QByteArray &entry) { return entry.startsWith(name); });
+    if (variable == environment.cend()) {
+        return {};
+    }
+    qputenv("OSTREL_ROOTFS", variable->mid(name.size()));
+    if (control.getAppIdByPid(pid).isNull()) {
+        return {};
+    }
+    return QStringLiteral("with %1, which the process has in its environment, it is found")
+        .arg(QString::fromLocal8Bit(*variable));
 }
 
 int run(const QStringList &arguments)
@@ -40,10 +69,15 @@ int run(const QStringList &arguments)
                                  {QStringLiteral("appId"), orNull(appId)},
                                  {QStringLiteral("appInstanceId"), orNull(instance)}};
         if (appId.isNull()) {
-            return conclude(
+            const bool exists = ::kill(*pid, 0) == 0 || errno != ESRCH;
+            const int status = conclude(
                 Ostrel::Error(Ostrel::Error::Failed,
-                              QStringLiteral("process %1 belongs to no application").arg(*pid)),
+                              (exists ? QStringLiteral("process %1 belongs to no application")
+                                      : QStringLiteral("there is no process %1"))
+                                  .arg(*pid)),
                 line.wantsJson(), result, QString(), std::nullopt);
+            printHint(adviceOnRoot(control, *pid));
+            return status;
         }
         return conclude(
             Ostrel::Error(), line.wantsJson(), result,
