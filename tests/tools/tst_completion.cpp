@@ -32,6 +32,7 @@ private Q_SLOTS:
     void offersFiles();
     void offersNothingForAFreeText();
     void offersWhatIsRunning();
+    void offersNoUnknownInstance();
     void leavesOutWhatTheShellWouldExpand();
     void waitsForNoService();
 
@@ -187,15 +188,20 @@ void TestCompletion::offersWhatIsRunning()
     QCOMPARE(offers("ostrelctl start x"), QStringList());
     QCOMPARE(offers("ostrelctl start demo.Player "), QStringList());
     QCOMPARE(offers("ostrelctl terminate "), QStringList(instance));
-    const QByteArray rootFs = qgetenv("OSTREL_ROOTFS");
-    qunsetenv("OSTREL_ROOTFS");
-    QCOMPARE(offers("ostrelctl terminate "), QStringList(instance));
-    qputenv("OSTREL_ROOTFS", rootFs);
     // The application and its two services.
     const QStringList processes = offers("ostrelctl which ");
     QCOMPARE(processes.size(), 3);
     const Result which = run(OSTRELCTL, {"which", processes.constFirst()});
     QVERIFY2(which.output.startsWith("demo.Player "), qPrintable(which.errors));
+}
+
+void TestCompletion::offersNoUnknownInstance()
+{
+    busctlDesk(*m_bus, "AnswerNext",
+               QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2"}
+                   + wordsOf("a(siuua{sv}) 2 a 17 0 0 0 b 18 0 0 1 InstanceId s one "
+                             "a(ssiua{sv}) 0"));
+    QCOMPARE(offers("ostrelctl terminate "), QStringList("one"));
 }
 
 // An identifier comes from the service. The shell must never run it.

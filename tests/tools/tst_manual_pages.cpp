@@ -3,11 +3,17 @@
 
 #include "files.h"
 #include "program_help.h"
+#include "simulator.h"
 #include "test_main.h"
+#include "watcher.h"
 
 #include "DBus/names_p.h"
 
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
 
 namespace
 {
@@ -48,6 +54,38 @@ QStringList options(const QString &section)
     return all;
 }
 
+// The section about a command.
+QString sectionOf(const QString &command)
+{
+    return section(page(OSTRELCTL_PAGE),
+                   QString(".SS \"%1\"").arg(helpOf(OSTRELCTL, command).usage));
+}
+
+// Whether a section has this name in bold.
+bool names(const QString &section, const QString &name)
+{
+    return section.contains(QRegularExpression(QString("(\\n\\.BR? |\\\\fB)%1\\b").arg(name)));
+}
+
+// All keys of a document, but those that the service chooses.
+QStringList keysIn(const QJsonValue &value)
+{
+    QStringList keys;
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue &element : array) {
+        keys += keysIn(element);
+    }
+    const QJsonObject object = value.toObject();
+    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+        keys.append(member.key());
+        if (member.key() != QLatin1String("properties")
+            && member.key() != QLatin1String("details")) {
+            keys += keysIn(member.value());
+        }
+    }
+    return keys;
+}
+
 } // namespace
 
 // The manual pages, against what the programs tell of themselves.
@@ -61,6 +99,11 @@ private Q_SLOTS:
     void pagesDescribeEachCommand();
     void pagesDescribeNoOtherCommand();
     void pagesListTheHints();
+    void pageAndHelpAgreeWhereInstancesComeFrom();
+    void pageListsTheKeysOfJson_data();
+    void pageListsTheKeysOfJson();
+    void pageListsTheKeysOfErrors();
+    void pageListsTheKeysOfEvents();
     void pagesNameTheService();
 };
 
@@ -123,6 +166,115 @@ void TestManualPages::pagesListTheHints()
     }
     QCOMPARE(expected.size(), 10);
     QCOMPARE(described.split(QLatin1Char('\n')).filter("\t"), expected);
+}
+
+void TestManualPages::pageAndHelpAgreeWhereInstancesComeFrom()
+{
+    const ProgramHelp help = helpOf(OSTRELCTL, "terminate");
+    const QString described =
+        section(page(OSTRELCTL_PAGE), QString(".SS \"%1\"").arg(help.usage)).section("\n.TP", 0, 0);
+    const auto all = [](const char *pattern, const QString &text) {
+        QStringList found;
+        auto each = QRegularExpression(QString::fromLatin1(pattern)).globalMatch(text);
+        while (each.hasNext()) {
+            found.append(each.next().captured(1));
+        }
+        return found;
+    };
+    QCOMPARE(all("\\n\\.B (\\w+)", described), all("'(\\w+)'", help.text));
+}
+
+void TestManualPages::pageListsTheKeysOfJson_data()
+{
+    QTest::addColumn<QStringList>("lines");
+    const QStringList commands = helpOfCommands(OSTRELCTL).keys();
+    const QMap<QString, QStringList> lines{
+        {"start", {"start --json demo.Viewer"}},
+        {"debug", {"debug --json demo.Viewer"}},
+        {"terminate", {"start demo.Player", "terminate --json demo.Player"}},
+        {"ps", {"start demo.Player", "ps --json"}},
+        {"which", {"which --json 2147483647"}},
+        {"task list", {"task start sync photos", "task list --json sync"}},
+        {"task start", {"task start --json sync photos"}},
+        {"task stop", {"task start sync photos", "task stop --json sync photos"}},
+        {"window", {"window --json main 1 2 3"}},
+    };
+    for (const QString &command : commands) {
+        // The events have their own test.
+        if (!command.endsWith(QLatin1String("watch"))) {
+            QTest::newRow(qPrintable(command)) << lines.value(command);
+        }
+    }
+}
+
+void TestManualPages::pageListsTheKeysOfJson()
+{
+    QFETCH(const QStringList, lines);
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    Result result;
+    for (const QString &line : lines) {
+        result = run(OSTRELCTL, line.split(QLatin1Char(' ')));
+    }
+    QJsonObject document = QJsonDocument::fromJson(result.output.toUtf8()).object();
+    // An error has the same keys everywhere.
+    document.remove("error");
+    const QString described = sectionOf(QString::fromLatin1(QTest::currentDataTag()));
+    const QStringList keys = keysIn(document);
+    if (keys.isEmpty()) {
+        QCOMPARE(result.output, "{}\n");
+        QVERIFY(described.contains("is empty on success"));
+    }
+    for (const QString &key : keys) {
+        QVERIFY2(names(described, key), qPrintable(key));
+    }
+}
+
+void TestManualPages::pageListsTheKeysOfErrors()
+{
+    const Result result = run(OSTRELCTL, {"ps", "--json"});
+    const QStringList keys = keysIn(QJsonDocument::fromJson(result.output.toUtf8()).object());
+    QCOMPARE(keys.size(), 4);
+    const QString described = section(page(OSTRELCTL_PAGE), ".SH DIAGNOSTICS");
+    for (const QString &key : keys) {
+        QVERIFY2(names(described, key), qPrintable(key));
+    }
+}
+
+void TestManualPages::pageListsTheKeysOfEvents()
+{
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    Watcher watcher({"watch", "--json"});
+    Watcher taskWatcher({"task", "watch", "sync", "--json"});
+    watcher.readLine();
+    while (!taskWatcher.readLine().startsWith(QLatin1String("watching "))) { }
+    run(OSTRELCTL, QString("task start sync photos").split(QLatin1Char(' ')));
+    run(OSTRELCTL, {"start", "demo.Player"});
+    simulator.desk("KillByOom", {"demo.Player"});
+    simulator.end();
+    simulator.start();
+
+    // Until the service is there again.
+    for (Watcher *const each : {&watcher, &taskWatcher}) {
+        const QString described =
+            sectionOf(each->arguments().contains("task") ? "task watch" : "watch");
+        QSet<QString> events;
+        QJsonObject event;
+        do {
+            event = QJsonDocument::fromJson(each->readLine().toUtf8()).object();
+            const QString name = event.value("event").toString();
+            events.insert(name);
+            QVERIFY2(described.contains(name), qPrintable(name));
+            const QStringList keys = keysIn(event);
+            for (const QString &key : keys) {
+                QVERIFY2(names(described, key), qPrintable(key));
+            }
+        } while (!event.value("available").toBool());
+        QCOMPARE(events.size(), each == &watcher ? 5 : 2);
+    }
 }
 
 void TestManualPages::pagesNameTheService()

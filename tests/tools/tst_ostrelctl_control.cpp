@@ -178,14 +178,15 @@ void TestOstrelctlControl::psPrintsATable()
     const Result result = ostrelctl({"ps"});
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
-             "APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES\n"
-             "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-             "Size=18446744073709551615\n"
-             "demo.Viewer  decoder  -1   3           -\n");
+             "APPLICATION  SERVICE  PID  STATE       KIND  INSTANCE  PROPERTIES\n"
+             "demo.Viewer  -        17   4294967295  2     -         "
+             "Name=\"x\\ny\" Size=18446744073709551615\n"
+             "demo.Viewer  decoder  -1   3           -     -\n");
     QCOMPARE(result.exitStatus, 0);
 
     m_simulator->desk("ListNext", {0U, 0U});
-    QCOMPARE(ostrelctl({"ps"}).output, "APPLICATION  SERVICE  PID  STATE  KIND  PROPERTIES\n");
+    QCOMPARE(ostrelctl({"ps"}).output,
+             "APPLICATION  SERVICE  PID  STATE  KIND  INSTANCE  PROPERTIES\n");
 }
 
 void TestOstrelctlControl::psPrintsJson()
@@ -194,9 +195,11 @@ void TestOstrelctlControl::psPrintsJson()
     const Result result = ostrelctl({"ps", "--json"});
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
-             R"~({"applications":[{"appId":"demo.Viewer","kind":2,"pid":17,)~"
+             R"~({"applications":[{"appId":"demo.Viewer","appInstanceId":null,)~"
+             R"~("kind":2,"pid":17,)~"
              R"~("properties":{"Name":"x\ny","Size":"18446744073709551615"},)~"
              R"~("state":4294967295}],"services":[{"appId":"demo.Viewer",)~"
+             R"~("appInstanceId":null,)~"
              R"~("name":"decoder","pid":-1,"properties":{},"state":3}]})~"
              "\n");
     QCOMPARE(result.exitStatus, 0);
@@ -213,7 +216,7 @@ void TestOstrelctlControl::psFitsTheTerminal()
 {
     QFETCH(QString, locale);
     // script gives the command a terminal, whose width it is told.
-    const auto widthsAt = [this, &locale](int columns) {
+    const auto linesAt = [this, &locale](int columns) {
         arrangeList();
         Result result =
             run("script",
@@ -222,19 +225,28 @@ void TestOstrelctlControl::psFitsTheTerminal()
                  "/dev/null"});
         return result.output.remove(QLatin1Char('\r')).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     };
-    QCOMPARE(widthsAt(200).at(1),
-             "demo.Viewer  -        17   4294967295  2     Name=\"x\\ny\" "
-             "Size=18446744073709551615");
-    QCOMPARE(widthsAt(55),
+    QCOMPARE(linesAt(200).at(1),
+             "demo.Viewer  -        17   4294967295  2     -         "
+             "Name=\"x\\ny\" Size=18446744073709551615");
+    QCOMPARE(linesAt(65),
              (QStringList{
-                 "APPLICATION  SERVICE  PID  STATE       KIND  PROPERTIES",
-                 "demo.Viewer  -        17   4294967295  2     Name=\"x\\n\u2026",
-                 "demo.Viewer  decoder  -1   3           -",
+                 "APPLICATION  SERVICE  PID  STATE       KIND  INSTANCE  PROPERTIES",
+                 "demo.Viewer  -        17   4294967295  2     -         Name=\"x\\n\u2026",
+                 "demo.Viewer  decoder  -1   3           -     -",
              }));
-    const QStringList narrow = widthsAt(40);
+    // The names come before the properties.
+    QCOMPARE(linesAt(45),
+             (QStringList{"APPLICATION  SERVICE  PID  STATE       KIND",
+                          "demo.Viewer  -        17   4294967295  2",
+                          "demo.Viewer  decoder  -1   3           -"}));
+    QCOMPARE(linesAt(40),
+             (QStringList{"APPLICAT\u2026  SERVICE  PID  STATE      KIND",
+                          "demo.Vie\u2026  -        17   42949672\u2026  2",
+                          "demo.Vie\u2026  decoder  -1   3          -"}));
+    const QStringList narrow = linesAt(30);
     QCOMPARE(narrow.size(), 3);
     for (const QString &line : narrow) {
-        QVERIFY2(line.size() <= 40, qPrintable(line));
+        QVERIFY2(line.size() <= 30, qPrintable(line));
     }
 }
 

@@ -11,9 +11,6 @@
 namespace
 {
 
-// The user should not wait longer for advice. In milliseconds.
-constexpr int patience = 1000;
-
 template <typename Answer>
 QDBusReply<Answer> ask(const QDBusConnection &bus, const QString &method,
                        const QVariantList &arguments = {})

@@ -15,27 +15,19 @@ _ostrelctl_offer() {
     done
 }
 
-# What is running, as "APPLICATION SERVICE PID ..." lines. A service that does not reply must not
-# hold up the shell.
+# What is running, as "APPLICATION SERVICE PID STATE KIND INSTANCE ..." lines. A service that does not
+# reply must not hold up the shell.
 _ostrelctl_ps() { timeout 1 "$program" ps 2>/dev/null | tail -n +2 | head -n 100; }
 
 _ostrelctl_offer_running() {
-    local application service pid rest instance
-    while read -r application service pid rest; do
+    local application service pid instance
+    while read -r application service pid _ _ instance _; do
         [[ $pid =~ ^[0-9]+$ && $application =~ ^[A-Za-z0-9._-]+$ ]] || continue
         case $1 in
         applications) [[ $service != - ]] || _ostrelctl_offer "$application" ;;
         processes) _ostrelctl_offer "$pid" ;;
         instances)
-            [[ $service == - ]] || continue
-            # A simulator tells it, and its processes are found in a folder that may be unknown.
-            if [[ $rest =~ InstanceId=\"([^\"]*)\" ]]; then
-                instance=${BASH_REMATCH[1]}
-            else
-                instance=$(timeout 1 "$program" which "$pid" 2>/dev/null)
-                instance=${instance#* }
-            fi
-            [[ $instance =~ ^[A-Za-z0-9._-]+$ ]] && _ostrelctl_offer "$instance"
+            [[ $service == - && $instance != - && $instance =~ ^[A-Za-z0-9._-]+$ ]] && _ostrelctl_offer "$instance"
             ;;
         esac
     done < <(_ostrelctl_ps)

@@ -76,12 +76,19 @@ QString cut(const QString &text, int width)
     return QString::fromUcs4(kept.constData(), kept.size()) + QChar(0x2026);
 }
 
-void shrink(QVector<int> &widths, int total)
+void shrink(QVector<int> &widths, int extras, int total)
 {
     const auto excess = [&widths, total] {
         return std::accumulate(widths.cbegin(), widths.cend(), gap * (widths.size() - 1)) - total;
     };
-    widths.last() = std::max(narrowest, widths.last() - std::max(0, excess()));
+    for (int i = 0; i < extras && excess() > 0; ++i) {
+        const int left = widths.last() - excess();
+        if (left < narrowest) {
+            widths.removeLast();
+        } else {
+            widths.last() = left;
+        }
+    }
     while (excess() > 0) {
         const auto widest = std::max_element(widths.begin(), widths.end());
         if (*widest <= narrowest) {
@@ -94,10 +101,10 @@ void shrink(QVector<int> &widths, int total)
 QString lineOf(const QStringList &cells, const QVector<int> &widths)
 {
     QString line;
-    for (int i = 0; i < cells.size(); ++i) {
+    for (int i = 0; i < widths.size(); ++i) {
         const QString cell = cut(cells.at(i), widths.at(i));
         line += cell;
-        if (i + 1 < cells.size()) {
+        if (i + 1 < widths.size()) {
             line += QString(widths.at(i) - widthOf(cell) + gap, QLatin1Char(' '));
         }
     }
@@ -108,7 +115,8 @@ QString lineOf(const QStringList &cells, const QVector<int> &widths)
 }
 
 // The lines of a table; a width of 0 is no limit.
-QStringList tableLines(const QStringList &heading, const QVector<QStringList> &rows, int width)
+QStringList tableLines(const QStringList &heading, const QVector<QStringList> &rows, int extras,
+                       int width)
 {
     QVector<QStringList> all{heading};
     for (const QStringList &row : rows) {
@@ -126,7 +134,7 @@ QStringList tableLines(const QStringList &heading, const QVector<QStringList> &r
         }
     }
     if (width > 0) {
-        shrink(widths, width);
+        shrink(widths, extras, width);
     }
 
     QStringList lines;
@@ -145,10 +153,10 @@ int terminalWidth()
 
 } // namespace
 
-void printTable(const QStringList &heading, const QVector<QStringList> &rows)
+void printTable(const QStringList &heading, const QVector<QStringList> &rows, int extras)
 {
     const Utf8Characters characters;
-    const QStringList lines = tableLines(heading, rows, terminalWidth());
+    const QStringList lines = tableLines(heading, rows, extras, terminalWidth());
     for (const QString &line : lines) {
         printLine(line);
     }

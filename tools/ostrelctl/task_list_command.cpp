@@ -24,7 +24,7 @@ void printTable(const Ostrel::TaskInvoker &invoker)
     }
     printTable({QStringLiteral("TASK"), QStringLiteral("STATUS"), QStringLiteral("PID"),
                 QStringLiteral("PROPERTIES")},
-               rows);
+               rows, 1);
 }
 
 int run(const QStringList &arguments)

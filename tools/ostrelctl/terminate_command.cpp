@@ -1,8 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "advice.h"
 #include "command.h"
 #include "command_line.h"
+#include "instances.h"
 #include "report.h"
 #include "session_bus.h"
 
@@ -13,6 +15,20 @@
 namespace
 {
 
+// Looks at what runs, for a hint, and ends the program.
+void advise(Ostrel::Control &control, const QString &given, int status)
+{
+    control.setTimeout(patience);
+    control.getRunningApplications(
+        &control,
+        [&control, given, status](const QVector<Ostrel::RunningApplication> &applications,
+                                  const QVector<Ostrel::RunningService> & /*services*/,
+                                  const Ostrel::Error & /*error*/) {
+            printHint(adviceOnInstance(control, given, applications));
+            QCoreApplication::exit(status);
+        });
+}
+
 int run(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("terminate"),
@@ -20,7 +36,8 @@ int run(const QStringList &arguments)
     line.addJsonFlag();
     line.addTimeoutOption();
     line.addPositional(QStringLiteral("INSTANCE"),
-                       QStringLiteral("Identifies the instance, as 'start' and 'watch' print it."));
+                       QStringLiteral("Identifies the instance, as 'start' and 'watch' print it, "
+                                      "and 'ps' if it is known."));
     return line.run(arguments, [&line]() -> Result<int> {
         const auto instance = line.text(0);
         const auto timeout = line.timeout();
@@ -30,10 +47,16 @@ int run(const QStringList &arguments)
         const SessionBus bus;
         Ostrel::Control control;
         control.setTimeout(*timeout);
-        control.terminate(*instance, &control,
-                          [json = line.wantsJson()](const Ostrel::Error &error) {
-                              QCoreApplication::exit(conclude(error, json, {}));
-                          });
+        control.terminate(
+            *instance, &control,
+            [&control, &instance, json = line.wantsJson()](const Ostrel::Error &error) {
+                const int status = conclude(error, json, {});
+                if (error && error.code() != Ostrel::Error::Failed) {
+                    advise(control, *instance, status);
+                } else {
+                    QCoreApplication::exit(status);
+                }
+            });
         return QCoreApplication::exec();
     });
 }
