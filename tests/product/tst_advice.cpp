@@ -11,6 +11,7 @@
 #include <Ostrel/TaskInvoker>
 
 #include <QtCore/QJsonArray>
+#include <QtCore/QSet>
 
 #include <memory>
 #include <optional>
@@ -60,6 +61,30 @@ private:
 };
 //! [again]
 
+//! [instances]
+// The instances that were started since this object was made, and have not ended.
+class Instances : public QObject
+{
+public:
+    Instances()
+    {
+        using Ostrel::Control;
+        connect(&m_control, &Control::started, this,
+                [this](const QString &instance) { m_running.insert(instance); });
+        connect(&m_control, &Control::terminated, this,
+                [this](const QString &instance) { m_running.remove(instance); });
+        // A new service knows nothing of them.
+        connect(&m_control, &Control::serviceAvailableChanged, this, [this] { m_running.clear(); });
+    }
+
+    QSet<QString> running() const { return m_running; }
+
+private:
+    Ostrel::Control m_control;
+    QSet<QString> m_running;
+};
+//! [instances]
+
 } // namespace
 
 // What the documentation advises works.
@@ -75,6 +100,7 @@ private Q_SLOTS:
     void nestedValuesAreReadAsWhatTheyAre();
     void jsonIsSentAsPlainValues();
     void invokersAreMadeAgainWhenTheServiceComes();
+    void instancesAreKeptWhileTheyRun();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -149,6 +175,20 @@ void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
     waitUntil([&] { return &tasks.invoker() != first; });
     QVERIFY(!waitUntilReady(tasks.invoker()));
     QCOMPARE(tasks.invoker().availableTasks().size(), 3);
+}
+
+void TestAdvice::instancesAreKeptWhileTheyRun()
+{
+    const Instances instances;
+    Control other;
+    const QString first = other.start("demo.Viewer").appInstanceId;
+    const QString second = other.start("demo.Viewer").appInstanceId;
+    waitUntil([&] { return instances.running() == QSet<QString>{first, second}; });
+    QVERIFY(!other.terminate(first));
+    waitUntil([&] { return instances.running() == QSet<QString>{second}; });
+    m_simulator->end();
+    waitUntil([&] { return instances.running().isEmpty(); });
+    m_simulator->start();
 }
 
 OSTREL_TEST_MAIN(TestAdvice)

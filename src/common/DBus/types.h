@@ -54,7 +54,7 @@ enum ServiceState : quint32 {
 };
 
 /**
- * One running application.
+ * One running application. No member says which instance it is: see @ref device.
  *
  * On the bus it is a structure with the signature "(siuua{sv})", with the members in this order.
  */

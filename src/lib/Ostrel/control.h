@@ -175,7 +175,9 @@ public:
      * Makes the bus call "Terminate" (signature "s", any reply) on the service's ".Control1"
      * interface.
      *
-     * @param appInstanceId  the identifier of the instance, as start() returned it, sent as given.
+     * @param appInstanceId  the identifier of the instance, as start() returned it or started()
+     *                       announced it, sent as given. The list of what runs may not have it:
+     *                       see @ref device.
      * @return no error on success, whatever values the reply holds. On failure, the codes of
      *         start().
      */
