@@ -12,7 +12,6 @@
 
 #include <QtDBus/QDBusPendingCallWatcher>
 
-#include <csignal>
 #include <memory>
 #include <optional>
 
@@ -233,8 +232,7 @@ void TestServiceAvailable::endOfTheBusIsTheEndOfTheService()
     const Control control;
     const auto changes = changesOf(control);
     QVERIFY(control.isServiceAvailable());
-    // A bus that may end by itself announces first that the service leaves it.
-    ::kill(static_cast<pid_t>(m_bus->processId()), SIGKILL);
+    m_bus->end();
     waitUntil([&changes] { return !changes->isEmpty(); });
     QCOMPARE(*changes, Changes{false});
     QVERIFY(!control.isServiceAvailable());

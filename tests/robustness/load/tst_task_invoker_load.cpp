@@ -17,7 +17,7 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // A program with much to do: nothing is lost, mixed up or told twice.
-class TestTaskInvokerMany : public QObject
+class TestTaskInvokerLoad : public QObject
 {
     Q_OBJECT
 
@@ -37,19 +37,19 @@ private:
     std::optional<Simulator> m_simulator;
 };
 
-void TestTaskInvokerMany::initTestCase()
+void TestTaskInvokerLoad::initTestCase()
 {
     m_bus.emplace();
     m_simulator.emplace(*m_bus);
     m_simulator->start();
 }
 
-void TestTaskInvokerMany::cleanup()
+void TestTaskInvokerLoad::cleanup()
 {
     m_simulator->reset();
 }
 
-void TestTaskInvokerMany::thousandInvokersBecomeReady()
+void TestTaskInvokerLoad::thousandInvokersBecomeReady()
 {
     const Warnings warnings;
     constexpr int count = 1000;
@@ -85,7 +85,7 @@ void TestTaskInvokerMany::thousandInvokersBecomeReady()
     figures.print("1,000 invokers");
 }
 
-void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
+void TestTaskInvokerLoad::tenThousandStartsInFlightAreAnswered()
 {
     constexpr int count = 10000;
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
@@ -123,7 +123,7 @@ void TestTaskInvokerMany::tenThousandStartsInFlightAreAnswered()
     figures.print("10,000 starts in flight");
 }
 
-void TestTaskInvokerMany::tenThousandTasksAreListed()
+void TestTaskInvokerLoad::tenThousandTasksAreListed()
 {
     constexpr int count = 10000;
     QStringList active;
@@ -153,7 +153,7 @@ void TestTaskInvokerMany::tenThousandTasksAreListed()
     figures.print("10,000 active and 10,000 available tasks");
 }
 
-void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
+void TestTaskInvokerLoad::tenThousandReadyCallbacksRun()
 {
     constexpr int count = 10000;
     MemoryFigures figures;
@@ -171,7 +171,7 @@ void TestTaskInvokerMany::tenThousandReadyCallbacksRun()
     figures.print("10,000 ready callbacks");
 }
 
-void TestTaskInvokerMany::thousandChangesArrive()
+void TestTaskInvokerLoad::thousandChangesArrive()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "other");
     waitUntilReady(invoker);
@@ -189,7 +189,7 @@ void TestTaskInvokerMany::thousandChangesArrive()
     figures.print("1,000 announcements");
 }
 
-void TestTaskInvokerMany::serviceEndsWithManyCallsInFlight()
+void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
 {
     constexpr int held = 20;
     const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
@@ -216,6 +216,6 @@ void TestTaskInvokerMany::serviceEndsWithManyCallsInFlight()
     QCOMPARE(text(invoker.availableTasks()), available);
 }
 
-OSTREL_TEST_MAIN(TestTaskInvokerMany)
+OSTREL_TEST_MAIN(TestTaskInvokerLoad)
 
-#include "tst_task_invoker_many.moc"
+#include "tst_task_invoker_load.moc"
