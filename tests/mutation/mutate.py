@@ -4,13 +4,17 @@
 
 """Breaks the library on purpose, one place at a time, and shows which test notices.
 
-Usage: mutate.py [--all] SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
+Usage: mutate.py [--all] [--left] SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
 
 The tree is copied into the folder and built there; the tree itself stays as it is. Two fifths of
-all mutants are tried, the same ones in each run, or all of them. What no test notices is named at
-the end, and makes this fail.
+all mutants are tried, the same ones in each run; --all tries all of them. The folder remembers
+which test noticed which mutant: that test runs first the next time. --left tries only the mutants
+that no test in the folder's earlier runs noticed, which also continues a run that was ended.
+
+The survivors are named at the end, and make this fail.
 """
 
+import collections
 import filecmp
 import json
 import os
@@ -33,14 +37,20 @@ LABELS = (
     ('lib/Ostrel/process_lookup', 'control'),
     ('lib/Ostrel/task_', 'task_invoker'),
     ('lib/Ostrel/window_', 'window_management'),
+    ('callback', 'control'),
+    ('pending_call', 'window_management'),
+    ('process_end', 'robustness'),
+    ('receive_limit', 'robustness'),
     ('service_signal', 'task_invoker'),
+    ('timeout', 'control'),
     ('', 'types'),
 )
-# They look at the sources, the documents or the installation, count instructions, or wait for 25
+# These look at the sources, the documents or the installation, count instructions, or wait for 25
 # seconds.
 LEFT_OUT = {'cost', 'docs', 'tst_abi', 'tst_default_time_limit', 'tst_documents', 'tst_examples',
             'tst_installation', 'tst_tree', 'tst_vendor_prefix'}
 WORKERS = os.cpu_count() or 1
+LIKELY = 3  # tests that noticed most mutants of a file run before the others
 
 
 def quietly(*command):
@@ -49,7 +59,7 @@ def quietly(*command):
 
 
 def build(scratch, wanted):
-    """What is wrong, or nothing."""
+    """Builds the tests. Returns the output if that fails."""
     result = quietly('cmake', '--build', str(scratch / 'build'), '--target',
                      *(test.name for test in wanted))
     return result.stdout if result.returncode != 0 else ''
@@ -68,7 +78,7 @@ def prepare(scratch):
                             text=True)
     for name in listed.stdout.rstrip('\0').split('\0'):
         target = tree / name
-        # What is as it was need not be built again.
+        # An unchanged file keeps its time, and is not compiled again.
         if not target.exists() or not filecmp.cmp(ROOT / name, target, shallow=False):
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(ROOT / name, target)
@@ -79,12 +89,12 @@ def prepare(scratch):
         sys.exit(result.stdout)
     if output := build(scratch, tests(scratch)):
         sys.exit(output)
-    # What is not built has no command.
+    # CTest knows the command of a test only after the build.
     return tree, tests(scratch)
 
 
 class Test:
-    """A test of CTest, run without it: what is slow waits for nobody and can be ended."""
+    """A test of CTest, run without it: it can be ended as soon as another one has failed."""
 
     def __init__(self, listed):
         self.name = listed['name']
@@ -97,6 +107,7 @@ class Test:
         self.seconds = 0
         self.usual = 0
         self.limit = 600
+        self.hangs = False
         self.process = None
         self.started = 0
 
@@ -112,7 +123,8 @@ class Test:
     def end(self):
         """Returns whether it has passed."""
         self.seconds = time.monotonic() - self.started
-        if self.process.poll() is None:
+        self.hangs = self.process.poll() is None
+        if self.hangs:
             os.killpg(self.process.pid, signal.SIGKILL)
         return self.process.wait() == 0
 
@@ -143,58 +155,98 @@ def sound(every_test):
         print(f'left out, since it fails anyway: {test.name}')
     for test in every_test:
         test.usual = test.seconds
-        test.limit = 10 + 10 * test.usual
+        test.limit = 60 + 20 * test.usual  # the machine may be busier later
     return [test for test in every_test if test not in failed]
 
 
-def selected(parts, everything):
-    """The mutants to try, and the label to begin with, by the path of their file."""
+def possible(parts):
+    """All mutants, with the path of their file."""
     for path in sorted((ROOT / 'src').rglob('*')):
         name = str(path.relative_to(ROOT / 'src'))
-        if not (name.endswith(('.cpp', '_p.h')) and any(part in name for part in parts)):
-            continue
-        label = next(label for part, label in LABELS if part in name)
-        for mutant in mutants(path.name, path.read_text()):
-            if everything or mutant.rank() < SHARE:
-                yield Path('src') / name, label, mutant
+        if name.endswith(('.cpp', '_p.h')) and any(part in name for part in parts):
+            for mutant in mutants(path.name, path.read_text()):
+                yield Path('src') / name, mutant
 
 
-def verdict(scratch, label, wanted):
-    """Which test notices, or nothing; none at all if it does not compile."""
-    if build(scratch, wanted):
-        return None
-    ordered = sorted(wanted, key=lambda test: (label not in test.labels, test.usual))
-    failed = run(ordered, until_one_fails=True)
-    return failed[0].name if failed else ''
+class Results:
+    """Which test noticed which mutant: its name, '' if none did, None if it does not compile."""
+
+    def __init__(self, scratch):
+        self.file = scratch / 'results.json'
+        self.known = json.loads(self.file.read_text()) if self.file.exists() else {}
+
+    def get(self, mutant):
+        return self.known.get(mutant.key(), '')
+
+    def set(self, mutant, name):
+        self.known[mutant.key()] = name
+        self.file.write_text(json.dumps(self.known, indent=1))
+
+    def likely(self, mutant):
+        """The tests that may notice the mutant: first the one that did before."""
+        noticed = collections.Counter(
+            name for key, name in self.known.items()
+            if name and key.startswith(f'{mutant.name}: '))
+        return {self.get(mutant)} | {name for name, _ in noticed.most_common(LIKELY)}
+
+
+def verdict(scratch, stages):
+    """Which test notices, or ''; None if the mutant does not compile."""
+    done = []
+    for stage in stages:
+        wanted = sorted((test for test in stage if test not in done), key=lambda test: test.usual)
+        done += wanted
+        if wanted and build(scratch, wanted):
+            return None
+        while failed := run(wanted, until_one_fails=True):
+            # On a busy machine, a test may also fail once without a reason.
+            if failed[0].hangs or run(failed[:1], until_one_fails=True):
+                return failed[0]
+            wanted.remove(failed[0])
+    return ''
 
 
 def main():
-    arguments = [each for each in sys.argv[1:] if each != '--all']
+    arguments = [each for each in sys.argv[1:] if each not in ('--all', '--left')]
     if not arguments or arguments[0].startswith('-'):
         sys.exit(__doc__)
     scratch = Path(arguments[0]).resolve()
     tree, every_test = prepare(scratch)
     wanted = sound(every_test)
-    tried, noticed, survivors = 0, 0, []
-    for path, label, mutant in selected(arguments[1:] or [''], '--all' in sys.argv):
-        if mutant.key() in EQUIVALENTS:
+    results = Results(scratch)
+    every_mutant = list(possible(arguments[1:] or ['']))
+    chosen = [(path, mutant) for path, mutant in every_mutant
+              if '--all' in sys.argv or mutant.rank() < SHARE]
+    tried = [(path, mutant) for path, mutant in chosen if mutant.key() not in EQUIVALENTS]
+    for number, (path, mutant) in enumerate(tried, 1):
+        if '--left' in sys.argv and results.get(mutant) != '':
             continue
+        likely = results.likely(mutant)
+        label = next(label for part, label in LABELS if part in str(path))
+        stages = ([test for test in wanted if test.name in likely],
+                  [test for test in wanted if label in test.labels], wanted)
         original = (tree / path).read_text()
         started = time.monotonic()
         try:
             (tree / path).write_text(mutant.apply(original))
-            by = verdict(scratch, label, wanted)
+            by = verdict(scratch, stages)
         finally:
             (tree / path).write_text(original)
+        results.set(mutant, by and by.name)
         if by is None:
-            continue
-        tried += 1
-        noticed += bool(by)
-        print(f'{tried:4} {time.monotonic() - started:5.1f} s {by or "NO TEST NOTICES"}: '
-              f'{mutant.key()}', flush=True)
-        if not by:
-            survivors.append(mutant.key())
-    print(f'{tried} mutants that compile, {noticed} noticed')
+            notice = 'does not compile'
+        elif by:
+            notice = by.name + (' (hangs)' if by.hangs else '')
+        else:
+            notice = 'NO TEST NOTICES'
+        print(f'{number:4} {time.monotonic() - started:5.1f} s {notice}: {mutant.key()}',
+              flush=True)
+    outcomes = [results.get(mutant) for _, mutant in tried]
+    survivors = [mutant.key() for _, mutant in tried if results.get(mutant) == '']
+    print(f'{len(every_mutant)} mutants, {len(chosen)} chosen, '
+          f'{len(chosen) - len(tried)} equivalent, {outcomes.count(None)} do not compile; '
+          f'{len(outcomes) - outcomes.count(None) - len(survivors)} noticed, '
+          f'{len(survivors)} not noticed')
     for survivor in survivors:
         print(f'not noticed: {survivor}')
     return 1 if survivors else 0
