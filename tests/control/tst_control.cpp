@@ -49,17 +49,17 @@ namespace
 
 QString destination(const QJsonObject &message)
 {
-    return message.value(QLatin1String("destination")).toString();
+    return message.value("destination").toString();
 }
 
 QString member(const QJsonObject &message)
 {
-    return message.value(QLatin1String("member")).toString();
+    return message.value("member").toString();
 }
 
 QJsonValue argument(const QJsonObject &message, int index)
 {
-    return message.value(QLatin1String("payload"))[QLatin1String("data")][index];
+    return message.value("payload")["data"][index];
 }
 
 const QString makeInstance = "MAKE_AN_INSTANCE"; // clazy:exclude=non-pod-global-static
@@ -84,13 +84,12 @@ QVector<QJsonObject> TestControl::sentBy(const Function &function) const
                                             "org.freedesktop.DBus", "GetId"));
     const QString self = bus.baseService();
     QVector<QJsonObject> messages = monitor.messagesUntil([&self](const QJsonObject &message) {
-        return message.value(QLatin1String("sender")) == self
-            && member(message) == QLatin1String("GetId");
+        return message.value("sender") == self && member(message) == "GetId";
     });
     messages.removeLast();
     messages.erase(std::remove_if(messages.begin(), messages.end(),
                                   [&self](const QJsonObject &message) {
-                                      return message.value(QLatin1String("sender")) != self;
+                                      return message.value("sender") != self;
                                   }),
                    messages.end());
     return messages;
@@ -121,17 +120,14 @@ void TestControl::constructionAsksTheBusForFourSignals()
     QStringList signalNames;
     for (const QJsonObject &message : messages) {
         QCOMPARE(destination(message), "org.freedesktop.DBus");
-        if (member(message) != QLatin1String("AddMatch")) {
+        if (member(message) != "AddMatch") {
             continue;
         }
-        const QString rule =
-            message.value(QLatin1String("payload"))[QLatin1String("data")][0].toString();
-        if (rule.contains(QLatin1String("interface='" OSTREL_CONTROL_INTERFACE "'"))) {
-            QVERIFY2(rule.contains(QLatin1String("sender='" OSTREL_SERVICE_NAME "'")),
-                     qPrintable(rule));
-            QVERIFY2(rule.contains(QLatin1String("path='" OSTREL_SERVICE_PATH "/Control1'")),
-                     qPrintable(rule));
-            signalNames.append(rule.section("member='", 1).section(QLatin1Char('\''), 0, 0));
+        const QString rule = message.value("payload")["data"][0].toString();
+        if (rule.contains("interface='" OSTREL_CONTROL_INTERFACE "'")) {
+            QVERIFY2(rule.contains("sender='" OSTREL_SERVICE_NAME "'"), qPrintable(rule));
+            QVERIFY2(rule.contains("path='" OSTREL_SERVICE_PATH "/Control1'"), qPrintable(rule));
+            signalNames.append(rule.section("member='", 1).section('\'', 0, 0));
         }
     }
     QCOMPARE(signalNames, (QStringList{"Started", "Terminated", "StateChanged", "SelectedByOom"}));
@@ -190,14 +186,13 @@ void TestControl::serviceReceivesOnlyTheRequests()
     });
     QStringList members;
     for (const QJsonObject &message : messages) {
-        if (destination(message) != QLatin1String("org.freedesktop.DBus")) {
+        if (destination(message) != "org.freedesktop.DBus") {
             QCOMPARE(destination(message), OSTREL_SERVICE_NAME);
-            QCOMPARE(message.value(QLatin1String("type")).toString(), "method_call");
+            QCOMPARE(message.value("type").toString(), "method_call");
             // The service may be started by the call, and has to answer.
-            QCOMPARE(message.value(QLatin1String("flags")).toInt(), 0);
-            const QString signature =
-                message.value(QLatin1String("payload"))[QLatin1String("type")].toString();
-            members.append(member(message) + QLatin1Char(' ') + signature);
+            QCOMPARE(message.value("flags").toInt(), 0);
+            const QString signature = message.value("payload")["type"].toString();
+            members.append(member(message) + ' ' + signature);
         }
     }
     const QStringList requests{"Start s", "StartDebug sa{sv}", "Terminate s",
@@ -227,19 +222,18 @@ void TestControl::instanceIsNeverDestroyed()
     QString process;
     QStringList members;
     monitor.messagesUntil([&process, &members](const QJsonObject &message) {
-        const QString sender = message.value(QLatin1String("sender")).toString();
+        const QString sender = message.value("sender").toString();
         if (process.isEmpty()
             && argument(message, 0)
                    .toString()
-                   .contains(QLatin1String("interface='" OSTREL_CONTROL_INTERFACE "'"))) {
+                   .contains("interface='" OSTREL_CONTROL_INTERFACE "'")) {
             process = sender;
         }
         if (!process.isEmpty() && sender == process) {
             members.append(member(message));
         }
         // The bus tells that the process has gone.
-        return member(message) == QLatin1String("NameOwnerChanged")
-            && argument(message, 0).toString() == process
+        return member(message) == "NameOwnerChanged" && argument(message, 0).toString() == process
             && argument(message, 2).toString().isEmpty();
     });
     QVERIFY(members.count("AddMatch") >= 4);

@@ -387,7 +387,7 @@ void TestControlAsynchronous::emptyCallbackIsHarmless()
     request.send(control, this, {});
     roundTrip();
     // The call was made all the same.
-    QCOMPARE(m_simulator->calls().constFirst().member, QString::fromLatin1(request.method));
+    QCOMPARE(m_simulator->calls().constFirst().member, request.method);
 }
 
 void TestControlAsynchronous::callbackMayDeleteAnything_data()
@@ -447,7 +447,7 @@ void TestControlAsynchronous::repliesInAnotherOrderReachTheirCallbacks()
     Control control;
     QStringList order;
     for (const char *name : {"one", "two", "three"}) {
-        const QString id = QString::fromLatin1(name);
+        const QString id = name;
         control.terminate(id, this, [&order, id](const Error &error) {
             QVERIFY2(error.message().contains(id), qPrintable(error.message()));
             order.append(id);

@@ -78,10 +78,8 @@ void TestControlRunning::answer(const char *applicationsSignature, const char *a
 {
     busctlDesk(*m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2",
-                           QString::fromLatin1(applicationsSignature)}
-                   + wordsOf(QString::fromLatin1(applications))
-                   + QStringList(QString::fromLatin1(servicesSignature))
-                   + wordsOf(QString::fromLatin1(services)));
+                           applicationsSignature}
+                   + wordsOf(applications) + QStringList(servicesSignature) + wordsOf(services));
 }
 
 Error TestControlRunning::ask()
@@ -129,7 +127,7 @@ void TestControlRunning::everyErrorNameGivesFailed_data()
          {OSTREL_ERROR_PREFIX "NoError", OSTREL_ERROR_PREFIX "HandlerFailed",
           OSTREL_ERROR_PREFIX "ApplicationNotRunning", "org.freedesktop.DBus.Error.AccessDenied",
           "org.freedesktop.DBus.Error.Failed", "com.example.Other"}) {
-        QTest::newRow(name) << QString::fromLatin1(name);
+        QTest::newRow(name) << name;
     }
 }
 
@@ -160,10 +158,10 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
     if (!qEnvironmentVariableIsSet("BREAK_THE_CONTRACT")) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("BREAK_THE_CONTRACT", "1");
-        const Result result = run(QCoreApplication::applicationFilePath(),
-                                  {QString("fewerThanTwoArgumentsBreakTheContract:%1")
-                                       .arg(QString::fromLatin1(QTest::currentDataTag()))},
-                                  environment);
+        const Result result =
+            run(QCoreApplication::applicationFilePath(),
+                {QString("fewerThanTwoArgumentsBreakTheContract:%1").arg(QTest::currentDataTag())},
+                environment);
         QCOMPARE(result.exitStatus, -1);
         QVERIFY2(result.output.contains("ASSERT failure in QList<T>::at: \"index out of range\""),
                  qPrintable(result.output));
@@ -187,9 +185,7 @@ void TestControlRunning::valuesOfOtherTypesGiveDefaults_data()
 
     const auto row = [](const char *signature, const char *value, const char *applications,
                         const char *services) {
-        QTest::addRow("%s: %s", signature, value)
-            << QString::fromLatin1(signature) << QString::fromLatin1(value)
-            << QString::fromLatin1(applications) << QString::fromLatin1(services);
+        QTest::addRow("%s: %s", signature, value) << signature << value << applications << services;
     };
     for (const Row &each : andOthers({}, "")) {
         row(each.signature, each.value, "", "");

@@ -108,12 +108,11 @@ void TestControlSignals::signalsAreDeclaredInTheirOrder()
         QStringList names;
         const QList<QByteArray> parameters = method.parameterNames();
         for (const QByteArray &name : parameters) {
-            names.append(QString::fromLatin1(name));
+            names.append(name);
         }
         QCOMPARE(method.methodType(), QMetaMethod::Signal);
         QCOMPARE(method.access(), QMetaMethod::Public);
-        found.append(
-            QString("%1: %2").arg(QString::fromLatin1(method.methodSignature()), names.join(", ")));
+        found.append(QString("%1: %2").arg(method.methodSignature(), names.join(", ")));
     }
     QCOMPARE(found,
              (QStringList{
@@ -149,7 +148,7 @@ void TestControlSignals::stateIsConvertedToANumber_data()
     QTest::addColumn<quint32>("state");
 
     const auto row = [](const char *value, quint32 state) {
-        QTest::newRow(value) << QString::fromLatin1(value) << state;
+        QTest::newRow(value) << value << state;
     };
     row("u 3", 3);
     row("u 0", 0);
@@ -208,7 +207,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped_data()
     const auto row = [](const std::vector<const char *> &values) {
         QStringList all;
         for (const char *value : values) {
-            all.append(QString::fromLatin1(value));
+            all.append(value);
         }
         QTest::addRow("%s", qPrintable(all.join(", "))) << all;
     };
@@ -239,7 +238,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped()
     const Control control;
     const ControlEvents events(control);
     for (const char *member : {"Started", "Terminated", "StateChanged"}) {
-        emitWithBusctl(QString::fromLatin1(member), values);
+        emitWithBusctl(member, values);
     }
     // The one type that this one has.
     if (values != QStringList("s id")) {
@@ -280,9 +279,9 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
                                      QDBusConnection::sessionBus().baseService(),
                                      OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, name);
             };
-            QDBusMessage forged = signalOf(QString::fromLatin1(member));
+            QDBusMessage forged = signalOf(member);
             forged << "forged";
-            if (QLatin1String(member) != QLatin1String("SelectedByOom")) {
+            if (QString(member) != "SelectedByOom") {
                 forged << QVariantMap{{"State", 3U}};
             }
             QVERIFY(peer.send(forged));
@@ -402,7 +401,7 @@ void TestControlSignals::controlMayBeDeletedInASlot_data()
 {
     QTest::addColumn<QString>("member");
     for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
-        QTest::newRow(member) << QString::fromLatin1(member);
+        QTest::newRow(member) << member;
     }
 }
 
@@ -423,7 +422,7 @@ void TestControlSignals::controlMayBeDeletedInASlot()
     connect(control.get(), &Control::stateChanged, this, end);
     connect(control.get(), &Control::selectedByOom, this, end);
     QVariantList arguments{"id"};
-    if (member != QLatin1String("SelectedByOom")) {
+    if (QString(member) != "SelectedByOom") {
         arguments.append(QVariantMap{{"State", 3U}});
     }
     for (int i = 0; i < 3; ++i) {

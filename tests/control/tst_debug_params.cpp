@@ -61,7 +61,7 @@ void TestDebugParams::settersWriteTheirKeys()
     };
     const QStringList list{"x", QString()};
     const auto one = [](const char *key, const QVariant &value) {
-        return QVariantMap{{QString::fromLatin1(key), value}};
+        return QVariantMap{{key, value}};
     };
     QCOMPARE(after([&](DebugParams &params) { params.setApplicationWrapper(list); }),
              one("applicationWrapper", list));

@@ -234,7 +234,7 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
         "4:memory:/ostrel-helper/demo.Viewer/\xef\xbb\xbf"
         "app\n",
         "demo.Viewer", "demo.Viewer");
-    const QString cutText = "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd);
+    const QString cutText = "a." + QString(124, 'x') + QChar(0xfffd);
     row("a character that is cut in two",
         "4:memory:/ostrel-helper/a." + repeated('x', 124) + "\xc3\xa9/instance_7\n", cutText,
         cutText + ".instance_7");
@@ -244,13 +244,12 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
         "demo.\u00e9");
     row("cut inside a character",
         "4:memory:/ostrel-helper/a." + repeated('x', 124) + "\xc3\xa9/app\n",
-        "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd),
-        "a." + QString(124, QLatin1Char('x')) + QChar(0xfffd));
+        "a." + QString(124, 'x') + QChar(0xfffd), "a." + QString(124, 'x') + QChar(0xfffd));
 
     // 127 bytes of an identifier and 159 of a component are kept.
     for (const int length : {126, 127, 128, 200}) {
         const QByteArray id = "a." + repeated('x', length - 2);
-        const QString kept = QString::fromLatin1(id.left(127));
+        const QString kept = id.left(127);
         row(qPrintable(QString("identifier of %1 bytes").arg(length)),
             "4:memory:/ostrel-helper/" + id + "/app\n", kept, kept);
     }
@@ -265,8 +264,8 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
         "4:memory:/ostrel-helper/" + longId + '/' + repeated('i', 160) + '\n' + good, nothing,
         nothing);
     row("identifier too long, component just not",
-        "4:memory:/ostrel-helper/" + longId + '/' + repeated('i', 159) + '\n',
-        QString::fromLatin1(longId.left(127)), nothing);
+        "4:memory:/ostrel-helper/" + longId + '/' + repeated('i', 159) + '\n', longId.left(127),
+        nothing);
 
     // 1,023 bytes are read at a time, a newline included.
     const QByteArray end = "/ostrel-helper/demo.Viewer/instance_7";

@@ -93,7 +93,7 @@ void TestTimeouts::methods()
 {
     QTest::addColumn<QString>("method");
     for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
-        QTest::newRow(method) << QString::fromLatin1(method);
+        QTest::newRow(method) << method;
     }
 }
 
@@ -129,11 +129,11 @@ void TestTimeouts::requestsThatBlockEndInTime()
     Control control;
     control.setTimeout(limit);
     const QString id = "a.b";
-    if (method == QLatin1String("Start")) {
+    if (method == "Start") {
         compareWithTimeout(control.start(id).error);
-    } else if (method == QLatin1String("StartDebug")) {
+    } else if (method == "StartDebug") {
         compareWithTimeout(control.startDebug(id, {}).error);
-    } else if (method == QLatin1String("Terminate")) {
+    } else if (method == "Terminate") {
         compareWithTimeout(control.terminate(id));
     } else {
         QVector<Ostrel::RunningApplication> applications;
@@ -152,11 +152,11 @@ void TestTimeouts::requestsThatDoNotBlockEndInTime()
     std::optional<Error> outcome;
     const auto onStart = [&outcome](const Control::StartResult &result) { outcome = result.error; };
     const auto onError = [&outcome](const Error &error) { outcome = error; };
-    if (method == QLatin1String("Start")) {
+    if (method == "Start") {
         control.start(id, this, onStart);
-    } else if (method == QLatin1String("StartDebug")) {
+    } else if (method == "StartDebug") {
         control.startDebug(id, {}, this, onStart);
-    } else if (method == QLatin1String("Terminate")) {
+    } else if (method == "Terminate") {
         control.terminate(id, this, onError);
     } else {
         control.getRunningApplications(this,

@@ -45,8 +45,8 @@ QStringList allPages()
 bool leadsSomewhere(const QString &address)
 {
     static QMap<QString, QSet<QString>> anchors;
-    const QString file = address.section(QLatin1Char('#'), 0, 0);
-    const QString anchor = address.section(QLatin1Char('#'), 1);
+    const QString file = address.section('#', 0, 0);
+    const QString anchor = address.section('#', 1);
     if (anchor.isEmpty()) {
         return QFile::exists(DOCUMENTS_DIR "/" + file);
     }
@@ -61,8 +61,8 @@ bool leadsSomewhere(const QString &address)
 QJsonArray searchIndex()
 {
     const QString script = page("search/index.js");
-    const int begin = script.indexOf(QLatin1Char('['));
-    const int end = script.lastIndexOf(QLatin1Char(']'));
+    const int begin = script.indexOf('[');
+    const int end = script.lastIndexOf(']');
     return QJsonDocument::fromJson(script.mid(begin, end - begin + 1).toUtf8()).array();
 }
 
@@ -99,12 +99,12 @@ void TestDocuments::linksLeadSomewhere()
                 continue;
             }
             ++followed;
-            if (!leadsSomewhere(link.startsWith(QLatin1Char('#')) ? file + link : link)) {
+            if (!leadsSomewhere(link.startsWith('#') ? file + link : link)) {
                 broken.append(file + ": " + link);
             }
         }
     }
-    QVERIFY2(broken.isEmpty(), qPrintable(broken.join(QLatin1Char('\n'))));
+    QVERIFY2(broken.isEmpty(), qPrintable(broken.join('\n')));
     QVERIFY(followed > 100);
 }
 
@@ -114,7 +114,7 @@ void TestDocuments::namesNoFolderOfThisMachine()
     for (const QString &file : files) {
         const QString text = page(file);
         QVERIFY2(!text.contains(SOURCE_DIR), qPrintable(file));
-        QVERIFY2(!text.contains(QDir::homePath() + QLatin1Char('/')), qPrintable(file));
+        QVERIFY2(!text.contains(QDir::homePath() + '/'), qPrintable(file));
     }
 }
 
@@ -154,7 +154,7 @@ void TestDocuments::searchFindsThePageOfAWord_data()
     QTest::addColumn<QString>("member");
     QTest::addColumn<QString>("address");
     const auto row = [](const char *word, const char *member, const char *address) {
-        QTest::newRow(word) << QString::fromLatin1(member) << QString::fromLatin1(address);
+        QTest::newRow(word) << member << address;
     };
     row("error", "title", "^errors.html$");
     row("simulator", "title", "^testing.html$");
@@ -173,7 +173,7 @@ void TestDocuments::searchFindsThePageOfAWord()
     QFETCH(const QString, member);
     QFETCH(const QString, address);
     const QRegularExpression expected(address);
-    const QString word = QString::fromLatin1(QTest::currentDataTag());
+    const QString word = QTest::currentDataTag();
     const QJsonArray index = searchIndex();
     for (const QJsonValue &entry : index) {
         if (entry[member].toString().contains(word, Qt::CaseInsensitive)
@@ -208,7 +208,7 @@ void TestDocuments::contractHoldsEachInterface_data()
     const QString contract = "contract.html";
     for (const char *name :
          {"Control1", "TaskInvoker1", "TaskInvokerSession1", "WindowManagement1"}) {
-        QTest::newRow(name) << QString::fromLatin1(name) << contract;
+        QTest::newRow(name) << name << contract;
     }
     QTest::newRow("Simulator1") << "Simulator1"
                                 << "testing.html";
@@ -232,23 +232,21 @@ void TestDocuments::contractHoldsEachInterface()
     while (!reader.atEnd()) {
         const QXmlStreamReader::TokenType token = reader.readNext();
         const QXmlStreamAttributes attributes = reader.attributes();
-        const QString name = attributes.value(QLatin1String("name")).toString();
-        if (token == QXmlStreamReader::StartElement && reader.name() == QLatin1String("arg")) {
+        const QString name = attributes.value("name").toString();
+        if (token == QXmlStreamReader::StartElement && reader.name() == "arg") {
             const QString row = QString("<td><code>%1</code></td><td><code>%2</code></td>")
-                                    .arg(name, attributes.value(QLatin1String("type")).toString());
+                                    .arg(name, attributes.value("type").toString());
             QVERIFY2(section.contains(row), qPrintable(row));
-        } else if (token == QXmlStreamReader::StartElement && reader.name() != QLatin1String("node")
-                   && reader.name() != QLatin1String("interface")
-                   && reader.name() != QLatin1String("annotation")) {
+        } else if (token == QXmlStreamReader::StartElement && reader.name() != "node"
+                   && reader.name() != "interface" && reader.name() != "annotation") {
             described.append(name);
-        } else if (token == QXmlStreamReader::Comment
-                   && !reader.text().contains(QLatin1String("SPDX"))) {
-            words += reader.text().toString() + QLatin1Char(' ');
+        } else if (token == QXmlStreamReader::Comment && !reader.text().contains("SPDX")) {
+            words += reader.text().toString() + ' ';
         }
     }
     QVERIFY(!reader.hasError());
     QCOMPARE(members, described);
-    const QStringList expected = words.simplified().split(QLatin1Char(' '));
+    const QStringList expected = words.simplified().split(' ');
     QVERIFY(expected.size() > 10);
     for (const QString &word : expected) {
         QVERIFY2(html.contains(word), qPrintable(word));
@@ -261,7 +259,7 @@ void TestDocuments::examplesInTheHeadersCompile()
     QString functions;
     for (const char *header :
          {"error", "control", "debug_params", "task_invoker", "window_management"}) {
-        const QString name = QString::fromLatin1(header);
+        const QString name = header;
         QString code = all("@code\n(.*?)@endcode",
                            readFile(QString(SOURCE_DIR "/src/lib/Ostrel/%1.h").arg(name)))
                            .value(0);
@@ -283,7 +281,7 @@ void TestDocuments::examplesInTheHeadersCompile()
             QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
                         "-I" FORWARDING_DIR, "-I" SOURCE_DIR "/src/lib",
                         "-I" SOURCE_DIR "/src/common", source}
-                + flags.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+                + flags.split(' ', Qt::SkipEmptyParts));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
 }
 

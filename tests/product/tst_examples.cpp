@@ -104,7 +104,7 @@ void TestExamples::taskRunnerRunsATask()
     QVERIFY2(output.startsWith("active:\navailable: calendar contacts photos\n"),
              qPrintable(output));
     // The answer to a call and the list that it changes come in either order.
-    QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QStringList lines = output.split('\n', Qt::SkipEmptyParts);
     lines.sort();
     QCOMPARE(lines,
              (QStringList{"active:", "active:", "active: contacts (PID)",
@@ -150,7 +150,7 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     }
     start.release({0});
     QString line = example.readLine();
-    while (line == QLatin1String("tick")) {
+    while (line == "tick") {
         line = example.readLine();
     }
     QCOMPARE(line, "started as demo.Viewer.instance_1");
@@ -189,7 +189,7 @@ void TestExamples::examplesPrintWhyTheyFail()
     for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
         faults.failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "not today");
     }
-    const Result result = runExample(QString::fromLatin1(QTest::currentDataTag()), arguments);
+    const Result result = runExample(QTest::currentDataTag(), arguments);
     QCOMPARE(result.errors, errors);
     QCOMPARE(result.exitStatus, 1);
 }
@@ -214,10 +214,9 @@ void TestExamples::examplesEndWithTheService_data()
         const auto row = [name = name, end = end](const char *command, const QString &interface,
                                                   const char *method, uint held,
                                                   const char *lastLine, const QString &errors) {
-            const QStringList words = QString::fromLatin1(command).split(QLatin1Char(' '));
+            const QStringList words = QString::fromLatin1(command).split(' ');
             QTest::addRow("%s, %s, %s", command, held > 0 ? method : lastLine, name)
-                << words << interface << QString::fromLatin1(method) << held
-                << QString::fromLatin1(lastLine) << int(end) << errors;
+                << words << interface << method << held << lastLine << int(end) << errors;
         };
         const QString reason = end == BusEnds
             ? "Not connected to D-Bus server\n"

@@ -65,14 +65,12 @@ void TestFailedNames::compareWithPage(const QString &row, const Error &error, co
 
     QString page = readFile(SOURCE_DIR "/docs/errors.md.in");
     page.replace("@OSTREL_SERVICE_NAME@", OSTREL_SERVICE_NAME);
-    const QStringList lines =
-        page.split(QLatin1Char('\n')).filter(QString("| %1").arg(row), Qt::CaseSensitive);
+    const QStringList lines = page.split('\n').filter(QString("| %1").arg(row), Qt::CaseSensitive);
     QCOMPARE(lines.size(), 1);
-    const QStringList cells = lines.constFirst().split(QLatin1Char('|'));
+    const QStringList cells = lines.constFirst().split('|');
     const QString begin = name.isEmpty() ? " none" : QString(" `%1`").arg(name);
     QVERIFY2(cells.at(2).startsWith(begin), qPrintable(lines.constFirst()));
-    QVERIFY2(cells.at(3).contains(message) || message == QLatin1String("unknown"),
-             qPrintable(lines.constFirst()));
+    QVERIFY2(cells.at(3).contains(message) || message == "unknown", qPrintable(lines.constFirst()));
 }
 
 void TestFailedNames::serviceDoesNotRun()

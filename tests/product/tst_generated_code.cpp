@@ -23,7 +23,7 @@ QStringList interfacesInFolder()
     QStringList names;
     const QStringList files = QDir(INTERFACES_DIR).entryList({OSTREL_SERVICE_NAME "*.xml"});
     for (const QString &file : files) {
-        names.append(file.section(QLatin1Char('.'), -2, -2));
+        names.append(file.section('.', -2, -2));
     }
     return names;
 }
@@ -101,26 +101,25 @@ QString TestGeneratedCode::succeed(const QString &program, const QStringList &ar
     process.waitForFinished(-1);
     const QString output = QString::fromUtf8(process.readAll());
     if (process.end() != 0) {
-        qFatal("%s %s failed:\n%s", qPrintable(program),
-               qPrintable(arguments.join(QLatin1Char(' '))), qPrintable(output));
+        qFatal("%s %s failed:\n%s", qPrintable(program), qPrintable(arguments.join(' ')),
+               qPrintable(output));
     }
     return output.trimmed();
 }
 
 QStringList TestGeneratedCode::flagsOf(const QString &module) const
 {
-    return succeed("pkg-config", {"--cflags", module}).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return succeed("pkg-config", {"--cflags", module}).split(' ', Qt::SkipEmptyParts);
 }
 
 void TestGeneratedCode::codeOfQdbusxml2cppCompiles()
 {
-    writeFile(m_folder.filePath("desk_records.h"), QLatin1String(deskRecords));
+    writeFile(m_folder.filePath("desk_records.h"), deskRecords);
     QString all;
     for (const QString &interface : interfaces) {
         const QString proxy = interface + "Proxy";
         const QString adaptor = interface + "Adaptor";
-        const QString records =
-            interface == QLatin1String("Simulator1") ? "desk_records.h" : "DBus/types.h";
+        const QString records = interface == "Simulator1" ? "desk_records.h" : "DBus/types.h";
         for (const QString &name : {proxy, adaptor}) {
             succeed("qdbusxml2cpp",
                     {"-c", name, "-i", records, name == proxy ? "-p" : "-a", name,
@@ -149,7 +148,7 @@ void TestGeneratedCode::proxyOfQdbusxml2cppReadsTheRecords()
             {"-c", proxy, "-i", "DBus/types.h", "-p", proxy, descriptionOf("Control1")});
     const QString moc = succeed("pkg-config", {"--variable=host_bins", "Qt5Core"}) + "/moc";
     succeed(moc, {"Control1Proxy.h", "-o", "moc.cpp"});
-    writeFile(m_folder.filePath("client.cpp"), QLatin1String(client));
+    writeFile(m_folder.filePath("client.cpp"), client);
     succeed(CXX,
             QStringList{"-std=c++17", "-fPIC", "-I" SOURCE_DIR "/src/common",
                         "-I" SOURCE_DIR "/src/lib", "-I.", "-o", "client", "client.cpp",

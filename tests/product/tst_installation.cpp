@@ -78,7 +78,7 @@ void TestInstallation::initTestCase()
 // A folder for each test, with the program in it.
 void TestInstallation::init()
 {
-    m_project = m_folder.filePath(QString::fromLatin1(QTest::currentTestFunction()));
+    m_project = m_folder.filePath(QTest::currentTestFunction());
     QVERIFY(QDir().mkpath(m_project));
     const QString program = block("cpp");
     QVERIFY(program.contains("int main("));
@@ -97,8 +97,8 @@ QString TestInstallation::succeed(const QString &program, const QStringList &arg
     const int exitStatus = process.waitForEnd();
     const QString output = QString::fromUtf8(process.readAll());
     if (exitStatus != 0) {
-        qFatal("%s %s failed:\n%s", qPrintable(program),
-               qPrintable(arguments.join(QLatin1Char(' '))), qPrintable(output));
+        qFatal("%s %s failed:\n%s", qPrintable(program), qPrintable(arguments.join(' ')),
+               qPrintable(output));
     }
     return output.trimmed();
 }
@@ -191,8 +191,8 @@ void TestInstallation::isFoundByPkgConfig()
     QCOMPARE(pkgConfig("--modversion"), "1.0.0");
     QCOMPARE(pkgConfig("--variable=service_name"), OSTREL_SERVICE_NAME);
 
-    const QStringList flags = (pkgConfig("--cflags") + QLatin1Char(' ') + pkgConfig("--libs"))
-                                  .split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList flags =
+        (pkgConfig("--cflags") + ' ' + pkgConfig("--libs")).split(' ', Qt::SkipEmptyParts);
     succeed(CXX, QStringList{"-std=c++17", "-fPIC", "main.cpp", "-o", "program"} + flags);
     runProgram(m_project + "/program");
 }
@@ -213,7 +213,7 @@ void TestInstallation::eachHeaderStandsAlone()
     const QString headers = m_prefix + "/include/ostrel-system-qt5/";
     const QStringList flags = succeed("pkg-config", {"--cflags", "ostrel-system-qt5"})
                                   .replace("-I/usr", "-isystem/usr")
-                                  .split(QLatin1Char(' '), Qt::SkipEmptyParts);
+                                  .split(' ', Qt::SkipEmptyParts);
     const QStringList all = filesBelow(headers.chopped(1));
     for (const QString &header : all) {
         writeFile(m_project + "/header.cpp",

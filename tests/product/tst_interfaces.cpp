@@ -56,24 +56,24 @@ QMap<QString, Interface> interfacesIn(const QString &xml)
             continue;
         }
         const QXmlStreamAttributes attributes = reader.attributes();
-        const QString name = attributes.value(QLatin1String("name")).toString();
-        const QString type = attributes.value(QLatin1String("type")).toString();
-        if (reader.name() == QLatin1String("interface")) {
+        const QString name = attributes.value("name").toString();
+        const QString type = attributes.value("type").toString();
+        if (reader.name() == "interface") {
             interface = name;
             interfaces.insert(interface, {});
-        } else if (reader.name() == QLatin1String("method")) {
+        } else if (reader.name() == "method") {
             method = name;
             interfaces[interface].methods.insert(method, {});
-        } else if (reader.name() == QLatin1String("signal")) {
+        } else if (reader.name() == "signal") {
             method.clear();
             signal = name;
             interfaces[interface].signalArguments.insert(signal, {});
-        } else if (reader.name() == QLatin1String("arg") && method.isEmpty()) {
-            interfaces[interface].signalArguments[signal].append(name + QLatin1Char(':') + type);
-        } else if (reader.name() == QLatin1String("arg")) {
+        } else if (reader.name() == "arg" && method.isEmpty()) {
+            interfaces[interface].signalArguments[signal].append(name + ':' + type);
+        } else if (reader.name() == "arg") {
             Method &current = interfaces[interface].methods[method];
-            const bool in = attributes.value(QLatin1String("direction")) == QLatin1String("in");
-            (in ? current.in : current.out).append(name + QLatin1Char(':') + type);
+            const bool in = attributes.value("direction") == "in";
+            (in ? current.in : current.out).append(name + ':' + type);
             (in ? current.inSignature : current.outSignature) += type;
         }
     }
@@ -94,7 +94,7 @@ QStringList someValues(QString signature)
     QStringList values;
     signature.replace("a{sv}", "m");
     for (const QChar type : qAsConst(signature)) {
-        values.append(type == QLatin1Char('s') ? "contacts" : type == QLatin1Char('m') ? "0" : "1");
+        values.append(type == 's' ? "contacts" : type == 'm' ? "0" : "1");
     }
     return values;
 }
@@ -178,10 +178,9 @@ void TestInterfaces::simulatorExportsTheDescriptions()
     QVERIFY(interfacesIn(exported.output).value(interface) == described.value(interface));
 
     // It can be found from the service's own path on.
-    const Result parent = busctl({"introspect", "--xml-interface", OSTREL_SERVICE_NAME,
-                                  path.section(QLatin1Char('/'), 0, -2)});
-    QVERIFY(parent.output.contains(
-        QString("<node name=\"%1\"/>").arg(path.section(QLatin1Char('/'), -1))));
+    const Result parent =
+        busctl({"introspect", "--xml-interface", OSTREL_SERVICE_NAME, path.section('/', 0, -2)});
+    QVERIFY(parent.output.contains(QString("<node name=\"%1\"/>").arg(path.section('/', -1))));
 }
 
 void TestInterfaces::simulatorRepliesWithTheDescribedTypes_data()
@@ -199,7 +198,7 @@ void TestInterfaces::simulatorRepliesWithTheDescribedTypes()
                                                  method.key(), method->inSignature}
                                      + someValues(method->inSignature));
         QVERIFY2(answer.exitStatus == 0, qPrintable(answer.errors));
-        QCOMPARE(answer.output.section(QLatin1Char(' '), 0, 0).trimmed(), method->outSignature);
+        QCOMPARE(answer.output.section(' ', 0, 0).trimmed(), method->outSignature);
     }
 }
 
@@ -254,15 +253,13 @@ void TestInterfaces::propertiesHaveTheDescribedTypes()
     int properties = 0;
     QXmlStreamReader reader(xml);
     while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement
-            && reader.name() == QLatin1String("property")) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == "property") {
             const QXmlStreamAttributes attributes = reader.attributes();
             const Result read = busctl({"get-property", OSTREL_SERVICE_NAME, sessionPath("sync"),
                                         OSTREL_TASK_INVOKER_SESSION_INTERFACE,
-                                        attributes.value(QLatin1String("name")).toString()});
-            QCOMPARE(read.output.section(QLatin1Char(' '), 0, 0),
-                     attributes.value(QLatin1String("type")).toString());
-            QCOMPARE(attributes.value(QLatin1String("access")).toString(), "read");
+                                        attributes.value("name").toString()});
+            QCOMPARE(read.output.section(' ', 0, 0), attributes.value("type").toString());
+            QCOMPARE(attributes.value("access").toString(), "read");
             ++properties;
         }
     }

@@ -23,9 +23,9 @@ void TestLibrary::exportsOnlyItsClasses()
     const Result result = run("nm", {"--dynamic", "--defined-only", "--format=posix", LIBRARY});
     QCOMPARE(result.exitStatus, 0);
     QStringList exported;
-    const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = result.output.split('\n', Qt::SkipEmptyParts);
     for (const QString &line : lines) {
-        exported.append(line.section(QLatin1Char(' '), 0, 0));
+        exported.append(line.section(' ', 0, 0));
     }
     exported.sort();
 
@@ -49,7 +49,7 @@ void TestLibrary::linksOnlyCoreAndDBus()
     auto each = entry.globalMatch(result.output);
     while (each.hasNext()) {
         const auto match = each.next();
-        if (match.captured(1) == QLatin1String("SONAME")) {
+        if (match.captured(1) == "SONAME") {
             name = match.captured(2);
             // The dynamic linker keeps the variables of threads.
         } else if (!QRegularExpression("^(lib(stdc\\+\\+|gcc_s|c|m)|ld(64|-linux[a-z0-9_-]*))\\.so")

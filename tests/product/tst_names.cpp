@@ -20,8 +20,7 @@ void TestNames::busNamesAreSpelledAsDocumented()
 {
     const QString prefix = OSTREL_VENDOR_PREFIX;
     const QString service = prefix + ".Ostrel";
-    const QString path =
-        QLatin1Char('/') + QString(service).replace(QLatin1Char('.'), QLatin1Char('/'));
+    const QString path = '/' + QString(service).replace('.', '/');
     QCOMPARE(OSTREL_SERVICE_NAME, service);
     QCOMPARE(OSTREL_SERVICE_PATH, path);
     QCOMPARE(OSTREL_ERROR_PREFIX, service + ".Error.");

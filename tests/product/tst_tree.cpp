@@ -36,9 +36,8 @@ void TestTree::initTestCase()
         : run("git",
               {"-c", "safe.directory=*", "-C", SOURCE_DIR, "ls-files", "--cached", "--others",
                "--exclude-standard"});
-    const QStringList all = listed.exitStatus == 0
-        ? listed.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-        : filesBelow(SOURCE_DIR);
+    const QStringList all = listed.exitStatus == 0 ? listed.output.split('\n', Qt::SkipEmptyParts)
+                                                   : filesBelow(SOURCE_DIR);
     for (const QString &file : all) {
         if (!QRegularExpression("^(\\.git|build|\\.cache)(/|$)|(^|/)__pycache__/")
                  .match(file)
@@ -52,7 +51,7 @@ void TestTree::initTestCase()
 void TestTree::everyFileHasItsLicence()
 {
     for (const QString &file : qAsConst(m_files)) {
-        if (file == QLatin1String("LICENSE")) {
+        if (file == "LICENSE") {
             continue;
         }
         // A file that cannot hold a comment has one beside it, or one for all in the folder above.
@@ -62,7 +61,7 @@ void TestTree::everyFileHasItsLicence()
             : file.startsWith(above)                    ? above + "REUSE.toml"
                                                         : file;
         const QString text = readFile(SOURCE_DIR "/" + holder);
-        const QString beginning = text.section(QLatin1Char('\n'), 0, 7);
+        const QString beginning = text.section('\n', 0, 7);
         for (const char *tag :
              {"SPDX-FileCopyrightText: ", "SPDX-License-Identifier: LGPL-2.1-or-later"}) {
             QVERIFY2(beginning.contains(tag), qPrintable(file));
@@ -89,7 +88,7 @@ void TestTree::busNamesComeFromOnePlace()
 void TestTree::versionIsTheSameEverywhere()
 {
     const auto first = [](const char *file, const char *pattern) {
-        return QRegularExpression(QString::fromLatin1(pattern), QRegularExpression::MultilineOption)
+        return QRegularExpression(pattern, QRegularExpression::MultilineOption)
             .match(readFile(SOURCE_DIR "/" + QLatin1String(file)))
             .captured(1);
     };
@@ -130,7 +129,7 @@ void TestTree::linksLeadSomewhere()
     int followed = 0;
     for (const QString &file : qAsConst(m_files)) {
         // The pages of the documentation link to one another by their names there.
-        if (!file.endsWith(QLatin1String(".md")) || file.startsWith(QLatin1String("docs/"))) {
+        if (!file.endsWith(".md") || file.startsWith("docs/")) {
             continue;
         }
         const QString path = SOURCE_DIR "/" + file;

@@ -46,7 +46,7 @@ void TestVendorPrefix::badPrefixesStopTheConfiguration_data()
     for (const char *const prefix :
          {"", "com", "com.", ".com", "com..example", "com.1example", "1com.example", "com.exa-mple",
           "com.exa mple", "com.example.", "com/example", "com.example;x", "com.ex\xc3\xa4mple"}) {
-        QTest::newRow(prefix) << QString::fromUtf8(prefix);
+        QTest::newRow(prefix) << prefix;
     }
 }
 
@@ -67,9 +67,9 @@ void TestVendorPrefix::goodPrefixesAreAccepted_data()
 {
     QTest::addColumn<QString>("prefix");
     for (const char *const prefix : {"com.example", "com.example.device", "_a._b", "a1.B2"}) {
-        QTest::newRow(prefix) << QString::fromUtf8(prefix);
+        QTest::newRow(prefix) << prefix;
     }
-    QTest::newRow("200 characters") << "a." + QString(198, QLatin1Char('b'));
+    QTest::newRow("200 characters") << "a." + QString(198, 'b');
 }
 
 void TestVendorPrefix::goodPrefixesAreAccepted()
@@ -84,7 +84,7 @@ void TestVendorPrefix::badPrefixStopsTheWholeConfiguration()
 {
     const QTemporaryDir folder;
     QVERIFY(configure(folder.path(), "example").exitStatus != 0);
-    const Result tooLong = configure(folder.path(), "a." + QString(199, QLatin1Char('b')));
+    const Result tooLong = configure(folder.path(), "a." + QString(199, 'b'));
     QVERIFY(tooLong.exitStatus != 0);
     QVERIFY2(tooLong.errors.simplified().contains("OSTREL_VENDOR_PREFIX has 201 characters"),
              qPrintable(tooLong.errors));
@@ -94,14 +94,13 @@ void TestVendorPrefix::badPrefixStopsTheWholeConfiguration()
 void TestVendorPrefix::prefixReachesEveryName()
 {
     const QString name = VENDOR_PREFIX ".Ostrel";
-    const QString path =
-        QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/'));
+    const QString path = '/' + QString(name).replace('.', '/');
     const PrivateBus bus;
     Process simulator(SIMULATOR, {});
     simulator.start();
-    QCOMPARE(simulator.readLine().section(QLatin1Char(';'), 0, 0),
+    QCOMPARE(simulator.readLine().section(';', 0, 0),
              QString("ostrel-simulator: %1 is ready on the session bus").arg(name));
-    const Result window = run(OSTRELCTL, QString("window main 4 5 6").split(QLatin1Char(' ')));
+    const Result window = run(OSTRELCTL, QString("window main 4 5 6").split(' '));
     QCOMPARE(window.errors, QString());
     QCOMPARE(window.output, "4\n");
 
@@ -117,7 +116,7 @@ void TestVendorPrefix::prefixReachesEveryName()
     const Result fail = desk({"FailNext", "ssss", name + ".WindowManagement1", "UpdateWindowStatus",
                               name + ".Error.HandlerFailed", "text"});
     QCOMPARE(fail.exitStatus, 0);
-    const Result failed = run(OSTRELCTL, QString("window main 4 5 6").split(QLatin1Char(' ')));
+    const Result failed = run(OSTRELCTL, QString("window main 4 5 6").split(' '));
     QCOMPARE(failed.errors, "error: HandlerFailed: text\n");
 
     // The files that other programs read.

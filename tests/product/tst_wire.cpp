@@ -20,8 +20,8 @@ namespace
 
 bool isReportOf(const QString &window, const QJsonObject &message)
 {
-    return message.value(QLatin1String("member")) == QLatin1String("UpdateWindowStatus")
-        && message.value(QLatin1String("payload"))[QLatin1String("data")][0] == window;
+    return message.value("member") == "UpdateWindowStatus"
+        && message.value("payload")["data"][0] == window;
 }
 
 } // namespace
@@ -61,9 +61,7 @@ QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
     const QString self = QDBusConnection::sessionBus().baseService();
     QVector<QJsonObject> own;
     std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(own),
-                 [&self](const QJsonObject &message) {
-                     return message.value(QLatin1String("sender")) == self;
-                 });
+                 [&self](const QJsonObject &message) { return message.value("sender") == self; });
     return own;
 }
 
@@ -72,28 +70,24 @@ void TestWire::windowStatusIsOneMessage()
     BusMonitor monitor(*m_bus);
     reportWindow("main", -1, 2147483647, 3);
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
-        return message.value(QLatin1String("type")) == QLatin1String("method_return")
-            && message.value(QLatin1String("payload"))[QLatin1String("type")] == QLatin1String("u")
-            && message.value(QLatin1String("payload"))[QLatin1String("data")][0] == 4294967295.0;
+        return message.value("type") == "method_return" && message.value("payload")["type"] == "u"
+            && message.value("payload")["data"][0] == 4294967295.0;
     });
 
     const auto call = std::find_if(messages.cbegin(), messages.cend(), [](const QJsonObject &each) {
         return isReportOf("main", each);
     });
     QVERIFY(call != messages.cend());
-    QCOMPARE(call->value(QLatin1String("type")).toString(), "method_call");
-    QCOMPARE(call->value(QLatin1String("destination")).toString(), OSTREL_SERVICE_NAME);
-    QCOMPARE(call->value(QLatin1String("path")).toString(),
-             OSTREL_SERVICE_PATH "/WindowManagement1");
-    QCOMPARE(call->value(QLatin1String("interface")).toString(),
-             OSTREL_SERVICE_NAME ".WindowManagement1");
-    QCOMPARE(call->value(QLatin1String("payload")).toObject(),
+    QCOMPARE(call->value("type").toString(), "method_call");
+    QCOMPARE(call->value("destination").toString(), OSTREL_SERVICE_NAME);
+    QCOMPARE(call->value("path").toString(), OSTREL_SERVICE_PATH "/WindowManagement1");
+    QCOMPARE(call->value("interface").toString(), OSTREL_SERVICE_NAME ".WindowManagement1");
+    QCOMPARE(call->value("payload").toObject(),
              (QJsonObject{{"type", "siii"}, {"data", QJsonArray{"main", -1, 2147483647, 3}}}));
     // The service may be started by the call, and has to answer.
-    QCOMPARE(call->value(QLatin1String("flags")).toInt(), 0);
+    QCOMPARE(call->value("flags").toInt(), 0);
 
-    QCOMPARE(messages.constLast().value(QLatin1String("reply_cookie")),
-             call->value(QLatin1String("cookie")));
+    QCOMPARE(messages.constLast().value("reply_cookie"), call->value("cookie"));
 }
 
 // No introspection, no properties, no pings: the one call.
@@ -103,8 +97,8 @@ void TestWire::serviceReceivesOnlyTheReports()
     QStringList members;
     const QVector<QJsonObject> messages = ownMessages(monitor);
     for (const QJsonObject &message : messages) {
-        if (message.value(QLatin1String("destination")) != QLatin1String("org.freedesktop.DBus")) {
-            members.append(message.value(QLatin1String("member")).toString());
+        if (message.value("destination") != "org.freedesktop.DBus") {
+            members.append(message.value("member").toString());
         }
     }
     QCOMPARE(members, QStringList("UpdateWindowStatus"));
@@ -120,7 +114,7 @@ void TestWire::proxyOutlivesItsClient()
     QStringList members;
     const QVector<QJsonObject> messages = ownMessages(monitor);
     for (const QJsonObject &message : messages) {
-        members.append(message.value(QLatin1String("member")).toString());
+        members.append(message.value("member").toString());
     }
     QVERIFY(!members.contains("RemoveMatch"));
     QCOMPARE(members.constLast(), "UpdateWindowStatus");

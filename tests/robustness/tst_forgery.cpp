@@ -81,7 +81,7 @@ static bool isAny(const Operation &operation)
 
 void TestForgery::forgeSignals(Peer &peer, const Operation &operation)
 {
-    const QString values = operation.signature + QLatin1Char(' ') + operation.values;
+    const QString values = operation.signature + ' ' + operation.values;
     const QString nobody = "''";
     for (const QString &destination : {nobody, m_client}) {
         for (const QString &sender : {nobody, m_rig->service().name(), QString(OSTREL_SERVICE_NAME),
@@ -149,7 +149,7 @@ void TestForgery::signalsOfAFormerOwnerAreDropped()
     const QString release = "release " OSTREL_SERVICE_NAME;
     m_rig->waitForOwner(Rig::Nobody, [this, &release] { m_rig->service().order(release); });
     m_rig->waitForOwner(Rig::Somebody, [&former, &own] { former.order(own); });
-    former.order(operation.order(operation.signature + QLatin1Char(' ') + operation.values));
+    former.order(operation.order(operation.signature + ' ' + operation.values));
     waitUntil([this] { return m_rig->events().size() == 1; });
     QCOMPARE(text(*m_rig), operation.seen);
     m_rig->waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
@@ -174,12 +174,12 @@ void TestForgery::repliesOfOtherPeersAreDropped()
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
     auto action = operation.prepare(*m_rig);
-    const QString request = operation.name.section(QLatin1Char(':'), -1);
-    const QString forged = request == QLatin1String("list") ? "0 0"
-        : request == QLatin1String("register")              ? "/forged 0"
-        : request.startsWith(QLatin1String("start"))        ? "forged 0"
-        : operation.values.isEmpty()                        ? QString()
-                                                            : "99";
+    const QString request = operation.name.section(':', -1);
+    const QString forged = request == "list" ? "0 0"
+        : request == "register"              ? "/forged 0"
+        : request.startsWith("start")        ? "forged 0"
+        : operation.values.isEmpty()         ? QString()
+                                             : "99";
     m_rig->service().on(
         operation.member,
         QString("forge %1 %2 | answer %1 %3").arg(operation.signature, forged, operation.values));

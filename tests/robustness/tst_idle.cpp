@@ -29,7 +29,7 @@ int sockets()
     const QFileInfoList files =
         QDir("/proc/self/fd").entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     return int(std::count_if(files.begin(), files.end(), [](const QFileInfo &file) {
-        return file.symLinkTarget().contains(QLatin1String("socket:"));
+        return file.symLinkTarget().contains("socket:");
     }));
 }
 

@@ -61,7 +61,7 @@ void TestLifetimes::programEndsCleanly_data()
 {
     QTest::addColumn<QString>("output");
     const auto row = [](const char *program, const char *output) {
-        QTest::newRow(program) << QString::fromUtf8(output);
+        QTest::newRow(program) << output;
     };
     row("applicationComesLater",
         "start 0\n"
@@ -138,8 +138,8 @@ void TestLifetimes::programEndsCleanly()
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();
     environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
-    const QString program = QString::fromUtf8(QTest::currentDataTag());
-    if (program == QLatin1String("staticObjectsFromTheBeginning")) {
+    const QString program = QTest::currentDataTag();
+    if (program == "staticObjectsFromTheBeginning") {
         environment.insert("EARLY", "1");
     }
     const Result result = run(LIFETIMES, {program}, environment);

@@ -64,7 +64,7 @@ void TestReceiveLimit::waitingSignalsStopNothing()
             [&heard](const QString & /*id*/, quint32 /*state*/) { ++heard; });
     const QVariantMap changes{{"State", 3U}};
     constexpr int count = 200;
-    emitStates(QString(1 << 20, QLatin1Char('x')), changes, count);
+    emitStates(QString(1 << 20, 'x'), changes, count);
     waitUntil([&heard] { return heard == count; });
     emitStates("last", changes, 1);
     waitUntil([&heard] { return heard == count + 1; });

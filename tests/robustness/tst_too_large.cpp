@@ -123,7 +123,7 @@ void TestTooLarge::tooLargeTaskTypesAreRefused_data()
 void TestTooLarge::tooLargeTaskTypesAreRefused()
 {
     QFETCH(int, size);
-    const QString type(size, QLatin1Char('x'));
+    const QString type(size, 'x');
     const QString refusal =
         QString("Marshalling failed: a text of %1 bytes is too large for a message")
             .arg(sessionPath(type).size());
@@ -146,7 +146,7 @@ void TestTooLarge::tooLargeTaskTypesAreRefused()
 
 void TestTooLarge::largestTaskTypeIsAccepted()
 {
-    TaskInvoker invoker(TaskInvoker::SessionBus, QString(largestTaskType, QLatin1Char('x')));
+    TaskInvoker invoker(TaskInvoker::SessionBus, QString(largestTaskType, 'x'));
     QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     Error error;
     bool answered = false;

@@ -70,8 +70,8 @@ void TestUnloading::sendSignals() const
 {
     const QVariantMap details{{"State", 3U}};
     for (const char *member : {"Started", "Terminated", "StateChanged"}) {
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
-                                QString::fromLatin1(member), {"id", details});
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member,
+                                {"id", details});
     }
     // Its answer is behind them.
     QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(

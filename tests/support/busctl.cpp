@@ -10,7 +10,7 @@
 
 QStringList wordsOf(const QString &value)
 {
-    QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    QStringList words = value.split(' ', Qt::SkipEmptyParts);
     return words.replaceInStrings("''", QString());
 }
 
@@ -37,10 +37,7 @@ QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringLi
 void busctlAnswerNext(const PrivateBus &bus, const char *interface, const char *method,
                       const QString &signature, const QStringList &value)
 {
-    busctlDesk(bus, "AnswerNext",
-               QStringList{"ssav", QString::fromLatin1(interface), QString::fromLatin1(method), "1",
-                           signature}
-                   + value);
+    busctlDesk(bus, "AnswerNext", QStringList{"ssav", interface, method, "1", signature} + value);
 }
 
 void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QStringList &value)
@@ -52,8 +49,7 @@ void busctlAnswerNext(const PrivateBus &bus, const QString &signature, const QSt
 void busctlEmitSignal(const PrivateBus &bus, const char *path, const char *interface,
                       const QString &member, const QStringList &values)
 {
-    QStringList words{"ossav", QString::fromLatin1(path), QString::fromLatin1(interface), member,
-                      QString::number(values.size())};
+    QStringList words{"ossav", path, interface, member, QString::number(values.size())};
     for (const QString &value : values) {
         words += wordsOf(value);
     }
@@ -62,8 +58,7 @@ void busctlEmitSignal(const PrivateBus &bus, const char *path, const char *inter
 
 QDBusArgument receive(const PrivateBus &bus, const QString &signature, const QString &value)
 {
-    busctlAnswerNext(bus, QLatin1Char('(') + signature + "s)",
-                     wordsOf(value) + QStringList("marker"));
+    busctlAnswerNext(bus, '(' + signature + "s)", wordsOf(value) + QStringList("marker"));
     const QDBusMessage reply = QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_WINDOW_MANAGEMENT_PATH,
                                        OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus")

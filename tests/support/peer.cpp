@@ -34,7 +34,7 @@ void Peer::orderLater(const QString &line)
 
 void Peer::waitForOrder()
 {
-    if (m_process.readLine() != QLatin1String("ok")) {
+    if (m_process.readLine() != "ok") {
         qFatal("the peer does not answer");
     }
 }

@@ -18,8 +18,7 @@ QStringList ProgramHelp::optionNames() const
 {
     QStringList names;
     for (const QString &option : options) {
-        names.append(
-            option.mid(option.indexOf(QLatin1String("--"))).section(QLatin1Char(' '), 0, 0));
+        names.append(option.mid(option.indexOf("--")).section(' ', 0, 0));
     }
     return names;
 }
@@ -27,7 +26,7 @@ QStringList ProgramHelp::optionNames() const
 ProgramHelp helpOf(const QString &program, const QString &command)
 {
     const Result result =
-        run(program, command.split(QLatin1Char(' '), Qt::SkipEmptyParts) + QStringList("--help"));
+        run(program, command.split(' ', Qt::SkipEmptyParts) + QStringList("--help"));
     static const QRegularExpression usage("\\AUsage: \\S+ (.*)");
     static const QRegularExpression entry("^  (\\S.*?)  ");
     ProgramHelp help;
@@ -37,15 +36,14 @@ ProgramHelp helpOf(const QString &program, const QString &command)
         qFatal("%s %s has no help", qPrintable(program), qPrintable(command));
     }
     QString part;
-    const QStringList lines = result.output.split(QLatin1Char('\n'));
+    const QStringList lines = result.output.split('\n');
     for (const QString &line : lines) {
-        const QString name =
-            entry.match(line + "  ").captured(1).remove(QLatin1Char('<')).remove(QLatin1Char('>'));
-        if (line.endsWith(QLatin1Char(':'))) {
+        const QString name = entry.match(line + "  ").captured(1).remove('<').remove('>');
+        if (line.endsWith(':')) {
             part = line;
-        } else if (!name.isEmpty() && part == QLatin1String("Options:")) {
+        } else if (!name.isEmpty() && part == "Options:") {
             help.options.append(name);
-        } else if (!name.isEmpty() && part == QLatin1String("Commands:")) {
+        } else if (!name.isEmpty() && part == "Commands:") {
             help.commands.append(name);
         }
     }
@@ -59,7 +57,7 @@ QMap<QString, ProgramHelp> helpOfCommands(const QString &program)
     for (const QString &command : commands) {
         const ProgramHelp help = helpOf(program, command);
         for (const QString &subCommand : help.commands) {
-            const QString name = command + QLatin1Char(' ') + subCommand;
+            const QString name = command + ' ' + subCommand;
             all.insert(name, helpOf(program, name));
         }
         if (help.commands.isEmpty()) {

@@ -22,9 +22,9 @@ inline QString text(const QVariantMap &properties)
 {
     QStringList entries;
     for (auto entry = properties.cbegin(); entry != properties.cend(); ++entry) {
-        entries.append(entry.key() + QLatin1Char('=') + entry.value().toString());
+        entries.append(entry.key() + '=' + entry.value().toString());
     }
-    return entries.join(QLatin1Char(','));
+    return entries.join(',');
 }
 
 template <typename Record> QString text(const QVector<Record> &records)
@@ -50,8 +50,7 @@ inline void addRows(const std::vector<Row> &rows)
     QTest::addColumn<QString>("content");
     for (const Row &row : rows) {
         QTest::addRow("%s: %s", row.signature, row.value)
-            << QString::fromLatin1(row.signature) << QString::fromLatin1(row.value)
-            << QString::fromLatin1(row.content);
+            << row.signature << row.value << row.content;
     }
 }
 
@@ -78,7 +77,7 @@ void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWa
     QFETCH(QString, signature);
     QFETCH(QString, value);
     const QDBusArgument argument = receive(bus, signature, value);
-    QCOMPARE(argument.currentSignature(), QLatin1Char('(') + signature + "s)");
+    QCOMPARE(argument.currentSignature(), '(' + signature + "s)");
 
     const Warnings warnings;
     QString marker;

@@ -22,32 +22,29 @@ QString textOf(const QJsonValue &value)
         for (const QJsonValue &element : array) {
             parts.append(textOf(element));
         }
-        return parts.join(QLatin1Char(' '));
+        return parts.join(' ');
     }
     if (value.isObject()) {
         const QJsonObject object = value.toObject();
         for (auto entry = object.begin(); entry != object.end(); ++entry) {
             parts.append(QString("%1=%2:%3")
-                             .arg(entry.key(), entry.value()[QLatin1String("type")].toString(),
-                                  entry.key() == QLatin1String("Pid")
-                                      ? "PID"
-                                      : textOf(entry.value()[QLatin1String("data")])));
+                             .arg(entry.key(), entry.value()["type"].toString(),
+                                  entry.key() == "Pid" ? "PID" : textOf(entry.value()["data"])));
         }
-        return QLatin1Char('{') + parts.join(QLatin1Char(' ')) + QLatin1Char('}');
+        return '{' + parts.join(' ') + '}';
     }
     return value.toVariant().toString();
 }
 
 QString textOf(const QJsonObject &message)
 {
-    const QString type = message.value(QLatin1String("type")).toString();
-    const QJsonValue payload = message.value(QLatin1String("payload"));
-    const QString what = type == QLatin1String("method_return") ? "reply"
-        : type == QLatin1String("error") ? message.value(QLatin1String("error_name")).toString()
-                                         : message.value(QLatin1String("member")).toString();
-    const QString text = QString("%1 %2 %3")
-                             .arg(what, payload[QLatin1String("type")].toString(),
-                                  textOf(payload[QLatin1String("data")]));
+    const QString type = message.value("type").toString();
+    const QJsonValue payload = message.value("payload");
+    const QString what = type == "method_return" ? "reply"
+        : type == "error"                        ? message.value("error_name").toString()
+                                                 : message.value("member").toString();
+    const QString text =
+        QString("%1 %2 %3").arg(what, payload["type"].toString(), textOf(payload["data"]));
     return text.trimmed();
 }
 
@@ -64,15 +61,14 @@ QStringList ServiceMonitor::textsUntil(const QString &signal)
 {
     const QVector<QJsonObject> messages =
         m_monitor.messagesUntil([this, &signal](const QJsonObject &message) {
-            return message.value(QLatin1String("sender")) == m_service
-                && message.value(QLatin1String("type")) == QLatin1String("signal")
-                && message.value(QLatin1String("member")) == signal;
+            return message.value("sender") == m_service && message.value("type") == "signal"
+                && message.value("member") == signal;
         });
     QStringList texts;
     for (const QJsonObject &message : messages) {
-        const QJsonValue destination = message.value(QLatin1String("destination"));
-        if (message.value(QLatin1String("sender")) == m_service
-            && (message.value(QLatin1String("type")) == QLatin1String("signal")
+        const QJsonValue destination = message.value("destination");
+        if (message.value("sender") == m_service
+            && (message.value("type") == "signal"
                 || destination == QDBusConnection::sessionBus().baseService())) {
             texts.append(textOf(message));
         }

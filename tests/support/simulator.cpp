@@ -63,8 +63,7 @@ void Simulator::emitSignal(const char *path, const char *interface, const QStrin
 {
     const QDBusMessage answer =
         desk("Emit",
-             {QVariant::fromValue(QDBusObjectPath(QString::fromLatin1(path))),
-              QString::fromLatin1(interface), member, QVariant(arguments)});
+             {QVariant::fromValue(QDBusObjectPath(path)), interface, member, QVariant(arguments)});
     if (answer.type() != QDBusMessage::ReplyMessage) {
         qFatal("the fault desk sends no signal: %s", qPrintable(answer.errorMessage()));
     }
@@ -72,7 +71,7 @@ void Simulator::emitSignal(const char *path, const char *interface, const QStrin
 
 MethodFaults Simulator::faults(const char *interface, const char *method) const
 {
-    return {*this, QString::fromLatin1(interface), QString::fromLatin1(method)};
+    return {*this, interface, method};
 }
 
 MethodFaults Simulator::windowStatus() const

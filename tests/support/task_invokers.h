@@ -35,9 +35,7 @@ public:
     // Callbacks that write their label, the number and the error.
     std::function<void(const Error &)> ready(const QString &label = "ready")
     {
-        return [this, label](const Error &error) {
-            add(label + QLatin1Char(' ') + Ostrel::text(error));
-        };
+        return [this, label](const Error &error) { add(label + ' ' + Ostrel::text(error)); };
     }
     std::function<void(const Error &)> stopped(const QString &label = "stopped")
     {

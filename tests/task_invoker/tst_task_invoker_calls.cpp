@@ -235,8 +235,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber_data()
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("event");
     const auto row = [](const char *value, const char *event) {
-        QTest::newRow(value) << QString::fromLatin1(value)
-                             << "started " + QString::fromLatin1(event);
+        QTest::newRow(value) << value << "started " + QString::fromLatin1(event);
     };
     row("s 42", "42: 1 \"42\"");
     row("s -7", "-7: 1 \"-7\"");
@@ -281,7 +280,7 @@ void TestTaskInvokerCalls::otherRepliesAreFailures_data()
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QVariantList>("values");
     const auto row = [](const char *signature, const QVariantList &values) {
-        QTest::newRow(signature) << QString::fromLatin1(signature) << values;
+        QTest::newRow(signature) << signature << values;
     };
     row("", {});
     row("s", {"42"});
@@ -413,13 +412,12 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent_data()
     QTest::addColumn<QString>("problem");
     const auto row = [](const char *name, const QVariant &value, const char *problem,
                         const char *innerKey = "") {
-        QTest::newRow(name) << value << QString::fromLatin1(innerKey)
-                            << QString::fromLatin1(problem);
+        QTest::newRow(name) << value << innerKey << problem;
     };
     row("nothing", QVariant(), "holds a value of type none");
     row("float", 1.5F, "holds a value of type float");
     row("address", QUrl("a:b"), "holds a value of type QUrl");
-    row("character", QChar(QLatin1Char('x')), "holds a value of type QChar");
+    row("character", QChar('x'), "holds a value of type QChar");
     row("empty argument", QVariant::fromValue(QDBusArgument()),
         "holds a value of type QDBusArgument");
     row("in depth", QVariantList{QVariantMap{{"k", QVariant()}}}, "holds a value of type none",
@@ -453,7 +451,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     events.waitFor(3);
     const auto failure = [&](const char *key) {
         return QString("started 0: 1 \"Marshalling failed: \"%1\" %2\"")
-            .arg(innerKey.isEmpty() ? QString::fromLatin1(key) : innerKey, problem);
+            .arg(innerKey.isEmpty() ? key : innerKey, problem);
     };
     QCOMPARE(events.all(), (QStringList{failure("one"), failure("two"), failure("one")}));
     QCOMPARE(sessionCalls().size(), 0);

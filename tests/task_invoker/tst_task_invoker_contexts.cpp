@@ -134,11 +134,10 @@ void TestTaskInvokerContexts::cleanup()
 
 std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request &request) const
 {
-    const MethodFaults faults(*m_simulator, QString::fromLatin1(request.interface),
-                              QString::fromLatin1(request.method));
+    const MethodFaults faults(*m_simulator, request.interface, request.method);
     faults.holdNext(1);
     auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "sync");
-    if (QLatin1String(request.name) != QLatin1String("onReady")) {
+    if (QString(request.name) != "onReady") {
         waitUntilReady(*invoker);
     }
     return invoker;
@@ -146,8 +145,7 @@ std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request 
 
 void TestTaskInvokerContexts::release(const Request &request) const
 {
-    const MethodFaults faults(*m_simulator, QString::fromLatin1(request.interface),
-                              QString::fromLatin1(request.method));
+    const MethodFaults faults(*m_simulator, request.interface, request.method);
     faults.waitForHeld(1);
     faults.release({0});
 }

@@ -119,7 +119,7 @@ void TestTaskInvokerGetters::otherTypesAreConverted()
 
     for (const char *key : {"CPULimit", "User", "DBusService", "Homeless", "RunningTime", "Weight",
                             "Permissions", "Priority", "Conditions", "Autostart", "CGroups"}) {
-        map.insert(QString::fromLatin1(key), QVariant::fromValue(QSize()));
+        map.insert(key, QVariant::fromValue(QSize()));
     }
     compareWithNothing(Hints(map));
 }

@@ -190,21 +190,21 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback_data()
 void TestTaskInvokerLifetimes::deletedInAReadyCallback()
 {
     QFETCH(QString, answer);
-    if (answer == QLatin1String("error")) {
+    if (answer == "error") {
         registration().failNext("a.b", "text");
-    } else if (answer == QLatin1String("/x")) {
+    } else if (answer == "/x") {
         answerRegistration(*m_bus, 2, QString("o %1 a{sv} 0").arg(answer));
     }
     const Warnings warnings;
-    QPointer<TaskInvoker> invoker = newInvoker(
-        answer == QLatin1String("no bus") ? TaskInvoker::SystemBus : TaskInvoker::SessionBus);
+    QPointer<TaskInvoker> invoker =
+        newInvoker(answer == "no bus" ? TaskInvoker::SystemBus : TaskInvoker::SessionBus);
     Events events;
     invoker->onReady(events.ready("first"));
     const QString kept = "kept";
     invoker->onReady([invoker, kept, &events](const Error &error) {
         delete invoker.data();
         // The callback itself and what it was given are still good.
-        events.add(kept + QLatin1Char(' ') + Ostrel::text(error));
+        events.add(kept + ' ' + Ostrel::text(error));
     });
     invoker->onReady(events.ready("never"));
     invoker->start("photos", {}, {}, nullptr);
@@ -212,8 +212,8 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback()
     otherRoundTrip();
     QVERIFY(invoker.isNull());
     const QString outcome = answer.isEmpty() ? "0"
-        : answer == QLatin1String("error")   ? "1 \"text\""
-        : answer == QLatin1String("no bus")  ? "1 \"Not connected to D-Bus server\""
+        : answer == "error"                  ? "1 \"text\""
+        : answer == "no bus"                 ? "1 \"Not connected to D-Bus server\""
                                              : "1 \"Wrong TaskInvoker path\"";
     QCOMPARE(events.all(), (QStringList{"first " + outcome, "kept " + outcome}));
     QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);

@@ -288,7 +288,7 @@ void TestTaskInvokerLists::otherSignalsAreDropped_data()
     row("another interface", own, "a.b", changed, 3, good);
     row("another member", own, properties, "Changed", 3, good);
     const auto wrong = [&](const char *signature, int count, const char *arguments) {
-        row(signature, own, properties, changed, count, QString::fromLatin1(arguments));
+        row(signature, own, properties, changed, count, arguments);
     };
     wrong("", 0, "");
     wrong("s", 1, "s x");
@@ -398,7 +398,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
 // Nearly as long as a message bus lets them be.
 void TestTaskInvokerLists::longTaskTypesReceiveChanges()
 {
-    const QString longType(800, QLatin1Char('x'));
+    const QString longType(800, 'x');
     TaskInvoker invoker(TaskInvoker::SessionBus, longType);
     waitUntilReady(invoker);
     Events events;

@@ -24,8 +24,7 @@ void addValues()
     QTest::addColumn<QString>("available");
     const auto row = [](const Row &value, const char *active, const char *available) {
         QTest::addRow("%s: %s", value.signature, value.value)
-            << QString::fromLatin1(value.signature) << QString::fromLatin1(value.value)
-            << QString::fromLatin1(active) << QString::fromLatin1(available);
+            << value.signature << value.value << active << available;
     };
     // What is no list of structures reads as an empty list.
     const std::vector<Row> noLists = andOthers({}, "");
@@ -165,7 +164,7 @@ void TestTaskInvokerMalformed::deeplyNestedValues()
     for (int i = 0; i < 50; ++i) {
         deep.prepend("v ");
     }
-    const QString arrays = QString(28, QLatin1Char('a')) + "i 0";
+    const QString arrays = QString(28, 'a') + "i 0";
     emitPropertiesChanged(*m_bus, type,
                           QString("2 ActiveTasks a(sia{sv}) 1 x 1 1 deep %1 "
                                   "AvailableTasks %2")

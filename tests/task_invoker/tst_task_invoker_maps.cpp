@@ -78,23 +78,23 @@ QStringList TestTaskInvokerMaps::onTheWire(const StartupInfo &info, const Hints 
     Events events;
     invoker.start("photos", info, hints, events.started());
     events.waitFor(1);
-    if (events.all().constFirst() != QLatin1String("started 1: 0")) {
+    if (events.all().constFirst() != "started 1: 0") {
         qFatal("the task is not started");
     }
     const QJsonDocument log = QJsonDocument::fromJson(busctlDesk(*m_bus, "Calls").toUtf8());
-    const QJsonArray call = log[QLatin1String("data")][0][0].toArray();
-    if (call.at(3) != QLatin1String("sa{sv}a{sv}")) {
+    const QJsonArray call = log["data"][0][0].toArray();
+    if (call.at(3) != "sa{sv}a{sv}") {
         qFatal("the signature is not the right one");
     }
     QStringList maps;
     for (const int argument : {1, 2}) {
         const QJsonObject map = call.at(4)[argument].toObject();
-        if (map.value(QLatin1String("type")) != QLatin1String("a{sv}")) {
+        if (map.value("type") != "a{sv}") {
             qFatal("an argument is not of its type");
         }
-        maps.append(QString::fromUtf8(QJsonDocument(map.value(QLatin1String("data")).toObject())
-                                          .toJson(QJsonDocument::Compact)));
-        maps.last().replace(QLatin1Char('"'), QLatin1Char('\''));
+        maps.append(QString::fromUtf8(
+            QJsonDocument(map.value("data").toObject()).toJson(QJsonDocument::Compact)));
+        maps.last().replace('"', '\'');
     }
     return maps;
 }
@@ -113,10 +113,8 @@ void TestTaskInvokerMaps::eachHintWritesItsKey_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QString>("wire");
     const auto row = [](const char *name, const std::function<void(Hints &)> &set, const char *key,
-                        const QVariant &value, const char *wire) {
-        QTest::newRow(name) << set << QString::fromLatin1(key) << value
-                            << QString::fromLatin1(wire);
-    };
+                        const QVariant &value,
+                        const char *wire) { QTest::newRow(name) << set << key << value << wire; };
     const QStringList list{"a", QString(), "a"};
     const QByteArray bytes("\0\1\0\xff", 4);
     row(
@@ -177,13 +175,11 @@ void TestTaskInvokerMaps::eachStartupInfoWritesItsKey_data()
     QTest::addColumn<std::function<void(StartupInfo &)>>("set");
     QTest::addColumn<QString>("wire");
     const auto row = [](const char *name, const std::function<void(StartupInfo &)> &set,
-                        const char *wire) {
-        QTest::newRow(name) << set << QString::fromUtf8(wire);
-    };
+                        const char *wire) { QTest::newRow(name) << set << wire; };
     row(
         "setParameters",
         [](StartupInfo &info) {
-            info.setParameters({"-a", QString(), QString::fromUtf8("\xc3\xa9")});
+            info.setParameters({"-a", QString(), "\xc3\xa9"});
         },
         "{'Params':{'data':['-a','','\xc3\xa9'],'type':'as'}}");
     row(

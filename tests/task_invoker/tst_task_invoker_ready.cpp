@@ -116,7 +116,7 @@ void TestTaskInvokerReady::laterCallbacksRunAtOnce()
     invoker.onReady(events.ready("queued"));
     events.waitFor(1);
     for (const char *const label : {"a", "b", "c"}) {
-        invoker.onReady(events.ready(QString::fromLatin1(label)));
+        invoker.onReady(events.ready(label));
         events.add("returned");
     }
     roundTrip(invoker);
@@ -238,7 +238,7 @@ void TestTaskInvokerReady::outcomes()
 
 void TestTaskInvokerReady::prepare(const QString &outcome) const
 {
-    if (outcome != QLatin1String("0")) {
+    if (outcome != "0") {
         registration().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
 }

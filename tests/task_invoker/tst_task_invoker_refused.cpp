@@ -140,7 +140,7 @@ void TestTaskInvokerRefused::otherRepliesAreFailures_data()
     QTest::addColumn<QString>("got");
     const QString path = sessionPath("sync");
     const auto row = [](const char *got, int count, const QString &values) {
-        QTest::newRow(got) << count << values << QString::fromLatin1(got);
+        QTest::newRow(got) << count << values << got;
     };
     row("", 0, QString());
     row("o", 1, "o " + path);
@@ -174,7 +174,7 @@ void TestTaskInvokerRefused::otherRepliesAreFailures()
         warnings.texts(),
         QStringList(QString("TaskInvoker registration failed: "
                             "QDBusError(\"org.freedesktop.DBus.Error.InvalidSignature\", \"%1\")")
-                        .arg(QString(message).replace(QLatin1Char('"'), QLatin1String("\\\"")))));
+                        .arg(QString(message).replace('"', "\\\""))));
 }
 
 void TestTaskInvokerRefused::otherSessionPathsAreErrors_data()

@@ -75,12 +75,11 @@ QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monito
     const QString self = QDBusConnection::sessionBus().baseService();
     QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
-    const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
-        return message.value(QLatin1String("member")) == QLatin1String("End");
-    });
+    const QVector<QJsonObject> messages = monitor.messagesUntil(
+        [](const QJsonObject &message) { return message.value("member") == "End"; });
     QVector<QJsonObject> own;
     for (const QJsonObject &message : messages) {
-        if (message.value(QLatin1String("sender")) == self) {
+        if (message.value("sender") == self) {
             own.append(message);
         }
     }
@@ -178,14 +177,12 @@ void TestTaskInvokerRegistration::registersBeforeItSubscribes()
     int subscription = -1;
     const QVector<QJsonObject> messages = ownMessages(monitor);
     for (int i = 0; i < messages.size(); ++i) {
-        const QString member = messages.at(i).value(QLatin1String("member")).toString();
-        const QString argument =
-            messages.at(i).value(QLatin1String("payload"))[QLatin1String("data")][0].toString();
-        if (member == QLatin1String("RegisterInvoker")) {
+        const QString member = messages.at(i).value("member").toString();
+        const QString argument = messages.at(i).value("payload")["data"][0].toString();
+        if (member == "RegisterInvoker") {
             QCOMPARE(registration, -1);
             registration = i;
-        } else if (member == QLatin1String("AddMatch")
-                   && argument.contains(QLatin1String("PropertiesChanged"))) {
+        } else if (member == "AddMatch" && argument.contains("PropertiesChanged")) {
             QCOMPARE(subscription, -1);
             subscription = i;
             QVERIFY(argument.contains(QString("path='%1'").arg(sessionPath("sync"))));
@@ -216,8 +213,8 @@ void TestTaskInvokerRegistration::destructionSendsNothing()
     const QVector<QJsonObject> messages = ownMessages(monitor);
     // It stops listening, which is between it and the message bus.
     for (const QJsonObject &message : messages) {
-        QCOMPARE(message.value(QLatin1String("destination")).toString(), "org.freedesktop.DBus");
-        QCOMPARE(message.value(QLatin1String("member")).toString(), "RemoveMatch");
+        QCOMPARE(message.value("destination").toString(), "org.freedesktop.DBus");
+        QCOMPARE(message.value("member").toString(), "RemoveMatch");
     }
 }
 
@@ -225,9 +222,9 @@ void TestTaskInvokerRegistration::validTaskTypesAreRegistered_data()
 {
     QTest::addColumn<QString>("type");
     for (const char *const type : {"sync", "1x", "_", "A_b_3", "a/b", "a/b/1"}) {
-        QTest::newRow(type) << QString::fromLatin1(type);
+        QTest::newRow(type) << type;
     }
-    QTest::newRow("long") << QString(10000, QLatin1Char('x'));
+    QTest::newRow("long") << QString(10000, 'x');
 }
 
 void TestTaskInvokerRegistration::validTaskTypesAreRegistered()
@@ -250,7 +247,7 @@ void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch_data()
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<QString>("warning");
     // A text on the bus ends at a NUL, so that another session is answered.
-    QTest::newRow("NUL") << QString("a") + QChar(0) + QLatin1Char('b') << QVariantList{"a"}
+    QTest::newRow("NUL") << QString("a") + QChar(0) + 'b' << QVariantList{"a"}
                          << "1 \"Wrong TaskInvoker path\""
                          << QString("Unexpected object path: \"%1\"").arg(sessionPath("a"));
     QTest::newRow("half a character")
@@ -289,7 +286,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo_data()
     QTest::addColumn<QString>("type");
     for (const char *const type : {"", "-", "a-b", "a b", " ", "/", "/a", "a/", "a//b", "a.b",
                                    "a\n", "\xc3\xa9", "\xf0\x9f\xaa\x9f", "a/\xc3\xa9"}) {
-        QTest::addRow("\"%s\"", type) << QString::fromUtf8(type);
+        QTest::addRow("\"%s\"", type) << type;
     }
     QTest::newRow("null") << QString();
 }
@@ -335,8 +332,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.constFirst().member, "RegisterInvoker");
     QCOMPARE(calls.constFirst().signature, "s");
-    QCOMPARE(calls.constFirst().arguments,
-             QVariantList{type.isNull() ? QLatin1String("") : QVariant(type)});
+    QCOMPARE(calls.constFirst().arguments, QVariantList{type.isNull() ? "" : QVariant(type)});
 }
 
 // Whatever path a service answers with, it is not this one.

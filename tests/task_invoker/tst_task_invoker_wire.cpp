@@ -55,14 +55,12 @@ void TestTaskInvokerWire::initTestCase()
     const QString self = QDBusConnection::sessionBus().baseService();
     QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
-    const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
-        return message.value(QLatin1String("member")) == QLatin1String("End");
-    });
+    const QVector<QJsonObject> messages = monitor.messagesUntil(
+        [](const QJsonObject &message) { return message.value("member") == "End"; });
     std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(m_calls),
                  [&self](const QJsonObject &message) {
-                     return message.value(QLatin1String("sender")) == self
-                         && message.value(QLatin1String("destination"))
-                         != QLatin1String("org.freedesktop.DBus");
+                     return message.value("sender") == self
+                         && message.value("destination") != "org.freedesktop.DBus";
                  });
     m_calls.removeLast();
 }
@@ -76,7 +74,7 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QJsonArray>("arguments");
     const auto variant = [](const char *type, const QJsonValue &data) {
-        return QJsonObject{{"type", QString::fromLatin1(type)}, {"data", data}};
+        return QJsonObject{{"type", type}, {"data", data}};
     };
     const QString session = OSTREL_SERVICE_PATH "/TaskInvokerSessions/sync";
     const QString ofSessions = OSTREL_SERVICE_NAME ".TaskInvokerSession1";
@@ -101,15 +99,15 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
     QFETCH(QJsonArray, arguments);
     QVERIFY(number < m_calls.size());
     const QJsonObject &call = m_calls.at(number);
-    QCOMPARE(call.value(QLatin1String("type")).toString(), "method_call");
-    QCOMPARE(call.value(QLatin1String("destination")).toString(), OSTREL_SERVICE_NAME);
-    QTEST(call.value(QLatin1String("path")).toString(), "path");
-    QTEST(call.value(QLatin1String("interface")).toString(), "interface");
-    QTEST(call.value(QLatin1String("member")).toString(), "member");
-    QCOMPARE(call.value(QLatin1String("payload")).toObject(),
+    QCOMPARE(call.value("type").toString(), "method_call");
+    QCOMPARE(call.value("destination").toString(), OSTREL_SERVICE_NAME);
+    QTEST(call.value("path").toString(), "path");
+    QTEST(call.value("interface").toString(), "interface");
+    QTEST(call.value("member").toString(), "member");
+    QCOMPARE(call.value("payload").toObject(),
              (QJsonObject{{"type", signature}, {"data", arguments}}));
     // The service may be started by the call, and has to answer.
-    QCOMPARE(call.value(QLatin1String("flags")).toInt(-1), 0);
+    QCOMPARE(call.value("flags").toInt(-1), 0);
 }
 
 // No introspection, no reading of properties, nothing at the end: these calls.

@@ -77,7 +77,7 @@ QJsonArray TestCatalogue::running() const
     const Result result = busctl(*m_bus,
                                  {"--json=short", "call", OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,
                                   OSTREL_CONTROL_INTERFACE, "GetRunningApplications"});
-    return QJsonDocument::fromJson(result.output.toUtf8())[QLatin1String("data")][0].toArray();
+    return QJsonDocument::fromJson(result.output.toUtf8())["data"][0].toArray();
 }
 
 void TestCatalogue::refusesBrokenJson_data()
@@ -86,7 +86,7 @@ void TestCatalogue::refusesBrokenJson_data()
     QTest::addColumn<QString>("place");
 
     const auto row = [](const char *name, const char *text, const char *place) {
-        QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(place);
+        QTest::newRow(name) << text << place;
     };
     row("empty file", "", "1:1: illegal value");
     row("no JSON", "x", "1:1: illegal value");
@@ -115,8 +115,7 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
 
     const auto row = [](const QByteArray &text, const QByteArray &mistake) {
         QTest::newRow(mistake.constData())
-            << QString::fromUtf8(text).replace(QLatin1Char('\''), QLatin1Char('"'))
-            << QString::fromUtf8(mistake);
+            << QString::fromUtf8(text).replace('\'', '"') << QString::fromUtf8(mistake);
     };
     row("[]", "the catalogue takes an object, not an array");
     row("{'aplications': []}", "aplications: is not known");
@@ -220,11 +219,10 @@ void TestCatalogue::refusesAFileThatItCannotRead()
     QCOMPARE(folder.errors,
              QString("ostrel-simulator: %1: file to open is a directory\n").arg(m_folder.path()));
     for (const char *const device : {"/dev/zero", "/dev/stdin"}) {
-        const Result endless = run(SIMULATOR, {"--catalogue", QString::fromLatin1(device)});
+        const Result endless = run(SIMULATOR, {"--catalogue", device});
         QCOMPARE(endless.exitStatus, 1);
-        QCOMPARE(
-            endless.errors,
-            QString("ostrel-simulator: %1: is not a regular file\n").arg(QLatin1String(device)));
+        QCOMPARE(endless.errors,
+                 QString("ostrel-simulator: %1: is not a regular file\n").arg(device));
     }
     QFile huge(m_file);
     QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(16 * 1024 * 1024 + 1));
@@ -262,8 +260,7 @@ void TestCatalogue::propertiesKeepTheirTypes()
 
 void TestCatalogue::deepestPropertiesCanBeSent()
 {
-    const QString objects =
-        QString("{\"A\":").repeated(16) + QLatin1Char('1') + QString("}").repeated(16);
+    const QString objects = QString("{\"A\":").repeated(16) + '1' + QString("}").repeated(16);
     const auto simulator =
         simulatorWith(QString(R"({"applications": [{"id": "demo.A", "program": "sleep",
                            "arguments": ["600"], "properties": %1}]})")
@@ -271,7 +268,7 @@ void TestCatalogue::deepestPropertiesCanBeSent()
     startApplication("demo.A");
     QJsonValue value = running().at(0)[4];
     for (int depth = 0; depth < 16; ++depth) {
-        value = value[QLatin1String("A")][QLatin1String("data")];
+        value = value["A"]["data"];
     }
     QCOMPARE(value, QJsonValue(1));
 }
@@ -298,7 +295,7 @@ void TestCatalogue::hasItsOwnApplications()
     Simulator simulator(*m_bus, {"--kill-after", "100"});
     simulator.start();
     for (const char *const id : {"demo.Viewer", "demo.Clock", "demo.Player", "demo.Stubborn"}) {
-        startApplication(QString::fromLatin1(id));
+        startApplication(id);
     }
     QCOMPARE(running().size(), 4);
     startApplication("demo.Once");

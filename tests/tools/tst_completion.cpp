@@ -57,12 +57,11 @@ void TestCompletion::initTestCase()
 QStringList TestCompletion::offers(const QString &line, const QString &folder,
                                    const QString &program)
 {
-    QStringList words =
-        QString(line).replace(QLatin1Char('='), " = ").simplified().split(QLatin1Char(' '));
-    if (line.endsWith(QLatin1Char(' '))) {
+    QStringList words = QString(line).replace('=', " = ").simplified().split(' ');
+    if (line.endsWith(' ')) {
         words.append(QString());
     }
-    const bool ofTheSimulator = words.constFirst() == QLatin1String("ostrel-simulator");
+    const bool ofTheSimulator = words.constFirst() == "ostrel-simulator";
     const QString script = R"sh(
         source "$1"
         # A busy machine needs longer than a user likes to wait.
@@ -91,8 +90,7 @@ QStringList TestCompletion::offers(const QString &line, const QString &folder,
     if (!errors.isEmpty()) {
         qFatal("bash complained: %s", errors.constData());
     }
-    return QString::fromUtf8(bash.readAllStandardOutput())
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(bash.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
 }
 
 void TestCompletion::offersTheProgramsOptions_data()
@@ -141,9 +139,9 @@ void TestCompletion::offersTheHints()
 {
     const QString help = helpOf(OSTRELCTL, "task start").text.section("Options:", 0, 0);
     QStringList hints;
-    const QStringList lines = help.split(QLatin1Char('\n')).filter(QRegularExpression("^  \\w"));
+    const QStringList lines = help.split('\n').filter(QRegularExpression("^  \\w"));
     for (const QString &line : lines) {
-        hints.append(line.simplified().section(QLatin1Char(' '), 0, 0) + QLatin1Char('='));
+        hints.append(line.simplified().section(' ', 0, 0) + '=');
     }
     const QString start = "ostrelctl task start ";
     QCOMPARE(hints.size(), 10);
@@ -173,7 +171,7 @@ void TestCompletion::offersNothingForAFreeText()
     for (const char *line : {"ostrelctl debug --param ", "ostrelctl debug --env A=",
                              "ostrelctl debug --wrapper ", "ostrelctl task start --cgroup ",
                              "ostrel-simulator --kill-after ", "ostrel-simulator --address "}) {
-        QCOMPARE(offers(QString::fromLatin1(line)), QStringList());
+        QCOMPARE(offers(line), QStringList());
     }
 }
 

@@ -21,13 +21,13 @@ namespace
 // The page as its author sees it, without the escapes.
 QString page(const char *file)
 {
-    return readFile(QString::fromLatin1(file)).replace("\\-", "-").replace("\\(aq", "'");
+    return readFile(file).replace("\\-", "-").replace("\\(aq", "'");
 }
 
 // The text between a heading and the next one.
 QString section(const QString &page, const QString &heading)
 {
-    const int begin = page.indexOf(QLatin1Char('\n') + heading + QLatin1Char('\n'));
+    const int begin = page.indexOf('\n' + heading + '\n');
     if (begin < 0) {
         return {};
     }
@@ -45,9 +45,9 @@ QStringList options(const QString &section)
     while (each.hasNext()) {
         // The words of the line are joined; blanks that count stand in quotes.
         QString words;
-        const QStringList parts = each.next().captured(1).split(QLatin1Char('"'));
+        const QStringList parts = each.next().captured(1).split('"');
         for (int i = 0; i < parts.size(); ++i) {
-            words += i % 2 == 1 ? parts.at(i) : QString(parts.at(i)).remove(QLatin1Char(' '));
+            words += i % 2 == 1 ? parts.at(i) : QString(parts.at(i)).remove(' ');
         }
         all.append(words);
     }
@@ -78,8 +78,7 @@ QStringList keysIn(const QJsonValue &value)
     const QJsonObject object = value.toObject();
     for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
         keys.append(member.key());
-        if (member.key() != QLatin1String("properties")
-            && member.key() != QLatin1String("details")) {
+        if (member.key() != "properties" && member.key() != "details") {
             keys += keysIn(member.value());
         }
     }
@@ -110,7 +109,7 @@ private Q_SLOTS:
 void TestManualPages::pagesNameTheVersion()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
-        const QString heading = page(file).split(QLatin1Char('\n')).filter(".TH ").value(0);
+        const QString heading = page(file).split('\n').filter(".TH ").value(0);
         QVERIFY2(heading.contains(" " PROJECT_VERSION "\""), qPrintable(heading));
     }
 }
@@ -162,10 +161,10 @@ void TestManualPages::pagesListTheHints()
     auto each = hint.globalMatch(help.text.section("Options:", 0, 0));
     while (each.hasNext()) {
         const auto match = each.next();
-        expected.append(match.captured(1) + QLatin1Char('\t') + match.captured(2));
+        expected.append(match.captured(1) + '\t' + match.captured(2));
     }
     QCOMPARE(expected.size(), 10);
-    QCOMPARE(described.split(QLatin1Char('\n')).filter("\t"), expected);
+    QCOMPARE(described.split('\n').filter("\t"), expected);
 }
 
 void TestManualPages::pageAndHelpAgreeWhereInstancesComeFrom()
@@ -175,7 +174,7 @@ void TestManualPages::pageAndHelpAgreeWhereInstancesComeFrom()
         section(page(OSTRELCTL_PAGE), QString(".SS \"%1\"").arg(help.usage)).section("\n.TP", 0, 0);
     const auto all = [](const char *pattern, const QString &text) {
         QStringList found;
-        auto each = QRegularExpression(QString::fromLatin1(pattern)).globalMatch(text);
+        auto each = QRegularExpression(pattern).globalMatch(text);
         while (each.hasNext()) {
             found.append(each.next().captured(1));
         }
@@ -201,7 +200,7 @@ void TestManualPages::pageListsTheKeysOfJson_data()
     };
     for (const QString &command : commands) {
         // The events have their own test.
-        if (!command.endsWith(QLatin1String("watch"))) {
+        if (!command.endsWith("watch")) {
             QTest::newRow(qPrintable(command)) << lines.value(command);
         }
     }
@@ -215,12 +214,12 @@ void TestManualPages::pageListsTheKeysOfJson()
     simulator.start();
     Result result;
     for (const QString &line : lines) {
-        result = run(OSTRELCTL, line.split(QLatin1Char(' ')));
+        result = run(OSTRELCTL, line.split(' '));
     }
     QJsonObject document = QJsonDocument::fromJson(result.output.toUtf8()).object();
     // An error has the same keys everywhere.
     document.remove("error");
-    const QString described = sectionOf(QString::fromLatin1(QTest::currentDataTag()));
+    const QString described = sectionOf(QTest::currentDataTag());
     const QStringList keys = keysIn(document);
     if (keys.isEmpty()) {
         QCOMPARE(result.output, "{}\n");
@@ -250,8 +249,8 @@ void TestManualPages::pageListsTheKeysOfEvents()
     Watcher watcher({"watch", "--json"});
     Watcher taskWatcher({"task", "watch", "sync", "--json"});
     watcher.readLine();
-    while (!taskWatcher.readLine().startsWith(QLatin1String("watching "))) { }
-    run(OSTRELCTL, QString("task start sync photos").split(QLatin1Char(' ')));
+    while (!taskWatcher.readLine().startsWith("watching ")) { }
+    run(OSTRELCTL, QString("task start sync photos").split(' '));
     run(OSTRELCTL, {"start", "demo.Player"});
     simulator.desk("KillByOom", {"demo.Player"});
     simulator.end();
@@ -281,7 +280,7 @@ void TestManualPages::pagesNameTheService()
 {
     for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
         QVERIFY(page(file).contains(OSTREL_SERVICE_NAME));
-        QVERIFY2(!page(file).contains(QLatin1Char('@')), file);
+        QVERIFY2(!page(file).contains('@'), file);
     }
 }
 

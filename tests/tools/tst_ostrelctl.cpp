@@ -69,7 +69,7 @@ void TestOstrelctl::windowPrintsTheState()
 {
     QFETCH(QString, arguments);
     QFETCH(QVariantList, sent);
-    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    const Result result = run(OSTRELCTL, arguments.split(' ', Qt::SkipEmptyParts));
     QCOMPARE(result.errors, QString());
     QTEST(result.output, "output");
     QCOMPARE(result.exitStatus, 0);
@@ -88,7 +88,7 @@ void TestOstrelctl::windowFails_data()
     const QString service = QString(OSTREL_SERVICE_NAME) + ".Error.";
     const QString standard = "org.freedesktop.DBus.Error.";
     const auto row = [](const QString &prefix, const char *name, int code) {
-        QTest::newRow(name) << prefix + QLatin1String(name) << QString::fromLatin1(name) << code;
+        QTest::newRow(name) << prefix + QLatin1String(name) << name << code;
     };
     row(standard, "Failed", 1);
     row(service, "HandlerNotFound", 2);
@@ -106,7 +106,7 @@ void TestOstrelctl::windowFails()
     QFETCH(QString, error);
     QFETCH(QString, name);
     QFETCH(int, code);
-    const QStringList arguments = QString("window main 2 3 4").split(QLatin1Char(' '));
+    const QStringList arguments = QString("window main 2 3 4").split(' ');
     const QString errors = QString("error: %1: no \"luck\"\n").arg(name);
 
     m_simulator->windowStatus().failNext(error, "no \"luck\"");
@@ -130,7 +130,7 @@ void TestOstrelctl::windowFails()
 void TestOstrelctl::windowAnsweredByNoError()
 {
     m_simulator->windowStatus().failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");
-    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
     QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
@@ -138,23 +138,23 @@ void TestOstrelctl::windowAnsweredByNoError()
 
 void TestOstrelctl::errorsStayOnOneLine()
 {
-    m_simulator->windowStatus().failNext("a.b", QString::fromUtf8("two\nlines\x1b[1m ü"));
-    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
-    QCOMPARE(result.errors, QString::fromUtf8("error: Failed: two\\nlines\\x1b[1m ü\n"));
+    m_simulator->windowStatus().failNext("a.b", "two\nlines\x1b[1m ü");
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
+    QCOMPARE(result.errors, "error: Failed: two\\nlines\\x1b[1m ü\n");
 }
 
 void TestOstrelctl::outputThatCannotBeWrittenIsAFailure_data()
 {
     QTest::addColumn<QString>("line");
     for (const char *line : {"window main 2 3 4", "window --help", "--help", "--version"}) {
-        QTest::newRow(line) << QString::fromLatin1(line);
+        QTest::newRow(line) << line;
     }
 }
 
 void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
 {
     QFETCH(QString, line);
-    Process process(OSTRELCTL, line.split(QLatin1Char(' ')));
+    Process process(OSTRELCTL, line.split(' '));
     process.setStandardOutputFile("/dev/full");
     process.start();
     process.waitForEnd();
@@ -166,7 +166,7 @@ void TestOstrelctl::outputThatCannotBeWrittenIsAFailure()
 void TestOstrelctl::windowWithoutService()
 {
     QCOMPARE(m_simulator->end(), 0);
-    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')));
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
     QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors,
              "error: Failed: The name " OSTREL_SERVICE_NAME
@@ -181,8 +181,7 @@ void TestOstrelctl::windowWithoutBus()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
-    const Result result =
-        run(OSTRELCTL, QString("window main 2 3 4").split(QLatin1Char(' ')), environment);
+    const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '), environment);
     QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors,
              "error: Failed: Not connected to D-Bus server\n"
@@ -199,20 +198,19 @@ void TestOstrelctl::wrongOptionsAreReported_data()
     const auto general =
         [](const char *arguments, const char *mistake) {
             QTest::newRow(arguments)
-                << QString::fromLatin1(arguments)
-                << QString("ostrelctl: %1\nTry 'ostrelctl --help'.\n").arg(QLatin1String(mistake));
+                << arguments << QString("ostrelctl: %1\nTry 'ostrelctl --help'.\n").arg(mistake);
         };
     general("", "a command is missing");
     general("nonsense", "no command \"nonsense\"");
     general("--nonsense", "Unknown option 'nonsense'.");
     general("--json window main 1 2 3", "Unknown option 'json'.");
 
-    const auto window = [](const char *arguments, const char *mistake) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments)
-                                 << QString(
-                                        "ostrelctl window: %1\nTry 'ostrelctl window --help'.\n")
-                                        .arg(QLatin1String(mistake));
-    };
+    const auto window =
+        [](const char *arguments, const char *mistake) {
+            QTest::newRow(arguments)
+                << arguments
+                << QString("ostrelctl window: %1\nTry 'ostrelctl window --help'.\n").arg(mistake);
+        };
     window("window", "WINDOW is missing");
     window("window main", "STATUS is missing");
     window("window main 1", "ARG1 is missing");
@@ -232,7 +230,7 @@ void TestOstrelctl::wrongOptionsAreReported_data()
 void TestOstrelctl::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
-    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    const Result result = run(OSTRELCTL, arguments.split(' ', Qt::SkipEmptyParts));
     QCOMPARE(result.output, QString());
     QTEST(result.errors, "errors");
     QCOMPARE(result.exitStatus, 2);
@@ -258,7 +256,7 @@ void TestOstrelctl::helpIsPrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, usage);
-    const Result result = run(OSTRELCTL, arguments.split(QLatin1Char(' ')));
+    const Result result = run(OSTRELCTL, arguments.split(' '));
     QVERIFY2(result.output.startsWith(usage), qPrintable(result.output));
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);

@@ -32,7 +32,7 @@ QString noService(const QString &bus)
 
 Result ostrelctl(const QString &arguments)
 {
-    return run(OSTRELCTL, arguments.split(QLatin1Char(' ')));
+    return run(OSTRELCTL, arguments.split(' '));
 }
 
 // Every command that needs a bus.
@@ -129,7 +129,7 @@ void TestOstrelctlAdvice::tellsThatTheSystemBusIsMissing()
     const PrivateBus session;
     for (const char *command : {"task list --system sync", "task start --system sync a",
                                 "task stop --system sync a", "task watch --system sync"}) {
-        const Result result = ostrelctl(QString::fromLatin1(command));
+        const Result result = ostrelctl(command);
         QCOMPARE(result.errors, noSystemBus);
         QCOMPARE(result.exitStatus, 1);
     }

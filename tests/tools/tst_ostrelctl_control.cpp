@@ -115,7 +115,7 @@ void TestOstrelctlControl::debugSendsWhatIsGiven_data()
     QTest::addColumn<QVariantMap>("sent");
 
     const auto words = [](const char *text) {
-        return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        return QString::fromLatin1(text).split(' ', Qt::SkipEmptyParts);
     };
     const QString wrapper = "applicationWrapper";
     const QString params = "commandLineParams";
@@ -223,7 +223,7 @@ void TestOstrelctlControl::psFitsTheTerminal()
                 {"--quiet", "--return", "--command",
                  QString("stty cols %1; LC_ALL=%2 " OSTRELCTL " ps").arg(columns).arg(locale),
                  "/dev/null"});
-        return result.output.remove(QLatin1Char('\r')).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        return result.output.remove('\r').split('\n', Qt::SkipEmptyParts);
     };
     QCOMPARE(linesAt(200).at(1),
              "demo.Viewer  -        17   4294967295  2     -         "
@@ -258,8 +258,7 @@ void TestOstrelctlControl::failuresArePrinted_data()
     QTest::addColumn<QString>("name");
     const auto row = [](const char *method, const QStringList &arguments, int code = 3,
                         const char *name = "HandlerFailed") {
-        QTest::newRow(method) << arguments << QByteArray(method) << code
-                              << QString::fromLatin1(name);
+        QTest::newRow(method) << arguments << QByteArray(method) << code << name;
     };
     row("Start", {"start", "a"});
     row("StartDebug", {"debug", "a"});
@@ -293,7 +292,7 @@ void TestOstrelctlControl::controlCharactersAreEscaped()
 {
     const QString id = "a\x1b[2J\u009b\x7f\u00a0";
     next("Start").answerNext({id, QVariantMap()});
-    QCOMPARE(ostrelctl({"start", "a"}).output, id + QLatin1Char('\n'));
+    QCOMPARE(ostrelctl({"start", "a"}).output, id + '\n');
 
     next("Start").answerNext({id, QVariantMap()});
     const Result terminal =
@@ -311,7 +310,7 @@ void TestOstrelctlControl::wrongOptionsAreReported_data()
     QTest::addColumn<QString>("mistake");
 
     const auto row = [](const char *arguments, const char *mistake) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(mistake);
+        QTest::newRow(arguments) << arguments << mistake;
     };
     row("start", "APP is missing");
     row("start a b", "unexpected argument \"b\"");
@@ -341,7 +340,7 @@ void TestOstrelctlControl::wrongOptionsAreReported()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, mistake);
-    const QStringList words = arguments.split(QLatin1Char(' '));
+    const QStringList words = arguments.split(' ');
     const Result result = ostrelctl(words);
     QCOMPARE(result.output, QString());
     QCOMPARE(

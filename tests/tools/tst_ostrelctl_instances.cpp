@@ -29,7 +29,7 @@ private Q_SLOTS:
 private:
     static Result ostrelctl(const char *arguments)
     {
-        return run(OSTRELCTL, QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+        return run(OSTRELCTL, QString::fromLatin1(arguments).split(' '));
     }
 
     // Has the next list hold an application with a property that names its instance, one whose
@@ -86,7 +86,7 @@ void TestOstrelctlInstances::psPrintsTheInstances()
     QStringList instances = ostrelctl("ps --json").output.split("\"appInstanceId\":");
     instances.removeFirst();
     for (QString &instance : instances) {
-        instance = instance.section(QLatin1Char(','), 0, 0);
+        instance = instance.section(',', 0, 0);
     }
     QCOMPARE(instances,
              (QStringList{"\"one\"", "\"a.b.instance_2\"", "null", "null", "\"e.f\"",
@@ -104,8 +104,7 @@ void TestOstrelctlInstances::terminateHintsAtTheInstances_data()
         "hint: this takes an instance, not an application or a process; 'start' and "
         "'watch' print the instances that are started\n";
     const auto row = [](const char *command, const QString &error, const QString &hint) {
-        QTest::addRow("%s, %s", command, qPrintable(error))
-            << QString::fromLatin1(command) << error << hint;
+        QTest::addRow("%s, %s", command, qPrintable(error)) << command << error << hint;
     };
     row("terminate a.b", notRunning, known + "one a.b.instance_2\n");
     row("terminate --json a.b", notRunning, known + "one a.b.instance_2\n");

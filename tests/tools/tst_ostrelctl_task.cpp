@@ -67,7 +67,7 @@ const char *const sessionPath = OSTREL_TASK_INVOKER_SESSIONS_PATH "bare";
 
 Result TestOstrelctlTask::ostrelctl(const QString &arguments)
 {
-    return run(OSTRELCTL, arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    return run(OSTRELCTL, arguments.split(' ', Qt::SkipEmptyParts));
 }
 
 void TestOstrelctlTask::initTestCase()
@@ -85,16 +85,16 @@ void TestOstrelctlTask::cleanup()
 void TestOstrelctlTask::announce(const char *list, const QString &value) const
 {
     busctlEmitSignal(*m_bus, sessionPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
-                     {"s x", QString("a{sv} 1 %1 %2").arg(QLatin1String(list), value), "as 0"});
+                     {"s x", QString("a{sv} 1 %1 %2").arg(list, value), "as 0"});
 }
 
 void TestOstrelctlTask::listPrintsATable()
 {
-    busctlDesk(*m_bus, "AnswerNext",
-               QStringList{"ssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "2", "o",
-                           QString::fromLatin1(sessionPath)}
-                   + wordsOf("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
-                             "two 0 ActiveTasks a(sia{sv}) 1 one -17 0"));
+    busctlDesk(
+        *m_bus, "AnswerNext",
+        QStringList{"ssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "2", "o", sessionPath}
+            + wordsOf("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
+                      "two 0 ActiveTasks a(sia{sv}) 1 one -17 0"));
     const Result result = ostrelctl("task list bare");
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output,
@@ -123,10 +123,10 @@ void TestOstrelctlTask::startSendsWhatIsGiven_data()
 
     const auto row = [](const char *options, const QVariantMap &startupInfo,
                         const QVariantMap &hints) {
-        QTest::newRow(options) << QString::fromLatin1(options) << startupInfo << hints;
+        QTest::newRow(options) << options << startupInfo << hints;
     };
     const auto hint = [&row](const char *option, const char *name, const QVariant &value) {
-        row(option, {}, {{QString::fromLatin1(name), value}});
+        row(option, {}, {{name, value}});
     };
     row("", {}, {});
     row("--param a --param -b", {{"Params", QStringList{"a", "-b"}}}, {});
@@ -155,7 +155,7 @@ void TestOstrelctlTask::startSendsWhatIsGiven()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
     const Call call = m_simulator->calls().constLast();
-    QCOMPARE(call.path, QString::fromLatin1(sessionPath));
+    QCOMPARE(call.path, sessionPath);
     QCOMPARE(call.member, "Start");
     QCOMPARE(call.signature, "sa{sv}a{sv}");
     QCOMPARE(call.arguments.at(0), QVariant("one"));
@@ -211,9 +211,8 @@ void TestOstrelctlTask::failuresArePrinted()
 {
     QFETCH(QString, arguments);
     QFETCH(bool, isRegistration);
-    const QByteArray method = arguments.section(QLatin1Char(' '), 1, 1) == QLatin1String("stop")
-        ? QByteArrayLiteral("Stop")
-        : QByteArrayLiteral("Start");
+    const QByteArray method = arguments.section(' ', 1, 1) == "stop" ? QByteArrayLiteral("Stop")
+                                                                     : QByteArrayLiteral("Start");
     for (const bool json : {false, true}) {
         (isRegistration ? registration() : next(method.constData()))
             .failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
@@ -252,8 +251,7 @@ void TestOstrelctlTask::systemBusIsAnotherOne()
     QCOMPARE(system.errors, QString());
     QCOMPARE(system.exitStatus, 0);
     const Result session = run(OSTRELCTL, list, environment);
-    QCOMPARE(session.errors.section(QLatin1Char('\n'), 0, 0),
-             "error: Failed: Not connected to D-Bus server");
+    QCOMPARE(session.errors.section('\n', 0, 0), "error: Failed: Not connected to D-Bus server");
     QCOMPARE(session.exitStatus, 1);
 }
 
@@ -290,8 +288,7 @@ void TestOstrelctlTask::wrongOptionsAreReported_data()
     QTest::addColumn<QString>("mistake");
 
     const auto row = [](const char *arguments, const char *command, const char *mistake) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(command)
-                                 << QString::fromLatin1(mistake);
+        QTest::newRow(arguments) << arguments << command << mistake;
     };
     row("task", "task", "a command is missing");
     row("task nonsense", "task", "no command \"nonsense\"");

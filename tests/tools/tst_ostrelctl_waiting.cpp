@@ -34,7 +34,7 @@ const std::vector<Request> requests{
 
 QStringList wordsOf(const char *arguments)
 {
-    return QString::fromLatin1(arguments).split(QLatin1Char(' '));
+    return QString::fromLatin1(arguments).split(' ');
 }
 
 } // namespace
@@ -119,7 +119,7 @@ void TestOstrelctlWaiting::invalidTimeoutsAreRefused_data()
 {
     QTest::addColumn<QString>("seconds");
     for (const char *seconds : {"0", "-1", "x", "1.5", "2147484", "99999999999"}) {
-        QTest::newRow(seconds) << QString::fromLatin1(seconds);
+        QTest::newRow(seconds) << seconds;
     }
 }
 
@@ -128,9 +128,8 @@ void TestOstrelctlWaiting::invalidTimeoutsAreRefused()
     QFETCH(const QString, seconds);
     for (const Request &request : requests) {
         QStringList arguments = wordsOf(request.arguments);
-        const QString command = arguments.constFirst() == QLatin1String("task")
-            ? arguments.mid(0, 2).join(QLatin1Char(' '))
-            : arguments.constFirst();
+        const QString command = arguments.constFirst() == "task" ? arguments.mid(0, 2).join(' ')
+                                                                 : arguments.constFirst();
         arguments.append({"--timeout", seconds});
         const Result result = run(OSTRELCTL, arguments);
         QCOMPARE(result.exitStatus, 2);

@@ -23,7 +23,7 @@ bool hasSocket(const QDir &files)
 {
     const QFileInfoList all = files.entryInfoList(QDir::System | QDir::NoDotAndDotDot);
     return std::any_of(all.cbegin(), all.cend(), [](const QFileInfo &file) {
-        return file.symLinkTarget().contains(QLatin1String("socket:"));
+        return file.symLinkTarget().contains("socket:");
     });
 }
 
@@ -115,7 +115,7 @@ void TestOstrelctlWatch::watchPrintsJson()
     for (const QString &event : expected) {
         QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
         const QString time = object.take("time").toString();
-        QVERIFY2(time.endsWith(QLatin1Char('Z')), qPrintable(time));
+        QVERIFY2(time.endsWith('Z'), qPrintable(time));
         // Now, wherever the machine is.
         const QDateTime printed = QDateTime::fromString(time, Qt::ISODateWithMs);
         QVERIFY2(printed >= before && printed <= QDateTime::currentDateTimeUtc(), qPrintable(time));

@@ -43,7 +43,7 @@ namespace
 
 QStringList words(const char *line)
 {
-    return QString::fromLatin1(line).split(QLatin1Char(' '));
+    return QString::fromLatin1(line).split(' ');
 }
 
 const QString watchingTasks = // clazy:exclude=non-pod-global-static
@@ -96,7 +96,7 @@ void TestOstrelctlWatchEnds::watchFollowsTheServiceInJson()
     Watcher watcher(words("watch --json"));
     QCOMPARE(watcher.readLine(), "watching the applications; Ctrl-C ends it");
     QCOMPARE(watcher.readJson(), R"({"available":false,"event":"service"})");
-    QVERIFY(watcher.readLine().startsWith(QLatin1String("hint: ")));
+    QVERIFY(watcher.readLine().startsWith("hint: "));
     m_simulator->start();
     QCOMPARE(watcher.readJson(), R"({"available":true,"event":"service"})");
     m_simulator->process().kill();
@@ -119,8 +119,7 @@ void TestOstrelctlWatchEnds::taskWatchRegistersWithEachService()
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     }
     m_simulator->start();
-    Watcher watcher(words("task watch maintenance")
-                    + option.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    Watcher watcher(words("task watch maintenance") + option.split(' ', Qt::SkipEmptyParts));
     QCOMPARE(watcher.readEvent(), "activeTasks    -");
     QCOMPARE(watcher.readEvent(), "availableTasks cleanup");
     QCOMPARE(watcher.readLine(), watchingTasks);

@@ -87,7 +87,7 @@ void TestOstrelctlWhich::printsTheApplication()
     QCOMPARE(plain.exitStatus, errors.isEmpty() ? 0 : 1);
 
     const Result asJson = which(pid, {"--json"}, environment);
-    QCOMPARE(asJson.output, json.arg(pid) + QLatin1Char('\n'));
+    QCOMPARE(asJson.output, json.arg(pid) + '\n');
     QCOMPARE(asJson.errors, errors);
     QCOMPARE(asJson.exitStatus, plain.exitStatus);
 }

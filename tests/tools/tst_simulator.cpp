@@ -166,13 +166,13 @@ void TestSimulator::wrongOptionsAreReported_data()
         << QStringList("--address") << "Missing value after '--address'.";
     for (const char *const time : {"", "x", "-1", "1.5", "2147483648"}) {
         QTest::addRow("time \"%s\"", time)
-            << QStringList{"--kill-after", QString::fromLatin1(time)}
-            << QString("--kill-after takes milliseconds, not \"%1\"").arg(QLatin1String(time));
+            << QStringList{"--kill-after", time}
+            << QString("--kill-after takes milliseconds, not \"%1\"").arg(time);
     }
     for (const char *const option : {"catalogue", "rootfs"}) {
         QTest::addRow("--%s without a name", option)
-            << QStringList{QString("--%1").arg(QLatin1String(option)), QString()}
-            << QString("--%1 takes a name, not an empty one").arg(QLatin1String(option));
+            << QStringList{QString("--%1").arg(option), QString()}
+            << QString("--%1 takes a name, not an empty one").arg(option);
     }
     QTest::newRow("two buses") << QStringList{"--system", "--session"}
                                << "--session, --system and --address exclude one another";
@@ -197,7 +197,7 @@ void TestSimulator::helpIsPrinted()
         QVERIFY(help.output.startsWith("Usage: ostrel-simulator [options]\n"));
         for (const char *const told : {OSTREL_SIMULATOR_INTERFACE, "--catalogue <file>",
                                        "--kill-after <milliseconds>", "--rootfs <folder>"}) {
-            QVERIFY2(help.output.contains(QLatin1String(told)), told);
+            QVERIFY2(help.output.contains(told), told);
         }
         QCOMPARE(help.errors, QString());
     }

@@ -95,7 +95,7 @@ QString TestSimulatorControl::list() const
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
     callControl("GetRunningApplications");
-    return monitor.texts().join(QLatin1Char('\n'));
+    return monitor.texts().join('\n');
 }
 
 void TestSimulatorControl::startAnswersBeforeItsSignals()
@@ -121,7 +121,7 @@ void TestSimulatorControl::startRunsTheProgram()
 void TestSimulatorControl::instancesAreNumbered()
 {
     const auto instance = [](const char *id) {
-        return callControl("Start", {QString::fromLatin1(id)}).arguments().at(0).toString();
+        return callControl("Start", {id}).arguments().at(0).toString();
     };
     QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_1");
     QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_2");
@@ -192,7 +192,7 @@ void TestSimulatorControl::refusesWhatDoesNotRun_data()
 {
     QTest::addColumn<QString>("instance");
     for (const char *const instance : {"", "t.Sleep", "t.Sleep.instance_2", "t.Once.instance_1"}) {
-        QTest::newRow(instance) << QString::fromLatin1(instance);
+        QTest::newRow(instance) << instance;
     }
 }
 
@@ -215,8 +215,7 @@ void TestSimulatorControl::refusesWhatCannotBeStarted_data()
     QTest::addColumn<QString>("message");
 
     const auto row = [](const char *id, const char *error, const char *message) {
-        QTest::newRow(id) << QString::fromLatin1(id) << serviceError(error)
-                          << QString::fromLatin1(message);
+        QTest::newRow(id) << id << serviceError(error) << message;
     };
     row("t.Nonsense", "HandlerNotFound", "There is no application \"t.Nonsense\"");
     row("", "HandlerNotFound", "There is no application \"\"");

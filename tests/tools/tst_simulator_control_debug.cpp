@@ -64,7 +64,7 @@ private Q_SLOTS:
 private:
     // Runs the application to its end, and returns what it printed.
     QString printed(const QString &id, QVariantMap parameters);
-    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+    QString inFolder(const char *name) const { return m_folder.filePath(name); }
 
     QTemporaryDir m_folder;
     std::optional<PrivateBus> m_bus;
@@ -166,10 +166,10 @@ void TestSimulatorControlDebug::theRestIsReportedBack()
                        "firejailParams as 1 --quiet environment as 0 "
                        "Unknown (ias) 3 1 x Another v i 7")
                    .arg(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE)
-                   .split(QLatin1Char(' ')));
+                   .split(' '));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
     const QString details = result.output.section("Pid\" i ", 1);
-    QCOMPARE(details.section(QLatin1Char(' '), 1).trimmed(),
+    QCOMPARE(details.section(' ', 1).trimmed(),
              "\"Unknown\" (ias) 3 1 \"x\" \"firejailParams\" as 1 \"--quiet\" "
              "\"sandbox\" b false");
     QVERIFY(result.output.contains("\"Another\" v i 7"));
@@ -204,9 +204,7 @@ void TestSimulatorControlDebug::refusesWrongValues_data()
     const auto row = [](const char *key, const QVariant &value, const char *expected,
                         const char *given) {
         QTest::addRow("%s: %s", key, given)
-            << QString::fromLatin1(key) << value
-            << QString("\"%1\" takes \"%2\", not \"%3\"")
-                   .arg(QLatin1String(key), QLatin1String(expected), QLatin1String(given));
+            << key << value << QString("\"%1\" takes \"%2\", not \"%3\"").arg(key, expected, given);
     };
     for (const char *const key :
          {"applicationWrapper", "commandLineParams", "environment", "firejailParams"}) {
@@ -222,9 +220,8 @@ void TestSimulatorControlDebug::refusesWrongValues_data()
     row("sandbox", 1, "b", "i");
     for (const char *const entry : {"", "NAME", "=value"}) {
         QTest::addRow("entry \"%s\"", entry)
-            << "environment" << QVariant(QStringList(QString::fromLatin1(entry)))
-            << QString("\"environment\" takes entries NAME=VALUE, not \"%1\"")
-                   .arg(QLatin1String(entry));
+            << "environment" << QVariant(QStringList(entry))
+            << QString("\"environment\" takes entries NAME=VALUE, not \"%1\"").arg(entry);
     }
 }
 
@@ -248,14 +245,12 @@ void TestSimulatorControlDebug::refusesFilesThatCannotBeOpened_data()
     const QString pipe = inFolder("pipe");
     mkfifo(qPrintable(pipe), 0600);
     for (const char *const key : {"stdoutFile", "stderrFile"}) {
-        QTest::addRow("%s in no folder", key) << QString::fromLatin1(key) << "/nonexistent/file"
+        QTest::addRow("%s in no folder", key) << key << "/nonexistent/file"
                                               << "No such file or directory";
-        QTest::addRow("%s is a folder", key)
-            << QString::fromLatin1(key) << m_folder.path() << "Is a directory";
-        QTest::addRow("%s without a name", key)
-            << QString::fromLatin1(key) << QString() << "No such file or directory";
+        QTest::addRow("%s is a folder", key) << key << m_folder.path() << "Is a directory";
+        QTest::addRow("%s without a name", key) << key << QString() << "No such file or directory";
         QTest::addRow("%s is a pipe without a reader", key)
-            << QString::fromLatin1(key) << pipe << "No such device or address";
+            << key << pipe << "No such device or address";
     }
 }
 

@@ -278,7 +278,7 @@ void TestSimulatorControlFaults::callsAreLogged()
                      "[{'type':'s','data':'t.Nonsense'},"
                      "{'type':'a{sv}','data':{'sandbox':{'type':'b','data':false}}}]]]]}")
                  .arg(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE)
-                 .replace(QLatin1Char('\''), QLatin1Char('"')));
+                 .replace('\'', '"'));
 }
 
 OSTREL_TEST_MAIN(TestSimulatorControlFaults)

@@ -58,7 +58,7 @@ private:
 
 QVariant path(const char *name)
 {
-    return QVariant::fromValue(QDBusObjectPath(QLatin1String(name)));
+    return QVariant::fromValue(QDBusObjectPath(name));
 }
 
 // So many values of the type "y".
@@ -118,7 +118,7 @@ void TestSimulatorDesk::emitSendsAnySignal_data()
     QTest::addColumn<QString>("text");
 
     const auto row = [](const char *values, const char *text) {
-        QTest::newRow(values) << QString::fromLatin1(values) << QString::fromLatin1(text);
+        QTest::newRow(values) << values << text;
     };
     row("0", "Any");
     row("1 s x", "Any s x");
@@ -135,8 +135,7 @@ void TestSimulatorDesk::emitSendsAnySignal()
     QFETCH(QString, text);
     ServiceMonitor monitor(*m_bus, *m_simulator);
     const QString answer =
-        busctlDesk(*m_bus, "Emit",
-                   QStringList{"ossav", "/a/b", "c.d", "Any"} + values.split(QLatin1Char(' ')));
+        busctlDesk(*m_bus, "Emit", QStringList{"ossav", "/a/b", "c.d", "Any"} + values.split(' '));
     QCOMPARE(answer, QString());
     QCOMPARE(monitor.texts(), QStringList(text));
 }
@@ -149,14 +148,13 @@ void TestSimulatorDesk::emitTakesTextsAsTheyAre()
     const QJsonObject signal =
         monitor
             .messagesUntil([](const QJsonObject &message) {
-                return message.value(QLatin1String("type")) == QLatin1String("signal")
-                    && message.value(QLatin1String("member")) == QLatin1String("Any");
+                return message.value("type") == "signal" && message.value("member") == "Any";
             })
             .constLast();
-    QCOMPARE(signal.value(QLatin1String("path")), QJsonValue("/a/b"));
-    QCOMPARE(signal.value(QLatin1String("interface")), QJsonValue("c.d"));
-    QCOMPARE(signal.value(QLatin1String("destination")), QJsonValue(QJsonValue::Undefined));
-    QCOMPARE(signal.value(QLatin1String("payload"))[QLatin1String("data")][0], QJsonValue("100%n"));
+    QCOMPARE(signal.value("path"), QJsonValue("/a/b"));
+    QCOMPARE(signal.value("interface"), QJsonValue("c.d"));
+    QCOMPARE(signal.value("destination"), QJsonValue(QJsonValue::Undefined));
+    QCOMPARE(signal.value("payload")["data"][0], QJsonValue("100%n"));
 }
 
 void TestSimulatorDesk::emitManyNumbersItsSignals()
@@ -187,7 +185,7 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
                            QVariantList{"%n"}, 100000U});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
     waitUntil([&] { return counter.count() == 100000U; });
-    QCOMPARE(counter.misplaced().join(QLatin1Char(' ')), QString());
+    QCOMPARE(counter.misplaced().join(' '), QString());
 }
 
 void TestSimulatorDesk::oomKillsTheProcess()
@@ -222,7 +220,7 @@ void TestSimulatorDesk::longestSignatureIsSent()
                                                   &signatures, SLOT(onSignal(QDBusMessage))));
     m_simulator->desk("Emit", {path("/a"), "a.b", "M", QVariant(valuesOfBytes(255))});
     waitUntil([&signatures] { return !signatures.all().isEmpty(); });
-    QCOMPARE(signatures.all(), QStringList(QString(255, QLatin1Char('y'))));
+    QCOMPARE(signatures.all(), QStringList(QString(255, 'y')));
 }
 
 void TestSimulatorDesk::floodHearsSigterm()

@@ -93,8 +93,7 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven_data()
     QTest::addColumn<QString>("answer");
 
     const auto row = [](const char *values, const char *answer) {
-        QTest::newRow(answer) << QString::fromLatin1(values).split(QLatin1Char(' '))
-                              << QString::fromLatin1(answer);
+        QTest::newRow(answer) << QString::fromLatin1(values).split(' ') << answer;
     };
     row("0", "");
     row("1 s x", "s \"x\"");
@@ -223,7 +222,7 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow_data()
     const QString invalid = "org.freedesktop.DBus.Error.InvalidArgs";
     for (const char *const desk : {"IgnoreNext", "DieInNext"}) {
         QTest::addRow("%s of an unknown method", desk)
-            << QString::fromLatin1(desk) << QVariantList{interface, "Nonsense"} << invalid
+            << desk << QVariantList{interface, "Nonsense"} << invalid
             << QString("The service has no method \"Nonsense\" in an interface \"%1\"")
                    .arg(interface);
     }
@@ -236,8 +235,8 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow_data()
                .arg(OSTREL_SIMULATOR_INTERFACE);
     for (const char *const name : {"", "one", "a..b", "a.1b", "a.b-c", "a.b\n"}) {
         QTest::addRow("error name \"%s\"", name)
-            << "FailNext" << QVariantList{interface, method, QString::fromLatin1(name), "text"}
-            << invalid << QString("\"%1\" is no error name").arg(QLatin1String(name));
+            << "FailNext" << QVariantList{interface, method, name, "text"} << invalid
+            << QString("\"%1\" is no error name").arg(name);
     }
     QTest::newRow("a delay beyond counting")
         << "DelayNext" << QVariantList{interface, method, 4294967295U} << invalid

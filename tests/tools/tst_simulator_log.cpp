@@ -53,7 +53,7 @@ void TestSimulatorLog::logHoldsWhatWasReceived()
                      "[{'type':'s','data':'main'},{'type':'i','data':4},"
                      "{'type':'i','data':-5},{'type':'i','data':6}]]]]}")
                  .arg(OSTREL_SERVICE_PATH, OSTREL_SERVICE_NAME)
-                 .replace(QLatin1Char('\''), QLatin1Char('"')));
+                 .replace('\'', '"'));
     // Reading the log back leaves no trace in it.
     QCOMPARE(m_simulator->calls().size(), 1);
 }

@@ -108,7 +108,7 @@ private Q_SLOTS:
 private:
     void restart(const QStringList &options = {});
     QString readLine() { return m_simulator->process().readLine(); }
-    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+    QString inFolder(const char *name) const { return m_folder.filePath(name); }
 
     QTemporaryDir m_folder;
     std::optional<PrivateBus> m_bus;

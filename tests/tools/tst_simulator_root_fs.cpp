@@ -59,7 +59,7 @@ private:
     void restart(const QStringList &options = {});
     QString rootFs() const { return m_simulator->desk("RootFs").arguments().at(0).toString(); }
     QString readLine() { return m_simulator->process().readLine(); }
-    QString inFolder(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+    QString inFolder(const char *name) const { return m_folder.filePath(name); }
 
     QTemporaryDir m_folder;
     std::optional<PrivateBus> m_bus;
@@ -111,10 +111,8 @@ void TestSimulatorRootFs::holdsWhatRuns()
     QCOMPARE(files.size(), 4);
     int ones = 0;
     for (const QString &file : files) {
-        ones += readFile(rootFs() + QLatin1Char('/') + file)
-                    .contains("4:memory:/ostrel-helper/t.One/app\n")
-            ? 1
-            : 0;
+        ones +=
+            readFile(rootFs() + '/' + file).contains("4:memory:/ostrel-helper/t.One/app\n") ? 1 : 0;
     }
     QCOMPARE(ones, 2);
 }
@@ -126,9 +124,9 @@ void TestSimulatorRootFs::controlGroupExistsBeforeTheProgramRuns()
         QString line;
         do {
             line = readLine();
-        } while (!line.startsWith(QLatin1String("4:")));
+        } while (!line.startsWith("4:"));
         QCOMPARE(line, QString("4:memory:/ostrel-helper/t.Group/instance_%1").arg(i));
-        while (!line.startsWith(QLatin1String("0:"))) {
+        while (!line.startsWith("0:")) {
             line = readLine();
         }
     }

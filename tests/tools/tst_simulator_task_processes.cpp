@@ -65,10 +65,7 @@ private:
 void TestSimulatorTaskProcesses::initTestCase()
 {
     const QString file = m_folder.filePath("catalogue.json");
-    writeFile(file,
-              QString::fromLatin1(catalogue)
-                  .replace(QLatin1Char('\''), QLatin1Char('"'))
-                  .replace("FOLDER", m_folder.path()));
+    writeFile(file, QString(catalogue).replace('\'', '"').replace("FOLDER", m_folder.path()));
     writeFile(m_folder.filePath("tell.sh"),
               "printf '%s|' \"$GREETING\" \"$@\" >>\"$OUT\"\nexec sleep 600\n");
     writeFile(m_folder.filePath("stubborn.sh"),
@@ -123,7 +120,7 @@ void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
     invoker.start("once", {}, {}, events.started());
     events.waitFor(3);
     QCOMPARE(events.sorted().at(0), "active []");
-    QCOMPARE(events.sorted().at(1).section(QLatin1Char(' '), 0, 1), "active [once");
+    QCOMPARE(events.sorted().at(1).section(' ', 0, 1), "active [once");
     QCOMPARE(events.sorted().at(2), "started 1: 0");
     events.clear();
     // It can be started again.

@@ -75,9 +75,7 @@ QString TestApplicationRecords::loggedByBusctl()
 
 void TestApplicationRecords::recordsHaveTheirSignatures()
 {
-    const auto signature = [](int type) {
-        return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
-    };
+    const auto signature = [](int type) { return QDBusMetaType::typeToSignature(type); };
     QCOMPARE(signature(qMetaTypeId<RunningApplication>()), "(siuua{sv})");
     QCOMPARE(signature(qMetaTypeId<RunningService>()), "(ssiua{sv})");
     QCOMPARE(signature(qMetaTypeId<QVector<RunningApplication>>()), "a(siuua{sv})");
@@ -135,8 +133,8 @@ void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
     const QString logged = loggedByBusctl();
     const char *const application = R"~([{"type":"(siuua{sv})","data":["",0,0,0,{}]}])~";
     const char *const service = R"~([{"type":"(ssiua{sv})","data":["","",0,0,{}]}])~";
-    QVERIFY2(logged.contains(QLatin1String(application)), qPrintable(logged));
-    QVERIFY2(logged.contains(QLatin1String(service)), qPrintable(logged));
+    QVERIFY2(logged.contains(application), qPrintable(logged));
+    QVERIFY2(logged.contains(service), qPrintable(logged));
 }
 
 void TestApplicationRecords::recordsComeBackEqual()
@@ -148,7 +146,7 @@ void TestApplicationRecords::recordsComeBackEqual()
     };
     const QVector<RunningService> services{
         {"a", "b", -2147483647 - 1, ServiceState(9), properties},
-        {"c", QString::fromUtf8("ü"), 0, ServiceState(0), {}},
+        {"c", "ü", 0, ServiceState(0), {}},
     };
     send(QVariant::fromValue(applications));
     send(QVariant::fromValue(services));
@@ -158,7 +156,7 @@ void TestApplicationRecords::recordsComeBackEqual()
     const char *const application =
         R"~(["a",-1,255,4294967295,{"list":{"type":"as","data":["y"]},)~"
         R"~("title":{"type":"s","data":"x"}}],["",2147483647,256,0,{}]])~";
-    QVERIFY2(logged.contains(QLatin1String(application)), qPrintable(logged));
+    QVERIFY2(logged.contains(application), qPrintable(logged));
     const QVector<Call> calls = m_simulator->calls();
     QCOMPARE(calls.at(0).signature, "a(siuua{sv})");
     QCOMPARE(calls.at(1).signature, "a(ssiua{sv})");

@@ -80,7 +80,7 @@ void TestError::codesHaveTheirNumbers()
 {
     QFETCH(int, code);
     QTEST(code, "number");
-    QCOMPARE(Error(Error::Code(code)).name(), QString::fromLatin1(QTest::currentDataTag()));
+    QCOMPARE(Error(Error::Code(code)).name(), QTest::currentDataTag());
     static_assert(std::is_same_v<std::underlying_type_t<Error::Code>, qint32>);
 }
 
@@ -163,12 +163,10 @@ void TestError::mapsBusErrorNames_data()
 
     // Without a prefix they mean nothing either.
     for (const char *name : {"HandlerNotFound", "NotSupported", "AccessDenied"}) {
-        QTest::newRow(name) << QString::fromLatin1(name) << 1;
+        QTest::newRow(name) << name << 1;
     }
 
-    const auto standard = [](const char *name, int code) {
-        QTest::newRow(name) << QString::fromLatin1(name) << code;
-    };
+    const auto standard = [](const char *name, int code) { QTest::newRow(name) << name << code; };
     standard("org.freedesktop.DBus.Error.Failed", 1);
     standard("org.freedesktop.DBus.Error.InvalidArgs", 4);
     standard("org.freedesktop.DBus.Error.NotSupported", 5);
@@ -252,7 +250,7 @@ void TestError::keepsTheMessage_data()
     QTest::addColumn<QString>("message");
     QTest::newRow("empty") << QString();
     QTest::newRow("lines") << " two\nlines ";
-    QTest::newRow("beyond ASCII") << QString::fromUtf8("läuft nicht — \xf0\x9f\x9a\xab");
+    QTest::newRow("beyond ASCII") << "läuft nicht — \xf0\x9f\x9a\xab";
     QTest::newRow("percent") << "%1 %s";
 }
 

@@ -58,8 +58,7 @@ private:
 
     QString string()
     {
-        static const QString characters =
-            QString::fromUtf8("ab \"\\\n/\xc3\xa9\xe2\x82\xac\xf0\x9f\x8c\x8d");
+        static const QString characters = "ab \"\\\n/\xc3\xa9\xe2\x82\xac\xf0\x9f\x8c\x8d";
         QString text;
         for (int left = number(6); left > 0; --left) {
             // A surrogate goes with its other half.

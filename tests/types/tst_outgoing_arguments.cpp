@@ -163,8 +163,8 @@ void TestOutgoingArguments::sizesAreThoseOfOwnValues()
 
 void TestOutgoingArguments::tooLargeValuesAreFound()
 {
-    QCOMPARE(bytesOf(received(QVariantList{QString(900, QLatin1Char('x')), 1})), 940);
-    QCOMPARE(bytesOf(received(QVariantList{QString(1900, QLatin1Char('x')), 1})), -1);
+    QCOMPARE(bytesOf(received(QVariantList{QString(900, 'x'), 1})), 940);
+    QCOMPARE(bytesOf(received(QVariantList{QString(1900, 'x'), 1})), -1);
 }
 
 void TestOutgoingArguments::descriptorsAreCounted()

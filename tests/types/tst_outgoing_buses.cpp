@@ -30,7 +30,7 @@ const int room = largestMessage - 4096 - sessionPath(type).size();
 
 QString letters(int count)
 {
-    return QString(count, QLatin1Char('x'));
+    return QString(count, 'x');
 }
 
 QVariantMap descriptors(int count)
@@ -49,8 +49,7 @@ public:
     Daemon(const QString &busType, const QString &address)
         : m_process("dbus-daemon",
                     {QString("--config-file=%1").arg(configuration(busType)),
-                     QString("--address=%1")
-                         .arg(QString(address).replace(QLatin1String("%1"), m_folder.path())),
+                     QString("--address=%1").arg(QString(address).replace("%1", m_folder.path())),
                      "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"})
     {
         m_process.start();

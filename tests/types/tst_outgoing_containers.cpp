@@ -107,7 +107,7 @@ void TestOutgoingContainers::sendableContainersArrive_data()
     QTest::addColumn<QString>("arrived");
 
     const auto row = [](const char *name, const QVariant &value, const char *arrived) {
-        QTest::newRow(name) << value << QString::fromLatin1(arrived);
+        QTest::newRow(name) << value << arrived;
     };
     row("type that converts to a map", QVariant::fromValue(Settings{"x"}),
         "a{sv} 1 \"name\" s \"x\"");

@@ -112,10 +112,9 @@ void TestOutgoingDepth::deepestValuesArrive_data()
         << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
-    QTest::newRow("longest signature")
-        << QVariant::fromValue(QDBusSignature(QString(255, QLatin1Char('i'))));
+    QTest::newRow("longest signature") << QVariant::fromValue(QDBusSignature(QString(255, 'i')));
     QTest::newRow("deepest signature")
-        << QVariant::fromValue(QDBusSignature(QString(32, QLatin1Char('a')) + QLatin1Char('i')));
+        << QVariant::fromValue(QDBusSignature(QString(32, 'a') + 'i'));
     QTest::newRow("lists and JSON") << inLists(QJsonArray{1}, 30);
     QTest::newRow("lists and mixed JSON") << inLists(QJsonArray{1, "x"}, 29);
     QTest::newRow("lists and a JSON object") << inLists(QJsonObject{{"k", 1}}, 29);

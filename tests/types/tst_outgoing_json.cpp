@@ -19,7 +19,7 @@ namespace
 
 QString letters(int count)
 {
-    return QString(count, QLatin1Char('x'));
+    return QString(count, 'x');
 }
 
 } // namespace

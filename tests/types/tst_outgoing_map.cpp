@@ -191,7 +191,7 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
     };
     row("nothing", QVariant(), "\"key\" holds a value of type none");
     row("float", QVariant(1.5F), "\"key\" holds a value of type float");
-    row("character", QVariant(QChar(QLatin1Char('x'))), "\"key\" holds a value of type QChar");
+    row("character", QVariant(QChar('x')), "\"key\" holds a value of type QChar");
     row("URL", QVariant(QUrl()), "\"key\" holds a value of type QUrl");
     row("empty argument", QVariant::fromValue(QDBusArgument()),
         "\"key\" holds a value of type QDBusArgument");
@@ -216,10 +216,9 @@ void TestOutgoingMap::unsendableValuesAreFound_data()
         "\"key\" holds a value of type QDBusObjectPath");
     row("empty signature", QVariant::fromValue(QDBusSignature()),
         "\"key\" holds a value of type QDBusSignature");
-    row("too long a signature", QVariant::fromValue(QDBusSignature(QString(256, QLatin1Char('i')))),
+    row("too long a signature", QVariant::fromValue(QDBusSignature(QString(256, 'i'))),
         "\"key\" holds a value of type QDBusSignature");
-    row("too deep a signature",
-        QVariant::fromValue(QDBusSignature(QString(33, QLatin1Char('a')) + QLatin1Char('i'))),
+    row("too deep a signature", QVariant::fromValue(QDBusSignature(QString(33, 'a') + 'i')),
         "\"key\" holds a value of type QDBusSignature");
     row("no descriptor", QVariant::fromValue(QDBusUnixFileDescriptor()),
         "\"key\" holds a value of type QDBusUnixFileDescriptor");

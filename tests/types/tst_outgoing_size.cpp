@@ -46,7 +46,7 @@ QVariantList emptyMaps(int count)
 
 QString letters(int count)
 {
-    return QString(count, QLatin1Char('x'));
+    return QString(count, 'x');
 }
 
 } // namespace
@@ -197,7 +197,7 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
         QTest::newRow(name) << value
                             << QString("Marshalling failed: \"%1\" is too large for a "
                                        "message, with a value of type %2")
-                                   .arg(QLatin1String(key), QLatin1String(type));
+                                   .arg(key, type);
     };
     const QString half = letters(500);
     row("bytes", QByteArray(1000, 'x'), "QByteArray");
@@ -211,8 +211,8 @@ void TestOutgoingSize::tooLargeValuesAreFound_data()
     row("map of variants", QVariant::fromValue(NamedVariants{{half + half, QDBusVariant(1)}}),
         "int");
     row("paths",
-        QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath(QLatin1Char('/') + half),
-                                                   QDBusObjectPath(QLatin1Char('/') + half)}),
+        QVariant::fromValue(
+            QList<QDBusObjectPath>{QDBusObjectPath('/' + half), QDBusObjectPath('/' + half)}),
         "QList<QDBusObjectPath>");
     row("application", QVariant::fromValue(Ostrel::RunningApplication{half + half, 0, {}, {}, {}}),
         "Ostrel::RunningApplication");

@@ -37,14 +37,12 @@ QString described(const QVariant &value)
         }
         return QString("{%1}").arg(texts.join(", "));
     }
-    const QString text = value.userType() == QMetaType::QStringList
-        ? value.toStringList().join(QLatin1Char(' '))
-        : value.userType() == QMetaType::QByteArray
-        ? QString::fromLatin1(value.toByteArray().toHex())
+    const QString text = value.userType() == QMetaType::QStringList ? value.toStringList().join(' ')
+        : value.userType() == QMetaType::QByteArray                 ? value.toByteArray().toHex()
         : value.userType() == QMetaType::UChar ? QString::number(value.toUInt())
                                                : value.toString();
     const char *type = value.typeName();
-    return QString("%1(%2)").arg(type != nullptr ? QString::fromLatin1(type) : "invalid", text);
+    return QString("%1(%2)").arg(type != nullptr ? type : "invalid", text);
 }
 
 QVariant deepList(int levels)
@@ -100,9 +98,7 @@ void TestPlainValue::receivedValuesBecomePlain_data()
     QTest::addColumn<QString>("words");
     QTest::addColumn<QString>("plain");
     const auto row = [](const char *signature, const char *words, const char *plain) {
-        QTest::addRow("%s: %s", signature, words)
-            << QString::fromLatin1(signature) << QString::fromLatin1(words)
-            << QString::fromLatin1(plain);
+        QTest::addRow("%s: %s", signature, words) << signature << words << plain;
     };
     row("y", "7", "uchar(7)");
     row("b", "true", "bool(true)");

@@ -33,37 +33,34 @@ struct Value
 // The value inside an array of one element, inside another one, and so on, so many in all.
 Value inArrays(int count, const Value &value)
 {
-    return {QString(count, QLatin1Char('a')) + value.signature,
-            QString("1 ").repeated(count) + value.words};
+    return {QString(count, 'a') + value.signature, QString("1 ").repeated(count) + value.words};
 }
 
 Value inStructures(int count, const Value &value)
 {
-    return {QString(count, QLatin1Char('(')) + value.signature + QString(count, QLatin1Char(')')),
-            value.words};
+    return {QString(count, '(') + value.signature + QString(count, ')'), value.words};
 }
 
 Value inDicts(int count, const Value &value)
 {
-    return {QString("a{s").repeated(count) + value.signature + QString(count, QLatin1Char('}')),
+    return {QString("a{s").repeated(count) + value.signature + QString(count, '}'),
             QString("1 k ").repeated(count) + value.words};
 }
 
 // A variant inside a variant, so many in all.
 Value inVariants(int count, const Value &value)
 {
-    return {"v",
-            QString("v ").repeated(count - 1) + value.signature + QLatin1Char(' ') + value.words};
+    return {"v", QString("v ").repeated(count - 1) + value.signature + ' ' + value.words};
 }
 
 QString brackets(int count, const QString &content)
 {
-    return QString(count, QLatin1Char('[')) + content + QString(count, QLatin1Char(']'));
+    return QString(count, '[') + content + QString(count, ']');
 }
 
 QString objects(int count, const QString &content)
 {
-    return QString("{\"k\":").repeated(count) + content + QString(count, QLatin1Char('}'));
+    return QString("{\"k\":").repeated(count) + content + QString(count, '}');
 }
 
 const Value three{"i", "3"};
@@ -116,8 +113,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
     };
     const auto simple = [&row](const char *signature, const char *words, const char *content,
                                const QStringList &refused = {}, int records = 0) {
-        row({QString::fromLatin1(signature), QString::fromLatin1(words)},
-            QString::fromLatin1(content), refused, records);
+        row({signature, words}, content, refused, records);
     };
     const QString old = "[\"old\"]";
 
@@ -174,19 +170,16 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
     // A message holds 32 arrays and 32 structures within one another, and 64 containers. The value
     // stands in a structure.
     row(inArrays(32, three), brackets(33, "3"));
-    row({QString(32, QLatin1Char('a')) + QLatin1Char('i'),
-         QString("1 ").repeated(31) + QLatin1Char('0')},
-        brackets(33, QString()));
+    row({QString(32, 'a') + 'i', QString("1 ").repeated(31) + '0'}, brackets(33, QString()));
     row(inStructures(31, three), old, {inStructures(31, three).signature});
     row(inArrays(32, inStructures(31, three)), brackets(33, "null"),
         {inStructures(31, three).signature});
-    row(inDicts(31, three), QLatin1Char('[') + objects(31, "3") + QLatin1Char(']'));
-    row(inDicts(31, {"v", "i 3"}), QLatin1Char('[') + objects(31, "3") + QLatin1Char(']'));
+    row(inDicts(31, three), '[' + objects(31, "3") + ']');
+    row(inDicts(31, {"v", "i 3"}), '[' + objects(31, "3") + ']');
     row(inVariants(63, three), "[null]");
     row(inVariants(62, inArrays(1, three)), "[null]");
     row({"v", QString("av 1 ").repeated(31) + "i 3"}, brackets(32, "3"));
-    row({"v", QString("a{sv} 1 k ").repeated(20) + "av 1 i 3"},
-        QLatin1Char('[') + objects(20, "[3]") + QLatin1Char(']'));
+    row({"v", QString("a{sv} 1 k ").repeated(20) + "av 1 i 3"}, '[' + objects(20, "[3]") + ']');
     const Value structuresInVariants{"v", QString("(v) ").repeated(31) + "i 3"};
     row(structuresInVariants, old, {"(v)"});
     row({"a(v)", "1 " + QString("(v) ").repeated(30) + "i 3"}, "[[null]]", {"(v)"}, 1);
@@ -205,7 +198,7 @@ template <typename Target> Target readBeforeMarker(const QVariant &structure, Ta
     argument >> marker;
     const bool isAtEnd = argument.atEnd();
     argument.endStructure();
-    if (marker != QLatin1String("marker") || !isAtEnd) {
+    if (marker != "marker" || !isAtEnd) {
         qFatal("a reader does not step over one value");
     }
     return target;
@@ -228,7 +221,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
     QFETCH(QString, content);
     QFETCH(QStringList, refused);
     const QVariant structure =
-        m_peer->receive(QLatin1Char('(') + signature + "s)", words + " marker").constFirst();
+        m_peer->receive('(' + signature + "s)", words + " marker").constFirst();
 
     const Warnings warnings;
     const QJsonValue old = "old";
@@ -242,12 +235,10 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
 
     const QJsonObject object = readBeforeMarker(structure, QJsonObject{{"k", old}});
     QCOMPARE(QJsonValue(object),
-             signature.startsWith(QLatin1String("a{")) ? value
-                                                       : QJsonValue(QJsonObject{{"k", old}}));
+             signature.startsWith("a{") ? value : QJsonValue(QJsonObject{{"k", old}}));
     const QJsonArray array = readBeforeMarker(structure, QJsonArray{old});
-    const bool isArray =
-        signature.startsWith(QLatin1Char('a')) && !signature.startsWith(QLatin1String("a{"));
-    if (signature == QLatin1String("ay")) {
+    const bool isArray = signature.startsWith('a') && !signature.startsWith("a{");
+    if (signature == "ay") {
         QCOMPARE(array, QJsonArray());
     } else {
         QCOMPARE(QJsonValue(array), isArray ? value : QJsonValue(QJsonArray{old}));
@@ -265,10 +256,9 @@ void TestReadingAnything::everyReaderStepsOverOneValue()
 void TestReadingAnything::descriptorsLeaveMembersAtTheirDefaults()
 {
     const auto read = [this](const char *signature, const char *words, auto target) {
-        const QString type = QString::fromLatin1(signature);
+        const QString type = signature;
         return text(readBeforeMarker(
-            m_peer->receive(QLatin1Char('(') + type + "s)", QString::fromLatin1(words) + " marker")
-                .constFirst(),
+            m_peer->receive('(' + type + "s)", QString::fromLatin1(words) + " marker").constFirst(),
             target));
     };
     using namespace Ostrel;
@@ -365,11 +355,9 @@ void TestReadingAnything::registeredReadersAreTheSame()
     registerDBusTypes();
     const auto read = [this](const char *signature, const char *words, auto target) {
         // In a structure, since there are no arguments of basic types.
-        const auto argument =
-            m_peer
-                ->receive(QString("(%1)").arg(QLatin1String(signature)), QString::fromLatin1(words))
-                .constFirst()
-                .template value<QDBusArgument>();
+        const auto argument = m_peer->receive(QString("(%1)").arg(signature), words)
+                                  .constFirst()
+                                  .template value<QDBusArgument>();
         argument.beginStructure();
         if (!QDBusMetaType::demarshall(argument, qMetaTypeId<decltype(target)>(), &target)) {
             qFatal("%s is not read", signature);
@@ -403,7 +391,7 @@ void TestReadingAnything::readingLeavesCopiesWhereTheyAre_data()
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QString>("words");
     const auto row = [](const char *signature, const char *words) {
-        QTest::newRow(signature) << QString::fromLatin1(signature) << QString::fromLatin1(words);
+        QTest::newRow(signature) << signature << words;
     };
     row("(si)", "x 3");
     row("(sia{sv})", "x 3 0");

@@ -23,7 +23,7 @@ namespace
 
 QString unsupported(const char *signature)
 {
-    return QString("Unsupported type:  \"%1\"").arg(QLatin1String(signature));
+    return QString("Unsupported type:  \"%1\"").arg(signature);
 }
 
 } // namespace
@@ -71,9 +71,7 @@ void addColumns()
 void row(const char *signature, const char *value, const char *json,
          const QStringList &warnings = {})
 {
-    QTest::addRow("%s: %s", signature, value)
-        << QString::fromLatin1(signature) << QString::fromUtf8(value) << QString::fromUtf8(json)
-        << warnings;
+    QTest::addRow("%s: %s", signature, value) << signature << value << json << warnings;
 }
 
 } // namespace
@@ -211,14 +209,14 @@ void TestReadingJson::deepValuesAreRead()
         value.append("a{sv} 1 k");
     }
     value.append("i 3");
-    const QDBusArgument argument = receive(*m_bus, "v", value.join(QLatin1Char(' ')));
+    const QDBusArgument argument = receive(*m_bus, "v", value.join(' '));
     QJsonValue read;
     argument.beginStructure();
     argument >> read;
     argument.endStructure();
     int levels = 0;
     while (read.isObject()) {
-        read = read[QLatin1String("k")];
+        read = read["k"];
         ++levels;
     }
     QCOMPARE(levels, 19);

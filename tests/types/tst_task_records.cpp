@@ -108,9 +108,7 @@ template <typename Value> void TestTaskRecords::send(const Value &value)
 
 void TestTaskRecords::recordsHaveTheirSignatures()
 {
-    const auto signature = [](int type) {
-        return QString::fromLatin1(QDBusMetaType::typeToSignature(type));
-    };
+    const auto signature = [](int type) { return QDBusMetaType::typeToSignature(type); };
     QCOMPARE(signature(qMetaTypeId<TaskState>()), "(sua{sv})");
     QCOMPARE(signature(qMetaTypeId<AvailableTask>()), "(sa{sv})");
     QCOMPARE(signature(qMetaTypeId<ActiveTask>()), "(sia{sv})");
@@ -146,7 +144,7 @@ void TestTaskRecords::membersAreWrittenInOrder()
                  .arg(call("(sua{sv})", "'sync',4294967295," + entries),
                       call("(sa{sv})", "'sync'," + entries),
                       call("(sia{sv})", "'sync',-7," + entries))
-                 .replace(QLatin1Char('\''), QLatin1Char('"')));
+                 .replace('\'', '"'));
 }
 
 void TestTaskRecords::emptyVectorsKeepTheirSignatures()

@@ -122,7 +122,7 @@ template <typename Json> QString TestWritingJson::sent(const Json &json)
     const QString logged = withPlainNumbers(busctlDesk(*m_bus, "Calls"));
     const QString signature = logged.section("\"Take\",\"(s", 1).section("s)\"", 0, 0);
     const QString data = logged.section("\"before\"", 1).section(",\"after\"", 0, 0);
-    return signature + QLatin1Char(' ') + data.mid(1);
+    return signature + ' ' + data.mid(1);
 }
 
 void TestWritingJson::valuesAreWritten_data()
@@ -134,9 +134,8 @@ void TestWritingJson::valuesAreWritten_data()
     const QString type = "Unknown JSON value type";
     const QString arrays = "JSON array of arrays are not supported";
     const auto row = [](const char *json, const char *arrived, const QStringList &warnings = {}) {
-        QTest::newRow(json) << QString::fromUtf8(
-            json) << QString::fromUtf8(arrived).replace(QLatin1Char('\''), QLatin1Char('"'))
-                            << warnings;
+        QTest::newRow(json) << QString::fromUtf8(json)
+                            << QString::fromUtf8(arrived).replace('\'', '"') << warnings;
     };
     row("true", "b true");
     row("false", "b false");

@@ -119,8 +119,8 @@ void TestWindowManagement::sendsItsArgumentsUnchanged_data()
     QTest::newRow("extremes") << "main" << least << most << -1;
     QTest::newRow("null string") << QString() << 0 << 0 << 0;
     QTest::newRow("blanks") << " a\tb\n" << 0 << 0 << 0;
-    QTest::newRow("beyond ASCII") << QString::fromUtf8("Fenster/ü \xf0\x9f\xaa\x9f") << 4 << 5 << 6;
-    QTest::newRow("long") << QString(100000, QLatin1Char('x')) << 1 << 1 << 1;
+    QTest::newRow("beyond ASCII") << "Fenster/ü \xf0\x9f\xaa\x9f" << 4 << 5 << 6;
+    QTest::newRow("long") << QString(100000, 'x') << 1 << 1 << 1;
 }
 
 void TestWindowManagement::sendsItsArgumentsUnchanged()
@@ -139,7 +139,7 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
     QCOMPARE(call.member, "UpdateWindowStatus");
     QCOMPARE(call.signature, "siii");
     QCOMPARE(call.arguments.size(), 4);
-    QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? QLatin1String("") : window);
+    QCOMPARE(call.arguments.at(0).toString(), window.isNull() ? "" : window);
     QCOMPARE(call.arguments.at(1), QVariant(status));
     QCOMPARE(call.arguments.at(2), QVariant(arg1));
     QCOMPARE(call.arguments.at(3), QVariant(arg2));
@@ -196,9 +196,8 @@ void TestWindowManagement::otherRepliesAreFailures_data()
     QTest::addColumn<QString>("message");
 
     const auto row = [](const char *got, const QVariantList &values) {
-        QTest::newRow(got) << values
-                           << QString("Unexpected reply signature: got \"%1\", expected \"u\"")
-                                  .arg(QLatin1String(got));
+        QTest::newRow(got)
+            << values << QString("Unexpected reply signature: got \"%1\", expected \"u\"").arg(got);
     };
     row("", {});
     row("s", {"2"});

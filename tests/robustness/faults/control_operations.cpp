@@ -49,14 +49,14 @@ Operation call(const char *name, const char *method, const char *signature, cons
                const char *seen)
 {
     Operation operation;
-    operation.name = QString::fromLatin1(name);
+    operation.name = name;
     operation.kind = Operation::BlockingCall;
     operation.path = path;
     operation.interface = interface;
-    operation.member = QString::fromLatin1(method);
-    operation.signature = QString::fromLatin1(signature);
-    operation.values = QString::fromLatin1(values);
-    operation.seen = QString::fromLatin1(seen);
+    operation.member = method;
+    operation.signature = signature;
+    operation.values = values;
+    operation.seen = seen;
     operation.seenFailure = [](const Failure &failure) { return textOf(failure) + " <> {}"; };
     return operation;
 }
@@ -195,12 +195,12 @@ Operation signal(const char *name, const char *member, const char *signature,
                  const std::function<void(Rig &, const Control &)> &listen)
 {
     Operation operation;
-    operation.name = QString::fromLatin1(name);
+    operation.name = name;
     operation.kind = Operation::Signal;
     operation.path = path;
     operation.interface = interface;
-    operation.member = QString::fromLatin1(member);
-    operation.signature = QString::fromLatin1(signature);
+    operation.member = member;
+    operation.signature = signature;
     operation.values = "app:1 1 State i 7";
     operation.markerValues = "marker 1 State i 8";
     operation.seen = operation.name + " app:1 {State=7}";

@@ -5,7 +5,7 @@
 
 void arrangeGood(Rig &rig, const Operation &operation)
 {
-    const QString values = operation.signature + QLatin1Char(' ') + operation.values;
+    const QString values = operation.signature + ' ' + operation.values;
     if (operation.isCall()) {
         rig.service().on(operation.member, "answer " + values);
     } else if (operation.isSignal()) {

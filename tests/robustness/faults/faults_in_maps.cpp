@@ -64,11 +64,11 @@ const QMap<QString, Place> &innerPlaces()
 
 QString filled(QString text, const HostileValue &value)
 {
-    return text.replace(QLatin1String("%1"), value.typed())
-        .replace(QLatin1String("%2"), value.text)
-        .replace(QLatin1String("%3"), value.activeTasks)
-        .replace(QLatin1String("%4"), value.availableTasks)
-        .replace(QLatin1String("%5"), QString::number(quint32(value.number)));
+    return text.replace("%1", value.typed())
+        .replace("%2", value.text)
+        .replace("%3", value.activeTasks)
+        .replace("%4", value.availableTasks)
+        .replace("%5", QString::number(quint32(value.number)));
 }
 
 Fault holding(const QString &label, const QMap<QString, Place> &places, const HostileValue &value)

@@ -57,8 +57,7 @@ std::vector<ErrorName> names()
     };
     const int longest = 255;
     for (const QString &prefix : {service, standard, QString("a.")}) {
-        all.push_back(
-            {1, prefix.leftJustified(longest, QLatin1Char('x')), prefix + "x..., 255 bytes"});
+        all.push_back({1, prefix.leftJustified(longest, 'x'), prefix + "x..., 255 bytes"});
     }
     return all;
 }
@@ -86,7 +85,7 @@ Fault failingWith(const HostileValue &value)
     Fault fault = failing("an error with " + value.typed(), value.typed(), failure);
     fault.expected = [failure, value](const Operation &operation) {
         QString seen = operation.seenFailure(failure);
-        return seen.replace(QLatin1String("started 0:"), QString("started %1:").arg(value.number));
+        return seen.replace("started 0:", QString("started %1:").arg(value.number));
     };
     return fault;
 }
@@ -102,8 +101,7 @@ std::vector<Fault> faultsOfErrors()
     }
     const QString name = service + "HandlerFailed";
     faults.push_back(failing("an error without a message", "''", {3, name, QString()}));
-    faults.push_back(
-        failing("an error with an empty message", "s ''", {3, name, QLatin1String("")}));
+    faults.push_back(failing("an error with an empty message", "s ''", {3, name, ""}));
     faults.push_back(failing("an error with two messages", "ss text other", {3, name, "text"}));
     for (const HostileValue &value : hostileValues()) {
         faults.push_back(failingWith(value));

@@ -14,7 +14,7 @@ namespace
 
 const QString sessions = OSTREL_TASK_INVOKER_SESSIONS_PATH;
 
-const QChar letter = QLatin1Char('x');
+const QChar letter = 'x';
 constexpr int maximumMessage = 128 << 20;
 constexpr int maximumArray = 64 << 20;
 // What the only entry of a map takes besides a text under the key "key", and besides the key of a
@@ -36,9 +36,7 @@ Fault mostly(const char *operation, Fault fault)
 {
     fault.isLarge = true;
     if (!qEnvironmentVariableIsSet("OSTREL_LONG_TESTS")) {
-        fault.concerns = [name = QString::fromLatin1(operation)](const Operation &other) {
-            return other.name == name;
-        };
+        fault.concerns = [name = operation](const Operation &other) { return other.name == name; };
     }
     return fault;
 }
@@ -46,8 +44,7 @@ Fault mostly(const char *operation, Fault fault)
 // Of the calls, those that take a text; the registration takes the task type instead.
 bool takesText(const Operation &operation)
 {
-    return operation.isCall() && operation.request() != QLatin1String("list")
-        && operation.request() != QLatin1String("register");
+    return operation.isCall() && operation.request() != "list" && operation.request() != "register";
 }
 
 // The text is made when it is used: some are large.
@@ -129,8 +126,7 @@ const QMap<QString, Incoming> &places()
 Fault incoming(const QString &label, int size)
 {
     const auto sized = [size](QString text) {
-        return text.replace(QLatin1String("%1"), QString::number(size))
-            .replace(QLatin1String("%2"), QString::number(size / 2));
+        return text.replace("%1", QString::number(size)).replace("%2", QString::number(size / 2));
     };
     Fault fault{label};
     fault.concerns = [](const Operation &operation) {
@@ -171,8 +167,7 @@ Fault longType(const QString &label, int size)
 {
     Fault fault{label};
     fault.concerns = [](const Operation &operation) {
-        return operation.path.startsWith(sessions)
-            || operation.request() == QLatin1String("register");
+        return operation.path.startsWith(sessions) || operation.request() == "register";
     };
     fault.before = [size](Rig &rig, const Operation & /*operation*/) {
         rig.taskType = QString(size, letter);
@@ -180,7 +175,7 @@ Fault longType(const QString &label, int size)
     fault.arrange = [size](Rig &rig, const Operation &operation) {
         Operation ofType = operation;
         const QString session = QString("%1@%2").arg(sessions).arg(size);
-        if (operation.request() == QLatin1String("register")) {
+        if (operation.request() == "register") {
             ofType.values.replace(sessions + "sync", session);
         } else {
             ofType.path = session;
@@ -217,8 +212,7 @@ Fault parameters(const QString &label, const std::function<QVariantMap()> &map)
 {
     Fault fault = argument(label, {});
     fault.concerns = [](const Operation &operation) {
-        return operation.request() == QLatin1String("startDebug")
-            || operation.request() == QLatin1String("taskStart");
+        return operation.request() == "startDebug" || operation.request() == "taskStart";
     };
     fault.before = [map](Rig &rig, const Operation & /*operation*/) { rig.parameters = map(); };
     return fault;
@@ -244,7 +238,7 @@ std::vector<Fault> largestMaps()
                 {1, QString(),
                  QString("Marshalling failed: \"%1\" is too large for a message, with a "
                          "value of type %2")
-                     .arg(keyed, QLatin1String(type))});
+                     .arg(keyed, type)});
         };
         return fault;
     };
@@ -262,7 +256,7 @@ Fault flood()
 {
     Fault fault{"80 MB of signals while nobody listens"};
     fault.concerns = [](const Operation &operation) {
-        return operation.request() == QLatin1String("selectedByOom");
+        return operation.request() == "selectedByOom";
     };
     fault.arrange = [](Rig &rig, const Operation &operation) {
         for (int i = 0; i < 800; ++i) {

@@ -38,7 +38,7 @@ bool callOrLocal(const Operation &operation)
 
 bool isRegistration(const Operation &operation)
 {
-    return operation.name == QLatin1String("register");
+    return operation.name == "register";
 }
 
 QString withoutBus(const Operation &operation)
@@ -124,8 +124,7 @@ Fault frozenService()
     frozen.arrange = [](Rig &rig, const Operation &operation) {
         if (operation.isSignal()) {
             rig.service().freeze();
-            rig.service().orderLater(
-                operation.order(operation.signature + QLatin1Char(' ') + operation.values));
+            rig.service().orderLater(operation.order(operation.signature + ' ' + operation.values));
             rig.settle();
             rig.add("so far");
             rig.service().thaw();

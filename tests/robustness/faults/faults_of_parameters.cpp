@@ -18,10 +18,9 @@ namespace
 // The value is under the key "key".
 Fault refused(const char *label, const QVariant &value, const char *problem)
 {
-    Fault fault{QString::fromLatin1(label)};
+    Fault fault{label};
     fault.concerns = [](const Operation &operation) {
-        return operation.name == QLatin1String("startDebug")
-            || operation.name == QLatin1String("taskStart");
+        return operation.name == "startDebug" || operation.name == "taskStart";
     };
     fault.before = [value](Rig &rig, const Operation & /*operation*/) {
         rig.parameters = {{"key", value}};
@@ -90,7 +89,7 @@ std::vector<Fault> faultsOfParameters()
         refused("a parameter that holds the same part too often", sharedLists(),
                 "is too large for a message, with a value of type int"),
         refused("too long a signature as a parameter",
-                QVariant::fromValue(QDBusSignature(QString(256, QLatin1Char('i')))),
+                QVariant::fromValue(QDBusSignature(QString(256, 'i'))),
                 "holds a value of type QDBusSignature"),
         refused("too many file descriptors in a parameter", descriptors,
                 "holds one file descriptor too many, in a value of type QDBusUnixFileDescriptor"),

@@ -26,8 +26,7 @@ struct Values
 
     Values with(const Values &more) const
     {
-        return {signature + more.signature, words + QLatin1Char(' ') + more.words,
-                count + more.count};
+        return {signature + more.signature, words + ' ' + more.words, count + more.count};
     }
 
     Values with(const HostileValue &value) const
@@ -46,7 +45,7 @@ using Making = std::function<Values(const Operation &)>;
 // A signature without values is '' where there are none.
 QString typesOf(const Operation &operation)
 {
-    return operation.signature == QLatin1String("''") ? QString() : operation.signature;
+    return operation.signature == "''" ? QString() : operation.signature;
 }
 
 // The right values one by one, where there are several.
@@ -82,7 +81,7 @@ Values firstRight(const Operation &operation)
 
 bool isList(const Operation &operation)
 {
-    return operation.request() == QLatin1String("list");
+    return operation.request() == "list";
 }
 
 // Where assertions are on, fewer than two values end the program, as those who call it are told.

@@ -26,7 +26,7 @@ constexpr int depth = 32;
 
 HostileValue fromRow(const Row &row)
 {
-    const auto latin1 = [](const char *text) { return QString::fromLatin1(text); };
+    const auto latin1 = [](const char *text) { return text; };
     return {latin1(row.signature),    latin1(row.words),
             latin1(row.text),         row.number,
             latin1(row.applications), latin1(row.services),
@@ -36,16 +36,15 @@ HostileValue fromRow(const Row &row)
 HostileValue deepArray()
 {
     HostileValue value;
-    value.signature = QString(depth, QLatin1Char('a')) + QLatin1Char('i');
-    value.words = QString("1 ").repeated(depth) + QLatin1Char('3');
+    value.signature = QString(depth, 'a') + 'i';
+    value.words = QString("1 ").repeated(depth) + '3';
     return value;
 }
 
 HostileValue deepStructure()
 {
     HostileValue value;
-    value.signature =
-        QString(depth, QLatin1Char('(')) + QLatin1Char('i') + QString(depth, QLatin1Char(')'));
+    value.signature = QString(depth, '(') + 'i' + QString(depth, ')');
     value.words = "3";
     return value;
 }

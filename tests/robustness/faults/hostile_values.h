@@ -24,7 +24,7 @@ struct HostileValue
     QString availableTasks;
 
     // The signature and the words.
-    QString typed() const { return signature + QLatin1Char(' ') + words; }
+    QString typed() const { return signature + ' ' + words; }
 };
 
 // Each basic type, and arrays, structures, maps and variants of several kinds and depths.

@@ -90,7 +90,7 @@ QString markOf(const Rig &rig, const Operation &operation)
         return QString::number(rig.code());
     }
     if (operation.isSignal()) {
-        const auto word = operation.markerSeen.section(QLatin1Char(' '), 0, 0);
+        const auto word = operation.markerSeen.section(' ', 0, 0);
         const auto others =
             rig.events().filter(word).size() - rig.events().count(operation.markerSeen);
         return others > 0 ? "+" : "-";
@@ -117,9 +117,9 @@ void printLine(const QString &line)
 
 void printHead()
 {
-    QString line(nameWidth, QLatin1Char(' '));
+    QString line(nameWidth, ' ');
     for (const Column &column : columns()) {
-        line += QLatin1Char(' ') + column.name;
+        line += ' ' + column.name;
     }
     printLine(line);
 }
@@ -127,7 +127,7 @@ void printHead()
 void printRow(const Fault &fault, const std::vector<std::optional<Outcome>> &row,
               const std::vector<bool> &wrong)
 {
-    QString line = fault.name.leftJustified(nameWidth, QLatin1Char(' '), true);
+    QString line = fault.name.leftJustified(nameWidth, ' ', true);
     for (std::size_t i = 0; i < row.size(); ++i) {
         const QString mark = !row[i] ? QString() : wrong[i] ? "!" : row[i]->mark;
         line += mark.rightJustified(columns()[i].name.size() + 1);
@@ -157,8 +157,8 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
         }
         text = rig.events().join("; ");
         // Those of onReady() stay until their invoker ends.
-        if (operation.kind == Operation::AsynchronousCall
-            && operation.member != QLatin1String("RegisterInvoker") && rig.liveCallbacks() != 0) {
+        if (operation.kind == Operation::AsynchronousCall && operation.member != "RegisterInvoker"
+            && rig.liveCallbacks() != 0) {
             text += " (its callback is still held)";
         }
     }

@@ -49,7 +49,6 @@ void hearMarker(Rig &rig, const Operation &operation)
         rig.settle();
         return;
     }
-    rig.service().order(
-        operation.order(operation.signature + QLatin1Char(' ') + operation.markerValues));
+    rig.service().order(operation.order(operation.signature + ' ' + operation.markerValues));
     waitUntil([&] { return rig.events().contains(operation.markerSeen); });
 }

@@ -54,7 +54,7 @@ struct Operation
     std::function<std::function<void()>(Rig &)> prepare;
 
     // The name without what stands in front.
-    QString request() const { return name.section(QLatin1Char(':'), -1); }
+    QString request() const { return name.section(':', -1); }
 
     bool isCall() const { return kind == BlockingCall || kind == AsynchronousCall; }
     bool isSignal() const { return kind == Signal; }

@@ -168,7 +168,7 @@ QString shortened(const QString &text)
     if (text.isEmpty()) {
         return text; // which may be null
     }
-    const QChar x = QLatin1Char('x');
+    const QChar x = 'x';
     QString result;
     for (int i = 0, run = 0; i < text.size(); i += run) {
         for (run = 0; i + run < text.size() && text.at(i + run) == x; ++run) { }

@@ -63,14 +63,14 @@ Operation call(const char *name, const char *method, const char *signature, cons
                const char *seen)
 {
     Operation operation;
-    operation.name = QString::fromLatin1(name);
+    operation.name = name;
     operation.kind = Operation::AsynchronousCall;
     operation.path = OSTREL_TASK_INVOKER_SESSIONS_PATH "sync";
     operation.interface = OSTREL_TASK_INVOKER_SESSION_INTERFACE;
-    operation.member = QString::fromLatin1(method);
-    operation.signature = QString::fromLatin1(signature);
-    operation.values = QString::fromLatin1(values);
-    operation.seen = QString::fromLatin1(seen);
+    operation.member = method;
+    operation.signature = signature;
+    operation.values = values;
+    operation.seen = seen;
     return operation;
 }
 
@@ -94,7 +94,7 @@ Operation registration()
     operation.seenFailure = [](const Failure &failure) {
         // QDebug has its own way with quotation marks.
         QString message = failure.message;
-        message.replace(QLatin1String("\""), QLatin1String("\\\""));
+        message.replace("\"", "\\\"");
         return QString("ready %1; warning: TaskInvoker registration failed: "
                        "QDBusError(\"%2\", \"%3\")")
             .arg(textOf(failure), failure.name, message);
@@ -171,8 +171,8 @@ Operation listSignal(const char *name, const char *values, const char *seen, con
     Operation operation = call(name, "PropertiesChanged", "sa{sv}as", values, seen);
     operation.kind = Operation::Signal;
     operation.interface = "org.freedesktop.DBus.Properties";
-    operation.markerValues = QString::fromLatin1(marker);
-    operation.markerSeen = QString::fromLatin1(markerSeen);
+    operation.markerValues = marker;
+    operation.markerSeen = markerSeen;
     const QString column = operation.name;
     operation.prepare = [column](Rig &rig) {
         auto invoker = makeReadyInvoker(rig);

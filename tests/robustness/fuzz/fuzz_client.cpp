@@ -308,7 +308,7 @@ Answer hear(Bytes &bytes, const char *path, const char *interface, const char *m
     const QObject context;
     QObject::connect(Ostrel::Control::instance(), &Ostrel::Control::selectedByOom, &context,
                      [&markerCame](const QString &instance) {
-                         if (instance == QLatin1String(marker)) {
+                         if (instance == marker) {
                              markerCame.done();
                          }
                      });

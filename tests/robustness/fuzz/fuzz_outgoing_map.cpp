@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             "nothing is left out or added");
     if (error.isValid()) {
         require(error.type() == QDBusError::Failed
-                    && error.message().startsWith(QLatin1String("Marshalling failed: \"")),
+                    && error.message().startsWith("Marshalling failed: \""),
                 "the error says what is wrong");
         return 0;
     }

@@ -34,14 +34,13 @@ struct Place
         if (sent.isStructure) {
             copy.beginStructure();
         }
-        require(copy.currentSignature() == QLatin1String(sent.type.c_str()),
-                "the value has its type");
+        require(copy.currentSignature() == sent.type.c_str(), "the value has its type");
         const QDBusArgument &returned = copy >> target;
         require(&returned == &copy, "a reader returns its argument");
-        require(copy.currentSignature() == QLatin1String("s"), "the reader steps over one value");
+        require(copy.currentSignature() == "s", "the reader steps over one value");
         QString marker;
         copy >> marker;
-        require(marker == QLatin1String("marker"), "the marker comes next");
+        require(marker == "marker", "the marker comes next");
         require(copy.atEnd(), "nothing follows the marker");
         if (sent.isStructure) {
             copy.endStructure();

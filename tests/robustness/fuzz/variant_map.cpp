@@ -182,7 +182,7 @@ QVariant takeSimple(Bytes &bytes, std::uint8_t code)
     case 'B':
         return QByteArray::fromStdString(bytes.takeString());
     case 'o':
-        return QVariant::fromValue(QDBusObjectPath(QLatin1Char('/') + takeText(bytes)));
+        return QVariant::fromValue(QDBusObjectPath('/' + takeText(bytes)));
     case 'O':
         return QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath()});
     case 'g':
@@ -208,7 +208,7 @@ QVariant takeSimple(Bytes &bytes, std::uint8_t code)
     case 'f':
         return QVariant::fromValue(1.5F);
     case 'c':
-        return QChar(QLatin1Char('c'));
+        return QChar('c');
     case 'U':
         return QUrl("file:///");
     case 'p':

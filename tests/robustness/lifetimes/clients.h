@@ -81,7 +81,7 @@ public:
 private:
     void note(const char *event, const Ostrel::Error &error)
     {
-        m_events.append(QString("%1 %2").arg(QLatin1String(event)).arg(error.code()));
+        m_events.append(QString("%1 %2").arg(event).arg(error.code()));
     }
 
     QStringList m_events;

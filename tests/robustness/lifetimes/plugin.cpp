@@ -25,7 +25,7 @@ namespace
 // QtDBus may hold a message for longer than the plugin is there. So the texts own their memory.
 QString text(const char *characters)
 {
-    return QString::fromLatin1(characters);
+    return characters;
 }
 
 // Returns how many of the four outcomes were good.
