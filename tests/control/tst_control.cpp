@@ -3,7 +3,7 @@
 
 #include "bus_monitor.h"
 #include "control_events.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "waiting.h"
 
@@ -12,20 +12,16 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QThread>
 
-#include <algorithm>
 #include <memory>
-#include <optional>
 
 using Ostrel::Control;
 
 // The client itself: the shared instance, and what making, using and ending one puts on the bus.
-class TestControl : public QObject
+class TestControl : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     // The shared instance comes last: while it lives, no other needs a rule of its own.
     void constructionAsksTheBusForFourSignals();
     void availabilityNeedsNoFurtherCalls();
@@ -39,9 +35,6 @@ private Q_SLOTS:
 private:
     // What this process sends while it does something.
     template <typename Function> QVector<QJsonObject> sentBy(const Function &function) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 namespace
@@ -66,33 +59,12 @@ const QString makeInstance = "MAKE_AN_INSTANCE"; // clazy:exclude=non-pod-global
 
 } // namespace
 
-void TestControl::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
 template <typename Function>
 QVector<QJsonObject> TestControl::sentBy(const Function &function) const
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     function();
-    // Its answer is behind everything that the bus was sent before.
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                            "org.freedesktop.DBus", "GetId"));
-    const QString self = bus.baseService();
-    QVector<QJsonObject> messages = monitor.messagesUntil([&self](const QJsonObject &message) {
-        return message.value("sender") == self && member(message) == "GetId";
-    });
-    messages.removeLast();
-    messages.erase(std::remove_if(messages.begin(), messages.end(),
-                                  [&self](const QJsonObject &message) {
-                                      return message.value("sender") != self;
-                                  }),
-                   messages.end());
-    return messages;
+    return monitor.ownMessages();
 }
 
 void TestControl::instanceIsSharedAndHasNoOwner()
@@ -137,9 +109,10 @@ void TestControl::constructionAsksTheBusForFourSignals()
 void TestControl::availabilityNeedsNoFurtherCalls()
 {
     std::unique_ptr<Control> control;
+    const QVector<QJsonObject> construction =
+        sentBy([&control] { control = std::make_unique<Control>(); });
     QStringList members;
-    for (const QJsonObject &message :
-         sentBy([&control] { control = std::make_unique<Control>(); })) {
+    for (const QJsonObject &message : construction) {
         members.append(member(message));
     }
     const QString match = "AddMatch";
@@ -213,7 +186,7 @@ void TestControl::lookUpsSendNoMessage()
 // A process that makes the instance and ends takes no rule back.
 void TestControl::instanceIsNeverDestroyed()
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(makeInstance, "1");
     // What lives to the end keeps parts of QtDBus, too.

@@ -1,18 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "application_texts.h"
-#include "simulator.h"
+#include "other_thread.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "waiting.h"
-#include "warnings.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 
 #include <QtCore/QPointer>
-#include <QtCore/QThread>
 
 #include <atomic>
 #include <functional>
@@ -73,59 +71,14 @@ const std::vector<Request> &requests()
     return all;
 }
 
-// A context in a thread with an event loop of its own.
-class ContextElsewhere
-{
-public:
-    ContextElsewhere()
-    {
-        m_context->moveToThread(&m_thread);
-        m_thread.start();
-    }
-
-    ~ContextElsewhere()
-    {
-        deleteContext();
-        m_thread.quit();
-        m_thread.wait();
-    }
-
-    QObject *get() const { return m_context; }
-    QThread *thread() { return &m_thread; }
-
-    // In its thread; returns when that has happened.
-    void deleteContext()
-    {
-        if (m_context != nullptr) {
-            QMetaObject::invokeMethod(
-                m_context, [this] { delete m_context; }, Qt::BlockingQueuedConnection);
-            m_context = nullptr;
-        }
-    }
-
-private:
-    Q_DISABLE_COPY(ContextElsewhere)
-
-    QThread m_thread;
-    QObject *m_context = new QObject;
-};
-
 } // namespace
 
-// Requests that do not block: what they send, and when and where their callbacks run.
-class TestControlAsynchronous : public QObject
+// When and where the callbacks of requests run. tst_control_requests shows what they receive.
+class TestControlAsynchronous : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void startSendsTheIdentifier();
-    void startDebugSendsTheParameters();
-    void terminateSendsTheIdentifier();
-    void listReceivesBothVectors();
     void callbackRunsOnceAndNotWithinTheCall_data() { eachRequest(); }
     void callbackRunsOnceAndNotWithinTheCall();
     void callbackRunsInTheThreadOfItsContext_data() { eachRequest(); }
@@ -148,17 +101,11 @@ private:
 
     MethodFaults faults(const char *method) const
     {
-        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+        return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
 
-    // The only call that was made.
-    Call sent() const;
     // Returns when the service has answered this process a second time.
     static void roundTrip();
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
 
 void TestControlAsynchronous::eachRequest()
@@ -169,32 +116,6 @@ void TestControlAsynchronous::eachRequest()
     }
 }
 
-void TestControlAsynchronous::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestControlAsynchronous::init()
-{
-    m_warnings.emplace();
-}
-
-void TestControlAsynchronous::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
-
-Call TestControlAsynchronous::sent() const
-{
-    const QVector<Call> calls = m_simulator->calls();
-    return calls.size() == 1 ? calls.constFirst() : Call();
-}
-
 void TestControlAsynchronous::roundTrip()
 {
     Control control;
@@ -203,82 +124,6 @@ void TestControlAsynchronous::roundTrip()
     control.terminate("marker", &context,
                       [&answered](const Error & /*error*/) { answered = true; });
     waitUntil([&answered] { return answered; });
-}
-
-void TestControlAsynchronous::startSendsTheIdentifier()
-{
-    faults("Start").answerNext({"demo.Viewer.instance_1", QVariantMap{{"Pid", 17}}});
-    Control control;
-    std::optional<Control::StartResult> result;
-    control.start("demo.Viewer \u00e9", this,
-                  [&result](const Control::StartResult &received) { result = received; });
-    waitUntil([&result] { return result.has_value(); });
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
-    QCOMPARE(sent().member, "Start");
-    QCOMPARE(sent().signature, "s");
-    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer \u00e9"});
-    QCOMPARE(result->error.code(), Error::NoError);
-    QVERIFY(result->error.message().isNull());
-    QCOMPARE(result->appInstanceId, "demo.Viewer.instance_1");
-    QCOMPARE(text(result->details), "Pid=17");
-}
-
-void TestControlAsynchronous::startDebugSendsTheParameters()
-{
-    faults("StartDebug").answerNext({"one", QVariantMap()});
-    DebugParams params;
-    params.setEnvironment({"A=1"});
-    Control control;
-    QString instance;
-    control.startDebug(
-        "demo.Viewer", params, this,
-        [&instance](const Control::StartResult &result) { instance = result.appInstanceId; });
-    waitUntil([&instance] { return !instance.isEmpty(); });
-    QCOMPARE(instance, "one");
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().member, "StartDebug");
-    QCOMPARE(sent().signature, "sa{sv}");
-    QCOMPARE(sent().arguments.value(0), QVariant("demo.Viewer"));
-    QCOMPARE(qdbus_cast<QVariantMap>(sent().arguments.value(1)),
-             (QVariantMap{{"environment", QStringList{"A=1"}}}));
-}
-
-void TestControlAsynchronous::terminateSendsTheIdentifier()
-{
-    faults("Terminate").answerNext({});
-    Control control;
-    std::optional<Error> error;
-    control.terminate("demo.Viewer.instance_1", this,
-                      [&error](const Error &received) { error = received; });
-    waitUntil([&error] { return error.has_value(); });
-    QCOMPARE(error->code(), Error::NoError);
-    QVERIFY(error->message().isNull());
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().member, "Terminate");
-    QCOMPARE(sent().signature, "s");
-    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer.instance_1"});
-}
-
-void TestControlAsynchronous::listReceivesBothVectors()
-{
-    m_simulator->desk("ListNext", {2U, 3U});
-    Control control;
-    bool received = false;
-    control.getRunningApplications(this,
-                                   [&received](const QVector<RunningApplication> &applications,
-                                               const QVector<RunningService> &services,
-                                               const Error &error) {
-                                       QVERIFY(!error);
-                                       QCOMPARE(applications.size(), 2);
-                                       QCOMPARE(services.size(), 3);
-                                       received = true;
-                                   });
-    waitUntil([&received] { return received; });
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().member, "GetRunningApplications");
-    QCOMPARE(sent().signature, QString());
-    QCOMPARE(sent().arguments, QVariantList());
 }
 
 void TestControlAsynchronous::callbackRunsOnceAndNotWithinTheCall()
@@ -296,14 +141,14 @@ void TestControlAsynchronous::callbackRunsOnceAndNotWithinTheCall()
 void TestControlAsynchronous::callbackRunsInTheThreadOfItsContext()
 {
     QFETCH(const int, index);
-    ContextElsewhere context;
+    OtherThread other;
     Control control;
     std::atomic<QThread *> ranIn{nullptr};
-    requests().at(std::size_t(index)).send(control, context.get(), [&ranIn] {
+    requests().at(std::size_t(index)).send(control, other.object(), [&ranIn] {
         ranIn = QThread::currentThread();
     });
     waitUntil([&ranIn] { return ranIn != nullptr; });
-    QCOMPARE(ranIn.load(), context.thread());
+    QCOMPARE(ranIn.load(), other.thread());
 }
 
 void TestControlAsynchronous::deletedContextDropsTheCallback()
@@ -327,17 +172,17 @@ void TestControlAsynchronous::deletedContextDropsTheCallback()
 void TestControlAsynchronous::deletedContextInAnotherThreadDropsTheCallback()
 {
     faults("Start").holdNext(2);
-    ContextElsewhere deleted;
-    ContextElsewhere other;
+    OtherThread deleted;
+    OtherThread other;
     Control control;
     std::atomic<bool> ran{false};
     std::atomic<bool> otherRan{false};
     const auto held = std::make_shared<int>();
     const auto &start = requests().front();
-    start.send(control, deleted.get(), [&ran, held] { ran = true; });
-    start.send(control, other.get(), [&otherRan] { otherRan = true; });
+    start.send(control, deleted.object(), [&ran, held] { ran = true; });
+    start.send(control, other.object(), [&otherRan] { otherRan = true; });
     faults("Start").waitForHeld(2);
-    deleted.deleteContext();
+    deleted.destroyObject();
     QCOMPARE(held.use_count(), 1);
     faults("Start").release({0, 1});
     waitUntil([&otherRan] { return otherRan.load(); });
@@ -347,7 +192,7 @@ void TestControlAsynchronous::deletedContextInAnotherThreadDropsTheCallback()
 // Often: the context is deleted here while its former thread tidies up.
 void TestControlAsynchronous::contextMayChangeItsThread()
 {
-    ContextElsewhere former;
+    OtherThread former;
     Control control;
     for (int i = 0; i < 3000; ++i) {
         std::atomic<bool> ran{false};
@@ -387,7 +232,7 @@ void TestControlAsynchronous::emptyCallbackIsHarmless()
     request.send(control, this, {});
     roundTrip();
     // The call was made all the same.
-    QCOMPARE(m_simulator->calls().constFirst().member, request.method);
+    QCOMPARE(m_simulator.calls().constFirst().member, request.method);
 }
 
 void TestControlAsynchronous::callbackMayDeleteAnything_data()

@@ -1,17 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "error_names.h"
 #include "record_rows.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
 #include <QtCore/QThread>
 #include <QtCore/QTimer>
 #include <QtCore/QUrl>
@@ -23,107 +23,162 @@ using Ostrel::Control;
 using Ostrel::DebugParams;
 using Ostrel::Error;
 
-// What the requests that change something send, and what becomes of the answers.
-class TestControlRequests : public QObject
+namespace
+{
+
+// Makes requests of a Control in one of their two forms, and waits for the result.
+class Requests
+{
+public:
+    explicit Requests(bool blocking)
+        : m_blocking(blocking)
+    {
+    }
+
+    Control::StartResult start(const QString &id)
+    {
+        return m_blocking ? m_control.start(id)
+                          : awaited<Control::StartResult>([this, id](const auto &callback) {
+                                m_control.start(id, &m_context, callback);
+                            });
+    }
+
+    Control::StartResult startDebug(const QString &id, const DebugParams &params)
+    {
+        return m_blocking ? m_control.startDebug(id, params)
+                          : awaited<Control::StartResult>([this, id, params](const auto &callback) {
+                                m_control.startDebug(id, params, &m_context, callback);
+                            });
+    }
+
+    Error terminate(const QString &id)
+    {
+        return m_blocking ? m_control.terminate(id)
+                          : awaited<Error>([this, id](const auto &callback) {
+                                m_control.terminate(id, &m_context, callback);
+                            });
+    }
+
+private:
+    template <typename Result, typename Request> static Result awaited(const Request &request)
+    {
+        std::optional<Result> result;
+        request([&result](const Result &received) { result = received; });
+        waitUntil([&result] { return result.has_value(); });
+        return *result;
+    }
+
+    bool m_blocking;
+    Control m_control;
+    QObject m_context;
+};
+
+QString text(const Error &error)
+{
+    return QString("%1 %2").arg(error.code()).arg(error.message());
+}
+
+QString text(const Control::StartResult &result)
+{
+    return text(result.error) + result.appInstanceId + text(result.details);
+}
+
+} // namespace
+
+// What the requests send and return, whether they block or call back. tst_control_running does the
+// same for the list of applications.
+class TestControlRequests : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void startSendsTheIdentifier();
-    void startReturnsTheReply();
-    void startDebugSendsTheParameters_data();
-    void startDebugSendsTheParameters();
-    void startDebugReturnsTheReply();
-    void startDebugRefusesUnsendableValues();
+    void startSendsTheIdentifierAndReturnsTheReply_data() { addForms(); }
+    void startSendsTheIdentifierAndReturnsTheReply();
+    void startDebugSendsTheParametersAndReturnsTheReply_data() { addForms(); }
+    void startDebugSendsTheParametersAndReturnsTheReply();
+    void debugParametersArriveUnchanged_data();
+    void debugParametersArriveUnchanged();
+    void unsendableDebugParametersAreNotSent_data() { addForms(); }
+    void unsendableDebugParametersAreNotSent();
+    void terminateSendsTheIdentifier_data() { addForms(); }
     void terminateSendsTheIdentifier();
-    void terminateIgnoresTheValuesOfTheReply();
+    void terminateAcceptsAnyReply_data() { addForms(); }
+    void terminateAcceptsAnyReply();
     void errorNamesAreMappedToCodes_data();
     void errorNamesAreMappedToCodes();
     void repliesOfOtherTypesAreErrors_data();
     void repliesOfOtherTypesAreErrors();
-    void repliesInOtherThreadsReachTheirCallers();
-    void noEventLoopRunsDuringACall();
+    void furtherValuesInAReplyAreIgnored_data() { addForms(); }
+    void furtherValuesInAReplyAreIgnored();
+    void anyThreadMayHaveItsOwnControl();
+    void noEventLoopRunsDuringABlockingCall();
 
 private:
+    static void addForms();
+
     MethodFaults next(const char *method) const
     {
-        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+        return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
 
-    // The only call that was made.
-    Call sent() const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
+    // The only call that the service received: "object interface member signature".
+    QString sent() const;
+    QVariantList sentArguments() const { return m_simulator.calls().value(0).arguments; }
 };
 
-void TestControlRequests::initTestCase()
+void TestControlRequests::addForms()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
+    QTest::addColumn<bool>("blocking");
+    QTest::newRow("blocking") << true;
+    QTest::newRow("with a callback") << false;
 }
 
-void TestControlRequests::init()
+QString TestControlRequests::sent() const
 {
-    m_warnings.emplace();
+    const QVector<Call> calls = m_simulator.calls();
+    const Call call = calls.value(0);
+    return calls.size() == 1
+        ? QStringList{call.path, call.interface, call.member, call.signature}.join(' ')
+        : QString("%1 calls").arg(calls.size());
 }
 
-void TestControlRequests::cleanup()
+void TestControlRequests::startSendsTheIdentifierAndReturnsTheReply()
 {
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
-
-Call TestControlRequests::sent() const
-{
-    const QVector<Call> calls = m_simulator->calls();
-    return calls.size() == 1 ? calls.constFirst() : Call();
-}
-
-void TestControlRequests::startSendsTheIdentifier()
-{
-    next("Start").answerNext({"i", QVariantMap()});
-    Control().start("demo.Viewer \u00e9");
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
-    QCOMPARE(sent().member, "Start");
-    QCOMPARE(sent().signature, "s");
-    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer \u00e9"});
-}
-
-void TestControlRequests::startReturnsTheReply()
-{
+    QFETCH(const bool, blocking);
     next("Start").answerNext({"demo.Viewer.instance_1", QVariantMap{{"Pid", 17}, {"Name", "n"}}});
-    const Control::StartResult result = Control().start("demo.Viewer");
+    const Control::StartResult result = Requests(blocking).start("demo.Viewer \u00e9");
+    QCOMPARE(sent(), OSTREL_SERVICE_PATH "/Control1 " OSTREL_SERVICE_NAME ".Control1 Start s");
+    QCOMPARE(sentArguments(), QVariantList{"demo.Viewer \u00e9"});
     QCOMPARE(result.error.code(), Error::NoError);
     QVERIFY(result.error.message().isNull());
     QCOMPARE(result.appInstanceId, "demo.Viewer.instance_1");
     QCOMPARE(result.details, (QVariantMap{{"Pid", 17}, {"Name", "n"}}));
 }
 
-void TestControlRequests::startDebugSendsTheParameters_data()
+void TestControlRequests::startDebugSendsTheParametersAndReturnsTheReply()
+{
+    QFETCH(const bool, blocking);
+    next("StartDebug").answerNext({"one", QVariantMap{{"Pid", 17}}});
+    DebugParams params;
+    params.setEnvironment({"A=1"});
+    const Control::StartResult result = Requests(blocking).startDebug("demo.Viewer", params);
+    QCOMPARE(sent(),
+             OSTREL_SERVICE_PATH "/Control1 " OSTREL_SERVICE_NAME ".Control1 StartDebug sa{sv}");
+    QCOMPARE(sentArguments().value(0), QVariant("demo.Viewer"));
+    QCOMPARE(qdbus_cast<QVariantMap>(sentArguments().value(1)),
+             (QVariantMap{{"environment", QStringList{"A=1"}}}));
+    QCOMPARE(result.error.code(), Error::NoError);
+    QVERIFY(result.error.message().isNull());
+    QCOMPARE(result.appInstanceId, "one");
+    QCOMPARE(text(result.details), "Pid=17");
+}
+
+void TestControlRequests::debugParametersArriveUnchanged_data()
 {
     QTest::addColumn<QVariantMap>("given");
     QTest::addColumn<QVariantMap>("sent");
 
     QTest::newRow("nothing") << QVariantMap() << QVariantMap();
-
-    DebugParams all;
-    all.setApplicationWrapper({"w", "x y"});
-    all.setCommandLineParams({"c"});
-    all.setEnvironment({"A=1"});
-    all.setFireJailParams({});
-    all.setSandboxEnabled(false);
-    all.setStdoutFile("/o");
-    all.setStderrFile("/e");
     const QVariantMap everything{
         {"applicationWrapper", QStringList{"w", "x y"}},
         {"commandLineParams", QStringList{"c"}},
@@ -135,112 +190,67 @@ void TestControlRequests::startDebugSendsTheParameters_data()
     };
     QTest::newRow("everything") << everything << everything;
     QTest::newRow("unknown key") << QVariantMap{{"other", 1}} << QVariantMap{{"other", 1}};
-    // What JSON is on the bus is for other tests to show; here it is that it is sent so.
+    // Other tests show what each kind of JSON becomes on the bus.
     QTest::newRow("JSON") << QVariantMap{{"list", QJsonArray{"a", "b"}},
                                          {"value", QJsonValue(true)}}
                           << QVariantMap{{"list", QStringList{"a", "b"}}, {"value", true}};
 }
 
-void TestControlRequests::startDebugSendsTheParameters()
+void TestControlRequests::debugParametersArriveUnchanged()
 {
-    QFETCH(QVariantMap, given);
+    QFETCH(const QVariantMap, given);
     next("StartDebug").answerNext({"i", QVariantMap()});
-    const DebugParams params(given);
-    QCOMPARE(Control().startDebug("demo.Viewer", params).error.code(), Error::NoError);
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
-    QCOMPARE(sent().member, "StartDebug");
-    QCOMPARE(sent().signature, "sa{sv}");
-    QCOMPARE(sent().arguments.value(0), QVariant("demo.Viewer"));
-    QTEST(qdbus_cast<QVariantMap>(sent().arguments.value(1)), "sent");
+    QVERIFY(!Control().startDebug("demo.Viewer", DebugParams(given)).error);
+    QTEST(qdbus_cast<QVariantMap>(sentArguments().value(1)), "sent");
 }
 
-void TestControlRequests::startDebugReturnsTheReply()
+void TestControlRequests::unsendableDebugParametersAreNotSent()
 {
-    next("StartDebug").answerNext({"one", QVariantMap{{"Pid", 17}}});
-    const Control::StartResult result = Control().startDebug("demo.Viewer", DebugParams());
-    QCOMPARE(result.error.code(), Error::NoError);
-    QVERIFY(result.error.message().isNull());
-    QCOMPARE(result.appInstanceId, "one");
-    QCOMPARE(text(result.details), "Pid=17");
-}
-
-void TestControlRequests::startDebugRefusesUnsendableValues()
-{
+    QFETCH(const bool, blocking);
     const DebugParams params(QVariantMap{{"a", 1}, {"u", QUrl()}});
-    const Control::StartResult result = Control().startDebug("a.b", params);
-    QCOMPARE(result.error.code(), Error::Failed);
-    QCOMPARE(result.error.message(), "Marshalling failed: \"u\" holds a value of type QUrl");
-    QVERIFY(result.appInstanceId.isEmpty());
-    QVERIFY(result.details.isEmpty());
-    QCOMPARE(m_simulator->calls().size(), 0);
+    const Control::StartResult result = Requests(blocking).startDebug("a.b", params);
+    QCOMPARE(text(result), "1 Marshalling failed: \"u\" holds a value of type QUrl");
+    QCOMPARE(m_simulator.calls().size(), 0);
 }
 
 void TestControlRequests::terminateSendsTheIdentifier()
 {
+    QFETCH(const bool, blocking);
     next("Terminate").answerNext({});
-    const Error error = Control().terminate("demo.Viewer.instance_1");
+    const Error error = Requests(blocking).terminate("demo.Viewer.instance_1");
     QCOMPARE(error.code(), Error::NoError);
     QVERIFY(error.message().isNull());
-    QCOMPARE(sent().path, OSTREL_SERVICE_PATH "/Control1");
-    QCOMPARE(sent().interface, OSTREL_SERVICE_NAME ".Control1");
-    QCOMPARE(sent().member, "Terminate");
-    QCOMPARE(sent().signature, "s");
-    QCOMPARE(sent().arguments, QVariantList{"demo.Viewer.instance_1"});
+    QCOMPARE(sent(), OSTREL_SERVICE_PATH "/Control1 " OSTREL_SERVICE_NAME ".Control1 Terminate s");
+    QCOMPARE(sentArguments(), QVariantList{"demo.Viewer.instance_1"});
 }
 
-void TestControlRequests::terminateIgnoresTheValuesOfTheReply()
+void TestControlRequests::terminateAcceptsAnyReply()
 {
+    QFETCH(const bool, blocking);
     next("Terminate").answerNext({QVariantList{1}, "x"});
-    QCOMPARE(Control().terminate("a").code(), Error::NoError);
+    QCOMPARE(Requests(blocking).terminate("a").code(), Error::NoError);
 }
 
 void TestControlRequests::errorNamesAreMappedToCodes_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("code");
-
-    const auto row = [](const char *name, int code) { QTest::newRow(name) << name << code; };
-    row(OSTREL_ERROR_PREFIX "NoError", 0);
-    row("org.freedesktop.DBus.Error.Failed", 1);
-    row(OSTREL_ERROR_PREFIX "HandlerNotFound", 2);
-    row(OSTREL_ERROR_PREFIX "HandlerFailed", 3);
-    row("org.freedesktop.DBus.Error.InvalidArgs", 4);
-    row("org.freedesktop.DBus.Error.NotSupported", 5);
-    row("org.freedesktop.DBus.Error.AccessDenied", 6);
-    row(OSTREL_ERROR_PREFIX "ProcessNotHandled", 7);
-    row(OSTREL_ERROR_PREFIX "ApplicationNotRunning", 8);
-    row(OSTREL_ERROR_PREFIX "ApplicationAlreadyRunning", 9);
-    row(OSTREL_ERROR_PREFIX "AccessDenied", 1);
-    row("org.freedesktop.DBus.Error.HandlerFailed", 1);
-    row("com.example.Other", 1);
+    addErrorNames();
 }
 
 void TestControlRequests::errorNamesAreMappedToCodes()
 {
-    QFETCH(QString, name);
-    QFETCH(int, code);
+    QFETCH(const QString, name);
+    QFETCH(const int, code);
     const QString message = "what went wrong \u00e9";
-    Control control;
-
-    next("Start").failNext(name, message);
-    const Control::StartResult started = control.start("a");
-    QCOMPARE(int(started.error.code()), code);
-    QCOMPARE(started.error.message(), message);
-    QVERIFY(started.appInstanceId.isEmpty());
-    QVERIFY(started.details.isEmpty());
-
-    next("StartDebug").failNext(name, message);
-    const Control::StartResult debugged = control.startDebug("a", DebugParams());
-    QCOMPARE(int(debugged.error.code()), code);
-    QCOMPARE(debugged.error.message(), message);
-    QVERIFY(debugged.appInstanceId.isEmpty());
-    QVERIFY(debugged.details.isEmpty());
-
-    next("Terminate").failNext(name, message);
-    const Error terminated = control.terminate("a");
-    QCOMPARE(int(terminated.code()), code);
-    QCOMPARE(terminated.message(), message);
+    const QString failure = QString("%1 %2").arg(code).arg(message);
+    for (const bool blocking : {true, false}) {
+        Requests requests(blocking);
+        next("Start").failNext(name, message);
+        QCOMPARE(text(requests.start("a")), failure);
+        next("StartDebug").failNext(name, message);
+        QCOMPARE(text(requests.startDebug("a", DebugParams())), failure);
+        next("Terminate").failNext(name, message);
+        QCOMPARE(text(requests.terminate("a")), failure);
+    }
 }
 
 void TestControlRequests::repliesOfOtherTypesAreErrors_data()
@@ -260,31 +270,27 @@ void TestControlRequests::repliesOfOtherTypesAreErrors_data()
 
 void TestControlRequests::repliesOfOtherTypesAreErrors()
 {
-    QFETCH(QVariantList, values);
-    QFETCH(QString, signature);
-    const QString message =
-        QString("Unexpected reply signature: got \"%1\", expected \"sa{sv}\"").arg(signature);
-    Control control;
-
-    next("Start").answerNext(values);
-    const Control::StartResult started = control.start("a");
-    QCOMPARE(started.error.code(), Error::Failed);
-    QCOMPARE(started.error.message(), message);
-    QVERIFY(started.appInstanceId.isEmpty());
-    QVERIFY(started.details.isEmpty());
-
-    next("StartDebug").answerNext(values);
-    const Control::StartResult debugged = control.startDebug("a", DebugParams());
-    QCOMPARE(debugged.error.code(), Error::Failed);
-    QCOMPARE(debugged.error.message(), message);
-
-    // What comes behind the two is not looked at.
-    next("Start").answerNext({"id", QVariantMap(), 1});
-    QCOMPARE(control.start("a").appInstanceId, "id");
+    QFETCH(const QVariantList, values);
+    QFETCH(const QString, signature);
+    const QString failure =
+        QString("1 Unexpected reply signature: got \"%1\", expected \"sa{sv}\"").arg(signature);
+    for (const bool blocking : {true, false}) {
+        Requests requests(blocking);
+        next("Start").answerNext(values);
+        QCOMPARE(text(requests.start("a")), failure);
+        next("StartDebug").answerNext(values);
+        QCOMPARE(text(requests.startDebug("a", DebugParams())), failure);
+    }
 }
 
-// A Control belongs to the thread that makes it; any thread may have one.
-void TestControlRequests::repliesInOtherThreadsReachTheirCallers()
+void TestControlRequests::furtherValuesInAReplyAreIgnored()
+{
+    QFETCH(const bool, blocking);
+    next("Start").answerNext({"id", QVariantMap(), 1});
+    QCOMPARE(Requests(blocking).start("a").appInstanceId, "id");
+}
+
+void TestControlRequests::anyThreadMayHaveItsOwnControl()
 {
     next("Start").answerNext({"id", QVariantMap()});
     QString instance;
@@ -295,7 +301,7 @@ void TestControlRequests::repliesInOtherThreadsReachTheirCallers()
     QCOMPARE(instance, "id");
 }
 
-void TestControlRequests::noEventLoopRunsDuringACall()
+void TestControlRequests::noEventLoopRunsDuringABlockingCall()
 {
     for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
         next(method).delayNext(50);

@@ -2,15 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
-
-#include <optional>
 
 using Ostrel::Control;
 using Ostrel::Error;
@@ -18,16 +15,14 @@ using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
 // The list of everything that runs.
-class TestControlRunning : public QObject
+class TestControlRunning : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
+    void sendsNoArguments_data() { addForms(); }
     void sendsNoArguments();
+    void returnsTheRecordsInTheirOrder_data() { addForms(); }
     void returnsTheRecordsInTheirOrder();
     void emptyListsReplaceEarlierRecords();
     void everyErrorNameGivesFailed_data();
@@ -43,57 +38,54 @@ private:
     // Has the next call answered by two values, in busctl's form.
     void answer(const char *applicationsSignature, const char *applications,
                 const char *servicesSignature, const char *services) const;
-    // Asks with vectors that hold something already.
-    Error ask();
+    static void addForms();
+    // Makes the request with vectors that hold records already.
+    Error ask(bool blocking = true);
 
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
     QVector<RunningApplication> m_applications;
     QVector<RunningService> m_services;
 };
 
-void TestControlRunning::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestControlRunning::init()
-{
-    m_warnings.emplace();
-}
-
-void TestControlRunning::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
-
 void TestControlRunning::answer(const char *applicationsSignature, const char *applications,
                                 const char *servicesSignature, const char *services) const
 {
-    busctlDesk(*m_bus, "AnswerNext",
+    busctlDesk(m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2",
                            applicationsSignature}
                    + wordsOf(applications) + QStringList(servicesSignature) + wordsOf(services));
 }
 
-Error TestControlRunning::ask()
+void TestControlRunning::addForms()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::newRow("blocking") << true;
+    QTest::newRow("with a callback") << false;
+}
+
+Error TestControlRunning::ask(bool blocking)
 {
     m_applications = QVector<RunningApplication>(
         2, {"old", 1, Ostrel::ApplicationState(2), Ostrel::ApplicationKind(3), {}});
     m_services = QVector<RunningService>(1, {"old", "s", 4, Ostrel::ServiceState(5), {}});
-    return Control().getRunningApplications(m_applications, m_services);
+    if (blocking) {
+        return Control().getRunningApplications(m_applications, m_services);
+    }
+    std::optional<Error> result;
+    Control().getRunningApplications(
+        this, [this, &result](const auto &applications, const auto &services, const Error &error) {
+            m_applications = applications;
+            m_services = services;
+            result = error;
+        });
+    waitUntil([&result] { return result.has_value(); });
+    return *result;
 }
 
 void TestControlRunning::sendsNoArguments()
 {
-    ask();
-    const QVector<Call> calls = m_simulator->calls();
+    QFETCH(const bool, blocking);
+    ask(blocking);
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.at(0).path, OSTREL_SERVICE_PATH "/Control1");
     QCOMPARE(calls.at(0).interface, OSTREL_SERVICE_NAME ".Control1");
@@ -103,9 +95,10 @@ void TestControlRunning::sendsNoArguments()
 
 void TestControlRunning::returnsTheRecordsInTheirOrder()
 {
+    QFETCH(const bool, blocking);
     answer("a(siuua{sv})", "3 b.b 2 3 4294967295 1 k s v a.a -1 255 0 0 b.b 3 0 1 0",
            "a(ssiua{sv})", "2 a.a two -7 4294967295 0 a.a one 8 0 2 x i 1 y b true");
-    const Error error = ask();
+    const Error error = ask(blocking);
     QCOMPARE(error.code(), Error::NoError);
     QVERIFY(error.message().isNull());
     QCOMPARE(text(m_applications), "b.b 2 3 4294967295 {k=v}; a.a -1 255 0 {}; b.b 3 0 1 {}");
@@ -134,7 +127,7 @@ void TestControlRunning::everyErrorNameGivesFailed_data()
 void TestControlRunning::everyErrorNameGivesFailed()
 {
     QFETCH(QString, name);
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
         .failNext(name, "what went wrong");
     const Error error = ask();
     QCOMPARE(error.code(), Error::Failed);
@@ -168,7 +161,7 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
         return;
     }
 #endif
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext(values);
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").answerNext(values);
     const Error error = ask();
     QCOMPARE(error.code(), Error::Failed);
     QCOMPARE(error.message(), "The reply has fewer than two arguments");
@@ -216,7 +209,7 @@ void TestControlRunning::valuesOfOtherTypesGiveDefaults()
 
 void TestControlRunning::moreThanTwoArgumentsAreIgnored()
 {
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
         .answerNext({1, "x", "y"});
     QCOMPARE(ask().code(), Error::NoError);
     QVERIFY(m_applications.isEmpty());

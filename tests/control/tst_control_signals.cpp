@@ -3,9 +3,8 @@
 
 #include "busctl.h"
 #include "control_events.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include "DBus/names_p.h"
 
@@ -15,20 +14,17 @@
 #include <QtTest/QSignalSpy>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 using Ostrel::Control;
 
 // What becomes of the service's signals, and of those that only look like them.
-class TestControlSignals : public QObject
+class TestControlSignals : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
-    void cleanup();
 
     void signalsAreDeclaredInTheirOrder();
     void signalsArriveUnchanged();
@@ -54,43 +50,23 @@ private:
     void emitWithBusctl(const QString &member, const QStringList &values) const;
     // Sends a signal after all others, and waits until it has arrived.
     void waitForMarker(const ControlEvents &events) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
 
 void TestControlSignals::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     // Signals that are read before the loop first runs may come in another order.
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
 }
 
-void TestControlSignals::init()
-{
-    m_warnings.emplace();
-}
-
-void TestControlSignals::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
-
 void TestControlSignals::emitSignal(const QString &member, const QVariantList &arguments) const
 {
-    m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+    m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
 }
 
 void TestControlSignals::emitWithBusctl(const QString &member, const QStringList &values) const
 {
-    busctlEmitSignal(*m_bus, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, values);
+    busctlEmitSignal(m_bus, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, values);
 }
 
 void TestControlSignals::waitForMarker(const ControlEvents &events) const
@@ -256,11 +232,11 @@ void TestControlSignals::signalsOfOtherNamesPathsAndInterfacesAreDropped()
     const QString started = "Started";
     emitSignal("started", arguments);
     emitSignal("Began", arguments);
-    m_simulator->emitSignal(OSTREL_SERVICE_PATH "/Control2", OSTREL_CONTROL_INTERFACE, started,
-                            arguments);
-    m_simulator->emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
-    m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
-                            arguments);
+    m_simulator.emitSignal(OSTREL_SERVICE_PATH "/Control2", OSTREL_CONTROL_INTERFACE, started,
+                           arguments);
+    m_simulator.emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
+    m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
+                           arguments);
     waitForMarker(events);
     QCOMPARE(events.all(), QStringList("oom marker"));
 }
@@ -269,7 +245,7 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
 {
     const Control control;
     const ControlEvents events(control);
-    QDBusConnection peer = QDBusConnection::connectToBus(m_bus->address(), "peer");
+    QDBusConnection peer = QDBusConnection::connectToBus(m_bus.address(), "peer");
     for (const bool broadcast : {true, false}) {
         for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
             const auto signalOf = [&](const QString &name) {
@@ -297,21 +273,21 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
 
 void TestControlSignals::signalsOfALaterServiceArrive()
 {
-    m_simulator->end();
+    m_simulator.end();
     const Control control;
     const ControlEvents events(control);
     for (int i = 1; i <= 3; ++i) {
         QDBusServiceWatcher watcher(OSTREL_SERVICE_NAME, QDBusConnection::sessionBus(),
                                     QDBusServiceWatcher::WatchForRegistration);
         QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
-        m_simulator->start();
+        m_simulator.start();
         // QtDBus drops what comes before it knows the new owner.
         waitUntil([&] { return owned.size() == 1; });
         const QString id = QString::number(i);
         emitSignal("SelectedByOom", {id});
         events.waitFor("oom " + id);
         if (i < 3) {
-            m_simulator->end();
+            m_simulator.end();
         }
     }
     QCOMPARE(events.all(), (QStringList{"oom 1", "oom 2", "oom 3"}));

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_calls.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -11,7 +11,6 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -24,7 +23,8 @@ namespace
 constexpr int threadCount = 8;
 constexpr int rounds = 250;
 
-// One request of each kind, whose replies name what was asked for. Returns what is wrong.
+// Makes one request of each kind. Each reply names the argument of its request. Returns the first
+// error.
 QString makeRequests(Control &control, const QString &id)
 {
     const auto unexpected = [&id](const Error &error, Error::Code code) {
@@ -51,8 +51,8 @@ QString makeRequests(Control &control, const QString &id)
 
 } // namespace
 
-// Requests that several threads make at once.
-class TestControlThreads : public QObject
+// Several threads make requests at the same time.
+class TestControlThreads : public SimulatorTest
 {
     Q_OBJECT
 
@@ -60,21 +60,12 @@ private Q_SLOTS:
     void initTestCase();
     void anyThreadMakesRequests_data();
     void anyThreadMakesRequests();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestControlThreads::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     Control::instance();
     QCoreApplication::processEvents();
-    startApplication("demo.Viewer");
-    startApplication("demo.Clock");
 }
 
 void TestControlThreads::anyThreadMakesRequests_data()
@@ -84,10 +75,12 @@ void TestControlThreads::anyThreadMakesRequests_data()
     QTest::newRow("with an object of its own") << false;
 }
 
-// Beside calls that the program makes with QtDBus itself.
+// The program also makes calls with QtDBus itself.
 void TestControlThreads::anyThreadMakesRequests()
 {
     QFETCH(const bool, shared);
+    startApplication("demo.Viewer");
+    startApplication("demo.Clock");
     std::atomic<int> running{threadCount};
     std::vector<QString> problems(threadCount);
     std::vector<std::thread> threads;

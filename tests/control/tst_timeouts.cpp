@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "waiting.h"
@@ -59,13 +59,12 @@ template <typename Client> void refuseInvalidTimeouts(Client &client)
 } // namespace
 
 // How long calls wait for a service that never answers.
-class TestTimeouts : public QObject
+class TestTimeouts : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void invalidTimeoutsAreRefused();
     void requestsThatBlockEndInTime_data() { methods(); }
@@ -82,11 +81,8 @@ private:
 
     MethodFaults faults(const char *method) const
     {
-        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+        return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestTimeouts::methods()
@@ -99,17 +95,9 @@ void TestTimeouts::methods()
 
 void TestTimeouts::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     // Until the event loop has run once, a bus that goes away is not noticed.
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
-}
-
-void TestTimeouts::cleanup()
-{
-    m_simulator->reset();
 }
 
 void TestTimeouts::invalidTimeoutsAreRefused()
@@ -173,7 +161,7 @@ void TestTimeouts::taskCallsEndAfterTheirTimeout()
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(invoker));
     for (const char *method : {"Start", "Stop"}) {
-        m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
+        m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
     }
     invoker.setTimeout(limit);
     std::optional<Error> started;
@@ -188,7 +176,7 @@ void TestTimeouts::taskCallsEndAfterTheirTimeout()
 
 void TestTimeouts::windowReportsEndAfterTheirTimeout()
 {
-    m_simulator->windowStatus().ignoreNext();
+    m_simulator.windowStatus().ignoreNext();
     WindowManagement windows;
     windows.setTimeout(limit);
     std::optional<Error> reported;

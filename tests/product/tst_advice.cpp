@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 
@@ -14,7 +14,6 @@
 #include <QtCore/QSet>
 
 #include <memory>
-#include <optional>
 
 using Ostrel::Control;
 using Ostrel::TaskInvoker;
@@ -88,40 +87,27 @@ private:
 } // namespace
 
 // What the documentation advises works.
-class TestAdvice : public QObject
+class TestAdvice : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
 
     void nestedValuesAreReadAsWhatTheyAre_data();
     void nestedValuesAreReadAsWhatTheyAre();
     void jsonIsSentAsPlainValues();
     void invokersAreMadeAgainWhenTheServiceComes();
     void instancesAreKeptWhileTheyRun();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestAdvice::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     //! [connect]
     // Before the first object of this library:
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     //! [connect]
-}
-
-void TestAdvice::init()
-{
-    m_simulator->reset();
 }
 
 void TestAdvice::nestedValuesAreReadAsWhatTheyAre_data()
@@ -140,7 +126,7 @@ void TestAdvice::nestedValuesAreReadAsWhatTheyAre()
     QFETCH(const QVariant, sent);
     QFETCH(const QVariantMap, read);
     const QString key = "Size";
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start")
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start")
         .answerNext({"id", QVariantMap{{key, sent}}});
     Control control;
     QCOMPARE(mapIn(control.start("demo.Viewer").details.value(key)), read);
@@ -160,7 +146,7 @@ void TestAdvice::jsonIsSentAsPlainValues()
     call << appId << parameters;
     QCOMPARE(QDBusConnection::sessionBus().call(call).type(), QDBusMessage::ReplyMessage);
 
-    const auto received = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(1));
+    const auto received = qdbus_cast<QVariantMap>(m_simulator.calls().constLast().arguments.at(1));
     QCOMPARE(qdbus_cast<QVariantList>(received.value("Sizes")), (QVariantList{1.5, 2.5}));
 }
 
@@ -168,8 +154,8 @@ void TestAdvice::invokersAreMadeAgainWhenTheServiceComes()
 {
     const Tasks tasks("sync");
     QVERIFY(!waitUntilReady(tasks.invoker()));
-    m_simulator->end();
-    m_simulator->start();
+    m_simulator.end();
+    m_simulator.start();
     // A new invoker has no tasks until it is registered.
     const TaskInvoker *const first = &tasks.invoker();
     waitUntil([&] { return &tasks.invoker() != first; });
@@ -186,9 +172,9 @@ void TestAdvice::instancesAreKeptWhileTheyRun()
     waitUntil([&] { return instances.running() == QSet<QString>{first, second}; });
     QVERIFY(!other.terminate(first));
     waitUntil([&] { return instances.running() == QSet<QString>{second}; });
-    m_simulator->end();
+    m_simulator.end();
     waitUntil([&] { return instances.running().isEmpty(); });
-    m_simulator->start();
+    m_simulator.start();
 }
 
 OSTREL_TEST_MAIN(TestAdvice)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -11,16 +11,14 @@
 #include <QtCore/QScopeGuard>
 
 #include <csignal>
-#include <optional>
 
 // The examples, as their readers meet them: built against the installed library, and run.
-class TestExamples : public QObject
+class TestExamples : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
 
     void startAndFollowPrintsTheLifeOfTheApplication();
     void taskRunnerRunsATask();
@@ -43,16 +41,10 @@ private:
 
     QTemporaryDir m_folder;
     QProcessEnvironment m_environment;
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestExamples::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-
     const QString prefix = m_folder.filePath("prefix");
     m_environment = QProcessEnvironment::systemEnvironment();
     m_environment.insert("LD_LIBRARY_PATH", prefix + "/" LIBDIR);
@@ -70,11 +62,6 @@ void TestExamples::initTestCase()
         const Result result = run(CMAKE, step, m_environment);
         QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
     }
-}
-
-void TestExamples::init()
-{
-    m_simulator->reset();
 }
 
 QString TestExamples::program(const QString &example) const
@@ -116,19 +103,19 @@ void TestExamples::taskRunnerRunsATask()
 // The answers to the first two reports are out of date when they come.
 void TestExamples::windowStatusKeepsTheLatestReply()
 {
-    m_simulator->windowStatus().holdNext(3);
+    m_simulator.windowStatus().holdNext(3);
     Process example(program("window-status"), {});
     example.setProcessEnvironment(m_environment);
     example.start();
-    m_simulator->windowStatus().waitForHeld(3);
-    m_simulator->windowStatus().release({1, 0, 2});
+    m_simulator.windowStatus().waitForHeld(3);
+    m_simulator.windowStatus().release({1, 0, 2});
     QCOMPARE(example.readLine(), "state 2");
     example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardOutput() + example.readAllStandardError(), QByteArray());
 
     QStringList statuses;
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     for (const Call &call : calls) {
         statuses.append(call.arguments.at(1).toString());
     }
@@ -137,7 +124,7 @@ void TestExamples::windowStatusKeepsTheLatestReply()
 
 void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
 {
-    const MethodFaults start = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const MethodFaults start = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     start.holdNext(1);
     Process example(program("responsive"), {"demo.Viewer"});
     example.setProcessEnvironment(m_environment);
@@ -185,7 +172,7 @@ void TestExamples::examplesPrintWhyTheyFail()
     QFETCH(const QString, interface);
     QFETCH(const QString, method);
     QFETCH(const QString, errors);
-    const MethodFaults faults(*m_simulator, interface, method);
+    const MethodFaults faults(m_simulator, interface, method);
     for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
         faults.failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "not today");
     }
@@ -244,7 +231,7 @@ void TestExamples::examplesEndWithTheService()
     QFETCH(const int, end);
     QFETCH(const QString, errors);
     const auto back = qScopeGuard(
-        [address = m_bus->address().toUtf8()] { qputenv("DBUS_SESSION_BUS_ADDRESS", address); });
+        [address = m_bus.address().toUtf8()] { qputenv("DBUS_SESSION_BUS_ADDRESS", address); });
     PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();

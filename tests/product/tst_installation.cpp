@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -10,8 +10,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
-
-#include <optional>
 
 namespace
 {
@@ -28,7 +26,7 @@ QString block(const QString &language)
 
 // The library as another project meets it: installed, moved, and built against in three ways. The
 // other project is the program in the README.
-class TestInstallation : public QObject
+class TestInstallation : public SimulatorTest
 {
     Q_OBJECT
 
@@ -53,16 +51,10 @@ private:
     QString m_prefix;
     QString m_project;
     QProcessEnvironment m_environment;
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestInstallation::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-
     // Installed in one place, used in another.
     const QString first = m_folder.filePath("first");
     m_prefix = m_folder.filePath("moved");
@@ -78,6 +70,7 @@ void TestInstallation::initTestCase()
 // A folder for each test, with the program in it.
 void TestInstallation::init()
 {
+    SimulatorTest::init();
     m_project = m_folder.filePath(QTest::currentTestFunction());
     QVERIFY(QDir().mkpath(m_project));
     const QString program = block("cpp");

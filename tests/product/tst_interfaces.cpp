@@ -3,7 +3,7 @@
 
 #include "files.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 
@@ -11,8 +11,6 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QXmlStreamReader>
-
-#include <optional>
 
 using Ostrel::TaskInvoker;
 
@@ -115,12 +113,11 @@ void addInterfaces()
 
 // The interface descriptions in the tree, against what the simulator exports and does, and what the
 // library sends.
-class TestInterfaces : public QObject
+class TestInterfaces : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void init();
 
     void simulatorExportsTheDescriptions_data();
@@ -133,29 +130,19 @@ private Q_SLOTS:
 
 private:
     Result busctl(const QStringList &arguments) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestInterfaces::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 // There is a session to look at.
 void TestInterfaces::init()
 {
-    m_simulator->reset();
+    SimulatorTest::init();
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
 }
 
 Result TestInterfaces::busctl(const QStringList &arguments) const
 {
-    return ::busctl(*m_bus, arguments);
+    return ::busctl(m_bus, arguments);
 }
 
 void TestInterfaces::simulatorExportsTheDescriptions_data()
@@ -210,11 +197,11 @@ void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
     const Methods methods = interfacesInFile(interface).value(interface).methods;
     QCOMPARE(methods.size(), 19);
     for (auto method = methods.cbegin(); method != methods.cend(); ++method) {
-        const QDBusMessage wrong = m_simulator->desk(method.key(), {true});
+        const QDBusMessage wrong = m_simulator.desk(method.key(), {true});
         QCOMPARE(wrong.errorMessage(),
                  QString("%1 takes \"%2\", not \"b\"").arg(method.key(), method->inSignature));
         if (method->inSignature.isEmpty()) {
-            QCOMPARE(m_simulator->desk(method.key()).signature(), method->outSignature);
+            QCOMPARE(m_simulator.desk(method.key()).signature(), method->outSignature);
         } else {
             QVERIFY(method->out.isEmpty());
         }
@@ -223,14 +210,14 @@ void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
 
 void TestInterfaces::librarySendsTheDescribedTypes()
 {
-    m_simulator->reset();
+    m_simulator.reset();
     reportWindow();
     Events events;
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     invoker.start("contacts", {}, {}, events.started());
     invoker.stop("contacts", events.stopped());
     events.waitFor(2);
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
 
     QMap<QString, QStringList> sent;
     for (const Call &call : calls) {

@@ -3,7 +3,7 @@
 
 #include "bus_monitor.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -11,7 +11,6 @@
 #include <QtCore/QJsonArray>
 
 #include <algorithm>
-#include <optional>
 
 using Ostrel::WindowManagement;
 
@@ -26,48 +25,20 @@ bool isReportOf(const QString &window, const QJsonObject &message)
 
 } // namespace
 
-// What the library puts on the wire, as a program sees it that shares no code with it.
-class TestWire : public QObject
+// What the library sends. busctl sees it, which shares no code with the library.
+class TestWire : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void windowStatusIsOneMessage();
     void serviceReceivesOnlyTheReports();
     void proxyOutlivesItsClient();
-
-private:
-    // All messages of this process until it has reported the marker window.
-    QVector<QJsonObject> ownMessages(BusMonitor &monitor);
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestWire::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-QVector<QJsonObject> TestWire::ownMessages(BusMonitor &monitor)
-{
-    reportWindow("marker");
-    const QVector<QJsonObject> messages = monitor.messagesUntil(
-        [](const QJsonObject &message) { return isReportOf("marker", message); });
-    const QString self = QDBusConnection::sessionBus().baseService();
-    QVector<QJsonObject> own;
-    std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(own),
-                 [&self](const QJsonObject &message) { return message.value("sender") == self; });
-    return own;
-}
 
 void TestWire::windowStatusIsOneMessage()
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     reportWindow("main", -1, 2147483647, 3);
     const QVector<QJsonObject> messages = monitor.messagesUntil([](const QJsonObject &message) {
         return message.value("type") == "method_return" && message.value("payload")["type"] == "u"
@@ -84,18 +55,19 @@ void TestWire::windowStatusIsOneMessage()
     QCOMPARE(call->value("interface").toString(), OSTREL_SERVICE_NAME ".WindowManagement1");
     QCOMPARE(call->value("payload").toObject(),
              (QJsonObject{{"type", "siii"}, {"data", QJsonArray{"main", -1, 2147483647, 3}}}));
-    // The service may be started by the call, and has to answer.
+    // The call may start the service, and the service must answer.
     QCOMPARE(call->value("flags").toInt(), 0);
 
     QCOMPARE(messages.constLast().value("reply_cookie"), call->value("cookie"));
 }
 
-// No introspection, no properties, no pings: the one call.
+// One call, without introspection, properties or pings.
 void TestWire::serviceReceivesOnlyTheReports()
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
+    reportWindow();
     QStringList members;
-    const QVector<QJsonObject> messages = ownMessages(monitor);
+    const QVector<QJsonObject> messages = monitor.ownMessages();
     for (const QJsonObject &message : messages) {
         if (message.value("destination") != "org.freedesktop.DBus") {
             members.append(message.value("member").toString());
@@ -104,15 +76,16 @@ void TestWire::serviceReceivesOnlyTheReports()
     QCOMPARE(members, QStringList("UpdateWindowStatus"));
 }
 
-// A client's proxy lives until the process ends, so its match rules are never taken back.
+// The proxy of a client lives until the process ends, so its match rules are never removed.
 void TestWire::proxyOutlivesItsClient()
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     {
         const WindowManagement windows;
     }
+    reportWindow();
     QStringList members;
-    const QVector<QJsonObject> messages = ownMessages(monitor);
+    const QVector<QJsonObject> messages = monitor.ownMessages();
     for (const QJsonObject &message : messages) {
         members.append(message.value("member").toString());
     }

@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <csignal>
-#include <optional>
 
 namespace
 {
@@ -25,37 +24,18 @@ QProcessEnvironment withoutLeakDetection()
 // The library around the beginning and the end of a process, and of the application object. Each
 // row is a program of its own, in lifetimes/. That nothing is used after its end, the sanitizers
 // see.
-class TestLifetimes : public QObject
+class TestLifetimes : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void programEndsCleanly_data();
     void programEndsCleanly();
     void callsWithoutReplyAreLeftToTheEnd();
     void endWaitsForTheRequestsOfOtherThreads();
     void busThatEndsBeforeTheLoopRunsIsNoticed();
     void busThatEndsInTheFirstObjectIsNoticed();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestLifetimes::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestLifetimes::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestLifetimes::programEndsCleanly_data()
 {
@@ -137,7 +117,7 @@ void TestLifetimes::programEndsCleanly()
 {
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address());
     const QString program = QTest::currentDataTag();
     if (program == "staticObjectsFromTheBeginning") {
         environment.insert("EARLY", "1");
@@ -150,9 +130,9 @@ void TestLifetimes::programEndsCleanly()
 
 void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
 {
-    m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
-    m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
+    m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     const Result result = run(LIFETIMES, {"callsUnderWay"}, withoutLeakDetection());
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
@@ -160,7 +140,7 @@ void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
 
 void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
 {
-    const MethodFaults starts = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const MethodFaults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
     Process program(LIFETIMES, {"requestUnderWay"});
     program.setProcessEnvironment(withoutLeakDetection());
@@ -188,7 +168,7 @@ void TestLifetimes::busThatEndsBeforeTheLoopRunsIsNoticed()
              "start " + failure + failure.repeated(3));
     QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
     QCOMPARE(program.exitCode(), 0);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
 }
 
 void TestLifetimes::busThatEndsInTheFirstObjectIsNoticed()
@@ -204,7 +184,7 @@ void TestLifetimes::busThatEndsInTheFirstObjectIsNoticed()
     QCOMPARE(program.waitForEnd(), 0);
     QCOMPARE(QString::fromUtf8(program.readAllStandardOutput()),
              "start 1 Not connected to D-Bus server\nready 1\n");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
 }
 
 OSTREL_TEST_MAIN(TestLifetimes)

@@ -2,15 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
-
-#include <optional>
 
 using Ostrel::Control;
 using Ostrel::DebugParams;
@@ -27,12 +25,11 @@ constexpr int largestTaskType = 32 << 20;
 
 // Texts that no message can hold. The bus would drop the process for good, so they are refused,
 // and the process goes on.
-class TestTooLarge : public QObject
+class TestTooLarge : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void cleanup();
 
     void controlRefusesTooLargeStrings();
@@ -48,23 +45,13 @@ private:
     const QString m_text{45000000, QChar(0x20ac)};
     const QString m_refusal =
         "Marshalling failed: a text of 135000000 bytes is too large for a message";
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestTooLarge::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 void TestTooLarge::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
-    QCOMPARE(m_simulator->calls().size(), 0);
-    m_simulator->reset();
+    QCOMPARE(m_simulator.calls().size(), 0);
+    SimulatorTest::cleanup();
 }
 
 void TestTooLarge::controlRefusesTooLargeStrings()
@@ -93,7 +80,7 @@ void TestTooLarge::taskInvokerRefusesTooLargeValues()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "photos");
     QVERIFY(!waitUntilReady(invoker));
-    m_simulator->reset();
+    m_simulator.reset();
 
     Events events;
     TaskInvoker::StartupInfo large;
@@ -156,7 +143,7 @@ void TestTooLarge::largestTaskTypeIsAccepted()
     });
     waitUntil([&] { return answered; });
     QCOMPARE(error.code(), Error::HandlerNotFound);
-    m_simulator->reset();
+    m_simulator.reset();
 }
 
 void TestTooLarge::windowManagementRefusesTooLargeStrings()

@@ -1,24 +1,21 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
 
 #include <dlfcn.h>
-#include <optional>
 
 // Plugins that use the library come and go. QtDBus goes on knowing what the library has registered
 // and the objects that it keeps, so that the library itself has to stay.
-class TestUnloading : public QObject
+class TestUnloading : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void pluginsAreLoadedAndUnloaded();
     void callsOfAnUnloadedPluginFinish();
     void hostNeedNotLinkQt();
@@ -28,9 +25,6 @@ private:
     static void usePlugin();
     // Has the service send each signal to whoever listens, and lets them arrive.
     void sendSignals() const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 namespace
@@ -46,13 +40,6 @@ bool isLoaded(const char *file)
 }
 
 } // namespace
-
-void TestUnloading::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 void TestUnloading::usePlugin()
 {
@@ -70,8 +57,8 @@ void TestUnloading::sendSignals() const
 {
     const QVariantMap details{{"State", 3U}};
     for (const char *member : {"Started", "Terminated", "StateChanged"}) {
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member,
-                                {"id", details});
+        m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member,
+                               {"id", details});
     }
     // Its answer is behind them.
     QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
@@ -97,8 +84,8 @@ void TestUnloading::callsOfAnUnloadedPluginFinish()
 {
     usePlugin();
     sendSignals();
-    m_simulator->end();
-    m_simulator->start();
+    m_simulator.end();
+    m_simulator.start();
     sendSignals();
     // Qt makes one of its own from the registration.
     const int type = QMetaType::type("QVector<RunningApplication>");

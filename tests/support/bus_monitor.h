@@ -22,6 +22,9 @@ public:
     // All messages up to and including the first one that is the last.
     QVector<QJsonObject> messagesUntil(const std::function<bool(const QJsonObject &)> &isLast);
 
+    // What this process has sent on the session bus until now.
+    QVector<QJsonObject> ownMessages();
+
 private:
     Process m_process;
 };

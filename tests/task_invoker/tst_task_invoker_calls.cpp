@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "error_names.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -11,21 +11,15 @@
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
 
-#include <optional>
-
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // Tasks are started and stopped, and the outcomes arrive.
-class TestTaskInvokerCalls : public QObject
+class TestTaskInvokerCalls : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void startIsOneMessage();
     void stopIsOneMessage();
     void callsDoNotWaitForTheRegistration();
@@ -53,44 +47,19 @@ private Q_SLOTS:
 private:
     MethodFaults starts() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     }
     MethodFaults stops() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
     }
     // The calls of the session, which the registration is none of.
     QVector<Call> sessionCalls() const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerCalls::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerCalls::init()
-{
-    m_warnings.emplace();
-}
-
-// No outcome of these calls is ever logged.
-void TestTaskInvokerCalls::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 QVector<Call> TestTaskInvokerCalls::sessionCalls() const
 {
-    QVector<Call> calls = m_simulator->calls();
+    QVector<Call> calls = m_simulator.calls();
     calls.removeFirst();
     return calls;
 }
@@ -136,7 +105,7 @@ void TestTaskInvokerCalls::stopIsOneMessage()
 void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
 {
     const MethodFaults registration =
-        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
@@ -152,8 +121,7 @@ void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
 
 void TestTaskInvokerCalls::callsAreSentAfterAFailedRegistration()
 {
-    m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
-        .failNext("a.b", QString());
+    m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").failNext("a.b", QString());
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(waitUntilReady(invoker).isError());
@@ -265,7 +233,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber_data()
 void TestTaskInvokerCalls::errorsMayCarryANumber()
 {
     QFETCH(QString, value);
-    busctlDesk(*m_bus, "FailNextWith",
+    busctlDesk(m_bus, "FailNextWith",
                QStringList{"sssav", OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start", "a.b", "1"}
                    + wordsOf(value));
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");

@@ -1,18 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "waiting.h"
-#include "warnings.h"
 
 #include <QtCore/QThread>
 
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <optional>
 
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
@@ -56,7 +54,7 @@ const std::vector<Request> &requests()
 } // namespace
 
 // What an invoker knows of itself, and callbacks on behalf of an object.
-class TestTaskInvokerContexts : public QObject
+class TestTaskInvokerContexts : public SimulatorTest
 {
     Q_OBJECT
 
@@ -94,9 +92,6 @@ private:
     // Returns when an invoker of its own has been registered, after all that came before.
     static void roundTrip();
 
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
     QThread m_thread;
 };
 
@@ -110,15 +105,12 @@ void TestTaskInvokerContexts::eachRequest()
 
 void TestTaskInvokerContexts::initTestCase()
 {
-    m_bus.emplace();
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address().toUtf8());
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toUtf8());
 }
 
 void TestTaskInvokerContexts::init()
 {
-    m_warnings.emplace();
+    SimulatorTest::init();
     m_thread.start();
 }
 
@@ -126,15 +118,12 @@ void TestTaskInvokerContexts::cleanup()
 {
     m_thread.quit();
     m_thread.wait();
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
+    SimulatorTest::cleanup();
 }
 
 std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request &request) const
 {
-    const MethodFaults faults(*m_simulator, request.interface, request.method);
+    const MethodFaults faults(m_simulator, request.interface, request.method);
     faults.holdNext(1);
     auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "sync");
     if (QString(request.name) != "onReady") {
@@ -145,7 +134,7 @@ std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request 
 
 void TestTaskInvokerContexts::release(const Request &request) const
 {
-    const MethodFaults faults(*m_simulator, request.interface, request.method);
+    const MethodFaults faults(m_simulator, request.interface, request.method);
     faults.waitForHeld(1);
     faults.release({0});
 }
@@ -177,7 +166,7 @@ void TestTaskInvokerContexts::readinessAndErrorAreThoseOfTheRegistration()
     QFETCH(const QString, error);
     QFETCH(const int, code);
     if (!error.isEmpty()) {
-        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
+        m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
             .failNext(error, "not today");
     }
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
@@ -261,7 +250,7 @@ void TestTaskInvokerContexts::readyInvokerCallsAtOnceInItsOwnThread()
 void TestTaskInvokerContexts::startAndStopHandOverTheOutcome()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
-    m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start").answerNext({42});
+    m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start").answerNext({42});
     Events events;
     waitUntilReady(invoker);
     invoker.start("photos", {}, {}, this, events.started());

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -11,7 +11,6 @@
 #include <QtCore/QThread>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 using Ostrel::Error;
@@ -51,15 +50,11 @@ void otherRoundTrip()
 
 // Invokers that end at every stage, and in whatever they call. Much of what is shown here is that
 // nothing is leaked or used after its end, which the sanitizers see.
-class TestTaskInvokerLifetimes : public QObject
+class TestTaskInvokerLifetimes : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void deletedBeforeTheReply_data();
     void deletedBeforeTheReply();
     void deletedWithItsParent();
@@ -67,10 +62,8 @@ private Q_SLOTS:
     void deletedInAReadyCallback_data();
     void deletedInAReadyCallback();
     void deletedInAReadyCallbackThatRunsAtOnce();
-    void deletedInASlotOfTheFirstLists_data();
-    void deletedInASlotOfTheFirstLists();
-    void deletedInASlotOfAChange_data();
-    void deletedInASlotOfAChange();
+    void deletedInASlot_data();
+    void deletedInASlot();
     void deletedInTheCallbackOfACall_data();
     void deletedInTheCallbackOfACall();
     void deletedInAnEventLoopOfACallback();
@@ -85,37 +78,13 @@ private Q_SLOTS:
 private:
     MethodFaults registration() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
     MethodFaults starts() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     }
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerLifetimes::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerLifetimes::init()
-{
-    m_warnings.emplace();
-}
-
-void TestTaskInvokerLifetimes::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestTaskInvokerLifetimes::deletedBeforeTheReply_data()
 {
@@ -193,7 +162,7 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback()
     if (answer == "error") {
         registration().failNext("a.b", "text");
     } else if (answer == "/x") {
-        answerRegistration(*m_bus, 2, QString("o %1 a{sv} 0").arg(answer));
+        answerRegistration(m_bus, 2, QString("o %1 a{sv} 0").arg(answer));
     }
     const Warnings warnings;
     QPointer<TaskInvoker> invoker =
@@ -233,47 +202,38 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallbackThatRunsAtOnce()
     QCOMPARE(seen, "1 \"text\"");
 }
 
-void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists_data()
+void TestTaskInvokerLifetimes::deletedInASlot_data()
 {
+    QTest::addColumn<bool>("first");
     QTest::addColumn<bool>("active");
-    QTest::newRow("activeTasksChanged") << true;
-    QTest::newRow("availableTasksChanged") << false;
+    QTest::newRow("activeTasksChanged, first lists") << true << true;
+    QTest::newRow("availableTasksChanged, first lists") << true << false;
+    QTest::newRow("activeTasksChanged, later lists") << false << true;
+    QTest::newRow("availableTasksChanged, later lists") << false << false;
 }
 
-void TestTaskInvokerLifetimes::deletedInASlotOfTheFirstLists()
+void TestTaskInvokerLifetimes::deletedInASlot()
 {
-    QFETCH(bool, active);
-    answerRegistration(*m_bus, type, bothLists);
+    QFETCH(const bool, first);
+    QFETCH(const bool, active);
+    if (first) {
+        answerRegistration(m_bus, type, bothLists);
+    }
     QPointer<TaskInvoker> invoker = newInvoker();
-    Events events;
-    events.watch(*invoker);
-    invoker->onReady(events.ready());
-    deleteIn(invoker, active);
-    events.waitFor(active ? 1 : 2);
-    otherRoundTrip();
-    QVERIFY(invoker.isNull());
-    QCOMPARE(events.all(),
-             QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
-}
-
-void TestTaskInvokerLifetimes::deletedInASlotOfAChange_data()
-{
-    deletedInASlotOfTheFirstLists_data();
-}
-
-void TestTaskInvokerLifetimes::deletedInASlotOfAChange()
-{
-    QFETCH(bool, active);
-    QPointer<TaskInvoker> invoker = newInvoker();
-    waitUntilReady(*invoker);
+    if (!first) {
+        waitUntilReady(*invoker);
+    }
     Events events;
     events.watch(*invoker);
     deleteIn(invoker, active);
-    emitPropertiesChanged(*m_bus, type, bothLists);
-    emitPropertiesChanged(*m_bus, type, bothLists);
-    events.waitFor(active ? 1 : 2);
+    if (first) {
+        invoker->onReady(events.ready("never"));
+    } else {
+        emitPropertiesChanged(m_bus, type, bothLists);
+        emitPropertiesChanged(m_bus, type, bothLists);
+    }
+    waitUntil([&invoker] { return invoker.isNull(); });
     otherRoundTrip();
-    QVERIFY(invoker.isNull());
     QCOMPARE(events.all(),
              QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
 }
@@ -315,7 +275,7 @@ void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
     // What was sent was carried out all the same.
     QCOMPARE(
         m_simulator
-            ->desk("WaitForCalls", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop", start ? 1U : 2U})
+            .desk("WaitForCalls", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop", start ? 1U : 2U})
             .type(),
         QDBusMessage::ReplyMessage);
 }

@@ -1,14 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include <QtCore/QVariantMap>
-
-#include <optional>
 
 using Ostrel::TaskInvoker;
 
@@ -20,15 +17,11 @@ const QString type = "other";
 } // namespace
 
 // The service announces lists of tasks, and the invoker passes them on.
-class TestTaskInvokerLists : public QObject
+class TestTaskInvokerLists : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void replyToTheRegistrationFillsTheLists();
     void replyWithoutListsChangesNothing();
     void changesReplaceTheLists_data();
@@ -49,36 +42,11 @@ private Q_SLOTS:
 private:
     // An announcement of the list "end" is the marker behind everything else.
     void waitForTheEnd(const Events &events) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerLists::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerLists::init()
-{
-    m_warnings.emplace();
-}
-
-// Nothing of this is ever logged.
-void TestTaskInvokerLists::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestTaskInvokerLists::waitForTheEnd(const Events &events) const
 {
-    emitPropertiesChanged(*m_bus, type, "1 ActiveTasks a(sia{sv}) 1 end 0 0");
+    emitPropertiesChanged(m_bus, type, "1 ActiveTasks a(sia{sv}) 1 end 0 0");
     waitUntil([&] { return events.all().contains("active [end 0 {}]"); });
     QCOMPARE(events.all().constLast(), "active [end 0 {}]");
 }
@@ -98,7 +66,7 @@ void TestTaskInvokerLists::replyToTheRegistrationFillsTheLists()
 
 void TestTaskInvokerLists::replyWithoutListsChangesNothing()
 {
-    answerRegistration(*m_bus, type, "1 Other i 3");
+    answerRegistration(m_bus, type, "1 Other i 3");
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     events.watch(invoker);
@@ -152,21 +120,21 @@ void TestTaskInvokerLists::changesReplaceTheLists()
     QFETCH(QString, invalidated);
     QFETCH(QString, interface);
     QFETCH(QStringList, seen);
-    answerRegistration(*m_bus, type,
+    answerRegistration(m_bus, type,
                        "2 ActiveTasks a(sia{sv}) 1 old 9 0 AvailableTasks "
                        "a(sa{sv}) 1 old 0");
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    emitPropertiesChanged(*m_bus, type, changed, invalidated, interface);
+    emitPropertiesChanged(m_bus, type, changed, invalidated, interface);
     waitForTheEnd(events);
     QCOMPARE(events.all(), seen + QStringList("active [end 0 {}]"));
     if (!seen.join(QString()).contains("available")) {
         QCOMPARE(text(invoker.availableTasks()), "old {}");
     }
     // Nothing is fetched: the registration is all that was sent.
-    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator.calls().size(), 1);
 }
 
 void TestTaskInvokerLists::recordsArriveUnchanged()
@@ -176,7 +144,7 @@ void TestTaskInvokerLists::recordsArriveUnchanged()
     Events events;
     events.watch(invoker);
     emitPropertiesChanged(
-        *m_bus, type,
+        m_bus, type,
         "2 ActiveTasks a(sia{sv}) 3 '' -2147483648 0 one 1 2 A i -1 B as 2 x y "
         "two 2147483647 0 AvailableTasks a(sa{sv}) 2 a 1 K a{sv} 1 k v s deep b 0");
     events.waitFor(2);
@@ -193,7 +161,7 @@ void TestTaskInvokerLists::aListStaysWhenTheOtherChanges()
     const auto available = text(invoker.availableTasks());
     Events events;
     events.watch(invoker);
-    emitPropertiesChanged(*m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 a 1 0");
+    emitPropertiesChanged(m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 a 1 0");
     events.waitFor(1);
     roundTrip(invoker);
     QCOMPARE(events.all(), QStringList("active [a 1 {}]"));
@@ -207,7 +175,7 @@ void TestTaskInvokerLists::equalListsEmitTheSignalAgain()
     Events events;
     events.watch(invoker);
     for (int i = 0; i < 3; ++i) {
-        emitPropertiesChanged(*m_bus, type, "1 AvailableTasks a(sa{sv}) 1 a 0");
+        emitPropertiesChanged(m_bus, type, "1 AvailableTasks a(sa{sv}) 1 a 0");
     }
     waitForTheEnd(events);
     const QString seen = "available [a {}]";
@@ -225,7 +193,7 @@ void TestTaskInvokerLists::activeTasksComeFirst()
             [&] { availableWhenActive = invoker.availableTasks().size(); });
     connect(&invoker, &TaskInvoker::availableTasksChanged, this,
             [&] { availableWhenAvailable = invoker.availableTasks().size(); });
-    emitPropertiesChanged(*m_bus, "sync",
+    emitPropertiesChanged(m_bus, "sync",
                           "2 AvailableTasks a(sa{sv}) 1 b 0 ActiveTasks a(sia{sv}) 1 a 1 0");
     waitUntil([&] { return availableWhenAvailable == 1; });
     QCOMPARE(availableWhenActive, 3);
@@ -251,14 +219,14 @@ void TestTaskInvokerLists::startAndStopChangeTheLists()
 void TestTaskInvokerLists::changesBeforeTheReplyAreApplied()
 {
     const MethodFaults registration =
-        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     events.watch(invoker);
     invoker.onReady(events.ready());
     registration.waitForHeld(1);
-    emitPropertiesChanged(*m_bus, type, "1 AvailableTasks a(sa{sv}) 1 early 0");
+    emitPropertiesChanged(m_bus, type, "1 AvailableTasks a(sa{sv}) 1 early 0");
     events.waitFor(1);
     QCOMPARE(text(invoker.availableTasks()), "early {}");
     registration.release({0});
@@ -320,7 +288,7 @@ void TestTaskInvokerLists::otherSignalsAreDropped()
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    emitSignal(*m_bus, path, interface, member, arguments, count);
+    emitSignal(m_bus, path, interface, member, arguments, count);
     waitForTheEnd(events);
     QCOMPARE(events.size(), 1);
 }
@@ -339,7 +307,7 @@ void TestTaskInvokerLists::otherSendersAreDropped()
             arguments.append(destination);
         }
         const Result sent =
-            busctl(*m_bus,
+            busctl(m_bus,
                    arguments
                        + QStringList{"emit", sessionPath(type), "org.freedesktop.DBus.Properties",
                                      "PropertiesChanged", "sa{sv}as"}
@@ -371,7 +339,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
     QFETCH(const QStringList, expected);
     // The older announcement comes with the reply to the registration first, then by itself.
     const QString older = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 old 0";
-    answerRegistration(*m_bus, type, older);
+    answerRegistration(m_bus, type, older);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
     events.watch(invoker);
@@ -379,7 +347,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&] {
         if (first) {
             first = false;
-            emitPropertiesChanged(*m_bus, type, newer);
+            emitPropertiesChanged(m_bus, type, newer);
             events.waitFor(expected.size() - 1);
             events.add("end");
         }
@@ -390,7 +358,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
 
     events.clear();
     first = true;
-    emitPropertiesChanged(*m_bus, type, older);
+    emitPropertiesChanged(m_bus, type, older);
     events.waitFor(all.size());
     QCOMPARE(events.all(), all);
 }
@@ -403,7 +371,7 @@ void TestTaskInvokerLists::longTaskTypesReceiveChanges()
     waitUntilReady(invoker);
     Events events;
     events.watch(invoker);
-    emitPropertiesChanged(*m_bus, longType, "1 ActiveTasks a(sia{sv}) 1 a 1 0");
+    emitPropertiesChanged(m_bus, longType, "1 ActiveTasks a(sia{sv}) 1 a 1 0");
     events.waitFor(1);
     QCOMPARE(events.all(), QStringList("active [a 1 {}]"));
 }

@@ -1,12 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
-
-#include <optional>
 
 using Ostrel::TaskInvoker;
 
@@ -81,36 +79,17 @@ void addValues()
 } // namespace
 
 // Values of any type in the place of the lists: nothing crashes, hangs or is logged.
-class TestTaskInvokerMalformed : public QObject
+class TestTaskInvokerMalformed : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void valuesOfAChangeMayHaveAnyType_data() { addValues(); }
     void valuesOfAChangeMayHaveAnyType();
     void valuesOfTheReplyMayHaveAnyType_data() { addValues(); }
     void valuesOfTheReplyMayHaveAnyType();
     void deeplyNestedValues();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestTaskInvokerMalformed::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerMalformed::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestTaskInvokerMalformed::valuesOfAChangeMayHaveAnyType()
 {
@@ -124,7 +103,7 @@ void TestTaskInvokerMalformed::valuesOfAChangeMayHaveAnyType()
     Events events;
     events.watch(invoker);
     emitPropertiesChanged(
-        *m_bus, type, QString("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
+        m_bus, type, QString("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
     events.waitFor(2);
     roundTrip(invoker);
     QCOMPARE(events.all(),
@@ -139,7 +118,7 @@ void TestTaskInvokerMalformed::valuesOfTheReplyMayHaveAnyType()
     QFETCH(QString, value);
     QFETCH(QString, active);
     QFETCH(QString, available);
-    answerRegistration(*m_bus, type,
+    answerRegistration(m_bus, type,
                        QString("2 ActiveTasks %1 %2 AvailableTasks %1 %2").arg(signature, value));
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -165,7 +144,7 @@ void TestTaskInvokerMalformed::deeplyNestedValues()
         deep.prepend("v ");
     }
     const QString arrays = QString(28, 'a') + "i 0";
-    emitPropertiesChanged(*m_bus, type,
+    emitPropertiesChanged(m_bus, type,
                           QString("2 ActiveTasks a(sia{sv}) 1 x 1 1 deep %1 "
                                   "AvailableTasks %2")
                               .arg(deep, arrays));

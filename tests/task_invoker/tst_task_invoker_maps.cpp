@@ -1,17 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
 #include <functional>
-#include <optional>
 #include <type_traits>
 
 using Hints = Ostrel::TaskInvoker::Hints;
@@ -26,14 +24,11 @@ static_assert(std::is_convertible_v<const Hints &, const QVariantMap &>);
 static_assert(sizeof(Hints) == sizeof(QVariantMap) && sizeof(StartupInfo) == sizeof(QVariantMap));
 
 // What a task is started with and how: what the maps hold, and what they are on the wire.
-class TestTaskInvokerMaps : public QObject
+class TestTaskInvokerMaps : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void nothingIsSetAtFirst();
     void eachHintWritesItsKey_data();
     void eachHintWritesItsKey();
@@ -53,35 +48,20 @@ private Q_SLOTS:
 private:
     // The two maps of a start, as busctl reads them from the call log.
     QStringList onTheWire(const StartupInfo &info, const Hints &hints) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestTaskInvokerMaps::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerMaps::cleanup()
-{
-    m_simulator->reset();
-}
 
 QStringList TestTaskInvokerMaps::onTheWire(const StartupInfo &info, const Hints &hints) const
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
-    m_simulator->desk("ClearCalls");
+    m_simulator.desk("ClearCalls");
     Events events;
     invoker.start("photos", info, hints, events.started());
     events.waitFor(1);
     if (events.all().constFirst() != "started 1: 0") {
         qFatal("the task is not started");
     }
-    const QJsonDocument log = QJsonDocument::fromJson(busctlDesk(*m_bus, "Calls").toUtf8());
+    const QJsonDocument log = QJsonDocument::fromJson(busctlDesk(m_bus, "Calls").toUtf8());
     const QJsonArray call = log["data"][0][0].toArray();
     if (call.at(3) != "sa{sv}a{sv}") {
         qFatal("the signature is not the right one");

@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
 
 #include <memory>
-#include <optional>
 
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
@@ -20,15 +19,11 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 } // namespace
 
 // Who waits for the answer to the registration learns of it once, whatever it is.
-class TestTaskInvokerReady : public QObject
+class TestTaskInvokerReady : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void callbacksRunInOrderAfterTheSignals();
     void laterCallbacksRunAtOnce_data();
     void laterCallbacksRunAtOnce();
@@ -52,37 +47,13 @@ private:
 
     MethodFaults registration() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerReady::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerReady::init()
-{
-    m_warnings.emplace();
-}
-
-void TestTaskInvokerReady::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestTaskInvokerReady::callbacksRunInOrderAfterTheSignals()
 {
-    answerRegistration(*m_bus, "sync", oneTask);
+    answerRegistration(m_bus, "sync", oneTask);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     invoker.onReady(events.ready("first"));
@@ -222,7 +193,7 @@ void TestTaskInvokerReady::slotsOfTheFirstListsAskBeforeItIsReady()
 void TestTaskInvokerReady::furtherValuesInAReplyAreAccepted()
 {
     answerRegistration(
-        *m_bus, 4, QString("o %1 a{sv} %2 s more a(si) 1 x 3").arg(sessionPath("sync"), oneTask));
+        m_bus, 4, QString("o %1 a{sv} %2 s more a(si) 1 x 3").arg(sessionPath("sync"), oneTask));
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QCOMPARE(text(waitUntilReady(invoker)), "0");
     QCOMPARE(text(invoker.availableTasks()), "a {}");

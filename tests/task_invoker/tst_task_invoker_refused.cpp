@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "error_names.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -13,7 +13,6 @@
 #include <QtDBus/QDBusObjectPath>
 
 #include <csignal>
-#include <optional>
 
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
@@ -26,15 +25,11 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 } // namespace
 
 // A registration fails: who waits for the answer learns why, it is logged, and the lists stay.
-class TestTaskInvokerRefused : public QObject
+class TestTaskInvokerRefused : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void serviceErrorsAreMapped_data();
     void serviceErrorsAreMapped();
     void errorsWithoutATextAreMapped();
@@ -54,40 +49,16 @@ private Q_SLOTS:
 private:
     MethodFaults registration() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
     // Has the next registration fail, by a foreign path or by an error.
     void failRegistration(bool foreign) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerRefused::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerRefused::init()
-{
-    m_warnings.emplace();
-}
-
-void TestTaskInvokerRefused::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestTaskInvokerRefused::failRegistration(bool foreign) const
 {
     if (foreign) {
-        answerRegistration(*m_bus, 2, "o /x a{sv} " + oneTask);
+        answerRegistration(m_bus, 2, "o /x a{sv} " + oneTask);
     } else {
         registration().failNext("a.b", QString());
     }
@@ -121,7 +92,7 @@ void TestTaskInvokerRefused::serviceErrorsAreMapped()
 
 void TestTaskInvokerRefused::errorsWithoutATextAreMapped()
 {
-    busctlDesk(*m_bus, "FailNextWith",
+    busctlDesk(m_bus, "FailNextWith",
                {"sssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "a.b", "1", "a(si)", "1",
                 "x", "3"});
     const Warnings warnings;
@@ -160,7 +131,7 @@ void TestTaskInvokerRefused::otherRepliesAreFailures()
     QFETCH(int, count);
     QFETCH(QString, values);
     QFETCH(QString, got);
-    answerRegistration(*m_bus, count, values);
+    answerRegistration(m_bus, count, values);
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
@@ -190,7 +161,7 @@ void TestTaskInvokerRefused::otherSessionPathsAreErrors_data()
 void TestTaskInvokerRefused::otherSessionPathsAreErrors()
 {
     QFETCH(QString, path);
-    answerRegistration(*m_bus, 2, QString("o %1 a{sv} %2").arg(path, oneTask));
+    answerRegistration(m_bus, 2, QString("o %1 a{sv} %2").arg(path, oneTask));
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
@@ -204,7 +175,7 @@ void TestTaskInvokerRefused::otherSessionPathsAreErrors()
     QVERIFY(invoker.availableTasks().isEmpty());
     QVERIFY(invoker.activeTasks().isEmpty());
     // It goes on speaking to its own session.
-    QCOMPARE(m_simulator->calls().constLast().path, sessionPath("sync"));
+    QCOMPARE(m_simulator.calls().constLast().path, sessionPath("sync"));
 }
 
 void TestTaskInvokerRefused::failuresKeepTheLists_data()
@@ -225,7 +196,7 @@ void TestTaskInvokerRefused::failuresKeepTheLists()
     events.watch(invoker);
     // Signals that come before this one has been answered are of another test.
     waitUntilReady(invoker);
-    emitPropertiesChanged(*m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 c 8 0");
+    emitPropertiesChanged(m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 c 8 0");
     events.waitFor(1);
 
     registration().holdNext(1);
@@ -234,7 +205,7 @@ void TestTaskInvokerRefused::failuresKeepTheLists()
     earlyEvents.watch(early);
     early.onReady(earlyEvents.ready());
     registration().waitForHeld(1);
-    emitPropertiesChanged(*m_bus, "early", "1 ActiveTasks a(sia{sv}) 1 d 9 0");
+    emitPropertiesChanged(m_bus, "early", "1 ActiveTasks a(sia{sv}) 1 d 9 0");
     earlyEvents.waitFor(1);
     QCOMPARE(earlyEvents.all(), QStringList("active [d 9 {}]"));
     registration().release({0});
@@ -259,7 +230,7 @@ void TestTaskInvokerRefused::failuresKeepEarlierChanges()
     const TaskInvoker other(TaskInvoker::SessionBus, "other");
     registration().waitForCalls(1);
     failRegistration(foreign);
-    const auto process = pid_t(m_simulator->process().processId());
+    const auto process = pid_t(m_simulator.process().processId());
     const auto resume = qScopeGuard([process] { ::kill(process, SIGCONT); });
     ::kill(process, SIGSTOP);
     const QVariantMap changed{

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -10,20 +10,14 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMetaMethod>
 
-#include <optional>
-
 using Ostrel::TaskInvoker;
 
 // An invoker registers its type: what it is, and what its beginning and its end put on the bus.
-class TestTaskInvokerRegistration : public QObject
+class TestTaskInvokerRegistration : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void firstInvokerRegistersTheTypes();
     void classHasTwoSignals();
     void enumerationsHaveTheirNumbers();
@@ -40,52 +34,7 @@ private Q_SLOTS:
     void invalidTaskTypesAreSentToo();
     void invalidTaskTypesNeverMatchAPath();
     void invokersOfOneTypeShareASession();
-
-private:
-    // The messages of this process until a round trip of its own.
-    QVector<QJsonObject> ownMessages(BusMonitor &monitor);
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestTaskInvokerRegistration::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerRegistration::init()
-{
-    m_warnings.emplace();
-}
-
-void TestTaskInvokerRegistration::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
-
-QVector<QJsonObject> TestTaskInvokerRegistration::ownMessages(BusMonitor &monitor)
-{
-    const QString self = QDBusConnection::sessionBus().baseService();
-    QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
-    const QVector<QJsonObject> messages = monitor.messagesUntil(
-        [](const QJsonObject &message) { return message.value("member") == "End"; });
-    QVector<QJsonObject> own;
-    for (const QJsonObject &message : messages) {
-        if (message.value("sender") == self) {
-            own.append(message);
-        }
-    }
-    own.removeLast();
-    return own;
-}
 
 void TestTaskInvokerRegistration::firstInvokerRegistersTheTypes()
 {
@@ -142,7 +91,7 @@ void TestTaskInvokerRegistration::registersItsTypeOnce()
     roundTrip(invoker);
 
     // No introspection, no reading of properties: this one call, and that of the round trip.
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 2);
     const Call &call = calls.constFirst();
     QCOMPARE(call.path, OSTREL_SERVICE_PATH "/TaskInvoker1");
@@ -155,7 +104,7 @@ void TestTaskInvokerRegistration::registersItsTypeOnce()
 void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
 {
     const MethodFaults registration =
-        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
@@ -171,11 +120,11 @@ void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
 
 void TestTaskInvokerRegistration::registersBeforeItSubscribes()
 {
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     const TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     int registration = -1;
     int subscription = -1;
-    const QVector<QJsonObject> messages = ownMessages(monitor);
+    const QVector<QJsonObject> messages = monitor.ownMessages();
     for (int i = 0; i < messages.size(); ++i) {
         const QString member = messages.at(i).value("member").toString();
         const QString argument = messages.at(i).value("payload")["data"][0].toString();
@@ -208,9 +157,9 @@ void TestTaskInvokerRegistration::destructionSendsNothing()
     if (ready) {
         waitUntilReady(*invoker);
     }
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     invoker.reset();
-    const QVector<QJsonObject> messages = ownMessages(monitor);
+    const QVector<QJsonObject> messages = monitor.ownMessages();
     // It stops listening, which is between it and the message bus.
     for (const QJsonObject &message : messages) {
         QCOMPARE(message.value("destination").toString(), "org.freedesktop.DBus");
@@ -236,7 +185,7 @@ void TestTaskInvokerRegistration::validTaskTypesAreRegistered()
     Events events;
     invoker.start("none", {}, {}, events.started());
     events.waitFor(1);
-    QCOMPARE(m_simulator->calls().constLast().path, sessionPath(type));
+    QCOMPARE(m_simulator.calls().constLast().path, sessionPath(type));
     QVERIFY(events.all().constFirst().startsWith("started 0: 2 "));
 }
 
@@ -271,14 +220,14 @@ void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch()
     QCOMPARE(events.all(), QStringList("ready " + outcome));
     QFETCH(QString, warning);
     QCOMPARE(warnings.texts(), QStringList(warning));
-    QCOMPARE(m_simulator->calls().size(), 1);
-    QTEST(m_simulator->calls().at(0).arguments, "registered");
+    QCOMPARE(m_simulator.calls().size(), 1);
+    QTEST(m_simulator.calls().at(0).arguments, "registered");
 
     events.clear();
     invoker.start("task", {}, {}, events.started());
     events.waitFor(1);
     QVERIFY(events.all().at(0).startsWith("started 0: 1 \"Invalid object path: "));
-    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator.calls().size(), 1);
 }
 
 void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo_data()
@@ -300,7 +249,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     const QString refused = QString("4 \"\"%1\" makes no object path\"").arg(type);
 
     const MethodFaults registration =
-        m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -328,7 +277,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     events.waitFor(2);
     QCOMPARE(events.all(), (QStringList{"started 0: " + invalidPath, "stopped " + invalidPath}));
 
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.constFirst().member, "RegisterInvoker");
     QCOMPARE(calls.constFirst().signature, "s");
@@ -338,7 +287,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
 // Whatever path a service answers with, it is not this one.
 void TestTaskInvokerRegistration::invalidTaskTypesNeverMatchAPath()
 {
-    answerRegistration(*m_bus, "a_b", "0");
+    answerRegistration(m_bus, "a_b", "0");
     const Warnings warnings;
     TaskInvoker invoker(TaskInvoker::SessionBus, "a-b");
     QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "1 \"Wrong TaskInvoker path\"");

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 
@@ -10,12 +10,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 
 using Ostrel::TaskInvoker;
 
 // The calls of a task invoker as a program sees them that shares no code with it.
-class TestTaskInvokerWire : public QObject
+class TestTaskInvokerWire : public SimulatorTest
 {
     Q_OBJECT
 
@@ -29,17 +28,11 @@ private Q_SLOTS:
 private:
     // What this process sent to anyone but the message bus.
     QVector<QJsonObject> m_calls;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestTaskInvokerWire::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     {
         TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
         QVERIFY(!waitUntilReady(invoker));
@@ -52,17 +45,11 @@ void TestTaskInvokerWire::initTestCase()
         events.waitFor(1);
         roundTrip(invoker);
     }
-    const QString self = QDBusConnection::sessionBus().baseService();
-    QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, "/end", "a.b", "End"));
-    const QVector<QJsonObject> messages = monitor.messagesUntil(
-        [](const QJsonObject &message) { return message.value("member") == "End"; });
+    const QVector<QJsonObject> messages = monitor.ownMessages();
     std::copy_if(messages.cbegin(), messages.cend(), std::back_inserter(m_calls),
-                 [&self](const QJsonObject &message) {
-                     return message.value("sender") == self
-                         && message.value("destination") != "org.freedesktop.DBus";
+                 [](const QJsonObject &message) {
+                     return message["destination"] != "org.freedesktop.DBus";
                  });
-    m_calls.removeLast();
 }
 
 void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()

@@ -4,7 +4,7 @@
 #include "busctl.h"
 #include "files.h"
 #include "program_help.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -13,10 +13,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 
-#include <optional>
-
 // What bash offers behind the programs' names.
-class TestCompletion : public QObject
+class TestCompletion : public SimulatorTest
 {
     Q_OBJECT
 
@@ -40,17 +38,11 @@ private:
     // What is offered at the end of this line. A word ends at a blank, and at a "=" as in bash.
     static QStringList offers(const QString &line, const QString &folder = QString(),
                               const QString &program = QString());
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestCompletion::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-    const QDBusMessage rootFs = m_simulator->desk("RootFs");
+    const QDBusMessage rootFs = m_simulator.desk("RootFs");
     qputenv("OSTREL_ROOTFS", rootFs.arguments().value(0).toString().toUtf8());
 }
 
@@ -195,7 +187,7 @@ void TestCompletion::offersWhatIsRunning()
 
 void TestCompletion::offersNoUnknownInstance()
 {
-    busctlDesk(*m_bus, "AnswerNext",
+    busctlDesk(m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2"}
                    + wordsOf("a(siuua{sv}) 2 a 17 0 0 0 b 18 0 0 1 InstanceId s one "
                              "a(ssiua{sv}) 0"));
@@ -209,7 +201,7 @@ void TestCompletion::leavesOutWhatTheShellWouldExpand()
     const QStringList ids{"$(touch ran)", "`touch ran`", "a;b", "*"};
     for (const QString &id : ids) {
         // "a" is there to see that the list was read.
-        const Result arranged = busctl(*m_bus,
+        const Result arranged = busctl(m_bus,
                                        {"call",
                                         OSTREL_SERVICE_NAME,
                                         OSTREL_SIMULATOR_PATH,

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -10,17 +10,12 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <optional>
-
 // The commands of application control, as a user types them and as a script reads them.
-class TestOstrelctlControl : public QObject
+class TestOstrelctlControl : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void startPrintsTheInstance();
     void startPrintsAnyDetailsAsJson();
     void debugSendsWhatIsGiven_data();
@@ -41,13 +36,10 @@ private:
 
     MethodFaults next(const char *method) const
     {
-        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+        return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
     // Has the next list hold one application and one service.
     void arrangeList() const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 Result TestOstrelctlControl::ostrelctl(const QStringList &arguments)
@@ -55,21 +47,9 @@ Result TestOstrelctlControl::ostrelctl(const QStringList &arguments)
     return run(OSTRELCTL, arguments);
 }
 
-void TestOstrelctlControl::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestOstrelctlControl::cleanup()
-{
-    m_simulator->reset();
-}
-
 void TestOstrelctlControl::arrangeList() const
 {
-    busctlDesk(*m_bus, "AnswerNext",
+    busctlDesk(m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2"}
                    + wordsOf("a(siuua{sv}) 1 demo.Viewer 17 4294967295 2 2 "
                              "Name s x\ny Size t 18446744073709551615 "
@@ -83,14 +63,14 @@ void TestOstrelctlControl::startPrintsTheInstance()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, "one\n");
     QCOMPARE(result.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().at(0).member, "Start");
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"a b"});
+    QCOMPARE(m_simulator.calls().at(0).member, "Start");
+    QCOMPARE(m_simulator.calls().at(0).arguments, QVariantList{"a b"});
 }
 
 void TestOstrelctlControl::startPrintsAnyDetailsAsJson()
 {
     busctlDesk(
-        *m_bus, "AnswerNext",
+        m_bus, "AnswerNext",
         QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "Start", "2"}
             + wordsOf(
                 "s one a{sv} 18 a y 7 b n -3 c q 4 d d 1.5 e o /p f g as g v s x "
@@ -150,7 +130,7 @@ void TestOstrelctlControl::debugSendsWhatIsGiven()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, "one\n");
     QCOMPARE(result.exitStatus, 0);
-    const Call call = m_simulator->calls().constFirst();
+    const Call call = m_simulator.calls().constFirst();
     QCOMPARE(call.member, "StartDebug");
     QCOMPARE(call.arguments.at(0), QVariant("a.b"));
     QTEST(qdbus_cast<QVariantMap>(call.arguments.at(1)), "sent");
@@ -163,8 +143,8 @@ void TestOstrelctlControl::terminateSaysNothing()
     QCOMPARE(plain.errors, QString());
     QCOMPARE(plain.output, QString());
     QCOMPARE(plain.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().at(0).member, "Terminate");
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"one"});
+    QCOMPARE(m_simulator.calls().at(0).member, "Terminate");
+    QCOMPARE(m_simulator.calls().at(0).arguments, QVariantList{"one"});
 
     next("Terminate").answerNext({});
     const Result json = ostrelctl({"terminate", "--json", "one"});
@@ -184,7 +164,7 @@ void TestOstrelctlControl::psPrintsATable()
              "demo.Viewer  decoder  -1   3           -     -\n");
     QCOMPARE(result.exitStatus, 0);
 
-    m_simulator->desk("ListNext", {0U, 0U});
+    m_simulator.desk("ListNext", {0U, 0U});
     QCOMPARE(ostrelctl({"ps"}).output,
              "APPLICATION  SERVICE  PID  STATE  KIND  INSTANCE  PROPERTIES\n");
 }
@@ -347,7 +327,7 @@ void TestOstrelctlControl::wrongOptionsAreReported()
         result.errors,
         QString("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(words.constFirst(), mistake));
     QCOMPARE(result.exitStatus, 2);
-    QVERIFY(m_simulator->calls().isEmpty());
+    QVERIFY(m_simulator.calls().isEmpty());
 }
 
 OSTREL_TEST_MAIN(TestOstrelctlControl)

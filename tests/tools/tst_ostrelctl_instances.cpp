@@ -3,23 +3,20 @@
 
 #include "busctl.h"
 #include "files.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <QtCore/QDir>
 
-#include <optional>
-
 // Which instance a record of what runs is about. The service does not say it; the simulator does.
-class TestOstrelctlInstances : public QObject
+class TestOstrelctlInstances : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void psPrintsTheInstances();
     void terminateHintsAtTheInstances_data();
@@ -37,28 +34,18 @@ private:
     void arrangeList() const;
 
     QTemporaryDir m_root;
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestOstrelctlInstances::initTestCase()
 {
     QVERIFY(QDir(m_root.path()).mkpath("proc/12"));
     writeFile(m_root.filePath("proc/12/cgroup"), "4:memory:/ostrel-helper/a.b/instance_2\n");
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     qputenv("OSTREL_ROOTFS", m_root.path().toLocal8Bit());
-}
-
-void TestOstrelctlInstances::cleanup()
-{
-    m_simulator->reset();
 }
 
 void TestOstrelctlInstances::arrangeList() const
 {
-    busctlDesk(*m_bus, "AnswerNext",
+    busctlDesk(m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "2"}
                    + wordsOf("a(siuua{sv}) 5 a.b 11 1 0 1 InstanceId s one "
                              "a.b 12 1 0 1 InstanceId s '' "
@@ -121,7 +108,7 @@ void TestOstrelctlInstances::terminateHintsAtTheInstances()
     QFETCH(const QString, command);
     QFETCH(const QString, error);
     QFETCH(const QString, hint);
-    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate")
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate")
         .failNext(OSTREL_ERROR_PREFIX + error, "no");
     arrangeList();
     const Result result = ostrelctl(qPrintable(command));
@@ -132,7 +119,7 @@ void TestOstrelctlInstances::terminateHintsAtTheInstances()
 void TestOstrelctlInstances::terminateWaitsAMomentForItsHint()
 {
     const MethodFaults list =
-        m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
+        m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
     list.ignoreNext();
     list.ignoreNext();
     Process longer(OSTRELCTL, {"ps", "--timeout", "20"});

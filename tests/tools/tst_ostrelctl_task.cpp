@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "watcher.h"
 
@@ -13,17 +13,13 @@
 #include <QtCore/QRegularExpression>
 
 #include <csignal>
-#include <optional>
 
 // The commands for tasks, as a user types them and as a script reads them.
-class TestOstrelctlTask : public QObject
+class TestOstrelctlTask : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void listPrintsATable();
     void listPrintsJson();
     void startSendsWhatIsGiven_data();
@@ -45,16 +41,13 @@ private:
     static Result ostrelctl(const QString &arguments);
     MethodFaults registration() const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
+        return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
     MethodFaults next(const char *method) const
     {
-        return m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method);
+        return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method);
     }
     void announce(const char *list, const QString &value) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 namespace
@@ -70,28 +63,16 @@ Result TestOstrelctlTask::ostrelctl(const QString &arguments)
     return run(OSTRELCTL, arguments.split(' ', Qt::SkipEmptyParts));
 }
 
-void TestOstrelctlTask::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestOstrelctlTask::cleanup()
-{
-    m_simulator->reset();
-}
-
 void TestOstrelctlTask::announce(const char *list, const QString &value) const
 {
-    busctlEmitSignal(*m_bus, sessionPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
+    busctlEmitSignal(m_bus, sessionPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
                      {"s x", QString("a{sv} 1 %1 %2").arg(list, value), "as 0"});
 }
 
 void TestOstrelctlTask::listPrintsATable()
 {
     busctlDesk(
-        *m_bus, "AnswerNext",
+        m_bus, "AnswerNext",
         QStringList{"ssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "2", "o", sessionPath}
             + wordsOf("a{sv} 2 AvailableTasks a(sa{sv}) 2 one 1 Key s v "
                       "two 0 ActiveTasks a(sia{sv}) 1 one -17 0"));
@@ -103,8 +84,8 @@ void TestOstrelctlTask::listPrintsATable()
              "two   available  -\n"
              "one   active     -17\n");
     QCOMPARE(result.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().size(), 1);
-    QCOMPARE(m_simulator->calls().at(0).arguments, QVariantList{"bare"});
+    QCOMPARE(m_simulator.calls().size(), 1);
+    QCOMPARE(m_simulator.calls().at(0).arguments, QVariantList{"bare"});
 }
 
 void TestOstrelctlTask::listPrintsJson()
@@ -154,7 +135,7 @@ void TestOstrelctlTask::startSendsWhatIsGiven()
     const Result result = ostrelctl(QString("task start %1 bare one").arg(options));
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
-    const Call call = m_simulator->calls().constLast();
+    const Call call = m_simulator.calls().constLast();
     QCOMPARE(call.path, sessionPath);
     QCOMPARE(call.member, "Start");
     QCOMPARE(call.signature, "sa{sv}a{sv}");
@@ -169,7 +150,7 @@ void TestOstrelctlTask::startPrintsTheNumber()
     const Result plain = ostrelctl("task start bare one --cgroup a.b=c=d");
     QCOMPARE(plain.output, "-7\n");
     QCOMPARE(plain.exitStatus, 0);
-    const auto hints = qdbus_cast<QVariantMap>(m_simulator->calls().constLast().arguments.at(2));
+    const auto hints = qdbus_cast<QVariantMap>(m_simulator.calls().constLast().arguments.at(2));
     QCOMPARE(hints.size(), 1);
     QCOMPARE(qdbus_cast<QVariantMap>(hints.value("CGroups")),
              (QVariantMap{{"a.b", QByteArrayLiteral("c=d")}}));
@@ -186,8 +167,8 @@ void TestOstrelctlTask::stopSaysNothing()
     const Result plain = ostrelctl("task stop bare one");
     QCOMPARE(plain.output + plain.errors, QString());
     QCOMPARE(plain.exitStatus, 0);
-    QCOMPARE(m_simulator->calls().constLast().member, "Stop");
-    QCOMPARE(m_simulator->calls().constLast().arguments, QVariantList{"one"});
+    QCOMPARE(m_simulator.calls().constLast().member, "Stop");
+    QCOMPARE(m_simulator.calls().constLast().arguments, QVariantList{"one"});
 
     next("Stop").answerNext({});
     const Result json = ostrelctl("task stop bare one --json");
@@ -234,7 +215,7 @@ void TestOstrelctlTask::registrationIsAwaited()
     Process process(OSTRELCTL, {"task", "start", "bare", "one"});
     process.start();
     registration().waitForHeld(1);
-    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator.calls().size(), 1);
     registration().release({0});
     QCOMPARE(process.readLine(), "7");
     process.waitForEnd();
@@ -244,7 +225,7 @@ void TestOstrelctlTask::registrationIsAwaited()
 void TestOstrelctlTask::systemBusIsAnotherOne()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address());
     environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     const QStringList list{"task", "list", "bare"};
     const Result system = run(OSTRELCTL, list + QStringList("--system"), environment);
@@ -321,7 +302,7 @@ void TestOstrelctlTask::wrongOptionsAreReported()
     QCOMPARE(result.errors,
              QString("ostrelctl %1: %2\nTry 'ostrelctl %1 --help'.\n").arg(command, mistake));
     QCOMPARE(result.exitStatus, 2);
-    QVERIFY(m_simulator->calls().isEmpty());
+    QVERIFY(m_simulator.calls().isEmpty());
 }
 
 void TestOstrelctlTask::helpIsPrinted_data()

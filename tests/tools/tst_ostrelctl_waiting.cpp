@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <csignal>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace
@@ -40,43 +39,24 @@ QStringList wordsOf(const char *arguments)
 } // namespace
 
 // A service that does not answer, and a user who does not wait.
-class TestOstrelctlWaiting : public QObject
+class TestOstrelctlWaiting : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void requestsEndAfterTheirTimeout();
     void interruptEndsARequestAtOnce_data();
     void interruptEndsARequestAtOnce();
     void invalidTimeoutsAreRefused_data();
     void invalidTimeoutsAreRefused();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestOstrelctlWaiting::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestOstrelctlWaiting::cleanup()
-{
-    m_simulator->reset();
-}
 
 // All at once, because each waits for a second.
 void TestOstrelctlWaiting::requestsEndAfterTheirTimeout()
 {
     std::vector<std::unique_ptr<Process>> processes;
     for (const Request &request : requests) {
-        m_simulator->faults(request.interface, request.method).ignoreNext();
+        m_simulator.faults(request.interface, request.method).ignoreNext();
         processes.push_back(std::make_unique<Process>(
             OSTRELCTL, wordsOf(request.arguments) + QStringList{"--timeout", "1"}));
         processes.back()->start();
@@ -103,7 +83,7 @@ void TestOstrelctlWaiting::interruptEndsARequestAtOnce()
 {
     QFETCH(const int, index);
     const Request &request = requests.at(std::size_t(index));
-    const MethodFaults faults = m_simulator->faults(request.interface, request.method);
+    const MethodFaults faults = m_simulator.faults(request.interface, request.method);
     faults.holdNext(1);
     Process process(OSTRELCTL, wordsOf(request.arguments));
     process.start();
@@ -139,7 +119,7 @@ void TestOstrelctlWaiting::invalidTimeoutsAreRefused()
                      .arg(command, seconds));
     }
     // Nothing was sent.
-    QCOMPARE(m_simulator->calls().size(), 0);
+    QCOMPARE(m_simulator.calls().size(), 0);
     QCOMPARE(run(OSTRELCTL, {"ps", "--timeout", "2147483"}).exitStatus, 0);
 }
 

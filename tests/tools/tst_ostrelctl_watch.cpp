@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "watcher.h"
 
@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <optional>
 
 namespace
 {
@@ -34,13 +33,11 @@ const QString watching = // clazy:exclude=non-pod-global-static
 
 // The command that follows the applications, and what becomes of commands when the bus ends or
 // hangs.
-class TestOstrelctlWatch : public QObject
+class TestOstrelctlWatch : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void watchPrintsEvents();
     void watchPrintsJson();
     void watchEndsInGoodOrder();
@@ -53,28 +50,17 @@ private:
     // While it lives, a test may have a bus of its own.
     auto otherBus() const
     {
-        return qScopeGuard([address = m_bus->address().toUtf8()] {
-            qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-        });
+        return qScopeGuard(
+            [address = m_bus.address().toUtf8()] { qputenv("DBUS_SESSION_BUS_ADDRESS", address); });
     }
 
     void emitEvents() const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestOstrelctlWatch::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 void TestOstrelctlWatch::emitEvents() const
 {
     const auto send = [this](const QString &member, const QVariantList &arguments) {
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+        m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
     };
     const QString id = "a.b.instance_1";
     send("Started", {id, QVariantMap{{"Pid", 17}}});

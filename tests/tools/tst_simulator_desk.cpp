@@ -4,7 +4,7 @@
 #include "busctl.h"
 #include "control_calls.h"
 #include "service_monitor.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -12,8 +12,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusObjectPath>
-
-#include <optional>
 
 namespace
 {
@@ -74,14 +72,11 @@ QVariantList valuesOfBytes(int count)
 } // namespace
 
 // What the fault desk does beyond faults: signals of any kind, and a system short of memory.
-class TestSimulatorDesk : public QObject
+class TestSimulatorDesk : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void emitSendsAnySignal_data();
     void emitSendsAnySignal();
     void emitTakesTextsAsTheyAre();
@@ -94,23 +89,7 @@ private Q_SLOTS:
     void callTooDeepToBeReturnedIsReported();
     void wrongOrdersAreRefused_data();
     void wrongOrdersAreRefused();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestSimulatorDesk::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestSimulatorDesk::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestSimulatorDesk::emitSendsAnySignal_data()
 {
@@ -133,9 +112,9 @@ void TestSimulatorDesk::emitSendsAnySignal()
 {
     QFETCH(QString, values);
     QFETCH(QString, text);
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, m_simulator);
     const QString answer =
-        busctlDesk(*m_bus, "Emit", QStringList{"ossav", "/a/b", "c.d", "Any"} + values.split(' '));
+        busctlDesk(m_bus, "Emit", QStringList{"ossav", "/a/b", "c.d", "Any"} + values.split(' '));
     QCOMPARE(answer, QString());
     QCOMPARE(monitor.texts(), QStringList(text));
 }
@@ -143,8 +122,8 @@ void TestSimulatorDesk::emitSendsAnySignal()
 // Path and interface are those asked for; "%n" has no meaning here.
 void TestSimulatorDesk::emitTakesTextsAsTheyAre()
 {
-    BusMonitor monitor(*m_bus);
-    m_simulator->desk("Emit", {path("/a/b"), "c.d", "Any", QVariantList{"100%n"}});
+    BusMonitor monitor(m_bus);
+    m_simulator.desk("Emit", {path("/a/b"), "c.d", "Any", QVariantList{"100%n"}});
     const QJsonObject signal =
         monitor
             .messagesUntil([](const QJsonObject &message) {
@@ -159,10 +138,10 @@ void TestSimulatorDesk::emitTakesTextsAsTheyAre()
 
 void TestSimulatorDesk::emitManyNumbersItsSignals()
 {
-    ServiceMonitor monitor(*m_bus, *m_simulator);
-    m_simulator->desk("EmitMany",
-                      {path("/a/b"), "c.d", "Any", QVariantList{"t.%n and %n", 7, "%"}, 3U});
-    m_simulator->desk("EmitMany", {path("/a/b"), "c.d", "None", QVariantList(), 0U});
+    ServiceMonitor monitor(m_bus, m_simulator);
+    m_simulator.desk("EmitMany",
+                     {path("/a/b"), "c.d", "Any", QVariantList{"t.%n and %n", 7, "%"}, 3U});
+    m_simulator.desk("EmitMany", {path("/a/b"), "c.d", "None", QVariantList(), 0U});
     QCOMPARE(monitor.texts(),
              (QStringList{
                  "Any sis t.0 and 0 7 %",
@@ -180,9 +159,9 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
     QVERIFY(bus.connect(OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE,
                         "SelectedByOom", "s", &counter, SLOT(onSignal(QString))));
     const QDBusMessage answer =
-        m_simulator->desk("EmitMany",
-                          {path(OSTREL_CONTROL_PATH), OSTREL_CONTROL_INTERFACE, "SelectedByOom",
-                           QVariantList{"%n"}, 100000U});
+        m_simulator.desk("EmitMany",
+                         {path(OSTREL_CONTROL_PATH), OSTREL_CONTROL_INTERFACE, "SelectedByOom",
+                          QVariantList{"%n"}, 100000U});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
     waitUntil([&] { return counter.count() == 100000U; });
     QCOMPARE(counter.misplaced().join(' '), QString());
@@ -191,8 +170,8 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
 void TestSimulatorDesk::oomKillsTheProcess()
 {
     const int pid = startApplication("demo.Stubborn").value("Pid").toInt();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
-    const QDBusMessage answer = m_simulator->desk("KillByOom", {"demo.Stubborn.instance_1"});
+    ServiceMonitor monitor(m_bus, m_simulator);
+    const QDBusMessage answer = m_simulator.desk("KillByOom", {"demo.Stubborn.instance_1"});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
     QVERIFY(!QFileInfo::exists(QString("/proc/%1").arg(pid)));
     QCOMPARE(monitor.texts(),
@@ -207,8 +186,8 @@ void TestSimulatorDesk::oomKillsTheProcess()
 void TestSimulatorDesk::oomTakesTheServicesAlong()
 {
     startApplication("demo.Player");
-    m_simulator->desk("KillByOom", {"demo.Player"});
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    m_simulator.desk("KillByOom", {"demo.Player"});
+    ServiceMonitor monitor(m_bus, m_simulator);
     callControl("GetRunningApplications");
     QCOMPARE(monitor.texts(), QStringList("reply a(siuua{sv})a(ssiua{sv})"));
 }
@@ -218,7 +197,7 @@ void TestSimulatorDesk::longestSignatureIsSent()
     Signatures signatures;
     QVERIFY(QDBusConnection::sessionBus().connect(OSTREL_SERVICE_NAME, "/a", "a.b", "M",
                                                   &signatures, SLOT(onSignal(QDBusMessage))));
-    m_simulator->desk("Emit", {path("/a"), "a.b", "M", QVariant(valuesOfBytes(255))});
+    m_simulator.desk("Emit", {path("/a"), "a.b", "M", QVariant(valuesOfBytes(255))});
     waitUntil([&signatures] { return !signatures.all().isEmpty(); });
     QCOMPARE(signatures.all(), QStringList(QString(255, 'y')));
 }
@@ -234,13 +213,13 @@ void TestSimulatorDesk::floodHearsSigterm()
     flood.setArguments({path("/a"), "a.b", "M", QVariantList{"%n"}, 1000000U});
     bus.asyncCall(flood);
     waitUntil([&counter] { return counter.count() > 0; });
-    QCOMPARE(m_simulator->end(), 0);
-    const QString errors = QString::fromUtf8(m_simulator->process().readAllStandardError());
+    QCOMPARE(m_simulator.end(), 0);
+    const QString errors = QString::fromUtf8(m_simulator.process().readAllStandardError());
     QVERIFY2(QRegularExpression("^ostrel-simulator: stopped after \\d+ of 1000000 signals\n$")
                  .match(errors)
                  .hasMatch(),
              qPrintable(errors));
-    m_simulator->start();
+    m_simulator.start();
 }
 
 // A call may be nested as deeply as a message allows. The log returns it within more containers.
@@ -252,11 +231,11 @@ void TestSimulatorDesk::callTooDeepToBeReturnedIsReported()
     }
     const QDBusMessage answer = callControl("StartDebug", {"demo.None", QVariantMap{{"k", value}}});
     QCOMPARE(answer.errorName(), OSTREL_ERROR_PREFIX "HandlerNotFound");
-    const QDBusMessage calls = m_simulator->desk("Calls");
+    const QDBusMessage calls = m_simulator.desk("Calls");
     QCOMPARE(calls.errorName(), OSTREL_STANDARD_ERROR_PREFIX "Failed");
     QCOMPARE(calls.errorMessage(),
              "StartDebug: A value is nested 67 deep, more than the 64 of a message");
-    QVERIFY(m_simulator->desk("ClearCalls").errorName().isEmpty());
+    QVERIFY(m_simulator.desk("ClearCalls").errorName().isEmpty());
 }
 
 void TestSimulatorDesk::wrongOrdersAreRefused_data()
@@ -308,8 +287,8 @@ void TestSimulatorDesk::wrongOrdersAreRefused()
 {
     QFETCH(QString, method);
     QFETCH(QVariantList, arguments);
-    ServiceMonitor monitor(*m_bus, *m_simulator);
-    const QDBusMessage answer = m_simulator->desk(method, arguments);
+    ServiceMonitor monitor(m_bus, m_simulator);
+    const QDBusMessage answer = m_simulator.desk(method, arguments);
     QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs");
     QTEST(answer.errorMessage(), "message");
     QCOMPARE(monitor.texts(), QStringList());

@@ -3,7 +3,7 @@
 
 #include "busctl.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -11,20 +11,15 @@
 #include <QtCore/QElapsedTimer>
 #include <QtDBus/QDBusPendingCall>
 
-#include <optional>
-
 using Ostrel::WindowManagement;
 
 // The fault desk: what each fault does to the calls that it is meant for and to no other, and what
 // is refused.
-class TestSimulatorFaults : public QObject
+class TestSimulatorFaults : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void failNextFailsOneCall();
     void faultsAreUsedUpInOrder();
     void delayedCallsAreAnsweredLater();
@@ -38,39 +33,23 @@ private Q_SLOTS:
     void refusesWhatItDoesNotKnow_data();
     void refusesWhatItDoesNotKnow();
     void worksWithGdbus();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestSimulatorFaults::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestSimulatorFaults::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestSimulatorFaults::failNextFailsOneCall()
 {
-    m_simulator->windowStatus().failNext("a.b.C", "text");
+    m_simulator.windowStatus().failNext("a.b.C", "text");
     QCOMPARE(reportWindow().error.message(), "text");
     QVERIFY(!reportWindow().error);
     // A call that fails has no effect, but is logged.
-    QCOMPARE(m_simulator->calls().size(), 2);
+    QCOMPARE(m_simulator.calls().size(), 2);
 }
 
 void TestSimulatorFaults::faultsAreUsedUpInOrder()
 {
-    m_simulator->windowStatus().failNext("a.b", "first");
-    m_simulator->windowStatus().answerNext({77U});
-    m_simulator->windowStatus().delayNext(0);
-    m_simulator->windowStatus().failNext("a.b", "last");
+    m_simulator.windowStatus().failNext("a.b", "first");
+    m_simulator.windowStatus().answerNext({77U});
+    m_simulator.windowStatus().delayNext(0);
+    m_simulator.windowStatus().failNext("a.b", "last");
     QCOMPARE(reportWindow().error.message(), "first");
     QCOMPARE(reportWindow().state, 77U);
     QCOMPARE(reportWindow("w", 5).state, 5U);
@@ -80,7 +59,7 @@ void TestSimulatorFaults::faultsAreUsedUpInOrder()
 
 void TestSimulatorFaults::delayedCallsAreAnsweredLater()
 {
-    m_simulator->windowStatus().delayNext(200);
+    m_simulator.windowStatus().delayNext(200);
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(reportWindow("w", 3).state, 3U);
@@ -109,10 +88,10 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven_data()
 void TestSimulatorFaults::wrongAnswersGoOutAsGiven()
 {
     QFETCH(QStringList, values);
-    busctlDesk(*m_bus, "AnswerNext",
+    busctlDesk(m_bus, "AnswerNext",
                QStringList{"ssav", OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus"}
                    + values);
-    const Result result = busctl(*m_bus,
+    const Result result = busctl(m_bus,
                                  {"call", OSTREL_SERVICE_NAME, OSTREL_WINDOW_MANAGEMENT_PATH,
                                   OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", "siii",
                                   "w", "1", "2", "3"});
@@ -122,34 +101,34 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven()
 
 void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
 {
-    m_simulator->windowStatus().ignoreNext();
+    m_simulator.windowStatus().ignoreNext();
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
     windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
-    QCOMPARE(m_simulator->calls().size(), 2);
+    QCOMPARE(m_simulator.calls().size(), 2);
 }
 
 void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
 {
-    m_simulator->windowStatus().holdNext(4);
+    m_simulator.windowStatus().holdNext(4);
     WindowManagement windows;
     Outcomes outcomes;
     for (int status = 0; status < 4; ++status) {
         windows.updateWindowStatus("w", status, 0, 0, this, outcomes.callback());
     }
-    m_simulator->windowStatus().waitForHeld(4);
+    m_simulator.windowStatus().waitForHeld(4);
     // The next one is not held.
     QCOMPARE(reportWindow("w", 9).state, 9U);
     QCOMPARE(outcomes.size(), 0);
 
-    m_simulator->windowStatus().release({3, 1});
+    m_simulator.windowStatus().release({3, 1});
     outcomes.waitFor(2);
     // Two are left; they have the numbers 0 and 1 now.
-    m_simulator->windowStatus().release({1});
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().release({1});
+    m_simulator.windowStatus().release({0});
     outcomes.waitFor(4);
     QVector<quint32> states;
     for (int i = 0; i < 4; ++i) {
@@ -173,39 +152,39 @@ void TestSimulatorFaults::waitingEndsWhenTheCallComes()
 
 void TestSimulatorFaults::dyingEndsTheProcess()
 {
-    m_simulator->windowStatus().dieInNext();
+    m_simulator.windowStatus().dieInNext();
     QVERIFY(reportWindow().error);
-    QCOMPARE(m_simulator->waitForEnd(), 1);
-    m_simulator->start();
+    QCOMPARE(m_simulator.waitForEnd(), 1);
+    m_simulator.start();
     QCOMPARE(reportWindow().state, 1U);
 }
 
 void TestSimulatorFaults::resetForgetsEverything()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
     windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
-    m_simulator->windowStatus().waitForHeld(1);
-    m_simulator->windowStatus().delayNext(300);
+    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().delayNext(300);
     windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
-    m_simulator->windowStatus().waitForCalls(2);
-    m_simulator->windowStatus().failNext("a.b", "forgotten");
-    m_simulator->reset();
+    m_simulator.windowStatus().waitForCalls(2);
+    m_simulator.windowStatus().failNext("a.b", "forgotten");
+    m_simulator.reset();
 
-    QVERIFY(m_simulator->calls().isEmpty());
-    QCOMPARE(busctlDesk(*m_bus, "Windows"), "{\"type\":\"a(siii)\",\"data\":[[]]}");
+    QVERIFY(m_simulator.calls().isEmpty());
+    QCOMPARE(busctlDesk(m_bus, "Windows"), "{\"type\":\"a(siii)\",\"data\":[[]]}");
     const QDBusMessage release =
-        m_simulator->desk("Release",
-                          {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus",
-                           QVariant::fromValue(QList<uint>{0})});
+        m_simulator.desk("Release",
+                         {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus",
+                          QVariant::fromValue(QList<uint>{0})});
     QCOMPARE(release.errorMessage(), "0 held answers; 0 is out of range or named twice");
     // On a slow machine the delay has passed before the reset.
     reportWindow();
     const int earlier = outcomes.size();
     // A delay that began later has passed when the forgotten one would have.
-    m_simulator->windowStatus().delayNext(400);
+    m_simulator.windowStatus().delayNext(400);
     QVERIFY(!reportWindow().error);
     QCOMPARE(outcomes.size(), earlier);
 }
@@ -255,7 +234,7 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow()
 {
     QFETCH(QString, method);
     QFETCH(QVariantList, arguments);
-    const QDBusMessage answer = m_simulator->desk(method, arguments);
+    const QDBusMessage answer = m_simulator.desk(method, arguments);
     QCOMPARE(answer.type(), QDBusMessage::ErrorMessage);
     QTEST(answer.errorName(), "error");
     QTEST(answer.errorMessage(), "message");
@@ -269,7 +248,7 @@ void TestSimulatorFaults::worksWithGdbus()
     const auto gdbus = [this](const QStringList &call) {
         return run("gdbus",
                    QStringList{"call", QString("--timeout=%1").arg(forever / 1000), "--address",
-                               m_bus->address(), "--dest", OSTREL_SERVICE_NAME, "--object-path",
+                               m_bus.address(), "--dest", OSTREL_SERVICE_NAME, "--object-path",
                                OSTREL_SIMULATOR_PATH, "--method"}
                        + call);
     };

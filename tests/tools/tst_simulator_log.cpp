@@ -3,50 +3,29 @@
 
 #include "busctl.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 
-#include <optional>
-
 // What the simulator remembers: the calls that it received, and the windows that were reported.
-class TestSimulatorLog : public QObject
+class TestSimulatorLog : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void logHoldsWhatWasReceived();
     void logHoldsRefusedCalls_data();
     void logHoldsRefusedCalls();
     void logHoldsCallsOfTheStandardInterfaces();
     void clearCallsEmptiesTheLogAlone();
     void windowsAreRemembered();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestSimulatorLog::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestSimulatorLog::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestSimulatorLog::logHoldsWhatWasReceived()
 {
     reportWindow("main", 4, -5, 6);
-    const QString logged = busctlDesk(*m_bus, "Calls");
+    const QString logged = busctlDesk(m_bus, "Calls");
     QCOMPARE(logged,
              QString("{'type':'a(ssssav)','data':[[['%1/WindowManagement1',"
                      "'%2.WindowManagement1','UpdateWindowStatus','siii',"
@@ -55,7 +34,7 @@ void TestSimulatorLog::logHoldsWhatWasReceived()
                  .arg(OSTREL_SERVICE_PATH, OSTREL_SERVICE_NAME)
                  .replace('\'', '"'));
     // Reading the log back leaves no trace in it.
-    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator.calls().size(), 1);
 }
 
 void TestSimulatorLog::logHoldsRefusedCalls_data()
@@ -103,7 +82,7 @@ void TestSimulatorLog::logHoldsRefusedCalls()
     QTEST(answer.errorName(), "error");
     QTEST(answer.errorMessage(), "message");
 
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.constFirst().path, path);
     QCOMPARE(calls.constFirst().interface, interface);
@@ -122,7 +101,7 @@ void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
     };
     introspect(OSTREL_WINDOW_MANAGEMENT_PATH);
     introspect(OSTREL_SIMULATOR_PATH);
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.constFirst().path, OSTREL_WINDOW_MANAGEMENT_PATH);
     QCOMPARE(calls.constFirst().member, "Introspect");
@@ -131,20 +110,20 @@ void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
 void TestSimulatorLog::clearCallsEmptiesTheLogAlone()
 {
     reportWindow();
-    m_simulator->windowStatus().failNext("a.b", "kept");
-    QCOMPARE(m_simulator->desk("ClearCalls").type(), QDBusMessage::ReplyMessage);
-    QVERIFY(m_simulator->calls().isEmpty());
+    m_simulator.windowStatus().failNext("a.b", "kept");
+    QCOMPARE(m_simulator.desk("ClearCalls").type(), QDBusMessage::ReplyMessage);
+    QVERIFY(m_simulator.calls().isEmpty());
     QCOMPARE(reportWindow().error.message(), "kept");
 }
 
 void TestSimulatorLog::windowsAreRemembered()
 {
-    const auto windows = [this] { return busctlDesk(*m_bus, "Windows"); };
+    const auto windows = [this] { return busctlDesk(m_bus, "Windows"); };
     QCOMPARE(windows(), "{\"type\":\"a(siii)\",\"data\":[[]]}");
     reportWindow("b", 1, 2, 3);
     reportWindow("a", 4, 5, 6);
     reportWindow("b", 7, 8, -9);
-    m_simulator->windowStatus().failNext("a.b", "no effect");
+    m_simulator.windowStatus().failNext("a.b", "no effect");
     reportWindow("a", 0, 0, 0);
     QCOMPARE(windows(), "{\"type\":\"a(siii)\",\"data\":[[[\"a\",4,5,6],[\"b\",7,8,-9]]]}");
 }

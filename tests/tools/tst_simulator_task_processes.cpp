@@ -53,6 +53,8 @@ private Q_SLOTS:
     void resetEndsThem();
 
 private:
+    // Starts the task "tell", and returns its process.
+    static int startTelling(TaskInvoker &invoker);
     // Waits until the file that the task writes has this content.
     void waitUntilWritten(const QByteArray &content) const;
 
@@ -88,6 +90,16 @@ void TestSimulatorTaskProcesses::waitUntilWritten(const QByteArray &content) con
         QFile file(m_output);
         return file.open(QIODevice::ReadOnly) && file.readAll() == content;
     });
+}
+
+int TestSimulatorTaskProcesses::startTelling(TaskInvoker &invoker)
+{
+    waitUntilReady(invoker);
+    bool started = false;
+    invoker.start("tell", {}, {},
+                  [&started](int /*number*/, const Ostrel::Error &error) { started = !error; });
+    waitUntil([&] { return started && !invoker.activeTasks().isEmpty(); });
+    return invoker.activeTasks().constFirst().pid;
 }
 
 void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
@@ -132,15 +144,11 @@ void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
 void TestSimulatorTaskProcesses::stopEndsTheProcess()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
-    waitUntilReady(invoker);
+    const int pid = startTelling(invoker);
     Events events;
-    invoker.start("tell", {}, {}, events.started());
-    events.waitFor(1);
-    roundTrip(invoker);
-    const int pid = invoker.activeTasks().constFirst().pid;
     invoker.stop("tell", events.stopped());
-    events.waitFor(2);
-    QCOMPARE(events.all().constLast(), "stopped 0");
+    events.waitFor(1);
+    QCOMPARE(events.all(), QStringList("stopped 0"));
     QCOMPARE(kill(pid, 0), -1);
 }
 
@@ -224,13 +232,9 @@ void TestSimulatorTaskProcesses::startupInfoIsCheckedForItsTypes()
 void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
-    waitUntilReady(invoker);
-    Events events;
-    invoker.start("tell", {}, {}, events.started());
-    events.waitFor(1);
-    roundTrip(invoker);
+    const int pid = startTelling(invoker);
     const QString root = m_simulator->desk("RootFs").arguments().constFirst().toString();
-    QFile file(QString("%1/proc/%2/cgroup").arg(root).arg(invoker.activeTasks().constFirst().pid));
+    QFile file(QString("%1/proc/%2/cgroup").arg(root).arg(pid));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().contains(":memory:/ostrel-helper/a.b.tell/app\n"));
 }
@@ -238,12 +242,7 @@ void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
 void TestSimulatorTaskProcesses::resetEndsThem()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
-    waitUntilReady(invoker);
-    Events events;
-    invoker.start("tell", {}, {}, events.started());
-    events.waitFor(1);
-    roundTrip(invoker);
-    const int pid = invoker.activeTasks().constFirst().pid;
+    const int pid = startTelling(invoker);
     m_simulator->reset();
     QCOMPARE(kill(pid, 0), -1);
 }

@@ -3,7 +3,7 @@
 
 #include "bus_monitor.h"
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -11,8 +11,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QRegularExpression>
-
-#include <optional>
 
 namespace
 {
@@ -28,14 +26,11 @@ QString pathOf(const QString &type)
 } // namespace
 
 // The simulator's tasks, as busctl sees them, which shares no code with it.
-class TestSimulatorTasks : public QObject
+class TestSimulatorTasks : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void registrationMakesASession();
     void unknownTypesHaveNoTasks();
     void hintsTooDeepToBeListedAreRefused();
@@ -57,29 +52,14 @@ private:
     QString busctl(const QString &words) const;
     QString registered(const QString &type) const;
     QString start(const QString &arguments) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestSimulatorTasks::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestSimulatorTasks::cleanup()
-{
-    m_simulator->reset();
-}
 
 QString TestSimulatorTasks::busctl(const QString &words) const
 {
     QStringList arguments = words.split(' ');
     arguments.replaceInStrings("''", QString());
     arguments.insert(1, OSTREL_SERVICE_NAME);
-    const Result result = ::busctl(*m_bus, arguments);
+    const Result result = ::busctl(m_bus, arguments);
     return (result.output + result.errors).trimmed();
 }
 
@@ -195,7 +175,7 @@ void TestSimulatorTasks::startedTasksAreListed()
 void TestSimulatorTasks::changesAreSentAfterTheReply()
 {
     registered("maintenance");
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     start("cleanup 0 0");
     // It fails, and changes nothing.
     start("cleanup 0 0");
@@ -262,7 +242,7 @@ void TestSimulatorTasks::wrongCallsAreRefused()
     if (error.endsWith("AlreadyRunning")) {
         start("cleanup 0 0");
     }
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     QTEST(busctl(QString("call %1 %2 %3").arg(pathOf("maintenance"), session, call))
               .remove("Call failed: "),
           "message");
@@ -305,7 +285,7 @@ void TestSimulatorTasks::propertiesCanOnlyBeRead()
 
 void TestSimulatorTasks::faultsCanBeArrangedBeforeThereIsASession()
 {
-    const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     starts.failNext("a.b", "arranged");
     starts.answerNext({42});
     registered("maintenance");
@@ -318,9 +298,9 @@ void TestSimulatorTasks::errorsCarryWhateverValues()
 {
     registered("maintenance");
     const QDBusMessage arranged =
-        m_simulator->desk("FailNextWith", {session, "Start", "a.b", QVariantList{7, true}});
+        m_simulator.desk("FailNextWith", {session, "Start", "a.b", QVariantList{7, true}});
     QCOMPARE(arranged.type(), QDBusMessage::ReplyMessage);
-    BusMonitor monitor(*m_bus);
+    BusMonitor monitor(m_bus);
     start("cleanup 0 0");
     const QJsonObject error = monitor
                                   .messagesUntil([](const QJsonObject &message) {
@@ -332,7 +312,7 @@ void TestSimulatorTasks::errorsCarryWhateverValues()
     QCOMPARE(error.value("payload")["data"].toArray(), (QJsonArray{7, true}));
 
     const QDBusMessage refused =
-        m_simulator->desk("FailNextWith", {session, "Start", "ab", QVariantList()});
+        m_simulator.desk("FailNextWith", {session, "Start", "ab", QVariantList()});
     QCOMPARE(refused.errorMessage(), "\"ab\" is no error name");
 }
 
@@ -340,7 +320,7 @@ void TestSimulatorTasks::resetForgetsTheSessions()
 {
     registered("maintenance");
     start("cleanup 0 0");
-    m_simulator->reset();
+    m_simulator.reset();
     QCOMPARE(start("cleanup 0 0"),
              QString("Call failed: No object at the path %1").arg(pathOf("maintenance")));
     QVERIFY(registered("maintenance").contains("a(sia{sv}) 0"));

@@ -3,15 +3,13 @@
 
 #include "application_texts.h"
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_p.h"
 
 #include <QtDBus/QDBusMetaType>
-
-#include <optional>
 
 using Ostrel::ApplicationKind;
 using Ostrel::ApplicationState;
@@ -21,13 +19,12 @@ using Ostrel::ServiceState;
 
 // The records as another process sends and receives them. The values are made and seen by busctl,
 // which shares no code with Qt.
-class TestApplicationRecords : public QObject
+class TestApplicationRecords : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void recordsHaveTheirSignatures();
     void applicationStateHoldsAnyNumber();
@@ -40,25 +37,14 @@ private:
     // Sends a call that the simulator refuses, but logs.
     void send(const QVariant &argument);
     QString loggedByBusctl();
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestApplicationRecords::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     qDBusRegisterMetaType<RunningApplication>();
     qDBusRegisterMetaType<QVector<RunningApplication>>();
     qDBusRegisterMetaType<RunningService>();
     qDBusRegisterMetaType<QVector<RunningService>>();
-}
-
-void TestApplicationRecords::cleanup()
-{
-    m_simulator->reset();
 }
 
 void TestApplicationRecords::send(const QVariant &argument)
@@ -70,7 +56,7 @@ void TestApplicationRecords::send(const QVariant &argument)
 
 QString TestApplicationRecords::loggedByBusctl()
 {
-    return busctlDesk(*m_bus, "Calls");
+    return busctlDesk(m_bus, "Calls");
 }
 
 void TestApplicationRecords::recordsHaveTheirSignatures()
@@ -123,7 +109,7 @@ void TestApplicationRecords::emptyVectorsKeepTheirSignatures()
     send(QVariant::fromValue(QVector<RunningApplication>{}));
     send(QVariant::fromValue(QVector<RunningService>{}));
     QStringList signatures;
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     for (const Call &call : calls) {
         signatures.append(call.signature);
     }
@@ -157,7 +143,7 @@ void TestApplicationRecords::recordsComeBackEqual()
         R"~(["a",-1,255,4294967295,{"list":{"type":"as","data":["y"]},)~"
         R"~("title":{"type":"s","data":"x"}}],["",2147483647,256,0,{}]])~";
     QVERIFY2(logged.contains(application), qPrintable(logged));
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.at(0).signature, "a(siuua{sv})");
     QCOMPARE(calls.at(1).signature, "a(ssiua{sv})");
 
@@ -181,7 +167,7 @@ void TestApplicationRecords::emptyVectorsComeBackEmpty()
 {
     send(QVariant::fromValue(QVector<RunningApplication>{}));
     send(QVariant::fromValue(QVector<RunningService>{}));
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
 
     QVector<RunningApplication> applications(3, RunningApplication{});
     calls.at(0).arguments.at(0).value<QDBusArgument>() >> applications;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "outgoing_maps.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "variant_containers.h"
 #include "warnings.h"
@@ -14,8 +14,6 @@
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusUnixFileDescriptor>
-
-#include <optional>
 
 // A caller's own types, which it registers with QtDBus: one that is a map on the bus and converts
 // to a map, and one that is a list and converts to a list.
@@ -41,7 +39,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Settings & /*sett
     return argument;
 }
 
-QDBusArgument &operator<<(QDBusArgument &argument, const Steps &steps)
+QDBusArgument &operator<<(QDBusArgument &argument, Steps steps)
 {
     return argument << QVariantList{steps.count};
 }
@@ -53,7 +51,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Steps & /*steps*/
 
 // Callers' own types and containers in the maps that they hand over. QtDBus sends most of them, and
 // aborts the process at some.
-class TestOutgoingContainers : public QObject
+class TestOutgoingContainers : public SimulatorTest
 {
     Q_OBJECT
 
@@ -66,18 +64,10 @@ private Q_SLOTS:
     void unsendableElementsAreFound_data();
     void unsendableElementsAreFound();
     void variantsInVariantsAreCounted();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestOutgoingContainers::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-
     Ostrel::registerDBusTypes();
     qDBusRegisterMetaType<Settings>();
     qDBusRegisterMetaType<Steps>();
@@ -92,13 +82,13 @@ void TestOutgoingContainers::initTestCase()
             return {{settings.name, QVariant()}};
         });
     QMetaType::registerConverter<Steps, QVariantList>(
-        [](const Steps & /*steps*/) -> QVariantList { return {QVariant()}; });
+        [](Steps /*steps*/) -> QVariantList { return {QVariant()}; });
 }
 
 void TestOutgoingContainers::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
-    m_simulator->reset();
+    SimulatorTest::cleanup();
 }
 
 void TestOutgoingContainers::sendableContainersArrive_data()
@@ -145,7 +135,7 @@ void TestOutgoingContainers::sendableContainersArrive()
     QVariantMap map = mapOf(value);
     const Warnings warnings;
     QCOMPARE(refusalOf(map).message(), QString());
-    QTEST(sentOn(*m_bus, map).mid(8), "arrived");
+    QTEST(sentOn(m_bus, map).mid(8), "arrived");
     QCOMPARE(warnings.texts(), QStringList());
 }
 

@@ -3,7 +3,7 @@
 
 #include "busctl.h"
 #include "outgoing_maps.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "warnings.h"
 
@@ -17,8 +17,6 @@
 #include <QtDBus/QDBusObjectPath>
 #include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
-
-#include <optional>
 
 namespace
 {
@@ -45,7 +43,7 @@ Q_DECLARE_METATYPE(Nothing)
 
 // The maps that callers hand over: what can be sent arrives, and what cannot be sent is found
 // before it costs the process its life or its bus.
-class TestOutgoingMap : public QObject
+class TestOutgoingMap : public SimulatorTest
 {
     Q_OBJECT
 
@@ -60,18 +58,10 @@ private Q_SLOTS:
     void unsendableValuesAreFound_data();
     void unsendableValuesAreFound();
     void descriptorsMayStandApartFromJson();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestOutgoingMap::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-
     Ostrel::registerDBusTypes();
     qDBusRegisterMetaType<Maps>();
     qDBusRegisterMetaType<NamedMaps>();
@@ -88,7 +78,7 @@ void TestOutgoingMap::initTestCase()
 void TestOutgoingMap::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
-    m_simulator->reset();
+    SimulatorTest::cleanup();
 }
 
 void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
@@ -125,7 +115,7 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre()
     QVERIFY(!refusalOf(map).isValid());
     // The very same map: nothing was copied.
     QVERIFY(map.isSharedWith(original));
-    QVERIFY(sentOn(*m_bus, map).startsWith("1 \"key\" "));
+    QVERIFY(sentOn(m_bus, map).startsWith("1 \"key\" "));
 }
 
 void TestOutgoingMap::jsonValuesAreReplaced_data()
@@ -177,7 +167,7 @@ void TestOutgoingMap::jsonValuesAreReplaced()
     QVariantMap map = mapOf(value);
     const QVariantMap original = map;
     QVERIFY(!refusalOf(map).isValid());
-    QTEST(sentOn(*m_bus, map).mid(8), "arrived");
+    QTEST(sentOn(m_bus, map).mid(8), "arrived");
     QCOMPARE(original.value("key"), value);
 }
 
@@ -283,7 +273,7 @@ void TestOutgoingMap::descriptorsMayStandApartFromJson()
     const Warnings warnings;
     const QDBusError error = refusalOf(map);
     QCOMPARE(error.message(), QString());
-    QVERIFY(sentOn(*m_bus, map).startsWith("4 \"a\" aa{sv} 1 1 \"k\" h "));
+    QVERIFY(sentOn(m_bus, map).startsWith("4 \"a\" aa{sv} 1 1 \"k\" h "));
     QCOMPARE(warnings.texts(), QStringList());
 }
 

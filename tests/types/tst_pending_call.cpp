@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/names_p.h"
@@ -38,13 +38,11 @@ QStringList outcomeOf(const QDBusPendingCall &call)
 } // namespace
 
 // Calls that are over before anybody watches them.
-class TestPendingCall : public QObject
+class TestPendingCall : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void finishedRepliesAreHandled();
     void finishedErrorsKeepTheirValues_data();
     void finishedErrorsKeepTheirValues();
@@ -58,17 +56,7 @@ private:
     static QDBusPendingCall failedCall();
     static QDBusPendingCall sentCall(int status);
     static QDBusPendingCall finishedCall();
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestPendingCall::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 // One that failed before it was sent.
 QDBusPendingCall TestPendingCall::failedCall()
@@ -116,7 +104,7 @@ void TestPendingCall::finishedErrorsKeepTheirValues()
 {
     QFETCH(QString, name);
     QFETCH(QVariantList, values);
-    const QDBusMessage arranged = m_simulator->desk(
+    const QDBusMessage arranged = m_simulator.desk(
         "FailNextWith",
         {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", name, QVariant(values)});
     QCOMPARE(arranged.type(), QDBusMessage::ReplyMessage);
@@ -178,11 +166,11 @@ void TestPendingCall::repliesAreHandledInTheirOrder()
         order.append(QString::number(reply.value()));
     };
     watchPendingCall<Reply>(finishedCall(), &context, handler);
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     QDBusPendingCall second = sentCall(2);
     watchPendingCall<Reply>(second, &context, handler);
-    m_simulator->windowStatus().waitForHeld(1);
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().release({0});
     second.waitForFinished();
     QCOMPARE(order, QStringList());
     waitUntil([&] { return order.size() == 2; });

@@ -2,12 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/types_p.h"
-
-#include <optional>
 
 using Ostrel::ApplicationKind;
 using Ostrel::ApplicationState;
@@ -35,13 +33,11 @@ template <> RunningService filled()
 
 // Application records are read from whatever another process sends; busctl makes it, which shares
 // no code with Qt.
-class TestReadingApplications : public QObject
+class TestReadingApplications : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void readOneApplication_data();
     void readOneApplication();
     void readOneService_data();
@@ -51,18 +47,7 @@ private Q_SLOTS:
     void readManyServices_data();
     void readManyServices();
     void qtsOwnListsEndOnAMap();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestReadingApplications::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 void TestReadingApplications::readOneApplication_data()
 {
@@ -103,7 +88,7 @@ void TestReadingApplications::readOneApplication_data()
 
 void TestReadingApplications::readOneApplication()
 {
-    readRow(*m_bus, filled<RunningApplication>());
+    readRow(m_bus, filled<RunningApplication>());
 }
 
 void TestReadingApplications::readOneService_data()
@@ -129,7 +114,7 @@ void TestReadingApplications::readOneService_data()
 
 void TestReadingApplications::readOneService()
 {
-    readRow(*m_bus, filled<RunningService>());
+    readRow(m_bus, filled<RunningService>());
 }
 
 void TestReadingApplications::readManyApplications_data()
@@ -153,7 +138,7 @@ void TestReadingApplications::readManyApplications_data()
 
 void TestReadingApplications::readManyApplications()
 {
-    readRow(*m_bus, QVector<RunningApplication>(2, filled<RunningApplication>()));
+    readRow(m_bus, QVector<RunningApplication>(2, filled<RunningApplication>()));
 }
 
 void TestReadingApplications::readManyServices_data()
@@ -171,7 +156,7 @@ void TestReadingApplications::readManyServices_data()
 
 void TestReadingApplications::readManyServices()
 {
-    readRow(*m_bus, QVector<RunningService>(2, filled<RunningService>()));
+    readRow(m_bus, QVector<RunningService>(2, filled<RunningService>()));
 }
 
 // Qt's own reader of a list begins an array even where there is a map, and goes on until its end:
@@ -179,7 +164,7 @@ void TestReadingApplications::readManyServices()
 void TestReadingApplications::qtsOwnListsEndOnAMap()
 {
     QList<RunningApplication> applications;
-    const QDBusArgument argument = receive(*m_bus, "a{sv}", "2 k i 3 l s x");
+    const QDBusArgument argument = receive(m_bus, "a{sv}", "2 k i 3 l s x");
     argument.beginStructure();
     argument >> applications;
     argument.endStructure();

@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "record_rows.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 
 #include "DBus/types_json_p.h"
 
 #include <QtCore/QJsonDocument>
-
-#include <optional>
 
 // A JSON value as text, within an array. In the global namespace like the JSON classes, where
 // templates find it.
@@ -30,13 +28,11 @@ QString unsupported(const char *signature)
 
 // JSON values are read from whatever another process sends; busctl makes it, which shares no code
 // with Qt, and so types that Qt never writes.
-class TestReadingJson : public QObject
+class TestReadingJson : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void valuesAreRead_data();
     void valuesAreRead();
     void objectsAreRead_data();
@@ -44,18 +40,7 @@ private Q_SLOTS:
     void arraysAreRead_data();
     void arraysAreRead();
     void deepValuesAreRead();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestReadingJson::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
 
 namespace
 {
@@ -144,7 +129,7 @@ void TestReadingJson::valuesAreRead_data()
 void TestReadingJson::valuesAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonValue("old"), warnings);
+    readRow(m_bus, QJsonValue("old"), warnings);
 }
 
 void TestReadingJson::objectsAreRead_data()
@@ -170,7 +155,7 @@ void TestReadingJson::objectsAreRead_data()
 void TestReadingJson::objectsAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonObject{{"old", 1}}, warnings);
+    readRow(m_bus, QJsonObject{{"old", 1}}, warnings);
 }
 
 void TestReadingJson::arraysAreRead_data()
@@ -198,7 +183,7 @@ void TestReadingJson::arraysAreRead_data()
 void TestReadingJson::arraysAreRead()
 {
     QFETCH(QStringList, warnings);
-    readRow(*m_bus, QJsonArray{"old"}, warnings);
+    readRow(m_bus, QJsonArray{"old"}, warnings);
 }
 
 // As deep as a message may be: 64 containers.
@@ -209,7 +194,7 @@ void TestReadingJson::deepValuesAreRead()
         value.append("a{sv} 1 k");
     }
     value.append("i 3");
-    const QDBusArgument argument = receive(*m_bus, "v", value.join(' '));
+    const QDBusArgument argument = receive(m_bus, "v", value.join(' '));
     QJsonValue read;
     argument.beginStructure();
     argument >> read;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_texts.h"
 #include "test_main.h"
 
@@ -11,7 +11,6 @@
 
 #include <QtDBus/QDBusMetaType>
 
-#include <optional>
 #include <type_traits>
 
 using Ostrel::ActiveTask;
@@ -47,13 +46,12 @@ ActiveTask oldActiveTask()
 
 // The task records as another process sends and receives them. The values are made and seen by
 // busctl, which shares no code with Qt.
-class TestTaskRecords : public QObject
+class TestTaskRecords : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void recordsHaveTheirSignatures();
     void recordsArePlainStructures();
@@ -76,27 +74,16 @@ private Q_SLOTS:
 private:
     // Sends a call that the simulator refuses, but logs.
     template <typename Value> void send(const Value &value);
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestTaskRecords::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     qDBusRegisterMetaType<TaskState>();
     qDBusRegisterMetaType<QVector<TaskState>>();
     qDBusRegisterMetaType<AvailableTask>();
     qDBusRegisterMetaType<QVector<AvailableTask>>();
     qDBusRegisterMetaType<ActiveTask>();
     qDBusRegisterMetaType<QVector<ActiveTask>>();
-}
-
-void TestTaskRecords::cleanup()
-{
-    m_simulator->reset();
 }
 
 template <typename Value> void TestTaskRecords::send(const Value &value)
@@ -139,7 +126,7 @@ void TestTaskRecords::membersAreWrittenInOrder()
         return QString("['%1','a.b','Take','%2',[{'type':'%2','data':[%3]}]]")
             .arg(OSTREL_SERVICE_PATH, signature, data);
     };
-    QCOMPARE(busctlDesk(*m_bus, "Calls"),
+    QCOMPARE(busctlDesk(m_bus, "Calls"),
              QString("{'type':'a(ssssav)','data':[[%1,%2,%3]]}")
                  .arg(call("(sua{sv})", "'sync',4294967295," + entries),
                       call("(sa{sv})", "'sync'," + entries),
@@ -156,7 +143,7 @@ void TestTaskRecords::emptyVectorsKeepTheirSignatures()
     send(QVector<AvailableTask>{});
     send(QVector<ActiveTask>{});
     QStringList signatures;
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     for (const Call &call : calls) {
         signatures.append(call.signature);
     }
@@ -177,7 +164,7 @@ void TestTaskRecords::recordsComeBackEqual()
     send(states.at(0));
     send(available.at(0));
     send(active.at(0));
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     const auto argument = [&calls](int call) { return calls.at(call).arguments.at(0); };
 
     QCOMPARE(text(qdbus_cast<QVector<TaskState>>(argument(0))), text(states));
@@ -208,7 +195,7 @@ void TestTaskRecords::readTaskState_data()
 
 void TestTaskRecords::readTaskState()
 {
-    readRow(*m_bus, oldTaskState());
+    readRow(m_bus, oldTaskState());
 }
 
 void TestTaskRecords::readAvailableTask_data()
@@ -229,7 +216,7 @@ void TestTaskRecords::readAvailableTask_data()
 
 void TestTaskRecords::readAvailableTask()
 {
-    readRow(*m_bus, oldAvailableTask());
+    readRow(m_bus, oldAvailableTask());
 }
 
 void TestTaskRecords::readActiveTask_data()
@@ -254,7 +241,7 @@ void TestTaskRecords::readActiveTask_data()
 
 void TestTaskRecords::readActiveTask()
 {
-    readRow(*m_bus, oldActiveTask());
+    readRow(m_bus, oldActiveTask());
 }
 
 void TestTaskRecords::readTaskStates_data()
@@ -271,7 +258,7 @@ void TestTaskRecords::readTaskStates_data()
 
 void TestTaskRecords::readTaskStates()
 {
-    readRow(*m_bus, QVector<TaskState>(2, oldTaskState()));
+    readRow(m_bus, QVector<TaskState>(2, oldTaskState()));
 }
 
 void TestTaskRecords::readAvailableTasks_data()
@@ -288,7 +275,7 @@ void TestTaskRecords::readAvailableTasks_data()
 
 void TestTaskRecords::readAvailableTasks()
 {
-    readRow(*m_bus, QVector<AvailableTask>(2, oldAvailableTask()));
+    readRow(m_bus, QVector<AvailableTask>(2, oldAvailableTask()));
 }
 
 void TestTaskRecords::readActiveTasks_data()
@@ -306,7 +293,7 @@ void TestTaskRecords::readActiveTasks_data()
 
 void TestTaskRecords::readActiveTasks()
 {
-    readRow(*m_bus, QVector<ActiveTask>(2, oldActiveTask()));
+    readRow(m_bus, QVector<ActiveTask>(2, oldActiveTask()));
 }
 
 OSTREL_TEST_MAIN(TestTaskRecords)

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "warnings.h"
 
@@ -12,8 +12,6 @@
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
-
-#include <optional>
 
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
@@ -65,13 +63,12 @@ int levelsOf(const QString &logged)
 } // namespace
 
 // JSON values as they arrive in another process, seen by busctl, which shares no code with Qt.
-class TestWritingJson : public QObject
+class TestWritingJson : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void valuesAreWritten_data();
     void valuesAreWritten();
@@ -86,22 +83,11 @@ private:
     // Sends what the writer makes of a value between two markers. Returns what busctl sees between
     // them: signature and values.
     template <typename Json> QString sent(const Json &json);
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestWritingJson::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     Ostrel::registerDBusTypes();
-}
-
-void TestWritingJson::cleanup()
-{
-    m_simulator->reset();
 }
 
 template <typename Json> QString TestWritingJson::sent(const Json &json)
@@ -115,11 +101,11 @@ template <typename Json> QString TestWritingJson::sent(const Json &json)
     if (&returned != &argument) {
         qFatal("the writer returned another argument");
     }
-    m_simulator->desk("ClearCalls");
+    m_simulator.desk("ClearCalls");
     QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << QVariant::fromValue(argument));
-    const QString logged = withPlainNumbers(busctlDesk(*m_bus, "Calls"));
+    const QString logged = withPlainNumbers(busctlDesk(m_bus, "Calls"));
     const QString signature = logged.section("\"Take\",\"(s", 1).section("s)\"", 0, 0);
     const QString data = logged.section("\"before\"", 1).section(",\"after\"", 0, 0);
     return signature + ' ' + data.mid(1);
@@ -134,8 +120,7 @@ void TestWritingJson::valuesAreWritten_data()
     const QString type = "Unknown JSON value type";
     const QString arrays = "JSON array of arrays are not supported";
     const auto row = [](const char *json, const char *arrived, const QStringList &warnings = {}) {
-        QTest::newRow(json) << QString::fromUtf8(json)
-                            << QString::fromUtf8(arrived).replace('\'', '"') << warnings;
+        QTest::newRow(json) << json << QString::fromUtf8(arrived).replace('\'', '"') << warnings;
     };
     row("true", "b true");
     row("false", "b false");
@@ -233,11 +218,11 @@ void TestWritingJson::restOfTheMessageArrives()
     QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(OSTREL_SERVICE_NAME, OSTREL_SERVICE_PATH, "a.b", "Take")
         << 1 << QVariant(object) << QVariantMap{{"m", object}} << 2);
-    const Call call = m_simulator->calls().constFirst();
+    const Call call = m_simulator.calls().constFirst();
     QCOMPARE(call.signature, "ia{sv}a{sv}i");
     QCOMPARE(call.arguments.at(3), QVariant(2));
     const QString one = R"({"a":{"type":"ad","data":[1,2]},"z":{"type":"s","data":"x"}})";
-    const QString logged = withPlainNumbers(busctlDesk(*m_bus, "Calls"));
+    const QString logged = withPlainNumbers(busctlDesk(m_bus, "Calls"));
     QCOMPARE(logged.section("\"ia{sv}a{sv}i\",", 1),
              QString(R"([{"type":"i","data":1},{"type":"a{sv}","data":%1},)"
                      R"({"type":"a{sv}","data":{"m":{"type":"a{sv}","data":%1}}},)"

@@ -3,7 +3,7 @@
 
 #include "error_names.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "warnings.h"
 
@@ -17,22 +17,17 @@
 #include <QtDBus/QDBusVariant>
 
 #include <limits>
-#include <optional>
 
 using Ostrel::ApplicationState;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
 // A program reports the status of its windows, and the service, a process of its own, answers.
-class TestWindowManagement : public QObject
+class TestWindowManagement : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void classAddsNoSignalsOrProperties();
     void constructionSendsNothing();
     void sendsItsArgumentsUnchanged_data();
@@ -49,33 +44,7 @@ private Q_SLOTS:
     void callbacksRunInTheOrderOfTheReplies();
     void emptyCallbackThrows_data();
     void emptyCallbackThrows();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestWindowManagement::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestWindowManagement::init()
-{
-    m_warnings.emplace();
-}
-
-// No outcome of a call is ever logged.
-void TestWindowManagement::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestWindowManagement::classAddsNoSignalsOrProperties()
 {
@@ -103,7 +72,7 @@ void TestWindowManagement::constructionSendsNothing()
         const WindowManagement windows;
     }
     reportWindow();
-    QCOMPARE(m_simulator->calls().size(), 1);
+    QCOMPARE(m_simulator.calls().size(), 1);
 }
 
 void TestWindowManagement::sendsItsArgumentsUnchanged_data()
@@ -131,7 +100,7 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
     QFETCH(int, arg2);
     reportWindow(window, status, arg1, arg2);
 
-    const QVector<Call> calls = m_simulator->calls();
+    const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 1);
     const Call &call = calls.constFirst();
     QCOMPARE(call.path, OSTREL_SERVICE_PATH "/WindowManagement1");
@@ -147,15 +116,15 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
 
 void TestWindowManagement::returnsBeforeTheCallback()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     int callbacks = 0;
     const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
     windows.updateWindowStatus("w", 1, 2, 3, this, count);
 
     // The answer is there, but only the event loop brings it.
-    m_simulator->windowStatus().waitForHeld(1);
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().release({0});
     QCOMPARE(callbacks, 0);
     waitUntil([&] { return callbacks == 1; });
 }
@@ -174,7 +143,7 @@ void TestWindowManagement::callbackReceivesTheState_data()
 void TestWindowManagement::callbackReceivesTheState()
 {
     QFETCH(quint32, state);
-    m_simulator->windowStatus().answerNext({state});
+    m_simulator.windowStatus().answerNext({state});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, state);
     QCOMPARE(outcome.error.code(), Error::NoError);
@@ -184,7 +153,7 @@ void TestWindowManagement::callbackReceivesTheState()
 
 void TestWindowManagement::furtherValuesInAReplyAreAccepted()
 {
-    m_simulator->windowStatus().answerNext({2U, "more", 3U});
+    m_simulator.windowStatus().answerNext({2U, "more", 3U});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 2U);
     QVERIFY(!outcome.error);
@@ -219,7 +188,7 @@ void TestWindowManagement::otherRepliesAreFailures_data()
 void TestWindowManagement::otherRepliesAreFailures()
 {
     QFETCH(QVariantList, values);
-    m_simulator->windowStatus().answerNext(values);
+    m_simulator.windowStatus().answerNext(values);
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::Failed);
@@ -240,7 +209,7 @@ void TestWindowManagement::serviceErrorsAreMapped_data()
 void TestWindowManagement::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
-    m_simulator->windowStatus().failNext(name, "the service says so");
+    m_simulator.windowStatus().failNext(name, "the service says so");
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QTEST(int(outcome.error.code()), "code");
@@ -270,7 +239,7 @@ void TestWindowManagement::eachCallGetsItsCallbackOnce()
 
 void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
 {
-    m_simulator->windowStatus().holdNext(3);
+    m_simulator.windowStatus().holdNext(3);
     WindowManagement windows;
     QStringList order;
     for (const int status : {10, 11, 12}) {
@@ -279,8 +248,8 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
                 order.append(QString("%1:%2:%3").arg(status).arg(state).arg(error.code()));
             });
     }
-    m_simulator->windowStatus().waitForHeld(3);
-    m_simulator->windowStatus().release({2, 0, 1});
+    m_simulator.windowStatus().waitForHeld(3);
+    m_simulator.windowStatus().release({2, 0, 1});
     waitUntil([&] { return order.size() == 3; });
     QCOMPARE(order, (QStringList{"12:12:0", "10:10:0", "11:11:0"}));
 }
@@ -296,7 +265,7 @@ void TestWindowManagement::emptyCallbackThrows()
 {
     QFETCH(bool, fails);
     if (fails) {
-        m_simulator->windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
+        m_simulator.windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
     // Qt has something to say about exceptions in event handlers; the library has not.
     const Warnings warnings;

@@ -1,80 +1,28 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "other_thread.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "warnings.h"
 
-#include <QtCore/QPointer>
 #include <QtCore/QSemaphore>
 #include <QtCore/QThread>
 
 #include <memory>
-#include <optional>
 
 using Ostrel::ApplicationState;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
-namespace
-{
-
-// An object in a thread with an event loop of its own, both gone at the end.
-class OtherThread
-{
-public:
-    OtherThread()
-    {
-        m_thread.start();
-        m_object = new QObject;
-        m_object->moveToThread(&m_thread);
-    }
-
-    ~OtherThread()
-    {
-        destroyObject();
-        m_thread.quit();
-        m_thread.wait();
-    }
-
-    QObject *object() const { return m_object; }
-    QThread *thread() { return &m_thread; }
-
-    // Destroys the object in its thread, and returns when that has happened.
-    void destroyObject()
-    {
-        if (!m_object.isNull()) {
-            QMetaObject::invokeMethod(
-                m_object.data(), [this] { delete m_object.data(); }, Qt::BlockingQueuedConnection);
-        }
-    }
-
-    // Ends the event loop and the thread, with the object still there.
-    void end()
-    {
-        m_thread.quit();
-        m_thread.wait();
-    }
-
-private:
-    QThread m_thread;
-    QPointer<QObject> m_object;
-};
-
-} // namespace
-
 // Objects that end at every stage of a call, and contexts in other threads. Much of what is shown
 // here is that nothing is leaked or used after its end, which the sanitizers see.
-class TestWindowManagementLifetimes : public QObject
+class TestWindowManagementLifetimes : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void contextEndsBeforeTheReply();
     void contextEndsAfterTheReplyArrived();
     void clientEndsBeforeTheReply();
@@ -92,58 +40,33 @@ private Q_SLOTS:
     void serviceEndsWithManyCallsInFlight();
     void clientInAnotherThread();
     void nullContextIsRefusedByQt();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
-
-void TestWindowManagementLifetimes::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestWindowManagementLifetimes::init()
-{
-    m_warnings.emplace();
-}
-
-void TestWindowManagementLifetimes::cleanup()
-{
-    const QStringList warnings = m_warnings->texts();
-    m_warnings.reset();
-    m_simulator->reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().waitForHeld(1);
     // What waits for the reply belongs to the context.
     QCOMPARE(context->children().size(), 1);
     context.reset();
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().release({0});
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
 }
 
 void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator->windowStatus().waitForHeld(1);
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().release({0});
     context.reset();
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
@@ -151,27 +74,27 @@ void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
 
 void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     auto windows = std::make_unique<WindowManagement>();
     Outcomes outcomes;
     windows->updateWindowStatus("w", 5, 0, 0, this, outcomes.callback());
-    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().waitForHeld(1);
     windows.reset();
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().release({0});
     outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
 }
 
 void TestWindowManagementLifetimes::callbackIsCopied()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto callback = outcomes.callback();
     windows.updateWindowStatus("w", 5, 0, 0, this, callback);
     callback = nullptr;
-    m_simulator->windowStatus().waitForHeld(1);
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().release({0});
     outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
     // What waited for the reply is gone again.
@@ -189,7 +112,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
 {
     QFETCH(bool, failing);
     if (failing) {
-        m_simulator->windowStatus().failNext("a.b", "text");
+        m_simulator.windowStatus().failNext("a.b", "text");
     }
     auto *windows = new WindowManagement;
     auto *context = new QObject;
@@ -259,7 +182,7 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
 {
-    m_simulator->windowStatus().failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
+    m_simulator.windowStatus().failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
     OtherThread other;
     WindowManagement windows;
     QSemaphore done;
@@ -277,7 +200,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     OtherThread other;
     WindowManagement windows;
     // Held by the callback alone: it is gone when the callback is.
@@ -285,12 +208,12 @@ void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
     const std::weak_ptr<int> watched = held;
     windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
-    m_simulator->windowStatus().waitForHeld(1);
+    m_simulator.windowStatus().waitForHeld(1);
     other.destroyObject();
     QCOMPARE(*held, 0);
     held.reset();
     QVERIFY(watched.expired());
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().release({0});
     reportWindow();
 }
 
@@ -310,24 +233,20 @@ void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
 // Its event loop is over; destroying the context is what ends the call.
 void TestWindowManagementLifetimes::contextOutlivesItsThread()
 {
-    m_simulator->windowStatus().holdNext(1);
+    m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
-    QThread thread;
-    thread.start();
-    auto *context = new QObject;
-    context->moveToThread(&thread);
-    windows.updateWindowStatus("w", 1, 2, 3, context,
+    OtherThread other;
+    windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
     held.reset();
-    m_simulator->windowStatus().waitForHeld(1);
-    thread.quit();
-    thread.wait();
-    m_simulator->windowStatus().release({0});
+    m_simulator.windowStatus().waitForHeld(1);
+    other.end();
+    m_simulator.windowStatus().release({0});
     reportWindow();
     QVERIFY(!watched.expired());
-    delete context;
+    delete other.object();
     QVERIFY(watched.expired());
 }
 
@@ -348,20 +267,19 @@ void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
     reportWindow();
 }
 
-// The object may live in any one thread that runs an event loop.
 void TestWindowManagementLifetimes::serviceEndsWithManyCallsInFlight()
 {
     constexpr int held = 20;
-    m_simulator->windowStatus().holdNext(held);
+    m_simulator.windowStatus().holdNext(held);
     WindowManagement windows;
     Outcomes outcomes;
     for (int i = 0; i < held; ++i) {
         windows.updateWindowStatus("w", i, 0, 0, this, outcomes.callback());
     }
-    m_simulator->windowStatus().waitForHeld(held);
-    QCOMPARE(m_simulator->end(), 0);
+    m_simulator.windowStatus().waitForHeld(held);
+    QCOMPARE(m_simulator.end(), 0);
     outcomes.waitFor(held);
-    m_simulator->start();
+    m_simulator.start();
     reportWindow();
     QCOMPARE(outcomes.size(), held);
     for (int i = 0; i < held; ++i) {

@@ -3,7 +3,7 @@
 
 #include "application_texts.h"
 #include "memory_figures.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "test_main.h"
 #include "waiting.h"
 
@@ -11,7 +11,6 @@
 
 #include <Ostrel/Control>
 
-#include <optional>
 #include <vector>
 
 using Ostrel::Control;
@@ -20,7 +19,7 @@ using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
 // Many records, signals and requests.
-class TestControlLoad : public QObject
+class TestControlLoad : public SimulatorTest
 {
     Q_OBJECT
 
@@ -34,23 +33,17 @@ private Q_SLOTS:
 private:
     // Has the service send "StateChanged" so often, the instance and the state given.
     void emitStates(const QString &instance, int count) const;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
 
 void TestControlLoad::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
 }
 
 void TestControlLoad::emitStates(const QString &instance, int count) const
 {
-    const QDBusMessage answer = m_simulator->desk(
+    const QDBusMessage answer = m_simulator.desk(
         "EmitMany",
         {QVariant::fromValue(QDBusObjectPath(OSTREL_CONTROL_PATH)), OSTREL_CONTROL_INTERFACE,
          "StateChanged", QVariant(QVariantList{instance, QVariantMap{{"State", 3U}}}),
@@ -60,7 +53,7 @@ void TestControlLoad::emitStates(const QString &instance, int count) const
 
 void TestControlLoad::tenThousandRecordsAreRead()
 {
-    m_simulator->desk("ListNext", {10000U, 10000U});
+    m_simulator.desk("ListNext", {10000U, 10000U});
     MemoryFigures figures;
     QVector<RunningApplication> applications;
     QVector<RunningService> services;
@@ -108,7 +101,7 @@ void TestControlLoad::tenThousandRequestsInFlight()
 {
     Control control;
     const auto ask = [this, &control](int count) {
-        const MethodFaults terminate = m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate");
+        const MethodFaults terminate = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate");
         terminate.holdNext(uint(count));
         int answered = 0;
         MemoryFigures figures;

@@ -3,10 +3,9 @@
 
 #include "memory_figures.h"
 #include "outcomes.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
-#include "warnings.h"
 
 #include <Ostrel/Control>
 
@@ -14,7 +13,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <optional>
 #include <vector>
 
 using Ostrel::ApplicationState;
@@ -25,13 +23,12 @@ using Ostrel::WindowManagement;
 
 // Calls without end: each gets its own answer, and nothing of them stays. OSTREL_LONG_TESTS in the
 // environment makes them ten times as many.
-class TestLoad : public QObject
+class TestLoad : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
 
     void repeatedRequestsUseNoMoreMemory() const;
     void repeatedReportsUseNoMoreMemory();
@@ -40,10 +37,6 @@ private Q_SLOTS:
 
 private:
     const int m_count = longTests() ? 100000 : 10000;
-
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
-    std::optional<Warnings> m_warnings;
 };
 
 namespace
@@ -89,18 +82,8 @@ private:
 
 void TestLoad::initTestCase()
 {
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
-    m_warnings.emplace();
-}
-
-void TestLoad::cleanup()
-{
-    m_simulator->reset();
-    QCOMPARE(m_warnings->texts(), QStringList());
 }
 
 void TestLoad::repeatedRequestsUseNoMoreMemory() const
@@ -187,7 +170,7 @@ void TestLoad::tenThousandReportsInFlight()
         std::vector<int> answers(count, 0);
         QVector<int> order;
         order.reserve(count);
-        m_simulator->windowStatus().holdNext(count);
+        m_simulator.windowStatus().holdNext(count);
         for (int i = 0; i < count; ++i) {
             windows.updateWindowStatus("w", i, 0, 0, this,
                                        [&, i](ApplicationState state, const Error &error) {
@@ -198,14 +181,14 @@ void TestLoad::tenThousandReportsInFlight()
                                            order.append(i);
                                        });
         }
-        m_simulator->windowStatus().waitForHeld(count);
+        m_simulator.windowStatus().waitForHeld(count);
         QCOMPARE(order.size(), 0);
         // The last call is answered first.
         QList<uint> reversed;
         for (uint i = count; i > 0; --i) {
             reversed.append(i - 1);
         }
-        m_simulator->windowStatus().release(reversed);
+        m_simulator.windowStatus().release(reversed);
         waitUntil([&] { return order.size() >= count; });
         // No second answer is behind these.
         Outcomes marker;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "memory_figures.h"
-#include "simulator.h"
+#include "simulator_test.h"
 #include "task_invokers.h"
 #include "test_main.h"
 #include "warnings.h"
@@ -17,37 +17,18 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // A program with much to do: nothing is lost, mixed up or told twice.
-class TestTaskInvokerLoad : public QObject
+class TestTaskInvokerLoad : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-
     void thousandInvokersBecomeReady();
     void tenThousandStartsInFlightAreAnswered();
     void tenThousandTasksAreListed();
     void tenThousandReadyCallbacksRun();
     void thousandChangesArrive();
     void serviceEndsWithManyCallsInFlight();
-
-private:
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestTaskInvokerLoad::initTestCase()
-{
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-void TestTaskInvokerLoad::cleanup()
-{
-    m_simulator->reset();
-}
 
 void TestTaskInvokerLoad::thousandInvokersBecomeReady()
 {
@@ -74,7 +55,7 @@ void TestTaskInvokerLoad::thousandInvokersBecomeReady()
     };
     waitUntil([&] { return all(ready) >= count; });
     // Each hears what is announced for its own type alone.
-    emitPropertiesChanged(*m_bus, "t500", "1 AvailableTasks a(sa{sv}) 1 a 0");
+    emitPropertiesChanged(m_bus, "t500", "1 AvailableTasks a(sa{sv}) 1 a 0");
     waitUntil([&] { return changes.at(500) == 2; });
     roundTrip(*invokers.at(999));
     QCOMPARE(all(changes), count + 1);
@@ -88,7 +69,7 @@ void TestTaskInvokerLoad::thousandInvokersBecomeReady()
 void TestTaskInvokerLoad::tenThousandStartsInFlightAreAnswered()
 {
     constexpr int count = 10000;
-    const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     // All find it running, so that the simulator answers each at once.
@@ -138,7 +119,7 @@ void TestTaskInvokerLoad::tenThousandTasksAreListed()
     TaskInvoker &invoker = owned.emplace(TaskInvoker::SessionBus, "other");
     waitUntilReady(invoker);
     emitPropertiesChanged(
-        *m_bus, "other",
+        m_bus, "other",
         QString("2 ActiveTasks a(sia{sv}) %1 %2 AvailableTasks "
                 "a(sa{sv}) %1 %3")
             .arg(QString::number(count), active.join(blank), available.join(blank)));
@@ -178,7 +159,7 @@ void TestTaskInvokerLoad::thousandChangesArrive()
     MemoryFigures figures;
     int changes = 0;
     connect(&invoker, &TaskInvoker::activeTasksChanged, this, [&changes] { ++changes; });
-    busctlDesk(*m_bus, "EmitMany",
+    busctlDesk(m_bus, "EmitMany",
                QStringList{"ossavu", sessionPath("other"), "org.freedesktop.DBus.Properties",
                            "PropertiesChanged", "3"}
                    + wordsOf("s x a{sv} 1 ActiveTasks a(sia{sv}) 2 a 1 0 b 2 0 as 0 1000"));
@@ -192,7 +173,7 @@ void TestTaskInvokerLoad::thousandChangesArrive()
 void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
 {
     constexpr int held = 20;
-    const MethodFaults starts = m_simulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     starts.holdNext(held);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
@@ -202,7 +183,7 @@ void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
     }
     starts.waitForHeld(held);
     const QString available = text(invoker.availableTasks());
-    QCOMPARE(m_simulator->end(), 0);
+    QCOMPARE(m_simulator.end(), 0);
     events.waitFor(held);
     roundTrip(invoker);
     QCOMPARE(events.all().count("started 0: 1 \"Message recipient disconnected "
@@ -211,7 +192,7 @@ void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
     QCOMPARE(events.size(), held);
     // What it knew stays until the next service announces something else.
     QCOMPARE(text(invoker.availableTasks()), available);
-    m_simulator->start();
+    m_simulator.start();
     roundTrip(invoker);
     QCOMPARE(text(invoker.availableTasks()), available);
 }
