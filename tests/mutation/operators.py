@@ -100,7 +100,7 @@ def changes(text):
         other = 'false' if match.group(1) == 'true' else 'true'
         yield 'truth', match.start(1), match.end(1), other
     for match in RETURN.finditer(code):
-        if match.group(1) not in ('true', 'false', '*this'):
+        if match.group(1) not in ('0', 'false', 'nullptr', 'true', '*this'):
             yield 'return', match.start(1), match.end(1), '{}'
     for match in CALL.finditer(code):
         start = match.start(1)

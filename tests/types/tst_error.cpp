@@ -125,7 +125,8 @@ void TestError::isCopiedAsAValue()
     QCOMPARE(copy.message(), "not you");
 }
 
-// It would compile, and compare the truth of the error with the number of the code.
+// Without the deleted operators it would compile, and compare isError() with the number of the
+// code.
 void TestError::doesNotCompareWithACode()
 {
     static_assert(!areComparable<Error, Error::Code>);
@@ -149,7 +150,7 @@ void TestError::mapsBusErrorNames_data()
     service(".Error.ProcessNotHandled", 7);
     service(".Error.ApplicationNotRunning", 8);
     service(".Error.ApplicationAlreadyRunning", 9);
-    // The names of the other table, and others, mean nothing here.
+    // Names with the wrong prefix give Failed.
     service(".Error.Failed", 1);
     service(".Error.InvalidArgs", 1);
     service(".Error.NotSupported", 1);
@@ -161,7 +162,7 @@ void TestError::mapsBusErrorNames_data()
     service(".HandlerFailed", 1);
     service(".ErrorX.HandlerFailed", 1);
 
-    // Without a prefix they mean nothing either.
+    // Names without a prefix give Failed as well.
     for (const char *name : {"HandlerNotFound", "NotSupported", "AccessDenied"}) {
         QTest::newRow(name) << name << 1;
     }
@@ -188,7 +189,7 @@ void TestError::mapsBusErrorNames_data()
     standard("com.example.AccessDenied", 1);
     standard("x.org.freedesktop.DBus.Error.AccessDenied", 1);
 
-    // The prefix is taken out wherever it occurs, not at the beginning alone.
+    // The prefix is removed wherever it occurs, not only at the beginning.
     const QString prefix = QString(OSTREL_SERVICE_NAME) + ".Error.";
     const QString freedesktop = "org.freedesktop.DBus.Error.";
     QTest::newRow("service prefix twice at the beginning")
@@ -225,15 +226,15 @@ void TestError::invalidBusErrorIsASuccess()
     QVERIFY(!none.isError());
     QVERIFY(!none);
 
-    // An error without a name is no valid one, and its message is not taken.
+    // An error without a name is invalid, and its message is ignored.
     const Error nameless = Ostrel::fromDBusError(busError(QString()));
     QCOMPARE(nameless.code(), Error::NoError);
     QVERIFY(nameless.message().isNull());
 
-    const Error reply =
-        Ostrel::fromDBusError(QDBusError(QDBusMessage::createSignal("/a", "a.b", "c")));
-    QCOMPARE(reply.code(), Error::NoError);
-    QVERIFY(reply.message().isNull());
+    // This one is invalid, although it has a name.
+    const Error named = Ostrel::fromDBusError(QDBusError(QDBusError::NoError, "text"));
+    QCOMPARE(named.code(), Error::NoError);
+    QVERIFY(named.message().isNull());
 }
 
 void TestError::noErrorNameKeepsItsMessage()
@@ -292,7 +293,7 @@ void TestError::isPrintedWithNameAndMessage()
 {
     QFETCH(const Error, error);
     QString printed;
-    // What is set for the rest of the line stays.
+    // The settings of the stream stay as they were.
     QDebug(&printed).noquote().nospace() << error << QString("next") << QString("word");
     QFETCH(const QString, text);
     QCOMPARE(printed, text + "nextword");
@@ -330,7 +331,7 @@ void TestError::recordsArePrintedWithTheirMembers()
              QString("Ostrel::ActiveTask(\"a\", 7, %1)").arg(map));
 }
 
-// The first test, so that the first use of the tables is contended.
+// This test comes first: several threads use the tables for the first time.
 void TestError::mapsInManyThreadsAtOnce()
 {
     std::atomic<int> right = 0;

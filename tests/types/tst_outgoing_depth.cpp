@@ -19,7 +19,7 @@
 namespace
 {
 
-// An argument of nothing but containers of one kind within one another.
+// Returns an argument of nested containers of one kind.
 QVariant argumentOf(int levels, void (QDBusArgument::*begin)(), void (QDBusArgument::*end)())
 {
     QDBusArgument argument;
@@ -58,8 +58,8 @@ QVariant inMixedArrays(int levels)
 
 } // namespace
 
-// The bus drops a connection for good over a message of more than 64 containers within one another.
-// What just passes arrives, and one more is refused.
+// The bus drops the connection over a message with more than 64 nested containers. The largest
+// allowed depth arrives; one more is refused.
 class TestOutgoingDepth : public QObject
 {
     Q_OBJECT
@@ -98,7 +98,7 @@ void TestOutgoingDepth::cleanup()
 void TestOutgoingDepth::deepestValuesArrive_data()
 {
     QTest::addColumn<QVariant>("value");
-    // In all, 62 to 64 containers.
+    // 62 to 64 containers in all.
     QTest::newRow("maps") << inMaps(1, 20);
     QTest::newRow("lists") << inLists(1, 30);
     QTest::newRow("lists and strings") << inLists(QStringList{"x"}, 30);
@@ -201,13 +201,14 @@ void TestOutgoingDepth::nestingIsThatOfTheTypes_data()
     row("v", 0, 0, 0, 1);
     row("as", 1, 0, 0, 1);
     row("a{sv}", 1, 0, 1, 3);
-    row("(iasi)", 1, 1, 0, 2);
+    row("(xasi)", 1, 1, 0, 2);
     row("(a(i)((v)i))", 1, 3, 0, 4);
     row("a{s(a{si}v)}", 2, 1, 2, 5);
     row(QByteArray(32, 'a') + 'i', 32, 0, 0, 32);
     row(QByteArray(33, 'a') + 'i', 33, 0, 0, 33, true);
     row(QByteArray(32, '(') + 'i' + QByteArray(32, ')'), 0, 32, 0, 32);
     row(QByteArray(33, '(') + 'i' + QByteArray(33, ')'), 0, 33, 0, 33, true);
+    row(QByteArray("a{s").repeated(32) + 'i' + QByteArray(32, '}'), 32, 0, 32, 64);
 }
 
 void TestOutgoingDepth::nestingIsThatOfTheTypes()
