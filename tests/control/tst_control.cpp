@@ -16,13 +16,13 @@
 
 using Ostrel::Control;
 
-// The client itself: the shared instance, and what making, using and ending one puts on the bus.
+// The shared instance, and what creating, using and deleting a Control puts on the bus.
 class TestControl : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The shared instance comes last: while it lives, no other needs a rule of its own.
+    // The shared instance comes last: while it lives, other Controls need no match rules.
     void constructionAsksTheBusForFourSignals();
     void availabilityNeedsNoFurtherCalls();
     void destructionRemovesTheMatchRules();
@@ -33,7 +33,7 @@ private Q_SLOTS:
     void furtherControlsAreIndependent();
 
 private:
-    // What this process sends while it does something.
+    // Returns what this process sends while the function runs.
     template <typename Function> QVector<QJsonObject> sentBy(const Function &function) const;
 };
 
@@ -105,7 +105,7 @@ void TestControl::constructionAsksTheBusForFourSignals()
     QCOMPARE(signalNames, (QStringList{"Started", "Terminated", "StateChanged", "SelectedByOom"}));
 }
 
-// Who owns the service's name was asked, and is followed, for the sake of the calls alone.
+// QtDBus asks for the owner of the service's name, and follows it, for the calls anyway.
 void TestControl::availabilityNeedsNoFurtherCalls()
 {
     std::unique_ptr<Control> control;
@@ -143,7 +143,7 @@ void TestControl::serviceReceivesOnlyTheRequests()
         control.getRunningApplications(applications, services);
         control.getAppIdByPid(1);
         control.getAppInstanceIdByPid(1);
-        // The same without waiting.
+        // The same requests with callbacks.
         const QObject context;
         int answered = 0;
         const auto onStart = [&answered](const Control::StartResult & /*result*/) { ++answered; };
@@ -162,7 +162,7 @@ void TestControl::serviceReceivesOnlyTheRequests()
         if (destination(message) != "org.freedesktop.DBus") {
             QCOMPARE(destination(message), OSTREL_SERVICE_NAME);
             QCOMPARE(message.value("type").toString(), "method_call");
-            // The service may be started by the call, and has to answer.
+            // The call may start the service, and the service must answer.
             QCOMPARE(message.value("flags").toInt(), 0);
             const QString signature = message.value("payload")["type"].toString();
             members.append(member(message) + ' ' + signature);
@@ -183,13 +183,13 @@ void TestControl::lookUpsSendNoMessage()
     QVERIFY(messages.isEmpty());
 }
 
-// A process that makes the instance and ends takes no rule back.
+// When a process ends that has made the instance, no match rule is removed.
 void TestControl::instanceIsNeverDestroyed()
 {
     BusMonitor monitor(m_bus);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(makeInstance, "1");
-    // What lives to the end keeps parts of QtDBus, too.
+    // The instance, which is never deleted, also keeps parts of QtDBus.
     environment.insert("ASAN_OPTIONS", "detect_leaks=0");
     QCOMPARE(run(QCoreApplication::applicationFilePath(), {}, environment).exitStatus, 0);
     QString process;
@@ -205,7 +205,7 @@ void TestControl::instanceIsNeverDestroyed()
         if (!process.isEmpty() && sender == process) {
             members.append(member(message));
         }
-        // The bus tells that the process has gone.
+        // The bus says that the process is gone.
         return member(message) == "NameOwnerChanged" && argument(message, 0).toString() == process
             && argument(message, 2).toString().isEmpty();
     });

@@ -27,7 +27,7 @@ using Ostrel::RunningService;
 namespace
 {
 
-// A request of each kind, with a callback that ignores the outcome, or with an empty one.
+// A request of each kind. done runs in its callback; without it, the callback is empty.
 struct Request
 {
     const char *method;
@@ -104,7 +104,7 @@ private:
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
 
-    // Returns when the service has answered this process a second time.
+    // Returns when all earlier replies have been handled.
     static void roundTrip();
 };
 
@@ -189,7 +189,7 @@ void TestControlAsynchronous::deletedContextInAnotherThreadDropsTheCallback()
     QVERIFY(!ran);
 }
 
-// Often: the context is deleted here while its former thread tidies up.
+// Many times: the context is deleted here while its former thread cleans up.
 void TestControlAsynchronous::contextMayChangeItsThread()
 {
     OtherThread former;
@@ -231,7 +231,7 @@ void TestControlAsynchronous::emptyCallbackIsHarmless()
     Control control;
     request.send(control, this, {});
     roundTrip();
-    // The call was made all the same.
+    // The call was sent nevertheless.
     QCOMPARE(m_simulator.calls().constFirst().member, request.method);
 }
 
@@ -264,7 +264,7 @@ void TestControlAsynchronous::callbackMayDeleteAnything()
         if (context) {
             delete object.data();
         }
-        // What the callback holds is still good.
+        // What the callback holds is still valid.
         ran = held.use_count() > 1;
     });
     waitUntil([&ran] { return ran; });

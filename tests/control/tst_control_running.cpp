@@ -14,7 +14,7 @@ using Ostrel::Error;
 using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
-// The list of everything that runs.
+// The list of running applications and services.
 class TestControlRunning : public SimulatorTest
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ private Q_SLOTS:
     void copiesOfTheVectorsKeepTheirRecords();
 
 private:
-    // Has the next call answered by two values, in busctl's form.
+    // Makes the service answer the next call with two values in busctl's form.
     void answer(const char *applicationsSignature, const char *applications,
                 const char *servicesSignature, const char *services) const;
     static void addForms();
@@ -143,7 +143,7 @@ void TestControlRunning::fewerThanTwoArgumentsBreakTheContract_data()
     QTest::newRow("one") << QVariantList{"x"};
 }
 
-// With assertions the process ends, which a process of its own shows.
+// With assertions the process aborts, so it is another process that makes the request.
 void TestControlRunning::fewerThanTwoArgumentsBreakTheContract()
 {
     QFETCH(QVariantList, values);

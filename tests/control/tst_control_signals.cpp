@@ -18,7 +18,7 @@
 
 using Ostrel::Control;
 
-// What becomes of the service's signals, and of those that only look like them.
+// The signals of the service arrive. Others that look like them do not.
 class TestControlSignals : public SimulatorTest
 {
     Q_OBJECT
@@ -46,15 +46,15 @@ private Q_SLOTS:
 
 private:
     void emitSignal(const QString &member, const QVariantList &arguments) const;
-    // What busctl sends of its own accord comes from another sender; the desk's are the service's.
+    // Makes the service send a signal with values in busctl's form.
     void emitWithBusctl(const QString &member, const QStringList &values) const;
-    // Sends a signal after all others, and waits until it has arrived.
+    // Makes the service send a last signal, and waits for it.
     void waitForMarker(const ControlEvents &events) const;
 };
 
 void TestControlSignals::initTestCase()
 {
-    // Signals that are read before the loop first runs may come in another order.
+    // Signals that arrive before the event loop first runs may come in another order.
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
 }
@@ -216,7 +216,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped()
     for (const char *member : {"Started", "Terminated", "StateChanged"}) {
         emitWithBusctl(member, values);
     }
-    // The one type that this one has.
+    // These values are right for SelectedByOom.
     if (values != QStringList("s id")) {
         emitWithBusctl("SelectedByOom", values);
     }
@@ -281,7 +281,7 @@ void TestControlSignals::signalsOfALaterServiceArrive()
                                     QDBusServiceWatcher::WatchForRegistration);
         QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
         m_simulator.start();
-        // QtDBus drops what comes before it knows the new owner.
+        // QtDBus drops signals until it knows the new owner.
         waitUntil([&] { return owned.size() == 1; });
         const QString id = QString::number(i);
         emitSignal("SelectedByOom", {id});
@@ -307,7 +307,7 @@ void TestControlSignals::everyControlEmitsTheSignals()
     QCOMPARE(secondEvents.all(), expected);
 }
 
-// The state is a type of the library's own, which a queued connection has to know.
+// The state is a type of the library, which a queued connection must know.
 void TestControlSignals::queuedConnectionsCrossThreads()
 {
     QThread thread;
@@ -326,7 +326,7 @@ void TestControlSignals::queuedConnectionsCrossThreads()
     QSignalSpy spy(&control, &Control::stateChanged);
     emitSignal("StateChanged", {"id", QVariantMap{{"State", 4000000000U}}});
     waitForMarker(events);
-    // It is behind the signal in the receiver's queue.
+    // The receiver handles this after the signal.
     QMetaObject::invokeMethod(
         &receiver, [] {}, Qt::BlockingQueuedConnection);
     thread.quit();
@@ -381,7 +381,7 @@ void TestControlSignals::controlMayBeDeletedInASlot_data()
     }
 }
 
-// Signals that have been read already reach nobody any more.
+// Signals that have been read already reach no one.
 void TestControlSignals::controlMayBeDeletedInASlot()
 {
     QFETCH(QString, member);

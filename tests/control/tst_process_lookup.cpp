@@ -35,7 +35,7 @@ QByteArray repeated(char character, int count)
     return QByteArray(count, character);
 }
 
-// A memory line that ends in the given components and is so many bytes long, without a newline.
+// Returns a memory line of this length, without a newline, that ends in the given components.
 QByteArray lineOf(int length, const QByteArray &end)
 {
     const QByteArray begin = "4:memory:/";
@@ -44,8 +44,8 @@ QByteArray lineOf(int length, const QByteArray &end)
 
 } // namespace
 
-// The library's objects are linked into this program, so that this one takes the place of the C
-// library's for them.
+// The library's objects are linked into this program, so they call this function instead of the C
+// library's.
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" FILE *fopen(const char *path, const char *mode)
 {
@@ -57,7 +57,7 @@ extern "C" FILE *fopen(const char *path, const char *mode)
     return file;
 }
 
-// Which application a process belongs to, told by its control groups. There is no bus here.
+// Finds the application of a process from its control groups. There is no bus here.
 class TestProcessLookup : public QObject
 {
     Q_OBJECT
@@ -267,7 +267,7 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
         "4:memory:/ostrel-helper/" + longId + '/' + repeated('i', 159) + '\n', longId.left(127),
         nothing);
 
-    // 1,023 bytes are read at a time, a newline included.
+    // The reader reads 1,023 bytes at a time, including a newline.
     const QByteArray end = "/ostrel-helper/demo.Viewer/instance_7";
     const QString cut = "demo.Viewer.instance_";
     row("line of 1,022 bytes", lineOf(1021, end) + '\n', viewer, seventh);
@@ -307,7 +307,7 @@ void TestProcessLookup::buffersAreFilledToTheirSizes_data()
     QTest::addColumn<QByteArray>("appId");
     QTest::addColumn<QByteArray>("instance");
 
-    // The identifier has 4 bytes, the component 3; a size counts the zero at the end.
+    // The identifier has 4 bytes, the component 3. A size includes the terminating null.
     const auto row = [](int appIdSize, int instanceSize, bool found, const char *appId,
                         const char *instance) {
         QTest::addRow("%d and %d", appIdSize, instanceSize)
@@ -320,7 +320,7 @@ void TestProcessLookup::buffersAreFilledToTheirSizes_data()
     row(5, 1, true, "ab.c", "");
     row(4, 3, false, "", "");
     row(1, 1, false, "", "");
-    // A buffer of no size is not written to.
+    // A buffer of size 0 is not written to.
     row(0, 4, true, "##########", "app");
     row(5, 0, true, "ab.c", "##########");
     row(0, 0, false, "", "");
@@ -332,7 +332,7 @@ void TestProcessLookup::buffersAreFilledToTheirSizes()
     QFETCH(int, instanceSize);
     QFETCH(bool, found);
     write("4:memory:/ostrel-helper/ab.c/app\n");
-    // On the heap, where the sanitizers see a byte too many.
+    // On the heap, where the sanitizers see an overflow of one byte.
     std::vector<char> appId(std::max(appIdSize, 11), '#');
     std::vector<char> instance(std::max(instanceSize, 11), '#');
     appId.back() = '\0';
@@ -345,7 +345,7 @@ void TestProcessLookup::buffersAreFilledToTheirSizes()
         QCOMPARE(QByteArray(appId.data()), repeated('#', 10));
         QCOMPARE(QByteArray(instance.data()), repeated('#', 10));
     }
-    // What lies behind a buffer of that size stays as it was.
+    // The bytes after a buffer of that size are unchanged.
     if (appIdSize < 10) {
         QCOMPARE(appId.at(appIdSize), '#');
     }
@@ -379,7 +379,7 @@ void TestProcessLookup::unreadableFilesGiveNullStrings()
     QVERIFY(control.getAppIdByPid(-1).isNull());
 }
 
-// The path is cut to 4,095 bytes, and opened as it is then.
+// The path is cut to 4,095 bytes, and opened.
 void TestProcessLookup::tooLongRootFoldersFindNothing()
 {
     const QByteArray end = QByteArrayLiteral("/proc/1234/cgroup");
@@ -425,8 +425,7 @@ void TestProcessLookup::filesAreClosed()
     QCOMPARE(openFiles(), before);
 }
 
-// Two threads ask for different processes all the time, and neither gets a part of the other's
-// answer.
+// Two threads look up different processes all the time, and each gets its own results.
 void TestProcessLookup::anyThreadMayLookUp()
 {
     constexpr int rounds = 5000;

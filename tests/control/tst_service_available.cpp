@@ -25,7 +25,7 @@ const QString release = "release " OSTREL_SERVICE_NAME;
 
 } // namespace
 
-// Whether the service runs, as a Control sees it.
+// Whether a Control sees that the service runs.
 class TestServiceAvailable : public QObject
 {
     Q_OBJECT
@@ -48,9 +48,9 @@ private Q_SLOTS:
 private:
     using Changes = QVector<bool>;
 
-    // Returns when the bus has delivered everything that it was asked to.
+    // Returns when the bus has delivered everything that was sent before.
     static void settle();
-    // Collects what the Control emits, and compares it with what the Control says of itself.
+    // Collects the signals, and checks that the Control says the same when it is asked.
     static std::shared_ptr<Changes> changesOf(const Control &control);
 
     std::optional<PrivateBus> m_bus;
@@ -92,7 +92,7 @@ void TestServiceAvailable::absentServiceIsNotAvailable()
 {
     const Control control;
     QVERIFY(!control.isServiceAvailable());
-    // Somebody else's name is not the service's.
+    // Another name is not the service's.
     Peer other(*m_bus);
     const auto changes = changesOf(control);
     other.order("own test.Other");
@@ -113,7 +113,7 @@ void TestServiceAvailable::serviceComesAndGoes()
     const Control late;
     QVERIFY(late.isServiceAvailable());
     const auto lateChanges = changesOf(late);
-    // The bus takes its time to notice.
+    // The bus notices this some time later.
     service.kill();
     waitUntil([&] { return changes->size() == 2 && lateChanges->size() == 1; });
     QCOMPARE(*changes, (Changes{true, false}));
@@ -149,7 +149,7 @@ void TestServiceAvailable::newOwnerShowsAsGoneAndCome()
     second.order(take);
     settle();
     QCOMPARE(*changes, (Changes{false, true}));
-    // The first one waits for the name, and gets it back.
+    // The first peer waits for the name, and gets it back.
     second.order(release);
     settle();
     QCOMPARE(*changes, (Changes{false, true, false, true}));
@@ -204,7 +204,7 @@ void TestServiceAvailable::slotMayDeleteTheControl()
     settle();
 }
 
-// What comes meanwhile is not followed by what is no longer true.
+// A change that arrives in the slot is not followed by an outdated one.
 void TestServiceAvailable::slotMayRunAnEventLoop()
 {
     Peer first(*m_bus);

@@ -27,7 +27,7 @@ namespace
 // In milliseconds.
 constexpr int limit = 100;
 
-// What the bus library says of a call that nobody answered in time.
+// The error of a call that was not answered in time.
 void compareWithTimeout(const Error &error)
 {
     QCOMPARE(error.code(), Error::Failed);
@@ -38,7 +38,7 @@ void compareWithTimeout(const Error &error)
              "timeout expired, or the network connection was broken.");
 }
 
-// All three classes have the same two functions.
+// All three classes have these two functions.
 template <typename Client> void refuseInvalidTimeouts(Client &client)
 {
     QCOMPARE(client.timeout(), -1);
@@ -95,7 +95,7 @@ void TestTimeouts::methods()
 
 void TestTimeouts::initTestCase()
 {
-    // Until the event loop has run once, a bus that goes away is not noticed.
+    // Until the event loop has run once, QtDBus does not notice the end of the bus.
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
 }
@@ -187,7 +187,7 @@ void TestTimeouts::windowReportsEndAfterTheirTimeout()
     compareWithTimeout(*reported);
 }
 
-// A new timeout is for later calls: this one is answered long after it has passed.
+// A new timeout is for later calls: this call is answered long after it has passed.
 void TestTimeouts::callsUnderWayKeepTheirTimeout()
 {
     Control control;

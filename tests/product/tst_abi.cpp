@@ -19,8 +19,8 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// The baseline leaves out Qt's types, so that a function that begins to return another one of them
-// does not show there; nor does it in the name of a symbol.
+// The baseline leaves out Qt's types, and symbols do not hold the types that functions return. So
+// neither shows a function that begins to return another Qt type.
 template <typename Expected, typename Actual> constexpr bool returns(Actual /*function*/)
 {
     return std::is_same_v<Expected, Actual>;
@@ -62,8 +62,7 @@ static_assert(returns<Map<Hints>>(&Hints::cGroupSettings));
 
 } // namespace
 
-// The binary interface: a program that was built against the library runs with every later one of
-// the same major version.
+// A program that was built with the library runs with every later one of the same major version.
 class TestAbi : public QObject
 {
     Q_OBJECT

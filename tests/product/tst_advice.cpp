@@ -86,7 +86,7 @@ private:
 
 } // namespace
 
-// What the documentation advises works.
+// The advice in the documentation works.
 class TestAdvice : public SimulatorTest
 {
     Q_OBJECT

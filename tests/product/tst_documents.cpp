@@ -19,7 +19,7 @@
 namespace
 {
 
-// The first group of each match.
+// Returns the first group of each match.
 QStringList all(const QString &pattern, const QString &text)
 {
     QStringList found;
@@ -68,7 +68,7 @@ QJsonArray searchIndex()
 
 } // namespace
 
-// The documentation, as it was made by the target docs.
+// The documentation, as the target docs builds it.
 class TestDocuments : public QObject
 {
     Q_OBJECT
@@ -253,7 +253,7 @@ void TestDocuments::contractHoldsEachInterface()
     }
 }
 
-// Each as a function of a QObject, where an error is at hand.
+// Each example becomes a function of a QObject, where an error is declared.
 void TestDocuments::examplesInTheHeadersCompile()
 {
     QString functions;

@@ -12,7 +12,7 @@
 
 #include <csignal>
 
-// The examples, as their readers meet them: built against the installed library, and run.
+// The examples are built with the installed library, and run.
 class TestExamples : public SimulatorTest
 {
     Q_OBJECT
@@ -90,7 +90,7 @@ void TestExamples::taskRunnerRunsATask()
     output.replace(QRegularExpression("\\([1-9][0-9]*\\)"), "(PID)");
     QVERIFY2(output.startsWith("active:\navailable: calendar contacts photos\n"),
              qPrintable(output));
-    // The answer to a call and the list that it changes come in either order.
+    // The answer to a call and the change of the list come in either order.
     QStringList lines = output.split('\n', Qt::SkipEmptyParts);
     lines.sort();
     QCOMPARE(lines,
@@ -100,7 +100,7 @@ void TestExamples::taskRunnerRunsATask()
     QCOMPARE(result.exitStatus, 0);
 }
 
-// The answers to the first two reports are out of date when they come.
+// The answers to the first two reports are out of date when they arrive.
 void TestExamples::windowStatusKeepsTheLatestReply()
 {
     m_simulator.windowStatus().holdNext(3);
@@ -130,7 +130,7 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     example.setProcessEnvironment(m_environment);
     example.start();
     start.waitForHeld(1);
-    // Those that are printed by now may have come before the call.
+    // The lines that are printed by now may have come before the call.
     const auto before = example.bytesAvailable() / qint64(sizeof "tick");
     for (qint64 i = 0; i < before + 3; ++i) {
         QCOMPARE(example.readLine(), "tick");

@@ -41,8 +41,8 @@ private Q_SLOTS:
     void busHasEnded();
 
 private:
-    // The row of the page that begins so has the name and the message of the error; an empty name
-    // is none.
+    // Finds the row of the page that begins so, and compares its name and message with the error.
+    // An empty name stands for none.
     static void compareWithPage(const QString &row, const Error &error, const QString &name,
                                 const QString &message);
 

@@ -17,7 +17,7 @@ QString descriptionOf(const QString &interface)
     return QString(INTERFACES_DIR "/" OSTREL_SERVICE_NAME ".%1.xml").arg(interface);
 }
 
-// The short names of all interfaces.
+// Returns the short names of all interfaces.
 QStringList interfacesInFolder()
 {
     QStringList names;
@@ -30,7 +30,7 @@ QStringList interfacesInFolder()
 
 const QStringList interfaces = interfacesInFolder();
 
-// The records of the fault desk, which its user declares.
+// The records of the fault desk, which users of generated code declare themselves.
 const char *const deskRecords = "#pragma once\n"
                                 "#include <QtCore/QMetaType>\n"
                                 "struct LoggedCall {};\n"
@@ -66,7 +66,7 @@ int main(int argc, char **argv)
 
 } // namespace
 
-// The code generators that other clients use, fed with the installed descriptions.
+// Other clients generate code from the installed descriptions.
 class TestGeneratedCode : public QObject
 {
     Q_OBJECT
@@ -80,7 +80,7 @@ private Q_SLOTS:
     void codeOfSdbusXml2cppCompiles();
 
 private:
-    // Runs a program in the test's folder. It has to succeed.
+    // Runs a program in the test's folder. The test fails if the program does.
     QString succeed(const QString &program, const QStringList &arguments) const;
     QStringList flagsOf(const QString &module) const;
 
@@ -134,7 +134,7 @@ void TestGeneratedCode::codeOfQdbusxml2cppCompiles()
                 + flagsOf("Qt5DBus"));
 }
 
-// The types in the descriptions are those that the library registers for these signatures.
+// The description names the types that the library registers for these signatures.
 void TestGeneratedCode::proxyOfQdbusxml2cppReadsTheRecords()
 {
     const PrivateBus bus;

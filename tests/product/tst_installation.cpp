@@ -14,7 +14,7 @@
 namespace
 {
 
-// The first block of the README in this language.
+// Returns the first block of the README in this language.
 QString block(const QString &language)
 {
     const QRegularExpression fence(QString("```%1\\n(.*?)```").arg(language),
@@ -24,8 +24,8 @@ QString block(const QString &language)
 
 } // namespace
 
-// The library as another project meets it: installed, moved, and built against in three ways. The
-// other project is the program in the README.
+// Another project uses the installed library, which has been moved, in three ways. The project is
+// the program in the README.
 class TestInstallation : public SimulatorTest
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ private Q_SLOTS:
     void eachHeaderStandsAlone();
 
 private:
-    // Runs a program in the project's folder, which has to succeed.
+    // Runs a program in the project's folder. The test fails if the program does.
     QString succeed(const QString &program, const QStringList &arguments);
     void runProgram(const QString &path);
 

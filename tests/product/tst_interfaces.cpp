@@ -17,7 +17,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// A method's arguments, in and out, as "name:type" in their order.
+// The arguments of a method, in and out, as "name:type" in order.
 struct Method
 {
     QStringList in;
@@ -41,12 +41,12 @@ struct Interface
     }
 };
 
-// The interfaces that the XML describes.
+// Returns the interfaces in the XML.
 QMap<QString, Interface> interfacesIn(const QString &xml)
 {
     QMap<QString, Interface> interfaces;
     QString interface;
-    QString method; // empty within a signal
+    QString method; // empty in a signal
     QString signal;
     QXmlStreamReader reader(xml);
     while (!reader.atEnd()) {
@@ -86,7 +86,7 @@ QMap<QString, Interface> interfacesInFile(const QString &interface)
     return interfacesIn(readFile(QString(INTERFACES_DIR "/%1.xml").arg(interface)));
 }
 
-// Some value of each type, in busctl's form. The string names a task that there is.
+// Returns a value of each type, in busctl's form. The string is the name of an existing task.
 QStringList someValues(QString signature)
 {
     QStringList values;
@@ -97,7 +97,7 @@ QStringList someValues(QString signature)
     return values;
 }
 
-// The interfaces that the library speaks, where the service has them, for tables.
+// Adds the library's interfaces and the paths where the service has them.
 void addInterfaces()
 {
     QTest::addColumn<QString>("path");
@@ -111,8 +111,8 @@ void addInterfaces()
 
 } // namespace
 
-// The interface descriptions in the tree, against what the simulator exports and does, and what the
-// library sends.
+// The descriptions in the tree match what the simulator exports and does, and what the library
+// sends.
 class TestInterfaces : public SimulatorTest
 {
     Q_OBJECT
@@ -132,7 +132,7 @@ private:
     Result busctl(const QStringList &arguments) const;
 };
 
-// There is a session to look at.
+// Creates a session that can be introspected.
 void TestInterfaces::init()
 {
     SimulatorTest::init();
@@ -164,7 +164,7 @@ void TestInterfaces::simulatorExportsTheDescriptions()
     QCOMPARE(exported.exitStatus, 0);
     QVERIFY(interfacesIn(exported.output).value(interface) == described.value(interface));
 
-    // It can be found from the service's own path on.
+    // Clients find it from the service's path.
     const Result parent =
         busctl({"introspect", "--xml-interface", OSTREL_SERVICE_NAME, path.section('/', 0, -2)});
     QVERIFY(parent.output.contains(QString("<node name=\"%1\"/>").arg(path.section('/', -1))));
@@ -189,8 +189,8 @@ void TestInterfaces::simulatorRepliesWithTheDescribedTypes()
     }
 }
 
-// Each method of the desk is there: with other arguments than described it refuses those, and names
-// what it takes.
+// Each method of the desk exists: it refuses other arguments than described, and says what it
+// takes.
 void TestInterfaces::simulatorHasEveryMethodOfTheDesk()
 {
     const QString interface = OSTREL_SIMULATOR_INTERFACE;
@@ -225,7 +225,7 @@ void TestInterfaces::librarySendsTheDescribedTypes()
         QCOMPARE(call.signature, methods.value(call.member).inSignature);
         sent[call.interface].append(call.member);
     }
-    // Every method that is described has its place in the library.
+    // The library calls every method that is described.
     for (const char *interface :
          {OSTREL_TASK_INVOKER_INTERFACE, OSTREL_TASK_INVOKER_SESSION_INTERFACE,
           OSTREL_WINDOW_MANAGEMENT_INTERFACE}) {

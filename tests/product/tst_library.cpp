@@ -7,7 +7,7 @@
 
 #include <QtCore/QRegularExpression>
 
-// The library's file: what it gives to programs, and what it asks of the system.
+// What the library's file exports and needs.
 class TestLibrary : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ private Q_SLOTS:
     void linksOnlyCoreAndDBus();
 };
 
-// Its symbols are those that the package promises, as the linker spells them.
+// The symbols are those that the package promises, as the linker spells them.
 void TestLibrary::exportsOnlyItsClasses()
 {
     const Result result = run("nm", {"--dynamic", "--defined-only", "--format=posix", LIBRARY});

@@ -7,7 +7,7 @@
 
 #include <QtCore/QString>
 
-// The bus names, letter by letter: other programs rely on them.
+// The bus names, spelled out, because other programs rely on them.
 class TestNames : public QObject
 {
     Q_OBJECT

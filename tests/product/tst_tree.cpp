@@ -30,7 +30,8 @@ private:
 
 void TestTree::initTestCase()
 {
-    // What belongs to the tree, git knows; of a copy without git, all of it but what is built.
+    // git lists the files of the tree. In a copy without git, every file except the built ones
+    // belongs to it.
     const Result listed = QStandardPaths::findExecutable("git").isEmpty()
         ? Result()
         : run("git",
@@ -54,7 +55,8 @@ void TestTree::everyFileHasItsLicence()
         if (file == "LICENSE") {
             continue;
         }
-        // A file that cannot hold a comment has one beside it, or one for all in the folder above.
+        // A file that cannot hold a comment has its licence in a file beside it. The corpus has one
+        // for all.
         const QString beside = file + ".license";
         const QString above = "tests/robustness/fuzz/corpus/";
         const QString holder = m_files.contains(beside) ? beside
@@ -69,7 +71,7 @@ void TestTree::everyFileHasItsLicence()
     }
 }
 
-// The prefix is set once. Nothing else spells a name that is made of it, in either form.
+// The prefix is set in one place. Nothing else spells a name with it, dotted or as a path.
 void TestTree::busNamesComeFromOnePlace()
 {
     const QString prefix = QString("org") + ".ostrel";
@@ -98,7 +100,7 @@ void TestTree::versionIsTheSameEverywhere()
     QCOMPARE(first("debian/changelog", "^libostrel-system-qt5 \\((\\S+)\\) "), version);
 }
 
-// A guide that sends its reader to a file that is gone is worse than none.
+// A link to a missing file is worse than none.
 void TestTree::documentsNameFilesThatExist()
 {
     static const QRegularExpression name(
@@ -111,7 +113,7 @@ void TestTree::documentsNameFilesThatExist()
         while (each.hasNext()) {
             const auto match = each.next();
             const QString file = match.captured(1) + match.captured(2);
-            // The interface that CONTRIBUTING.md adds is none of the tree.
+            // The interface that CONTRIBUTING.md adds does not exist.
             if (!file.contains("foo", Qt::CaseInsensitive)) {
                 ++names;
                 QVERIFY2(QFileInfo::exists(SOURCE_DIR "/" + file),
@@ -122,13 +124,13 @@ void TestTree::documentsNameFilesThatExist()
     QVERIFY(names > 20);
 }
 
-// The links in the texts that are read in the tree itself.
+// Links in the files that people read in the tree.
 void TestTree::linksLeadSomewhere()
 {
     const QRegularExpression link("\\]\\(([^)#:]+)(#[^):]*)?\\)");
     int followed = 0;
     for (const QString &file : qAsConst(m_files)) {
-        // The pages of the documentation link to one another by their names there.
+        // The pages of the documentation link to each other by their page names.
         if (!file.endsWith(".md") || file.startsWith("docs/")) {
             continue;
         }

@@ -6,7 +6,7 @@
 #include "private_bus.h"
 #include "test_main.h"
 
-// A device vendor's own prefix: which ones are accepted, and that it reaches every name.
+// A device vendor's own prefix is checked, and reaches every name.
 class TestVendorPrefix : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ private Q_SLOTS:
 namespace
 {
 
-// The script that every configuration includes, run alone.
+// Runs only the script that every configuration includes.
 Result check(const QString &prefix)
 {
     return run(CMAKE,
@@ -55,7 +55,7 @@ void TestVendorPrefix::badPrefixesStopTheConfiguration()
     QFETCH(QString, prefix);
     const Result result = check(prefix);
     QVERIFY(result.exitStatus != 0);
-    // CMake breaks its messages into lines.
+    // CMake wraps its messages.
     QVERIFY2(result.errors.simplified().contains(
                  QString("OSTREL_VENDOR_PREFIX is \"%1\", which is no D-Bus name prefix: it "
                          "takes two or more elements joined by dots")
@@ -90,7 +90,7 @@ void TestVendorPrefix::badPrefixStopsTheWholeConfiguration()
              qPrintable(tooLong.errors));
 }
 
-// Where the tests run with the sanitizers, it is not the default one.
+// In the sanitizers' build, the prefix is not the default one.
 void TestVendorPrefix::prefixReachesEveryName()
 {
     const QString name = VENDOR_PREFIX ".Ostrel";

@@ -17,7 +17,7 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 using Ostrel::WindowManagement;
 
-// The bus ends under a process that uses it. The connection does not come back.
+// The bus of a process ends. The connection never comes back.
 class TestBusDies : public QObject
 {
     Q_OBJECT
@@ -69,7 +69,7 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
         QCOMPARE(text(control->startDebug("a.b", {}).error), disconnected);
         QCOMPARE(text(control->terminate("a.b")), disconnected);
         QCOMPARE(text(control->getRunningApplications(applications, services)), disconnected);
-        // Then one that is made without a bus.
+        // Then a client that is created without a bus.
         control = std::make_unique<Control>();
     }
     QCOMPARE(text(applications) + text(services), listed);
@@ -82,7 +82,7 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     events.waitFor(2);
     QCOMPARE(events.all(), (QStringList{"started 0: " + disconnected, "stopped " + disconnected}));
     QCOMPARE(text(invoker->availableTasks()), available);
-    // They end as quietly.
+    // Deleting them logs nothing, either.
     control.reset();
     invoker.reset();
     for (int i = 0; i < 3; ++i) {
@@ -90,7 +90,7 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
         QCOMPARE(outcomes.at(i).error.code(), Error::Failed);
     }
 
-    // The simulator is not left behind without its bus.
+    // The simulator ends with its bus.
     QCOMPARE(simulator.waitForEnd(), 1);
     QCOMPARE(simulator.process().readAllStandardError(),
              QByteArrayLiteral("ostrel-simulator: the bus went away\n"));

@@ -24,7 +24,7 @@ struct DBusPendingCall;
 namespace
 {
 
-// The bus that is to end, once, and whether that is now.
+// The bus that is to end, once, and whether it is to end now.
 std::atomic<pid_t> victim{0};
 std::atomic<bool> now{false};
 
@@ -35,8 +35,8 @@ template <typename Function> Function *next(const char *name)
 
 } // namespace
 
-// QtDBus calls these two functions of libdbus here first, in its own thread: when it subscribes to
-// a signal, and when it asks for the owner of the service's name after that.
+// QtDBus calls these two functions of libdbus here first, in its own thread: to subscribe to a
+// signal, and then to ask for the owner of the service's name.
 extern "C" Q_DECL_EXPORT void dbus_bus_add_match(DBusConnection *connection, const char *rule,
                                                  DBusError *error)
 {
@@ -59,7 +59,7 @@ extern "C" Q_DECL_EXPORT unsigned dbus_connection_send_with_reply(DBusConnection
         ::waitid(P_PID, static_cast<id_t>(victim), &info, WSTOPPED | WNOWAIT);
     }
     if (const pid_t bus = now ? victim.exchange(0) : 0) {
-        // The reply to the registration lies there unread. libdbus notices the end when it writes.
+        // The reply to the registration waits there unread. libdbus notices the end when it writes.
         ::kill(bus, SIGCONT);
         pollfd socket = {-1, POLLIN, 0};
         next<unsigned(DBusConnection *, int *)>("dbus_connection_get_unix_fd")(connection,
@@ -75,7 +75,7 @@ extern "C" Q_DECL_EXPORT unsigned dbus_connection_send_with_reply(DBusConnection
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
-// The bus ends while an object is made.
+// The bus ends while an object is created.
 class TestBusDiesEarly : public QObject
 {
     Q_OBJECT

@@ -28,7 +28,7 @@ using Ostrel::WindowManagement;
 namespace
 {
 
-// What a call came to, and after how many milliseconds.
+// The error of a call, and after how many milliseconds it came.
 struct Failure
 {
     qint64 after = 0;
@@ -37,7 +37,7 @@ struct Failure
 
 } // namespace
 
-// The library sets no time limit of its own: the bus library's, 25 seconds, is the one that counts.
+// The library sets no timeout, so the one of the bus library counts: 25 seconds.
 class TestDefaultTimeLimit : public QObject
 {
     Q_OBJECT
@@ -46,7 +46,8 @@ private Q_SLOTS:
     void callsFailAfterTheDefaultTimeout();
 };
 
-// All at once, each blocking call in a thread of its own: the test takes as long as the limit.
+// All at the same time, and each blocking call in its own thread: the test takes as long as the
+// timeout.
 void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
 {
     const PrivateBus bus;
@@ -56,7 +57,7 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
     for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
         simulator.faults(OSTREL_CONTROL_INTERFACE, method).ignoreNext();
     }
-    // Without a session there would be answers.
+    // Without a session, the calls would be answered.
     TaskInvoker registered(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(registered));
     simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").ignoreNext();
@@ -64,7 +65,7 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
         simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method).ignoreNext();
     }
 
-    // One for each call that waits in the event loop, then one for each that blocks.
+    // One for each call with a callback, then one for each call that blocks.
     constexpr int waiting = 4;
     QVector<Failure> failures(waiting + 4);
     WindowManagement windows;

@@ -6,9 +6,9 @@
 
 #include <iostream>
 
-// Every operation of the library under everything that the bus, the service or another peer can do
-// to it: what the caller sees, once, and that nothing is left behind. A fault costs a
-// call its result, and never the program.
+// Every operation of the library meets everything that the bus, the service or another peer can do
+// to it. The caller sees one outcome, and nothing is left behind. A fault makes a call fail, but
+// never the program.
 class TestFaultMatrix : public QObject
 {
     Q_OBJECT

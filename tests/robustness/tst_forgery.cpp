@@ -8,8 +8,8 @@
 
 #include <QtDBus/QDBusConnection>
 
-// Peers that are not the service say what only the service may say. Nothing of it is taken, and
-// what the service says afterwards is.
+// Peers that are not the service send what only the service may send. Nothing of it is accepted.
+// What the service sends afterwards is.
 class TestForgery : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ private Q_SLOTS:
 private:
     static void addRows(bool (*concerns)(const Operation &));
     void forgeSignals(Peer &peer, const Operation &operation);
-    // Returns when the bus has looked at all that the peer has sent.
+    // Returns when the bus has handled everything that the peer has sent.
     static void finish(Peer &peer);
     static QString text(const Rig &rig);
     void works(const Operation &operation);
@@ -43,8 +43,8 @@ private:
 
 void TestForgery::initTestCase()
 {
-    // libdbus knows an answer by its number alone, so that a bus that passes on everything lets
-    // everybody answer.
+    // libdbus identifies an answer by its serial number only. On a bus that passes on everything,
+    // anyone could answer.
     m_rig.emplace(Rig::WithStrictBus);
     m_client = QDBusConnection::sessionBus().baseService();
 }
@@ -143,7 +143,7 @@ void TestForgery::signalsOfAFormerOwnerAreDropped()
     QFETCH(QString, name);
     const Operation &operation = operationNamed(name);
     auto action = operation.prepare(*m_rig);
-    // Once it was the service, and was heard.
+    // A peer that once was the service.
     Peer former(m_rig->bus());
     const QString own = "own " OSTREL_SERVICE_NAME;
     const QString release = "release " OSTREL_SERVICE_NAME;
@@ -153,7 +153,7 @@ void TestForgery::signalsOfAFormerOwnerAreDropped()
     waitUntil([this] { return m_rig->events().size() == 1; });
     QCOMPARE(text(*m_rig), operation.seen);
     m_rig->waitForOwner(Rig::Nobody, [&former, &release] { former.order(release); });
-    // Between two owners there is none.
+    // There is no owner between two owners.
     forgeSignals(former, operation);
     m_rig->waitForOwner(Rig::Somebody, [this, &own] { m_rig->service().order(own); });
     forgeSignals(former, operation);
@@ -168,7 +168,7 @@ void TestForgery::repliesOfOtherPeersAreDropped_data()
     addRows(isCall);
 }
 
-// While the call waits for its answer.
+// The forged replies come while the call waits for its answer.
 void TestForgery::repliesOfOtherPeersAreDropped()
 {
     QFETCH(QString, name);
@@ -196,7 +196,7 @@ void TestForgery::repliesBeforeTheCallAreDropped_data()
     addRows(isCall);
 }
 
-// The next serial numbers of the client are known to anybody who counts.
+// Anyone can guess the next serial numbers of the client.
 void TestForgery::repliesBeforeTheCallAreDropped()
 {
     QFETCH(QString, name);
@@ -224,7 +224,7 @@ void TestForgery::forgedSignalsOfTheDaemonAreDropped_data()
     addRows(isAny);
 }
 
-// What the bus would say: that the name has another owner, or that the client has it.
+// The bus would say that the name has another owner, or that the client owns it.
 void TestForgery::forgedSignalsOfTheDaemonAreDropped()
 {
     QFETCH(QString, name);

@@ -33,13 +33,13 @@ int sockets()
     }));
 }
 
-// When the library has been loaded, and this program has not begun.
+// Counted after the library has been loaded, and before main().
 const int threadsAtFirst = threads();
 const int socketsAtFirst = sockets();
 
 } // namespace
 
-// What a program has of the library while it has no client, and with the clients besides Qt's own.
+// What the library adds to a program without clients, and what the clients add to Qt's own.
 class TestIdle : public QObject
 {
     Q_OBJECT

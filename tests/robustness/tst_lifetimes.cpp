@@ -11,7 +11,7 @@
 namespace
 {
 
-// QtDBus and the threads of the program lose what they are about when a process ends, now and then.
+// When a process ends, QtDBus and the threads of the program sometimes leak what they are doing.
 QProcessEnvironment withoutLeakDetection()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -21,9 +21,9 @@ QProcessEnvironment withoutLeakDetection()
 
 } // namespace
 
-// The library around the beginning and the end of a process, and of the application object. Each
-// row is a program of its own, in lifetimes/. That nothing is used after its end, the sanitizers
-// see.
+// The library is used around the beginning and the end of a process and of the application object.
+// Each row is a program in lifetimes/. The sanitizers see whether anything is used after it is
+// deleted.
 class TestLifetimes : public SimulatorTest
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ void TestLifetimes::programEndsCleanly_data()
     row("applicationComesLater",
         "start 0\n"
         "ready 0, reported 0, started, stopped 2\n");
-    // Nothing that needs an event loop comes.
+    // Nothing arrives that needs an event loop.
     row("noApplication",
         "start 0\n"
         "start 0\n"
@@ -92,7 +92,7 @@ void TestLifetimes::programEndsCleanly_data()
         "start 0\n"
         "joined\n");
 
-    // What the parent says is the same with each kind of child.
+    // With each kind of child, the parent prints the same.
     const QString parent = "ready 0\n"
                            "%1"
                            "start 0\n"

@@ -18,13 +18,13 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// The service answers with it, and a connection takes in 63 MiB at once.
+// The service answers with the type, and a connection receives at most 63 MiB at once.
 constexpr int largestTaskType = 32 << 20;
 
 } // namespace
 
-// Texts that no message can hold. The bus would drop the process for good, so they are refused,
-// and the process goes on.
+// Strings that no message can hold are refused, and the process goes on. The bus would drop the
+// connection.
 class TestTooLarge : public SimulatorTest
 {
     Q_OBJECT
@@ -87,7 +87,7 @@ void TestTooLarge::taskInvokerRefusesTooLargeValues()
     large.setParameters({m_text.left(20000000)});
     invoker.start(m_text, {}, {}, events.started());
     invoker.stop(m_text, events.stopped());
-    // Each of the maps would do, and they would do together.
+    // Each map alone could be sent, and both together.
     TaskInvoker::Hints hints;
     hints.setUser(m_text.left(20000000));
     invoker.start(m_text.left(10000000), large, hints, events.started());
@@ -99,7 +99,7 @@ void TestTooLarge::taskInvokerRefusesTooLargeValues()
                           "message, with a value of type QString\""}));
 }
 
-// The type is the end of a path, which has a byte for each character.
+// The type is the end of a path, which has one byte for each character.
 void TestTooLarge::tooLargeTaskTypesAreRefused_data()
 {
     QTest::addColumn<int>("size");

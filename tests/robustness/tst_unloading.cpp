@@ -9,8 +9,8 @@
 
 #include <dlfcn.h>
 
-// Plugins that use the library come and go. QtDBus goes on knowing what the library has registered
-// and the objects that it keeps, so that the library itself has to stay.
+// Plugins that use the library are loaded and unloaded. QtDBus keeps what the library registered,
+// and some of its objects, so the library must stay loaded.
 class TestUnloading : public SimulatorTest
 {
     Q_OBJECT
@@ -21,9 +21,9 @@ private Q_SLOTS:
     void hostNeedNotLinkQt();
 
 private:
-    // Loads the plugin, has it use the library, and unloads it.
+    // Loads the plugin, uses the library through it, and unloads it.
     static void usePlugin();
-    // Has the service send each signal to whoever listens, and lets them arrive.
+    // Makes the service send each signal, and waits until they have arrived.
     void sendSignals() const;
 };
 
@@ -60,7 +60,7 @@ void TestUnloading::sendSignals() const
         m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member,
                                {"id", details});
     }
-    // Its answer is behind them.
+    // This is answered after them.
     QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
         OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH, "org.freedesktop.DBus.Peer", "Ping"));
     QCoreApplication::processEvents();
@@ -79,7 +79,7 @@ void TestUnloading::pluginsAreLoadedAndUnloaded()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// The shared Control hears the signals, and the proxies that the service has another owner.
+// The shared Control receives the signals. The proxies notice the service's new owner.
 void TestUnloading::callsOfAnUnloadedPluginFinish()
 {
     usePlugin();
@@ -87,7 +87,7 @@ void TestUnloading::callsOfAnUnloadedPluginFinish()
     m_simulator.end();
     m_simulator.start();
     sendSignals();
-    // Qt makes one of its own from the registration.
+    // Qt creates a value from the registration.
     const int type = QMetaType::type("QVector<RunningApplication>");
     QVERIFY(type != QMetaType::UnknownType);
     QVariant made(type, nullptr);
@@ -98,7 +98,7 @@ void TestUnloading::callsOfAnUnloadedPluginFinish()
 
 void TestUnloading::hostNeedNotLinkQt()
 {
-    // QtDBus loses what it is about when the process ends, now and then.
+    // When a process ends, QtDBus sometimes leaks what it is doing.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("ASAN_OPTIONS", "detect_leaks=0");
     const Result result = run(BARE_HOST, {TEST_PLUGIN, "5"}, environment);

@@ -8,8 +8,8 @@
 
 #include <DBus/types.h>
 
-// What a record holds, as text: its members in their order. In the records' namespace, where
-// templates find it.
+// The members of a record, in order, as a string. Templates find these functions because they are
+// in the namespace of the records.
 namespace Ostrel
 {
 

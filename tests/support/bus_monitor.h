@@ -11,18 +11,18 @@
 
 #include <functional>
 
-// Watches the bus with "busctl monitor", which shares no code with Qt: every message as it is on
-// the wire, with its signature.
+// Watches the bus with "busctl monitor", which shares no code with Qt. It sees every message as it
+// is on the wire.
 class BusMonitor
 {
 public:
     // Returns when the monitor sees every message.
     explicit BusMonitor(const PrivateBus &bus);
 
-    // All messages up to and including the first one that is the last.
+    // Returns all messages up to and including the first for which isLast returns true.
     QVector<QJsonObject> messagesUntil(const std::function<bool(const QJsonObject &)> &isLast);
 
-    // What this process has sent on the session bus until now.
+    // Returns what this process has sent on the session bus until now.
     QVector<QJsonObject> ownMessages();
 
 private:

@@ -5,8 +5,8 @@
 
 #include <dlfcn.h>
 
-// A call without a timeout of its own has that of libdbus, 25 seconds. A busy machine may take
-// longer to answer, so that in a test it has none.
+// A call without a timeout of its own has the one of libdbus, 25 seconds. A busy machine may need
+// longer, so the calls of a test have none.
 //
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) dbus_bool_t dbus_connection_send_with_reply(

@@ -8,13 +8,13 @@
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCall>
 
-// Calls a method of ".Control1" on the session bus, and returns the answer, whatever it is.
+// Calls a method of ".Control1" on the session bus. Returns the reply, which may be an error.
 QDBusMessage callControl(const QString &method, const QVariantList &arguments = {});
 
-// The same without waiting for the answer.
+// The same without waiting for the reply.
 QDBusPendingCall asyncCallControl(const QString &method, const QVariantList &arguments = {});
 
-// Starts an application, which has to succeed, and returns the details.
+// Starts an application and returns the details. Ends the test if the start fails.
 QVariantMap startApplication(const QString &id);
 
 #endif

@@ -11,7 +11,7 @@
 
 #include <QtCore/QStringList>
 
-// The signals of a Control as texts, in the order in which they come.
+// Collects the signals of a Control as strings.
 class ControlEvents
 {
 public:
@@ -36,7 +36,7 @@ public:
 
     QStringList all() const { return m_all; }
 
-    // Runs the event loop until the event is among them.
+    // Runs the event loop until the event has come.
     void waitFor(const QString &event) const
     {
         waitUntil([this, &event] { return m_all.contains(event); });

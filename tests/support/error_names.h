@@ -8,7 +8,7 @@
 
 #include <QtTest/QTest>
 
-// Rows with the names of the bus errors that have codes, and one that has none.
+// Adds a row for each bus error that has a code, and one for an error that has none.
 inline void addErrorNames()
 {
     QTest::addColumn<QString>("name");

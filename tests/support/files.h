@@ -7,12 +7,12 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// The text of a file that has to be there.
+// Returns the text of a file. Ends the test if there is no such file.
 QString readFile(const QString &path);
 
 void writeFile(const QString &path, const QString &text);
 
-// The paths of all files below a folder, relative to it, in order.
+// Returns the sorted paths of all files below a folder, relative to it.
 QStringList filesBelow(const QString &folder);
 
 #endif

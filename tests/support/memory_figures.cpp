@@ -10,7 +10,7 @@
 namespace
 {
 
-// A line of the process's status, in KiB.
+// Returns a line of the process's status, in KiB.
 qint64 status(const QByteArray &name)
 {
     QFile file("/proc/self/status");
@@ -32,7 +32,7 @@ qint64 allocated()
     return static_cast<qint64>(info.uordblks) + static_cast<qint64>(info.hblkhd);
 }
 
-// The peak counts from here on. Where the system forbids that, it counts from the beginning.
+// Resets the peak. Where the system forbids that, the peak counts from the start of the process.
 void resetPeak()
 {
     QFile file("/proc/self/clear_refs");

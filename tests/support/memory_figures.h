@@ -9,17 +9,17 @@
 
 #include <functional>
 
-// What the process takes of memory and time from here on.
+// Measures the memory and the time that the process uses from now on.
 class MemoryFigures
 {
 public:
     MemoryFigures();
 
-    // Takes the figures after it, and prints them all.
+    // Prints the figures until now.
     void print(const QString &what) const;
 
-    // How many bytes more are allocated now than before. Nothing, where that cannot be seen:
-    // AddressSanitizer has an allocator of its own.
+    // Returns how many more bytes are allocated now than at the beginning. With AddressSanitizer,
+    // which has its own allocator, returns 0.
     qint64 growth() const;
 
 private:
@@ -28,12 +28,12 @@ private:
     QElapsedTimer m_timer;
 };
 
-// Whether one of some runs leaves fewer bytes allocated than that, which none does that leaks.
-// Other runs may add to queues that keep the memory of their longest state: how long they become
-// depends on the scheduler.
+// Runs the function some times. Returns whether one run left fewer bytes allocated than given: a
+// leak would show in every run. Other runs may leave more, because queues keep the memory of their
+// longest state, which depends on the scheduler.
 bool leavesNothingBehind(const std::function<void()> &run, qint64 bytes);
 
-// Whether the tests of load are to take as long as it takes.
+// Whether the tests of load run in their long form.
 bool longTests();
 
 #endif

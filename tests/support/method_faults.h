@@ -10,8 +10,8 @@
 
 class Simulator;
 
-// Arranges at the fault desk what becomes of the next calls of one method. What the desk refuses is
-// a mistake of the test, and ends it.
+// Tells the fault desk how the service treats the next calls of one method. Ends the test if the
+// desk refuses.
 class MethodFaults
 {
 public:

@@ -12,18 +12,18 @@
 
 #include <functional>
 
-// What the callback of a window's report was given.
+// What a callback of updateWindowStatus() received.
 struct Outcome
 {
     quint32 state = 0;
     Ostrel::Error error;
 };
 
-// Collects what callbacks were given, in the order in which they ran.
+// Collects what callbacks receive, in the order in which they run.
 class Outcomes
 {
 public:
-    // A callback that adds to the collection.
+    // Returns a callback that adds to the collection.
     std::function<void(Ostrel::ApplicationState, const Ostrel::Error &)> callback()
     {
         return [this](Ostrel::ApplicationState state, const Ostrel::Error &error) {
@@ -34,7 +34,7 @@ public:
     int size() const { return m_all.size(); }
     const Outcome &at(int index) const { return m_all.at(index); }
 
-    // Runs the event loop until there are so many.
+    // Runs the event loop until so many callbacks have run.
     void waitFor(int count) const
     {
         waitUntil([this, count] { return m_all.size() >= count; });
@@ -44,8 +44,8 @@ private:
     QVector<Outcome> m_all;
 };
 
-// Reports a window and waits for the outcome. Replies come in order, so that everything that was
-// answered before has been handled then.
+// Reports a window and waits for the outcome. Replies arrive in order, so all earlier replies have
+// been handled by then.
 inline Outcome reportWindow(const QString &window = "w", int status = 1, int arg1 = 2, int arg2 = 3)
 {
     QObject context;

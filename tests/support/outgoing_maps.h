@@ -46,7 +46,7 @@ inline QVariant inMaps(QVariant value, int levels)
     return value;
 }
 
-// Why the arguments of a call cannot be sent on the session bus. JSON in maps is replaced.
+// Returns why a call with these arguments cannot be sent on the session bus. Replaces JSON in maps.
 template <typename... Arguments> QDBusError refusalOf(Arguments &&...arguments)
 {
     Ostrel::OutgoingMessage message(QDBusConnection::sessionBus(), QString());
@@ -54,8 +54,8 @@ template <typename... Arguments> QDBusError refusalOf(Arguments &&...arguments)
     return message.refusal();
 }
 
-// The error of the message bus, which reads the message and knows no such call; another one if it
-// drops the connection.
+// Sends a call to the message bus and returns the name of the error. The bus reads the arguments
+// and does not know the method. The error is another one if the bus drops the connection.
 inline QString answerTo(const QVariantList &arguments)
 {
     QDBusMessage call =
@@ -64,7 +64,7 @@ inline QString answerTo(const QVariantList &arguments)
     return QDBusConnection::sessionBus().call(call).errorName();
 }
 
-// Sends a map to the simulator on the bus, and returns its contents as the simulator logged them.
+// Sends a map to the simulator and returns its content from the simulator's log.
 inline QString sentOn(const PrivateBus &bus, const QVariantMap &map)
 {
     QDBusConnection::sessionBus().call(

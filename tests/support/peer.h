@@ -9,7 +9,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariantList>
 
-// A process without Qt on the bus, which says whatever it is told to. tests/support/peer/main.cpp
+// A process on the bus, without Qt, that sends whatever it is told to. tests/support/peer/main.cpp
 // describes the orders.
 class Peer
 {
@@ -19,22 +19,23 @@ public:
     // Its unique name.
     QString name() const { return m_name; }
 
-    // Returns when the order has been carried out.
+    // Gives an order, and returns when it has been carried out.
     void order(const QString &line);
-    // The same without waiting, for one that does not listen.
+    // Gives an order without waiting, for a peer that does not answer now.
     void orderLater(const QString &line);
     void waitForOrder();
 
-    // What becomes of the next call of a method.
+    // Arranges what happens to the next call of a method.
     void on(const QString &method, const QString &action);
 
-    // What arrives on the session bus of these values, which are written as in an order.
+    // Sends values, written as in an order, to this process. Returns what arrives on the session
+    // bus.
     QVariantList receive(const QString &signature, const QString &values);
 
     void freeze();
     void thaw();
     void kill();
-    // Waits for the end that it was told to come to.
+    // Waits until the peer, which was told to end, has ended.
     void waitForEnd();
 
 private:

@@ -44,7 +44,7 @@ PrivateBus::PrivateBus(std::optional<int> replyTimeout, Unrequested unrequested)
                     QString("--address=unix:path=%1").arg(m_folder.filePath("bus")), "--nofork",
                     "--nopidfile", "--nosyslog", "--print-address=1"});
     if (unrequested == Refused) {
-        // It writes a line about each, which nobody reads.
+        // The bus writes a line about each, which nobody reads.
         m_daemon->setStandardErrorFile(QProcess::nullDevice());
     }
     m_daemon->start();

@@ -11,19 +11,19 @@
 #include <memory>
 #include <optional>
 
-// A message bus of the test's own. It is the session bus of the test and of the programs that the
-// test starts.
+// A message bus of the test. It is the session bus of the test and of the programs that the test
+// starts.
 class PrivateBus
 {
 public:
-    // What becomes of an answer to a call that was not made to its sender. A usual session bus
-    // passes it on, a usual system bus does not.
+    // What the bus does with an answer from a peer that was not called. A usual session bus passes
+    // it on, a usual system bus does not.
     enum Unrequested {
         PassedOn,
         Refused
     };
 
-    // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
+    // replyTimeout: after how many milliseconds the bus answers a call that nobody answers.
     explicit PrivateBus(std::optional<int> replyTimeout = std::nullopt,
                         Unrequested unrequested = PassedOn);
 
@@ -34,7 +34,7 @@ public:
     // Ends the bus; all connections to it are lost.
     void end() { m_daemon->end(); }
 
-    // Makes the bus hang: it takes connections, and answers nothing.
+    // Makes the bus hang: it accepts connections but answers nothing.
     void suspend();
     void resume();
 

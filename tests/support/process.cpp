@@ -33,7 +33,7 @@ int Process::end()
 {
     if (state() != NotRunning) {
         terminate();
-        // A process that is stopped ends once it goes on.
+        // A stopped process ends only after it continues.
         ::kill(pid_t(processId()), SIGCONT);
     }
     return waitForEnd();

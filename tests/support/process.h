@@ -8,7 +8,7 @@
 
 #include <QtCore/QProcess>
 
-// A child process that does not outlive the test, however the test ends.
+// A child process that ends with the test, however the test ends.
 class Process : public QProcess
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     Process(const QString &program, const QStringList &arguments);
     ~Process() override;
 
-    // Waits for a whole line on standard output, and returns it without its end.
+    // Waits for a whole line on standard output. Returns it without its newline.
     QString readLine();
 
     // Ends the process with SIGTERM, and returns its exit status as waitForEnd() does.

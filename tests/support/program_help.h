@@ -7,7 +7,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QStringList>
 
-// What a program, or one of its commands, tells of itself with --help.
+// What --help prints for a program or one of its commands.
 struct ProgramHelp
 {
     // The usage without the program: "start [options] APP".
@@ -17,7 +17,7 @@ struct ProgramHelp
     QStringList commands;
     QString text;
 
-    // The options without that for help, which all have.
+    // The options without --help, which every command has.
     QStringList ownOptions() const;
 
     // The long names of the options: "--help", "--wrapper".
@@ -26,7 +26,7 @@ struct ProgramHelp
 
 ProgramHelp helpOf(const QString &program, const QString &command = QString());
 
-// The help of all commands, and of their sub-commands ("task list"), by their names.
+// Returns the help of all commands and sub-commands ("task list") by their names.
 QMap<QString, ProgramHelp> helpOfCommands(const QString &program);
 
 #endif

@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-// Tables of values that another process sends, and of what a reader makes of them.
+// Tables of values that another process sends, with what a reader makes of them.
 
-// What a map holds, as "key=value".
+// Returns the content of a map as "key=value".
 inline QString text(const QVariantMap &properties)
 {
     QStringList entries;
@@ -54,7 +54,7 @@ inline void addRows(const std::vector<Row> &rows)
     }
 }
 
-// Values that are no structure at all, and what a reader makes of them.
+// Adds values that are no structures, and the content that a reader makes of each.
 inline std::vector<Row> andOthers(std::vector<Row> rows, const char *content)
 {
     const std::vector<std::pair<const char *, const char *>> others{
@@ -70,7 +70,8 @@ inline std::vector<Row> andOthers(std::vector<Row> rows, const char *content)
     return rows;
 }
 
-// Reads the value of the current row, which busctl sends, into a target that holds something else.
+// Has busctl send the value of the current row, and reads it into a target that holds another
+// value.
 template <typename Target>
 void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWarnings = {})
 {
@@ -84,7 +85,7 @@ void readRow(const PrivateBus &bus, Target target, const QStringList &expectedWa
     argument.beginStructure();
     const QDBusArgument &returned = argument >> target;
     QCOMPARE(&returned, &argument);
-    // The reader has stepped over exactly one value, whatever it was.
+    // The reader has skipped exactly one value.
     QCOMPARE(argument.currentSignature(), "s");
     argument >> marker;
     argument.endStructure();

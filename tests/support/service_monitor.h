@@ -9,19 +9,18 @@
 
 #include <QtCore/QStringList>
 
-// Watches what the service sends: its signals, and its answers to this process's calls on the
-// session bus.
+// Watches what the service sends: its signals, and its replies to this process on the session bus.
 class ServiceMonitor
 {
 public:
     ServiceMonitor(const PrivateBus &bus, const Simulator &simulator);
 
-    // Everything sent up to and including a signal of this name, each as a text: "reply", or the
-    // name of the error or of the signal; the signature; and the values. A map is {key=type:value},
-    // and an instance's "Pid", which is another one each time, is PID.
+    // Returns everything sent up to and including a signal of this name. Each string is "reply" or
+    // the name of the error or of the signal, then the signature and the values. A map is
+    // {key=type:value}. The "Pid" of an instance, which differs each time, is PID.
     QStringList textsUntil(const QString &signal);
 
-    // Everything sent up to now.
+    // Returns everything sent until now.
     QStringList texts();
 
 private:

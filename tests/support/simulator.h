@@ -26,11 +26,11 @@ struct Call
     QVariantList arguments;
 };
 
-// The simulator as a process of its own, and its fault desk, reached on a connection of its own.
+// The simulator in its own process, and its fault desk, which has a connection of its own.
 class Simulator
 {
 public:
-    // options: what the process is started with besides the bus.
+    // options: the options of the program, besides the bus.
     explicit Simulator(const PrivateBus &bus, const QStringList &options = {});
     ~Simulator();
 
@@ -45,17 +45,17 @@ public:
 
     Process &process() { return *m_process; }
 
-    // Calls a method of the fault desk and returns the answer, whatever it is.
+    // Calls a method of the fault desk. Returns the reply, which may be an error.
     QDBusMessage desk(const QString &method, const QVariantList &arguments = {}) const;
 
-    // Has the service send a signal, and returns when it has been sent.
+    // Makes the service send a signal, and returns when it has been sent.
     void emitSignal(const char *path, const char *interface, const QString &member,
                     const QVariantList &arguments) const;
 
-    // The faults of a method, named by its interface's constant and its own name.
+    // Returns the faults of a method. The interface is one of the constants.
     MethodFaults faults(const char *interface, const char *method) const;
 
-    // The faults of "UpdateWindowStatus".
+    // Returns the faults of "UpdateWindowStatus".
     MethodFaults windowStatus() const;
 
     QVector<Call> calls() const;
@@ -64,7 +64,7 @@ public:
 private:
     QString m_address;
     QStringList m_options;
-    // Where the process has its temporary files: it may be killed.
+    // The process has its temporary files here, because it may be killed.
     QTemporaryDir m_folder;
     std::unique_ptr<Process> m_process;
     QDBusConnection m_connection;

@@ -26,13 +26,13 @@ inline QString text(const Error &error)
 
 } // namespace Ostrel
 
-// Writes down what task invokers tell, in the order in which they do. It outlives them.
+// Collects the signals and callbacks of task invokers as strings. It must outlive them.
 class Events
 {
 public:
     using Error = Ostrel::Error;
 
-    // Callbacks that write their label, the number and the error.
+    // Return callbacks that add their label, the number and the error.
     std::function<void(const Error &)> ready(const QString &label = "ready")
     {
         return [this, label](const Error &error) { add(label + ' ' + Ostrel::text(error)); };
@@ -48,7 +48,7 @@ public:
         };
     }
 
-    // Writes the signals, each with its list.
+    // Collects the signals, each with its list.
     void watch(const Ostrel::TaskInvoker &invoker)
     {
         const auto *watched = &invoker;
@@ -63,15 +63,15 @@ public:
 
     void add(const QString &event) { m_all.append(event); }
     const QStringList &all() const { return m_all; }
-    // For events whose order is not fixed: an announcement may be handled before or behind the
-    // answer to the call that caused it.
+    // For events in no fixed order: a change of a list may be handled before or after the reply to
+    // the call that caused it.
     QStringList sorted() const
     {
         QStringList all = m_all;
         all.sort();
         return all;
     }
-    // The same without the numbers of processes that the simulator runs.
+    // The same without the process identifiers of the simulator's tasks.
     QStringList sortedWithoutPids() const
     {
         static const QRegularExpression pid("(photos|contacts) \\d+ ");
@@ -105,7 +105,7 @@ inline Ostrel::Error waitUntilReady(Ostrel::TaskInvoker &invoker)
     return outcome->error;
 }
 
-// Calls the service and waits for its answer. What the bus delivered before has been handled then.
+// Calls the service and waits for the reply. All earlier messages have been handled by then.
 inline void roundTrip(Ostrel::TaskInvoker &invoker)
 {
     const auto answered = std::make_shared<bool>(false);
@@ -118,7 +118,7 @@ inline QString sessionPath(const QString &type)
     return OSTREL_TASK_INVOKER_SESSIONS_PATH + type;
 }
 
-// Has the simulator send a signal of three arguments, each given as signature and value.
+// Makes the simulator send a signal of count arguments, each given as signature and value.
 inline void emitSignal(const PrivateBus &bus, const QString &path, const QString &interface,
                        const QString &member, const QString &arguments, int count = 3)
 {
@@ -127,8 +127,8 @@ inline void emitSignal(const PrivateBus &bus, const QString &path, const QString
                    + wordsOf(arguments));
 }
 
-// Has the simulator send "PropertiesChanged" for the session of a type. The changed properties are
-// given as their number, and name, signature and value of each.
+// Makes the simulator send "PropertiesChanged" for the session of a type. The changed properties
+// are their number, then the name, signature and value of each.
 inline void emitPropertiesChanged(const PrivateBus &bus, const QString &type,
                                   const QString &changed, const QString &invalidated = "0",
                                   const QString &interface = OSTREL_TASK_INVOKER_SESSION_INTERFACE)
@@ -137,7 +137,8 @@ inline void emitPropertiesChanged(const PrivateBus &bus, const QString &type,
                QString("s %1 a{sv} %2 as %3").arg(interface, changed, invalidated));
 }
 
-// Has the next "RegisterInvoker" answered by these values, each given as signature and value.
+// Makes the service answer the next "RegisterInvoker" with these values, each given as signature
+// and value.
 inline void answerRegistration(const PrivateBus &bus, int count, const QString &values)
 {
     busctlDesk(bus, "AnswerNext",

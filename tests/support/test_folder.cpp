@@ -15,15 +15,15 @@
 namespace
 {
 
-// Becomes a shell that removes the folder when the other end of the pipe is closed. It has nothing
-// else open: CTest would wait for it.
+// Becomes a shell that removes the folder when the other end of the pipe is closed. Everything else
+// is closed, because CTest would wait for it.
 [[noreturn]] void removeLater(int pipe, const char *path)
 {
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(pipe, STDIN_FILENO);
     dup2(null, STDOUT_FILENO);
     dup2(null, STDERR_FILENO);
-    // The programs that the test has started end with it, and may write until then.
+    // The programs that the test started end with it, and may write until then.
     execl("/bin/sh", "sh", "-c", "cat; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; }", path,
           nullptr);
     _exit(127);
@@ -38,7 +38,7 @@ TestFolder::TestFolder()
     if (mkdtemp(m_path.data()) == nullptr || pipe2(pipe.data(), O_CLOEXEC) != 0) {
         qFatal("there is no folder for the test");
     }
-    // It is nobody's child, so that who kills this process and its children leaves it alone.
+    // It becomes an orphan, so whoever kills this process and its children does not kill it.
     const pid_t parent = fork();
     if (parent == 0) {
         setsid();
@@ -50,5 +50,5 @@ TestFolder::TestFolder()
     }
     waitpid(parent, nullptr, 0);
     close(pipe[0]);
-    // The other end stays open for the life of the process.
+    // The other end stays open until the process ends.
 }

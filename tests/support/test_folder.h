@@ -6,7 +6,7 @@
 
 #include <QtCore/QByteArray>
 
-// A folder for all files of a test program. It goes when the program ends, also by a signal.
+// A folder for all files of a test program. It is removed when the program ends, also by a signal.
 class TestFolder
 {
 public:

@@ -10,7 +10,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtTest/QTest>
 
-// Runs the tests of a class, far away from the user's own buses and home.
+// Runs the tests of a class without the user's buses and home.
 template <typename Test> int runTests(int argc, char **argv)
 {
     const TestFolder folder;
@@ -19,7 +19,7 @@ template <typename Test> int runTests(int argc, char **argv)
     }
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
-    // QtTest ends a function after five minutes otherwise.
+    // By default, QtTest ends a function after five minutes.
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(forever));
     const QCoreApplication application(argc, argv);
     Test test;

@@ -23,7 +23,7 @@ template <typename Condition> void waitUntil(Condition condition)
     if (condition()) {
         return;
     }
-    // Not every condition comes with an event.
+    // Some conditions change without an event.
     QTimer look;
     look.start(5);
     do {

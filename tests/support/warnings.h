@@ -6,8 +6,8 @@
 
 #include <QtCore/QStringList>
 
-// Collects what is logged as a warning or worse while it lives, from every thread. A later one
-// takes over from an earlier one until its own end.
+// Collects what any thread logs as a warning or worse, as long as the object lives. While a second
+// collector lives, the first one gets nothing.
 class Warnings
 {
 public:

@@ -18,7 +18,7 @@ const QString type = "sync";
 
 } // namespace
 
-// A process with invokers on both buses, each with a service of its own.
+// A process has invokers on both buses, and each bus has its own service.
 class TestTaskInvokerBuses : public QObject
 {
     Q_OBJECT
@@ -98,7 +98,7 @@ void TestTaskInvokerBuses::busesAreKeptApart()
              (QStringList{"active [contacts PID {}]", "started 1: 0"}));
 }
 
-// What is in flight there fails, and so does what comes later; the other bus does not notice.
+// Its calls fail, those in flight and later ones. The other bus works on.
 void TestTaskInvokerBuses::endOfOneBusLeavesTheOther()
 {
     m_systemSimulator->reset();

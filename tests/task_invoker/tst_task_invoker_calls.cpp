@@ -53,7 +53,7 @@ private:
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
     }
-    // The calls of the session, which the registration is none of.
+    // The calls of the session, without the registration.
     QVector<Call> sessionCalls() const;
 };
 
@@ -146,7 +146,7 @@ void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
     invoker.start("photos", {}, {}, events.started());
     invoker.stop("photos", events.stopped());
 
-    // The answers are there, but only the event loop brings them.
+    // The replies are there, but only the event loop brings them.
     starts().waitForHeld(1);
     stops().waitForHeld(1);
     starts().release({0});
@@ -154,7 +154,7 @@ void TestTaskInvokerCalls::callbacksComeFromTheEventLoop()
     QCOMPARE(events.all(), QStringList());
     events.waitFor(2);
     QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0"}));
-    // What waited for the answers is gone again.
+    // The watchers are deleted.
     waitUntil([&] { return invoker.children().isEmpty(); });
 }
 
@@ -216,7 +216,7 @@ void TestTaskInvokerCalls::errorsMayCarryANumber_data()
     row("d 42.7", "43: 1 \"42.7\"");
     row("b true", "1: 1 \"true\"");
     row("ay 2 52 50", "42: 1 \"42\"");
-    // What is no single value is no number, and no text.
+    // A container has neither a number nor a message.
     row("ai 2 1 2", "0: 1");
     row("ai 0", "0: 1");
     row("(i) 42", "0: 1");
@@ -343,7 +343,7 @@ void TestTaskInvokerCalls::callbacksRunInTheOrderOfTheReplies()
     const auto start = [&](const QString &task) {
         invoker.start(task, {}, {}, events.started(task));
     };
-    // There is none of them, so that they are answered, and held, in their order.
+    // None of them exists, so the service answers them in order, and holds the answers.
     start("x");
     start("y");
     start("z");
@@ -364,7 +364,7 @@ void TestTaskInvokerCalls::callbacksMayCallAgain()
         invoker.stop("photos", [&](const Error &stopError) {
             events.stopped()(stopError);
             invoker.start("photos", {}, {}, events.started());
-            // In here it waits for the last one.
+            // This runs the event loop inside the callback.
             events.waitFor(3);
             events.add("end");
         });
@@ -397,7 +397,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent_data()
     row("too deep", deep, "is nested too deeply for a message, with a value of type QVariantList");
 }
 
-// The failure comes like any other, and the connection is as it was.
+// The failure arrives like any other, and the connection still works.
 void TestTaskInvokerCalls::unsendableMapsAreNotSent()
 {
     QFETCH(QVariant, value);
@@ -423,7 +423,7 @@ void TestTaskInvokerCalls::unsendableMapsAreNotSent()
     };
     QCOMPARE(events.all(), (QStringList{failure("one"), failure("two"), failure("one")}));
     QCOMPARE(sessionCalls().size(), 0);
-    // The caller's maps are as they were.
+    // The caller's maps are unchanged.
     QCOMPARE(info.size(), 2);
     invoker.start("photos", {}, {}, events.started());
     events.waitFor(4);

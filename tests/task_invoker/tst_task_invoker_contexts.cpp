@@ -53,7 +53,7 @@ const std::vector<Request> &requests()
 
 } // namespace
 
-// What an invoker knows of itself, and callbacks on behalf of an object.
+// What an invoker says of itself, and callbacks that have a context.
 class TestTaskInvokerContexts : public SimulatorTest
 {
     Q_OBJECT
@@ -86,10 +86,10 @@ private Q_SLOTS:
 private:
     static void eachRequest();
 
-    // An invoker with the request under way, until the service is told to answer.
+    // Returns an invoker. The service holds the answer to the request until release() is called.
     std::unique_ptr<TaskInvoker> makeInvoker(const Request &request) const;
     void release(const Request &request) const;
-    // Returns when an invoker of its own has been registered, after all that came before.
+    // Returns when a new invoker has been registered: all earlier messages have been handled.
     static void roundTrip();
 
     QThread m_thread;
@@ -224,12 +224,12 @@ void TestTaskInvokerContexts::callbackRunsInTheThreadOfItsContext()
     QCOMPARE(ranIn.load(), &m_thread);
     context->deleteLater();
     if (index > 0) {
-        // The callbacks of onReady() are kept until the invoker ends.
+        // The invoker keeps the callbacks of onReady() until it is deleted.
         waitUntil([&held] { return held.use_count() == 1; });
     }
 }
 
-// As onReady() without a context does; elsewhere, from the other event loop.
+// Without a context, onReady() calls at once as well. In another thread, the event loop calls.
 void TestTaskInvokerContexts::readyInvokerCallsAtOnceInItsOwnThread()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
@@ -289,7 +289,7 @@ void TestTaskInvokerContexts::deletedContextInAnotherThreadDropsTheCallback()
         deleted, [deleted] { delete deleted; }, Qt::BlockingQueuedConnection);
     release(request);
     roundTrip();
-    // What was posted to that thread has run then.
+    // Everything that was posted to that thread before has run.
     QMetaObject::invokeMethod(
         other, [other] { delete other; }, Qt::BlockingQueuedConnection);
     QVERIFY(!ran);

@@ -11,7 +11,7 @@ using Ostrel::TaskInvoker;
 using Hints = TaskInvoker::Hints;
 using StartupInfo = TaskInvoker::StartupInfo;
 
-// What the maps of a start return of what they hold.
+// The startup information and the hints return what was set.
 class TestTaskInvokerGetters : public QObject
 {
     Q_OBJECT
@@ -52,7 +52,7 @@ void TestTaskInvokerGetters::nothingIsSetAtFirst()
     const StartupInfo info;
     QCOMPARE(info.parameters(), QStringList());
     QCOMPARE(info.environment(), QStringList());
-    // To ask sets nothing.
+    // A getter sets nothing.
     QVERIFY(hints.isEmpty());
     QVERIFY(info.isEmpty());
 }
@@ -103,14 +103,14 @@ void TestTaskInvokerGetters::mapsAreAdoptedUnchanged()
     QCOMPARE(static_cast<const QVariantMap &>(info), map);
     QCOMPARE(info.parameters(), QStringList{"-v"});
 
-    // They are copies.
+    // The values are copies.
     hints.setUser("other");
     QCOMPARE(map.value("User").toString(), "u");
 }
 
 void TestTaskInvokerGetters::otherTypesAreConverted()
 {
-    // A value of another type reads as QVariant converts it.
+    // QVariant converts a value of another type.
     QVariantMap map{{"CPULimit", "7"}, {"Homeless", 1}, {"Conditions", "c"}};
     const Hints hints(map);
     QCOMPARE(hints.cpuLimit(), 7);

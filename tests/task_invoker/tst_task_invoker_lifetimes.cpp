@@ -22,13 +22,13 @@ namespace
 const QString type = "sync";
 const QString bothLists = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0";
 
-// There is a session bus, and no system bus.
+// There is a session bus, but no system bus.
 TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
 {
     return new TaskInvoker(bus, type);
 }
 
-// The invoker ends in a slot of one of its signals.
+// Deletes the invoker in a slot of one of its signals.
 void deleteIn(TaskInvoker *invoker, bool active)
 {
     const auto end = [invoker] { delete invoker; };
@@ -39,7 +39,7 @@ void deleteIn(TaskInvoker *invoker, bool active)
     }
 }
 
-// Something that has been handled is behind everything that came before it.
+// Returns when everything that came before has been handled.
 void otherRoundTrip()
 {
     TaskInvoker other(TaskInvoker::SessionBus, "other");
@@ -48,8 +48,8 @@ void otherRoundTrip()
 
 } // namespace
 
-// Invokers that end at every stage, and in whatever they call. Much of what is shown here is that
-// nothing is leaked or used after its end, which the sanitizers see.
+// Invokers are deleted at every stage, and in everything that they call. The sanitizers see whether
+// anything is leaked, or used after it is deleted.
 class TestTaskInvokerLifetimes : public SimulatorTest
 {
     Q_OBJECT
@@ -112,7 +112,7 @@ void TestTaskInvokerLifetimes::deletedBeforeTheReply()
         invoker.reset();
         registration().release({0});
     }
-    // Its callbacks are gone with it.
+    // The callbacks are gone with the invoker.
     QVERIFY(watched.expired());
     otherRoundTrip();
     QCOMPARE(events.all(), QStringList());
@@ -143,7 +143,7 @@ void TestTaskInvokerLifetimes::deletedWithoutABus()
     TaskInvoker other(TaskInvoker::SystemBus, "other");
     roundTrip(other);
     QCOMPARE(events.all(), QStringList());
-    // That of the other one.
+    // The warning of the other invoker.
     QCOMPARE(warnings.texts().size(), 1);
 }
 
@@ -172,7 +172,7 @@ void TestTaskInvokerLifetimes::deletedInAReadyCallback()
     const QString kept = "kept";
     invoker->onReady([invoker, kept, &events](const Error &error) {
         delete invoker.data();
-        // The callback itself and what it was given are still good.
+        // The callback and its arguments are still valid.
         events.add(kept + ' ' + Ostrel::text(error));
     });
     invoker->onReady(events.ready("never"));
@@ -267,12 +267,12 @@ void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
         invoker->start(task, {}, {}, nullptr);
         invoker->stop(task, end);
     }
-    // Answered behind it.
+    // Its reply comes later.
     invoker->stop(task, events.stopped("never"));
     events.waitFor(1);
     otherRoundTrip();
     QCOMPARE(events.all(), QStringList(failing ? "kept 2" : "kept 0"));
-    // What was sent was carried out all the same.
+    // The service received all the calls.
     QCOMPARE(
         m_simulator
             .desk("WaitForCalls", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop", start ? 1U : 2U})
@@ -337,13 +337,13 @@ void TestTaskInvokerLifetimes::callsInFlightAreDropped()
     for (int i = 0; i < 2; ++i) {
         invoker->start("photos", {}, {}, [held](int, const Error &) { ++*held; });
     }
-    // A failure that is known already is dropped as well.
+    // A failure that is already known is dropped as well.
     TaskInvoker::Hints unsendable;
     unsendable.insert("k", QVariant());
     invoker->start("photos", {}, unsendable, [held](int, const Error &) { ++*held; });
     invoker->stop("none", [held](const Error &) { ++*held; });
     starts().waitForHeld(2);
-    // What waits for the answers belongs to the invoker.
+    // The watchers belong to the invoker.
     QCOMPARE(invoker->children().size(), 4);
     if (arrived) {
         starts().release({1, 0});
@@ -413,7 +413,7 @@ void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
     QCOMPARE(callbacks, before);
 }
 
-// The invoker may live in any one thread that runs an event loop.
+// An invoker may live in any thread that runs an event loop.
 void TestTaskInvokerLifetimes::worksInAnotherThread()
 {
     QThread thread;
@@ -431,7 +431,7 @@ void TestTaskInvokerLifetimes::worksInAnotherThread()
     TaskInvoker *invoker = nullptr;
     QMetaObject::invokeMethod(&context, [&] {
         invoker = newInvoker();
-        // The invoker ends before this function does.
+        // The invoker is deleted before this function returns.
         connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
                 [&saw] { // clazy:exclude=lambda-in-connect
                     saw("active");

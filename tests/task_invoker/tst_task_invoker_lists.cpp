@@ -16,7 +16,7 @@ const QString type = "other";
 
 } // namespace
 
-// The service announces lists of tasks, and the invoker passes them on.
+// The service announces lists of tasks, and the invoker reports them.
 class TestTaskInvokerLists : public SimulatorTest
 {
     Q_OBJECT
@@ -40,7 +40,7 @@ private Q_SLOTS:
     void longTaskTypesReceiveChanges();
 
 private:
-    // An announcement of the list "end" is the marker behind everything else.
+    // Announces the list "end" as a marker, and waits for it.
     void waitForTheEnd(const Events &events) const;
 };
 
@@ -109,7 +109,7 @@ void TestTaskInvokerLists::changesReplaceTheLists_data()
     row("no interface", "1 " + active, none, "''", {activeSeen});
     row("empty lists", "2 ActiveTasks a(sia{sv}) 0 AvailableTasks a(sa{sv}) 0", none, own,
         {"active []", "available []"});
-    // The message brings the older value last.
+    // The older value comes last.
     row("twice in one message", "2 ActiveTasks a(sia{sv}) 1 x 1 0 ActiveTasks a(sia{sv}) 1 y 2 0",
         none, own, {"active [y 2 {}]", "active [x 1 {}]"});
 }
@@ -133,7 +133,7 @@ void TestTaskInvokerLists::changesReplaceTheLists()
     if (!seen.join(QString()).contains("available")) {
         QCOMPARE(text(invoker.availableTasks()), "old {}");
     }
-    // Nothing is fetched: the registration is all that was sent.
+    // The invoker fetches nothing: it has sent only the registration.
     QCOMPARE(m_simulator.calls().size(), 1);
 }
 
@@ -182,7 +182,7 @@ void TestTaskInvokerLists::equalListsEmitTheSignalAgain()
     QCOMPARE(events.all(), (QStringList{seen, seen, seen, "active [end 0 {}]"}));
 }
 
-// The list that changes second is still the earlier one when the first is announced.
+// When the first signal is emitted, the second list is still the old one.
 void TestTaskInvokerLists::activeTasksComeFirst()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
@@ -293,7 +293,7 @@ void TestTaskInvokerLists::otherSignalsAreDropped()
     QCOMPARE(events.size(), 1);
 }
 
-// Only the service is listened to, broadcast or not.
+// Only the service is heard, whether it broadcasts or not.
 void TestTaskInvokerLists::otherSendersAreDropped()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -318,7 +318,7 @@ void TestTaskInvokerLists::otherSendersAreDropped()
     QCOMPARE(events.size(), 1);
 }
 
-// What comes in the meantime is applied, and the rest of the announcement behind it.
+// A newer announcement is applied first, then the rest of the older one.
 void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop_data()
 {
     QTest::addColumn<QString>("newer");
@@ -337,7 +337,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
 {
     QFETCH(const QString, newer);
     QFETCH(const QStringList, expected);
-    // The older announcement comes with the reply to the registration first, then by itself.
+    // The older announcement first comes with the reply to the registration, then as a signal.
     const QString older = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 old 0";
     answerRegistration(m_bus, type, older);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
@@ -363,7 +363,7 @@ void TestTaskInvokerLists::newerListsStayWhenASlotRunsAnEventLoop()
     QCOMPARE(events.all(), all);
 }
 
-// Nearly as long as a message bus lets them be.
+// Nearly as long as a message bus allows.
 void TestTaskInvokerLists::longTaskTypesReceiveChanges()
 {
     const QString longType(800, 'x');

@@ -11,7 +11,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// It has tasks, which each value has to replace.
+// This type has tasks, which each value must replace.
 const QString type = "sync";
 
 void addValues()
@@ -24,7 +24,7 @@ void addValues()
         QTest::addRow("%s: %s", value.signature, value.value)
             << value.signature << value.value << active << available;
     };
-    // What is no list of structures reads as an empty list.
+    // Anything but a list of structures reads as an empty list.
     const std::vector<Row> noLists = andOthers({}, "");
     for (const Row &value : noLists) {
         row(value, "", "");
@@ -48,7 +48,7 @@ void addValues()
                                              {"ab", "1 true", ""}}) {
         row(value, "", "");
     }
-    // Structures of other members keep what fits.
+    // A structure with other members keeps the members that match.
     row({"a(sia{sv})", "2 x 3 1 k i 4 y 5 0", ""}, "x 3 {k=4}; y 5 {}", "x {}; y {}");
     row({"a(sa{sv})", "2 x 1 k i 4 y 0", ""}, "x 0 {}; y 0 {}", "x {k=4}; y {}");
     row({"a(s)", "2 x y", ""}, "x 0 {}; y 0 {}", "x {}; y {}");
@@ -78,7 +78,7 @@ void addValues()
 
 } // namespace
 
-// Values of any type in the place of the lists: nothing crashes, hangs or is logged.
+// Properties hold values of any type. Nothing crashes, hangs or is logged.
 class TestTaskInvokerMalformed : public SimulatorTest
 {
     Q_OBJECT
@@ -132,7 +132,7 @@ void TestTaskInvokerMalformed::valuesOfTheReplyMayHaveAnyType()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// As deep as the bus lets them be.
+// As deep as the bus allows.
 void TestTaskInvokerMalformed::deeplyNestedValues()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);

@@ -23,7 +23,7 @@ static_assert(std::is_base_of_v<QVariantMap, Hints> && std::is_base_of_v<QVarian
 static_assert(std::is_convertible_v<const Hints &, const QVariantMap &>);
 static_assert(sizeof(Hints) == sizeof(QVariantMap) && sizeof(StartupInfo) == sizeof(QVariantMap));
 
-// What a task is started with and how: what the maps hold, and what they are on the wire.
+// What the maps of a start hold, and what they are on the wire.
 class TestTaskInvokerMaps : public SimulatorTest
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ private Q_SLOTS:
     void jsonValuesAreSentAsTheirTypes();
 
 private:
-    // The two maps of a start, as busctl reads them from the call log.
+    // Returns the two maps of a start, as busctl reads them from the call log.
     QStringList onTheWire(const StartupInfo &info, const Hints &hints) const;
 };
 
@@ -224,12 +224,12 @@ void TestTaskInvokerMaps::environmentContinuesAnExistingEntry()
     info.insert("Environment", QStringList("own"));
     info.addEnvironmentVariable("A", "1");
     QCOMPARE(info.value("Environment").toStringList(), (QStringList{"own", "A=1"}));
-    // Whatever Qt can make a list of is one.
+    // Anything that QVariant converts to a list is kept.
     info.insert("Environment", "own=1");
     info.addEnvironmentVariable("A", "1");
     info.addEnvironmentVariable("B", "2");
     QCOMPARE(info.value("Environment"), QVariant(QStringList{"own=1", "A=1", "B=2"}));
-    // What is no list begins one.
+    // Anything else is replaced.
     info.insert("Environment", QVariantMap());
     info.addEnvironmentVariable("B", "2");
     QCOMPARE(info.value("Environment"), QVariant(QStringList("B=2")));
@@ -256,11 +256,11 @@ void TestTaskInvokerMaps::cgroupSettingsContinueAnExistingEntry()
     hints.insert(key, QVariantMap{{"own", 3}});
     hints.addCGroupSetting("a", QByteArray("1"));
     QCOMPARE(hints.value(key), QVariant(QVariantMap{{"a", QByteArray("1")}, {"own", 3}}));
-    // Whatever Qt can make a map of is one.
+    // Anything that QVariant converts to a map is kept.
     hints.insert(key, QVariantHash{{"own", 3}});
     hints.addCGroupSetting("a", QByteArray("1"));
     QCOMPARE(hints.value(key), QVariant(QVariantMap{{"a", QByteArray("1")}, {"own", 3}}));
-    // What is no map begins one.
+    // Anything else is replaced.
     hints.insert(key, "own");
     hints.addCGroupSetting("b", QByteArray("2"));
     QCOMPARE(hints.value(key), QVariant(QVariantMap{{"b", QByteArray("2")}}));
@@ -327,7 +327,7 @@ void TestTaskInvokerMaps::jsonValuesAreSentAsTheirTypes()
     QCOMPARE(onTheWire(info, hints),
              (QStringList{"{'json':{'data':[true,false],'type':'ab'}}",
                           "{'json':{'data':1.5,'type':'d'}}"}));
-    // The caller's own map keeps them as they were.
+    // The caller's map is unchanged.
     QCOMPARE(info.first().userType(), int(QMetaType::QJsonArray));
 }
 

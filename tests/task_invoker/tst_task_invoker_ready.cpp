@@ -18,7 +18,7 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 
 } // namespace
 
-// Who waits for the answer to the registration learns of it once, whatever it is.
+// Each ready callback runs once, whatever the outcome of the registration.
 class TestTaskInvokerReady : public SimulatorTest
 {
     Q_OBJECT
@@ -40,9 +40,9 @@ private Q_SLOTS:
     void emptyCallbackThrowsAtOnceWhenReady();
 
 private:
-    // Of the registration, as they are handed over.
+    // Adds a row for each outcome of the registration.
     static void outcomes();
-    // Has the service answer so.
+    // Makes the service answer with this outcome.
     void prepare(const QString &outcome) const;
 
     MethodFaults registration() const
@@ -110,7 +110,7 @@ void TestTaskInvokerReady::callbackIsCopied()
     QCOMPARE(events.all(), QStringList("ready 0"));
 }
 
-// With what they hold, and only if they were given before the answer.
+// With all that they hold, if they were given before the outcome was known.
 void TestTaskInvokerReady::callbacksAreKeptUntilTheEnd()
 {
     auto early = std::make_shared<int>(0);
@@ -225,13 +225,13 @@ void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
     invoker.onReady(nullptr);
     invoker.onReady(events.ready("never"));
     {
-        // Qt has something to say about exceptions in event handlers; the library has not.
+        // Qt warns of exceptions in event handlers; the library logs nothing.
         const Warnings warnings;
         const auto runLoop = [] { waitUntil([] { return false; }); };
         QVERIFY_EXCEPTION_THROWN(runLoop(), std::bad_function_call);
     }
 
-    // The event loop works on, and so does the invoker, which is ready.
+    // The event loop and the invoker, which is ready, still work.
     roundTrip(invoker);
     invoker.onReady(events.ready("later"));
     QStringList told = events.all();

@@ -24,7 +24,7 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 
 } // namespace
 
-// A registration fails: who waits for the answer learns why, it is logged, and the lists stay.
+// A registration fails: the callbacks receive the reason, it is logged, and the lists stay.
 class TestTaskInvokerRefused : public SimulatorTest
 {
     Q_OBJECT
@@ -51,7 +51,7 @@ private:
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
-    // Has the next registration fail, by a foreign path or by an error.
+    // Makes the next registration fail, by another type's path or by an error.
     void failRegistration(bool foreign) const;
 };
 
@@ -66,7 +66,7 @@ void TestTaskInvokerRefused::failRegistration(bool foreign) const
 
 void TestTaskInvokerRefused::serviceErrorsAreMapped_data()
 {
-    // With "NoError" the lists stay empty, but who waits sees a success.
+    // With "NoError" the lists stay empty, but the callbacks see a success.
     addErrorNames();
 }
 
@@ -174,7 +174,7 @@ void TestTaskInvokerRefused::otherSessionPathsAreErrors()
     QCOMPARE(warnings.texts(), QStringList(QString("Unexpected object path: \"%1\"").arg(path)));
     QVERIFY(invoker.availableTasks().isEmpty());
     QVERIFY(invoker.activeTasks().isEmpty());
-    // It goes on speaking to its own session.
+    // The invoker still calls its own session.
     QCOMPARE(m_simulator.calls().constLast().path, sessionPath("sync"));
 }
 
@@ -185,7 +185,7 @@ void TestTaskInvokerRefused::failuresKeepTheLists_data()
     QTest::newRow("foreign path") << true;
 }
 
-// A list may have been announced before the answer, and be announced after it.
+// The service may announce a list before its answer and after it.
 void TestTaskInvokerRefused::failuresKeepTheLists()
 {
     QFETCH(bool, foreign);
@@ -194,7 +194,7 @@ void TestTaskInvokerRefused::failuresKeepTheLists()
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
     events.watch(invoker);
-    // Signals that come before this one has been answered are of another test.
+    // Another test shows signals that come before the answer.
     waitUntilReady(invoker);
     emitPropertiesChanged(m_bus, "sync", "1 ActiveTasks a(sia{sv}) 1 c 8 0");
     events.waitFor(1);
@@ -222,11 +222,11 @@ void TestTaskInvokerRefused::failuresKeepEarlierChanges_data()
     failuresKeepTheLists_data();
 }
 
-// The service sends a list, and then the answer.
+// The service sends a list, then the answer.
 void TestTaskInvokerRefused::failuresKeepEarlierChanges()
 {
     QFETCH(bool, foreign);
-    // It registers the types that the announcement is made of.
+    // It registers the types of the announcement.
     const TaskInvoker other(TaskInvoker::SessionBus, "other");
     registration().waitForCalls(1);
     failRegistration(foreign);
@@ -247,7 +247,7 @@ void TestTaskInvokerRefused::failuresKeepEarlierChanges()
     Events events;
     events.watch(invoker);
     invoker.onReady([&](const Error &error) { events.add(QString::number(error.code())); });
-    // The bus has answered this, and with it taken the subscription.
+    // The bus knows the subscription when it has answered this.
     QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME);
     ::kill(process, SIGCONT);
     events.waitFor(2);
@@ -280,7 +280,7 @@ void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory_data()
     failuresKeepTheLists_data();
 }
 
-// A program turns them off like its own.
+// A program can turn them off like its own.
 void TestTaskInvokerRefused::warningsAreOfTheDefaultCategory()
 {
     QFETCH(bool, foreign);

@@ -12,7 +12,7 @@
 
 using Ostrel::TaskInvoker;
 
-// An invoker registers its type: what it is, and what its beginning and its end put on the bus.
+// An invoker registers its type. Creating and deleting it puts nothing else on the bus.
 class TestTaskInvokerRegistration : public SimulatorTest
 {
     Q_OBJECT
@@ -90,7 +90,8 @@ void TestTaskInvokerRegistration::registersItsTypeOnce()
     QCOMPARE(Ostrel::text(waitUntilReady(invoker)), "0");
     roundTrip(invoker);
 
-    // No introspection, no reading of properties: this one call, and that of the round trip.
+    // One call, without introspection or reading of properties. The other call is that of
+    // roundTrip().
     const QVector<Call> calls = m_simulator.calls();
     QCOMPARE(calls.size(), 2);
     const Call &call = calls.constFirst();
@@ -111,7 +112,7 @@ void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
     events.watch(invoker);
     invoker.onReady(events.ready());
 
-    // The answer is there, but only the event loop brings it.
+    // The reply is there, but only the event loop brings it.
     registration.waitForHeld(1);
     registration.release({0});
     QCOMPARE(events.all(), QStringList());
@@ -160,7 +161,7 @@ void TestTaskInvokerRegistration::destructionSendsNothing()
     BusMonitor monitor(m_bus);
     invoker.reset();
     const QVector<QJsonObject> messages = monitor.ownMessages();
-    // It stops listening, which is between it and the message bus.
+    // It removes its match rules, which concern only the message bus.
     for (const QJsonObject &message : messages) {
         QCOMPARE(message.value("destination").toString(), "org.freedesktop.DBus");
         QCOMPARE(message.value("member").toString(), "RemoveMatch");
@@ -195,7 +196,7 @@ void TestTaskInvokerRegistration::stringsThatTheBusAltersDoNotMatch_data()
     QTest::addColumn<QVariantList>("registered");
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<QString>("warning");
-    // A text on the bus ends at a NUL, so that another session is answered.
+    // A string on the bus ends at a NUL, so the answer names another session.
     QTest::newRow("NUL") << QString("a") + QChar(0) + 'b' << QVariantList{"a"}
                          << "1 \"Wrong TaskInvoker path\""
                          << QString("Unexpected object path: \"%1\"").arg(sessionPath("a"));
@@ -240,8 +241,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo_data()
     QTest::newRow("null") << QString();
 }
 
-// The registration goes out all the same; "Start" and "Stop" have no path that they could go to,
-// before and after.
+// The registration is sent. "Start" and "Stop" have no valid path, before and after the answer.
 void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
 {
     QFETCH(QString, type);
@@ -284,7 +284,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     QCOMPARE(calls.constFirst().arguments, QVariantList{type.isNull() ? "" : QVariant(type)});
 }
 
-// Whatever path a service answers with, it is not this one.
+// No path that a service can send matches.
 void TestTaskInvokerRegistration::invalidTaskTypesNeverMatchAPath()
 {
     answerRegistration(m_bus, "a_b", "0");

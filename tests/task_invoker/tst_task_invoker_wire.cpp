@@ -13,7 +13,7 @@
 
 using Ostrel::TaskInvoker;
 
-// The calls of a task invoker as a program sees them that shares no code with it.
+// busctl, which shares no code with the library, sees the calls of a task invoker.
 class TestTaskInvokerWire : public SimulatorTest
 {
     Q_OBJECT
@@ -93,11 +93,11 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
     QTEST(call.value("member").toString(), "member");
     QCOMPARE(call.value("payload").toObject(),
              (QJsonObject{{"type", signature}, {"data", arguments}}));
-    // The service may be started by the call, and has to answer.
+    // The call may start the service, and the service must answer.
     QCOMPARE(call.value("flags").toInt(-1), 0);
 }
 
-// No introspection, no reading of properties, nothing at the end: these calls.
+// No introspection, no reading of properties, and nothing at the end.
 void TestTaskInvokerWire::serviceReceivesOnlyTheCalls()
 {
     QCOMPARE(m_calls.size(), 3);

@@ -16,7 +16,7 @@
 #include <memory>
 #include <optional>
 
-// The simulator's catalogue: what a file may hold, and how one with a mistake is refused.
+// What the simulator's catalogue may hold, and how errors in it are reported.
 class TestCatalogue : public QObject
 {
     Q_OBJECT
@@ -36,11 +36,11 @@ private Q_SLOTS:
     void hasItsOwnApplications();
 
 private:
-    // What the simulator says of a file that it refuses.
+    // Returns the error message for a file that the simulator refuses.
     QString mistakeIn(const QString &text);
     // Starts a simulator with this catalogue on the test's bus.
     std::unique_ptr<Simulator> simulatorWith(const QString &text);
-    // The applications that run, as busctl shows them.
+    // Returns the running applications, as busctl prints them.
     QJsonArray running() const;
 
     QTemporaryDir m_folder;
@@ -56,7 +56,7 @@ void TestCatalogue::initTestCase()
 QString TestCatalogue::mistakeIn(const QString &text)
 {
     writeFile(m_file, text);
-    // It is refused before the bus is looked for.
+    // The file is refused before the simulator needs a bus.
     const Result result = run(SIMULATOR, {"--catalogue", m_file});
     if (result.exitStatus != 1 || !result.output.isEmpty()) {
         return QString("exit status %1").arg(result.exitStatus);
@@ -143,7 +143,7 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
         "{'name': 'b', 'program': 'true'}]}]}",
         "taskTypes[0].tasks[1].name: \"b\" is there already");
 
-    // The rest is about the second of two applications.
+    // In these rows, the error is in the second of two applications.
     const auto application = [&row](const char *text, const char *mistake) {
         row("{'applications': [{'id': 'demo.A', 'program': 'true'}, " + QByteArray(text) + "]}",
             "applications[1]" + QByteArray(mistake));

@@ -13,7 +13,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 
-// What bash offers behind the programs' names.
+// What bash offers after the names of the programs.
 class TestCompletion : public SimulatorTest
 {
     Q_OBJECT
@@ -35,7 +35,8 @@ private Q_SLOTS:
     void waitsForNoService();
 
 private:
-    // What is offered at the end of this line. A word ends at a blank, and at a "=" as in bash.
+    // Returns what bash offers at the end of the line. A word ends at a blank and at "=", as in
+    // bash.
     static QStringList offers(const QString &line, const QString &folder = QString(),
                               const QString &program = QString());
 };
@@ -113,7 +114,7 @@ void TestCompletion::offersTheOptionsOfEachCommand()
     for (auto command = commands.cbegin(); command != commands.cend(); ++command) {
         const QStringList names = command->optionNames();
         QCOMPARE(offers(QString("ostrelctl %1 -").arg(command.key())), names);
-        // Behind other words, too.
+        // After other words as well.
         QCOMPARE(offers(QString("ostrelctl %1 --json a -").arg(command.key())), names);
     }
 }
@@ -141,7 +142,7 @@ void TestCompletion::offersTheHints()
     QCOMPARE(offers(start + "--hint Homeless="), (QStringList{"true", "false"}));
     QCOMPARE(offers(start + "--hint Autostart=e"), QStringList("enabled"));
     QCOMPARE(offers(start + "--hint User="), QStringList());
-    // Behind it, the line goes on as before.
+    // After the value, the line continues as before.
     QVERIFY(offers(start + "sync --hint User=a -").contains("--env"));
 }
 
@@ -200,7 +201,7 @@ void TestCompletion::leavesOutWhatTheShellWouldExpand()
     const QTemporaryDir folder;
     const QStringList ids{"$(touch ran)", "`touch ran`", "a;b", "*"};
     for (const QString &id : ids) {
-        // "a" is there to see that the list was read.
+        // "a" shows that the list was read.
         const Result arranged = busctl(m_bus,
                                        {"call",
                                         OSTREL_SERVICE_NAME,

@@ -18,13 +18,13 @@
 namespace
 {
 
-// The page as its author sees it, without the escapes.
+// Returns the page without escapes.
 QString page(const char *file)
 {
     return readFile(file).replace("\\-", "-").replace("\\(aq", "'");
 }
 
-// The text between a heading and the next one.
+// Returns the text between a heading and the next one.
 QString section(const QString &page, const QString &heading)
 {
     const int begin = page.indexOf('\n' + heading + '\n');
@@ -35,7 +35,7 @@ QString section(const QString &page, const QString &heading)
     return page.mid(begin, end - begin);
 }
 
-// The options that a section describes, as the help writes them.
+// Returns the options in a section, as the help writes them.
 QStringList options(const QString &section)
 {
     static const QRegularExpression tag("^\\.TP\\n\\.B[IR]? (-.*)$",
@@ -43,7 +43,7 @@ QStringList options(const QString &section)
     QStringList all;
     auto each = tag.globalMatch(section);
     while (each.hasNext()) {
-        // The words of the line are joined; blanks that count stand in quotes.
+        // The words of the line are joined; significant blanks are in quotes.
         QString words;
         const QStringList parts = each.next().captured(1).split('"');
         for (int i = 0; i < parts.size(); ++i) {
@@ -87,7 +87,7 @@ QStringList keysIn(const QJsonValue &value)
 
 } // namespace
 
-// The manual pages, against what the programs tell of themselves.
+// The manual pages say what --help says.
 class TestManualPages : public QObject
 {
     Q_OBJECT

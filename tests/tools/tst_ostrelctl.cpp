@@ -8,7 +8,7 @@
 
 #include <optional>
 
-// The command line, as a user types it and as a script reads it.
+// The command line, as users type it and scripts read it.
 class TestOstrelctl : public QObject
 {
     Q_OBJECT
@@ -126,7 +126,7 @@ void TestOstrelctl::windowFails()
     QCOMPARE(json.exitStatus, 1);
 }
 
-// An error reply of this name is no error for the library.
+// For the library, an error reply with this name is a success.
 void TestOstrelctl::windowAnsweredByNoError()
 {
     m_simulator->windowStatus().failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");

@@ -45,7 +45,7 @@ QStringList commands()
     };
 }
 
-// A session bus that is configured further than the tests' usual one.
+// A session bus with more configuration than the usual one.
 class ConfiguredBus
 {
 public:
@@ -83,8 +83,8 @@ void addCommands(const QStringList &more = {})
 
 } // namespace
 
-// What the command line says behind an error: the next step, where the bus or the service is
-// missing, and nothing else.
+// After an error, the command line says the next step if the bus or the service is missing, and
+// otherwise nothing.
 class TestOstrelctlAdvice : public QObject
 {
     Q_OBJECT
@@ -174,7 +174,7 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService_data()
     QTest::addColumn<QString>("errors");
     QTest::newRow("of its own") << OSTREL_ERROR_PREFIX "HandlerFailed"
                                 << "error: HandlerFailed: no\n";
-    // The text and the name are not what decides.
+    // Neither the message nor the name decides.
     QTest::newRow("failed") << "org.freedesktop.DBus.Error.Failed"
                             << "error: Failed: no\n";
     QTest::newRow("the bus's name of an absent service")
@@ -194,7 +194,7 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
     QCOMPARE(result.exitStatus, 1);
 }
 
-// The service is there, only it does not come up: then a stand-in is no help.
+// The service is installed but does not start, so the simulator would not help.
 void TestOstrelctlAdvice::noAdviceForAnActivatableService()
 {
     const QTemporaryDir services;

@@ -10,7 +10,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-// The commands of application control, as a user types them and as a script reads them.
+// The commands of application control, as users type them and scripts read them.
 class TestOstrelctlControl : public SimulatorTest
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ private:
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
-    // Has the next list hold one application and one service.
+    // Makes the next list hold one application and one service.
     void arrangeList() const;
 };
 
@@ -195,7 +195,7 @@ void TestOstrelctlControl::psFitsTheTerminal_data()
 void TestOstrelctlControl::psFitsTheTerminal()
 {
     QFETCH(QString, locale);
-    // script gives the command a terminal, whose width it is told.
+    // script gives the command a terminal of this width.
     const auto linesAt = [this, &locale](int columns) {
         arrangeList();
         Result result =
@@ -243,7 +243,7 @@ void TestOstrelctlControl::failuresArePrinted_data()
     row("Start", {"start", "a"});
     row("StartDebug", {"debug", "a"});
     row("Terminate", {"terminate", "a"});
-    // The library does not look at the error's name there.
+    // For the list, the library ignores the name of the error.
     row("GetRunningApplications", {"ps"}, 1, "Failed");
 }
 
@@ -267,7 +267,7 @@ void TestOstrelctlControl::failuresArePrinted()
     }
 }
 
-// What the service sends has no power over the terminal, nor over the reader of JSON.
+// What the service sends controls neither the terminal nor a reader of JSON.
 void TestOstrelctlControl::controlCharactersAreEscaped()
 {
     const QString id = "a\x1b[2J\u009b\x7f\u00a0";
@@ -308,7 +308,7 @@ void TestOstrelctlControl::wrongOptionsAreReported_data()
     row("which x", "PID takes a whole number from 1 to 2147483647, not \"x\"");
     row("which 0", "PID takes a whole number from 1 to 2147483647, not \"0\"");
     row("which -1", "PID takes a whole number from 1 to 2147483647, not \"-1\"");
-    // A blank more makes an empty word.
+    // A second blank makes an empty word.
     row("start ", "APP is empty");
     row("debug ", "APP is empty");
     row("terminate ", "INSTANCE is empty");

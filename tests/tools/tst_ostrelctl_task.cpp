@@ -14,7 +14,7 @@
 
 #include <csignal>
 
-// The commands for tasks, as a user types them and as a script reads them.
+// The commands for tasks, as users type them and scripts read them.
 class TestOstrelctlTask : public SimulatorTest
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ private:
 namespace
 {
 
-// A type that the simulator knows no tasks of.
+// The simulator knows no tasks of this type.
 const char *const sessionPath = OSTREL_TASK_INVOKER_SESSIONS_PATH "bare";
 
 } // namespace
@@ -202,7 +202,7 @@ void TestOstrelctlTask::failuresArePrinted()
                  json ? R"({"error":{"code":3,"message":"no","name":"HandlerFailed"}})"
                         "\n"
                       : QString());
-        // The library's warning of it stays away.
+        // The library's warning is suppressed.
         QCOMPARE(result.errors, "error: HandlerFailed: no\n");
         QCOMPARE(result.exitStatus, 1);
     }

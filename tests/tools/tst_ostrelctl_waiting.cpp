@@ -38,7 +38,7 @@ QStringList wordsOf(const char *arguments)
 
 } // namespace
 
-// A service that does not answer, and a user who does not wait.
+// The service does not answer, and the user does not wait.
 class TestOstrelctlWaiting : public SimulatorTest
 {
     Q_OBJECT
@@ -51,7 +51,7 @@ private Q_SLOTS:
     void invalidTimeoutsAreRefused();
 };
 
-// All at once, because each waits for a second.
+// All at the same time, because each waits for a second.
 void TestOstrelctlWaiting::requestsEndAfterTheirTimeout()
 {
     std::vector<std::unique_ptr<Process>> processes;
@@ -78,7 +78,7 @@ void TestOstrelctlWaiting::interruptEndsARequestAtOnce_data()
     }
 }
 
-// As it ends any program that does nothing about it: the shell says 130.
+// As with any program that ignores the signal: the shell says 130.
 void TestOstrelctlWaiting::interruptEndsARequestAtOnce()
 {
     QFETCH(const int, index);

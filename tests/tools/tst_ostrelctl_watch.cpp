@@ -31,8 +31,7 @@ const QString watching = // clazy:exclude=non-pod-global-static
 
 } // namespace
 
-// The command that follows the applications, and what becomes of commands when the bus ends or
-// hangs.
+// The command that follows the applications, and commands whose bus ends or hangs.
 class TestOstrelctlWatch : public SimulatorTest
 {
     Q_OBJECT
@@ -47,7 +46,7 @@ private Q_SLOTS:
     void whichDoesNotAskTheBus();
 
 private:
-    // While it lives, a test may have a bus of its own.
+    // While the object lives, the test may have a bus of its own.
     auto otherBus() const
     {
         return qScopeGuard(
@@ -102,7 +101,7 @@ void TestOstrelctlWatch::watchPrintsJson()
         QJsonObject object = QJsonDocument::fromJson(watcher.readLine().toUtf8()).object();
         const QString time = object.take("time").toString();
         QVERIFY2(time.endsWith('Z'), qPrintable(time));
-        // Now, wherever the machine is.
+        // The printed time is now, in any time zone.
         const QDateTime printed = QDateTime::fromString(time, Qt::ISODateWithMs);
         QVERIFY2(printed >= before && printed <= QDateTime::currentDateTimeUtc(), qPrintable(time));
         QCOMPARE(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)), event);
@@ -114,11 +113,11 @@ void TestOstrelctlWatch::watchEndsInGoodOrder()
 {
     Watcher watcher({"watch"});
     QCOMPARE(watcher.readLine(), watching);
-    // It sends SIGTERM.
+    // end() sends SIGTERM.
     QCOMPARE(watcher.end(), 0);
 }
 
-// Nothing has been set up yet that would keep the signal until the bus answers.
+// Nothing that would hold the signal until the bus answers has been set up yet.
 void TestOstrelctlWatch::watchCanBeInterruptedWhileTheBusHangs()
 {
     const auto back = otherBus();
@@ -128,7 +127,7 @@ void TestOstrelctlWatch::watchCanBeInterruptedWhileTheBusHangs()
     Watcher watcher({"watch"});
     watcher.waitForStarted(forever);
     const QDir files(QString("/proc/%1/fd").arg(watcher.processId()));
-    // It has gone to the bus.
+    // It has connected to the bus.
     waitUntil([&] { return hasSocket(files); });
     ::kill(pid_t(watcher.processId()), SIGINT);
     watcher.waitForEnd();

@@ -12,7 +12,7 @@
 
 #include <csignal>
 
-// The simulator as a program: its options, its messages, its beginning and end.
+// The simulator as a program: its options, its messages, its start and its end.
 class TestSimulator : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ void TestSimulator::servesTheBusAskedFor()
         QString("ostrel-simulator: " OSTREL_SERVICE_NAME " is ready on the %1; ").arg(label);
     QCOMPARE(simulator.readLine().left(ready.size()), ready);
 
-    // Ready means: the name is owned.
+    // When it is ready, it owns the name.
     const QString name = "observer";
     QVERIFY(QDBusConnection::connectToBus(bus.address(), name)
                 .interface()
@@ -152,7 +152,7 @@ void TestSimulator::needsTheName()
     QCOMPARE(result.output, QString());
     QCOMPARE(result.errors,
              "ostrel-simulator: the name " OSTREL_SERVICE_NAME " is taken on the session bus\n");
-    // The first one goes on.
+    // The first simulator still runs.
     QCOMPARE(simulator.desk("Calls").type(), QDBusMessage::ReplyMessage);
 }
 

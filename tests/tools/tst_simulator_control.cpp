@@ -42,8 +42,7 @@ QString serviceError(const char *name)
 
 } // namespace
 
-// ".Control1" of the simulator, as it is on the wire: what its methods answer, which signals come,
-// and in which order.
+// What ".Control1" of the simulator answers, and which signals it sends in which order.
 class TestSimulatorControl : public QObject
 {
     Q_OBJECT
@@ -90,7 +89,7 @@ void TestSimulatorControl::cleanup()
     m_simulator->reset();
 }
 
-// The answer of "GetRunningApplications".
+// Returns the answer of "GetRunningApplications".
 QString TestSimulatorControl::list() const
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
@@ -128,9 +127,9 @@ void TestSimulatorControl::instancesAreNumbered()
     QCOMPARE(instance("t.Once"), "t.Once.instance_1");
     QCOMPARE(instance("t.One"), "t.One");
     callControl("Terminate", {"t.Sleep.instance_2"});
-    // A number does not come again,
+    // A number is not used again
     QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_3");
-    // but after a reset.
+    // until the simulator is reset.
     m_simulator->reset();
     QCOMPARE(instance("t.Sleep"), "t.Sleep.instance_1");
 }
@@ -228,7 +227,7 @@ void TestSimulatorControl::refusesWhatCannotBeStarted_data()
         "Cannot start \"/nonexistent/service\": No such file or directory");
 }
 
-// There is the error, and nothing else: no signal, and nothing that runs.
+// There is an error, but no signal and no running application.
 void TestSimulatorControl::refusesWhatCannotBeStarted()
 {
     QFETCH(QString, id);
@@ -282,7 +281,7 @@ void TestSimulatorControl::servicesEndWithTheirApplication()
     callControl("Terminate", {"t.Family.instance_1"});
     QCOMPARE(list(), "reply a(siuua{sv})a(ssiua{sv})");
 
-    // Also if that ends by itself.
+    // Also if the application ends by itself.
     ServiceMonitor monitor(*m_bus, *m_simulator);
     startApplication("t.Orphans");
     QCOMPARE(monitor.textsUntil("Terminated").constLast(),
@@ -300,7 +299,7 @@ void TestSimulatorControl::applicationsOutliveTheirServices()
     waitUntil([&] { return list() == expected; });
 }
 
-// Many starts are under way at the same time.
+// Many starts are in flight at the same time.
 void TestSimulatorControl::startsDoNotWaitForOneAnother()
 {
     QVector<QDBusPendingCall> starts;

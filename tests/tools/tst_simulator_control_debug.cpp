@@ -25,7 +25,7 @@ const QString catalogue = R"({"applications": [
     {"id": "t.One", "program": "sleep", "arguments": ["600"], "singleInstance": true}
 ]})";
 
-// It prints its parameters and two variables, and complains.
+// Prints its parameters and two variables, and writes to standard error.
 const QString print = "printf '%s|' \"$@\" \"$VARIABLE\" \"$WRAPPED\"\n"
                       "echo complaint >&2\n";
 
@@ -35,7 +35,7 @@ const QString where = "echo \"$DBUS_SESSION_BUS_ADDRESS\"\n"
 
 } // namespace
 
-// "StartDebug" of the simulator: each of its parameters has its effect, or is refused.
+// Each parameter of the simulator's "StartDebug" has its effect, or is refused.
 class TestSimulatorControlDebug : public QObject
 {
     Q_OBJECT
@@ -62,7 +62,7 @@ private Q_SLOTS:
     void wrapperThatDoesNotExistFails();
 
 private:
-    // Runs the application to its end, and returns what it printed.
+    // Runs the application to its end. Returns what it printed.
     QString printed(const QString &id, QVariantMap parameters);
     QString inFolder(const char *name) const { return m_folder.filePath(name); }
 
@@ -128,7 +128,7 @@ void TestSimulatorControlDebug::wrapperGoesInFront()
                      {{"applicationWrapper", QStringList{"env", "WRAPPED=yes"}},
                       {"commandLineParams", QStringList("one")}}),
              "own|one||yes|");
-    // An empty one is none.
+    // An empty wrapper is no wrapper.
     QCOMPARE(printed("t.Print", {{"applicationWrapper", QStringList()}}), "own|||");
 }
 
@@ -173,7 +173,7 @@ void TestSimulatorControlDebug::theRestIsReportedBack()
              "\"Unknown\" (ias) 3 1 \"x\" \"firejailParams\" as 1 \"--quiet\" "
              "\"sandbox\" b false");
     QVERIFY(result.output.contains("\"Another\" v i 7"));
-    // The signal tells the same.
+    // The signal has the same details.
     const QString started = monitor.texts().at(0);
     QVERIFY2(started.startsWith("Started sa{sv} t.One {Another="), qPrintable(started));
     QVERIFY(started.endsWith("firejailParams=as:--quiet sandbox=b:false}"));
@@ -191,7 +191,7 @@ void TestSimulatorControlDebug::detailsAreTheServicesOwn()
 void TestSimulatorControlDebug::programsFindTheirBusAndRootFs()
 {
     const QString rootFs = m_simulator->desk("RootFs").arguments().at(0).toString();
-    // It reads to the end of its input, of which there is none.
+    // The application reads standard input to the end, which is empty.
     QCOMPARE(printed("t.Where", {}), QString("%1\n%2\n").arg(m_bus->address(), rootFs));
 }
 
@@ -233,7 +233,7 @@ void TestSimulatorControlDebug::refusesWrongValues()
     const QDBusMessage answer = callControl("StartDebug", {"t.One", QVariantMap{{key, value}}});
     QCOMPARE(answer.errorName(), OSTREL_STANDARD_ERROR_PREFIX "InvalidArgs");
     QCOMPARE(answer.errorMessage(), message);
-    // It has not been started.
+    // The application has not been started.
     startApplication("t.One");
 }
 

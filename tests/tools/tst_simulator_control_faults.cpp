@@ -31,8 +31,8 @@ const QString catalogue = R"({"applications": [
 
 } // namespace
 
-// The fault desk with ".Control1", whose answers are not there at once: they meet the same faults
-// as those that are.
+// ".Control1" answers later than other interfaces. The fault desk treats its answers like all
+// others.
 class TestSimulatorControlFaults : public QObject
 {
     Q_OBJECT
@@ -153,7 +153,7 @@ void TestSimulatorControlFaults::heldAnswersGoOutInTheOrderAskedFor()
     QVERIFY(texts.at(3).startsWith("reply "));
 }
 
-// The answer is held when it is there, and not as long as the program does not end.
+// The answer is held when it is there, not until the program ends.
 void TestSimulatorControlFaults::answerThatIsNotThereIsNotHeldYet()
 {
     const int pid = startApplication("t.Stubborn").value("Pid").toInt();
@@ -236,7 +236,7 @@ void TestSimulatorControlFaults::manyRecordsAreListed()
     QCOMPARE(count(answer.arguments().at(1)), 20000);
 }
 
-// Nobody is answered who waits for something that was forgotten.
+// A caller that waits for a forgotten answer gets none.
 void TestSimulatorControlFaults::resetForgetsWhoWaits()
 {
     startApplication("t.Stubborn");

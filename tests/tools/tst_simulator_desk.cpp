@@ -16,7 +16,7 @@
 namespace
 {
 
-// Counts signals whose one value should be their number.
+// Counts signals whose only value should be their number.
 class Counter : public QObject
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ QVariant path(const char *name)
     return QVariant::fromValue(QDBusObjectPath(name));
 }
 
-// So many values of the type "y".
+// Returns so many values of the type "y".
 QVariantList valuesOfBytes(int count)
 {
     QVariantList values;
@@ -71,7 +71,7 @@ QVariantList valuesOfBytes(int count)
 
 } // namespace
 
-// What the fault desk does beyond faults: signals of any kind, and a system short of memory.
+// The fault desk also sends any signals, and plays a system short of memory.
 class TestSimulatorDesk : public SimulatorTest
 {
     Q_OBJECT
@@ -119,7 +119,7 @@ void TestSimulatorDesk::emitSendsAnySignal()
     QCOMPARE(monitor.texts(), QStringList(text));
 }
 
-// Path and interface are those asked for; "%n" has no meaning here.
+// Path and interface are sent as given; "%n" has no meaning there.
 void TestSimulatorDesk::emitTakesTextsAsTheyAre()
 {
     BusMonitor monitor(m_bus);
@@ -152,7 +152,7 @@ void TestSimulatorDesk::emitManyNumbersItsSignals()
 
 void TestSimulatorDesk::emitManySendsAHundredThousand()
 {
-    // What a connection of Qt receives before the loop has run once, may come in another order.
+    // Signals that arrive before the event loop first runs may come in another order.
     QDBusConnection bus = QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     Counter counter;
@@ -222,7 +222,7 @@ void TestSimulatorDesk::floodHearsSigterm()
     m_simulator.start();
 }
 
-// A call may be nested as deeply as a message allows. The log returns it within more containers.
+// A call may be nested as deeply as a message allows. The log adds containers around it.
 void TestSimulatorDesk::callTooDeepToBeReturnedIsReported()
 {
     QVariant value = 1;

@@ -13,8 +13,7 @@
 
 using Ostrel::WindowManagement;
 
-// The fault desk: what each fault does to the calls that it is meant for and to no other, and what
-// is refused.
+// What each fault of the desk does to its calls, and to no others, and which arguments are refused.
 class TestSimulatorFaults : public SimulatorTest
 {
     Q_OBJECT
@@ -120,13 +119,13 @@ void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
         windows.updateWindowStatus("w", status, 0, 0, this, outcomes.callback());
     }
     m_simulator.windowStatus().waitForHeld(4);
-    // The next one is not held.
+    // The next call is not held.
     QCOMPARE(reportWindow("w", 9).state, 9U);
     QCOMPARE(outcomes.size(), 0);
 
     m_simulator.windowStatus().release({3, 1});
     outcomes.waitFor(2);
-    // Two are left; they have the numbers 0 and 1 now.
+    // Two calls remain, which now have the numbers 0 and 1.
     m_simulator.windowStatus().release({1});
     m_simulator.windowStatus().release({0});
     outcomes.waitFor(4);
@@ -180,10 +179,10 @@ void TestSimulatorFaults::resetForgetsEverything()
                          {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus",
                           QVariant::fromValue(QList<uint>{0})});
     QCOMPARE(release.errorMessage(), "0 held answers; 0 is out of range or named twice");
-    // On a slow machine the delay has passed before the reset.
+    // On a slow machine, the delay has passed before the reset.
     reportWindow();
     const int earlier = outcomes.size();
-    // A delay that began later has passed when the forgotten one would have.
+    // When a later delay has passed, the forgotten one would have as well.
     m_simulator.windowStatus().delayNext(400);
     QVERIFY(!reportWindow().error);
     QCOMPARE(outcomes.size(), earlier);
@@ -238,11 +237,11 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow()
     QCOMPARE(answer.type(), QDBusMessage::ErrorMessage);
     QTEST(answer.errorName(), "error");
     QTEST(answer.errorMessage(), "message");
-    // What was refused has no effect.
+    // A refused fault has no effect.
     QCOMPARE(reportWindow().state, 1U);
 }
 
-// People have other tools, too.
+// Users may have other tools.
 void TestSimulatorFaults::worksWithGdbus()
 {
     const auto gdbus = [this](const QStringList &call) {

@@ -8,7 +8,7 @@
 
 #include "DBus/names_p.h"
 
-// What the simulator remembers: the calls that it received, and the windows that were reported.
+// The simulator remembers the calls that it received and the windows that were reported.
 class TestSimulatorLog : public SimulatorTest
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ void TestSimulatorLog::logHoldsWhatWasReceived()
                      "{'type':'i','data':-5},{'type':'i','data':6}]]]]}")
                  .arg(OSTREL_SERVICE_PATH, OSTREL_SERVICE_NAME)
                  .replace('\'', '"'));
-    // Reading the log back leaves no trace in it.
+    // Reading the log is not logged.
     QCOMPARE(m_simulator.calls().size(), 1);
 }
 

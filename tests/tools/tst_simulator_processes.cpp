@@ -44,7 +44,7 @@ QMap<QString, QString> scripts()
          "trap '' TERM\n"
          "echo ready\n"
          "while :; do sleep 1; done\n"},
-        // Have a child that would survive them.
+        // These have a child that would survive them.
         {"parent",
          "sleep 600 &\n"
          "echo $!\n"
@@ -55,15 +55,15 @@ QMap<QString, QString> scripts()
     };
 }
 
-// The status of a process that became this one's child when its parent ended, or -1 as long as it
-// has not ended.
+// Returns the status of a process that became a child of this one when its parent ended, or -1
+// while it runs.
 int statusOf(pid_t pid)
 {
     int status = -1;
     return waitpid(pid, &status, WNOHANG) == pid ? status : -1;
 }
 
-// Whether the process ends, by SIGKILL.
+// Whether the process ends by SIGKILL.
 bool isKilled(pid_t pid)
 {
     int status = -1;
@@ -123,7 +123,7 @@ void TestSimulatorProcesses::initTestCase()
         writeFile(m_folder.filePath(script.key()), script.value());
     }
     m_bus.emplace();
-    // Whose parent ends becomes a child of this process.
+    // A process whose parent has ended becomes a child of this process.
     QCOMPARE(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
 }
 
@@ -170,7 +170,7 @@ void TestSimulatorProcesses::descendantsEndWithTheirProgram()
     const int child = readLine().toInt();
     QVERIFY(exists(child));
     callControl("Terminate", {"t.Parent.instance_1"});
-    // Its parent or this process has seen its end.
+    // Its parent or this process has reaped it.
     waitUntil([&] { return statusOf(child) != -1 || !exists(child); });
 }
 
@@ -206,7 +206,7 @@ void TestSimulatorProcesses::exitKillsStubbornPrograms()
 
 void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
 {
-    // The bus of the calls stays; this one is for them only.
+    // The calls stay on their bus; this one is only for the simulator.
     PrivateBus other;
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
     Simulator simulator(other, {"--catalogue", inFolder("catalogue.json")});
@@ -242,7 +242,7 @@ void TestSimulatorProcesses::resetKillsAtOnceWithoutASignal()
     m_simulator->reset();
     QVERIFY(!exists(stubborn));
     QVERIFY(!exists(one));
-    // Six messages tell of the starts.
+    // Six messages report the starts.
     QCOMPARE(monitor.texts().size(), 6);
 }
 

@@ -26,7 +26,7 @@ const QString catalogue = R"({"applications": [
     {"id": "t.Broken", "program": "/nonexistent/program"}
 ]})";
 
-// Prints the control groups that it is told of, first thing.
+// Prints its own control groups at once.
 const QString group = "cat \"$OSTREL_ROOTFS/proc/$$/cgroup\"\n";
 
 int pidOf(const QVariantMap &details)
@@ -36,7 +36,7 @@ int pidOf(const QVariantMap &details)
 
 } // namespace
 
-// The root file system in which the simulator tells where its processes belong.
+// The root file system in which the simulator writes the control groups of its processes.
 class TestSimulatorRootFs : public QObject
 {
     Q_OBJECT
@@ -185,7 +185,7 @@ void TestSimulatorRootFs::folderMayBeChosen()
     const int pid = pidOf(startApplication("t.Sleep"));
     QCOMPARE(filesBelow(folder), QStringList(QString("proc/%1/cgroup").arg(pid)));
     QCOMPARE(m_simulator->end(), 0);
-    // What it has not made, it leaves.
+    // The simulator removes only what it has created.
     QVERIFY(QDir(folder).exists());
     QVERIFY(QDir(folder).isEmpty());
 }

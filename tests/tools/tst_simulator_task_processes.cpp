@@ -20,7 +20,7 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// With ' for ", and FOLDER for where the scripts are.
+// With ' instead of ", and FOLDER for the folder of the scripts.
 const char *const catalogue =
     "{ 'taskTypes': [ { 'type': 'a/b', 'tasks': ["
     "{ 'name': 'tell', 'program': '/bin/sh', 'arguments': [ 'FOLDER/tell.sh', 'first' ],"
@@ -32,7 +32,7 @@ const char *const catalogue =
 
 } // namespace
 
-// The processes that the simulator's tasks are.
+// The simulator's tasks are processes.
 class TestSimulatorTaskProcesses : public QObject
 {
     Q_OBJECT
@@ -55,7 +55,7 @@ private Q_SLOTS:
 private:
     // Starts the task "tell", and returns its process.
     static int startTelling(TaskInvoker &invoker);
-    // Waits until the file that the task writes has this content.
+    // Waits until the task's output is this content.
     void waitUntilWritten(const QByteArray &content) const;
 
     QTemporaryDir m_folder;
@@ -135,7 +135,7 @@ void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
     QCOMPARE(events.sorted().at(1).section(' ', 0, 1), "active [once");
     QCOMPARE(events.sorted().at(2), "started 1: 0");
     events.clear();
-    // It can be started again.
+    // The task can be started again.
     invoker.start("once", {}, {}, events.started());
     events.waitFor(3);
     QCOMPARE(events.sorted().at(2), "started 2: 0");
@@ -194,7 +194,7 @@ void TestSimulatorTaskProcesses::brokenProgramsAreRefused()
     QCOMPARE(events.all(),
              QStringList("started 0: 3 \"Cannot start \"/nonexistent/task\": "
                          "No such file or directory\""));
-    // It is not taken for started.
+    // A task that did not start does not count as started.
     invoker.start("broken", {}, {}, events.started());
     events.waitFor(2);
     QCOMPARE(events.all().at(1), events.all().at(0));

@@ -25,7 +25,7 @@ QString pathOf(const QString &type)
 
 } // namespace
 
-// The simulator's tasks, as busctl sees them, which shares no code with it.
+// The simulator's tasks. busctl calls them, which shares no code with the simulator.
 class TestSimulatorTasks : public SimulatorTest
 {
     Q_OBJECT
@@ -48,7 +48,7 @@ private Q_SLOTS:
     void resetForgetsTheSessions();
 
 private:
-    // What busctl prints: the answer, or the error.
+    // Returns what busctl prints: the answer or the error.
     QString busctl(const QString &words) const;
     QString registered(const QString &type) const;
     QString start(const QString &arguments) const;
@@ -93,7 +93,7 @@ void TestSimulatorTasks::unknownTypesHaveNoTasks()
                  .arg(pathOf("a/b_1")));
 }
 
-// They come back in the list of active tasks, which adds containers around them.
+// The list of active tasks adds containers around the hints.
 void TestSimulatorTasks::hintsTooDeepToBeListedAreRefused()
 {
     const auto call = [](const QString &objectPath, const char *interface, const char *member,
@@ -163,7 +163,7 @@ void TestSimulatorTasks::startedTasksAreListed()
         QString("a{sv} 2 \"ActiveTasks\" %1 \"AvailableTasks\" a(sa{sv}) 1 \"cleanup\" 1 "
                 "\"Description\" s \"Removes old files\"")
             .arg(listed));
-    // Another invoker of the type learns of it, too.
+    // Another invoker of the type receives the change, too.
     QVERIFY(registered("maintenance").contains(listed));
 
     const QString stop = QString("call %1 %2 Stop s cleanup").arg(pathOf("maintenance"), session);
@@ -177,7 +177,7 @@ void TestSimulatorTasks::changesAreSentAfterTheReply()
     registered("maintenance");
     BusMonitor monitor(m_bus);
     start("cleanup 0 0");
-    // It fails, and changes nothing.
+    // The start fails, and changes nothing.
     start("cleanup 0 0");
     busctl(QString("call %1 %2 Stop s cleanup").arg(pathOf("maintenance"), session));
     busctl("call /end a.b End");

@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// How the programs learn that they are to end.
+// How the programs notice that they are to end.
 class TestTermination : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ void TestTermination::signalsComeFromTheEventLoop()
     waitUntil([&] { return !requested.isEmpty(); });
 }
 
-// It inherits the handler, which is none of its business.
+// The child inherits the handler, which must do nothing there.
 void TestTermination::signalEndsAChildThatHasNoProgramYet()
 {
     const Termination termination;
@@ -60,7 +60,7 @@ void TestTermination::signalEndsAChildThatHasNoProgramYet()
     QCOMPARE(requested.size(), 0);
 }
 
-// More signals than anybody keeps count of. What cannot be written down is no news.
+// More signals than the pipe can hold. A failed write must not change errno.
 void TestTermination::interruptedCodeKeepsItsError()
 {
     const Termination termination;

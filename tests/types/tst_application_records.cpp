@@ -17,8 +17,8 @@ using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 using Ostrel::ServiceState;
 
-// The records as another process sends and receives them. The values are made and seen by busctl,
-// which shares no code with Qt.
+// Another process sends and receives the records. busctl writes and reads them, and shares no code
+// with Qt.
 class TestApplicationRecords : public SimulatorTest
 {
     Q_OBJECT
@@ -157,7 +157,7 @@ void TestApplicationRecords::recordsComeBackEqual()
     QCOMPARE(text(readServices), text(services));
     QCOMPARE(readServices.at(0).properties, properties);
 
-    // By way of the registration, as qdbus_cast() and typed replies go.
+    // Through the registration, as qdbus_cast() and typed replies read.
     QCOMPARE(text(qdbus_cast<RunningApplication>(calls.at(2).arguments.at(0))),
              text(applications.at(0)));
     QCOMPARE(text(qdbus_cast<RunningService>(calls.at(3).arguments.at(0))), text(services.at(0)));

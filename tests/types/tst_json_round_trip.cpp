@@ -17,7 +17,7 @@
 namespace
 {
 
-// Makes JSON values at random, alike for one seed.
+// Makes random JSON values. The same seed makes the same values.
 class Maker
 {
 public:
@@ -68,7 +68,7 @@ private:
         return text;
     }
 
-    // Often of one type, because that is written in another way than a mixed one.
+    // Often of one type: the writer treats such arrays differently from mixed ones.
     QJsonArray array(int depth)
     {
         const bool same = number(2) == 1;
@@ -86,9 +86,8 @@ private:
     std::mt19937 m_random;
 };
 
-// Whether the value has a form on the bus, and what is left of it there. In an object, a Null and
-// an array that cannot be written are left out with their key; in an array of several types, a Null
-// is left out.
+// Returns whether the value has a form on the bus, and reduces it to that form. An object loses the
+// keys of Nulls and of arrays that cannot be written. A mixed array loses its Nulls.
 bool reduce(QJsonValue &value, bool inMixedArray)
 {
     if (value.isObject()) {
@@ -127,8 +126,7 @@ bool reduce(QJsonValue &value, bool inMixedArray)
 
 } // namespace
 
-// Objects made at random go to another process and come back equal, but for what has no form on the
-// bus.
+// Random objects go to another process and come back equal, except for what has no form on the bus.
 class TestJsonRoundTrip : public QObject
 {
     Q_OBJECT
@@ -146,7 +144,7 @@ void TestJsonRoundTrip::randomObjectsComeBackEqual()
     const QByteArray given = qgetenv("JSON_SEED");
     const quint32 seed = given.isEmpty() ? std::random_device()() : given.toUInt();
     Maker maker(seed);
-    // What is refused is logged, which another test looks at.
+    // Another test looks at the warnings.
     QLoggingCategory::setFilterRules("default.warning=false");
 
     int different = 0;
@@ -175,7 +173,7 @@ void TestJsonRoundTrip::randomObjectsComeBackEqual()
                   + text(expected));
         }
     }
-    // Both kinds have been there.
+    // Both kinds have occurred.
     QVERIFY(different > 0 && different < 500);
 }
 

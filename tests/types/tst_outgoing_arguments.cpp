@@ -42,7 +42,7 @@ QVariant descriptors(int count)
     return QVariant::fromValue(descriptors);
 }
 
-// The bytes of a map with the value, or -1 if it cannot be sent.
+// Returns the bytes of a map with the value, or -1 if it cannot be sent.
 int bytesOf(const QVariant &value)
 {
     QVariantMap map = mapOf(value);
@@ -53,7 +53,8 @@ int bytesOf(const QVariant &value)
 
 } // namespace
 
-// Values that came from the bus and are sent on: they may be as deep and as large as a message.
+// A program may send on a value that it received. Such a value may be as deep and as large as a
+// message.
 class TestOutgoingArguments : public QObject
 {
     Q_OBJECT
@@ -73,7 +74,7 @@ private Q_SLOTS:
     void argumentsStayWhereTheyStand();
 
 private:
-    // The value as it comes back over the bus.
+    // Sends the value over the bus, and returns what comes back.
     QVariant received(const QVariant &value);
 
     std::optional<PrivateBus> m_bus;
@@ -91,7 +92,7 @@ void TestOutgoingArguments::initTestCase()
     m_sender = QDBusConnection::connectToBus(m_bus->address(), "sender");
     QVERIFY(QDBusConnection::sessionBus().connect(QString(), "/a", "a.b", "Given", this,
                                                   SLOT(take(QDBusMessage))));
-    // The bus has the subscription when it has answered this.
+    // The bus knows the subscription when it has answered this.
     answerTo({});
 }
 
@@ -115,7 +116,7 @@ QVariant TestOutgoingArguments::received(const QVariant &value)
 
 void TestOutgoingArguments::deepestValuesAreSentOn()
 {
-    // In all, 64 containers.
+    // 64 containers in all.
     const QVariant value = received(inLists(1, 29));
     QCOMPARE(value.userType(), qMetaTypeId<QDBusArgument>());
     QVariantMap map = mapOf(inMaps(value, 1));
@@ -199,7 +200,7 @@ void TestOutgoingArguments::argumentsStayWhereTheyStand()
     QCOMPARE(values.at(9), QVariant("text"));
     QCOMPARE(values.at(14), QVariant(QByteArray("bytes")));
     QCOMPARE(qdbus_cast<QList<int>>(values.at(15)), (QList<int>{1, 2, 3}));
-    // At the end there is no value.
+    // There is no value at the end.
     QCOMPARE(bytesOf(QVariant::fromValue(argument)), -1);
     argument.endStructure();
 }

@@ -24,7 +24,7 @@ namespace
 
 const QString type = "sync";
 
-// What a usual system bus takes, and what is left of it beside the head.
+// What a usual system bus accepts, and what remains of it after the header.
 constexpr int largestMessage = 32 * 1024 * 1024;
 const int room = largestMessage - 4096 - sessionPath(type).size();
 
@@ -89,10 +89,10 @@ private:
 
 } // namespace
 
-// What a call may carry depends on the bus. A message bus drops the connection of a program that
-// sends more, and it does not come back.
+// The bus limits what a call may carry. It drops the connection of a program that sends more, and
+// the connection never comes back.
 //
-// There is no service: a call that the bus takes is answered by the bus.
+// There is no service, so the bus itself answers the calls that it accepts.
 class TestOutgoingBuses : public QObject
 {
     Q_OBJECT
@@ -108,7 +108,7 @@ private Q_SLOTS:
     void busWithoutDescriptorsIsSentNone();
 
 private:
-    // What becomes of a start on the system bus.
+    // Starts a task on the system bus, and returns the outcome.
     QString start(const QString &name, const QVariantMap &hints = {});
 
     const QString m_arrived =
@@ -123,7 +123,7 @@ void TestOutgoingBuses::initTestCase()
 {
     m_systemBus.emplace("system", "unix:path=%1/bus");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address());
-    // It passes on no file descriptors.
+    // A TCP bus passes on no file descriptors.
     m_sessionBus.emplace("session", "tcp:host=127.0.0.1");
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus->address());
 
@@ -180,7 +180,8 @@ void TestOutgoingBuses::systemBusTakesSixteenDescriptors()
              "too many, in a value of type QDBusUnixFileDescriptor\"");
 }
 
-// libdbus duplicates each one. Where it cannot, the message lacks what it announces.
+// libdbus duplicates each descriptor. If it cannot, the message lacks the descriptors that it
+// announces.
 void TestOutgoingBuses::descriptorsNeedRoomInTheProcess()
 {
     TaskInvoker::Hints hints;

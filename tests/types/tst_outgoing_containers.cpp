@@ -15,8 +15,8 @@
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusUnixFileDescriptor>
 
-// A caller's own types, which it registers with QtDBus: one that is a map on the bus and converts
-// to a map, and one that is a list and converts to a list.
+// A caller's own types, which it registers with QtDBus. One is a map on the bus and converts to a
+// map; the other is a list and converts to a list.
 struct Settings
 {
     QString name;
@@ -49,8 +49,8 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Steps & /*steps*/
     return argument;
 }
 
-// Callers' own types and containers in the maps that they hand over. QtDBus sends most of them, and
-// aborts the process at some.
+// Maps hold types and containers of the caller. QtDBus can send most of them, and aborts the
+// process on some.
 class TestOutgoingContainers : public SimulatorTest
 {
     Q_OBJECT
@@ -179,7 +179,7 @@ void TestOutgoingContainers::unsendableElementsAreFound()
 
 void TestOutgoingContainers::variantsInVariantsAreCounted()
 {
-    // The map takes three containers, each vector two, and each variant in it another one.
+    // The map takes three containers, each vector two, and each variant in a vector another one.
     QVariant value = 1;
     for (int level = 0; level < 20; ++level) {
         value = QVariant::fromValue(Variants{QVariant::fromValue(QDBusVariant(value))});

@@ -24,7 +24,7 @@ QString letters(int count)
 
 } // namespace
 
-// How much of a message JSON takes.
+// How many bytes of a message JSON takes.
 class TestOutgoingJson : public QObject
 {
     Q_OBJECT
@@ -81,7 +81,7 @@ void TestOutgoingJson::countingEndsWithTheRoom_data()
     QTest::newRow("deep mixed JSON array") << QVariant(mixed);
 }
 
-// A small value can hold the same part many times: this one would take centuries.
+// A small value can hold the same part many times. To count all of this one would take centuries.
 void TestOutgoingJson::countingEndsWithTheRoom()
 {
     QFETCH(QVariant, value);

@@ -21,7 +21,7 @@
 namespace
 {
 
-// A caller's own type that writes nothing, so that Qt knows no type for it.
+// A caller's own type whose operator writes nothing, so QtDBus knows no signature for it.
 struct Nothing
 {
 };
@@ -41,8 +41,8 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Nothing & /*nothi
 
 Q_DECLARE_METATYPE(Nothing)
 
-// The maps that callers hand over: what can be sent arrives, and what cannot be sent is found
-// before it costs the process its life or its bus.
+// Callers pass maps. What can be sent arrives. What cannot be sent is found before it costs the
+// process its life or its bus.
 class TestOutgoingMap : public SimulatorTest
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ void TestOutgoingMap::initTestCase()
     qDBusRegisterMetaType<NamedMaps>();
     qDBusRegisterMetaType<Nothing>();
     qDBusRegisterMetaType<Nothings>();
-    // Qt complains of the types once.
+    // Qt warns of these types once.
     QDBusMetaType::typeToSignature(qMetaTypeId<Nothing>());
     QDBusMetaType::typeToSignature(qMetaTypeId<Nothings>());
     qDBusRegisterMetaType<NamedVariants>();
@@ -113,7 +113,7 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre()
     QVariantMap map = mapOf(value);
     const QVariantMap original = map;
     QVERIFY(!refusalOf(map).isValid());
-    // The very same map: nothing was copied.
+    // The map is still shared: nothing was copied.
     QVERIFY(map.isSharedWith(original));
     QVERIFY(sentOn(m_bus, map).startsWith("1 \"key\" "));
 }
@@ -261,7 +261,7 @@ void TestOutgoingMap::unsendableValuesAreFound()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// Not in what JSON has to be put into anew.
+// A descriptor cannot be in a container that is rebuilt for JSON.
 void TestOutgoingMap::descriptorsMayStandApartFromJson()
 {
     const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(0));

@@ -24,14 +24,14 @@ namespace
 
 constexpr int largestArray = 64 * 1024 * 1024;
 
-// What the entry "key" of a text takes besides its characters: the key, the type, the length and
-// the zero at the end.
+// The bytes of the entry "key" with a string, besides its characters: the key, the type, the length
+// and the null.
 constexpr int entryOfText = 4 + 4 + 3 + 1 + 4 + 1;
 
-// The same for an array of bytes, which has no end.
+// The same for an array of bytes, which has no null.
 constexpr int entryOfArray = 4 + 4 + 4 + 4;
 
-// Each takes 16 bytes in a list, and the list as the entry "key" as many besides.
+// Each map takes 16 bytes in the list, and so does the entry "key" around the list.
 constexpr int mostEmptyMaps = largestArray / 16 - 1;
 
 QVariantList emptyMaps(int count)
@@ -51,8 +51,8 @@ QString letters(int count)
 
 } // namespace
 
-// The bus drops a connection for good over what is too large. What just passes arrives, and a byte
-// more is refused.
+// The bus drops the connection over a message that is too large. The largest allowed size arrives;
+// one byte more is refused.
 class TestOutgoingSize : public QObject
 {
     Q_OBJECT
@@ -98,7 +98,7 @@ void TestOutgoingSize::largestMapsArrive_data()
     }
     QTest::newRow("text of four bytes a character") << QVariant(pairs);
 #ifndef __SANITIZE_ADDRESS__
-    // So many values take it most of a minute.
+    // To marshal so many values takes most of a minute.
     QTest::newRow("empty maps") << QVariant(emptyMaps(mostEmptyMaps));
 #endif
 }
@@ -237,7 +237,7 @@ void TestOutgoingSize::tooLargeValuesAreFound()
 
 void TestOutgoingSize::largestTextsArrive()
 {
-    // The protocol allows 128 MiB for a message, head included.
+    // The protocol allows messages of 128 MiB, including the header.
     const QString text = letters(2 * largestArray - 4096);
     QCOMPARE(refusalOf(text).message(), QString());
     QCOMPARE(answerTo({text}), "org.freedesktop.DBus.Error.UnknownInterface");
@@ -268,8 +268,7 @@ void TestOutgoingSize::argumentsShareOneMessage()
     QCOMPARE(refusalOf(name, first, second).message(), QString());
     QCOMPARE(answerTo({name, first, second}), "org.freedesktop.DBus.Error.UnknownInterface");
 
-    // What counts is what they are in the message, whatever is the most that so many characters
-    // could be.
+    // The bytes in the message count, not the most that so many characters could take.
     const QString longName = letters(50000000);
     first = {{"first", letters(20000000)}};
     second = {{"second", letters(largestArray - 20000)}};
@@ -281,7 +280,7 @@ void TestOutgoingSize::argumentsShareOneMessage()
     QCOMPARE(refusalOf(name, first, second).message(),
              "Marshalling failed: \"third\" is too large for a message, with a "
              "value of type QString");
-    // Each by itself is not.
+    // Each map alone can be sent.
     QCOMPARE(refusalOf(second).message(), QString());
     QCOMPARE(refusalOf(second, name).message(), QString());
 }

@@ -14,7 +14,7 @@ using Ostrel::watchPendingCall;
 namespace
 {
 
-// What a handler was given: the error's name, its text and the values.
+// What a handler received: the name of the error, its message and the values.
 QStringList outcomeOf(const QDBusPendingCall &call)
 {
     const QObject context;
@@ -37,7 +37,7 @@ QStringList outcomeOf(const QDBusPendingCall &call)
 
 } // namespace
 
-// Calls that are over before anybody watches them.
+// Calls that have finished before anyone watches them.
 class TestPendingCall : public SimulatorTest
 {
     Q_OBJECT
@@ -58,7 +58,7 @@ private:
     static QDBusPendingCall finishedCall();
 };
 
-// One that failed before it was sent.
+// Returns a call that failed before it was sent.
 QDBusPendingCall TestPendingCall::failedCall()
 {
     return QDBusPendingCall::fromError(QDBusError(QDBusError::Failed, "text"));
@@ -156,7 +156,7 @@ void TestPendingCall::callsOnNoConnectionAreHandled()
                           "Not connected to D-Bus server"}));
 }
 
-// The first answer is there before its call is watched, the second one comes while its call is.
+// The first reply is there before its call is watched. The second one comes later.
 void TestPendingCall::repliesAreHandledInTheirOrder()
 {
     using Reply = QDBusPendingReply<uint>;

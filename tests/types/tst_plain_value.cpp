@@ -19,7 +19,7 @@ using Ostrel::Control;
 namespace
 {
 
-// A value with the types of everything in it, none of which may be QtDBus's.
+// Returns the value with the types of everything in it. None of them may belong to QtDBus.
 QString described(const QVariant &value)
 {
     QStringList texts;
@@ -56,7 +56,7 @@ QVariant deepList(int levels)
 
 } // namespace
 
-// What a received value holds, without QtDBus's types.
+// Received values are converted to plain Qt types.
 class TestPlainValue : public QObject
 {
     Q_OBJECT
@@ -157,10 +157,10 @@ void TestPlainValue::receivedValuesBecomePlain()
     QFETCH(const QString, signature);
     QFETCH(const QString, words);
     QFETCH(const QString, plain);
-    // As a value of its own, and in an array, a structure and a map, with a value after it.
+    // The value alone, and in an array, a structure and a map, each before another value.
     const QVariant value = m_peer->receive(signature, words).constFirst();
     QCOMPARE(described(Control::toPlainValue(value)), plain);
-    // Reading has left the value where it was.
+    // Reading did not move the value.
     QCOMPARE(described(Control::toPlainValue(value)), plain);
 
     const QString more = "uint(9)";
@@ -173,7 +173,7 @@ void TestPlainValue::receivedValuesBecomePlain()
              QString("{k: %1, l: %2}").arg(plain, more));
 }
 
-// 64 containers, of all kinds.
+// 64 containers of all kinds.
 void TestPlainValue::deepestMessagesAreRead()
 {
     const auto compare = [this](const QString &signature, const QString &words,
@@ -220,17 +220,17 @@ void TestPlainValue::writtenArgumentsAreInvalid()
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(QDBusArgument())).isValid());
     QCOMPARE(described(Control::toPlainValue(QVariantList{QVariant::fromValue(written), 3})),
              "[invalid(), int(3)]");
-    // It can still be sent.
+    // The argument can still be sent.
     QCOMPARE(written.currentSignature(), "ai");
 }
 
-// The caller has begun to read, and goes on afterwards.
+// The caller has begun to read, and continues afterwards.
 void TestPlainValue::partlyReadArgumentsDoNotMove()
 {
     const auto argument =
         m_peer->receive("(i(ss)a{is}s)", "3 x y 1 4 z end").constFirst().value<QDBusArgument>();
     argument.beginStructure();
-    // At a basic value there is nothing to enter.
+    // A basic value has no argument to read.
     QVERIFY(!Control::toPlainValue(QVariant::fromValue(argument)).isValid());
     int number = 0;
     argument >> number;
@@ -270,7 +270,7 @@ void TestPlainValue::valuesThatAreTooDeepEnd()
     QVERIFY(!value.isValid());
 }
 
-// Copies of one value share what they read from.
+// Copies of a value share the message that they read from.
 void TestPlainValue::anyThreadMayRead()
 {
     const QVariant value = m_peer->receive("a{sa(is)}", "1 k 2 3 x 4 y").constFirst();

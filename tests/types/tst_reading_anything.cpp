@@ -30,7 +30,7 @@ struct Value
     QString words;
 };
 
-// The value inside an array of one element, inside another one, and so on, so many in all.
+// Returns the value in so many nested arrays of one element.
 Value inArrays(int count, const Value &value)
 {
     return {QString(count, 'a') + value.signature, QString("1 ").repeated(count) + value.words};
@@ -47,7 +47,7 @@ Value inDicts(int count, const Value &value)
             QString("1 k ").repeated(count) + value.words};
 }
 
-// A variant inside a variant, so many in all.
+// Returns the value in so many nested variants.
 Value inVariants(int count, const Value &value)
 {
     return {"v", QString("v ").repeated(count - 1) + value.signature + ' ' + value.words};
@@ -67,8 +67,8 @@ const Value three{"i", "3"};
 
 } // namespace
 
-// Every reader reads values of every kind, as deep as a message can hold them. What it takes from
-// them is one thing; it steps over each, and over nothing more.
+// Every reader reads values of every kind, as deep as a message allows. Whatever it reads, it skips
+// exactly one value.
 class TestReadingAnything : public QObject
 {
     Q_OBJECT
@@ -100,10 +100,10 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
 {
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QString>("words");
-    // What a JSON value is then, in brackets, and what it was refused of.
+    // The JSON value that is read, in brackets, and the types that are refused.
     QTest::addColumn<QString>("content");
     QTest::addColumn<QStringList>("refused");
-    // How many records a vector has then.
+    // How many records a vector reads.
     QTest::addColumn<int>("records");
 
     const auto row = [](const Value &value, const QString &content, const QStringList &refused = {},
@@ -117,7 +117,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
     };
     const QString old = "[\"old\"]";
 
-    // File descriptors, which no tool sends.
+    // File descriptors, which no command-line tool sends.
     simple("h", "-", "[null]");
     simple("v", "h -", "[null]");
     simple("v", "v h -", "[null]");
@@ -162,13 +162,13 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
           "aav", "aa{sv}", "a(si)", "a(a(v))", "a(sia{sv})", "aaaaaaaai"}) {
         simple(type, "0", "[[]]");
     }
-    simple("ay", "0", "[null]"); // bytes are taken for a string, and none for nothing
+    simple("ay", "0", "[null]"); // bytes read as a string; no bytes read as Null
     for (const char *type : {"a{sv}", "a{si}", "a{is}", "a{s(si)}", "a{sa{sv}}", "a{hh}"}) {
         simple(type, "0", "[{}]");
     }
 
-    // A message holds 32 arrays and 32 structures within one another, and 64 containers. The value
-    // stands in a structure.
+    // A message allows 32 nested arrays, 32 nested structures and 64 nested containers. The value
+    // is in a structure.
     row(inArrays(32, three), brackets(33, "3"));
     row({QString(32, 'a') + 'i', QString("1 ").repeated(31) + '0'}, brackets(33, QString()));
     row(inStructures(31, three), old, {inStructures(31, three).signature});
@@ -188,7 +188,7 @@ void TestReadingAnything::everyReaderStepsOverOneValue_data()
 namespace
 {
 
-// Reads the value that stands before the marker, into a target that holds something.
+// Reads the value before the marker into a target that holds another value.
 template <typename Target> Target readBeforeMarker(const QVariant &structure, Target target)
 {
     const auto argument = structure.value<QDBusArgument>();
@@ -270,7 +270,7 @@ void TestReadingAnything::descriptorsLeaveMembersAtTheirDefaults()
     QCOMPARE(read("(ha{sv})", "- 1 k s v", AvailableTask{}), " {k=v}");
     QCOMPARE(read("(sha{sv})", "a - 1 k s v", ActiveTask{}), "a 0 {k=v}");
     QCOMPARE(read("(sih)", "a 1 -", ActiveTask{}), "a 1 {}");
-    // In the properties they are what they are.
+    // Properties keep descriptors.
     QCOMPARE(read("(sia{sv})", "a 1 1 k h -", ActiveTask{}), "a 1 {k=}");
     QCOMPARE(read("a(sha{sv})", "2 a - 0 b - 0", QVector<ActiveTask>(1, ActiveTask{})),
              "a 0 {}; b 0 {}");
@@ -295,7 +295,7 @@ template <typename Target> int readEntriesOf(const QVariant &map)
 
 } // namespace
 
-// What Qt's readers of lists come to when there is a map.
+// Qt's readers of lists do the same when they read a map.
 void TestReadingAnything::entriesOfAMapAreSteppedOver()
 {
     using namespace Ostrel;
@@ -315,7 +315,7 @@ void TestReadingAnything::entriesOfAMapAreSteppedOver()
     QCOMPARE(warnings.texts().size(), 9);
 }
 
-// Behind the last value, and in an argument that never held one.
+// After the last value, and in an argument that never held one.
 void TestReadingAnything::emptyArgumentsAreReadAsDefaults()
 {
     using namespace Ostrel;
@@ -348,13 +348,13 @@ void TestReadingAnything::emptyArgumentsAreReadAsDefaults()
     argument.endStructure();
 }
 
-// Typed replies and the parameters of slots are read by way of the registration.
+// Typed replies and the parameters of slots are read through the registration.
 void TestReadingAnything::registeredReadersAreTheSame()
 {
     using namespace Ostrel;
     registerDBusTypes();
     const auto read = [this](const char *signature, const char *words, auto target) {
-        // In a structure, since there are no arguments of basic types.
+        // In a structure, because QtDBus makes no arguments of basic types.
         const auto argument = m_peer->receive(QString("(%1)").arg(signature), words)
                                   .constFirst()
                                   .template value<QDBusArgument>();
@@ -376,7 +376,7 @@ void TestReadingAnything::registeredReadersAreTheSame()
     QCOMPARE(text(read("a(sua{sv})", "1 a 1 0", QVector<TaskState>())), "a 1 {}");
     QCOMPARE(text(read("a(sa{sv})", "1 a 0", QVector<AvailableTask>())), "a {}");
     QCOMPARE(text(read("a(sia{sv})", "1 a -1 0", QVector<ActiveTask>())), "a -1 {}");
-    // Other types, too.
+    // Other types as well.
     QCOMPARE(text(read("(ss)", "a b", ActiveTask{})), "a 0 {}");
     QCOMPARE(read("ai", "1 3", QVector<ActiveTask>()).size(), 0);
 
@@ -416,7 +416,7 @@ template <typename... Targets> bool areReadInPlace(const QVariant &value, const 
 
 } // namespace
 
-// What came with a signal or a reply can be read more than once, as different types in turn.
+// A value of a signal or a reply can be read several times, as different types.
 void TestReadingAnything::readingLeavesCopiesWhereTheyAre()
 {
     using namespace Ostrel;

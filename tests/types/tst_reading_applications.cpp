@@ -16,7 +16,7 @@ using Ostrel::ServiceState;
 namespace
 {
 
-// A record that holds something in every member, so that a reader that leaves one out is seen.
+// A record whose members all hold something: a member that a reader leaves out is seen.
 template <typename Record> Record filled();
 
 template <> RunningApplication filled()
@@ -31,8 +31,8 @@ template <> RunningService filled()
 
 } // namespace
 
-// Application records are read from whatever another process sends; busctl makes it, which shares
-// no code with Qt.
+// Application records are read from values of any type. busctl sends them, and shares no code with
+// Qt.
 class TestReadingApplications : public SimulatorTest
 {
     Q_OBJECT
@@ -159,8 +159,8 @@ void TestReadingApplications::readManyServices()
     readRow(m_bus, QVector<RunningService>(2, filled<RunningService>()));
 }
 
-// Qt's own reader of a list begins an array even where there is a map, and goes on until its end:
-// the record's reader has to step over each entry.
+// Qt's reader of lists begins an array even on a map, and reads until its end. So the reader of a
+// record must skip each entry.
 void TestReadingApplications::qtsOwnListsEndOnAMap()
 {
     QList<RunningApplication> applications;

@@ -9,8 +9,8 @@
 
 #include <QtCore/QJsonDocument>
 
-// A JSON value as text, within an array. In the global namespace like the JSON classes, where
-// templates find it.
+// Returns a JSON value in an array, as a string. Templates find it because it is in the global
+// namespace, like the JSON classes.
 static QString text(const QJsonValue &value)
 {
     return QString::fromUtf8(QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact));
@@ -26,8 +26,8 @@ QString unsupported(const char *signature)
 
 } // namespace
 
-// JSON values are read from whatever another process sends; busctl makes it, which shares no code
-// with Qt, and so types that Qt never writes.
+// JSON values are read from values of any type. busctl sends them. It shares no code with Qt, and
+// can send types that Qt never writes.
 class TestReadingJson : public SimulatorTest
 {
     Q_OBJECT
@@ -186,7 +186,7 @@ void TestReadingJson::arraysAreRead()
     readRow(m_bus, QJsonArray{"old"}, warnings);
 }
 
-// As deep as a message may be: 64 containers.
+// 64 containers, as deep as a message may be.
 void TestReadingJson::deepValuesAreRead()
 {
     QStringList value;

@@ -43,7 +43,7 @@ Q_SIGNALS:
 namespace
 {
 
-// This source makes a program for each way in which the types can come to be registered first.
+// This source makes a program for each way in which the types can be registered first.
 void registerFirst()
 {
 #if defined(FIRST_IS_CONTROL)
@@ -55,7 +55,7 @@ void registerFirst()
 #endif
 }
 
-// They take the place of the library's operators in Qt's registry.
+// These replace the library's operators in Qt's registry.
 void writeNothing(QDBusArgument & /*argument*/, const void * /*record*/)
 {
 }
@@ -65,7 +65,7 @@ void readNothing(const QDBusArgument & /*argument*/, void * /*record*/)
 
 } // namespace
 
-// The registration with Qt's type systems, in a process where nothing else has registered anything.
+// The types are registered with Qt, in a process where nothing else has registered any.
 class TestRegistration : public QObject
 {
     Q_OBJECT
@@ -91,7 +91,7 @@ private Q_SLOTS:
 
 void TestRegistration::noTypeIsRegisteredBeforeTheFirstClient()
 {
-    // Who only reports windows sends and gets numbers and texts.
+    // A client that only reports windows exchanges numbers and strings.
     bool reported = false;
     Ostrel::WindowManagement windows;
     windows.updateWindowStatus(
@@ -244,7 +244,7 @@ void TestRegistration::secondRegistrationChangesNothing()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// What somebody else has put into Qt's registry meanwhile stays there.
+// Qt's registry keeps what others have put into it meanwhile.
 void TestRegistration::laterClientsRegisterNothing()
 {
     const int type = qMetaTypeId<Ostrel::TaskState>();
@@ -300,7 +300,7 @@ void TestRegistration::queuedSignalsCarryTheTypes()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// The names of the parameters are a part of the meta-object, and so of the interface.
+// The parameter names belong to the meta-object, and so to the interface.
 void TestRegistration::stateChangesComeToASlotOfThisForm()
 {
     const QMetaObject &proxy = Ostrel::ControlPrivate::staticMetaObject;

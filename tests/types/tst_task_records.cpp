@@ -20,7 +20,7 @@ using Ostrel::TaskState;
 namespace
 {
 
-// They hold something in every member, so that a reader that leaves one out is seen.
+// All members hold something: a member that a reader leaves out is seen.
 const QVariantMap &oldProperties()
 {
     static const QVariantMap properties{{"old", 96}};
@@ -44,8 +44,8 @@ ActiveTask oldActiveTask()
 
 } // namespace
 
-// The task records as another process sends and receives them. The values are made and seen by
-// busctl, which shares no code with Qt.
+// Another process sends and receives the task records. busctl writes and reads them, and shares no
+// code with Qt.
 class TestTaskRecords : public SimulatorTest
 {
     Q_OBJECT

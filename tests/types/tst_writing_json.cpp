@@ -29,7 +29,7 @@ QJsonValue parse(const QString &text)
     return document.array().first();
 }
 
-// An object that holds another one, and so on, so many in all.
+// Returns so many nested objects.
 QJsonObject nested(int levels)
 {
     QJsonObject object{{"k", 1}};
@@ -39,7 +39,7 @@ QJsonObject nested(int levels)
     return object;
 }
 
-// busctl's JSON with numbers as people write them: busctl writes them with all their digits.
+// Returns busctl's JSON with short numbers; busctl prints all their digits.
 QString withPlainNumbers(const QString &json)
 {
     const QRegularExpression number("-?[0-9]\\.[0-9]{21}e[+-][0-9]+");
@@ -62,7 +62,7 @@ int levelsOf(const QString &logged)
 
 } // namespace
 
-// JSON values as they arrive in another process, seen by busctl, which shares no code with Qt.
+// JSON values arrive in another process, where busctl reads them. It shares no code with Qt.
 class TestWritingJson : public SimulatorTest
 {
     Q_OBJECT
@@ -80,7 +80,7 @@ private Q_SLOTS:
     void deepMixedArraysAreCut();
 
 private:
-    // Sends what the writer makes of a value between two markers. Returns what busctl sees between
+    // Sends what the writer makes of a value, between two markers. Returns what busctl sees between
     // them: signature and values.
     template <typename Json> QString sent(const Json &json);
 };
@@ -155,7 +155,7 @@ void TestWritingJson::valuesAreWritten_data()
     row(R"(["x",{"k":2}])",
         "av [{'type':'s','data':'x'},{'type':'a{sv}','data':{'k':{'type':'d','data':2}}}]");
 
-    // What has no form on the bus.
+    // Values that have no form on the bus.
     row("[[1],[2]]", " ", {arrays});
     row("[[]]", " ", {arrays});
     row("[null,null]", " ", {type});
@@ -187,7 +187,7 @@ void TestWritingJson::undefinedWritesNothing()
     QCOMPARE(warnings.texts(), QStringList("Unknown JSON value type"));
 }
 
-// Which Qt does not write, but complains of. It also loses the argument then.
+// Qt writes no such value, and warns. It also loses the argument.
 void TestWritingJson::nullIsAVariantOfNothing()
 {
     const Warnings warnings;
@@ -210,7 +210,7 @@ void TestWritingJson::arraysAndObjectsOnTheirOwn()
     QCOMPARE(warnings.texts(), QStringList());
 }
 
-// By way of the registration: as arguments of a message, and as values in a map.
+// Through the registration: as arguments of a message, and as values in a map.
 void TestWritingJson::restOfTheMessageArrives()
 {
     const Warnings warnings;
@@ -233,7 +233,7 @@ void TestWritingJson::restOfTheMessageArrives()
                           "JSON array of arrays are not supported"}));
 }
 
-// A message that is too deep would cost the process its connection to the bus.
+// Over a message that is too deep, the bus would drop the connection.
 void TestWritingJson::deepObjectsAreCut()
 {
     const Warnings warnings;

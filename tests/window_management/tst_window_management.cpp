@@ -22,7 +22,7 @@ using Ostrel::ApplicationState;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
-// A program reports the status of its windows, and the service, a process of its own, answers.
+// A program reports the status of its windows. The service answers from its own process.
 class TestWindowManagement : public SimulatorTest
 {
     Q_OBJECT
@@ -122,7 +122,7 @@ void TestWindowManagement::returnsBeforeTheCallback()
     const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
     windows.updateWindowStatus("w", 1, 2, 3, this, count);
 
-    // The answer is there, but only the event loop brings it.
+    // The reply is there, but only the event loop brings it.
     m_simulator.windowStatus().waitForHeld(1);
     m_simulator.windowStatus().release({0});
     QCOMPARE(callbacks, 0);
@@ -267,14 +267,14 @@ void TestWindowManagement::emptyCallbackThrows()
     if (fails) {
         m_simulator.windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
-    // Qt has something to say about exceptions in event handlers; the library has not.
+    // Qt warns of exceptions in event handlers; the library logs nothing.
     const Warnings warnings;
     WindowManagement windows;
     windows.updateWindowStatus("w", 1, 2, 3, this, nullptr);
     const auto runLoop = [] { waitUntil([] { return false; }); };
     QVERIFY_EXCEPTION_THROWN(runLoop(), std::bad_function_call);
 
-    // The event loop works on, and so does the object.
+    // The event loop and the object still work.
     QCOMPARE(reportWindow().state, 1U);
 }
 

@@ -16,8 +16,8 @@ using Ostrel::ApplicationState;
 using Ostrel::Error;
 using Ostrel::WindowManagement;
 
-// Objects that end at every stage of a call, and contexts in other threads. Much of what is shown
-// here is that nothing is leaked or used after its end, which the sanitizers see.
+// Clients and contexts are deleted at every stage of a call, and contexts live in other threads.
+// The sanitizers see whether anything is leaked, or used after it is deleted.
 class TestWindowManagementLifetimes : public SimulatorTest
 {
     Q_OBJECT
@@ -50,7 +50,7 @@ void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
     m_simulator.windowStatus().waitForHeld(1);
-    // What waits for the reply belongs to the context.
+    // The watcher belongs to the context.
     QCOMPARE(context->children().size(), 1);
     context.reset();
     m_simulator.windowStatus().release({0});
@@ -97,7 +97,7 @@ void TestWindowManagementLifetimes::callbackIsCopied()
     m_simulator.windowStatus().release({0});
     outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
-    // What waited for the reply is gone again.
+    // The watcher is deleted.
     waitUntil([&] { return children().isEmpty(); });
 }
 
@@ -123,7 +123,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
         [windows, context, kept, &seen](ApplicationState state, const Error &error) {
             delete context;
             delete windows;
-            // The callback itself and what it was given are still good.
+            // The callback and its arguments are still valid.
             seen.append(kept + QString::number(state) + error.message());
         });
     waitUntil([&] { return seen.size() == 1; });
@@ -203,7 +203,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
     m_simulator.windowStatus().holdNext(1);
     OtherThread other;
     WindowManagement windows;
-    // Held by the callback alone: it is gone when the callback is.
+    // Only the callback holds it, so it goes with the callback.
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
     windows.updateWindowStatus("w", 1, 2, 3, other.object(),
@@ -230,7 +230,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
     QVERIFY(other.object() == nullptr);
 }
 
-// Its event loop is over; destroying the context is what ends the call.
+// The thread has no event loop any more: deleting the context ends the call.
 void TestWindowManagementLifetimes::contextOutlivesItsThread()
 {
     m_simulator.windowStatus().holdNext(1);
@@ -308,7 +308,7 @@ void TestWindowManagementLifetimes::clientInAnotherThread()
     QCOMPARE(thread, other.thread());
 }
 
-// A mistake of the caller: nothing calls back, and nothing crashes.
+// An error of the caller: the callback never runs, and nothing crashes.
 void TestWindowManagementLifetimes::nullContextIsRefusedByQt()
 {
     Outcomes outcomes;

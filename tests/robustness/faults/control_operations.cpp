@@ -67,7 +67,7 @@ struct Client
     QObject context;
 };
 
-// The same request without waiting. send: makes the call, with a callback that adds to the rig.
+// The same request with a callback. send: makes the call, with a callback that adds to the rig.
 Operation withoutWaiting(Operation operation, const std::function<void(Rig &, Client &)> &send)
 {
     operation.name.prepend("async:");
@@ -82,7 +82,7 @@ Operation withoutWaiting(Operation operation, const std::function<void(Rig &, Cl
     return operation;
 }
 
-// Callbacks that add what they receive.
+// Return callbacks that add what they receive.
 std::function<void(const Control::StartResult &)> addingResult(Rig &rig)
 {
     return [&rig, token = rig.token()](const Control::StartResult &result) { add(rig, result); };
@@ -134,7 +134,7 @@ Operation list()
         call("list", "GetRunningApplications", "a(siuua{sv})a(ssiua{sv})",
              "1 a.b 7 1 2 1 k i 3 1 a.b s 8 4 0", "0 [a.b 7 1 2 {k=3}] [a.b s 8 4 {}]");
     operation.seenFailure = [](const Failure &failure) {
-        // The code says no more than that, and what was there stays.
+        // The code is Failed, whatever the error is named, and the lists stay.
         return textOf(Failure{1, QString(), failure.message})
             + " [before 0 0 0 {}] [ before 0 0 {}]";
     };

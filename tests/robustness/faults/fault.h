@@ -11,29 +11,29 @@ struct Fault
 {
     QString name;
 
-    // Where it is tried: on the bus that all share, or in a process of its own, because the bus
-    // of a process does not come back.
+    // Where the fault is tried: on the shared bus, or in a process of its own, because a process
+    // whose bus has ended never gets another one.
     enum Place {
         Shared,
         OwnProcess,
         OwnProcessWithoutBus
     };
     Place place = Shared;
-    // For a process of its own: how many operations one can try, and the time limit of the bus in
-    // milliseconds.
+    // For a process of its own: how many operations one process can try, and after how many
+    // milliseconds its bus answers a call that nobody answers.
     int operationsAtOnce = 1;
     std::optional<int> replyTimeout = std::nullopt;
 
-    // Takes hundreds of megabytes, and seconds with them.
+    // Takes hundreds of megabytes, and so seconds.
     bool isLarge = false;
 
-    // Whether it can happen to the operation at all.
+    // Whether the fault can happen to the operation at all.
     std::function<bool(const Operation &)> concerns = {};
-    // Happens before the client is made, before the operation is tried, and behind it.
+    // Run before the client is created, before the operation is tried, and after it.
     std::function<void(Rig &, const Operation &)> before = {};
     std::function<void(Rig &, const Operation &)> arrange = {};
     std::function<void(Rig &, const Operation &)> after = {};
-    // What the caller sees, all told.
+    // Everything that the caller sees.
     std::function<QString(const Operation &)> expected = {};
 };
 
@@ -44,13 +44,13 @@ std::vector<Fault> faultsInMaps();
 std::vector<Fault> faultsOfLengths();
 std::vector<Fault> faultsOfParameters();
 
-// Arranges that all is well: a call is answered as it should be, or a signal sent.
+// Arranges that nothing goes wrong: the call gets a right answer, or the signal is sent.
 void arrangeGood(Rig &rig, const Operation &operation);
 
-// What the caller sees when all is well, with the marker of a signal.
+// What the caller sees when nothing goes wrong, including the marker of a signal.
 QString goodOutcome(const Operation &operation);
 
-// What the caller sees when a call fails, and when of all signals only the marker is taken.
+// What the caller sees when a call fails, or when only the marker of the signals is received.
 QString outcomeOf(const Operation &operation, const Failure &failure);
 
 #endif

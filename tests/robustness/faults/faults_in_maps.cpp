@@ -8,14 +8,14 @@
 
 #include <QtCore/QMap>
 
-// Values of any type in the maps of answers and signals: no type is wrong there, but where a number
+// Maps of answers and signals hold values of any type. None of them is wrong, except where a number
 // or a list belongs.
 
 namespace
 {
 
 // An answer or a signal with a value, and what the caller sees of it. %1 is the value with its
-// signature, %2 what it is as a text.
+// signature, %2 is the value as a string.
 struct Place
 {
     QString values;

@@ -8,7 +8,7 @@
 
 #include <QtCore/QMap>
 
-// Error replies of all names and contents.
+// Error replies with all names and contents.
 
 namespace
 {
@@ -17,7 +17,7 @@ struct ErrorName
 {
     int code;
     QString name;
-    // For the table, where the name does not do.
+    // For the table, if the name does not suffice.
     QString label = {};
 };
 
@@ -37,7 +37,7 @@ std::vector<ErrorName> names()
         {7, service + "ProcessNotHandled"},
         {8, service + "ApplicationNotRunning"},
         {9, service + "ApplicationAlreadyRunning"},
-        // Under the other prefix, under both, in other letters, and of nobody.
+        // With the other prefix, with both, in other case, and without a known prefix.
         {1, service + "Failed"},
         {1, service + "AccessDenied"},
         {1, standard + "NoError"},
@@ -62,7 +62,7 @@ std::vector<ErrorName> names()
     return all;
 }
 
-// values: what the error carries, with its signature.
+// values: the content of the error, with its signature.
 Fault failing(const QString &label, const QString &values, const Failure &failure)
 {
     Fault fault{label};
@@ -77,8 +77,7 @@ Fault failing(const QString &label, const QString &values, const Failure &failur
     return fault;
 }
 
-// An error that begins with a value of any type. Of the number of a started task, that is the
-// number.
+// An error whose first argument has any type. For the start of a task, it is also the number.
 Fault failingWith(const HostileValue &value)
 {
     const Failure failure{3, service + "HandlerFailed", value.text};

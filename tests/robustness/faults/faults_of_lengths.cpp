@@ -7,7 +7,7 @@
 
 #include <QtCore/QMap>
 
-// Texts, paths and maps that are as long as they can be, and longer.
+// Strings, paths and maps of the largest allowed length, and longer ones.
 
 namespace
 {
@@ -17,12 +17,12 @@ const QString sessions = OSTREL_TASK_INVOKER_SESSIONS_PATH;
 const QChar letter = 'x';
 constexpr int maximumMessage = 128 << 20;
 constexpr int maximumArray = 64 << 20;
-// What the only entry of a map takes besides a text under the key "key", and besides the key of a
-// byte: lengths, the types, padding, zeros at the ends.
+// The bytes of a map's only entry, besides the string with the key "key", and besides the key of an
+// array of bytes: lengths, types, padding and nulls.
 constexpr int entryOfText = 4 + 4 + 3 + 1 + 4 + 1;
 constexpr int entryOfByte = 4 + 1 + 3 + 1;
 constexpr int longestType = 32 << 20;
-// What is left for the head of a message.
+// Room for the header of a message.
 constexpr int head = 4096;
 
 bool callOf(const Operation &operation)
@@ -30,8 +30,8 @@ bool callOf(const Operation &operation)
     return operation.isCall();
 }
 
-// The bus takes about a second to pass on the largest messages, so that each is tried with one
-// operation, and with all of them only when there is time.
+// The bus needs about a second to pass on the largest messages. So each is tried with one
+// operation, and with all of them only in the long form.
 Fault mostly(const char *operation, Fault fault)
 {
     fault.isLarge = true;
@@ -41,13 +41,13 @@ Fault mostly(const char *operation, Fault fault)
     return fault;
 }
 
-// Of the calls, those that take a text; the registration takes the task type instead.
+// Whether the operation is a call with a string. The registration has the task type instead.
 bool takesText(const Operation &operation)
 {
     return operation.isCall() && operation.request() != "list" && operation.request() != "register";
 }
 
-// The text is made when it is used: some are large.
+// The string is created when it is used, because some are large.
 Fault argument(const QString &label, const std::function<QString()> &text)
 {
     Fault fault{label};
@@ -80,14 +80,14 @@ std::vector<Fault> arguments()
         argument("an argument with U+0000", [] { return QString("a") + QChar(0); }),
         argument("an argument with half a character", [] { return QString(QChar(0xd800)); }),
         argument("an argument of 255 bytes", letters(255)),
-        // The task type and the maps need some room too.
+        // The task type and the maps need some room, too.
         mostly("terminate", argument("the longest argument", letters(longest - 1024))),
         refused,
     };
 }
 
-// Texts that come with the answer or the signal. %1 stands for one that is so long, and %2 for one
-// of two that are half as long.
+// Strings that come with the answer or the signal. %1 stands for one of the given length, %2 for
+// one of two that are half as long.
 struct Incoming
 {
     QString values;
@@ -162,7 +162,7 @@ Fault failing(const QString &label, int size)
     return fault;
 }
 
-// An invoker of a type whose name is so long, and with it the path of its session.
+// An invoker whose type has a long name, so the path of its session is long, too.
 Fault longType(const QString &label, int size)
 {
     Fault fault{label};
@@ -179,13 +179,13 @@ Fault longType(const QString &label, int size)
             ofType.values.replace(sessions + "sync", session);
         } else {
             ofType.path = session;
-            // Its answer comes behind the signal.
+            // Its answer comes after the signal.
             arrangeGood(rig, operationNamed("taskStop"));
         }
         arrangeGood(rig, ofType);
     };
     fault.expected = [size](const Operation &operation) {
-        // What the bus is asked to pass on may have 1024 bytes, the type's among them.
+        // A match rule may have 1,024 bytes, including the type.
         return operation.isSignal() && size > 800 ? "stopped 0" : goodOutcome(operation);
     };
     return fault;
@@ -207,7 +207,8 @@ Fault tooLongType(int size)
     return fault;
 }
 
-// A map of one entry, in place of a program's or a task's parameters. Made when it is used, too.
+// A map of one entry instead of the parameters of a program or task. It is also created when it is
+// used.
 Fault parameters(const QString &label, const std::function<QVariantMap()> &map)
 {
     Fault fault = argument(label, {});
@@ -251,7 +252,7 @@ std::vector<Fault> largestMaps()
     };
 }
 
-// More than libdbus takes in before it is told that something has been handled.
+// More than libdbus reads before anything has been handled.
 Fault flood()
 {
     Fault fault{"80 MB of signals while nobody listens"};

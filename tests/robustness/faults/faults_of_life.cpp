@@ -67,7 +67,7 @@ void startService(Rig &rig, const Operation &operation)
     arrangeGood(rig, operation);
 }
 
-// What a second registration would bring has come then.
+// If there were a second registration, its outcome would have come by then.
 void settleWithService(Rig &rig, const Operation & /*operation*/)
 {
     rig.settleWithService();
@@ -135,7 +135,7 @@ Fault frozenService()
         }
     };
     frozen.after = [](Rig &rig, const Operation & /*operation*/) {
-        // A late answer is nobody's business any more.
+        // A late answer is ignored.
         rig.service().thaw();
         rig.service().order("forget");
     };
@@ -146,7 +146,7 @@ Fault frozenService()
     return frozen;
 }
 
-// What a service that has lost its name says.
+// The signals and answers of a service that has lost its name.
 Fault handedOver()
 {
     Fault handed{"the service loses its name in the call"};
@@ -168,7 +168,7 @@ Fault handedOver()
             rig.waitForOwner(Rig::Somebody, [&rig] { rig.service().order("own " + serviceName); });
         }
     };
-    // The call was made to it, so that its answer is good; its signals are not.
+    // The call was made to it, so its answer is accepted; its signals are not.
     handed.expected = [](const Operation &operation) {
         return operation.isSignal() ? operation.markerSeen : goodOutcome(operation);
     };
@@ -195,7 +195,7 @@ std::vector<Fault> faultsOfTheService()
     };
     late.arrange = startService;
     late.after = settleWithService;
-    // A registration is not tried again.
+    // A registration is not repeated.
     late.expected = [](const Operation &operation) {
         return isRegistration(operation) ? operation.seenFailure(absent) : goodOutcome(operation);
     };
@@ -209,7 +209,7 @@ std::vector<Fault> faultsOfTheService()
         }
     };
     restarted.arrange = [](Rig &rig, const Operation &operation) {
-        // So that the registration is on its way.
+        // The registration has been sent by then.
         rig.settle();
         rig.killService();
         startService(rig, operation);
@@ -245,7 +245,7 @@ std::vector<Fault> faultsOfTheService()
             rig.buryService();
         }
     };
-    // What it sent before its end is good.
+    // What it sent before its end is accepted.
     dying.expected = [](const Operation &operation) {
         return operation.isCall() ? operation.seenFailure(gone) : goodOutcome(operation);
     };

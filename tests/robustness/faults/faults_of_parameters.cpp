@@ -9,13 +9,13 @@
 #include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
-// A caller hands over a map that cannot be sent. QtDBus would abort the process, or the bus would
-// drop its connection.
+// A caller passes a map that cannot be sent. QtDBus would abort the process, or the bus would drop
+// the connection.
 
 namespace
 {
 
-// The value is under the key "key".
+// The value has the key "key".
 Fault refused(const char *label, const QVariant &value, const char *problem)
 {
     Fault fault{label};
@@ -50,7 +50,7 @@ QVariant inMixedArrays(int levels)
     return value;
 }
 
-// Little in memory, and more than any message on the bus.
+// Small in memory, but larger than any message on the bus.
 QVariant sharedLists()
 {
     QVariant value = 1;
@@ -68,7 +68,7 @@ std::vector<Fault> faultsOfParameters()
     for (int i = 0; i < 17; ++i) {
         descriptors.append(QVariant::fromValue(QDBusUnixFileDescriptor(0)));
     }
-    // It is refused before anybody asks for the bus.
+    // It is refused before the bus is needed.
     Fault withoutBus =
         refused("a parameter of no type, without a bus", QVariant(), "holds a value of type none");
     withoutBus.place = Fault::OwnProcessWithoutBus;

@@ -8,7 +8,7 @@
 
 #include <QtCore/QMap>
 
-// Answers and signals of wrong types and of wrong numbers of values.
+// Answers and signals with wrong types and with wrong numbers of values.
 
 namespace
 {
@@ -17,7 +17,7 @@ const QString applicationsType = "a(siuua{sv})";
 const QString servicesType = "a(ssiua{sv})";
 const QString session = OSTREL_TASK_INVOKER_SESSIONS_PATH "sync";
 
-// Values, given by their signatures and words, one behind the other.
+// Values one after the other, each with its signature and words.
 struct Values
 {
     QString signature;
@@ -42,13 +42,13 @@ struct Values
 
 using Making = std::function<Values(const Operation &)>;
 
-// A signature without values is '' where there are none.
+// '' is an empty signature.
 QString typesOf(const Operation &operation)
 {
     return operation.signature == "''" ? QString() : operation.signature;
 }
 
-// The right values one by one, where there are several.
+// Returns the right values one by one, if there are several.
 std::vector<Values> severalRight(const Operation &operation)
 {
     const Values details{"a{sv}", "1 State i 7"};
@@ -84,7 +84,7 @@ bool isList(const Operation &operation)
     return operation.request() == "list";
 }
 
-// Where assertions are on, fewer than two values end the program, as those who call it are told.
+// With assertions, fewer than two values abort the program, as documented.
 bool canTake(const Operation &operation, const Values &values)
 {
 #ifdef QT_NO_DEBUG
@@ -103,14 +103,14 @@ Failure wrongSignature(const Operation &operation, const Values &values)
                 .arg(values.signature, operation.signature)};
 }
 
-// What becomes of values that are not the right ones.
+// What the caller sees of values with wrong types.
 QString outcomeOfWrong(const Operation &operation, const Values &values)
 {
     if (operation.isSignal()) {
         return operation.markerSeen;
     }
     if (typesOf(operation).isEmpty()) {
-        // Nothing is read of the answer.
+        // The content of the answer is ignored.
         return operation.seen;
     }
     if (isList(operation)) {
@@ -145,7 +145,7 @@ Fault sending(const QString &name, const Making &making)
 
 Fault alone(const HostileValue &value)
 {
-    // The list takes any two values.
+    // Any two values are accepted for the list.
     Fault fault = sending(value.typed(), [value](const Operation &operation) {
         const Values one{value.signature, value.words};
         return isList(operation) ? one.with(value) : one;
@@ -172,7 +172,7 @@ Fault second(const HostileValue &value)
     return fault;
 }
 
-// In the place of one of several values, between the right ones.
+// One of several values is wrong; the others are right.
 Fault between(const QString &label, std::size_t place, const HostileValue &value)
 {
     Fault fault = sending(label.arg(value.typed()), [place, value](const Operation &operation) {
@@ -187,7 +187,7 @@ Fault between(const QString &label, std::size_t place, const HostileValue &value
         return values;
     });
     fault.concerns = [place, concerned = fault.concerns](const Operation &operation) {
-        // The last of two is wrong above, too.
+        // The second of two is already wrong above.
         return severalRight(operation).size() > (place == 0 ? 1 : 2) && concerned(operation);
     };
     fault.expected = [value, other = fault.expected](const Operation &operation) {

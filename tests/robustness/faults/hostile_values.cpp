@@ -8,7 +8,7 @@
 namespace
 {
 
-// The members as far as they are not empty.
+// The members that are not empty.
 struct Row
 {
     const char *signature;

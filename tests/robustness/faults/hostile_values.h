@@ -8,16 +8,16 @@
 
 #include <vector>
 
-// A value of a type that may stand where another one belongs, in the form of the peer's orders.
+// A value of a type that may come where another one belongs, in the form of the peer's orders.
 struct HostileValue
 {
     QString signature;
     QString words;
 
-    // What it is as a text and as a number.
+    // The value as a string and as a number.
     QString text;
     int number = 0;
-    // What it is as a list of records.
+    // The value as a list of records.
     QString applications;
     QString services;
     QString activeTasks;

@@ -65,14 +65,14 @@ const Column &columnNamed(const QString &name)
     return *found;
 }
 
-// System buses pass on fewer answers than session buses do.
+// A system bus passes on fewer answers than a session bus.
 Rig::Bus kindOf(QDBusConnection::BusType bus)
 {
     return bus == QDBusConnection::SystemBus ? Rig::WithStrictBus : Rig::WithBus;
 }
 
-// The largest faults take the other bus in as well only when there is time. The sanitizers make
-// them several times as large, to see what smaller ones show them, too.
+// The largest faults are tried on the other bus only in the long form. With the sanitizers they
+// take several times as much memory, and show no more than smaller ones.
 bool isTried(const Fault &fault, const Column &column)
 {
 #ifdef __SANITIZE_ADDRESS__
@@ -98,7 +98,7 @@ QString markOf(const Rig &rig, const Operation &operation)
     return "ok";
 }
 
-// What the operation comes to now, when all is well with the service.
+// What the operation does when nothing goes wrong any more.
 QString afterwards(Rig &rig, const Operation &operation)
 {
     rig.begin();
@@ -156,7 +156,7 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
             rig.settle();
         }
         text = rig.events().join("; ");
-        // Those of onReady() stay until their invoker ends.
+        // Callbacks of onReady() stay until their invoker is deleted.
         if (operation.kind == Operation::AsynchronousCall && operation.member != "RegisterInvoker"
             && rig.liveCallbacks() != 0) {
             text += " (its callback is still held)";
@@ -187,7 +187,7 @@ int tryApart(const QString &fault, const QStringList &columnNames)
     const Column &first = columnNamed(columnNames.constFirst());
     std::optional<PrivateBus> session;
     if (first.bus == QDBusConnection::SystemBus) {
-        // All is well with the other one.
+        // Nothing is wrong with the other bus.
         session.emplace();
     }
     Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : kindOf(first.bus),
@@ -237,7 +237,7 @@ Matrix::Row Matrix::rowApart(const Fault &fault)
             parts.back().columns.push_back(i);
         }
     }
-    // All at once, because some wait for a time limit.
+    // All at the same time, because some wait for a timeout.
     for (Part &part : parts) {
         QStringList arguments{"--apart", fault.name};
         for (const std::size_t column : part.columns) {

@@ -8,24 +8,23 @@
 
 #include <array>
 
-// What came of one operation under one fault.
+// The outcome of one operation with one fault.
 struct Outcome
 {
-    // For the table: an error's code, whether a signal was taken (+) or not (-), or "ok".
+    // For the table: the code of an error, + or - for a signal that is received or not, or "ok".
     QString mark;
-    // All that the caller saw, and what is wrong besides.
+    // Everything that the caller saw, and anything else that is wrong.
     QString text;
 };
 
-// Tries an operation under a fault, and whether it still works afterwards.
+// Tries an operation with a fault, and whether it works again afterwards.
 Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation);
 
-// Tries all operations, those of task invokers on each bus, under all faults, and prints a table of
-// it.
+// Tries all operations with all faults, those of task invokers on each bus, and prints a table.
 class Matrix
 {
 public:
-    // Tries them, and returns what did not come out as it should: a text each.
+    // Tries the faults. Returns a string for each outcome that is not the expected one.
     QStringList run(const std::vector<Fault> &faults);
 
     int cells() const { return m_cells; }
@@ -37,12 +36,12 @@ private:
     // The same in processes of their own.
     static Row rowApart(const Fault &fault);
 
-    // For each bus.
+    // One for each bus.
     std::array<std::optional<Rig>, 2> m_rigs;
     int m_cells = 0;
 };
 
-// What a process of its own does; the result is its exit status.
+// Runs in a process of its own. Returns its exit status.
 int tryApart(const QString &fault, const QStringList &columnNames);
 
 #endif

@@ -45,7 +45,7 @@ const Operation &operationNamed(const QString &name)
 void hearMarker(Rig &rig, const Operation &operation)
 {
     if (!rig.connection().isConnected()) {
-        // It tells of its end like of anything else.
+        // The end of the bus arrives like other messages.
         rig.settle();
         return;
     }

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-// The error that a call comes to.
+// The error of a failed call.
 struct Failure
 {
     int code = 1;
@@ -19,8 +19,8 @@ struct Failure
 // As the caller sees it: the code, and the message unless it is null.
 QString textOf(const Failure &failure);
 
-// Something that the library does for a caller: a column of the matrix. Values are in the form of
-// the peer's orders.
+// Something that the library does for a caller: a column of the matrix. Values have the form of the
+// peer's orders.
 struct Operation
 {
     enum Kind {
@@ -30,36 +30,36 @@ struct Operation
         Local
     };
 
-    // The form of a request that does not wait has "async:" in front of the other form's name.
+    // A request with a callback is named "async:" and the name of the blocking one.
     QString name;
     Kind kind;
 
-    // The method that is called, or the signal that is heard.
+    // The method that is called, or the signal that is received.
     QString path;
     QString interface;
     QString member;
-    // What the answer or the signal has to be, one that is right, and what the caller sees of it.
+    // The signature of the answer or the signal, a right value, and what the caller sees of it.
     QString signature;
     QString values;
     QString seen;
 
-    // Of a call: what the caller sees of a failure.
+    // For a call: what the caller sees of a failure.
     std::function<QString(const Failure &)> seenFailure;
-    // Of a signal: another one, that ends the waiting, and what the caller sees of that.
+    // For a signal: another one, which ends the waiting, and what the caller sees of it.
     QString markerValues;
     QString markerSeen;
 
-    // Makes the client. The result does what is to be done, and returns when its outcome is there;
-    // everything that the caller sees is added to the rig's events. It owns the client.
+    // Creates the client. Returns a function that owns the client, runs the operation and returns
+    // when its outcome is there. Everything that the caller sees becomes an event of the rig.
     std::function<std::function<void()>(Rig &)> prepare;
 
-    // The name without what stands in front.
+    // The name without "async:".
     QString request() const { return name.section(':', -1); }
 
     bool isCall() const { return kind == BlockingCall || kind == AsynchronousCall; }
     bool isSignal() const { return kind == Signal; }
 
-    // The peer's order that sends the signal with these values.
+    // Returns the peer's order that sends the signal with these values.
     QString order(const QString &signatureAndValues) const;
 };
 
@@ -71,7 +71,7 @@ std::vector<Operation> controlSignals();
 std::vector<Operation> taskOperations();
 std::vector<Operation> otherOperations();
 
-// Of a signal: sends the marker, if there is a bus, and waits for it.
+// For a signal: sends the marker, if there is a bus, and waits for it.
 void hearMarker(Rig &rig, const Operation &operation);
 
 #endif

@@ -48,7 +48,7 @@ Operation windowStatus()
     return operation;
 }
 
-// It asks nobody, so that no fault of the bus reaches it.
+// It sends nothing, so no fault of the bus reaches it.
 Operation lookUp()
 {
     Operation operation;

@@ -61,7 +61,7 @@ void Rig::endBus()
 
 void Rig::startService()
 {
-    // Signals that come before it is known are dropped.
+    // QtDBus drops signals until it knows the service.
     waitForOwner(Somebody, [this] {
         m_service.emplace(*m_bus);
         m_service->order("own " OSTREL_SERVICE_NAME);
@@ -98,7 +98,7 @@ void Rig::begin()
     taskType = "sync";
     parameters.clear();
     invokerIsFirst = false;
-    // A connection hands nothing over, its end included, before the event loop has run.
+    // Before the event loop has run, a connection reports nothing, not even its end.
     connection();
     QCoreApplication::processEvents();
     if (connection().isConnected()) {
@@ -145,7 +145,7 @@ void Rig::settleWith(const QString &whom) const
     QCoreApplication::sendPostedEvents();
     QDBusConnection bus = connection();
     if (bus.isConnected()) {
-        // Whatever comes of it is an answer.
+        // Any answer will do.
         const QDBusPendingCallWatcher answer(bus.asyncCall(
             QDBusMessage::createMethodCall(whom, "/", "org.freedesktop.DBus.Peer", "Ping")));
         bool answered = false;

@@ -16,25 +16,24 @@
 #include <memory>
 #include <optional>
 
-// The bus, the service on it, which is a peer that does whatever it is told to, and what a caller
-// of the library saw.
+// The bus, a peer as the service on it, and what a caller of the library saw.
 class Rig
 {
 public:
     enum Bus {
         NoBus,
         WithBus,
-        // One that passes on no answer to a call that was not made to its sender.
+        // The bus passes on no answer to a call that was made to another peer.
         WithStrictBus
     };
 
-    // replyTimeout: after how many milliseconds the bus itself answers a call that nobody answers.
-    // type: what the bus is to the client, which connects when it begins. libdbus learns the
-    // addresses of all buses then.
+    // replyTimeout: after how many milliseconds the bus answers a call that nobody answers. type:
+    // which bus of the client this is. The client connects in begin(), because libdbus then learns
+    // the addresses of all buses.
     explicit Rig(Bus bus, std::optional<int> replyTimeout = std::nullopt,
                  QDBusConnection::BusType type = QDBusConnection::SessionBus);
 
-    // The client's.
+    // The connection of the client.
     QDBusConnection connection() const;
     bool isOnSystemBus() const { return m_type == QDBusConnection::SystemBus; }
 
@@ -45,19 +44,19 @@ public:
     // Both return when the client's connection knows.
     void startService();
     void killService();
-    // For one that was told to end.
+    // For a service that was told to end.
     void buryService();
-    // The same for what else changes the owner of the service's name.
+    // The same for other changes of the owner of the service's name.
     enum Owner {
         Nobody,
         Somebody
     };
     void waitForOwner(Owner owner, const std::function<void()> &change) const;
 
-    // Forgets what was seen and arranged. The service is there afterwards, if the bus is.
+    // Forgets all events and arrangements. Starts the service, if there is a bus.
     void begin();
 
-    // What the caller sees, in its order. A text of many x is shortened.
+    // Adds what the caller sees. Long runs of x are shortened.
     void add(const QString &event);
     // Adds an event if a callback has run within the call that was just made.
     void noteEarlyCallbacks();
@@ -65,25 +64,25 @@ public:
     const QStringList &events() const { return m_events; }
     int code() const { return m_code; }
 
-    // What the library logged since the last question. Qt has something to say when it learns late
-    // that a service has another owner; that is left out.
+    // Returns what the library has logged since the last call, without Qt's own warning of a late
+    // change of the service's owner.
     QStringList takeWarnings();
 
-    // Every callback keeps one.
+    // Every callback holds one.
     std::shared_ptr<void> token() const { return m_token; }
     int liveCallbacks() const { return int(m_token.use_count()) - 1; }
 
-    // Returns when all that the bus has delivered by now has been handled.
+    // Returns when everything that the bus has delivered until now has been handled.
     void settle() const { settleWith("org.freedesktop.DBus"); }
-    // Returns when the service has answered all that it was asked by now, too.
+    // Returns when the service has also answered everything that it was asked until now.
     void settleWithService() const;
 
-    // What the operations are called with.
+    // The argument of the operations.
     QString argument;
     QString taskType;
-    // Of a debugged start and of a task, in place of usual parameters.
+    // The parameters of a debugged start and of a task, instead of the usual ones.
     QVariantMap parameters;
-    // An invoker is made in front of what happens to it, and not behind that.
+    // Create the invoker before the fault happens, not after it.
     bool invokerIsFirst = false;
 
 private:
@@ -92,7 +91,7 @@ private:
     const QDBusConnection::BusType m_type;
     std::optional<PrivateBus> m_bus;
     std::optional<Peer> m_service;
-    // Those of all rigs, because whoever collects last gets everything.
+    // Shared by all rigs, because the last collector gets everything.
     std::shared_ptr<const Warnings> m_warnings;
     int m_warningsTaken = 0;
     QStringList m_events;
@@ -103,7 +102,7 @@ private:
 // The code, and the message unless it is null.
 QString textOf(const Ostrel::Error &error);
 
-// The same with a run of many x written as x*N.
+// The same with long runs of x written as x*N.
 QString shortened(const QString &text);
 
 #endif

@@ -14,10 +14,10 @@ using Ostrel::TaskInvoker;
 namespace
 {
 
-// Of longer ones the bus passes on no changes, so that something else has to end the waiting.
+// With a longer type, the bus passes on no changes, so something else must end the waiting.
 constexpr int longestHeardType = 800;
 
-// Adds what an invoker tells of its lists.
+// Adds the signals of an invoker, with its lists.
 void listen(Rig &rig, const TaskInvoker *invoker)
 {
     QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker,
@@ -45,7 +45,7 @@ QString session(const Rig &rig)
                                      : path + rig.taskType;
 }
 
-// One whose registration has been answered, as well as it can be.
+// Returns an invoker whose registration has an outcome.
 std::shared_ptr<TaskInvoker> makeReadyInvoker(Rig &rig)
 {
     if (rig.hasService()) {
@@ -74,7 +74,7 @@ Operation call(const char *name, const char *method, const char *signature, cons
     return operation;
 }
 
-// The callback runs exactly once, so that the number of events is known.
+// The callback runs exactly once, so the number of events is known.
 void waitForReport(Rig &rig, const QString &label)
 {
     waitUntil([&rig, &label] {
@@ -92,7 +92,7 @@ Operation registration()
     operation.path = OSTREL_TASK_INVOKER_PATH;
     operation.interface = OSTREL_TASK_INVOKER_INTERFACE;
     operation.seenFailure = [](const Failure &failure) {
-        // QDebug has its own way with quotation marks.
+        // QDebug escapes quotation marks.
         QString message = failure.message;
         message.replace("\"", "\\\"");
         return QString("ready %1; warning: TaskInvoker registration failed: "

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <string>
 
-// The bytes of one execution, taken from the front. When they are used up, there are only zeros, so
-// that any number of bytes means something.
+// The bytes of one execution, taken from the front. After the last one come zeros, so any number of
+// bytes means something.
 class Bytes
 {
 public:
@@ -34,7 +34,7 @@ public:
         return byte;
     }
 
-    // Whether the next byte is this one, which is then taken.
+    // Takes the next byte if it is this one. Returns whether it is.
     bool takeIf(char byte)
     {
         const bool is = !isEmpty() && peek() == static_cast<std::uint8_t>(byte);
@@ -44,10 +44,10 @@ public:
         return is;
     }
 
-    // A length or a count below 16; the digits 0 to 9 stand for themselves.
+    // A length or a count below 16. The digits 0 to 9 stand for themselves.
     int takeCount() { return take() % 16; }
 
-    // An integral number, little-endian.
+    // A little-endian integer.
     template <typename Number> Number takeNumber()
     {
         std::uint64_t number = 0;
@@ -57,7 +57,7 @@ public:
         return static_cast<Number>(number);
     }
 
-    // As many bytes as a count before them says.
+    // A string whose length comes before it.
     std::string takeString()
     {
         const std::size_t size = std::min(static_cast<std::size_t>(takeCount()), m_left);

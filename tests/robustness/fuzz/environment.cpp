@@ -48,10 +48,10 @@ void prepareProcess(std::initializer_list<const char *> expected)
     static std::string name = "fuzzer";
     static std::array<char *, 2> arguments{name.data(), nullptr};
     static int count = 1;
-    // The fuzzer leaves without destroying anything.
+    // The fuzzer exits without destroying anything.
     static const TestFolder folder;
     qputenv("TMPDIR", folder.path());
-    // Another dispatcher than GLib's takes half the time.
+    // Without GLib's dispatcher, an execution takes half the time.
     qputenv("QT_NO_GLIB", "1");
     static auto *application = new QCoreApplication(count, arguments.data());
     require(application != nullptr, "the application is there");
@@ -64,7 +64,7 @@ void prepareProcess(std::initializer_list<const char *> expected)
 Peer &sharedPeer(std::initializer_list<const char *> expected)
 {
     prepareProcess(expected);
-    // Never destroyed: at the end of the process, Qt's own parts may be gone before.
+    // Never destroyed: at the end of the process, parts of Qt may be gone.
     static Peer *peer = new Peer;
     return *peer;
 }

@@ -6,13 +6,12 @@
 
 #include "peer.h"
 
-// Makes the application object. The texts are what may be logged, by their beginnings: anything
-// else that is logged as a warning or worse is a finding, like Qt's complaint about a value that
-// was read as something else. Only the first call does something.
+// Creates the application object. The strings are the beginnings of what may be logged. Any other
+// warning is a finding, for example when Qt reads a value as another type. Later calls do nothing.
 void prepareProcess(std::initializer_list<const char *> expectedTexts);
 
-// What the executions of a target share; it is made at first use, with the process prepared as
-// above, and lives until the process ends.
+// The peer that all executions of a target share. The first call prepares the process as above and
+// creates the peer, which lives until the process ends.
 Peer &sharedPeer(std::initializer_list<const char *> expectedTexts);
 
 #endif

@@ -20,9 +20,9 @@
 #include <string>
 #include <vector>
 
-// Programs use the library against a service that answers each call with anything, and sends
-// anything as its signals. None of it may crash or hang the caller, leak, or be taken for success
-// where it is none.
+// Programs use the library with a service that answers each call with any message, and sends any
+// message as its signals. Nothing may crash or hang the caller, leak, or be reported as a success
+// that it is not.
 
 namespace
 {
@@ -56,7 +56,7 @@ void appendPath(DBusMessage *message, const char *path)
     dbus_message_append_args(message, DBUS_TYPE_OBJECT_PATH, &path, DBUS_TYPE_INVALID);
 }
 
-// What the service has answered.
+// What the service answered.
 struct Answer
 {
     bool isError = false;
@@ -83,16 +83,16 @@ void idle()
     });
 }
 
-// What an answer that is no error holds, besides what the bytes say.
+// The parts of a successful answer that do not come from the bytes.
 struct Form
 {
-    // With one of the kinds of answer, it begins like this.
+    // An answer of one kind begins like this.
     std::function<void(DBusMessage *message, Bytes &bytes)> begin;
-    // How many values the bytes have to make at least.
+    // How many values must come from the bytes at least.
     int minimum = 0;
 };
 
-// Makes the call with a service that answers it as the bytes say.
+// Makes the call. The service answers it as the bytes say.
 Answer answerTo(Bytes &bytes, const std::function<void()> &call, const Form &form = {})
 {
     static const std::array<const char *, 4> errors{OSTREL_ERROR_PREFIX "AppNotFound",
@@ -115,7 +115,7 @@ Answer answerTo(Bytes &bytes, const std::function<void()> &call, const Form &for
         return messages;
     });
     call();
-    idle(); // and with that, the answer has been written
+    idle(); // the answer has been written by then
     return answer;
 }
 
@@ -144,7 +144,7 @@ void listRunning(Bytes &bytes)
     Ostrel::Error error;
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
-    // A debugging build stops where there are fewer than two values.
+    // A debug build aborts if there are fewer than two values.
     const Answer answer = answerTo(bytes,
                                    [&] {
                                        error = Ostrel::Control::instance()->getRunningApplications(
@@ -155,8 +155,8 @@ void listRunning(Bytes &bytes)
     require(!error || (applications.isEmpty() && services.isEmpty()), "a failure has no result");
 }
 
-// Runs the event loop until a call has been answered, and a little further: by then, a second
-// answer would have come.
+// Runs the event loop until a call has been answered, and a little longer: a second answer would
+// have come by then.
 class Waiter
 {
 public:
@@ -284,8 +284,8 @@ void updateWindow(Bytes &bytes)
     require(bool(error) != answer.has("u"), "only the right answer is success");
 }
 
-// Has the service send a signal that the bytes make, and waits until all that follows from it has
-// happened: a signal that comes behind it has arrived by then.
+// Makes the service send a signal from the bytes. Returns when everything that follows from it has
+// happened: a later signal has arrived.
 Answer hear(Bytes &bytes, const char *path, const char *interface, const char *member,
             const Form &form)
 {
@@ -372,7 +372,7 @@ void hearControl(Bytes &bytes)
     --count; // the marker
     const bool isRight = sent.signature == kind.types;
     require(count == 0 || (count == 1 && isRight), "only the right signal is heard");
-    // One without a state has none to tell.
+    // A change without a state emits nothing.
     require(count == 1 || !isRight || kind.member == kinds[1].member, "the right signal is heard");
 }
 
@@ -394,7 +394,7 @@ void run(Bytes &bytes)
     steps.at(std::size_t(bytes.takeCount()) % steps.size())(bytes);
 }
 
-// Qt drops signals that come right behind the answer to who owns the name.
+// Qt drops signals that come right after it has learnt who owns the name.
 void awaitOwner()
 {
     bool came = false;

@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cstring>
 
-// A caller's map is sent. Whatever is in it, either it is refused with an error, here or by Qt, or
-// it arrives well-formed and with an entry for each key.
+// A caller's map is sent. The library or Qt refuses it with an error, or it arrives well-formed and
+// with an entry for each key.
 
 namespace
 {
@@ -30,7 +30,7 @@ int entriesOf(DBusMessage *message)
     return count;
 }
 
-// How many bytes the arguments of a message take.
+// Returns how many bytes the arguments of a message take.
 qint64 bodyOf(DBusMessage *message)
 {
     char *bytes = nullptr;
@@ -46,7 +46,7 @@ qint64 bodyOf(DBusMessage *message)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    // What the JSON writer leaves out, and what the map's maker is told by Qt.
+    // Warnings of the JSON writer, and Qt's own while the map is made.
     Peer &peer =
         sharedPeer({"Unknown JSON value type", "JSON array of arrays are not supported",
                     "JSON value is nested too deeply", "QDBusObjectPath: invalid path",

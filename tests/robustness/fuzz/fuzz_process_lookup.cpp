@@ -15,15 +15,15 @@
 #include <cstring>
 #include <vector>
 
-// The reader of a process's control groups, with any file and buffers of any size. The first two
-// bytes are the sizes, the rest is the file.
+// The reader of control groups, with any file and buffers of any size. The first two bytes are the
+// sizes, the rest is the file.
 
 namespace
 {
 
 constexpr int pid = 1;
 
-// A root file system with the one file.
+// A root file system with this one file.
 class Root
 {
 public:
@@ -47,7 +47,7 @@ private:
     QFile m_file;
 };
 
-// A text that ends within its buffer.
+// The string must end in its buffer.
 void requireEnd(const std::vector<char> &buffer)
 {
     require(buffer.empty() || std::find(buffer.cbegin(), buffer.cend(), '\0') != buffer.cend(),
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size < 2) {
         return 0;
     }
-    // On the heap, where a byte too many is seen.
+    // On the heap, where the sanitizers see an overflow of one byte.
     std::vector<char> appId(data[0], '#');
     std::vector<char> instance(data[1], '#');
     root.write(reinterpret_cast<const char *>(data) + 2, size - 2);

@@ -14,15 +14,14 @@
 #include <tuple>
 #include <vector>
 
-// Every reader of bus data reads a value of any type, that came in a message. None may crash, hang,
-// leak, or complain of a type that it does not refuse; and each has to step over exactly this
-// value.
+// Every reader of bus data reads a received value of any type. None may crash, hang, leak, or warn
+// of a type that it does not refuse. Each must skip exactly this value.
 
 namespace
 {
 
-// Where a value begins in a message. A copy of a QDBusArgument moves on by itself when it is read,
-// so that every reader begins at the same place.
+// Where a value begins in a message. Copies of a QDBusArgument are read independently, so every
+// reader begins at the same place.
 struct Place
 {
     QDBusArgument argument;
@@ -49,7 +48,7 @@ struct Place
     }
 };
 
-// A record holds something before, so that a member that a reader leaves out is seen.
+// Records that already hold something: a member that a reader leaves out is seen.
 
 auto membersOf(Ostrel::RunningApplication &record)
 {
@@ -98,7 +97,7 @@ template <typename Record> Record filled()
     return record;
 }
 
-// The members of a structure as Qt reads what it knows nothing of.
+// A member of a structure, as Qt reads it without knowing the type.
 struct Member
 {
     std::string type;
@@ -120,7 +119,7 @@ std::vector<Member> membersAt(const Place &place)
         }
         copy.endStructure();
     }
-    // What is begun and not ended leaks.
+    // A container that is begun and not ended leaks.
     if (place.sent.isStructure) {
         copy.endStructure();
     }
@@ -153,7 +152,8 @@ void requireMember(quint32 member, const Member *sent)
             "a record has the unsigned number that was sent");
 }
 
-// Each member that has its own type on the wire is read, each other one has its default value.
+// A member that has its own type on the wire must be read. Any other one must have its default
+// value.
 template <typename Record> void requireMembers(Record record, const std::vector<Member> &sent)
 {
     std::size_t index = 0;
@@ -175,7 +175,7 @@ template <typename Record> void readRecords(const Place &place, const std::vecto
             "a vector has a record for each structure of an array");
 }
 
-// The keys of a map as Qt reads what it knows nothing of, each once and in order.
+// Returns the keys of a map as Qt reads them without knowing the type, each once and in order.
 QStringList keysAt(const Place &place)
 {
     QMap<QString, bool> keys;
@@ -196,7 +196,7 @@ QStringList keysAt(const Place &place)
     return keys.keys();
 }
 
-// Those of the types that are text in another form than the variant's own are left out.
+// Some types have another string as a key than as a variant; those are left out.
 bool hasPlainKeys(const std::string &type)
 {
     return type.compare(0, 2, "a{") == 0 && type[2] != 'o' && type[2] != 'g';
@@ -234,7 +234,7 @@ template <typename... Types> void cast(const QVariant &value)
     (qdbus_cast<Types>(value), ...);
 }
 
-// As values of replies and of property maps are read.
+// Reads a value as the values of replies and of property maps are read.
 void readAsAnyType(const QVariant &value)
 {
     cast<Ostrel::RunningApplication, Ostrel::RunningService, Ostrel::TaskState,
@@ -248,7 +248,7 @@ void readAsAnyType(const QVariant &value)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    // The other one is Qt's: it takes an empty signature, which D-Bus allows, for a mistake.
+    // The second one is Qt's: it warns of an empty signature, which D-Bus allows.
     Peer &peer = sharedPeer({"Unsupported type:  \"", "QDBusSignature: invalid signature \"\""});
     Ostrel::registerDBusTypes();
     Bytes bytes(data, size);
@@ -259,7 +259,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (!sent.isStructure) {
         readAsAnyType(first);
     }
-    // What Qt takes for a basic type has no place to read from.
+    // Qt has already read a basic type, so there is nothing to read from.
     if (first.userType() != qMetaTypeId<QDBusArgument>()) {
         return 0;
     }

@@ -33,8 +33,8 @@ Peer::~Peer()
     dbus_connection_unref(m_libdbus);
 }
 
-// Until Qt dispatches messages, a little after it has announced the connection, one that arrives
-// lies there till the next one comes.
+// Qt begins to dispatch messages some time after it has announced the connection. A message that
+// arrives before waits for the next one.
 void Peer::awaitDispatch()
 {
     const MessagePointer message(dbus_message_new_method_call(nullptr, "/a", "a.b", "Take"));
@@ -57,8 +57,7 @@ void Peer::send(DBusMessage *message)
     dbus_connection_flush(m_libdbus);
 }
 
-// If the message is not well-formed, Qt closes the connection, and this waits for the fuzzer's
-// limit.
+// If the message is malformed, Qt closes the connection, and this waits until the fuzzer's timeout.
 QDBusMessage Peer::toQt(DBusMessage *message)
 {
     send(message);

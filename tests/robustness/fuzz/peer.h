@@ -14,18 +14,18 @@
 
 #include <optional>
 
-// A connection of this process with itself, over a socket and without a bus: one end is libdbus,
-// the other one Qt. Messages cross it as they cross a bus.
+// A connection of this process with itself, over a socket and without a bus. One end is libdbus,
+// the other is Qt. Messages cross it as they cross a bus.
 class Peer : public QDBusVirtualObject
 {
 public:
     Peer();
     ~Peer() override;
 
-    // Sends a method call that wants no reply from libdbus to Qt, and returns it as it arrives.
+    // Sends a method call, which wants no reply, from libdbus to Qt. Returns it as it arrives.
     QDBusMessage toQt(DBusMessage *message);
 
-    // Sends a message from Qt to libdbus, and returns it as it arrives.
+    // Sends a message from Qt to libdbus. Returns it as it arrives.
     MessagePointer fromQt(const QDBusMessage &message);
 
 private:

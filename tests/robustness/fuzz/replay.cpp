@@ -11,7 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-// Runs a target once with each file of a folder, where there is no fuzzer.
+// Without the fuzzer, runs a target once with each file of a folder.
 int main(int argc, char **argv)
 {
     if (argc != 2) {
@@ -24,7 +24,7 @@ int main(int argc, char **argv)
     }
     std::sort(files.begin(), files.end());
     for (const auto &file : files) {
-        // The last one that is named is the one that fails.
+        // The last file that is printed is the one that fails.
         std::cout << file.string() << std::endl;
         std::ifstream stream(file, std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};

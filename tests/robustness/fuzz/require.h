@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <iostream>
 
-// Ends the process if what has to be so is not; the fuzzer then keeps the input.
+// Ends the process if the condition is false; the fuzzer then keeps the input.
 inline void require(bool condition, const char *what)
 {
     if (!condition) {

@@ -13,14 +13,14 @@ ScriptedService::ScriptedService()
 {
     startBus();
     takeName();
-    // It lives as long as the process: the fuzzer leaves without destroying anything.
+    // The thread lives as long as the process: the fuzzer exits without destroying anything.
     m_thread = std::thread([this] { serve(); });
     m_thread.detach();
 }
 
 void ScriptedService::startBus()
 {
-    // The bus ends with the pipe that its child watches, however this process ends.
+    // However this process ends, the pipe closes, and its child ends the bus.
     static auto *bus = new QProcess;
     bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     bus->start(

@@ -13,18 +13,17 @@
 #include <thread>
 #include <vector>
 
-// What the service does with a call: makes messages, the answer and others, in the order in which
-// they are to be sent.
+// Returns the messages that the service sends for a call, the answer and others, in order.
 using Script = std::function<std::vector<MessagePointer>(DBusMessage *call)>;
 
-// The service's place on a bus of the process's own, taken by a thread with libdbus. The session
-// bus of this process is that bus from then on.
+// Owns the service's name on a bus of this process, in a thread with libdbus. This bus becomes the
+// session bus of the process.
 class ScriptedService
 {
 public:
     ScriptedService();
 
-    // What happens to each call from now on.
+    // Sets what happens to each call from now on.
     void setScript(const Script &script);
 
 private:

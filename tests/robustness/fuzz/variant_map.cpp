@@ -20,7 +20,7 @@
 #include <QtDBus/QDBusUnixFileDescriptor>
 #include <QtDBus/QDBusVariant>
 
-// A caller's own type that is a map on the bus and converts to another one.
+// A caller's own type that is a map on the bus and converts to another map.
 struct Settings
 {
     QString name;
@@ -41,16 +41,16 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Settings & /*sett
 namespace
 {
 
-// What the map being made is given, and has been given.
+// The received value for the map that is being made, and what the map is.
 QVariant receivedValue;
 bool isKnown = true;
 
-// Deeper than any message, and not so deep that making it takes long.
+// Deeper than any message, but not too slow to make.
 constexpr int maximumDepth = 100;
 
 QString takeText(Bytes &bytes)
 {
-    // UTF-16 of any kind, among it null characters and half surrogates.
+    // UTF-16 of any kind, with null characters and single surrogates.
     if (bytes.takeIf('~')) {
         QString text;
         for (int left = bytes.takeCount(); left > 0; --left) {
@@ -104,7 +104,7 @@ QVariantMap takeMap(Bytes &bytes, int depth)
     return map;
 }
 
-// A number in structures, one in another.
+// A number in nested structures.
 void writeStructures(QDBusArgument &argument, int count)
 {
     for (int level = 0; level < count; ++level) {
@@ -116,8 +116,8 @@ void writeStructures(QDBusArgument &argument, int count)
     }
 }
 
-// Whole values, as a caller writes them. libdbus does not survive the writing of a signature that
-// is too long, so that there is one value if it is deep.
+// Whole values, as a caller writes them. libdbus aborts if a signature becomes too long, so there
+// is only one value if it is deep.
 QDBusArgument takeArgument(Bytes &bytes)
 {
     QDBusArgument argument;
@@ -204,7 +204,7 @@ QVariant takeSimple(Bytes &bytes, std::uint8_t code)
     case 'X':
         isKnown = false;
         return QVariant::fromValue(Settings{takeText(bytes)});
-    // What has no form on the bus.
+    // Values that have no form on the bus.
     case 'f':
         return QVariant::fromValue(1.5F);
     case 'c':

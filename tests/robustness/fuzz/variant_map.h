@@ -14,13 +14,13 @@ void registerVariantTypes();
 struct GivenMap
 {
     QVariantMap map;
-    // False if it holds a QDBusArgument that a caller writes, or a type of the caller's own: nobody
-    // else knows how large that is.
+    // False if the map holds a QDBusArgument that a caller writes, or a caller's own type: only the
+    // caller knows how large they are.
     bool isKnown = true;
 };
 
-// A map as a caller of the library may give it: with values of any type, such that can be sent and
-// such that cannot, within one another. The received value may be among them.
+// Returns a map as a caller of the library may pass it, with nested values of any type, sendable or
+// not. The received value may be among them.
 GivenMap takeMap(Bytes &bytes, const QVariant &received);
 
 #endif

@@ -13,7 +13,7 @@
 namespace
 {
 
-// What libdbus lets through with one message.
+// How many descriptors libdbus accepts in a message.
 constexpr int maximumDescriptors = 16;
 
 class Writer
@@ -25,15 +25,15 @@ public:
     {
     }
 
-    // A type whose value can be written next, and has to be.
+    // A type whose value can be written next.
     std::string takeType(Room room)
     {
         const std::string type = ::takeType(m_bytes, room);
         return reserveDescriptors(type) ? type : "y";
     }
 
-    // Writes a value of the type, which stands in so many containers. The result is the number of
-    // its elements, if it is an array.
+    // Writes a value of the type, which is in so many containers. Returns the number of its
+    // elements, if it is an array.
     int write(DBusMessageIter *to, const std::string &type, int containers)
     {
         switch (type.front()) {
@@ -158,7 +158,7 @@ private:
             append(to, code, &descriptor);
             break;
         }
-        default: // 64 bits, of a double too
+        default: // 64 bits, also a double
             number<std::uint64_t>(to, code);
         }
     }
@@ -242,13 +242,13 @@ void takeArguments(Bytes &bytes, DBusMessage *message, int minimum)
 {
     DBusMessageIter arguments;
     dbus_message_iter_init_append(message, &arguments);
-    Writer writer(bytes, maximumDescriptors / 2); // properties and others may stand in one message
+    Writer writer(bytes, maximumDescriptors / 2); // a message may hold properties and other values
     const int count = minimum + bytes.takeCount() % 6;
     std::size_t length = std::strlen(dbus_message_get_signature(message));
     for (int i = 0; i < count; ++i) {
         std::string type = writer.takeType(Room());
         if (length + type.size() + std::size_t(count) > DBUS_MAXIMUM_SIGNATURE_LENGTH) {
-            type = "y"; // for the rest there is room then
+            type = "y"; // no more descriptors fit
         }
         length += type.size();
         writer.write(&arguments, type, 0);
@@ -259,6 +259,6 @@ void takeProperties(Bytes &bytes, DBusMessage *message, const std::vector<std::s
 {
     DBusMessageIter arguments;
     dbus_message_iter_init_append(message, &arguments);
-    Writer writer(bytes, maximumDescriptors / 2); // properties and others may stand in one message
+    Writer writer(bytes, maximumDescriptors / 2); // a message may hold properties and other values
     writer.properties(&arguments, names);
 }

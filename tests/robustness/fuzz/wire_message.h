@@ -18,8 +18,8 @@ struct UnrefMessage
 };
 using MessagePointer = std::unique_ptr<DBusMessage, UnrefMessage>;
 
-// A method call with a value of any type that a message can hold, and the string "marker" behind
-// it. It is made with libdbus, with none of Qt's code.
+// A method call with a value of any type that a message can hold, and then the string "marker".
+// libdbus makes it, without any code of Qt.
 struct WireMessage
 {
     MessagePointer message;
@@ -27,17 +27,17 @@ struct WireMessage
     std::string type;
     // How many elements the value has, if it is an array.
     int length = 0;
-    // Whether value and marker stand in a structure. If not, they are two arguments.
+    // Whether value and marker are in one structure. Otherwise they are two arguments.
     bool isStructure = false;
 };
 
 // Any bytes make a well-formed message.
 WireMessage takeMessage(Bytes &bytes);
 
-// Puts a few values of any types behind what the message holds already, at least so many.
+// Appends a few values of any types to the message, at least minimum.
 void takeArguments(Bytes &bytes, DBusMessage *message, int minimum = 0);
 
-// A map of properties, "a{sv}": each key one of the names, each value of any type.
+// Appends a map of properties, "a{sv}". Each key is one of the names, each value is of any type.
 void takeProperties(Bytes &bytes, DBusMessage *message, const std::vector<std::string> &names);
 
 #endif

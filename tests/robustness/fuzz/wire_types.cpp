@@ -11,10 +11,10 @@ namespace
 constexpr std::string_view basicCodes = "ybnqiuxtdsogh";
 constexpr std::string_view allCodes = "ybnqiuxtdsoghva(";
 
-// A signature has up to 255 characters, and what is open has to be closed.
+// A signature may have 255 characters, and open containers must be closed.
 constexpr std::size_t longEnough = 150;
 
-// The byte itself if it is one of the codes, otherwise one of them that stands for it.
+// Returns the byte if it is one of the codes, or another code for it.
 char codeOf(std::uint8_t byte, std::string_view codes)
 {
     const char code = static_cast<char>(byte);

@@ -8,9 +8,9 @@
 
 #include <string>
 
-// D-Bus signatures, as text.
+// D-Bus signatures as strings.
 
-// How many containers may still be put into one another.
+// How many more containers may be nested.
 struct Room
 {
     int arrays = 32;
@@ -18,14 +18,14 @@ struct Room
     int containers = 64;
 };
 
-// One complete type that fits into the room, as the bytes spell it. Any bytes spell one: those that
-// are no type code stand for one, and what is missing is added.
+// Returns one complete type that fits into the room. Any bytes spell one: a byte that is no type
+// code stands for one, and what is missing is added.
 std::string takeType(Bytes &bytes, Room room);
 
-// The end of the complete type at the beginning.
+// Returns the end of the complete type at the beginning.
 const char *endOfType(const char *type);
 
-// How many file descriptors a value of the types needs, however short its arrays are.
+// Returns how many file descriptors a value of the types needs, however short its arrays are.
 int descriptorsIn(const std::string &types);
 
 #endif

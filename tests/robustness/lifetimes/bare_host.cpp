@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// A program that knows nothing of Qt: loads a plugin, has it use the library and unloads it, again
-// and again.
+// A program without Qt. It loads a plugin that uses the library, and unloads it, several times.
 
 #include <cstdlib>
 #include <dlfcn.h>

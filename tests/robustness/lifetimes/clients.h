@@ -20,7 +20,7 @@ inline void say(const QString &line)
     std::cout << qPrintable(line) << std::endl;
 }
 
-// One of each client, and what they tell.
+// One client of each class, and what it reports.
 class Clients
 {
 public:
@@ -37,7 +37,7 @@ public:
 
     Ostrel::Control &control() { return m_control; }
 
-    // Calls that are answered in the event loop, if at all.
+    // Makes calls that are answered in the event loop, if at all.
     void call()
     {
         m_invoker.stop("none", [this](const Ostrel::Error &error) { note("stopped", error); });
@@ -47,7 +47,7 @@ public:
                                      });
     }
 
-    // A call that waits for its answer, which a signal follows.
+    // Makes a call that blocks; a signal follows the answer.
     void start()
     {
         const auto result = m_control.start("demo.Viewer");
@@ -67,7 +67,7 @@ public:
         }
     }
 
-    // Writes so many events, in the order of the alphabet: that of the bus is not fixed.
+    // Writes so many events, sorted, because their order on the bus is not fixed.
     void sayEvents(int count)
     {
         waitUntil([this, count] { return m_events.size() >= count; });

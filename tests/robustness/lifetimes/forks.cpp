@@ -15,12 +15,12 @@
 namespace
 {
 
-// Forks, and returns how the child ended: its exit status, or minus the signal.
+// Forks. Returns how the child ended: its exit status, or minus the signal.
 int inChild(const std::function<void()> &function)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        // One that hangs is to be seen as such.
+        // Ends a child that hangs.
         ::alarm(20);
         function();
         ::_exit(99);
@@ -30,7 +30,7 @@ int inChild(const std::function<void()> &function)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-// A program with calls in flight that has such a child, and goes on.
+// Makes calls, runs the function in a child, and goes on.
 int withChild(int &argc, char **argv, const std::function<void()> &function)
 {
     const QCoreApplication application(argc, argv);
@@ -40,7 +40,7 @@ int withChild(int &argc, char **argv, const std::function<void()> &function)
     say(QString("child: %1").arg(inChild(function)));
     clients.start();
     clients.sayEvents(3);
-    // The same once more, with nothing in flight.
+    // The same without calls in flight.
     say(QString("child: %1").arg(inChild(function)));
     clients.call();
     clients.start();
@@ -56,7 +56,7 @@ int childExecs(int &argc, char **argv)
                      [argv] { ::execl(argv[0], argv[0], "applicationComesLater", nullptr); });
 }
 
-// Not the connection to the bus either.
+// Not even the connection to the bus.
 int childInheritsNothing(int &argc, char **argv)
 {
     return withChild(argc, argv, [] {

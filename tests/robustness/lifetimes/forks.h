@@ -4,7 +4,7 @@
 #ifndef TESTS_LIFETIMES_FORKS_H
 #define TESTS_LIFETIMES_FORKS_H
 
-// Programs that fork with the library in use, as in main.cpp.
+// Programs that fork while they use the library, as in main.cpp.
 
 int childExecs(int &argc, char **argv);
 int childInheritsNothing(int &argc, char **argv);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// Programs that use the library early, late, or in odd ways, one for each name; each writes what it
-// sees. A program that gets through to its end returns 0.
+// Programs that use the library early, late or in unusual ways, one for each name. Each writes what
+// it sees. A program that reaches its end returns 0.
 
 #include "clients.h"
 #include "forks.h"
@@ -26,7 +26,7 @@ namespace
 using Application = std::optional<QCoreApplication>;
 using Scenario = std::function<int(int &argc, char **argv)>;
 
-// Made before QtDBus's own static objects, and so destroyed after them.
+// Created before QtDBus's own static objects, and so destroyed after them.
 class AtExit
 {
 public:
@@ -47,7 +47,7 @@ private:
             m_clients->start();
             m_clients->sayOtherRequests();
             m_clients->call();
-            // Made when there is nothing left to make it with.
+            // Created when QtDBus is gone.
             m_clients = std::make_unique<Clients>();
         }
         m_clients.reset();
@@ -61,7 +61,7 @@ private:
 // clazy:excludeall=non-pod-global-static
 AtExit atExit;
 
-// Made before main() runs, if the environment says so.
+// Created before main() runs, if the environment says so.
 const std::unique_ptr<Clients> early =
     qEnvironmentVariableIsSet("EARLY") ? std::make_unique<Clients>() : nullptr;
 
@@ -131,13 +131,13 @@ int callsInStaticDestructors(int &argc, char **argv)
     return staticObjects(argc, argv);
 }
 
-// With calls that the service does not reply to.
+// The service does not reply to these calls.
 int callsUnderWay(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     auto clients = std::make_unique<Clients>();
     clients->call();
-    // The calls have been sent when this returns.
+    // When this returns, the calls have been sent.
     QVector<Ostrel::RunningApplication> applications;
     QVector<Ostrel::RunningService> services;
     clients->control().getRunningApplications(applications, services);
@@ -158,12 +158,12 @@ int requestUnderWay(int &argc, char **argv)
     };
     static const Ending ending;
     std::thread([control] { control->start("demo.Viewer"); }).detach();
-    // Until the service has the call.
+    // Waits until the service has the call.
     std::cin.get();
     return 0;
 }
 
-// Other threads go on with their requests while the process ends. Those that come too late fail.
+// Other threads continue their requests while the process ends. Requests that come too late fail.
 int requestsWithoutEnd(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -241,7 +241,7 @@ int exitInACallback(int &argc, char **argv)
     return 1;
 }
 
-// A request that blocks logs what a parameter holds that cannot be sent.
+// A request that blocks logs which parameter cannot be sent.
 int exitInAMessageHandler(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -256,7 +256,8 @@ int exitInAMessageHandler(int &argc, char **argv)
     return 1;
 }
 
-// They end when the thread has no event loop any more, and nothing of Qt may be left of it.
+// They are deleted when the thread has no event loop any more. Nothing of Qt's may stay behind in
+// it.
 int objectsOfAThread(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -273,12 +274,12 @@ int objectsOfAThread(int &argc, char **argv)
     return 0;
 }
 
-// Without the event loop QtDBus does not tell that the bus has ended.
+// Without the event loop, QtDBus does not report that the bus has ended.
 int busEndsBeforeTheLoopRuns(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     Clients clients;
-    // What kills the bus, when it is told so.
+    // On this line, the test kills the bus.
     say("ready");
     std::cin.get();
     while (QDBusConnection::sessionBus().isConnected()) {
@@ -289,7 +290,7 @@ int busEndsBeforeTheLoopRuns(int &argc, char **argv)
     return 0;
 }
 
-// Whether a line is written when QtDBus has sent the next call.
+// Whether to write a line when QtDBus has sent the next call.
 std::atomic<bool> saysQuestions{false};
 
 // As the documentation advises.
@@ -298,7 +299,7 @@ int busEndsInTheFirstObject(int &argc, char **argv)
     const QCoreApplication application(argc, argv);
     QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
-    // What stops the bus, and kills it while the object waits for it.
+    // On this line, the test stops the bus. It kills the bus while the object waits for it.
     say("ready");
     std::cin.get();
     saysQuestions = true;

@@ -22,13 +22,13 @@ using Ostrel::WindowManagement;
 namespace
 {
 
-// QtDBus may hold a message for longer than the plugin is there. So the texts own their memory.
+// QtDBus may keep a message longer than the plugin is loaded. So the strings own their memory.
 QString text(const char *characters)
 {
     return characters;
 }
 
-// Returns how many of the four outcomes were good.
+// Returns how many of the four requests succeed.
 int useEverything()
 {
     int good = 0;
@@ -53,7 +53,7 @@ int useEverything()
                                [&](ApplicationState, const Error &error) { arrived(!error); });
     loop.exec();
 
-    // What is never answered here.
+    // The answer would come after the plugin is unloaded.
     invoker.start(text("photos"), {}, {}, [](int, const Error &) { qFatal("late"); });
     return good;
 }

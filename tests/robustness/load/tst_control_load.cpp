@@ -31,7 +31,7 @@ private Q_SLOTS:
     void tenThousandRequestsInFlight();
 
 private:
-    // Has the service send "StateChanged" so often, the instance and the state given.
+    // Makes the service send so many signals "StateChanged" with the state 3.
     void emitStates(const QString &instance, int count) const;
 };
 
@@ -60,7 +60,7 @@ void TestControlLoad::tenThousandRecordsAreRead()
     QVERIFY(!Control().getRunningApplications(applications, services));
     QCOMPARE(applications.size(), 10000);
     QCOMPARE(services.size(), 10000);
-    // Each tells its number, so that the order can be seen.
+    // Each record holds its number, which shows the order.
     for (int i = 0; i < 10000; ++i) {
         const QString number = QString::number(i);
         QVERIFY2(applications.at(i).appId.endsWith(number), qPrintable(applications.at(i).appId));
@@ -91,12 +91,12 @@ void TestControlLoad::twentyThousandSignalsLeaveNothingBehind()
     const MemoryFigures figures;
     receive();
     figures.print("20,000 signals");
-    // A byte a signal would be more.
+    // Even one byte for each signal would be more.
     QVERIFY(leavesNothingBehind(receive, round));
 }
 
-// All are sent before the first one is answered. Each gets its own reply, what they take grows with
-// their number and no faster, and nothing of them stays.
+// All requests are sent before the first one is answered. Each gets its own reply. Their memory
+// grows in proportion to their number, and all of it is freed.
 void TestControlLoad::tenThousandRequestsInFlight()
 {
     Control control;
@@ -125,8 +125,7 @@ void TestControlLoad::tenThousandRequestsInFlight()
         waitUntil([&] { return answered == count && children().isEmpty(); });
         return inFlight;
     };
-    // A piece of memory for each, however small, would be more. The first ones fill what is kept
-    // for later.
+    // The smallest allocation for each request would be more. The first requests fill caches.
     QVERIFY(leavesNothingBehind([&ask] { ask(10000); }, 100000));
     const qint64 some = ask(1000);
     const qint64 many = ask(10000);

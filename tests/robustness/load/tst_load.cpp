@@ -21,7 +21,7 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 using Ostrel::WindowManagement;
 
-// Calls without end: each gets its own answer, and nothing of them stays. OSTREL_LONG_TESTS in the
+// Very many calls: each gets its own answer, and all memory is freed. OSTREL_LONG_TESTS in the
 // environment makes them ten times as many.
 class TestLoad : public SimulatorTest
 {
@@ -42,11 +42,11 @@ private:
 namespace
 {
 
-// What the allocator itself keeps for later. A piece of memory for each call, however small, would
-// be three times as much in the short form.
+// What the allocator may keep. The smallest allocation for each call would be three times as much,
+// in the short form.
 constexpr qint64 mayStay = 100000;
 
-// Makes one call after the other, each when the last has been answered, and counts those answered.
+// Makes a call whenever the previous one has been answered, and counts the answers.
 class Sequence
 {
 public:
@@ -97,10 +97,10 @@ void TestLoad::repeatedRequestsUseNoMoreMemory() const
                 qFatal("call %d: %s", i, qPrintable(text(error)));
             }
         }
-        // What the bus has told meanwhile.
+        // Handles what the bus has sent meanwhile.
         QCoreApplication::processEvents();
     };
-    // The first ones fill what is kept for later.
+    // The first calls fill caches.
     ask(1000);
     MemoryFigures figures;
     ask(m_count);
@@ -190,7 +190,7 @@ void TestLoad::tenThousandReportsInFlight()
         }
         m_simulator.windowStatus().release(reversed);
         waitUntil([&] { return order.size() >= count; });
-        // No second answer is behind these.
+        // There is no second answer to any of them.
         Outcomes marker;
         windows.updateWindowStatus("w", 1, 2, 3, this, marker.callback());
         marker.waitFor(1);

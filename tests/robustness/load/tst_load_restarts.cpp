@@ -21,8 +21,8 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 using Ostrel::WindowManagement;
 
-// A service that ends and comes back, again and again, under objects that stay. OSTREL_LONG_TESTS
-// in the environment makes it ten times as often.
+// The service ends and comes back many times; the clients stay. OSTREL_LONG_TESTS in the
+// environment makes it ten times as often.
 class TestLoadRestarts : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private Q_SLOTS:
     void everyRestartedServiceIsReached();
 
 private:
-    // Starts the service, and returns when QtDBus knows it: what comes earlier, it drops.
+    // Starts the service, and returns when QtDBus knows it. QtDBus drops earlier signals.
     void startService();
 
     std::optional<PrivateBus> m_bus;
@@ -68,7 +68,7 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
     QVERIFY(!waitUntilReady(invoker));
     Events events;
     events.watch(invoker);
-    // One of them: each keeps its proxy for ever.
+    // Only one, because each keeps its proxy until the process ends.
     WindowManagement windows;
     QStringList expectedSignals;
     QStringList expectedEvents;
@@ -87,7 +87,7 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
         QCOMPARE(control.terminate("none").code(), Error::Failed);
 
         startService();
-        // The signals of the new one, to all that were there before.
+        // The new service's signals reach the old clients.
         m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "SelectedByOom",
                                 {number});
         expectedSignals.append("oom " + number);
@@ -97,7 +97,7 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
         signalsOfControl.waitFor(expectedSignals.last());
         events.waitFor(expectedEvents.size());
 
-        // Its answers. It has to be told of the task type again, by another invoker.
+        // The new service answers. It needs the task type again, from another invoker.
         windows.updateWindowStatus("w", i, 2, 3, this, outcomes.callback());
         outcomes.waitFor(2);
         QCOMPARE(outcomes.at(1).state, quint32(i));
@@ -113,7 +113,7 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
     QCOMPARE(signalsOfControl.all(), expectedSignals);
     QCOMPARE(events.all(), expectedEvents);
     QCOMPARE(warnings.texts(), QStringList());
-    // The lists of this test alone take some of it.
+    // The lists of this test take some of it.
     QVERIFY2(growth < 2048, qPrintable(QString::number(growth)));
 }
 

@@ -16,7 +16,7 @@
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
-// A program with much to do: nothing is lost, mixed up or told twice.
+// Very many invokers, calls, tasks and callbacks: nothing is lost, mixed up or reported twice.
 class TestTaskInvokerLoad : public SimulatorTest
 {
     Q_OBJECT
@@ -54,7 +54,7 @@ void TestTaskInvokerLoad::thousandInvokersBecomeReady()
         return std::accumulate(counts.cbegin(), counts.cend(), 0);
     };
     waitUntil([&] { return all(ready) >= count; });
-    // Each hears what is announced for its own type alone.
+    // Each receives the announcements of its own type only.
     emitPropertiesChanged(m_bus, "t500", "1 AvailableTasks a(sa{sv}) 1 a 0");
     waitUntil([&] { return changes.at(500) == 2; });
     roundTrip(*invokers.at(999));
@@ -72,7 +72,7 @@ void TestTaskInvokerLoad::tenThousandStartsInFlightAreAnswered()
     const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
-    // All find it running, so that the simulator answers each at once.
+    // The task runs already, so the simulator answers each call at once.
     int started = 0;
     invoker.start("photos", {}, {}, [&](int number, const Error &) { started = number; });
     waitUntil([&] { return started == 1; });
@@ -190,7 +190,7 @@ void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
                                 "from message bus without replying\""),
              held);
     QCOMPARE(events.size(), held);
-    // What it knew stays until the next service announces something else.
+    // The list stays until the next service announces another one.
     QCOMPARE(text(invoker.availableTasks()), available);
     m_simulator.start();
     roundTrip(invoker);

@@ -12,17 +12,16 @@
 #include <map>
 #include <sstream>
 
-// A peer on the bus that says whatever it is told to, be it right or wrong. It shares no code with
-// Qt.
+// A peer on the bus that sends whatever it is told to, right or wrong. It shares no code with Qt.
 //
-// Usage: peer ADDRESS. It prints its unique name. Each line of standard input is an order, whose
-// words stand between blanks, and is answered by the line "ok" when it has been carried out:
+// Usage: peer ADDRESS. It prints its unique name. Each line of standard input is an order of words
+// between blanks. When the order has been carried out, the peer prints "ok":
 //
 //   own NAME, release NAME
-//   take NAME                the same as own, at once from an owner that took it, who gets it back
+//   take NAME                like own, but at once from an owner that took it, which gets it back
 //                            when this one releases it
-//   forget                   nothing is arranged any more
-//   on METHOD ACTION...      what becomes of the next call of a method: one of
+//   forget                   forgets all arrangements
+//   on METHOD ACTION...      arranges what happens to the next call of a method: one of
 //       answer SIGNATURE VALUE...
 //       fail NAME SIGNATURE VALUE...
 //       ignore
@@ -30,15 +29,15 @@
 //       kill PID             another process is killed
 //       release NAME ACTION...
 //       forge SIGNATURE VALUE... | ACTION...
-//                            a stranger answers the call first, by these values and by errors, with
-//                            the right serial number and with those around it
+//                            a stranger answers the call first, with these values and with errors,
+//                            with the right serial number and those around it
 //   signal SENDER DESTINATION PATH INTERFACE MEMBER SIGNATURE VALUE...
 //   return SENDER DESTINATION SERIAL SIGNATURE VALUE...
 //   error SENDER DESTINATION SERIAL NAME SIGNATURE VALUE...
 //
-// The sender is what is written into the message; the bus knows better. A word '' is empty, and
-// @N at its end stands for N times the letter x. Calls for which nothing is arranged are unknown
-// methods.
+// The sender is written into the message, but the bus replaces it. A word '' is empty, and @N at
+// its end stands for N times the letter x. A call for which nothing is arranged is an unknown
+// method.
 
 namespace
 {
@@ -130,7 +129,7 @@ void Peer::forge(DBusMessage *call, Words &action) const
             }
         }
     }
-    // The bus has looked at all of them when it answers this.
+    // When the bus answers this, it has handled all of them.
     require(dbus_bus_request_name(stranger, "test.Stranger", 0, nullptr) == 1, "no name");
     dbus_connection_close(stranger);
     dbus_connection_unref(stranger);

@@ -13,10 +13,9 @@
 #include <string>
 #include <vector>
 
-// Values of any type that a message can hold, also of those that no command-line tool sends, as
-// libdbus writes them. They are words in busctl's form: in front of the elements of an array stands
-// their number, in front of what is in a variant its signature. The word of a file descriptor says
-// nothing.
+// Writes values of any type with libdbus, also those that no command-line tool sends. The words are
+// in busctl's form: the number of elements comes before the elements of an array, the signature
+// before the content of a variant. The word of a file descriptor is ignored.
 
 [[noreturn]] inline void fail(const std::string &what)
 {
@@ -55,7 +54,7 @@ private:
         return m_words[m_next++];
     }
 
-    // One value, of the type at which the signature stands.
+    // Writes one value of the type at which the signature stands.
     void value(DBusMessageIter *to, const DBusSignatureIter *type)
     {
         const int code = dbus_signature_iter_get_current_type(type);
@@ -136,7 +135,7 @@ private:
     std::size_t m_next = 0;
 };
 
-// Appends what the words spell, which has to be of these types.
+// Appends the values that the words spell. Ends the process if they do not match the signature.
 inline void append(DBusMessage *message, const std::string &signature,
                    const std::vector<std::string> &words)
 {
