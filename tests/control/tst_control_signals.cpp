@@ -9,11 +9,7 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QMetaMethod>
-#include <QtCore/QThread>
-#include <QtDBus/QDBusServiceWatcher>
-#include <QtTest/QSignalSpy>
 
-#include <memory>
 #include <vector>
 
 using Ostrel::Control;
@@ -24,8 +20,6 @@ class TestControlSignals : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void signalsAreDeclaredInTheirOrder();
     void signalsArriveUnchanged();
     void stateIsConvertedToANumber_data();
@@ -36,43 +30,15 @@ private Q_SLOTS:
     void signalsOfOtherTypesAreDropped();
     void signalsOfOtherNamesPathsAndInterfacesAreDropped();
     void signalsOfOtherSendersAreDropped();
-    void signalsOfALaterServiceArrive();
-    void everyControlEmitsTheSignals();
-    void queuedConnectionsCrossThreads();
-    void signalsAreEmittedInTheThreadOfTheControl();
-    void controlMayBeDeletedInASlot_data();
-    void controlMayBeDeletedInASlot();
-    void deletedControlReceivesNothing();
 
 private:
-    void emitSignal(const QString &member, const QVariantList &arguments) const;
     // Makes the service send a signal with values in busctl's form.
     void emitWithBusctl(const QString &member, const QStringList &values) const;
-    // Makes the service send a last signal, and waits for it.
-    void waitForMarker(const ControlEvents &events) const;
 };
-
-void TestControlSignals::initTestCase()
-{
-    // Signals that arrive before the event loop first runs may come in another order.
-    QDBusConnection::sessionBus();
-    QCoreApplication::processEvents();
-}
-
-void TestControlSignals::emitSignal(const QString &member, const QVariantList &arguments) const
-{
-    m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
-}
 
 void TestControlSignals::emitWithBusctl(const QString &member, const QStringList &values) const
 {
     busctlEmitSignal(m_bus, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, values);
-}
-
-void TestControlSignals::waitForMarker(const ControlEvents &events) const
-{
-    emitSignal("SelectedByOom", {"marker"});
-    events.waitFor("oom marker");
 }
 
 void TestControlSignals::signalsAreDeclaredInTheirOrder()
@@ -107,11 +73,11 @@ void TestControlSignals::signalsArriveUnchanged()
     const Control control;
     const ControlEvents events(control);
     const QVariantMap details{{"a", 1}, {"b", "\u00e9"}};
-    emitSignal("Started", {"x.instance_1", details});
-    emitSignal("StateChanged", {"x.instance_1", QVariantMap{{"State", 3U}}});
-    emitSignal("Terminated", {"x.instance_1", details});
-    emitSignal("Started", {QString(), QVariantMap()});
-    emitSignal("SelectedByOom", {"17"});
+    emitControlSignal(m_simulator, "Started", {"x.instance_1", details});
+    emitControlSignal(m_simulator, "StateChanged", {"x.instance_1", QVariantMap{{"State", 3U}}});
+    emitControlSignal(m_simulator, "Terminated", {"x.instance_1", details});
+    emitControlSignal(m_simulator, "Started", {QString(), QVariantMap()});
+    emitControlSignal(m_simulator, "SelectedByOom", {"17"});
     events.waitFor("oom 17");
     QCOMPARE(events.all(),
              (QStringList{"started x.instance_1 {a=1,b=\u00e9}", "state x.instance_1 3",
@@ -154,7 +120,7 @@ void TestControlSignals::stateIsConvertedToANumber()
     const Control control;
     const ControlEvents events(control);
     emitWithBusctl("StateChanged", {"s id", QString("a{sv} 3 A i 1 State %1 Z i 1").arg(value)});
-    waitForMarker(events);
+    events.waitForMarker(m_simulator);
     QCOMPARE(events.all(), (QStringList{QString("state id %1").arg(state), "oom marker"}));
 }
 
@@ -172,7 +138,7 @@ void TestControlSignals::changesWithoutAStateAreIgnored()
     const Control control;
     const ControlEvents events(control);
     emitWithBusctl("StateChanged", {"s id", "a{sv} " + map});
-    waitForMarker(events);
+    events.waitForMarker(m_simulator);
     QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
@@ -220,7 +186,7 @@ void TestControlSignals::signalsOfOtherTypesAreDropped()
     if (values != QStringList("s id")) {
         emitWithBusctl("SelectedByOom", values);
     }
-    waitForMarker(events);
+    events.waitForMarker(m_simulator);
     QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
@@ -230,14 +196,14 @@ void TestControlSignals::signalsOfOtherNamesPathsAndInterfacesAreDropped()
     const ControlEvents events(control);
     const QVariantList arguments{"id", QVariantMap()};
     const QString started = "Started";
-    emitSignal("started", arguments);
-    emitSignal("Began", arguments);
+    emitControlSignal(m_simulator, "started", arguments);
+    emitControlSignal(m_simulator, "Began", arguments);
     m_simulator.emitSignal(OSTREL_SERVICE_PATH "/Control2", OSTREL_CONTROL_INTERFACE, started,
                            arguments);
     m_simulator.emitSignal(OSTREL_SERVICE_PATH, OSTREL_CONTROL_INTERFACE, started, arguments);
     m_simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_SERVICE_NAME ".Control2", started,
                            arguments);
-    waitForMarker(events);
+    events.waitForMarker(m_simulator);
     QCOMPARE(events.all(), QStringList("oom marker"));
 }
 
@@ -267,158 +233,8 @@ void TestControlSignals::signalsOfOtherSendersAreDropped()
     peer.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                              "org.freedesktop.DBus", "GetId"));
     QDBusConnection::disconnectFromBus("peer");
-    waitForMarker(events);
+    events.waitForMarker(m_simulator);
     QCOMPARE(events.all(), QStringList("oom marker"));
-}
-
-void TestControlSignals::signalsOfALaterServiceArrive()
-{
-    m_simulator.end();
-    const Control control;
-    const ControlEvents events(control);
-    for (int i = 1; i <= 3; ++i) {
-        QDBusServiceWatcher watcher(OSTREL_SERVICE_NAME, QDBusConnection::sessionBus(),
-                                    QDBusServiceWatcher::WatchForRegistration);
-        QSignalSpy owned(&watcher, &QDBusServiceWatcher::serviceRegistered);
-        m_simulator.start();
-        // QtDBus drops signals until it knows the new owner.
-        waitUntil([&] { return owned.size() == 1; });
-        const QString id = QString::number(i);
-        emitSignal("SelectedByOom", {id});
-        events.waitFor("oom " + id);
-        if (i < 3) {
-            m_simulator.end();
-        }
-    }
-    QCOMPARE(events.all(), (QStringList{"oom 1", "oom 2", "oom 3"}));
-}
-
-void TestControlSignals::everyControlEmitsTheSignals()
-{
-    const Control first;
-    const Control second;
-    const ControlEvents firstEvents(first);
-    const ControlEvents secondEvents(second);
-    emitSignal("StateChanged", {"id", QVariantMap{{"State", 3U}}});
-    waitForMarker(firstEvents);
-    secondEvents.waitFor("oom marker");
-    const QStringList expected{"state id 3", "oom marker"};
-    QCOMPARE(firstEvents.all(), expected);
-    QCOMPARE(secondEvents.all(), expected);
-}
-
-// The state is a type of the library, which a queued connection must know.
-void TestControlSignals::queuedConnectionsCrossThreads()
-{
-    QThread thread;
-    QObject receiver;
-    receiver.moveToThread(&thread);
-    thread.start();
-    const Control control;
-    const ControlEvents events(control);
-    quint32 state = 0;
-    QThread *ranIn = nullptr;
-    connect(&control, &Control::stateChanged, &receiver,
-            [&](const QString & /*id*/, quint32 changed) {
-                state = changed;
-                ranIn = QThread::currentThread();
-            });
-    QSignalSpy spy(&control, &Control::stateChanged);
-    emitSignal("StateChanged", {"id", QVariantMap{{"State", 4000000000U}}});
-    waitForMarker(events);
-    // The receiver handles this after the signal.
-    QMetaObject::invokeMethod(
-        &receiver, [] {}, Qt::BlockingQueuedConnection);
-    thread.quit();
-    thread.wait();
-    QCOMPARE(state, 4000000000U);
-    QCOMPARE(ranIn, &thread);
-    QCOMPARE(spy.size(), 1);
-    QCOMPARE(spy.at(0).at(1).toUInt(), 4000000000U);
-}
-
-void TestControlSignals::signalsAreEmittedInTheThreadOfTheControl()
-{
-    QThread thread;
-    QObject inThread;
-    inThread.moveToThread(&thread);
-    thread.start();
-    QAtomicInt elsewhere = 0;
-    QAtomicInt emitted = 0;
-    std::unique_ptr<Control> control;
-    const auto count = [&] {
-        elsewhere += QThread::currentThread() == &thread ? 0 : 1;
-        ++emitted;
-    };
-    QMetaObject::invokeMethod(
-        &inThread,
-        [&] {
-            control = std::make_unique<Control>();
-            connect(control.get(), &Control::started, count);
-            connect(control.get(), &Control::terminated, count);
-            connect(control.get(), &Control::stateChanged, count);
-            connect(control.get(), &Control::selectedByOom, count);
-        },
-        Qt::BlockingQueuedConnection);
-    const QString id = "id";
-    emitSignal("Started", {id, QVariantMap()});
-    emitSignal("Terminated", {id, QVariantMap()});
-    emitSignal("StateChanged", {id, QVariantMap{{"State", 3U}}});
-    emitSignal("SelectedByOom", {id});
-    waitUntil([&] { return emitted == 4; });
-    QMetaObject::invokeMethod(
-        &inThread, [&] { control.reset(); }, Qt::BlockingQueuedConnection);
-    thread.quit();
-    thread.wait();
-    QCOMPARE(int(elsewhere), 0);
-}
-
-void TestControlSignals::controlMayBeDeletedInASlot_data()
-{
-    QTest::addColumn<QString>("member");
-    for (const char *member : {"Started", "Terminated", "StateChanged", "SelectedByOom"}) {
-        QTest::newRow(member) << member;
-    }
-}
-
-// Signals that have been read already reach no one.
-void TestControlSignals::controlMayBeDeletedInASlot()
-{
-    QFETCH(QString, member);
-    const Control other;
-    const ControlEvents others(other);
-    auto control = std::make_unique<Control>();
-    int emitted = 0;
-    const auto end = [&] {
-        ++emitted;
-        control.reset();
-    };
-    connect(control.get(), &Control::started, this, end);
-    connect(control.get(), &Control::terminated, this, end);
-    connect(control.get(), &Control::stateChanged, this, end);
-    connect(control.get(), &Control::selectedByOom, this, end);
-    QVariantList arguments{"id"};
-    if (QString(member) != "SelectedByOom") {
-        arguments.append(QVariantMap{{"State", 3U}});
-    }
-    for (int i = 0; i < 3; ++i) {
-        emitSignal(member, arguments);
-    }
-    waitForMarker(others);
-    QCOMPARE(others.all().size(), 4);
-    QCOMPARE(emitted, 1);
-}
-
-void TestControlSignals::deletedControlReceivesNothing()
-{
-    const Control other;
-    const ControlEvents others(other);
-    auto control = std::make_unique<Control>();
-    const ControlEvents events(*control);
-    emitSignal("SelectedByOom", {"early"});
-    control.reset();
-    waitForMarker(others);
-    QCOMPARE(events.all(), QStringList());
 }
 
 OSTREL_TEST_MAIN(TestControlSignals)

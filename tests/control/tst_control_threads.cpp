@@ -65,7 +65,6 @@ private Q_SLOTS:
 void TestControlThreads::initTestCase()
 {
     Control::instance();
-    QCoreApplication::processEvents();
 }
 
 void TestControlThreads::anyThreadMakesRequests_data()

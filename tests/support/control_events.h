@@ -5,11 +5,21 @@
 #define TESTS_CONTROL_EVENTS_H
 
 #include "record_rows.h"
+#include "simulator.h"
 #include "waiting.h"
+
+#include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 
 #include <QtCore/QStringList>
+
+// Makes the service send a signal of ".Control1".
+inline void emitControlSignal(const Simulator &simulator, const QString &member,
+                              const QVariantList &arguments)
+{
+    simulator.emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+}
 
 // Collects the signals of a Control as strings.
 class ControlEvents
@@ -40,6 +50,13 @@ public:
     void waitFor(const QString &event) const
     {
         waitUntil([this, &event] { return m_all.contains(event); });
+    }
+
+    // Makes the service send a last signal, and waits for it.
+    void waitForMarker(const Simulator &simulator) const
+    {
+        emitControlSignal(simulator, "SelectedByOom", {"marker"});
+        waitFor("oom marker");
     }
 
 private:

@@ -3,11 +3,17 @@
 
 #include "simulator_test.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusConnection>
 #include <QtTest/QTest>
 
 SimulatorTest::SimulatorTest()
 {
     m_simulator.start();
+    // Until the event loop has run once, messages may come in another order, and QtDBus does not
+    // notice the end of the bus.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
 }
 
 void SimulatorTest::init()

@@ -113,6 +113,13 @@ inline void roundTrip(Ostrel::TaskInvoker &invoker)
     waitUntil([&answered] { return *answered; });
 }
 
+// The same without an invoker at hand.
+inline void roundTrip()
+{
+    Ostrel::TaskInvoker other(Ostrel::TaskInvoker::SessionBus, "other");
+    roundTrip(other);
+}
+
 inline QString sessionPath(const QString &type)
 {
     return OSTREL_TASK_INVOKER_SESSIONS_PATH + type;

@@ -20,7 +20,6 @@ namespace
 {
 
 const QString type = "sync";
-const QString bothLists = "2 ActiveTasks a(sia{sv}) 1 a 1 0 AvailableTasks a(sa{sv}) 1 b 0";
 
 // There is a session bus, but no system bus.
 TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
@@ -28,28 +27,10 @@ TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
     return new TaskInvoker(bus, type);
 }
 
-// Deletes the invoker in a slot of one of its signals.
-void deleteIn(TaskInvoker *invoker, bool active)
-{
-    const auto end = [invoker] { delete invoker; };
-    if (active) {
-        QObject::connect(invoker, &TaskInvoker::activeTasksChanged, invoker, end);
-    } else {
-        QObject::connect(invoker, &TaskInvoker::availableTasksChanged, invoker, end);
-    }
-}
-
-// Returns when everything that came before has been handled.
-void otherRoundTrip()
-{
-    TaskInvoker other(TaskInvoker::SessionBus, "other");
-    roundTrip(other);
-}
-
 } // namespace
 
-// Invokers are deleted at every stage, and in everything that they call. The sanitizers see whether
-// anything is leaked, or used after it is deleted.
+// Invokers are deleted at every stage, and live in any thread. The sanitizers see whether anything
+// is leaked, or used after it is deleted.
 class TestTaskInvokerLifetimes : public SimulatorTest
 {
     Q_OBJECT
@@ -59,15 +40,6 @@ private Q_SLOTS:
     void deletedBeforeTheReply();
     void deletedWithItsParent();
     void deletedWithoutABus();
-    void deletedInAReadyCallback_data();
-    void deletedInAReadyCallback();
-    void deletedInAReadyCallbackThatRunsAtOnce();
-    void deletedInASlot_data();
-    void deletedInASlot();
-    void deletedInTheCallbackOfACall_data();
-    void deletedInTheCallbackOfACall();
-    void deletedInAnEventLoopOfACallback();
-    void deletedInAnEventLoopOfASlot();
     void callsInFlightAreDropped_data();
     void callsInFlightAreDropped();
     void callbacksAreCopied();
@@ -114,7 +86,7 @@ void TestTaskInvokerLifetimes::deletedBeforeTheReply()
     }
     // The callbacks are gone with the invoker.
     QVERIFY(watched.expired());
-    otherRoundTrip();
+    roundTrip();
     QCOMPARE(events.all(), QStringList());
 }
 
@@ -127,7 +99,7 @@ void TestTaskInvokerLifetimes::deletedWithItsParent()
     invoker->start("photos", {}, {}, events.started());
     parent.reset();
     QVERIFY(invoker.isNull());
-    otherRoundTrip();
+    roundTrip();
     QCOMPARE(events.all(), QStringList());
 }
 
@@ -145,178 +117,6 @@ void TestTaskInvokerLifetimes::deletedWithoutABus()
     QCOMPARE(events.all(), QStringList());
     // The warning of the other invoker.
     QCOMPARE(warnings.texts().size(), 1);
-}
-
-void TestTaskInvokerLifetimes::deletedInAReadyCallback_data()
-{
-    QTest::addColumn<QString>("answer");
-    QTest::newRow("success") << QString();
-    QTest::newRow("error") << "error";
-    QTest::newRow("foreign path") << "/x";
-    QTest::newRow("no bus") << "no bus";
-}
-
-void TestTaskInvokerLifetimes::deletedInAReadyCallback()
-{
-    QFETCH(QString, answer);
-    if (answer == "error") {
-        registration().failNext("a.b", "text");
-    } else if (answer == "/x") {
-        answerRegistration(m_bus, 2, QString("o %1 a{sv} 0").arg(answer));
-    }
-    const Warnings warnings;
-    QPointer<TaskInvoker> invoker =
-        newInvoker(answer == "no bus" ? TaskInvoker::SystemBus : TaskInvoker::SessionBus);
-    Events events;
-    invoker->onReady(events.ready("first"));
-    const QString kept = "kept";
-    invoker->onReady([invoker, kept, &events](const Error &error) {
-        delete invoker.data();
-        // The callback and its arguments are still valid.
-        events.add(kept + ' ' + Ostrel::text(error));
-    });
-    invoker->onReady(events.ready("never"));
-    invoker->start("photos", {}, {}, nullptr);
-    events.waitFor(2);
-    otherRoundTrip();
-    QVERIFY(invoker.isNull());
-    const QString outcome = answer.isEmpty() ? "0"
-        : answer == "error"                  ? "1 \"text\""
-        : answer == "no bus"                 ? "1 \"Not connected to D-Bus server\""
-                                             : "1 \"Wrong TaskInvoker path\"";
-    QCOMPARE(events.all(), (QStringList{"first " + outcome, "kept " + outcome}));
-    QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);
-}
-
-void TestTaskInvokerLifetimes::deletedInAReadyCallbackThatRunsAtOnce()
-{
-    registration().failNext("a.b", "text");
-    const Warnings warnings;
-    auto *invoker = newInvoker();
-    waitUntilReady(*invoker);
-    QString seen;
-    invoker->onReady([invoker, &seen](const Error &error) {
-        delete invoker;
-        seen = Ostrel::text(error);
-    });
-    QCOMPARE(seen, "1 \"text\"");
-}
-
-void TestTaskInvokerLifetimes::deletedInASlot_data()
-{
-    QTest::addColumn<bool>("first");
-    QTest::addColumn<bool>("active");
-    QTest::newRow("activeTasksChanged, first lists") << true << true;
-    QTest::newRow("availableTasksChanged, first lists") << true << false;
-    QTest::newRow("activeTasksChanged, later lists") << false << true;
-    QTest::newRow("availableTasksChanged, later lists") << false << false;
-}
-
-void TestTaskInvokerLifetimes::deletedInASlot()
-{
-    QFETCH(const bool, first);
-    QFETCH(const bool, active);
-    if (first) {
-        answerRegistration(m_bus, type, bothLists);
-    }
-    QPointer<TaskInvoker> invoker = newInvoker();
-    if (!first) {
-        waitUntilReady(*invoker);
-    }
-    Events events;
-    events.watch(*invoker);
-    deleteIn(invoker, active);
-    if (first) {
-        invoker->onReady(events.ready("never"));
-    } else {
-        emitPropertiesChanged(m_bus, type, bothLists);
-        emitPropertiesChanged(m_bus, type, bothLists);
-    }
-    waitUntil([&invoker] { return invoker.isNull(); });
-    otherRoundTrip();
-    QCOMPARE(events.all(),
-             QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
-}
-
-void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall_data()
-{
-    QTest::addColumn<bool>("start");
-    QTest::addColumn<bool>("failing");
-    QTest::newRow("start succeeds") << true << false;
-    QTest::newRow("start fails") << true << true;
-    QTest::newRow("stop succeeds") << false << false;
-    QTest::newRow("stop fails") << false << true;
-}
-
-void TestTaskInvokerLifetimes::deletedInTheCallbackOfACall()
-{
-    QFETCH(bool, start);
-    QFETCH(bool, failing);
-    auto *invoker = newInvoker();
-    waitUntilReady(*invoker);
-    Events events;
-    const QString task = failing ? "none" : "photos";
-    const QString kept = "kept";
-    const auto end = [invoker, kept, &events](const Error &error) {
-        delete invoker;
-        events.add(QString("%1 %2").arg(kept).arg(error.code()));
-    };
-    if (start) {
-        invoker->start(task, {}, {}, [end](int, const Error &error) { end(error); });
-    } else {
-        invoker->start(task, {}, {}, nullptr);
-        invoker->stop(task, end);
-    }
-    // Its reply comes later.
-    invoker->stop(task, events.stopped("never"));
-    events.waitFor(1);
-    otherRoundTrip();
-    QCOMPARE(events.all(), QStringList(failing ? "kept 2" : "kept 0"));
-    // The service received all the calls.
-    QCOMPARE(
-        m_simulator
-            .desk("WaitForCalls", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop", start ? 1U : 2U})
-            .type(),
-        QDBusMessage::ReplyMessage);
-}
-
-void TestTaskInvokerLifetimes::deletedInAnEventLoopOfACallback()
-{
-    QPointer<TaskInvoker> invoker = newInvoker();
-    Events events;
-    invoker->onReady([&, invoker](const Error &) {
-        events.add("begin");
-        invoker->start("photos", {}, {}, [&, invoker](int, const Error &) {
-            delete invoker.data();
-            events.add("deleted");
-        });
-        events.waitFor(2);
-        events.add("end");
-    });
-    invoker->onReady(events.ready("never"));
-    events.waitFor(3);
-    otherRoundTrip();
-    QCOMPARE(events.all(), (QStringList{"begin", "deleted", "end"}));
-}
-
-void TestTaskInvokerLifetimes::deletedInAnEventLoopOfASlot()
-{
-    QPointer<TaskInvoker> invoker = newInvoker();
-    Events events;
-    connect(invoker, &TaskInvoker::activeTasksChanged, this, [&, invoker] {
-        events.add("begin");
-        invoker->stop("photos", [&, invoker](const Error &) {
-            delete invoker.data();
-            events.add("deleted");
-        });
-        events.waitFor(2);
-        events.add("end");
-    });
-    connect(invoker, &TaskInvoker::availableTasksChanged, this, [&] { events.add("never"); });
-    invoker->onReady(events.ready("never"));
-    events.waitFor(3);
-    otherRoundTrip();
-    QCOMPARE(events.all(), (QStringList{"begin", "deleted", "end"}));
 }
 
 void TestTaskInvokerLifetimes::callsInFlightAreDropped_data()
@@ -355,7 +155,7 @@ void TestTaskInvokerLifetimes::callsInFlightAreDropped()
     if (!arrived) {
         starts().release({1, 0});
     }
-    otherRoundTrip();
+    roundTrip();
 }
 
 void TestTaskInvokerLifetimes::callbacksAreCopied()
@@ -409,7 +209,7 @@ void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
     }
     const int before = callbacks;
     QVERIFY(before <= 600);
-    otherRoundTrip();
+    roundTrip();
     QCOMPARE(callbacks, before);
 }
 

@@ -24,8 +24,6 @@ class TestControlLoad : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void tenThousandRecordsAreRead();
     void twentyThousandSignalsLeaveNothingBehind();
     void tenThousandRequestsInFlight();
@@ -34,12 +32,6 @@ private:
     // Makes the service send so many signals "StateChanged" with the state 3.
     void emitStates(const QString &instance, int count) const;
 };
-
-void TestControlLoad::initTestCase()
-{
-    QDBusConnection::sessionBus();
-    QCoreApplication::processEvents();
-}
 
 void TestControlLoad::emitStates(const QString &instance, int count) const
 {

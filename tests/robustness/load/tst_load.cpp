@@ -28,8 +28,6 @@ class TestLoad : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void repeatedRequestsUseNoMoreMemory() const;
     void repeatedReportsUseNoMoreMemory();
     void repeatedTaskCallsUseNoMoreMemory() const;
@@ -79,12 +77,6 @@ private:
 };
 
 } // namespace
-
-void TestLoad::initTestCase()
-{
-    QDBusConnection::sessionBus();
-    QCoreApplication::processEvents();
-}
 
 void TestLoad::repeatedRequestsUseNoMoreMemory() const
 {
