@@ -23,13 +23,13 @@ class TestControl : public SimulatorTest
 
 private Q_SLOTS:
     // The shared instance comes last: while it lives, other Controls need no match rules.
-    void constructionAsksTheBusForFourSignals();
+    void constructionSubscribesToFourSignals();
     void availabilityNeedsNoFurtherCalls();
     void destructionRemovesTheMatchRules();
     void serviceReceivesOnlyTheRequests();
     void lookUpsSendNoMessage();
     void instanceIsNeverDestroyed();
-    void instanceIsSharedAndHasNoOwner();
+    void instanceIsSharedAndHasNoParent();
     void furtherControlsAreIndependent();
 
 private:
@@ -67,7 +67,7 @@ QVector<QJsonObject> TestControl::sentBy(const Function &function) const
     return monitor.ownMessages();
 }
 
-void TestControl::instanceIsSharedAndHasNoOwner()
+void TestControl::instanceIsSharedAndHasNoParent()
 {
     Control *const shared = Control::instance();
     QVERIFY(shared != nullptr);
@@ -84,7 +84,7 @@ void TestControl::furtherControlsAreIndependent()
     QCOMPARE(Control::instance(), Control::instance());
 }
 
-void TestControl::constructionAsksTheBusForFourSignals()
+void TestControl::constructionSubscribesToFourSignals()
 {
     std::unique_ptr<Control> control;
     const QVector<QJsonObject> messages =

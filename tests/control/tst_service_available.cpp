@@ -36,14 +36,14 @@ private Q_SLOTS:
     void nameIsThatOfTheService();
     void absentServiceIsNotAvailable();
     void serviceComesAndGoes();
-    void restartShowsAsGoneAndCome();
-    void newOwnerShowsAsGoneAndCome();
+    void restartIsReportedAsGoneAndBack();
+    void newOwnerIsReportedAsGoneAndBack();
     void deletedControlLeavesTheOthersConnected();
     void slotMayDeleteTheControl_data();
     void slotMayDeleteTheControl();
     void slotMayRunAnEventLoop();
     // The connection does not come back.
-    void endOfTheBusIsTheEndOfTheService();
+    void serviceIsNotAvailableAfterTheEndOfTheBus();
 
 private:
     using Changes = QVector<bool>;
@@ -121,7 +121,7 @@ void TestServiceAvailable::serviceComesAndGoes()
     QVERIFY(!late.isServiceAvailable());
 }
 
-void TestServiceAvailable::restartShowsAsGoneAndCome()
+void TestServiceAvailable::restartIsReportedAsGoneAndBack()
 {
     Simulator simulator(*m_bus);
     simulator.start();
@@ -139,7 +139,7 @@ void TestServiceAvailable::restartShowsAsGoneAndCome()
 }
 
 // The bus announces this as one change.
-void TestServiceAvailable::newOwnerShowsAsGoneAndCome()
+void TestServiceAvailable::newOwnerIsReportedAsGoneAndBack()
 {
     Peer first(*m_bus);
     first.order(take);
@@ -225,7 +225,7 @@ void TestServiceAvailable::slotMayRunAnEventLoop()
     QVERIFY(!control.isServiceAvailable());
 }
 
-void TestServiceAvailable::endOfTheBusIsTheEndOfTheService()
+void TestServiceAvailable::serviceIsNotAvailableAfterTheEndOfTheBus()
 {
     Peer service(*m_bus);
     service.order(take);

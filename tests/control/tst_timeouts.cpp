@@ -65,10 +65,10 @@ class TestTimeouts : public SimulatorTest
 
 private Q_SLOTS:
     void invalidTimeoutsAreRefused();
-    void requestsThatBlockEndInTime_data() { methods(); }
-    void requestsThatBlockEndInTime();
-    void requestsThatDoNotBlockEndInTime_data() { methods(); }
-    void requestsThatDoNotBlockEndInTime();
+    void blockingRequestsEndAfterTheirTimeout_data() { methods(); }
+    void blockingRequestsEndAfterTheirTimeout();
+    void requestsWithCallbacksEndAfterTheirTimeout_data() { methods(); }
+    void requestsWithCallbacksEndAfterTheirTimeout();
     void taskCallsEndAfterTheirTimeout();
     void windowReportsEndAfterTheirTimeout();
     void callsUnderWayKeepTheirTimeout();
@@ -101,7 +101,7 @@ void TestTimeouts::invalidTimeoutsAreRefused()
     refuseInvalidTimeouts(windows);
 }
 
-void TestTimeouts::requestsThatBlockEndInTime()
+void TestTimeouts::blockingRequestsEndAfterTheirTimeout()
 {
     QFETCH(const QString, method);
     faults(qPrintable(method)).ignoreNext();
@@ -121,7 +121,7 @@ void TestTimeouts::requestsThatBlockEndInTime()
     }
 }
 
-void TestTimeouts::requestsThatDoNotBlockEndInTime()
+void TestTimeouts::requestsWithCallbacksEndAfterTheirTimeout()
 {
     QFETCH(const QString, method);
     faults(qPrintable(method)).ignoreNext();

@@ -94,8 +94,8 @@ class TestAdvice : public SimulatorTest
 private Q_SLOTS:
     void initTestCase();
 
-    void nestedValuesAreReadAsWhatTheyAre_data();
-    void nestedValuesAreReadAsWhatTheyAre();
+    void nestedValuesAreReadWithTheirTypes_data();
+    void nestedValuesAreReadWithTheirTypes();
     void jsonIsSentAsPlainValues();
     void invokersAreMadeAgainWhenTheServiceComes();
     void instancesAreKeptWhileTheyRun();
@@ -110,7 +110,7 @@ void TestAdvice::initTestCase()
     //! [connect]
 }
 
-void TestAdvice::nestedValuesAreReadAsWhatTheyAre_data()
+void TestAdvice::nestedValuesAreReadWithTheirTypes_data()
 {
     QTest::addColumn<QVariant>("sent");
     QTest::addColumn<QVariantMap>("read");
@@ -121,7 +121,7 @@ void TestAdvice::nestedValuesAreReadAsWhatTheyAre_data()
     QTest::newRow("a path") << QVariant::fromValue(QDBusObjectPath("/a")) << QVariantMap();
 }
 
-void TestAdvice::nestedValuesAreReadAsWhatTheyAre()
+void TestAdvice::nestedValuesAreReadWithTheirTypes()
 {
     QFETCH(const QVariant, sent);
     QFETCH(const QVariantMap, read);

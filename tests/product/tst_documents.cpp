@@ -75,7 +75,7 @@ class TestDocuments : public QObject
 
 private Q_SLOTS:
     void linksLeadSomewhere();
-    void namesNoFolderOfThisMachine();
+    void pagesNameNoFolderOfThisMachine();
     void eachPageIsInTheNavigation();
     void searchFindsOnlyWhatIsInThesePages();
     void searchFindsThePageOfAWord_data();
@@ -108,7 +108,7 @@ void TestDocuments::linksLeadSomewhere()
     QVERIFY(followed > 100);
 }
 
-void TestDocuments::namesNoFolderOfThisMachine()
+void TestDocuments::pagesNameNoFolderOfThisMachine()
 {
     const QStringList files = filesBelow(DOCUMENTS_DIR);
     for (const QString &file : files) {

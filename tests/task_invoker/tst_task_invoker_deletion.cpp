@@ -43,15 +43,15 @@ class TestTaskInvokerDeletion : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void deletedInAReadyCallback_data();
-    void deletedInAReadyCallback();
-    void deletedInAReadyCallbackThatRunsAtOnce();
-    void deletedInASlot_data();
-    void deletedInASlot();
-    void deletedInTheCallbackOfACall_data();
-    void deletedInTheCallbackOfACall();
-    void deletedInAnEventLoopOfACallback();
-    void deletedInAnEventLoopOfASlot();
+    void invokerMayBeDeletedInAReadyCallback_data();
+    void invokerMayBeDeletedInAReadyCallback();
+    void invokerMayBeDeletedInAReadyCallbackThatRunsAtOnce();
+    void invokerMayBeDeletedInASlot_data();
+    void invokerMayBeDeletedInASlot();
+    void invokerMayBeDeletedInTheCallbackOfACall_data();
+    void invokerMayBeDeletedInTheCallbackOfACall();
+    void invokerMayBeDeletedWhileACallbackRunsAnEventLoop();
+    void invokerMayBeDeletedWhileASlotRunsAnEventLoop();
 
 private:
     MethodFaults registration() const
@@ -60,7 +60,7 @@ private:
     }
 };
 
-void TestTaskInvokerDeletion::deletedInAReadyCallback_data()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInAReadyCallback_data()
 {
     QTest::addColumn<QString>("answer");
     QTest::newRow("success") << QString();
@@ -69,7 +69,7 @@ void TestTaskInvokerDeletion::deletedInAReadyCallback_data()
     QTest::newRow("no bus") << "no bus";
 }
 
-void TestTaskInvokerDeletion::deletedInAReadyCallback()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInAReadyCallback()
 {
     QFETCH(QString, answer);
     if (answer == "error") {
@@ -101,7 +101,7 @@ void TestTaskInvokerDeletion::deletedInAReadyCallback()
     QCOMPARE(warnings.texts().size(), answer.isEmpty() ? 0 : 1);
 }
 
-void TestTaskInvokerDeletion::deletedInAReadyCallbackThatRunsAtOnce()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInAReadyCallbackThatRunsAtOnce()
 {
     registration().failNext("a.b", "text");
     const Warnings warnings;
@@ -115,7 +115,7 @@ void TestTaskInvokerDeletion::deletedInAReadyCallbackThatRunsAtOnce()
     QCOMPARE(seen, "1 \"text\"");
 }
 
-void TestTaskInvokerDeletion::deletedInASlot_data()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInASlot_data()
 {
     QTest::addColumn<bool>("first");
     QTest::addColumn<bool>("active");
@@ -125,7 +125,7 @@ void TestTaskInvokerDeletion::deletedInASlot_data()
     QTest::newRow("availableTasksChanged, later lists") << false << false;
 }
 
-void TestTaskInvokerDeletion::deletedInASlot()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInASlot()
 {
     QFETCH(const bool, first);
     QFETCH(const bool, active);
@@ -151,7 +151,7 @@ void TestTaskInvokerDeletion::deletedInASlot()
              QStringList({"active [a 1 {}]", "available [b {}]"}).mid(0, active ? 1 : 2));
 }
 
-void TestTaskInvokerDeletion::deletedInTheCallbackOfACall_data()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInTheCallbackOfACall_data()
 {
     QTest::addColumn<bool>("start");
     QTest::addColumn<bool>("failing");
@@ -161,7 +161,7 @@ void TestTaskInvokerDeletion::deletedInTheCallbackOfACall_data()
     QTest::newRow("stop fails") << false << true;
 }
 
-void TestTaskInvokerDeletion::deletedInTheCallbackOfACall()
+void TestTaskInvokerDeletion::invokerMayBeDeletedInTheCallbackOfACall()
 {
     QFETCH(bool, start);
     QFETCH(bool, failing);
@@ -193,7 +193,7 @@ void TestTaskInvokerDeletion::deletedInTheCallbackOfACall()
         QDBusMessage::ReplyMessage);
 }
 
-void TestTaskInvokerDeletion::deletedInAnEventLoopOfACallback()
+void TestTaskInvokerDeletion::invokerMayBeDeletedWhileACallbackRunsAnEventLoop()
 {
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;
@@ -212,7 +212,7 @@ void TestTaskInvokerDeletion::deletedInAnEventLoopOfACallback()
     QCOMPARE(events.all(), (QStringList{"begin", "deleted", "end"}));
 }
 
-void TestTaskInvokerDeletion::deletedInAnEventLoopOfASlot()
+void TestTaskInvokerDeletion::invokerMayBeDeletedWhileASlotRunsAnEventLoop()
 {
     QPointer<TaskInvoker> invoker = newInvoker();
     Events events;

@@ -36,16 +36,16 @@ class TestTaskInvokerLifetimes : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void deletedBeforeTheReply_data();
-    void deletedBeforeTheReply();
-    void deletedWithItsParent();
-    void deletedWithoutABus();
+    void deletedInvokerDropsItsReadyCallbacks_data();
+    void deletedInvokerDropsItsReadyCallbacks();
+    void invokerIsDeletedWithItsParent();
+    void invokerMayBeDeletedWithoutABus();
     void callsInFlightAreDropped_data();
     void callsInFlightAreDropped();
     void callbacksAreCopied();
-    void slotsMayStartAndStopAndAsk();
-    void manyAreDeletedWhileRepliesArrive();
-    void worksInAnotherThread();
+    void slotsMayMakeRequests();
+    void invokersMayBeDeletedWhileRepliesArrive();
+    void invokerWorksInAnyThread();
 
 private:
     MethodFaults registration() const
@@ -58,14 +58,14 @@ private:
     }
 };
 
-void TestTaskInvokerLifetimes::deletedBeforeTheReply_data()
+void TestTaskInvokerLifetimes::deletedInvokerDropsItsReadyCallbacks_data()
 {
     QTest::addColumn<bool>("arrived");
     QTest::newRow("before the answer is sent") << false;
     QTest::newRow("before the answer is handled") << true;
 }
 
-void TestTaskInvokerLifetimes::deletedBeforeTheReply()
+void TestTaskInvokerLifetimes::deletedInvokerDropsItsReadyCallbacks()
 {
     QFETCH(bool, arrived);
     registration().holdNext(1);
@@ -90,7 +90,7 @@ void TestTaskInvokerLifetimes::deletedBeforeTheReply()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerLifetimes::deletedWithItsParent()
+void TestTaskInvokerLifetimes::invokerIsDeletedWithItsParent()
 {
     auto parent = std::make_unique<QObject>();
     QPointer<TaskInvoker> invoker = new TaskInvoker(TaskInvoker::SessionBus, type, parent.get());
@@ -103,7 +103,7 @@ void TestTaskInvokerLifetimes::deletedWithItsParent()
     QCOMPARE(events.all(), QStringList());
 }
 
-void TestTaskInvokerLifetimes::deletedWithoutABus()
+void TestTaskInvokerLifetimes::invokerMayBeDeletedWithoutABus()
 {
     const Warnings warnings;
     Events events;
@@ -172,7 +172,7 @@ void TestTaskInvokerLifetimes::callbacksAreCopied()
     QCOMPARE(events.all(), (QStringList{"started 1: 0", "stopped 0"}));
 }
 
-void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
+void TestTaskInvokerLifetimes::slotsMayMakeRequests()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     Events events;
@@ -192,7 +192,7 @@ void TestTaskInvokerLifetimes::slotsMayStartAndStopAndAsk()
         (QStringList{"active 0", "active 0", "active 1", "ready 0", "started 1: 0", "stopped 0"}));
 }
 
-void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
+void TestTaskInvokerLifetimes::invokersMayBeDeletedWhileRepliesArrive()
 {
     int callbacks = 0;
     for (int round = 0; round < 100; ++round) {
@@ -214,7 +214,7 @@ void TestTaskInvokerLifetimes::manyAreDeletedWhileRepliesArrive()
 }
 
 // An invoker may live in any thread that runs an event loop.
-void TestTaskInvokerLifetimes::worksInAnotherThread()
+void TestTaskInvokerLifetimes::invokerWorksInAnyThread()
 {
     QThread thread;
     thread.start();

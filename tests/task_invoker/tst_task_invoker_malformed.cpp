@@ -88,7 +88,7 @@ private Q_SLOTS:
     void valuesOfAChangeMayHaveAnyType();
     void valuesOfTheReplyMayHaveAnyType_data() { addValues(); }
     void valuesOfTheReplyMayHaveAnyType();
-    void deeplyNestedValues();
+    void deeplyNestedValuesAreRead();
 };
 
 void TestTaskInvokerMalformed::valuesOfAChangeMayHaveAnyType()
@@ -133,7 +133,7 @@ void TestTaskInvokerMalformed::valuesOfTheReplyMayHaveAnyType()
 }
 
 // As deep as the bus allows.
-void TestTaskInvokerMalformed::deeplyNestedValues()
+void TestTaskInvokerMalformed::deeplyNestedValuesAreRead()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, type);
     waitUntilReady(invoker);

@@ -29,10 +29,10 @@ private Q_SLOTS:
     void laterCallbacksRunAtOnce();
     void callbackIsCopied();
     void callbacksAreKeptUntilTheEnd();
-    void callbacksMayAskAgain();
-    void callbacksOfAFailureMayAskAgain();
+    void callbacksMayAddCallbacks();
+    void callbacksOfAFailureMayAddCallbacks();
     void callbacksMayRunAnEventLoop();
-    void slotsOfTheFirstListsAskBeforeItIsReady();
+    void slotsOfTheFirstListsMayAddCallbacks();
     void furtherValuesInAReplyAreAccepted();
     void emptyCallbackThrowsWhenItIsItsTurn_data() { outcomes(); }
     void emptyCallbackThrowsWhenItIsItsTurn();
@@ -133,7 +133,7 @@ void TestTaskInvokerReady::callbacksAreKeptUntilTheEnd()
     QVERIFY(watchedEarly.expired());
 }
 
-void TestTaskInvokerReady::callbacksMayAskAgain()
+void TestTaskInvokerReady::callbacksMayAddCallbacks()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;
@@ -148,7 +148,7 @@ void TestTaskInvokerReady::callbacksMayAskAgain()
     QCOMPARE(events.all(), (QStringList{"begin", "inner 0", "end", "next 0"}));
 }
 
-void TestTaskInvokerReady::callbacksOfAFailureMayAskAgain()
+void TestTaskInvokerReady::callbacksOfAFailureMayAddCallbacks()
 {
     prepare("3 \"no\"");
     const Warnings warnings;
@@ -177,7 +177,7 @@ void TestTaskInvokerReady::callbacksMayRunAnEventLoop()
     QCOMPARE(events.all(), (QStringList{"begin", "started 1: 0", "end", "next 0"}));
 }
 
-void TestTaskInvokerReady::slotsOfTheFirstListsAskBeforeItIsReady()
+void TestTaskInvokerReady::slotsOfTheFirstListsMayAddCallbacks()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     Events events;

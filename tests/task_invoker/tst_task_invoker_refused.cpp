@@ -32,7 +32,7 @@ class TestTaskInvokerRefused : public SimulatorTest
 private Q_SLOTS:
     void serviceErrorsAreMapped_data();
     void serviceErrorsAreMapped();
-    void errorsWithoutATextAreMapped();
+    void errorsWithoutAMessageAreMapped();
     void otherRepliesAreFailures_data();
     void otherRepliesAreFailures();
     void otherSessionPathsAreErrors_data();
@@ -90,7 +90,7 @@ void TestTaskInvokerRefused::serviceErrorsAreMapped()
     QVERIFY(invoker.activeTasks().isEmpty());
 }
 
-void TestTaskInvokerRefused::errorsWithoutATextAreMapped()
+void TestTaskInvokerRefused::errorsWithoutAMessageAreMapped()
 {
     busctlDesk(m_bus, "FailNextWith",
                {"sssav", OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker", "a.b", "1", "a(si)", "1",

@@ -21,9 +21,9 @@ private Q_SLOTS:
     void firstInvokerRegistersTheTypes();
     void classHasTwoSignals();
     void enumerationsHaveTheirNumbers();
-    void registersItsTypeOnce();
+    void invokerRegistersItsTypeOnce();
     void constructionDoesNotWaitForTheReply();
-    void registersBeforeItSubscribes();
+    void invokerRegistersBeforeItSubscribes();
     void destructionSendsNothing_data();
     void destructionSendsNothing();
     void validTaskTypesAreRegistered_data();
@@ -83,7 +83,7 @@ void TestTaskInvokerRegistration::enumerationsHaveTheirNumbers()
     QCOMPARE(int(TaskInvoker::AutostartDisabled), 2);
 }
 
-void TestTaskInvokerRegistration::registersItsTypeOnce()
+void TestTaskInvokerRegistration::invokerRegistersItsTypeOnce()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QCOMPARE(invoker.taskType(), "sync");
@@ -119,7 +119,7 @@ void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
     events.waitFor(3);
 }
 
-void TestTaskInvokerRegistration::registersBeforeItSubscribes()
+void TestTaskInvokerRegistration::invokerRegistersBeforeItSubscribes()
 {
     BusMonitor monitor(m_bus);
     const TaskInvoker invoker(TaskInvoker::SessionBus, "sync");

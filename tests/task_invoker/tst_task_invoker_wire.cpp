@@ -21,8 +21,8 @@ class TestTaskInvokerWire : public SimulatorTest
 private Q_SLOTS:
     void initTestCase();
 
-    void messagesExpectRepliesAndMayActivate_data();
-    void messagesExpectRepliesAndMayActivate();
+    void callsExpectRepliesAndMayStartTheService_data();
+    void callsExpectRepliesAndMayStartTheService();
     void serviceReceivesOnlyTheCalls();
 
 private:
@@ -52,7 +52,7 @@ void TestTaskInvokerWire::initTestCase()
                  });
 }
 
-void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()
+void TestTaskInvokerWire::callsExpectRepliesAndMayStartTheService_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("path");
@@ -79,7 +79,7 @@ void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate_data()
                           << "s" << QJsonArray{"marker"};
 }
 
-void TestTaskInvokerWire::messagesExpectRepliesAndMayActivate()
+void TestTaskInvokerWire::callsExpectRepliesAndMayStartTheService()
 {
     QFETCH(int, number);
     QFETCH(QString, signature);

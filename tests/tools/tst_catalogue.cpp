@@ -32,7 +32,7 @@ private Q_SLOTS:
     void propertiesKeepTheirTypes();
     void deepestPropertiesCanBeSent();
     void leavesOutWhatIsOptional();
-    void mayBeEmpty();
+    void catalogueMayBeEmpty();
     void hasItsOwnApplications();
 
 private:
@@ -283,7 +283,7 @@ void TestCatalogue::leavesOutWhatIsOptional()
     QCOMPARE(details.value("AppId"), QVariant("Dotless"));
 }
 
-void TestCatalogue::mayBeEmpty()
+void TestCatalogue::catalogueMayBeEmpty()
 {
     const auto simulator = simulatorWith("{}");
     const QDBusMessage answer = callControl("Start", {"demo.Viewer"});

@@ -20,7 +20,7 @@ private Q_SLOTS:
     void windowPrintsTheState();
     void windowFails_data();
     void windowFails();
-    void windowAnsweredByNoError();
+    void windowSucceedsWithAnErrorNamedNoError();
     void errorsStayOnOneLine();
     void outputThatCannotBeWrittenIsAFailure_data();
     void outputThatCannotBeWrittenIsAFailure();
@@ -30,7 +30,7 @@ private Q_SLOTS:
     void wrongOptionsAreReported();
     void helpIsPrinted_data();
     void helpIsPrinted();
-    void tellsItsVersion();
+    void versionIsPrinted();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -127,7 +127,7 @@ void TestOstrelctl::windowFails()
 }
 
 // For the library, an error reply with this name is a success.
-void TestOstrelctl::windowAnsweredByNoError()
+void TestOstrelctl::windowSucceedsWithAnErrorNamedNoError()
 {
     m_simulator->windowStatus().failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");
     const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
@@ -262,7 +262,7 @@ void TestOstrelctl::helpIsPrinted()
     QCOMPARE(result.exitStatus, 0);
 }
 
-void TestOstrelctl::tellsItsVersion()
+void TestOstrelctl::versionIsPrinted()
 {
     for (const char *option : {"--version", "-v"}) {
         const Result result = run(OSTRELCTL, {option});

@@ -92,13 +92,13 @@ class TestOstrelctlAdvice : public QObject
 private Q_SLOTS:
     void cleanup();
 
-    void tellsHowToGetABus_data();
-    void tellsHowToGetABus();
-    void tellsThatTheSystemBusIsMissing();
-    void tellsHowToGetAService_data();
-    void tellsHowToGetAService();
-    void tellsHowToGetAServiceOnTheSystemBus();
-    void keepsItOutOfTheJson();
+    void adviceSaysHowToGetABus_data();
+    void adviceSaysHowToGetABus();
+    void adviceSaysThatTheSystemBusIsMissing();
+    void adviceSaysHowToGetAService_data();
+    void adviceSaysHowToGetAService();
+    void adviceSaysHowToGetAServiceOnTheSystemBus();
+    void adviceIsNotPartOfTheJson();
     void noAdviceForErrorsOfTheService_data();
     void noAdviceForErrorsOfTheService();
     void noAdviceForAnActivatableService();
@@ -111,12 +111,12 @@ void TestOstrelctlAdvice::cleanup()
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
 }
 
-void TestOstrelctlAdvice::tellsHowToGetABus_data()
+void TestOstrelctlAdvice::adviceSaysHowToGetABus_data()
 {
     addCommands({"watch"});
 }
 
-void TestOstrelctlAdvice::tellsHowToGetABus()
+void TestOstrelctlAdvice::adviceSaysHowToGetABus()
 {
     QFETCH(QString, command);
     const Result result = ostrelctl(command);
@@ -124,7 +124,7 @@ void TestOstrelctlAdvice::tellsHowToGetABus()
     QCOMPARE(result.exitStatus, 1);
 }
 
-void TestOstrelctlAdvice::tellsThatTheSystemBusIsMissing()
+void TestOstrelctlAdvice::adviceSaysThatTheSystemBusIsMissing()
 {
     const PrivateBus session;
     for (const char *command : {"task list --system sync", "task start --system sync a",
@@ -135,12 +135,12 @@ void TestOstrelctlAdvice::tellsThatTheSystemBusIsMissing()
     }
 }
 
-void TestOstrelctlAdvice::tellsHowToGetAService_data()
+void TestOstrelctlAdvice::adviceSaysHowToGetAService_data()
 {
     addCommands();
 }
 
-void TestOstrelctlAdvice::tellsHowToGetAService()
+void TestOstrelctlAdvice::adviceSaysHowToGetAService()
 {
     QFETCH(QString, command);
     const PrivateBus bus;
@@ -149,7 +149,7 @@ void TestOstrelctlAdvice::tellsHowToGetAService()
     QCOMPARE(result.exitStatus, 1);
 }
 
-void TestOstrelctlAdvice::tellsHowToGetAServiceOnTheSystemBus()
+void TestOstrelctlAdvice::adviceSaysHowToGetAServiceOnTheSystemBus()
 {
     const PrivateBus bus;
     cleanup();
@@ -159,7 +159,7 @@ void TestOstrelctlAdvice::tellsHowToGetAServiceOnTheSystemBus()
     QCOMPARE(result.exitStatus, 1);
 }
 
-void TestOstrelctlAdvice::keepsItOutOfTheJson()
+void TestOstrelctlAdvice::adviceIsNotPartOfTheJson()
 {
     const Result result = ostrelctl("ps --json");
     QCOMPARE(result.output,

@@ -44,7 +44,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void withoutParametersItIsAStart();
+    void withoutParametersItIsLikeAStart();
     void parametersAreAppended();
     void wrapperGoesInFront();
     void environmentIsAdded();
@@ -103,7 +103,7 @@ QString TestSimulatorControlDebug::printed(const QString &id, QVariantMap parame
     return readFile(parameters.value("stdoutFile").toString());
 }
 
-void TestSimulatorControlDebug::withoutParametersItIsAStart()
+void TestSimulatorControlDebug::withoutParametersItIsLikeAStart()
 {
     ServiceMonitor monitor(*m_bus, *m_simulator);
     callControl("StartDebug", {"t.One", QVariantMap()});

@@ -42,18 +42,18 @@ private Q_SLOTS:
     void cleanup();
 
     void failedStartDoesNothing();
-    void givenAnswersGoOut();
+    void givenAnswersAreSent();
     void ignoredStartDoesNothing();
     void heldAnswersComeAfterTheSignals();
     void delayedAnswersComeLater();
-    void heldAnswersGoOutInTheOrderAskedFor();
+    void heldAnswersAreSentInTheRequestedOrder();
     void answerThatIsNotThereIsNotHeldYet();
-    void everyOneWhoTerminatesIsAnswered();
-    void dyingTakesEverythingAlong();
-    void madeUpRecordsAreListed();
+    void everyTerminateIsAnswered();
+    void everythingEndsWithTheSimulator();
+    void inventedRecordsAreListed();
     void manyRecordsAreListed();
-    void resetForgetsWhoWaits();
-    void resetTellsWhoWaitsAtTheDesk();
+    void resetForgetsWaitingCalls();
+    void resetEndsWaitingAtTheDesk();
     void callsAreLogged();
 
 private:
@@ -90,7 +90,7 @@ void TestSimulatorControlFaults::failedStartDoesNothing()
     startApplication("t.One");
 }
 
-void TestSimulatorControlFaults::givenAnswersGoOut()
+void TestSimulatorControlFaults::givenAnswersAreSent()
 {
     busctlAnswerNext(*m_bus, OSTREL_CONTROL_INTERFACE, "GetRunningApplications", "a(si)",
                      {"1", "x", "3"});
@@ -138,7 +138,7 @@ void TestSimulatorControlFaults::delayedAnswersComeLater()
     QCOMPARE(texts.at(2), "reply");
 }
 
-void TestSimulatorControlFaults::heldAnswersGoOutInTheOrderAskedFor()
+void TestSimulatorControlFaults::heldAnswersAreSentInTheRequestedOrder()
 {
     faults("Start").holdNext(2);
     ServiceMonitor monitor(*m_bus, *m_simulator);
@@ -171,7 +171,7 @@ void TestSimulatorControlFaults::answerThatIsNotThereIsNotHeldYet()
     QCOMPARE(monitor.texts().constLast(), "reply");
 }
 
-void TestSimulatorControlFaults::everyOneWhoTerminatesIsAnswered()
+void TestSimulatorControlFaults::everyTerminateIsAnswered()
 {
     const int pid = startApplication("t.Stubborn").value("Pid").toInt();
     QCOMPARE(m_simulator->process().readLine(), "ready");
@@ -190,7 +190,7 @@ void TestSimulatorControlFaults::everyOneWhoTerminatesIsAnswered()
              }));
 }
 
-void TestSimulatorControlFaults::dyingTakesEverythingAlong()
+void TestSimulatorControlFaults::everythingEndsWithTheSimulator()
 {
     startApplication("t.One");
     faults("Terminate").dieInNext();
@@ -201,7 +201,7 @@ void TestSimulatorControlFaults::dyingTakesEverythingAlong()
     startApplication("t.One");
 }
 
-void TestSimulatorControlFaults::madeUpRecordsAreListed()
+void TestSimulatorControlFaults::inventedRecordsAreListed()
 {
     QCOMPARE(m_simulator->desk("ListNext", {2U, 1U}).type(), QDBusMessage::ReplyMessage);
     ServiceMonitor monitor(*m_bus, *m_simulator);
@@ -237,7 +237,7 @@ void TestSimulatorControlFaults::manyRecordsAreListed()
 }
 
 // A caller that waits for a forgotten answer gets none.
-void TestSimulatorControlFaults::resetForgetsWhoWaits()
+void TestSimulatorControlFaults::resetForgetsWaitingCalls()
 {
     startApplication("t.Stubborn");
     QCOMPARE(m_simulator->process().readLine(), "ready");
@@ -249,7 +249,7 @@ void TestSimulatorControlFaults::resetForgetsWhoWaits()
     startApplication("t.One");
 }
 
-void TestSimulatorControlFaults::resetTellsWhoWaitsAtTheDesk()
+void TestSimulatorControlFaults::resetEndsWaitingAtTheDesk()
 {
     startApplication("t.StubbornService");
     QCOMPARE(m_simulator->process().readLine(), "ready");

@@ -79,13 +79,13 @@ class TestSimulatorDesk : public SimulatorTest
 private Q_SLOTS:
     void emitSendsAnySignal_data();
     void emitSendsAnySignal();
-    void emitTakesTextsAsTheyAre();
+    void emitSendsStringsUnchanged();
     void emitManyNumbersItsSignals();
     void emitManySendsAHundredThousand();
     void oomKillsTheProcess();
-    void oomTakesTheServicesAlong();
+    void oomEndsTheServicesToo();
     void longestSignatureIsSent();
-    void floodHearsSigterm();
+    void floodEndsOnSigterm();
     void callTooDeepToBeReturnedIsReported();
     void wrongOrdersAreRefused_data();
     void wrongOrdersAreRefused();
@@ -120,7 +120,7 @@ void TestSimulatorDesk::emitSendsAnySignal()
 }
 
 // Path and interface are sent as given; "%n" has no meaning there.
-void TestSimulatorDesk::emitTakesTextsAsTheyAre()
+void TestSimulatorDesk::emitSendsStringsUnchanged()
 {
     BusMonitor monitor(m_bus);
     m_simulator.desk("Emit", {path("/a/b"), "c.d", "Any", QVariantList{"100%n"}});
@@ -183,7 +183,7 @@ void TestSimulatorDesk::oomKillsTheProcess()
              }));
 }
 
-void TestSimulatorDesk::oomTakesTheServicesAlong()
+void TestSimulatorDesk::oomEndsTheServicesToo()
 {
     startApplication("demo.Player");
     m_simulator.desk("KillByOom", {"demo.Player"});
@@ -202,7 +202,7 @@ void TestSimulatorDesk::longestSignatureIsSent()
     QCOMPARE(signatures.all(), QStringList(QString(255, 'y')));
 }
 
-void TestSimulatorDesk::floodHearsSigterm()
+void TestSimulatorDesk::floodEndsOnSigterm()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     Counter counter;

@@ -20,18 +20,18 @@ class TestSimulatorFaults : public SimulatorTest
 
 private Q_SLOTS:
     void failNextFailsOneCall();
-    void faultsAreUsedUpInOrder();
+    void faultsAreUsedInOrder();
     void delayedCallsAreAnsweredLater();
-    void wrongAnswersGoOutAsGiven_data();
-    void wrongAnswersGoOutAsGiven();
+    void wrongAnswersAreSentUnchanged_data();
+    void wrongAnswersAreSentUnchanged();
     void ignoredCallsAreNeverAnswered();
-    void heldAnswersGoOutInTheOrderAskedFor();
+    void heldAnswersAreSentInTheRequestedOrder();
     void waitingEndsWhenTheCallComes();
     void dyingEndsTheProcess();
     void resetForgetsEverything();
     void refusesWhatItDoesNotKnow_data();
     void refusesWhatItDoesNotKnow();
-    void worksWithGdbus();
+    void gdbusCanUseTheDesk();
 };
 
 void TestSimulatorFaults::failNextFailsOneCall()
@@ -43,7 +43,7 @@ void TestSimulatorFaults::failNextFailsOneCall()
     QCOMPARE(m_simulator.calls().size(), 2);
 }
 
-void TestSimulatorFaults::faultsAreUsedUpInOrder()
+void TestSimulatorFaults::faultsAreUsedInOrder()
 {
     m_simulator.windowStatus().failNext("a.b", "first");
     m_simulator.windowStatus().answerNext({77U});
@@ -65,7 +65,7 @@ void TestSimulatorFaults::delayedCallsAreAnsweredLater()
     QVERIFY(timer.elapsed() >= 200);
 }
 
-void TestSimulatorFaults::wrongAnswersGoOutAsGiven_data()
+void TestSimulatorFaults::wrongAnswersAreSentUnchanged_data()
 {
     QTest::addColumn<QStringList>("values");
     QTest::addColumn<QString>("answer");
@@ -84,7 +84,7 @@ void TestSimulatorFaults::wrongAnswersGoOutAsGiven_data()
     row("3 o /a g as d 1.5", "ogd \"/a\" \"as\" 1.5");
 }
 
-void TestSimulatorFaults::wrongAnswersGoOutAsGiven()
+void TestSimulatorFaults::wrongAnswersAreSentUnchanged()
 {
     QFETCH(QStringList, values);
     busctlDesk(m_bus, "AnswerNext",
@@ -110,7 +110,7 @@ void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
     QCOMPARE(m_simulator.calls().size(), 2);
 }
 
-void TestSimulatorFaults::heldAnswersGoOutInTheOrderAskedFor()
+void TestSimulatorFaults::heldAnswersAreSentInTheRequestedOrder()
 {
     m_simulator.windowStatus().holdNext(4);
     WindowManagement windows;
@@ -242,7 +242,7 @@ void TestSimulatorFaults::refusesWhatItDoesNotKnow()
 }
 
 // Users may have other tools.
-void TestSimulatorFaults::worksWithGdbus()
+void TestSimulatorFaults::gdbusCanUseTheDesk()
 {
     const auto gdbus = [this](const QStringList &call) {
         return run("gdbus",

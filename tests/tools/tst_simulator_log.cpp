@@ -18,7 +18,7 @@ private Q_SLOTS:
     void logHoldsRefusedCalls_data();
     void logHoldsRefusedCalls();
     void logHoldsCallsOfTheStandardInterfaces();
-    void clearCallsEmptiesTheLogAlone();
+    void clearCallsEmptiesOnlyTheLog();
     void windowsAreRemembered();
 };
 
@@ -107,7 +107,7 @@ void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
     QCOMPARE(calls.constFirst().member, "Introspect");
 }
 
-void TestSimulatorLog::clearCallsEmptiesTheLogAlone()
+void TestSimulatorLog::clearCallsEmptiesOnlyTheLog()
 {
     reportWindow();
     m_simulator.windowStatus().failNext("a.b", "kept");

@@ -102,7 +102,7 @@ private Q_SLOTS:
     void exitEndsThePrograms();
     void exitKillsStubbornPrograms();
     void endOfTheBusEndsThePrograms();
-    void killedSimulatorTakesItsProgramsAlong();
+    void programsEndWithAKilledSimulator();
     void resetKillsAtOnceWithoutASignal();
 
 private:
@@ -221,7 +221,7 @@ void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
     QCOMPARE(simulator.process().readLine(), "bye");
 }
 
-void TestSimulatorProcesses::killedSimulatorTakesItsProgramsAlong()
+void TestSimulatorProcesses::programsEndWithAKilledSimulator()
 {
     const int sleep = pidOf(startApplication("t.Sleep"));
     const int stubborn = pidOf(startApplication("t.Stubborn"));

@@ -45,10 +45,10 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void holdsWhatRuns();
+    void rootFsHoldsRunningProcesses();
     void controlGroupExistsBeforeTheProgramRuns();
-    void losesWhatEnds();
-    void isEmptyAfterAReset();
+    void rootFsLosesEndedProcesses();
+    void rootFsIsEmptyAfterAReset();
     void folderIsRemovedWithTheSimulator();
     void folderIsRemovedWhenTheServiceDies();
     void folderMayBeChosen();
@@ -85,7 +85,7 @@ void TestSimulatorRootFs::restart(const QStringList &options)
     m_simulator->start();
 }
 
-void TestSimulatorRootFs::holdsWhatRuns()
+void TestSimulatorRootFs::rootFsHoldsRunningProcesses()
 {
     const int first = pidOf(startApplication("t.Sleep"));
     const int second = pidOf(startApplication("t.Sleep"));
@@ -132,7 +132,7 @@ void TestSimulatorRootFs::controlGroupExistsBeforeTheProgramRuns()
     }
 }
 
-void TestSimulatorRootFs::losesWhatEnds()
+void TestSimulatorRootFs::rootFsLosesEndedProcesses()
 {
     const QString proc = rootFs() + "/proc";
     startApplication("t.Sleep");
@@ -148,7 +148,7 @@ void TestSimulatorRootFs::losesWhatEnds()
              QStringList(QString::number(left)));
 }
 
-void TestSimulatorRootFs::isEmptyAfterAReset()
+void TestSimulatorRootFs::rootFsIsEmptyAfterAReset()
 {
     startApplication("t.One");
     QCOMPARE(filesBelow(rootFs()).size(), 2);

@@ -41,16 +41,16 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void startedWithParametersAndEnvironment();
+    void tasksStartWithParametersAndEnvironment();
     void taskThatEndsLeavesTheList();
     void stopEndsTheProcess();
-    void stopKillsWhatDoesNotEnd();
+    void stopKillsStubbornTasks();
     void stopNeedNotWaitForTheStart();
     void brokenProgramsAreRefused();
     void startupInfoIsCheckedForItsTypes_data();
     void startupInfoIsCheckedForItsTypes();
     void processIsFoundByItsControlGroup();
-    void resetEndsThem();
+    void resetEndsTheProcesses();
 
 private:
     // Starts the task "tell", and returns its process.
@@ -102,7 +102,7 @@ int TestSimulatorTaskProcesses::startTelling(TaskInvoker &invoker)
     return invoker.activeTasks().constFirst().pid;
 }
 
-void TestSimulatorTaskProcesses::startedWithParametersAndEnvironment()
+void TestSimulatorTaskProcesses::tasksStartWithParametersAndEnvironment()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
@@ -152,7 +152,7 @@ void TestSimulatorTaskProcesses::stopEndsTheProcess()
     QCOMPARE(kill(pid, 0), -1);
 }
 
-void TestSimulatorTaskProcesses::stopKillsWhatDoesNotEnd()
+void TestSimulatorTaskProcesses::stopKillsStubbornTasks()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     waitUntilReady(invoker);
@@ -239,7 +239,7 @@ void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
     QVERIFY(file.readAll().contains(":memory:/ostrel-helper/a.b.tell/app\n"));
 }
 
-void TestSimulatorTaskProcesses::resetEndsThem()
+void TestSimulatorTaskProcesses::resetEndsTheProcesses()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
     const int pid = startTelling(invoker);

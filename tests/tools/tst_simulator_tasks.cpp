@@ -36,7 +36,7 @@ private Q_SLOTS:
     void hintsTooDeepToBeListedAreRefused();
     void typesThatMakeNoPathAreRefused_data();
     void typesThatMakeNoPathAreRefused();
-    void sessionsAreFoundFromTheServiceOn();
+    void sessionsAreFoundByIntrospection();
     void startedTasksAreListed();
     void changesAreSentAfterTheReply();
     void wrongCallsAreRefused_data();
@@ -44,7 +44,7 @@ private Q_SLOTS:
     void propertiesCanOnlyBeRead_data();
     void propertiesCanOnlyBeRead();
     void faultsCanBeArrangedBeforeThereIsASession();
-    void errorsCarryWhateverValues();
+    void errorsMayCarryAnyValues();
     void resetForgetsTheSessions();
 
 private:
@@ -134,7 +134,7 @@ void TestSimulatorTasks::typesThatMakeNoPathAreRefused()
         QString("Call failed: \"%1\" makes no object path").arg(type == "''" ? QString() : type));
 }
 
-void TestSimulatorTasks::sessionsAreFoundFromTheServiceOn()
+void TestSimulatorTasks::sessionsAreFoundByIntrospection()
 {
     registered("maintenance");
     registered("a/b");
@@ -294,7 +294,7 @@ void TestSimulatorTasks::faultsCanBeArrangedBeforeThereIsASession()
     QCOMPARE(start("cleanup 0 0"), "i 1");
 }
 
-void TestSimulatorTasks::errorsCarryWhateverValues()
+void TestSimulatorTasks::errorsMayCarryAnyValues()
 {
     registered("maintenance");
     const QDBusMessage arranged =

@@ -39,23 +39,23 @@ class TestError : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void mapsInManyThreadsAtOnce();
+    void errorsAreMappedInManyThreads();
     void codesHaveTheirNumbers_data();
     void codesHaveTheirNumbers();
-    void storesCodeAndMessage();
+    void errorStoresCodeAndMessage();
     void defaultIsASuccess();
-    void isCopiedAsAValue();
-    void doesNotCompareWithACode();
-    void mapsBusErrorNames_data();
-    void mapsBusErrorNames();
+    void errorIsCopiedAsAValue();
+    void errorDoesNotCompareWithACode();
+    void busErrorNamesAreMapped_data();
+    void busErrorNamesAreMapped();
     void invalidBusErrorIsASuccess();
     void noErrorNameKeepsItsMessage();
-    void keepsTheMessage_data();
-    void keepsTheMessage();
+    void messageIsKept_data();
+    void messageIsKept();
     void busErrorNameIsThatOfAFailure();
-    void isPrintedWithNameAndMessage_data();
-    void isPrintedWithNameAndMessage();
-    void fitsIntoAVariant();
+    void errorIsPrintedWithNameAndMessage_data();
+    void errorIsPrintedWithNameAndMessage();
+    void errorFitsIntoAVariant();
     void recordsArePrintedWithTheirMembers();
 };
 
@@ -84,7 +84,7 @@ void TestError::codesHaveTheirNumbers()
     static_assert(std::is_same_v<std::underlying_type_t<Error::Code>, qint32>);
 }
 
-void TestError::storesCodeAndMessage()
+void TestError::errorStoresCodeAndMessage()
 {
     const Error error(Error::HandlerFailed, "no such handler");
     QCOMPARE(error.code(), Error::HandlerFailed);
@@ -111,7 +111,7 @@ void TestError::defaultIsASuccess()
     QVERIFY(failed.message().isNull());
 }
 
-void TestError::isCopiedAsAValue()
+void TestError::errorIsCopiedAsAValue()
 {
     static_assert(!std::is_polymorphic_v<Error>);
     static_assert(std::is_convertible_v<Error, bool>);
@@ -127,7 +127,7 @@ void TestError::isCopiedAsAValue()
 
 // Without the deleted operators it would compile, and compare isError() with the number of the
 // code.
-void TestError::doesNotCompareWithACode()
+void TestError::errorDoesNotCompareWithACode()
 {
     static_assert(!areComparable<Error, Error::Code>);
     static_assert(!areComparable<Error::Code, Error>);
@@ -135,7 +135,7 @@ void TestError::doesNotCompareWithACode()
     static_assert(areComparable<Error::Code, Error::Code>);
 }
 
-void TestError::mapsBusErrorNames_data()
+void TestError::busErrorNamesAreMapped_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
@@ -205,7 +205,7 @@ void TestError::mapsBusErrorNames_data()
         << freedesktop + prefix + "HandlerFailed" << 1;
 }
 
-void TestError::mapsBusErrorNames()
+void TestError::busErrorNamesAreMapped()
 {
     QFETCH(QString, name);
     const QDBusError error = busError(name);
@@ -246,7 +246,7 @@ void TestError::noErrorNameKeepsItsMessage()
     QCOMPARE(error.message(), "fine");
 }
 
-void TestError::keepsTheMessage_data()
+void TestError::messageIsKept_data()
 {
     QTest::addColumn<QString>("message");
     QTest::newRow("empty") << QString();
@@ -255,7 +255,7 @@ void TestError::keepsTheMessage_data()
     QTest::newRow("percent") << "%1 %s";
 }
 
-void TestError::keepsTheMessage()
+void TestError::messageIsKept()
 {
     QFETCH(QString, message);
     const Error error =
@@ -279,7 +279,7 @@ void TestError::busErrorNameIsThatOfAFailure()
     QCOMPARE(copy.busErrorName(), name);
 }
 
-void TestError::isPrintedWithNameAndMessage_data()
+void TestError::errorIsPrintedWithNameAndMessage_data()
 {
     QTest::addColumn<Error>("error");
     QTest::addColumn<QString>("text");
@@ -289,7 +289,7 @@ void TestError::isPrintedWithNameAndMessage_data()
     QTest::newRow("unknown code") << Error(Error::Code(42), "new") << "Ostrel::Error(42, \"new\")";
 }
 
-void TestError::isPrintedWithNameAndMessage()
+void TestError::errorIsPrintedWithNameAndMessage()
 {
     QFETCH(const Error, error);
     QString printed;
@@ -299,7 +299,7 @@ void TestError::isPrintedWithNameAndMessage()
     QCOMPARE(printed, text + "nextword");
 }
 
-void TestError::fitsIntoAVariant()
+void TestError::errorFitsIntoAVariant()
 {
     const QVariant variant = QVariant::fromValue(Error(Error::Failed, "text"));
     QVERIFY(variant.userType() != QMetaType::Bool);
@@ -332,7 +332,7 @@ void TestError::recordsArePrintedWithTheirMembers()
 }
 
 // This test comes first: several threads use the tables for the first time.
-void TestError::mapsInManyThreadsAtOnce()
+void TestError::errorsAreMappedInManyThreads()
 {
     std::atomic<int> right = 0;
     std::vector<std::thread> threads;

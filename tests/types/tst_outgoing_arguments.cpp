@@ -71,7 +71,7 @@ private Q_SLOTS:
     void sizesAreThoseOfOwnValues();
     void tooLargeValuesAreFound();
     void descriptorsAreCounted();
-    void argumentsStayWhereTheyStand();
+    void argumentsAreNotAdvanced();
 
 private:
     // Sends the value over the bus, and returns what comes back.
@@ -179,7 +179,7 @@ void TestOutgoingArguments::descriptorsAreCounted()
              "value of type QDBusArgument");
 }
 
-void TestOutgoingArguments::argumentsStayWhereTheyStand()
+void TestOutgoingArguments::argumentsAreNotAdvanced()
 {
     const auto argument = received(everything()).value<QDBusArgument>();
     const QString signature = argument.currentSignature();

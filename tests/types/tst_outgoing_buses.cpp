@@ -101,9 +101,9 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void systemBusTakesItsLargestMessage();
-    void systemBusTakesItsLargestMap();
-    void systemBusTakesSixteenDescriptors();
+    void systemBusAcceptsItsLargestMessage();
+    void systemBusAcceptsItsLargestMap();
+    void systemBusAcceptsSixteenDescriptors();
     void descriptorsNeedRoomInTheProcess();
     void busWithoutDescriptorsIsSentNone();
 
@@ -149,7 +149,7 @@ QString TestOutgoingBuses::start(const QString &name, const QVariantMap &hints)
     return events.all().constFirst();
 }
 
-void TestOutgoingBuses::systemBusTakesItsLargestMessage()
+void TestOutgoingBuses::systemBusAcceptsItsLargestMessage()
 {
     QCOMPARE(start(letters(room)), m_arrived);
     for (const int size : {room + 1, largestMessage, 2 * largestMessage}) {
@@ -160,7 +160,7 @@ void TestOutgoingBuses::systemBusTakesItsLargestMessage()
     }
 }
 
-void TestOutgoingBuses::systemBusTakesItsLargestMap()
+void TestOutgoingBuses::systemBusAcceptsItsLargestMap()
 {
     const int before = sessionPath(type).size() + 1;
     // Each map has a length and padding. The entry has its key, its type and its length.
@@ -172,7 +172,7 @@ void TestOutgoingBuses::systemBusTakesItsLargestMap()
              "with a value of type QString\"");
 }
 
-void TestOutgoingBuses::systemBusTakesSixteenDescriptors()
+void TestOutgoingBuses::systemBusAcceptsSixteenDescriptors()
 {
     QCOMPARE(start("a", descriptors(16)), m_arrived);
     QCOMPARE(start("a", descriptors(17)),

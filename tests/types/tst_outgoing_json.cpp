@@ -33,8 +33,8 @@ private Q_SLOTS:
     void initTestCase();
 
     void leftOutPartsTakeNoRoom();
-    void countingEndsWithTheRoom_data();
-    void countingEndsWithTheRoom();
+    void countingStopsWhenTheRoomIsFull_data();
+    void countingStopsWhenTheRoomIsFull();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -57,7 +57,7 @@ void TestOutgoingJson::leftOutPartsTakeNoRoom()
     QCOMPARE(map.value("key"), QVariant(QVariantMap{{letters(800), 1.0}}));
 }
 
-void TestOutgoingJson::countingEndsWithTheRoom_data()
+void TestOutgoingJson::countingStopsWhenTheRoomIsFull_data()
 {
     QTest::addColumn<QVariant>("value");
     QVariant list = 1;
@@ -82,7 +82,7 @@ void TestOutgoingJson::countingEndsWithTheRoom_data()
 }
 
 // A small value can hold the same part many times. To count all of this one would take centuries.
-void TestOutgoingJson::countingEndsWithTheRoom()
+void TestOutgoingJson::countingStopsWhenTheRoomIsFull()
 {
     QFETCH(QVariant, value);
     QVariantMap map{{"key", value}};

@@ -51,13 +51,13 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
-    void sendableValuesStayAsTheyAre_data();
-    void sendableValuesStayAsTheyAre();
+    void sendableValuesAreUnchanged_data();
+    void sendableValuesAreUnchanged();
     void jsonValuesAreReplaced_data();
     void jsonValuesAreReplaced();
     void unsendableValuesAreFound_data();
     void unsendableValuesAreFound();
-    void descriptorsMayStandApartFromJson();
+    void descriptorsMayBeBesideJson();
 };
 
 void TestOutgoingMap::initTestCase()
@@ -81,7 +81,7 @@ void TestOutgoingMap::cleanup()
     SimulatorTest::cleanup();
 }
 
-void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
+void TestOutgoingMap::sendableValuesAreUnchanged_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::newRow("string") << QVariant("x");
@@ -107,7 +107,7 @@ void TestOutgoingMap::sendableValuesStayAsTheyAre_data()
     QTest::newRow("structure") << QVariant(QPoint(1, 2));
 }
 
-void TestOutgoingMap::sendableValuesStayAsTheyAre()
+void TestOutgoingMap::sendableValuesAreUnchanged()
 {
     QFETCH(QVariant, value);
     QVariantMap map = mapOf(value);
@@ -262,7 +262,7 @@ void TestOutgoingMap::unsendableValuesAreFound()
 }
 
 // A descriptor cannot be in a container that is rebuilt for JSON.
-void TestOutgoingMap::descriptorsMayStandApartFromJson()
+void TestOutgoingMap::descriptorsMayBeBesideJson()
 {
     const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(0));
     const QVariantMap json = oneEntry(QJsonValue(1));

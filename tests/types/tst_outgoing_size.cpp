@@ -62,14 +62,14 @@ private Q_SLOTS:
 
     void largestMapsArrive_data();
     void largestMapsArrive();
-    void textsAreCountedInBytes();
-    void sizesAreThoseInTheMessage_data();
-    void sizesAreThoseInTheMessage();
+    void stringsAreCountedInBytes();
+    void sizesMatchTheMessage_data();
+    void sizesMatchTheMessage();
     void tooLargeValuesAreFound_data();
     void tooLargeValuesAreFound();
-    void largestTextsArrive();
+    void largestStringsArrive();
     void tooManyEmptyMapsAreFound();
-    void tooLargeTextsAreFound();
+    void tooLargeStringsAreFound();
     void argumentsShareOneMessage();
 
 private:
@@ -111,7 +111,7 @@ void TestOutgoingSize::largestMapsArrive()
     QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
 }
 
-void TestOutgoingSize::textsAreCountedInBytes()
+void TestOutgoingSize::stringsAreCountedInBytes()
 {
     for (const QChar character : {QChar(0x7f), QChar(0x80), QChar(0x7ff), QChar(0x800)}) {
         const int size = QString(character).toUtf8().size();
@@ -124,7 +124,7 @@ void TestOutgoingSize::textsAreCountedInBytes()
     }
 }
 
-void TestOutgoingSize::sizesAreThoseInTheMessage_data()
+void TestOutgoingSize::sizesMatchTheMessage_data()
 {
     QTest::addColumn<QVariantMap>("map");
     QTest::addColumn<int>("bytes");
@@ -178,7 +178,7 @@ void TestOutgoingSize::sizesAreThoseInTheMessage_data()
         6 + 7 + 3 + 4 + 4 + 12 + 4 + 12);
 }
 
-void TestOutgoingSize::sizesAreThoseInTheMessage()
+void TestOutgoingSize::sizesMatchTheMessage()
 {
     QFETCH(QVariantMap, map);
     OutgoingMessage message(1000);
@@ -235,7 +235,7 @@ void TestOutgoingSize::tooLargeValuesAreFound()
     QTEST(message.refusal().message(), "message");
 }
 
-void TestOutgoingSize::largestTextsArrive()
+void TestOutgoingSize::largestStringsArrive()
 {
     // The protocol allows messages of 128 MiB, including the header.
     const QString text = letters(2 * largestArray - 4096);
@@ -251,7 +251,7 @@ void TestOutgoingSize::tooManyEmptyMapsAreFound()
              "of type QVariantMap");
 }
 
-void TestOutgoingSize::tooLargeTextsAreFound()
+void TestOutgoingSize::tooLargeStringsAreFound()
 {
     const QString text = letters(2 * largestArray - 4095);
     const QDBusError error = refusalOf(text);

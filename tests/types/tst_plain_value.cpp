@@ -72,7 +72,7 @@ private Q_SLOTS:
     void ownValuesBecomePlain();
     void writtenArgumentsAreInvalid();
     void partlyReadArgumentsDoNotMove();
-    void valuesThatAreTooDeepEnd();
+    void tooDeepValuesAreCut();
     void anyThreadMayRead();
 
 private:
@@ -253,7 +253,7 @@ void TestPlainValue::partlyReadArgumentsDoNotMove()
     argument.endStructure();
 }
 
-void TestPlainValue::valuesThatAreTooDeepEnd()
+void TestPlainValue::tooDeepValuesAreCut()
 {
     QVariant value = Control::toPlainValue(deepList(127));
     for (int i = 0; i < 127; ++i) {

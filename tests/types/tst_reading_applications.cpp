@@ -38,18 +38,18 @@ class TestReadingApplications : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void readOneApplication_data();
-    void readOneApplication();
-    void readOneService_data();
-    void readOneService();
-    void readManyApplications_data();
-    void readManyApplications();
-    void readManyServices_data();
-    void readManyServices();
-    void qtsOwnListsEndOnAMap();
+    void oneApplicationIsRead_data();
+    void oneApplicationIsRead();
+    void oneServiceIsRead_data();
+    void oneServiceIsRead();
+    void manyApplicationsAreRead_data();
+    void manyApplicationsAreRead();
+    void manyServicesAreRead_data();
+    void manyServicesAreRead();
+    void qtsListReaderEndsOnAMap();
 };
 
-void TestReadingApplications::readOneApplication_data()
+void TestReadingApplications::oneApplicationIsRead_data()
 {
     addRows(andOthers(
         {
@@ -86,12 +86,12 @@ void TestReadingApplications::readOneApplication_data()
         " 0 0 0 {}"));
 }
 
-void TestReadingApplications::readOneApplication()
+void TestReadingApplications::oneApplicationIsRead()
 {
     readRow(m_bus, filled<RunningApplication>());
 }
 
-void TestReadingApplications::readOneService_data()
+void TestReadingApplications::oneServiceIsRead_data()
 {
     addRows(andOthers(
         {
@@ -112,12 +112,12 @@ void TestReadingApplications::readOneService_data()
         "  0 0 {}"));
 }
 
-void TestReadingApplications::readOneService()
+void TestReadingApplications::oneServiceIsRead()
 {
     readRow(m_bus, filled<RunningService>());
 }
 
-void TestReadingApplications::readManyApplications_data()
+void TestReadingApplications::manyApplicationsAreRead_data()
 {
     addRows(andOthers(
         {
@@ -136,12 +136,12 @@ void TestReadingApplications::readManyApplications_data()
         ""));
 }
 
-void TestReadingApplications::readManyApplications()
+void TestReadingApplications::manyApplicationsAreRead()
 {
     readRow(m_bus, QVector<RunningApplication>(2, filled<RunningApplication>()));
 }
 
-void TestReadingApplications::readManyServices_data()
+void TestReadingApplications::manyServicesAreRead_data()
 {
     addRows(andOthers(
         {
@@ -154,14 +154,14 @@ void TestReadingApplications::readManyServices_data()
         ""));
 }
 
-void TestReadingApplications::readManyServices()
+void TestReadingApplications::manyServicesAreRead()
 {
     readRow(m_bus, QVector<RunningService>(2, filled<RunningService>()));
 }
 
 // Qt's reader of lists begins an array even on a map, and reads until its end. So the reader of a
 // record must skip each entry.
-void TestReadingApplications::qtsOwnListsEndOnAMap()
+void TestReadingApplications::qtsListReaderEndsOnAMap()
 {
     QList<RunningApplication> applications;
     const QDBusArgument argument = receive(m_bus, "a{sv}", "2 k i 3 l s x");

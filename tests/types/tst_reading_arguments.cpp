@@ -59,8 +59,8 @@ private Q_SLOTS:
     void entriesOfAMapAreSkipped();
     void emptyArgumentsAreReadAsDefaults();
     void registeredReadersAreTheSame();
-    void readingLeavesCopiesWhereTheyAre_data();
-    void readingLeavesCopiesWhereTheyAre();
+    void readingDoesNotAdvanceCopies_data();
+    void readingDoesNotAdvanceCopies();
 
 private:
     std::optional<PrivateBus> m_bus;
@@ -164,7 +164,7 @@ void TestReadingArguments::registeredReadersAreTheSame()
     QCOMPARE(json(read("av", "1 i 3", QJsonArray())), "[[3]]");
 }
 
-void TestReadingArguments::readingLeavesCopiesWhereTheyAre_data()
+void TestReadingArguments::readingDoesNotAdvanceCopies_data()
 {
     QTest::addColumn<QString>("signature");
     QTest::addColumn<QString>("words");
@@ -181,7 +181,7 @@ void TestReadingArguments::readingLeavesCopiesWhereTheyAre_data()
 }
 
 // A value of a signal or a reply can be read several times, as different types.
-void TestReadingArguments::readingLeavesCopiesWhereTheyAre()
+void TestReadingArguments::readingDoesNotAdvanceCopies()
 {
     using namespace Ostrel;
     QFETCH(QString, signature);

@@ -85,8 +85,8 @@ private Q_SLOTS:
     void secondRegistrationChangesNothing();
     void laterClientsRegisterNothing();
     void queuedSignalsCarryTheTypes();
-    void stateChangesComeToASlotOfThisForm();
-    void listChangesComeToASlotOfThisForm();
+    void slotForStateChangesHasThisSignature();
+    void slotForListChangesHasThisSignature();
 };
 
 void TestRegistration::noTypeIsRegisteredBeforeTheFirstClient()
@@ -301,7 +301,7 @@ void TestRegistration::queuedSignalsCarryTheTypes()
 }
 
 // The parameter names belong to the meta-object, and so to the interface.
-void TestRegistration::stateChangesComeToASlotOfThisForm()
+void TestRegistration::slotForStateChangesHasThisSignature()
 {
     const QMetaObject &proxy = Ostrel::ControlPrivate::staticMetaObject;
     QCOMPARE(proxy.superClass(), &QDBusAbstractInterface::staticMetaObject);
@@ -315,7 +315,7 @@ void TestRegistration::stateChangesComeToASlotOfThisForm()
         (QList<QByteArray>{QByteArrayLiteral("appInstanceId"), QByteArrayLiteral("debugParams")}));
 }
 
-void TestRegistration::listChangesComeToASlotOfThisForm()
+void TestRegistration::slotForListChangesHasThisSignature()
 {
     const QMetaObject &proxy = Ostrel::TaskInvokerPrivate::staticMetaObject;
     QCOMPARE(proxy.superClass(), &QDBusAbstractInterface::staticMetaObject);

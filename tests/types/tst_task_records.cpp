@@ -58,18 +58,18 @@ private Q_SLOTS:
     void membersAreWrittenInOrder();
     void emptyVectorsKeepTheirSignatures();
     void recordsComeBackEqual();
-    void readTaskState_data();
-    void readTaskState();
-    void readAvailableTask_data();
-    void readAvailableTask();
-    void readActiveTask_data();
-    void readActiveTask();
-    void readTaskStates_data();
-    void readTaskStates();
-    void readAvailableTasks_data();
-    void readAvailableTasks();
-    void readActiveTasks_data();
-    void readActiveTasks();
+    void oneTaskStateIsRead_data();
+    void oneTaskStateIsRead();
+    void oneAvailableTaskIsRead_data();
+    void oneAvailableTaskIsRead();
+    void oneActiveTaskIsRead_data();
+    void oneActiveTaskIsRead();
+    void manyTaskStatesAreRead_data();
+    void manyTaskStatesAreRead();
+    void manyAvailableTasksAreRead_data();
+    void manyAvailableTasksAreRead();
+    void manyActiveTasksAreRead_data();
+    void manyActiveTasksAreRead();
 
 private:
     // Sends a call that the simulator refuses, but logs.
@@ -177,7 +177,7 @@ void TestTaskRecords::recordsComeBackEqual()
     QCOMPARE(task.properties, properties);
 }
 
-void TestTaskRecords::readTaskState_data()
+void TestTaskRecords::oneTaskStateIsRead_data()
 {
     addRows(andOthers(
         {
@@ -193,12 +193,12 @@ void TestTaskRecords::readTaskState_data()
         " 0 {}"));
 }
 
-void TestTaskRecords::readTaskState()
+void TestTaskRecords::oneTaskStateIsRead()
 {
     readRow(m_bus, oldTaskState());
 }
 
-void TestTaskRecords::readAvailableTask_data()
+void TestTaskRecords::oneAvailableTaskIsRead_data()
 {
     addRows(andOthers(
         {
@@ -214,12 +214,12 @@ void TestTaskRecords::readAvailableTask_data()
         " {}"));
 }
 
-void TestTaskRecords::readAvailableTask()
+void TestTaskRecords::oneAvailableTaskIsRead()
 {
     readRow(m_bus, oldAvailableTask());
 }
 
-void TestTaskRecords::readActiveTask_data()
+void TestTaskRecords::oneActiveTaskIsRead_data()
 {
     addRows(andOthers(
         {
@@ -239,12 +239,12 @@ void TestTaskRecords::readActiveTask_data()
         " 0 {}"));
 }
 
-void TestTaskRecords::readActiveTask()
+void TestTaskRecords::oneActiveTaskIsRead()
 {
     readRow(m_bus, oldActiveTask());
 }
 
-void TestTaskRecords::readTaskStates_data()
+void TestTaskRecords::manyTaskStatesAreRead_data()
 {
     addRows(andOthers(
         {
@@ -256,12 +256,12 @@ void TestTaskRecords::readTaskStates_data()
         ""));
 }
 
-void TestTaskRecords::readTaskStates()
+void TestTaskRecords::manyTaskStatesAreRead()
 {
     readRow(m_bus, QVector<TaskState>(2, oldTaskState()));
 }
 
-void TestTaskRecords::readAvailableTasks_data()
+void TestTaskRecords::manyAvailableTasksAreRead_data()
 {
     addRows(andOthers(
         {
@@ -273,12 +273,12 @@ void TestTaskRecords::readAvailableTasks_data()
         ""));
 }
 
-void TestTaskRecords::readAvailableTasks()
+void TestTaskRecords::manyAvailableTasksAreRead()
 {
     readRow(m_bus, QVector<AvailableTask>(2, oldAvailableTask()));
 }
 
-void TestTaskRecords::readActiveTasks_data()
+void TestTaskRecords::manyActiveTasksAreRead_data()
 {
     addRows(andOthers(
         {
@@ -291,7 +291,7 @@ void TestTaskRecords::readActiveTasks_data()
         ""));
 }
 
-void TestTaskRecords::readActiveTasks()
+void TestTaskRecords::manyActiveTasksAreRead()
 {
     readRow(m_bus, QVector<ActiveTask>(2, oldActiveTask()));
 }

@@ -73,8 +73,8 @@ private Q_SLOTS:
     void valuesAreWritten_data();
     void valuesAreWritten();
     void undefinedWritesNothing();
-    void nullIsAVariantOfNothing();
-    void arraysAndObjectsOnTheirOwn();
+    void nullIsWrittenAsAnEmptyVariant();
+    void arraysAndObjectsAreWrittenOnTheirOwn();
     void restOfTheMessageArrives();
     void deepObjectsAreCut();
     void deepMixedArraysAreCut();
@@ -188,7 +188,7 @@ void TestWritingJson::undefinedWritesNothing()
 }
 
 // Qt writes no such value, and warns. It also loses the argument.
-void TestWritingJson::nullIsAVariantOfNothing()
+void TestWritingJson::nullIsWrittenAsAnEmptyVariant()
 {
     const Warnings warnings;
     QDBusArgument argument;
@@ -200,7 +200,7 @@ void TestWritingJson::nullIsAVariantOfNothing()
     QCOMPARE(warnings.texts(), QStringList("QDBusMarshaller: cannot add a null QDBusVariant"));
 }
 
-void TestWritingJson::arraysAndObjectsOnTheirOwn()
+void TestWritingJson::arraysAndObjectsAreWrittenOnTheirOwn()
 {
     const Warnings warnings;
     QCOMPARE(sent(QJsonArray{1, 2}), "ad [1,2]");

@@ -23,26 +23,26 @@ class TestWindowManagementLifetimes : public SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void contextEndsBeforeTheReply();
-    void contextEndsAfterTheReplyArrived();
-    void clientEndsBeforeTheReply();
+    void contextMayBeDeletedBeforeTheReply();
+    void contextMayBeDeletedBeforeTheReplyIsHandled();
+    void clientMayBeDeletedBeforeTheReply();
     void callbackIsCopied();
-    void callbackDeletesEverything_data();
-    void callbackDeletesEverything();
-    void callbackReportsAgain();
-    void callbackRunsAnEventLoop();
-    void contextInAnotherThread();
-    void contextInAnotherThreadGetsErrors();
-    void contextInAnotherThreadEndsBeforeTheReply();
-    void contextInAnotherThreadDeletedByCallback();
+    void callbackMayDeleteEverything_data();
+    void callbackMayDeleteEverything();
+    void callbackMayReportAgain();
+    void callbackMayRunAnEventLoop();
+    void callbackRunsInTheThreadOfItsContext();
+    void errorsReachAContextInAnotherThread();
+    void contextInAnotherThreadMayBeDeleted();
+    void callbackInAnotherThreadMayDeleteItsContext();
     void contextOutlivesItsThread();
-    void manyContextsEndWhileRepliesArrive();
-    void serviceEndsWithManyCallsInFlight();
-    void clientInAnotherThread();
+    void contextsMayBeDeletedWhileRepliesArrive();
+    void callsFailWhenTheServiceEnds();
+    void clientWorksInAnyThread();
     void nullContextIsRefusedByQt();
 };
 
-void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
+void TestWindowManagementLifetimes::contextMayBeDeletedBeforeTheReply()
 {
     m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
@@ -58,7 +58,7 @@ void TestWindowManagementLifetimes::contextEndsBeforeTheReply()
     QCOMPARE(outcomes.size(), 0);
 }
 
-void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
+void TestWindowManagementLifetimes::contextMayBeDeletedBeforeTheReplyIsHandled()
 {
     m_simulator.windowStatus().holdNext(1);
     WindowManagement windows;
@@ -72,7 +72,7 @@ void TestWindowManagementLifetimes::contextEndsAfterTheReplyArrived()
     QCOMPARE(outcomes.size(), 0);
 }
 
-void TestWindowManagementLifetimes::clientEndsBeforeTheReply()
+void TestWindowManagementLifetimes::clientMayBeDeletedBeforeTheReply()
 {
     m_simulator.windowStatus().holdNext(1);
     auto windows = std::make_unique<WindowManagement>();
@@ -101,14 +101,14 @@ void TestWindowManagementLifetimes::callbackIsCopied()
     waitUntil([&] { return children().isEmpty(); });
 }
 
-void TestWindowManagementLifetimes::callbackDeletesEverything_data()
+void TestWindowManagementLifetimes::callbackMayDeleteEverything_data()
 {
     QTest::addColumn<bool>("failing");
     QTest::newRow("after a success") << false;
     QTest::newRow("after a failure") << true;
 }
 
-void TestWindowManagementLifetimes::callbackDeletesEverything()
+void TestWindowManagementLifetimes::callbackMayDeleteEverything()
 {
     QFETCH(bool, failing);
     if (failing) {
@@ -131,7 +131,7 @@ void TestWindowManagementLifetimes::callbackDeletesEverything()
     QCOMPARE(seen, QStringList(failing ? "kept255text" : "kept1"));
 }
 
-void TestWindowManagementLifetimes::callbackReportsAgain()
+void TestWindowManagementLifetimes::callbackMayReportAgain()
 {
     WindowManagement windows;
     Outcomes outcomes;
@@ -147,7 +147,7 @@ void TestWindowManagementLifetimes::callbackReportsAgain()
     QCOMPARE(outcomes.at(1).state, 2U);
 }
 
-void TestWindowManagementLifetimes::callbackRunsAnEventLoop()
+void TestWindowManagementLifetimes::callbackMayRunAnEventLoop()
 {
     WindowManagement windows;
     int callbacks = 0;
@@ -160,7 +160,7 @@ void TestWindowManagementLifetimes::callbackRunsAnEventLoop()
     QCOMPARE(callbacks, 1);
 }
 
-void TestWindowManagementLifetimes::contextInAnotherThread()
+void TestWindowManagementLifetimes::callbackRunsInTheThreadOfItsContext()
 {
     OtherThread other;
     WindowManagement windows;
@@ -180,7 +180,7 @@ void TestWindowManagementLifetimes::contextInAnotherThread()
     QCOMPARE(sum, 1275U);
 }
 
-void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
+void TestWindowManagementLifetimes::errorsReachAContextInAnotherThread()
 {
     m_simulator.windowStatus().failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
     OtherThread other;
@@ -198,7 +198,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadGetsErrors()
     QCOMPARE(outcome.error.message(), "not here");
 }
 
-void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
+void TestWindowManagementLifetimes::contextInAnotherThreadMayBeDeleted()
 {
     m_simulator.windowStatus().holdNext(1);
     OtherThread other;
@@ -217,7 +217,7 @@ void TestWindowManagementLifetimes::contextInAnotherThreadEndsBeforeTheReply()
     reportWindow();
 }
 
-void TestWindowManagementLifetimes::contextInAnotherThreadDeletedByCallback()
+void TestWindowManagementLifetimes::callbackInAnotherThreadMayDeleteItsContext()
 {
     OtherThread other;
     WindowManagement windows;
@@ -250,7 +250,7 @@ void TestWindowManagementLifetimes::contextOutlivesItsThread()
     QVERIFY(watched.expired());
 }
 
-void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
+void TestWindowManagementLifetimes::contextsMayBeDeletedWhileRepliesArrive()
 {
     WindowManagement windows;
     for (int round = 0; round < 100; ++round) {
@@ -267,7 +267,7 @@ void TestWindowManagementLifetimes::manyContextsEndWhileRepliesArrive()
     reportWindow();
 }
 
-void TestWindowManagementLifetimes::serviceEndsWithManyCallsInFlight()
+void TestWindowManagementLifetimes::callsFailWhenTheServiceEnds()
 {
     constexpr int held = 20;
     m_simulator.windowStatus().holdNext(held);
@@ -288,7 +288,7 @@ void TestWindowManagementLifetimes::serviceEndsWithManyCallsInFlight()
     }
 }
 
-void TestWindowManagementLifetimes::clientInAnotherThread()
+void TestWindowManagementLifetimes::clientWorksInAnyThread()
 {
     OtherThread other;
     QSemaphore done;

@@ -26,7 +26,7 @@ class TestControlLoad : public SimulatorTest
 private Q_SLOTS:
     void tenThousandRecordsAreRead();
     void twentyThousandSignalsLeaveNothingBehind();
-    void tenThousandRequestsInFlight();
+    void tenThousandRequestsInFlightAreAnswered();
 
 private:
     // Makes the service send so many signals "StateChanged" with the state 3.
@@ -89,7 +89,7 @@ void TestControlLoad::twentyThousandSignalsLeaveNothingBehind()
 
 // All requests are sent before the first one is answered. Each gets its own reply. Their memory
 // grows in proportion to their number, and all of it is freed.
-void TestControlLoad::tenThousandRequestsInFlight()
+void TestControlLoad::tenThousandRequestsInFlightAreAnswered()
 {
     Control control;
     const auto ask = [this, &control](int count) {

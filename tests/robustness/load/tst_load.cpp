@@ -31,7 +31,7 @@ private Q_SLOTS:
     void repeatedRequestsUseNoMoreMemory() const;
     void repeatedReportsUseNoMoreMemory();
     void repeatedTaskCallsUseNoMoreMemory() const;
-    void tenThousandReportsInFlight();
+    void tenThousandReportsInFlightAreAnswered();
 
 private:
     const int m_count = longTests() ? 100000 : 10000;
@@ -154,7 +154,7 @@ void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
     QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
 }
 
-void TestLoad::tenThousandReportsInFlight()
+void TestLoad::tenThousandReportsInFlightAreAnswered()
 {
     constexpr int count = 10000;
     WindowManagement windows;
