@@ -41,7 +41,7 @@ QStringList allPages()
     return QDir(DOCUMENTS_DIR).entryList({"*.html"}, QDir::Files, QDir::Name);
 }
 
-// An address within the documentation: a file, and an anchor if there is one.
+// Whether an address in the documentation exists: a file, and an anchor if it has one.
 bool leadsSomewhere(const QString &address)
 {
     static QMap<QString, QSet<QString>> anchors;
@@ -57,7 +57,7 @@ bool leadsSomewhere(const QString &address)
     return anchors[file].contains(anchor);
 }
 
-// What the search can find: objects with the strings title, page, address and text.
+// Returns what the search can find: objects with the strings title, page, address and text.
 QJsonArray searchIndex()
 {
     const QString script = page("search/index.js");
@@ -118,7 +118,7 @@ void TestDocuments::pagesNameNoFolderOfThisMachine()
     }
 }
 
-// The list of pages is written by hand. What Doxygen lists otherwise is left out.
+// The list of pages is written by hand, without Doxygen's own lists.
 void TestDocuments::eachPageIsInTheNavigation()
 {
     QStringList expected;
@@ -145,7 +145,7 @@ void TestDocuments::searchFindsOnlyWhatIsInThesePages()
         QVERIFY2(!entry["title"].toString().isEmpty(), qPrintable(address));
         QVERIFY2(!address.isEmpty() && leadsSomewhere(address), qPrintable(address));
     }
-    // No other index is there.
+    // There is no other index.
     QCOMPARE(filesBelow(DOCUMENTS_DIR "/search"), QStringList{"index.js"});
 }
 
@@ -184,7 +184,7 @@ void TestDocuments::searchFindsThePageOfAWord()
     QFAIL("not found");
 }
 
-// Its table of keywords is plain; the pages are compressed.
+// The table of keywords is plain; the pages are compressed.
 void TestDocuments::helpFileHoldsThePages()
 {
     if (qstrlen(HELP_FILE) == 0) {

@@ -214,7 +214,7 @@ void TestExamples::examplesEndWithTheService_data()
             "lost the service, cannot follow demo.Viewer.instance_1\n");
         row("responsive demo.Viewer", control, "Start", 1, "", "cannot start: " + reason);
         row("task-runner sync photos", session, "Start", 1, "", "cannot start photos: " + reason);
-        // The service says that it has stopped the task, and does not announce another list.
+        // The service answers that it has stopped the task, but announces no other list.
         row("task-runner sync photos", session, "Stop", 0, "stopped photos",
             "lost the service, cannot follow photos\n");
         row("window-status", windows, "UpdateWindowStatus", 3, "", "cannot report: " + reason);
@@ -261,7 +261,7 @@ void TestExamples::examplesEndWithTheService()
         simulator.process().terminate();
         break;
     default:
-        // A bus that ends in good order announces the end of each connection.
+        // A bus that ends in good order would announce the end of each connection.
         ::kill(pid_t(bus.processId()), SIGKILL);
     }
     QCOMPARE(example.waitForEnd(), 1);

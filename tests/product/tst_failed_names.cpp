@@ -19,8 +19,8 @@ using Ostrel::Control;
 using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
-// Each row of "What Failed can mean" in the page of errors: the failure has the name of the
-// D-Bus error that the page says, and the message.
+// Each row of "What Failed can mean", in the page of errors: the failure has this D-Bus error name
+// and this message.
 class TestFailedNames : public QObject
 {
     Q_OBJECT

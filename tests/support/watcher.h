@@ -8,7 +8,7 @@
 
 #include <QtCore/QStringList>
 
-// A command of ostrelctl that prints events. Its standard error is read with its output.
+// A command of ostrelctl that prints events. Standard error is read together with its output.
 class Watcher : public Process
 {
     Q_OBJECT
@@ -16,13 +16,13 @@ class Watcher : public Process
 public:
     explicit Watcher(const QStringList &arguments, const QString &timeZone = QString());
 
-    // The next event, which is text, without its time.
+    // Returns the next event in plain form, without its time.
     QString readEvent();
 
-    // The next event, which is JSON, without its time.
+    // Returns the next event as JSON, without its time.
     QString readJson();
 
-    // Ends it as Ctrl-C does, and returns its exit status.
+    // Ends it as Ctrl-C does. Returns its exit status.
     int interrupt();
 };
 

@@ -54,20 +54,20 @@ QStringList options(const QString &section)
     return all;
 }
 
-// The section about a command.
+// Returns the section about a command.
 QString sectionOf(const QString &command)
 {
     return section(page(OSTRELCTL_PAGE),
                    QString(".SS \"%1\"").arg(helpOf(OSTRELCTL, command).usage));
 }
 
-// Whether a section has this name in bold.
+// Whether the section has this name in bold.
 bool names(const QString &section, const QString &name)
 {
     return section.contains(QRegularExpression(QString("(\\n\\.BR? |\\\\fB)%1\\b").arg(name)));
 }
 
-// All keys of a document, but those that the service chooses.
+// Returns all keys of a document, except those that the service chooses.
 QStringList keysIn(const QJsonValue &value)
 {
     QStringList keys;
@@ -199,7 +199,7 @@ void TestManualPages::pageListsTheKeysOfJson_data()
         {"window", {"window --json main 1 2 3"}},
     };
     for (const QString &command : commands) {
-        // The events have their own test.
+        // Another test looks at the events.
         if (!command.endsWith("watch")) {
             QTest::newRow(qPrintable(command)) << lines.value(command);
         }
@@ -256,7 +256,7 @@ void TestManualPages::pageListsTheKeysOfEvents()
     simulator.end();
     simulator.start();
 
-    // Until the service is there again.
+    // Wait until the service is there again.
     for (Watcher *const each : {&watcher, &taskWatcher}) {
         const QString described =
             sectionOf(each->arguments().contains("task") ? "task watch" : "watch");

@@ -10,7 +10,8 @@
 
 #include <QtCore/QDir>
 
-// Which instance a record of what runs is about. The service does not say it; the simulator does.
+// Which instance a running application belongs to. The service does not say it, but the simulator
+// does.
 class TestOstrelctlInstances : public SimulatorTest
 {
     Q_OBJECT
@@ -29,8 +30,8 @@ private:
         return run(OSTRELCTL, QString::fromLatin1(arguments).split(' '));
     }
 
-    // Has the next list hold an application with a property that names its instance, one whose
-    // process names it, two without, and one whose only instance has its name.
+    // Makes the next list hold an application whose property names its instance, one whose process
+    // names it, two without a name, and one whose only instance has its name.
     void arrangeList() const;
 
     QTemporaryDir m_root;

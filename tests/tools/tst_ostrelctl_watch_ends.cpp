@@ -10,7 +10,7 @@
 #include <csignal>
 #include <optional>
 
-// The commands that follow something, when the service comes and goes, and when the bus ends.
+// The watching commands when the service comes and goes, and when the bus ends.
 class TestOstrelctlWatchEnds : public QObject
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ private Q_SLOTS:
     void endOfTheBusIsAnError();
 
 private:
-    // A bus that ends in good order announces the end of each connection.
+    // A bus that ends in good order would announce the end of each connection.
     void killBus() { ::kill(pid_t(m_bus->processId()), SIGKILL); }
 
     std::optional<PrivateBus> m_bus;
@@ -81,7 +81,8 @@ void TestOstrelctlWatchEnds::watchFollowsTheService()
     QCOMPARE(watcher.readEvent(), "service        available");
 
     const QVariantList arguments{"a", QVariantMap()};
-    // The watcher may still be asking who the service is, and drops what comes meanwhile.
+    // The command may still be asking who owns the service's name, and drops signals until it
+    // knows.
     waitUntil([&] {
         m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "Started",
                                 arguments);
@@ -127,7 +128,7 @@ void TestOstrelctlWatchEnds::taskWatchRegistersWithEachService()
     QCOMPARE(watcher.readEvent(), "service        not available");
     m_simulator->start();
     QCOMPARE(watcher.readEvent(), "service        available");
-    // The new service knows the watcher.
+    // The new service knows the command.
     QCOMPARE(watcher.readEvent(), "activeTasks    -");
     QCOMPARE(watcher.readEvent(), "availableTasks cleanup");
     QCOMPARE(watcher.interrupt(), 0);
@@ -154,7 +155,7 @@ void TestOstrelctlWatchEnds::taskWatchFailsIfANewServiceRefusesIt()
     while (watcher.readLine() != watchingTasks) { }
     m_simulator->end();
     QCOMPARE(watcher.readEvent(), "service        not available");
-    // It registers when it goes on, after the fault has been arranged.
+    // The command registers when it continues, after the fault has been arranged.
     ::kill(pid_t(watcher.processId()), SIGSTOP);
     m_simulator->start();
     m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker")
@@ -189,7 +190,7 @@ void TestOstrelctlWatchEnds::taskWatchGoesOnIfANewServiceEndsAtOnce()
     QCOMPARE(watcher.interrupt(), 0);
 }
 
-// Before it watches, there is nothing to go on with.
+// It has not watched anything yet, so it cannot go on.
 void TestOstrelctlWatchEnds::taskWatchFailsIfTheFirstServiceEndsAtOnce()
 {
     m_simulator->start();

@@ -64,7 +64,7 @@ void TestOstrelctlWhich::printsTheApplication_data()
                              R"(application","name":"Failed"},"pid":%1})";
 }
 
-// It needs no bus.
+// The command needs no bus.
 void TestOstrelctlWhich::printsTheApplication()
 {
     QFETCH(const QString, controlGroup);
@@ -94,7 +94,7 @@ void TestOstrelctlWhich::printsTheApplication()
 
 void TestOstrelctlWhich::processThatDoesNotExistIsAnotherError()
 {
-    // More than Linux ever has.
+    // Linux has no process with this number.
     const Result result = which(2147483647);
     QCOMPARE(result.output, QString());
     QCOMPARE(result.errors, "error: Failed: there is no process 2147483647\n");
@@ -133,7 +133,7 @@ void TestOstrelctlWhich::hintsAtTheRootFolderOfTheProcess()
                  .arg(root));
     QCOMPARE(result.exitStatus, 1);
 
-    // It is true.
+    // The hint is right.
     environment.insert("OSTREL_ROOTFS", root);
     QCOMPARE(which(pid, {}, environment).output, "demo.Viewer demo.Viewer.instance_1\n");
 }

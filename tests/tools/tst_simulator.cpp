@@ -78,7 +78,7 @@ void TestSimulator::servesTheBusAskedFor()
     QCOMPARE(simulator.readAllStandardError(), QByteArray());
 }
 
-// Where processes are looked up, in the folder that was given or in a temporary one.
+// Processes are looked up in the given folder, or in a temporary one.
 void TestSimulator::readyLineNamesTheRootFolder()
 {
     const PrivateBus bus;

@@ -27,8 +27,8 @@ bool mainThreadSleeps()
     return file.open(QIODevice::ReadOnly) && file.readAll().contains(") S ");
 }
 
-// Handles posted events alone. Holds a thread that wakes it until the application waits for that
-// thread, or until it has been deleted.
+// Handles only posted events. Holds a thread that wakes it until the application waits for that
+// thread, or until the dispatcher has been deleted.
 class Dispatcher : public QAbstractEventDispatcher // clazy:exclude=missing-qobject-macro
 {
 public:
