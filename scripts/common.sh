@@ -16,10 +16,14 @@ fail() {
 # planned COMMAND...: succeeds if this command of apt-get has nothing to do. Prints what it would
 # install. Needs no root.
 planned() {
-    LC_ALL=C "$@" --assume-no -o Debug::NoLocking=true 2>&1 | sed -nE \
+    local scratch status=0
+    scratch=$(mktemp -d) # apt-get leaves a file there
+    TMPDIR=$scratch LC_ALL=C "$@" --assume-no -o Debug::NoLocking=true 2>&1 | sed -nE \
         -e 's/.* ([0-9]+) newly installed.*/\1 packages/p' \
         -e 's/^Need to get (.*) of archives.*/, \1 to download/p' \
-        -e 's/^After this operation, (.*) of additional.*/, \1 on the disk/p' | tr -d '\n'
+        -e 's/^After this operation, (.*) of additional.*/, \1 on the disk/p' | tr -d '\n' || status=$?
+    rm -r "$scratch"
+    return "$status"
 }
 
 # need [OPTION...]: installs the packages that debian/control lists and that are missing. The options
@@ -70,14 +74,14 @@ trap 'on_signal 143' TERM
 # Shows the time and the end of the output of what quietly() runs, in a line that is overwritten.
 show_progress() {
     local columns last line
-    columns=$(stty size <&1 2>/dev/null | cut -d' ' -f2)
+    columns=$(stty size <&4 2>/dev/null | cut -d' ' -f2)
     while kill -0 "$running" 2>/dev/null; do
         last=$(tail -c 1000 /dev/fd/3 | tail -n 1 | tr -cd '[:print:]')
         line="== $what: $((SECONDS - start)) s  $last"
-        printf '\r%s\033[K' "${line:0:${columns:-80}-1}"
+        printf '\r%s\033[K' "${line:0:${columns:-80}-1}" >&4
         sleep 0.5
     done
-    printf '\r\033[K== %s: ' "$what"
+    printf '\r\033[K== %s: ' "$what" >&4
 }
 
 # quietly WHAT COMMAND...: runs a command, and shows how long it took. Shows how far it is if that is
@@ -89,7 +93,7 @@ quietly() {
     [ ! -t 1 ] || each_second=show_progress
     # Opened and removed at once, so that nothing is left behind.
     log=$(mktemp)
-    exec 3<>"$log"
+    exec 3<>"$log" 4>&1
     rm -f "$log"
     interruptible "$@" >&3 2>&1 || status=$?
     printf '%s s\n' $((SECONDS - start))
@@ -97,7 +101,7 @@ quietly() {
         cat /dev/fd/3
         fail "$what failed$advice"
     fi
-    exec 3>&-
+    exec 3>&- 4>&-
 }
 
 # build PRESET [OPTION...]: configures in build/PRESET with the options in the array configure, and
