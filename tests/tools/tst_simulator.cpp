@@ -120,10 +120,16 @@ void TestSimulator::needsABus_data()
     QTest::addColumn<QString>("message");
     QTest::newRow("session") << QStringList()
                              << "session bus: Failed to connect to socket "
-                                "/nonexistent/session: No such file or directory";
+                                "/nonexistent/session: No such file or directory\n"
+                                "hint: no message bus can be reached at "
+                                "DBUS_SESSION_BUS_ADDRESS; 'dbus-run-session -- bash' opens a "
+                                "shell with a bus of its own";
     QTest::newRow("system") << QStringList("--system")
                             << "system bus: Failed to connect to socket "
-                               "/nonexistent/system: No such file or directory";
+                               "/nonexistent/system: No such file or directory\n"
+                               "hint: no system message bus can be reached; a device starts it "
+                               "with the system, at the address in DBUS_SYSTEM_BUS_ADDRESS if "
+                               "that is set";
     QTest::newRow("address") << QStringList{"--address", "unix:path=/nonexistent/other"}
                              << "bus at unix:path=/nonexistent/other: Failed to connect to socket "
                                 "/nonexistent/other: No such file or directory";

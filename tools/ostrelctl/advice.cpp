@@ -3,6 +3,8 @@
 
 #include "advice.h"
 
+#include "bus_advice.h"
+
 #include "DBus/names_p.h"
 
 #include <QtDBus/QDBusMessage>
@@ -45,11 +47,7 @@ QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType)
     const QDBusConnection bus =
         isSystemBus ? QDBusConnection::systemBus() : QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        return isSystemBus
-            ? QStringLiteral("no system message bus can be reached; a device starts it with the "
-                             "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set")
-            : QStringLiteral("no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
-                             "'dbus-run-session -- bash' opens a shell with a bus of its own");
+        return adviceOnMissingBus(busType);
     }
     if (isServiceAbsent(bus)) {
         return QStringLiteral("no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "

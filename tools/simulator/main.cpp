@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus/service.h"
+#include "bus_advice.h"
 #include "faultdesk/simulator1.h"
 #include "interfaces/control1.h"
 #include "interfaces/task_invoker1.h"
@@ -16,6 +17,7 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QTextStream>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusError>
@@ -54,6 +56,12 @@ QString label(const Options &options)
         break;
     }
     return QStringLiteral("session bus");
+}
+
+// What the user can do about the error before it.
+void printHint(const QString &hint)
+{
+    QTextStream(stderr) << "hint: " << hint << '\n';
 }
 
 // Ends the program when the bus goes away.
@@ -105,6 +113,12 @@ int serve(QDBusConnection bus, const QString &busLabel, const QString &rootFs,
         print(
             stderr,
             QStringLiteral("cannot own the name %1: %2").arg(serviceName, owned.error().message()));
+        if (owned.error().type() == QDBusError::AccessDenied) {
+            printHint(QStringLiteral(
+                "ostrel-simulator(1) says how to allow it on the system bus; or open a shell whose "
+                "system bus is a private one: dbus-run-session -- "
+                "sh -c 'DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS bash'"));
+        }
         return EXIT_FAILURE;
     }
     if (owned.value() != QDBusConnectionInterface::ServiceRegistered) {
@@ -150,6 +164,11 @@ int main(int argc, char **argv)
         print(stderr,
               QStringLiteral("cannot reach the %1: %2")
                   .arg(label(options), bus.lastError().message()));
+        if (options.bus != Options::Bus::Address) {
+            printHint(adviceOnMissingBus(options.bus == Options::Bus::System
+                                             ? QDBusConnection::SystemBus
+                                             : QDBusConnection::SessionBus));
+        }
         return EXIT_FAILURE;
     }
     // A blocking call on a bus that goes away before the first pass would never end.
