@@ -7,7 +7,7 @@ option(OSTREL_WERROR "Treat compiler warnings as errors" OFF)
 option(OSTREL_SANITIZERS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(OSTREL_FUZZERS "Build the fuzz targets for libFuzzer, in place of the tests (needs Clang)" OFF)
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+if(OSTREL_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()
 

@@ -16,7 +16,6 @@ set(OSTREL_PUBLIC_HEADERS
 )
 
 set(OSTREL_FORWARDING_DIR "${CMAKE_CURRENT_BINARY_DIR}/forwarding")
-set(OSTREL_HEADERS_DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ostrel-system-qt5")
 set(OSTREL_PUBLIC_HEADER_NAMES "")
 
 foreach(line IN LISTS OSTREL_PUBLIC_HEADERS)
@@ -26,15 +25,17 @@ foreach(line IN LISTS OSTREL_PUBLIC_HEADERS)
     get_filename_component(folder "${header}" DIRECTORY)
     get_filename_component(folder "${folder}" NAME)
     list(APPEND OSTREL_PUBLIC_HEADER_NAMES "${name}")
-    install(FILES "${header}" DESTINATION "${OSTREL_HEADERS_DESTINATION}/${folder}"
-        COMPONENT development)
+    set(files "${header}")
     foreach(class IN LISTS words)
         set(OSTREL_FORWARDED "${folder}/${name}")
         set(forwarding "${OSTREL_FORWARDING_DIR}/${folder}/${class}")
         configure_file("${PROJECT_SOURCE_DIR}/cmake/forwarding_header.in" "${forwarding}" @ONLY)
-        install(FILES "${forwarding}" DESTINATION "${OSTREL_HEADERS_DESTINATION}/${folder}"
-            COMPONENT development)
+        list(APPEND files "${forwarding}")
     endforeach()
+    if(OSTREL_INSTALL)
+        install(FILES ${files} COMPONENT development
+            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ostrel-system-qt5/${folder}")
+    endif()
 endforeach()
 
 # For scripts/abi, beside the library.

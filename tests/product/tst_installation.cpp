@@ -14,13 +14,21 @@
 namespace
 {
 
+QString readme()
+{
+    return readFile(SOURCE_DIR "/README.md");
+}
+
 // Returns the first block of the README in this language.
 QString block(const QString &language)
 {
     const QRegularExpression fence(QString("```%1\\n(.*?)```").arg(language),
                                    QRegularExpression::DotMatchesEverythingOption);
-    return fence.match(readFile(SOURCE_DIR "/README.md")).captured(1);
+    return fence.match(readme()).captured(1);
 }
+
+const char printServiceName[] = "message(STATUS \"service: ${OstrelSystemQt5_SERVICE_NAME}.\")\n";
+const char serviceName[] = "service: " OSTREL_SERVICE_NAME ".";
 
 } // namespace
 
@@ -41,6 +49,7 @@ private Q_SLOTS:
     void isFoundByPkgConfig();
     void isFoundByQmake();
     void eachHeaderStandsAlone();
+    void projectAroundItDecidesOnBuildTypeTestsAndInstallation();
 
 private:
     // Runs a program in the project's folder. The test fails if the program does.
@@ -145,12 +154,13 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
 {
     const QString prefix = m_project + "/prefix";
     succeed(CMAKE, {"--install", BUILD_DIR, "--prefix", prefix, "--component", "simulator"});
-    QCOMPARE(filesBelow(prefix),
-             (QStringList{
-                 "bin/ostrel-simulator", "share/bash-completion/completions/ostrel-simulator",
-                 "share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml",
-                 "share/doc/ostrel-simulator/catalogue.json",
-                 "share/doc/ostrel-simulator/catalogue.md", "share/man/man1/ostrel-simulator.1"}));
+    QCOMPARE(
+        filesBelow(prefix),
+        (QStringList{"bin/ostrel-simulator", "share/bash-completion/completions/ostrel-simulator",
+                     "share/dbus-1/interfaces/" OSTREL_SIMULATOR_INTERFACE ".xml",
+                     "share/doc/ostrel-simulator/catalogue.json",
+                     "share/doc/ostrel-simulator/catalogue.md", "share/man/man1/ostrel-simulator.1",
+                     "share/ostrel-simulator/" OSTREL_SERVICE_NAME ".conf"}));
     // The manual page names them there.
     const QString page = readFile(prefix + "/share/man/man1/ostrel-simulator.1");
     QVERIFY(page.contains("/share/doc/ostrel-simulator/catalogue.md\n"));
@@ -158,8 +168,9 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
 
 void TestInstallation::isFoundByCMake()
 {
-    writeFile(m_project + "/CMakeLists.txt", block("cmake"));
-    succeed(CMAKE, {"-G", "Ninja", "-B", "build", "-DCMAKE_PREFIX_PATH=" + m_prefix});
+    writeFile(m_project + "/CMakeLists.txt", block("cmake") + printServiceName);
+    QVERIFY(succeed(CMAKE, {"-G", "Ninja", "-B", "build", "-DCMAKE_PREFIX_PATH=" + m_prefix})
+                .contains(serviceName));
     succeed(CMAKE, {"--build", "build"});
     runProgram(m_project + "/build/program");
 }
@@ -184,9 +195,8 @@ void TestInstallation::isFoundByPkgConfig()
     QCOMPARE(pkgConfig("--modversion"), "1.0.0");
     QCOMPARE(pkgConfig("--variable=service_name"), OSTREL_SERVICE_NAME);
 
-    const QStringList flags =
-        (pkgConfig("--cflags") + ' ' + pkgConfig("--libs")).split(' ', Qt::SkipEmptyParts);
-    succeed(CXX, QStringList{"-std=c++17", "-fPIC", "main.cpp", "-o", "program"} + flags);
+    const QRegularExpression command("^c\\+\\+ .*$", QRegularExpression::MultilineOption);
+    succeed("sh", {"-c", command.match(readme()).captured()});
     runProgram(m_project + "/program");
 }
 
@@ -219,6 +229,30 @@ void TestInstallation::eachHeaderStandsAlone()
                             "-DQT_NO_FOREACH", "header.cpp"}
                     + flags);
     }
+}
+
+void TestInstallation::projectAroundItDecidesOnBuildTypeTestsAndInstallation()
+{
+    writeFile(m_project + "/CMakeLists.txt",
+              QString("cmake_minimum_required(VERSION 3.16)\n"
+                      "project(parent LANGUAGES CXX)\n"
+                      "include(CTest)\n"
+                      "find_package(Qt5 REQUIRED COMPONENTS Core)\n"
+                      "add_subdirectory(" SOURCE_DIR " library)\n"
+                      "add_executable(program main.cpp)\n"
+                      "target_link_libraries(program PRIVATE Ostrel::SystemQt5)\n"
+                      "install(FILES main.cpp DESTINATION .)\n"
+                      "add_test(NAME own COMMAND program)\n")
+                  + printServiceName);
+    QVERIFY(succeed(CMAKE,
+                    {"-G", "Ninja", "-B", "build", "-DOSTREL_VENDOR_PREFIX=" OSTREL_VENDOR_PREFIX})
+                .contains(serviceName));
+    QVERIFY(readFile(m_project + "/build/CMakeCache.txt").contains("\nCMAKE_BUILD_TYPE:STRING=\n"));
+    // Without the library itself, which takes long to build.
+    succeed(CMAKE, {"--build", "build", "--target", "CMakeFiles/program.dir/main.cpp.o"});
+    QVERIFY(succeed("ctest", {"--test-dir", "build", "--show-only"}).endsWith("Total Tests: 1"));
+    succeed(CMAKE, {"--install", "build", "--prefix", "prefix"});
+    QCOMPARE(filesBelow(m_project + "/prefix"), QStringList("main.cpp"));
 }
 
 OSTREL_TEST_MAIN(TestInstallation)
