@@ -4,6 +4,7 @@
 #include "busctl.h"
 #include "control_calls.h"
 #include "files.h"
+#include "process_handle.h"
 #include "service_monitor.h"
 #include "simulator.h"
 #include "test_main.h"
@@ -72,11 +73,6 @@ bool isKilled(pid_t pid)
         return status != -1;
     });
     return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-}
-
-bool exists(pid_t pid)
-{
-    return ::kill(pid, 0) == 0;
 }
 
 int pidOf(const QVariantMap &details)
@@ -168,10 +164,11 @@ void TestSimulatorProcesses::descendantsEndWithTheirProgram()
 {
     startApplication("t.Parent");
     const int child = readLine().toInt();
-    QVERIFY(exists(child));
+    const ProcessHandle process(child);
+    QVERIFY(process.exists());
     callControl("Terminate", {"t.Parent.instance_1"});
     // Its parent or this process has reaped it.
-    waitUntil([&] { return statusOf(child) != -1 || !exists(child); });
+    waitUntil([&] { return statusOf(child) != -1 || !process.exists(); });
 }
 
 void TestSimulatorProcesses::descendantsAreNotLeftBehind()
@@ -186,22 +183,22 @@ void TestSimulatorProcesses::descendantsAreNotLeftBehind()
 void TestSimulatorProcesses::exitEndsThePrograms()
 {
     restart({"--kill-after", "600000"});
-    const int pid = pidOf(startApplication("t.Polite"));
+    const ProcessHandle process(pidOf(startApplication("t.Polite")));
     QCOMPARE(readLine(), "ready");
     QCOMPARE(m_simulator->end(), 0);
     QCOMPARE(readLine(), "bye");
-    QVERIFY(!exists(pid));
+    QVERIFY(!process.exists());
 }
 
 void TestSimulatorProcesses::exitKillsStubbornPrograms()
 {
-    const int pid = pidOf(startApplication("t.Stubborn"));
+    const ProcessHandle process(pidOf(startApplication("t.Stubborn")));
     QCOMPARE(readLine(), "ready");
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(m_simulator->end(), 0);
     QVERIFY(timer.elapsed() >= 300);
-    QVERIFY(!exists(pid));
+    QVERIFY(!process.exists());
 }
 
 void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
@@ -236,12 +233,12 @@ void TestSimulatorProcesses::resetKillsAtOnceWithoutASignal()
 {
     restart({"--kill-after", "600000"});
     ServiceMonitor monitor(*m_bus, *m_simulator);
-    const int stubborn = pidOf(startApplication("t.Stubborn"));
-    const int one = pidOf(startApplication("t.One"));
+    const ProcessHandle stubborn(pidOf(startApplication("t.Stubborn")));
+    const ProcessHandle one(pidOf(startApplication("t.One")));
     QCOMPARE(readLine(), "ready");
     m_simulator->reset();
-    QVERIFY(!exists(stubborn));
-    QVERIFY(!exists(one));
+    QVERIFY(!stubborn.exists());
+    QVERIFY(!one.exists());
     // Six messages report the starts.
     QCOMPARE(monitor.texts().size(), 6);
 }

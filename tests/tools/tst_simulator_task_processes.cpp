@@ -3,6 +3,7 @@
 
 #include "busctl.h"
 #include "files.h"
+#include "process_handle.h"
 #include "simulator.h"
 #include "task_invokers.h"
 #include "task_texts.h"
@@ -12,7 +13,6 @@
 
 #include <QtCore/QFile>
 
-#include <csignal>
 #include <optional>
 
 using Ostrel::TaskInvoker;
@@ -120,7 +120,7 @@ void TestSimulatorTaskProcesses::tasksStartWithParametersAndEnvironment()
     roundTrip(invoker);
     const int pid = invoker.activeTasks().constFirst().pid;
     QCOMPARE(text(invoker.activeTasks()), QString("tell %1 {User=nemo}").arg(pid));
-    QCOMPARE(kill(pid, 0), 0);
+    QVERIFY(ProcessHandle(pid).exists());
 }
 
 void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
@@ -144,12 +144,12 @@ void TestSimulatorTaskProcesses::taskThatEndsLeavesTheList()
 void TestSimulatorTaskProcesses::stopEndsTheProcess()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
-    const int pid = startTelling(invoker);
+    const ProcessHandle process(startTelling(invoker));
     Events events;
     invoker.stop("tell", events.stopped());
     events.waitFor(1);
     QCOMPARE(events.all(), QStringList("stopped 0"));
-    QCOMPARE(kill(pid, 0), -1);
+    QVERIFY(!process.exists());
 }
 
 void TestSimulatorTaskProcesses::stopKillsStubbornTasks()
@@ -160,12 +160,12 @@ void TestSimulatorTaskProcesses::stopKillsStubbornTasks()
     invoker.start("stubborn", {}, {}, events.started());
     waitUntilWritten("\n");
     roundTrip(invoker);
-    const int pid = invoker.activeTasks().constFirst().pid;
+    const ProcessHandle process(invoker.activeTasks().constFirst().pid);
     invoker.stop("stubborn", events.stopped());
     invoker.stop("stubborn", events.stopped());
     events.waitFor(3);
     QCOMPARE(events.all().mid(1), (QStringList{"stopped 0", "stopped 0"}));
-    QCOMPARE(kill(pid, 0), -1);
+    QVERIFY(!process.exists());
 }
 
 void TestSimulatorTaskProcesses::stopNeedNotWaitForTheStart()
@@ -242,9 +242,9 @@ void TestSimulatorTaskProcesses::processIsFoundByItsControlGroup()
 void TestSimulatorTaskProcesses::resetEndsTheProcesses()
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "a/b");
-    const int pid = startTelling(invoker);
+    const ProcessHandle process(startTelling(invoker));
     m_simulator->reset();
-    QCOMPARE(kill(pid, 0), -1);
+    QVERIFY(!process.exists());
 }
 
 OSTREL_TEST_MAIN(TestSimulatorTaskProcesses)
