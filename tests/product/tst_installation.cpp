@@ -27,8 +27,9 @@ QString block(const QString &language)
     return fence.match(readme()).captured(1);
 }
 
-const char printServiceName[] = "message(STATUS \"service: ${OstrelSystemQt5_SERVICE_NAME}.\")\n";
-const char serviceName[] = "service: " OSTREL_SERVICE_NAME ".";
+const char *const printServiceName =
+    "message(STATUS \"service: ${OstrelSystemQt5_SERVICE_NAME}.\")\n";
+const char *const serviceName = "service: " OSTREL_SERVICE_NAME ".";
 
 } // namespace
 

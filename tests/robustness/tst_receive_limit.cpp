@@ -11,6 +11,7 @@
 #include <Ostrel/WindowManagement>
 
 #include <QtDBus/QDBusUnixFileDescriptor>
+#include <QtTest/QSignalSpy>
 
 #include <optional>
 #include <sys/resource.h>

@@ -14,7 +14,7 @@ namespace
 {
 
 // As on a usual system bus: nobody owns a name or calls a service without a policy for it.
-const char configuration[] = R"(
+const char *const configuration = R"(
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
   "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
