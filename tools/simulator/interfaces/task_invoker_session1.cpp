@@ -16,12 +16,11 @@
 namespace
 {
 
-const QString parametersKey = QStringLiteral("Params");
-const QString environmentKey = QStringLiteral("Environment");
-
 // Adds what the task is started with to the launch, if its types are right.
 Result<> apply(const QVariantMap &startupInfo, Launch &launch)
 {
+    const QString parametersKey = QStringLiteral("Params");
+    const QString environmentKey = QStringLiteral("Environment");
     Result<> types =
         checkTypes(startupInfo,
                    {{parametersKey, QStringLiteral("as")}, {environmentKey, QStringLiteral("as")}});
