@@ -18,7 +18,6 @@ class TestTree : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void everyFileHasItsLicence();
     void busNamesComeFromOnePlace();
     void versionIsTheSameEverywhere();
     void documentsNameFilesThatExist();
@@ -47,28 +46,6 @@ void TestTree::initTestCase()
         }
     }
     QVERIFY(m_files.contains("CMakeLists.txt"));
-}
-
-void TestTree::everyFileHasItsLicence()
-{
-    for (const QString &file : qAsConst(m_files)) {
-        if (file == "LICENSE") {
-            continue;
-        }
-        // A file that cannot hold a comment has its licence in a file beside it. The corpus has one
-        // for all.
-        const QString beside = file + ".license";
-        const QString above = "tests/robustness/fuzz/corpus/";
-        const QString holder = m_files.contains(beside) ? beside
-            : file.startsWith(above)                    ? above + "REUSE.toml"
-                                                        : file;
-        const QString text = readFile(SOURCE_DIR "/" + holder);
-        const QString beginning = text.section('\n', 0, 7);
-        for (const char *tag :
-             {"SPDX-FileCopyrightText: ", "SPDX-License-Identifier: LGPL-2.1-or-later"}) {
-            QVERIFY2(beginning.contains(tag), qPrintable(file));
-        }
-    }
 }
 
 // The prefix is set in one place. Nothing else spells a name with it, dotted or as a path.
