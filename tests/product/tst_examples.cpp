@@ -12,7 +12,8 @@
 
 #include <csignal>
 
-// The examples are built with the installed library, and run.
+// The examples are built with the installed library and the strictest settings of a project, and
+// run.
 class TestExamples : public SimulatorTest
 {
     Q_OBJECT
@@ -48,7 +49,7 @@ void TestExamples::initTestCase()
     const QString prefix = m_folder.filePath("prefix");
     m_environment = QProcessEnvironment::systemEnvironment();
     m_environment.insert("LD_LIBRARY_PATH", prefix + "/" LIBDIR);
-    m_environment.insert("CXXFLAGS", "-Wall -Wextra -Wpedantic -Werror " SANITIZER_FLAGS);
+    m_environment.insert("CXXFLAGS", STRICT_FLAGS " " SANITIZER_FLAGS);
     m_environment.insert("LSAN_OPTIONS",
                          "suppressions=" SOURCE_DIR "/tests/product/lsan_examples.supp"
                          ":print_suppressions=0");
