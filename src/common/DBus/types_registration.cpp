@@ -9,15 +9,11 @@
 namespace Ostrel
 {
 
-void registerDBusTypes()
+namespace
 {
-    // Two threads may get here at once. Qt's registration is thread-safe, and registering a type
-    // again changes nothing.
-    static bool registered = false;
-    if (registered) {
-        return;
-    }
 
+bool registerAll()
+{
     // The names without the namespace are aliases, for signals and properties that are declared
     // inside it. Available and active tasks come only in vectors.
     qRegisterMetaType<RunningApplication>("RunningApplication");
@@ -45,8 +41,15 @@ void registerDBusTypes()
     qDBusRegisterMetaType<QJsonValue>();
     // What an array of JSON objects becomes.
     qDBusRegisterMetaType<QVector<QVariantMap>>();
+    return true;
+}
 
-    registered = true;
+} // namespace
+
+void registerDBusTypes()
+{
+    // Once: the threads that get here meanwhile wait.
+    [[maybe_unused]] static const bool registered = registerAll();
 }
 
 } // namespace Ostrel
