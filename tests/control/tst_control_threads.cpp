@@ -10,7 +10,6 @@
 #include <Ostrel/Control>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -51,14 +50,13 @@ QString makeRequests(Control &control, const QString &id)
 
 } // namespace
 
-// Several threads make requests at the same time.
+// Several threads make requests with the shared object at the same time.
 class TestControlThreads : public SimulatorTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void anyThreadMakesRequests_data();
     void anyThreadMakesRequests();
 };
 
@@ -67,17 +65,9 @@ void TestControlThreads::initTestCase()
     Control::instance();
 }
 
-void TestControlThreads::anyThreadMakesRequests_data()
-{
-    QTest::addColumn<bool>("shared");
-    QTest::newRow("with the shared object") << true;
-    QTest::newRow("with an object of its own") << false;
-}
-
 // The program also makes calls with QtDBus itself.
 void TestControlThreads::anyThreadMakesRequests()
 {
-    QFETCH(const bool, shared);
     startApplication("demo.Viewer");
     startApplication("demo.Clock");
     std::atomic<int> running{threadCount};
@@ -85,11 +75,10 @@ void TestControlThreads::anyThreadMakesRequests()
     std::vector<std::thread> threads;
     threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([shared, thread, &running, &problems] {
+        threads.emplace_back([thread, &running, &problems] {
             for (int i = 0; i < rounds && problems[thread].isEmpty(); ++i) {
-                const std::unique_ptr<Control> own(shared ? nullptr : new Control);
-                problems[thread] = makeRequests(shared ? *Control::instance() : *own,
-                                                QString("id.%1.%2.").arg(thread).arg(i));
+                problems[thread] =
+                    makeRequests(*Control::instance(), QString("id.%1.%2.").arg(thread).arg(i));
             }
             --running;
         });
