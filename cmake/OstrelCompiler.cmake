@@ -5,6 +5,8 @@
 
 option(OSTREL_WERROR "Treat compiler warnings as errors" OFF)
 option(OSTREL_SANITIZERS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(OSTREL_THREAD_SANITIZER "Build with ThreadSanitizer" OFF)
+option(OSTREL_HARDENED "Build with the checks of the C and C++ libraries" OFF)
 option(OSTREL_FUZZERS "Build the fuzz targets for libFuzzer, in place of the tests (needs Clang)" OFF)
 
 if(OSTREL_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -37,6 +39,16 @@ if(OSTREL_SANITIZERS)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(OSTREL_HARDENED)
+    add_compile_options(-D_GLIBCXX_ASSERTIONS -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
+        -ftrivial-auto-var-init=pattern)
+endif()
+
+if(OSTREL_THREAD_SANITIZER)
+    add_compile_options(-fsanitize=thread)
+    add_link_options(-fsanitize=thread)
+endif()
+
 if(OSTREL_FUZZERS)
     if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
         message(FATAL_ERROR "OSTREL_FUZZERS needs Clang: configure with -DCMAKE_CXX_COMPILER=clang++")
@@ -54,5 +66,8 @@ if(OSTREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # ccache follows precompiled headers by what this leaves in the preprocessor's output.
         add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>")
+    else()
+        # A precompiled header from the cache is older than the headers that it was made of.
+        add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-Xclang -fno-pch-timestamp>")
     endif()
 endif()
