@@ -6,7 +6,7 @@
 
 Usage: mutate.py [--all] [--left] SCRATCH-FOLDER [PART-OF-A-FILE-NAME...]
 
-The tree is copied into the folder and built there; the tree itself stays as it is. Two fifths of
+The tree is copied into the folder and built there; the tree itself stays as it is. A sixth of
 all mutants are tried, the same ones in each run; --all tries all of them. The folder remembers
 which test noticed which mutant: that test runs first the next time. --left tries only the mutants
 that no test in the folder's earlier runs noticed, which also continues a run that was ended.
@@ -29,7 +29,7 @@ from equivalents import EQUIVALENTS
 from operators import mutants
 
 ROOT = Path(__file__).resolve().parents[2]
-SHARE = 0.4
+SHARE = 0.17
 # The label of the tests to begin with, by the path of a source.
 LABELS = (
     ('lib/Ostrel/control', 'control'),
