@@ -10,6 +10,7 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 
+#include <array>
 #include <atomic>
 #include <mutex>
 #include <thread>
@@ -29,6 +30,10 @@ std::thread::id endingThread; // clazy:exclude=non-pod-global-static
 // How many delays this thread holds.
 thread_local int delays = 0;
 
+// What QtDBus calls the two buses.
+constexpr std::array<QLatin1String, 2> busNames{QLatin1String("qt_default_session_bus"),
+                                                QLatin1String("qt_default_system_bus")};
+
 // Never destroyed: static objects of the program may make requests after the sentinel is gone.
 std::shared_mutex &mutex()
 {
@@ -40,8 +45,8 @@ std::shared_mutex &mutex()
 // Returns the thread, which all connections share, or null after its end.
 QThread *waitForThreadOfQtDBus()
 {
-    for (const char *const bus : {"qt_default_session_bus", "qt_default_system_bus"}) {
-        QDBusConnection connection{QLatin1String(bus)};
+    for (const QLatin1String bus : busNames) {
+        QDBusConnection connection{bus};
         const QDBusConnectionInterface *const interface = connection.interface();
         if (QThread *const thread = interface == nullptr ? nullptr : interface->thread()) {
             // The thread handles this request after all earlier ones, and finds nothing to
@@ -81,6 +86,12 @@ struct Sentinel
         // QtDBus ends its thread when it is destroyed itself. By then the thread may already have
         // used Qt's types and timers after their destruction.
         if (QThread *const thread = waitForThreadOfQtDBus()) {
+            // QtDBus returns both connections again when somebody asks for them later, even if it
+            // has deleted them. It deletes none that are in use.
+            static auto *const inUse = new std::vector<QDBusConnection>;
+            for (const QLatin1String bus : busNames) {
+                inUse->emplace_back(QString(bus));
+            }
             thread->quit();
             thread->wait();
         }
