@@ -11,6 +11,8 @@
 #include <Ostrel/Control>
 
 #include <QtCore/QPointer>
+#include <QtCore/QSemaphore>
+#include <QtCore/QUrl>
 
 #include <atomic>
 #include <functional>
@@ -87,6 +89,7 @@ private Q_SLOTS:
     void deletedContextDropsTheCallback();
     void deletedContextInAnotherThreadDropsTheCallback();
     void contextMayChangeItsThread();
+    void refusedCallbackFollowsItsContext();
     void deletedControlStillRunsItsCallbacks_data() { eachRequest(); }
     void deletedControlStillRunsItsCallbacks();
     void emptyCallbackIsHarmless_data() { eachRequest(); }
@@ -208,6 +211,27 @@ void TestControlAsynchronous::contextMayChangeItsThread()
             waitUntil([&ran] { return ran.load(); });
         }
     }
+}
+
+// The call is refused at once, while the context is in the other thread.
+void TestControlAsynchronous::refusedCallbackFollowsItsContext()
+{
+    OtherThread former;
+    Control control;
+    QObject context;
+    context.moveToThread(former.thread());
+    QSemaphore refused;
+    QMetaObject::invokeMethod(&context, [&context, &refused, this] {
+        refused.acquire();
+        context.moveToThread(thread());
+    });
+    std::atomic<QThread *> ranIn{nullptr};
+    const DebugParams cannotBeSent(QVariantMap{{"url", QUrl()}});
+    control.startDebug("a.b", cannotBeSent, &context,
+                       [&ranIn](const auto & /*result*/) { ranIn = QThread::currentThread(); });
+    refused.release();
+    waitUntil([&ranIn] { return ranIn != nullptr; });
+    QCOMPARE(ranIn.load(), thread());
 }
 
 void TestControlAsynchronous::deletedControlStillRunsItsCallbacks()

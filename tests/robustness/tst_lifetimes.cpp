@@ -118,7 +118,8 @@ void TestLifetimes::programEndsCleanly()
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();
     environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address());
-    environment.insert("MALLOC_PERTURB_", "165"); // what is used after its deletion is not as before
+    environment.insert("MALLOC_PERTURB_",
+                       "165"); // what is used after its deletion is not as before
     const QString program = QTest::currentDataTag();
     if (program == "staticObjectsFromTheBeginning") {
         environment.insert("EARLY", "1");

@@ -54,9 +54,11 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
     };
     if (context != nullptr && watcher->isFinished()) {
         // The watcher would need two passes of the event loop to emit finished(). Later messages of
-        // the bus would overtake it.
+        // the bus would overtake it. Unlike the watcher, what is posted to context follows it to
+        // another thread.
         QMetaObject::invokeMethod(
-            watcher, [watcher, handle] { handle(watcher); }, Qt::QueuedConnection);
+            const_cast<QObject *>(context), [watcher, handle] { handle(watcher); },
+            Qt::QueuedConnection);
     } else if (!QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, handle)) {
         delete watcher;
         return;
