@@ -1,0 +1,101 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "Ostrel/applications_model.h"
+#include "Ostrel/running_rows_p.h"
+
+namespace Ostrel
+{
+
+namespace
+{
+
+class Row
+{
+public:
+    Row(const RunningApplication &record, qint64 now)
+        : m_record(record)
+        , m_since(now)
+    {
+        m_record.properties = plainProperties(record.properties);
+    }
+
+    static const QVector<RunningApplication> &chosen(
+        const QVector<RunningApplication> &applications, const QVector<RunningService> & /*other*/)
+    {
+        return applications;
+    }
+
+    Identity identity() const { return {m_record.appId, QString(), m_record.pid}; }
+
+    quint32 update(const Row &newer)
+    {
+        quint32 changed =
+            takeOver(m_record.state, newer.m_record.state, ApplicationsModel::StateColumn);
+        if (changed != 0) {
+            m_since = newer.m_since;
+            changed |= bitOf(ApplicationsModel::SinceColumn);
+        }
+        return changed | takeOver(m_record.kind, newer.m_record.kind, ApplicationsModel::KindColumn)
+            | takeOver(m_record.properties, newer.m_record.properties,
+                       ApplicationsModel::PropertiesColumn);
+    }
+
+    QVariant value(int column) const
+    {
+        switch (column) {
+        case ApplicationsModel::AppIdColumn:
+            return m_record.appId;
+        case ApplicationsModel::PidColumn:
+            return m_record.pid;
+        case ApplicationsModel::StateColumn:
+            return quint32(m_record.state);
+        case ApplicationsModel::KindColumn:
+            return quint32(m_record.kind);
+        case ApplicationsModel::PropertiesColumn:
+            return m_record.properties;
+        default:
+            return QDateTime::fromMSecsSinceEpoch(m_since, Qt::UTC);
+        }
+    }
+
+private:
+    RunningApplication m_record;
+    qint64 m_since;
+};
+
+using Rows = RunningRows<Row>;
+
+std::unique_ptr<Rows> makeRows()
+{
+    return std::make_unique<Rows>(std::vector<Column>{
+        {"appId", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Application")},
+        {"pid", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Process")},
+        {"state", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "State")},
+        {"kind", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Kind")},
+        {"properties", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Properties")},
+        {"since", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Since")},
+    });
+}
+
+} // namespace
+
+ApplicationsModel::ApplicationsModel(QObject *parent)
+    : ApplicationsModel(Control::instance(), parent)
+{
+}
+
+ApplicationsModel::ApplicationsModel(Control *control, QObject *parent)
+    : LiveModel(makeRows(), parent)
+{
+    static_cast<Rows &>(*d).follow(control);
+}
+
+ApplicationsModel::~ApplicationsModel() = default;
+
+void ApplicationsModel::refresh()
+{
+    static_cast<Rows &>(*d).refresh();
+}
+
+} // namespace Ostrel
