@@ -257,12 +257,13 @@ void TestDocuments::contractHoldsEachInterface()
 void TestDocuments::examplesInTheHeadersCompile()
 {
     QString functions;
-    for (const char *header :
-         {"error", "control", "debug_params", "task_invoker", "window_management"}) {
-        const QString name = header;
-        QString code = all("@code\n(.*?)@endcode",
-                           readFile(QString(SOURCE_DIR "/src/lib/Ostrel/%1.h").arg(name)))
-                           .value(0);
+    for (const char *header : {"lib/Ostrel/error", "lib/Ostrel/control", "lib/Ostrel/debug_params",
+                               "lib/Ostrel/task_invoker", "lib/Ostrel/window_management",
+                               "models/Ostrel/applications_model", "models/Ostrel/tasks_model"}) {
+        const QString name = QString(header).section('/', -1);
+        QString code =
+            all("@code\n(.*?)@endcode", readFile(QString(SOURCE_DIR "/src/%1.h").arg(header)))
+                .value(0);
         QVERIFY2(!code.isEmpty(), header);
         code.remove(QRegularExpression("^ \\*", QRegularExpression::MultilineOption));
         functions += QString("void %1(const Ostrel::Error &error) {\nQ_UNUSED(error)\n%2}\n")
@@ -272,7 +273,9 @@ void TestDocuments::examplesInTheHeadersCompile()
     const QString source = folder.filePath("example.cpp");
     writeFile(source,
               QString("#include <Ostrel/Control>\n#include <Ostrel/TaskInvoker>\n"
+                      "#include <Ostrel/applications_model.h>\n#include <Ostrel/tasks_model.h>\n"
                       "#include <Ostrel/WindowManagement>\n#include <QtCore/QDebug>\n"
+                      "#include <QtCore/QSortFilterProxyModel>\n"
                       "struct Example : QObject {\n%1};\n")
                   .arg(functions));
     const QString flags = run("pkg-config", {"--cflags", "Qt5Core"}).output.trimmed();
@@ -280,7 +283,7 @@ void TestDocuments::examplesInTheHeadersCompile()
         run(CXX,
             QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
                         "-I" FORWARDING_DIR, "-I" SOURCE_DIR "/src/lib",
-                        "-I" SOURCE_DIR "/src/common", source}
+                        "-I" SOURCE_DIR "/src/common", "-I" SOURCE_DIR "/src/models", source}
                 + flags.split(' ', Qt::SkipEmptyParts));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
 }
