@@ -8,23 +8,17 @@
 #include "DBus/names_p.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 
 namespace
 {
 
-QString readme()
-{
-    return readFile(SOURCE_DIR "/README.md");
-}
-
-// Returns the first block of the README in this language.
-QString block(const QString &language)
+// Returns the first block of a document in this language.
+QString block(const QString &document, const QString &language)
 {
     const QRegularExpression fence(QString("```%1\\n(.*?)```").arg(language),
                                    QRegularExpression::DotMatchesEverythingOption);
-    return fence.match(readme()).captured(1);
+    return fence.match(readFile(SOURCE_DIR "/" + document)).captured(1);
 }
 
 const char *const printServiceName =
@@ -33,8 +27,8 @@ const char *const serviceName = "service: " OSTREL_SERVICE_NAME ".";
 
 } // namespace
 
-// Another project uses the installed library, which has been moved, in three ways. The project is
-// the program in the README.
+// Another project uses an installed library, which has been moved, in three ways. The project is
+// the program in the library's document.
 class TestInstallation : public SimulatorTest
 {
     Q_OBJECT
@@ -45,14 +39,23 @@ private Q_SLOTS:
 
     void installsWhatAProgramNeeds();
     void installsTheSimulatorOnlyWhenAsked();
+    void isFoundByCMake_data();
     void isFoundByCMake();
+    void nextVersionIsNotFound_data();
     void nextVersionIsNotFound();
+    void isFoundByPkgConfig_data();
     void isFoundByPkgConfig();
+    void isFoundByQmake_data();
     void isFoundByQmake();
+    void eachHeaderStandsAlone_data();
     void eachHeaderStandsAlone();
     void projectAroundItDecidesOnBuildTypeTestsAndInstallation();
 
 private:
+    // Adds a row for each library: its pkg-config module, the document with a program that uses it,
+    // and what that program prints.
+    static void addLibraries();
+    void writeProgram(const QString &document) const;
     // Runs a program in the project's folder. The test fails if the program does.
     QString succeed(const QString &program, const QStringList &arguments);
     void runProgram(const QString &path);
@@ -77,13 +80,32 @@ void TestInstallation::initTestCase()
     m_environment.insert("PKG_CONFIG_PATH", libraries + "/pkgconfig");
 }
 
-// A folder for each test, with the program in it.
+// A folder for each test.
 void TestInstallation::init()
 {
     SimulatorTest::init();
-    m_project = m_folder.filePath(QTest::currentTestFunction());
+    m_project = m_folder.filePath(QString(QTest::currentTestFunction()) + QTest::currentDataTag());
     QVERIFY(QDir().mkpath(m_project));
-    const QString program = block("cpp");
+}
+
+void TestInstallation::addLibraries()
+{
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<QString>("output");
+    QTest::newRow("core") << "ostrel-system-qt5"
+                          << "README.md"
+                          << "state 2 \"\"\n";
+    if (HAS_MODELS) {
+        QTest::newRow("models") << "ostrel-models-qt5"
+                                << "docs/models.md"
+                                << "Ostrel::LiveModel::Ready 0 applications\n";
+    }
+}
+
+void TestInstallation::writeProgram(const QString &document) const
+{
+    const QString program = block(document, "cpp");
     QVERIFY(program.contains("int main("));
     writeFile(m_project + "/main.cpp", program);
 }
@@ -108,8 +130,9 @@ QString TestInstallation::succeed(const QString &program, const QStringList &arg
 
 void TestInstallation::runProgram(const QString &path)
 {
+    QFETCH(QString, output);
     const Result result = run(path, {}, m_environment);
-    QCOMPARE(result.errors, "state 2 \"\"\n");
+    QCOMPARE(result.errors, output);
     QCOMPARE(result.exitStatus, 0);
 }
 
@@ -147,6 +170,28 @@ void TestInstallation::installsWhatAProgramNeeds()
         "share/dbus-1/interfaces/" OSTREL_WINDOW_MANAGEMENT_INTERFACE ".xml",
         "share/man/man1/ostrelctl.1",
     };
+    if (HAS_MODELS) {
+        const QString modelHeaders = "include/ostrel-models-qt5/Ostrel/";
+        const QString modelPackage = library + "cmake/OstrelModelsQt5/OstrelModelsQt5";
+        expected += QStringList{
+            modelHeaders + "ApplicationsModel",
+            modelHeaders + "LiveModel",
+            modelHeaders + "ServicesModel",
+            modelHeaders + "TasksModel",
+            modelHeaders + "applications_model.h",
+            modelHeaders + "live_model.h",
+            modelHeaders + "services_model.h",
+            modelHeaders + "tasks_model.h",
+            modelPackage + "Config.cmake",
+            modelPackage + "ConfigVersion.cmake",
+            modelPackage + "Targets-" BUILD_TYPE ".cmake",
+            modelPackage + "Targets.cmake",
+            library + "libostrel-models-qt5.so",
+            library + "libostrel-models-qt5.so.1",
+            library + "libostrel-models-qt5.so.1.0.0",
+            library + "pkgconfig/ostrel-models-qt5.pc",
+        };
+    }
     expected.sort();
     QCOMPARE(filesBelow(m_prefix), expected);
 }
@@ -167,18 +212,32 @@ void TestInstallation::installsTheSimulatorOnlyWhenAsked()
     QVERIFY(page.contains("/share/doc/ostrel-simulator/catalogue.md\n"));
 }
 
+void TestInstallation::isFoundByCMake_data()
+{
+    addLibraries();
+}
+
 void TestInstallation::isFoundByCMake()
 {
-    writeFile(m_project + "/CMakeLists.txt", block("cmake") + printServiceName);
+    QFETCH(QString, document);
+    writeProgram(document);
+    writeFile(m_project + "/CMakeLists.txt", block(document, "cmake") + printServiceName);
     QVERIFY(succeed(CMAKE, {"-G", "Ninja", "-B", "build", "-DCMAKE_PREFIX_PATH=" + m_prefix})
                 .contains(serviceName));
     succeed(CMAKE, {"--build", "build"});
     runProgram(m_project + "/build/program");
 }
 
+void TestInstallation::nextVersionIsNotFound_data()
+{
+    addLibraries();
+}
+
 void TestInstallation::nextVersionIsNotFound()
 {
-    writeFile(m_project + "/CMakeLists.txt", block("cmake").replace("1.0", "2.0"));
+    QFETCH(QString, document);
+    writeProgram(document);
+    writeFile(m_project + "/CMakeLists.txt", block(document, "cmake").replace("1.0", "2.0"));
     const Result result = run(CMAKE,
                               {"-G", "Ninja", "-S", m_project, "-B", m_project + "/build",
                                "-DCMAKE_PREFIX_PATH=" + m_prefix},
@@ -187,9 +246,16 @@ void TestInstallation::nextVersionIsNotFound()
     QVERIFY2(result.errors.contains("version: 1.0.0"), qPrintable(result.errors));
 }
 
+void TestInstallation::isFoundByPkgConfig_data()
+{
+    addLibraries();
+}
+
 void TestInstallation::isFoundByPkgConfig()
 {
-    const QString module = "ostrel-system-qt5";
+    QFETCH(QString, module);
+    QFETCH(QString, document);
+    writeProgram(document);
     const auto pkgConfig = [this, &module](const QString &question) {
         return succeed("pkg-config", {question, module});
     };
@@ -197,28 +263,43 @@ void TestInstallation::isFoundByPkgConfig()
     QCOMPARE(pkgConfig("--variable=service_name"), OSTREL_SERVICE_NAME);
 
     const QRegularExpression command("^c\\+\\+ .*$", QRegularExpression::MultilineOption);
-    succeed("sh", {"-c", command.match(readme()).captured()});
+    succeed("sh", {"-c", command.match(readFile(SOURCE_DIR "/" + document)).captured()});
     runProgram(m_project + "/program");
+}
+
+void TestInstallation::isFoundByQmake_data()
+{
+    addLibraries();
 }
 
 void TestInstallation::isFoundByQmake()
 {
-    QVERIFY(QFile::copy(SOURCE_DIR "/tests/product/consumer/consumer.pro",
-                        m_project + "/consumer.pro"));
+    QFETCH(QString, module);
+    QFETCH(QString, document);
+    writeProgram(document);
+    writeFile(m_project + "/consumer.pro",
+              readFile(SOURCE_DIR "/tests/product/consumer/consumer.pro")
+                  .replace("ostrel-system-qt5", module));
     const QString qmake = succeed("pkg-config", {"--variable=host_bins", "Qt5Core"}) + "/qmake";
     succeed(qmake, {});
     succeed("make", {});
     runProgram(m_project + "/program");
 }
 
+void TestInstallation::eachHeaderStandsAlone_data()
+{
+    addLibraries();
+}
+
 // Whatever settings the other project has.
 void TestInstallation::eachHeaderStandsAlone()
 {
-    const QString headers = m_prefix + "/include/ostrel-system-qt5/";
-    const QStringList flags = (STRICT_FLAGS " "
-                               + succeed("pkg-config", {"--cflags", "ostrel-system-qt5"})
-                                     .replace("-I/usr", "-isystem/usr"))
-                                  .split(' ', Qt::SkipEmptyParts);
+    QFETCH(QString, module);
+    const QString headers = m_prefix + "/include/" + module + '/';
+    const QStringList flags =
+        (STRICT_FLAGS " "
+         + succeed("pkg-config", {"--cflags", module}).replace("-I/usr", "-isystem/usr"))
+            .split(' ', Qt::SkipEmptyParts);
     const QStringList all = filesBelow(headers.chopped(1));
     for (const QString &header : all) {
         writeFile(m_project + "/header.cpp",
@@ -230,6 +311,7 @@ void TestInstallation::eachHeaderStandsAlone()
 
 void TestInstallation::projectAroundItDecidesOnBuildTypeTestsAndInstallation()
 {
+    writeProgram("README.md");
     writeFile(m_project + "/CMakeLists.txt",
               QString("cmake_minimum_required(VERSION 3.16)\n"
                       "project(parent LANGUAGES CXX)\n"
