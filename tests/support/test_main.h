@@ -11,7 +11,8 @@
 #include <QtTest/QTest>
 
 // Runs the tests of a class without the user's buses and home.
-template <typename Test> int runTests(int argc, char **argv)
+template <typename Test, typename Application = QCoreApplication>
+int runTests(int argc, char **argv)
 {
     const TestFolder folder;
     for (const char *variable : {"HOME", "TMPDIR", "XDG_RUNTIME_DIR"}) {
@@ -21,7 +22,7 @@ template <typename Test> int runTests(int argc, char **argv)
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
     // By default, QtTest ends a function after five minutes.
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(forever));
-    const QCoreApplication application(argc, argv);
+    const Application application(argc, argv);
     Test test;
     return QTest::qExec(&test, argc, argv);
 }
