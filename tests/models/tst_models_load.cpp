@@ -8,6 +8,9 @@
 #include <Ostrel/ApplicationsModel>
 #include <Ostrel/ServicesModel>
 
+#include <QtCore/QTimer>
+
+#include <algorithm>
 #include <optional>
 
 using Ostrel::ApplicationsModel;
@@ -28,6 +31,7 @@ private Q_SLOTS:
     void oneOfTenThousandIsOneRow();
     void everySecondOfTenThousandMayGoAtOnce();
     void manyChangesAreFewLists();
+    void changesThatKeepComingAreFollowed();
     void repeatedListsUseNoMoreMemory();
 
 private:
@@ -159,6 +163,49 @@ void TestModelsLoad::manyChangesAreFewLists()
     // Reading a list takes longer than a signal.
     QVERIFY2(lists >= 2 && lists < int(changes) / 2, qPrintable(QString::number(lists)));
     QCOMPARE(events.taken(), Events());
+    QCOMPARE(model.status(), ApplicationsModel::Ready);
+}
+
+// One change in each pass of the event loop. Each list differs from the one before.
+void TestModelsLoad::changesThatKeepComingAreFollowed()
+{
+    const int changes = longTests() ? 10000 : 1000;
+    Control control;
+    for (int i = 0; i <= changes; ++i) {
+        nextLength(uint(100 + i % 2));
+    }
+    ApplicationsModel model(&control);
+    ModelRig::waitFor(model, ApplicationsModel::Ready);
+
+    const int before = m_rig->listCalls();
+    int announced = 0;
+    int notShown = 0;
+    int longestWithoutList = 0;
+    connect(&control, &Control::started, this, [&] {
+        ++announced;
+        longestWithoutList = std::max(longestWithoutList, ++notShown);
+    });
+    connect(&model, &ApplicationsModel::countChanged, this, [&] { notShown = 0; });
+    QTimer pace;
+    int sent = 0;
+    connect(&pace, &QTimer::timeout, this, [&] {
+        m_rig->announce();
+        if (++sent == changes) {
+            pace.stop();
+        }
+    });
+    const MemoryFigures figures;
+    pace.start(0);
+    waitUntil([&] { return announced == changes && notShown == 0; });
+    ModelRig::roundTrip(control);
+    const int lists = m_rig->listCalls() - before;
+    figures.print(QString("%1 changes, one after the other, in %2 lists; up to %3 without a list")
+                      .arg(changes)
+                      .arg(lists)
+                      .arg(longestWithoutList));
+    // It neither waits for the last change nor lists for each.
+    QVERIFY2(longestWithoutList < changes / 10, qPrintable(QString::number(longestWithoutList)));
+    QVERIFY2(lists <= changes, qPrintable(QString::number(lists)));
     QCOMPARE(model.status(), ApplicationsModel::Ready);
 }
 

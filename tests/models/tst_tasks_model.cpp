@@ -228,14 +228,23 @@ void TestTasksModel::anotherInvokerBringsTheRowsBack()
     TasksModel model(invoker.get());
     ModelEvents events(&model);
     ModelRig::waitFor(model, TasksModel::Ready);
-    m_rig->simulator().end();
-    m_rig->simulator().start();
-    ModelRig::waitFor(model, TasksModel::Failed);
     events.taken();
-    const auto next = makeInvoker();
-    model.setInvoker(next.get());
+    std::unique_ptr<TaskInvoker> next;
+    connect(&model, &TasksModel::serviceStarted, this, [&] {
+        QCOMPARE(model.status(), TasksModel::Failed);
+        QVERIFY(!next);
+        next = makeInvoker();
+        model.setInvoker(next.get());
+    });
+    m_rig->simulator().end();
+    ModelRig::waitFor(model, TasksModel::ServiceMissing);
+    QVERIFY(!next);
+    m_rig->simulator().start();
     ModelRig::waitFor(model, TasksModel::Ready);
-    QCOMPARE(events.taken(), (Events{"Loading", "inserted 0-2", "count 3", "Ready"}));
+    QCOMPARE(events.taken(),
+             (Events{"removed 0-2", "count 0", "ServiceMissing",
+                     "Failed The service has started after the TaskInvoker registered", "Loading",
+                     "inserted 0-2", "count 3", "Ready"}));
     roundTrip(*next);
     QCOMPARE(model.status(), TasksModel::Ready);
 }

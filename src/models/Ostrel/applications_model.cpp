@@ -13,6 +13,8 @@ namespace
 class Row
 {
 public:
+    using Record = RunningApplication;
+
     Row(const RunningApplication &record, qint64 now)
         : m_record(record)
         , m_since(now)
@@ -26,18 +28,26 @@ public:
         return applications;
     }
 
-    Identity identity() const { return {m_record.appId, QString(), m_record.pid}; }
-
-    quint32 update(const Row &newer)
+    static Identity identityOf(const RunningApplication &record)
     {
-        quint32 changed =
-            takeOver(m_record.state, newer.m_record.state, ApplicationsModel::StateColumn);
+        return {record.appId, QString(), record.pid};
+    }
+    static Identity identityOf(const Row &row) { return identityOf(row.m_record); }
+
+    bool isRowOf(const RunningApplication &record) const
+    {
+        return m_record.pid == record.pid && m_record.appId == record.appId;
+    }
+
+    quint32 update(const RunningApplication &newer, qint64 now)
+    {
+        quint32 changed = takeOver(m_record.state, newer.state, ApplicationsModel::StateColumn);
         if (changed != 0) {
-            m_since = newer.m_since;
+            m_since = now;
             changed |= bitOf(ApplicationsModel::SinceColumn);
         }
-        return changed | takeOver(m_record.kind, newer.m_record.kind, ApplicationsModel::KindColumn)
-            | takeOver(m_record.properties, newer.m_record.properties,
+        return changed | takeOver(m_record.kind, newer.kind, ApplicationsModel::KindColumn)
+            | takeOver(m_record.properties, plainProperties(newer.properties),
                        ApplicationsModel::PropertiesColumn);
     }
 

@@ -32,9 +32,10 @@ class LiveModelPrivate;
  * persistent indexes stay.
  *
  * No function blocks. A model belongs to the thread that made it, and needs that thread's event
- * loop. A slot may run an event loop of its own, or delete the model or the object that the model
- * follows. As with every model of Qt, a slot of rowsAboutToBeInserted() or rowsAboutToBeRemoved()
- * must not delete the model.
+ * loop. A slot may delete the model or the object that the model follows. As with every model of
+ * Qt, a slot of rowsAboutToBeInserted() or rowsAboutToBeRemoved() must not delete the model. A slot
+ * may also run an event loop of its own. Until it returns, no model that follows the same object
+ * changes; so open a dialog with open(), and not with exec().
  */
 class OSTREL_EXPORT LiveModel : public QAbstractTableModel
 {

@@ -6,12 +6,13 @@
 
 #include "Ostrel/live_model_p.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QHash>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 #include <algorithm>
-#include <numeric>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -20,7 +21,7 @@ namespace Ostrel
 {
 
 // What makes two records of successive lists one row. Several records of a list may have the same
-// identity; their order then decides.
+// identity.
 struct Identity
 {
     QString first;
@@ -41,13 +42,14 @@ struct Identity
 
 // Rows that take over one list after the other, each in time linear in the two lists.
 //
-// A Row has identity(), value(column), and update(row), which takes over the values of another one
-// and returns the columns that it has changed, a bit each.
+// A Row is made of a Record and the time. It has value(column), and update(record, time), which
+// takes over a record and returns the columns that it has changed, a bit each. identityOf() takes a
+// Row or a Record; isRowOf(record) compares the two without a copy.
 template <typename Row> class LiveRows : public LiveModelPrivate
 {
 public:
     using LiveModelPrivate::LiveModelPrivate;
-    using List = std::vector<Row>;
+    using List = QVector<typename Row::Record>;
 
     int size() const override { return static_cast<int>(m_rows.size()) - m_gapSize; }
 
@@ -59,10 +61,11 @@ public:
     // Has the model show a status, after a list if there is one.
     //
     // A slot may run an event loop that calls this again. The earlier list is then finished first.
-    void show(std::optional<List> list, LiveModel::Status status, const Error &error = Error())
+    void show(const std::optional<List> &list, LiveModel::Status status,
+              const Error &error = Error())
     {
         if (list) {
-            m_list = std::move(list);
+            m_list = list;
         }
         m_statusToShow = status;
         m_errorToShow = error;
@@ -93,6 +96,7 @@ public:
     }
 
 private:
+    // For each row the number of its record, or -1.
     using Matches = std::vector<int>;
 
     static std::size_t index(int i) { return static_cast<std::size_t>(i); }
@@ -100,41 +104,77 @@ private:
     // These return early if a slot has deleted the model.
     void replace(const List &list, const QPointer<LiveModel> &self)
     {
-        // Most lists begin as the one before.
-        const std::size_t common = std::min(list.size(), m_rows.size());
-        std::size_t same = 0;
-        while (same < common && list[same].identity() == m_rows[same].identity()) {
-            ++same;
-        }
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
         Matches matches(m_rows.size(), -1);
-        std::iota(matches.begin(), matches.begin() + static_cast<int>(same), 0);
-        QMultiHash<Identity, int> unmatched;
-        unmatched.reserve(static_cast<int>(list.size() - same));
-        // Of equal identities, the hash returns the one that was inserted last.
-        for (std::size_t i = list.size(); i-- > same;) {
-            unmatched.insert(list[i].identity(), static_cast<int>(i));
-        }
-        for (std::size_t row = same; row < m_rows.size(); ++row) {
-            const auto match = unmatched.find(m_rows[row].identity());
-            if (match != unmatched.end()) {
-                matches[row] = match.value();
-                unmatched.erase(match);
-            }
-        }
-        std::vector<int> added(unmatched.cbegin(), unmatched.cend());
-        std::sort(added.begin(), added.end());
-
+        const std::vector<int> added = match(list, matches);
         remove(matches, self);
         if (!self.isNull()) {
-            update(list, matches, self);
+            update(list, matches, now, self);
         }
         if (!self.isNull() && !added.empty()) {
             beginInsertRows(size(), size() + static_cast<int>(added.size()) - 1);
             for (const int i : added) {
-                m_rows.push_back(list[index(i)]);
+                m_rows.emplace_back(list.at(i), now);
             }
             endInsertRows();
         }
+    }
+
+    // Finds the record of each row. Returns the records without a row.
+    //
+    // Most lists are as the one before, with a record more or less, so rows and records are
+    // compared side by side first. Only what does not meet there is looked up.
+    std::vector<int> match(const List &list, Matches &matches) const
+    {
+        const int rows = static_cast<int>(m_rows.size());
+        std::vector<int> oldRows;
+        std::vector<int> newRecords;
+        int row = 0;
+        int record = 0;
+        while (row < rows && record < list.size()) {
+            if (isMatch(list, row, record)) {
+                matches[index(row++)] = record++;
+            } else if (isMatch(list, row, record + 1)) {
+                newRecords.push_back(record++);
+            } else if (isMatch(list, row + 1, record)) {
+                oldRows.push_back(row++);
+            } else {
+                oldRows.push_back(row++);
+                newRecords.push_back(record++);
+            }
+        }
+        for (; row < rows; ++row) {
+            oldRows.push_back(row);
+        }
+        for (; record < list.size(); ++record) {
+            newRecords.push_back(record);
+        }
+        if (oldRows.empty() || newRecords.empty()) {
+            return newRecords;
+        }
+
+        QMultiHash<Identity, int> unmatched;
+        unmatched.reserve(static_cast<int>(newRecords.size()));
+        // Of equal identities, the hash returns the one that was inserted last.
+        for (auto i = newRecords.crbegin(); i != newRecords.crend(); ++i) {
+            unmatched.insert(Row::identityOf(list.at(*i)), *i);
+        }
+        for (const int i : oldRows) {
+            const auto found = unmatched.find(Row::identityOf(m_rows[index(i)]));
+            if (found != unmatched.end()) {
+                matches[index(i)] = found.value();
+                unmatched.erase(found);
+            }
+        }
+        std::vector<int> added(unmatched.cbegin(), unmatched.cend());
+        std::sort(added.begin(), added.end());
+        return added;
+    }
+
+    bool isMatch(const List &list, int row, int record) const
+    {
+        return row < static_cast<int>(m_rows.size()) && record < list.size()
+            && m_rows[index(row)].isRowOf(list.at(record));
     }
 
     // Removes the rows without a match. While slots run, a gap separates the rows that are done
@@ -171,13 +211,14 @@ private:
     }
 
     // Adjacent rows with the same changes share a signal.
-    void update(const List &list, const Matches &matches, const QPointer<LiveModel> &self)
+    void update(const List &list, const Matches &matches, qint64 now,
+                const QPointer<LiveModel> &self)
     {
         int first = 0;
         quint32 pending = 0;
         const int end = size();
         for (int row = 0; row < end; ++row) {
-            const quint32 changed = m_rows[index(row)].update(list[index(matches[index(row)])]);
+            const quint32 changed = m_rows[index(row)].update(list.at(matches[index(row)]), now);
             if (changed == pending) {
                 continue;
             }
@@ -195,7 +236,7 @@ private:
         }
     }
 
-    List m_rows;
+    std::vector<Row> m_rows;
     int m_gap = 0;
     int m_gapSize = 0;
     bool m_isShowing = false;

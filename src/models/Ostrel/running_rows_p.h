@@ -7,14 +7,12 @@
 #include "Ostrel/live_rows_p.h"
 #include "Ostrel/running_source_p.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QThread>
 
 namespace Ostrel
 {
 
-// The rows of a model that follows one of the two lists of what runs. A Row is made of a record and
-// the time.
+// The rows of a model that follows one of the two lists of what runs.
 template <typename Row> class RunningRows : public LiveRows<Row>
 {
 public:
@@ -47,14 +45,7 @@ public:
         QObject::connect(m_source, &RunningSource::listed, context,
                          [this](const QVector<RunningApplication> &applications,
                                 const QVector<RunningService> &services) {
-                             const qint64 now = QDateTime::currentMSecsSinceEpoch();
-                             const auto &records = Row::chosen(applications, services);
-                             typename LiveRows<Row>::List rows;
-                             rows.reserve(static_cast<std::size_t>(records.size()));
-                             for (const auto &record : records) {
-                                 rows.emplace_back(record, now);
-                             }
-                             this->show(std::move(rows), LiveModel::Ready);
+                             this->show(Row::chosen(applications, services), LiveModel::Ready);
                          });
         QObject::connect(m_source, &RunningSource::failed, context, [this](const Error &error) {
             this->show(std::nullopt, LiveModel::Failed, error);

@@ -13,6 +13,8 @@ namespace
 class Row
 {
 public:
+    using Record = RunningService;
+
     Row(const RunningService &record, qint64 now)
         : m_record(record)
         , m_since(now)
@@ -26,18 +28,27 @@ public:
         return services;
     }
 
-    Identity identity() const { return {m_record.appId, m_record.name, m_record.pid}; }
-
-    quint32 update(const Row &newer)
+    static Identity identityOf(const RunningService &record)
     {
-        quint32 changed =
-            takeOver(m_record.state, newer.m_record.state, ServicesModel::StateColumn);
+        return {record.appId, record.name, record.pid};
+    }
+    static Identity identityOf(const Row &row) { return identityOf(row.m_record); }
+
+    bool isRowOf(const RunningService &record) const
+    {
+        return m_record.pid == record.pid && m_record.appId == record.appId
+            && m_record.name == record.name;
+    }
+
+    quint32 update(const RunningService &newer, qint64 now)
+    {
+        quint32 changed = takeOver(m_record.state, newer.state, ServicesModel::StateColumn);
         if (changed != 0) {
-            m_since = newer.m_since;
+            m_since = now;
             changed |= bitOf(ServicesModel::SinceColumn);
         }
         return changed
-            | takeOver(m_record.properties, newer.m_record.properties,
+            | takeOver(m_record.properties, plainProperties(newer.properties),
                        ServicesModel::PropertiesColumn);
     }
 

@@ -83,7 +83,11 @@ void TaskSource::onOwnerChanged(const QString & /*service*/, const QString &oldO
                || (!m_invoker.isNull() && m_invoker->isReady())) {
         // The first owner that comes before the reply is the one that replies.
         m_service = Service::Restarted;
+        const QPointer<TaskSource> self(this);
         Q_EMIT changed();
+        if (!self.isNull()) {
+            Q_EMIT serviceStarted();
+        }
     }
 }
 

@@ -31,6 +31,8 @@ public:
 
 Q_SIGNALS:
     void changed();
+    // After changed(). A slot of that one may have deleted the source.
+    void serviceStarted();
 
 private Q_SLOTS:
     void onServiceEnded();

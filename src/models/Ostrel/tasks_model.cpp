@@ -13,39 +13,47 @@ namespace Ostrel
 namespace
 {
 
-class Row
+// A task of either list, or of both.
+struct Task
 {
-public:
-    explicit Row(const AvailableTask &task)
-        : m_name(task.name)
-        , m_isAvailable(true)
-        , m_availableProperties(plainProperties(task.properties))
-    {
-    }
-
-    explicit Row(const ActiveTask &task)
-        : m_name(task.name)
-    {
-        setActive(task);
-    }
+    QString name;
+    bool isAvailable = false;
+    bool isActive = false;
+    qint32 pid = 0;
+    QVariantMap availableProperties;
+    QVariantMap activeProperties;
 
     void setActive(const ActiveTask &task)
     {
-        m_isActive = true;
-        m_pid = task.pid;
-        m_activeProperties = plainProperties(task.properties);
+        isActive = true;
+        pid = task.pid;
+        activeProperties = plainProperties(task.properties);
+    }
+};
+
+class Row
+{
+public:
+    using Record = Task;
+
+    Row(Task task, qint64 /*now*/)
+        : m_task(std::move(task))
+    {
     }
 
-    Identity identity() const { return {m_name, QString(), 0}; }
+    static Identity identityOf(const Task &task) { return {task.name, QString(), 0}; }
+    static Identity identityOf(const Row &row) { return identityOf(row.m_task); }
 
-    quint32 update(const Row &newer)
+    bool isRowOf(const Task &task) const { return m_task.name == task.name; }
+
+    quint32 update(const Task &newer, qint64 /*now*/)
     {
-        return takeOver(m_isAvailable, newer.m_isAvailable, TasksModel::AvailableColumn)
-            | takeOver(m_isActive, newer.m_isActive, TasksModel::ActiveColumn)
-            | takeOver(m_pid, newer.m_pid, TasksModel::PidColumn)
-            | takeOver(m_availableProperties, newer.m_availableProperties,
+        return takeOver(m_task.isAvailable, newer.isAvailable, TasksModel::AvailableColumn)
+            | takeOver(m_task.isActive, newer.isActive, TasksModel::ActiveColumn)
+            | takeOver(m_task.pid, newer.pid, TasksModel::PidColumn)
+            | takeOver(m_task.availableProperties, newer.availableProperties,
                        TasksModel::AvailablePropertiesColumn)
-            | takeOver(m_activeProperties, newer.m_activeProperties,
+            | takeOver(m_task.activeProperties, newer.activeProperties,
                        TasksModel::ActivePropertiesColumn);
     }
 
@@ -53,52 +61,48 @@ public:
     {
         switch (column) {
         case TasksModel::NameColumn:
-            return m_name;
+            return m_task.name;
         case TasksModel::AvailableColumn:
-            return m_isAvailable;
+            return m_task.isAvailable;
         case TasksModel::ActiveColumn:
-            return m_isActive;
+            return m_task.isActive;
         case TasksModel::PidColumn:
-            return m_pid;
+            return m_task.pid;
         case TasksModel::AvailablePropertiesColumn:
-            return m_availableProperties;
+            return m_task.availableProperties;
         default:
-            return m_activeProperties;
+            return m_task.activeProperties;
         }
     }
 
 private:
-    QString m_name;
-    bool m_isAvailable = false;
-    bool m_isActive = false;
-    qint32 m_pid = 0;
-    QVariantMap m_availableProperties;
-    QVariantMap m_activeProperties;
+    Task m_task;
 };
 
-// The rows of the available tasks, and after them those of tasks that are only active.
-std::vector<Row> rowsOf(const QVector<AvailableTask> &available, const QVector<ActiveTask> &active)
+// The available tasks, and after them those that are only active.
+QVector<Task> tasksOf(const QVector<AvailableTask> &available, const QVector<ActiveTask> &active)
 {
-    std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(available.size()));
-    for (const AvailableTask &task : available) {
-        rows.emplace_back(task);
-    }
-    QMultiHash<QString, std::size_t> inactive;
+    QVector<Task> tasks;
+    tasks.reserve(available.size());
+    QMultiHash<QString, int> inactive;
     inactive.reserve(available.size());
+    for (const AvailableTask &task : available) {
+        tasks.append({task.name, true, false, 0, plainProperties(task.properties), {}});
+    }
     for (int i = available.size(); i-- > 0;) {
-        inactive.insert(available.at(i).name, static_cast<std::size_t>(i));
+        inactive.insert(available.at(i).name, i);
     }
     for (const ActiveTask &task : active) {
-        const auto row = inactive.find(task.name);
-        if (row == inactive.end()) {
-            rows.emplace_back(task);
+        const auto found = inactive.find(task.name);
+        if (found == inactive.end()) {
+            tasks.append({task.name, false, false, 0, {}, {}});
+            tasks.last().setActive(task);
         } else {
-            rows[row.value()].setActive(task);
-            inactive.erase(row);
+            tasks[found.value()].setActive(task);
+            inactive.erase(found);
         }
     }
-    return rows;
+    return tasks;
 }
 
 class Rows : public LiveRows<Row>
@@ -117,6 +121,8 @@ public:
         }
         m_source = std::make_unique<TaskSource>(invoker);
         QObject::connect(m_source.get(), &TaskSource::changed, m_source.get(), [this] { take(); });
+        QObject::connect(m_source.get(), &TaskSource::serviceStarted,
+                         static_cast<TasksModel *>(model()), &TasksModel::serviceStarted);
         take();
     }
 
@@ -125,7 +131,7 @@ private:
     {
         const TaskInvoker *const invoker = m_source->invoker();
         const bool isKnown = invoker != nullptr && !m_source->isServiceGone();
-        show(isKnown ? rowsOf(invoker->availableTasks(), invoker->activeTasks()) : List(),
+        show(isKnown ? tasksOf(invoker->availableTasks(), invoker->activeTasks()) : List(),
              m_source->status(), m_source->error());
     }
 

@@ -40,7 +40,8 @@ class TaskInvoker;
  *   restarted, and does not know the invoker; there are no rows. Or the invoker has been destroyed;
  *   there are no rows.
  *
- * After ServiceMissing and Failed, make another invoker, and set it with setInvoker().
+ * An invoker registers once. When serviceStarted() says that a service runs that does not know it,
+ * make another invoker, and set it with setInvoker().
  */
 class OSTREL_EXPORT TasksModel : public LiveModel
 {
@@ -117,6 +118,14 @@ public:
      *                 null: then the rows go, and the status is Loading.
      */
     void setInvoker(TaskInvoker *invoker);
+
+Q_SIGNALS:
+    /**
+     * Emitted when the service has started after the invoker registered, or tried to. The service
+     * does not know the invoker, and the status is Failed. A slot may set another invoker, and
+     * delete this one.
+     */
+    void serviceStarted();
 };
 
 } // namespace Ostrel
