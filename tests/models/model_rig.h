@@ -63,8 +63,9 @@ public:
                                        const QVector<int> &roles) {
                              QStringList names;
                              for (const int role : roles) {
-                                 names.append(role == Qt::DisplayRole ? "display"
-                                                                      : model->roleNames()[role]);
+                                 names.append(role == Qt::DisplayRole
+                                                  ? "display"
+                                                  : model->roleNames().value(role));
                              }
                              add(QString("changed %1,%2-%3,%4 %5")
                                      .arg(first.row())

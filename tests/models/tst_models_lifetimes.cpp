@@ -203,7 +203,8 @@ void TestModelsLifetimes::slotThatRunsAnEventLoopSeesNoSecondList()
     ModelRig::waitFor(services, LiveModel::Ready);
     bool hasRun = false;
     QStringList within;
-    connect(m_model.get(), &LiveModel::rowsRemoved, this, [&] {
+    const QObject context;
+    connect(m_model.get(), &LiveModel::rowsRemoved, &context, [&] {
         if (!std::exchange(hasRun, true)) {
             m_events->taken();
             m_rig->nextList({ModelRig::application("z", 9)});

@@ -52,7 +52,7 @@ void TestServicesModel::everyColumnHasATitleAndARole()
     QStringList columns;
     for (int column = 0; column < model.columnCount(); ++column) {
         columns.append(model.headerData(column, Qt::Horizontal).toString() + ": "
-                       + model.roleNames()[Qt::UserRole + column]);
+                       + model.roleNames().value(Qt::UserRole + column));
     }
     QCOMPARE(columns,
              (QStringList{"Application: appId", "Service: name", "Process: pid", "State: state",

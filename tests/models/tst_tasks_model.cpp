@@ -71,7 +71,7 @@ void TestTasksModel::everyColumnHasATitleAndARole()
     QStringList columns;
     for (int column = 0; column < model.columnCount(); ++column) {
         columns.append(model.headerData(column, Qt::Horizontal).toString() + ": "
-                       + model.roleNames()[Qt::UserRole + column]);
+                       + model.roleNames().value(Qt::UserRole + column));
     }
     QCOMPARE(columns,
              (QStringList{"Task: name", "Available: available", "Active: active", "Process: pid",

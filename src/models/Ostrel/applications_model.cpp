@@ -10,12 +10,12 @@ namespace Ostrel
 namespace
 {
 
-class Row
+class ApplicationRow
 {
 public:
     using Record = RunningApplication;
 
-    Row(const RunningApplication &record, qint64 now)
+    ApplicationRow(const RunningApplication &record, qint64 now)
         : m_record(record)
         , m_since(now)
     {
@@ -32,7 +32,7 @@ public:
     {
         return {record.appId, QString(), record.pid};
     }
-    static Identity identityOf(const Row &row) { return identityOf(row.m_record); }
+    static Identity identityOf(const ApplicationRow &row) { return identityOf(row.m_record); }
 
     bool isRowOf(const RunningApplication &record) const
     {
@@ -74,11 +74,11 @@ private:
     qint64 m_since;
 };
 
-using Rows = RunningRows<Row>;
+using ApplicationRows = RunningRows<ApplicationRow>;
 
-std::unique_ptr<Rows> makeRows()
+std::unique_ptr<ApplicationRows> makeApplicationRows()
 {
-    return std::make_unique<Rows>(std::vector<Column>{
+    return std::make_unique<ApplicationRows>(std::vector<Column>{
         {"appId", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Application")},
         {"pid", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Process")},
         {"state", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "State")},
@@ -96,16 +96,16 @@ ApplicationsModel::ApplicationsModel(QObject *parent)
 }
 
 ApplicationsModel::ApplicationsModel(Control *control, QObject *parent)
-    : LiveModel(makeRows(), parent)
+    : LiveModel(makeApplicationRows(), parent)
 {
-    static_cast<Rows &>(*d).follow(control);
+    static_cast<ApplicationRows &>(*d).follow(control);
 }
 
 ApplicationsModel::~ApplicationsModel() = default;
 
 void ApplicationsModel::refresh()
 {
-    static_cast<Rows &>(*d).refresh();
+    static_cast<ApplicationRows &>(*d).refresh();
 }
 
 } // namespace Ostrel

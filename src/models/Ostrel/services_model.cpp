@@ -10,12 +10,12 @@ namespace Ostrel
 namespace
 {
 
-class Row
+class ServiceRow
 {
 public:
     using Record = RunningService;
 
-    Row(const RunningService &record, qint64 now)
+    ServiceRow(const RunningService &record, qint64 now)
         : m_record(record)
         , m_since(now)
     {
@@ -32,7 +32,7 @@ public:
     {
         return {record.appId, record.name, record.pid};
     }
-    static Identity identityOf(const Row &row) { return identityOf(row.m_record); }
+    static Identity identityOf(const ServiceRow &row) { return identityOf(row.m_record); }
 
     bool isRowOf(const RunningService &record) const
     {
@@ -75,11 +75,11 @@ private:
     qint64 m_since;
 };
 
-using Rows = RunningRows<Row>;
+using ServiceRows = RunningRows<ServiceRow>;
 
-std::unique_ptr<Rows> makeRows()
+std::unique_ptr<ServiceRows> makeServiceRows()
 {
-    return std::make_unique<Rows>(std::vector<Column>{
+    return std::make_unique<ServiceRows>(std::vector<Column>{
         {"appId", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Application")},
         {"name", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Service")},
         {"pid", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Process")},
@@ -97,16 +97,16 @@ ServicesModel::ServicesModel(QObject *parent)
 }
 
 ServicesModel::ServicesModel(Control *control, QObject *parent)
-    : LiveModel(makeRows(), parent)
+    : LiveModel(makeServiceRows(), parent)
 {
-    static_cast<Rows &>(*d).follow(control);
+    static_cast<ServiceRows &>(*d).follow(control);
 }
 
 ServicesModel::~ServicesModel() = default;
 
 void ServicesModel::refresh()
 {
-    static_cast<Rows &>(*d).refresh();
+    static_cast<ServiceRows &>(*d).refresh();
 }
 
 } // namespace Ostrel

@@ -31,18 +31,18 @@ struct Task
     }
 };
 
-class Row
+class TaskRow
 {
 public:
     using Record = Task;
 
-    Row(Task task, qint64 /*now*/)
+    TaskRow(Task task, qint64 /*now*/)
         : m_task(std::move(task))
     {
     }
 
     static Identity identityOf(const Task &task) { return {task.name, QString(), 0}; }
-    static Identity identityOf(const Row &row) { return identityOf(row.m_task); }
+    static Identity identityOf(const TaskRow &row) { return identityOf(row.m_task); }
 
     bool isRowOf(const Task &task) const { return m_task.name == task.name; }
 
@@ -105,10 +105,10 @@ QVector<Task> tasksOf(const QVector<AvailableTask> &available, const QVector<Act
     return tasks;
 }
 
-class Rows : public LiveRows<Row>
+class TaskRows : public LiveRows<TaskRow>
 {
 public:
-    using LiveRows<Row>::LiveRows;
+    using LiveRows<TaskRow>::LiveRows;
 
     TaskInvoker *invoker() const { return m_source ? m_source->invoker() : nullptr; }
 
@@ -138,9 +138,9 @@ private:
     std::unique_ptr<TaskSource> m_source;
 };
 
-std::unique_ptr<Rows> makeRows()
+std::unique_ptr<TaskRows> makeTaskRows()
 {
-    return std::make_unique<Rows>(std::vector<Column>{
+    return std::make_unique<TaskRows>(std::vector<Column>{
         {"name", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Task")},
         {"available", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Available")},
         {"active", QT_TRANSLATE_NOOP("Ostrel::LiveModel", "Active")},
@@ -153,7 +153,7 @@ std::unique_ptr<Rows> makeRows()
 } // namespace
 
 TasksModel::TasksModel(QObject *parent)
-    : LiveModel(makeRows(), parent)
+    : LiveModel(makeTaskRows(), parent)
 {
 }
 
@@ -167,12 +167,12 @@ TasksModel::~TasksModel() = default;
 
 TaskInvoker *TasksModel::invoker() const
 {
-    return static_cast<const Rows &>(*d).invoker();
+    return static_cast<const TaskRows &>(*d).invoker();
 }
 
 void TasksModel::setInvoker(TaskInvoker *invoker)
 {
-    static_cast<Rows &>(*d).follow(invoker);
+    static_cast<TaskRows &>(*d).follow(invoker);
 }
 
 } // namespace Ostrel
