@@ -66,6 +66,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
 
+    void deepestValuesAreSentOn_data();
     void deepestValuesAreSentOn();
     void sizesAreThoseOfOwnValues_data();
     void sizesAreThoseOfOwnValues();
@@ -114,21 +115,31 @@ QVariant TestOutgoingArguments::received(const QVariant &value)
     return m_received.value("key");
 }
 
+void TestOutgoingArguments::deepestValuesAreSentOn_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<int>("lists");
+    // 64 containers in all.
+    QTest::newRow("lists") << inLists(QVariant::fromValue(QDBusVariant(1)), 29) << 1;
+    QTest::newRow("maps") << inMaps(1, 19) << 2;
+    QTest::newRow("a structure") << QVariant::fromValue(
+        QVector<Ostrel::ActiveTask>{{"abc", 1, oneEntry(inLists(1, 27))}})
+                                 << 1;
+}
+
 void TestOutgoingArguments::deepestValuesAreSentOn()
 {
-    // 64 containers in all.
-    const QVariant value = received(inLists(1, 29));
-    QCOMPARE(value.userType(), qMetaTypeId<QDBusArgument>());
-    QVariantMap map = mapOf(inMaps(value, 1));
+    QFETCH(const QVariant, value);
+    QFETCH(const int, lists);
+    const QVariant argument = received(value);
+    QCOMPARE(argument.userType(), qMetaTypeId<QDBusArgument>());
+    QVariantMap map = mapOf(inLists(argument, lists));
     QCOMPARE(refusalOf(map).message(), QString());
     QCOMPARE(answerTo({map}), "org.freedesktop.DBus.Error.UnknownInterface");
 
-    const QString tooDeep = "Marshalling failed: \"inner\" is nested too deeply for a "
-                            "message, with a value of type ";
-    map = mapOf(inMaps(QVariant::fromValue(QDBusVariant(value)), 1));
-    QVERIFY(refusalOf(map).message().startsWith(tooDeep));
-    map = mapOf(inMaps(received(inMaps(1, 19)), 2));
-    QVERIFY(refusalOf(map).message().startsWith(tooDeep));
+    map = mapOf(inLists(QVariant::fromValue(QDBusVariant(argument)), lists));
+    QVERIFY(refusalOf(map).message().startsWith(
+        "Marshalling failed: \"key\" is nested too deeply for a message, with a value of type "));
 }
 
 void TestOutgoingArguments::sizesAreThoseOfOwnValues_data()
