@@ -160,6 +160,7 @@ void TestOutgoingSize::sizesMatchTheMessage_data()
     row("time", QTime(1, 2), 6 + 8 + 2 + 16);
     row("dates", QVariant::fromValue(QList<QDate>{{2000, 1, 2}, {2000, 1, 3}}),
         6 + 8 + 2 + 4 + 4 + 12 + 4 + 12);
+    row("no dates", QVariant::fromValue(QList<QDate>()), 6 + 8 + 2 + 4 + 4);
     row("date and time", QDateTime(QDate(2000, 1, 2), QTime(3, 4)), 6 + 17 + 1 + 12 + 4 + 16 + 4);
     row("record", QVariant::fromValue(Ostrel::ActiveTask{"ab", 7, QVariantMap()}),
         6 + 12 + 6 + 4 + 3 + 1 + 4 + 4);

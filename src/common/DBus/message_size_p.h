@@ -85,9 +85,6 @@ public:
         case '(':
         case '{':
             return 8;
-        case 'g':
-        case 'v':
-            return 1;
         case 'a':
         case 'h':
         case 'o':
