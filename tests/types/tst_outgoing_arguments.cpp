@@ -160,6 +160,8 @@ void TestOutgoingArguments::sizesAreThoseOfOwnValues_data()
     QTest::newRow("record") << QVariant::fromValue(Ostrel::ActiveTask{"abc", 1, oneEntry("x")});
     QTest::newRow("records") << QVariant::fromValue(
         QVector<Ostrel::AvailableTask>{{"abc", oneEntry(1)}, {"d", {}}});
+    QTest::newRow("signatures") << QVariant::fromValue(
+        QList<QDBusSignature>{QDBusSignature("as"), QDBusSignature("(yi)")});
     QTest::newRow("path and signature")
         << QVariant(QVariantList{QVariant::fromValue(QDBusObjectPath("/a/b")),
                                  QVariant::fromValue(QDBusSignature("as")), 1});

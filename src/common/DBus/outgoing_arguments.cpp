@@ -118,7 +118,7 @@ bool OutgoingMessage::receivedArray(const QVariant &value, const QDBusArgument &
             m_size.align(8);
             argument.beginMapEntry();
             const char *member = element + 1;
-            isSendable = received(value, argument, member, containers) // a key holds no others
+            isSendable = received(value, argument, member, containers) // holds no other containers
                 && received(value, argument, member, containers + 2) && fits(value);
             argument.endMapEntry();
         }

@@ -117,7 +117,7 @@ bool OutgoingMessage::pairs(const QVariant &value, const char *signature, int co
         QVariant key = entry.key();
         QVariant content = entry.value();
         m_size.align(8);
-        if (!element(key, keySignature, containers + 2, false)
+        if (!element(key, keySignature, containers, false) // holds no other containers
             || !element(content, valueSignature, containers + 2, areVariants) || !fits(value)) {
             return false;
         }
