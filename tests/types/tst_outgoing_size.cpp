@@ -12,6 +12,7 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
 #include <QtCore/QLineF>
+#include <QtCore/QUrl>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusObjectPath>
 
@@ -186,6 +187,12 @@ void TestOutgoingSize::sizesMatchTheMessage()
     message.add(map);
     QCOMPARE(message.refusal().message(), QString());
     QTEST(int(message.bytes()), "bytes");
+
+    // What follows is looked at as well.
+    map.insert("z", QUrl());
+    OutgoingMessage another(1000);
+    another.add(map);
+    QCOMPARE(another.refusal().message(), "Marshalling failed: \"z\" holds a value of type QUrl");
 }
 
 void TestOutgoingSize::tooLargeValuesAreFound_data()
