@@ -38,6 +38,18 @@ QVariant inStructures(int levels)
     return argumentOf(levels, &QDBusArgument::beginStructure, &QDBusArgument::endStructure);
 }
 
+// Returns a structure with a signature of that length.
+QVariant structureOf(int length)
+{
+    QDBusArgument argument;
+    argument.beginStructure();
+    for (int member = 2; member < length; ++member) {
+        argument << uchar(1);
+    }
+    argument.endStructure();
+    return QVariant::fromValue(argument);
+}
+
 QVariant inObjects(int levels)
 {
     QJsonValue value = 1;
@@ -112,6 +124,7 @@ void TestOutgoingDepth::deepestValuesArrive_data()
         << inLists(QVariant::fromValue(NamedMaps{{QString(), {{QString(), 1}}}}), 28);
     QTest::newRow("lists and a record")
         << inLists(QVariant::fromValue(Ostrel::AvailableTask{{}, strings}), 28);
+    QTest::newRow("longest type") << structureOf(255);
     QTest::newRow("longest signature") << QVariant::fromValue(QDBusSignature(QString(255, 'i')));
     QTest::newRow("deepest signature")
         << QVariant::fromValue(QDBusSignature(QString(32, 'a') + 'i'));
