@@ -31,6 +31,7 @@ class TestLifetimes : public SimulatorTest
 private Q_SLOTS:
     void programEndsCleanly_data();
     void programEndsCleanly();
+    void applicationWaitsForTheThreadThatWakesIt();
     void callsWithoutReplyAreLeftToTheEnd();
     void endWaitsForTheRequestsOfOtherThreads();
     void busThatEndsBeforeTheLoopRunsIsNoticed();
@@ -79,7 +80,6 @@ void TestLifetimes::programEndsCleanly_data()
         "ready 0\n"
         "not connected\n"
         "not connected\n");
-    row("lateWakeUp", "in time\n");
     row("exitInASlot",
         "start 0\n"
         "exit\n");
@@ -128,6 +128,22 @@ void TestLifetimes::programEndsCleanly()
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.output, output);
     QCOMPARE(result.exitStatus, 0);
+}
+
+void TestLifetimes::applicationWaitsForTheThreadThatWakesIt()
+{
+    const MethodFaults reports = m_simulator.windowStatus();
+    reports.holdNext(1);
+    Process program(LIFETIMES, {"lateWakeUp"});
+    program.setProcessEnvironment(withoutLeakDetection());
+    program.start();
+    QCOMPARE(program.readLine(), "called");
+    reports.waitForHeld(1);
+    reports.release({0});
+    QCOMPARE(program.readLine(), "in time");
+    const int exitStatus = program.waitForEnd();
+    QCOMPARE(QString::fromUtf8(program.readAllStandardError()), QString());
+    QCOMPARE(exitStatus, 0);
 }
 
 void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()

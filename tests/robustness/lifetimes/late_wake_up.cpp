@@ -77,8 +77,9 @@ int lateWakeUp(int &argc, char **argv)
         QCoreApplication::setEventDispatcher(new Dispatcher);
         const QCoreApplication application(argc, argv);
         clients = std::make_unique<Clients>();
-        holdsWakeUps = true;
         clients->call();
+        holdsWakeUps = true;
+        say("called");
         while (!isHeld) {
             std::this_thread::yield();
         }
