@@ -59,6 +59,9 @@ private:
 void TestServiceAvailable::initTestCase()
 {
     m_bus.emplace();
+    // Until the event loop has run once, QtDBus delivers no signals.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
 }
 
 void TestServiceAvailable::settle()
@@ -174,18 +177,27 @@ void TestServiceAvailable::deletedControlLeavesTheOthersConnected()
 
 void TestServiceAvailable::slotMayDeleteTheControl_data()
 {
+    QTest::addColumn<QString>("firstBefore");
+    QTest::addColumn<QString>("firstAfter");
+    QTest::addColumn<QString>("secondAfter");
     QTest::addColumn<int>("deletedAt");
     QTest::addColumn<int>("emitted");
-    QTest::newRow("when the service goes") << 0 << 1;
-    QTest::newRow("when it comes") << 1 << 2;
+    const QString nothing = "forget";
+    QTest::newRow("when the service comes") << nothing << take << nothing << 1 << 1;
+    QTest::newRow("when it goes") << take << release << nothing << 0 << 1;
+    QTest::newRow("when it goes for another") << take << nothing << take << 0 << 1;
+    QTest::newRow("when another comes") << take << nothing << take << 1 << 2;
 }
 
 void TestServiceAvailable::slotMayDeleteTheControl()
 {
+    QFETCH(const QString, firstBefore);
+    QFETCH(const QString, firstAfter);
+    QFETCH(const QString, secondAfter);
     QFETCH(const int, deletedAt);
     QFETCH(const int, emitted);
     Peer first(*m_bus);
-    first.order(take);
+    first.order(firstBefore);
     auto control = std::make_unique<Control>();
     int count = 0;
     connect(control.get(), &Control::serviceAvailableChanged, this, [&](bool available) {
@@ -194,8 +206,9 @@ void TestServiceAvailable::slotMayDeleteTheControl()
             control.reset();
         }
     });
+    first.order(firstAfter);
     Peer second(*m_bus);
-    second.order(take);
+    second.order(secondAfter);
     settle();
     QCOMPARE(count, emitted);
     QVERIFY(!control);

@@ -68,6 +68,10 @@ ControlPrivate::ControlPrivate(Control *q)
     if (const auto *watcher = findChild<QDBusServiceWatcher *>()) {
         connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
                 &ControlPrivate::onOwnerChanged);
+        connect(watcher, &QDBusServiceWatcher::serviceRegistered, this,
+                [this] { setServiceAvailable(true); });
+        connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
+                [this] { setServiceAvailable(false); });
     }
 }
 
@@ -130,15 +134,15 @@ void ControlPrivate::onOwnerChanged(const QString & /*service*/, const QString &
                                     const QString &newOwner)
 {
     m_owner = newOwner;
-    // The bus was asked after this owner came, so its reply has already said so.
-    if (m_serviceAvailable && oldOwner.isEmpty()) {
-        return;
-    }
-    const QPointer<ControlPrivate> self(this);
-    setServiceAvailable(false);
-    // A slot may delete this object, or run an event loop that brings the next change.
-    if (!self.isNull() && m_owner == newOwner) {
-        setServiceAvailable(!newOwner.isEmpty());
+    // Otherwise, the watcher emits another signal after this one. A slot may delete this object,
+    // and the watcher with it.
+    if (!oldOwner.isEmpty() && !newOwner.isEmpty()) {
+        const QPointer<ControlPrivate> self(this);
+        setServiceAvailable(false);
+        // A slot may also run an event loop that brings the next change.
+        if (!self.isNull() && m_owner == newOwner) {
+            setServiceAvailable(true);
+        }
     }
 }
 
