@@ -206,9 +206,8 @@ void TestExamples::examplesEndWithTheService_data()
             QTest::addRow("%s, %s, %s", command, held > 0 ? method : lastLine, name)
                 << words << interface << method << held << lastLine << int(end) << errors;
         };
-        const QString reason = end == BusEnds
-            ? "Not connected to D-Bus server\n"
-            : "Message recipient disconnected from message bus without replying\n";
+        const QString reason =
+            end == BusEnds ? "Not connected to D-Bus server\n" : endedServiceText() + '\n';
         row("start-and-follow demo.Viewer", control, "Start", 1, "",
             "cannot start demo.Viewer: " + reason);
         row("start-and-follow demo.Viewer", QString(), "", 0, "state 1",

@@ -76,8 +76,7 @@ void TestFailedNames::compareWithPage(const QString &row, const Error &error, co
 void TestFailedNames::serviceDoesNotRun()
 {
     compareWithPage("the service does not run", Control().terminate("a"),
-                    "org.freedesktop.DBus.Error.ServiceUnknown",
-                    "The name " OSTREL_SERVICE_NAME " was not provided by any .service files");
+                    "org.freedesktop.DBus.Error.ServiceUnknown", absentServiceText());
 }
 
 void TestFailedNames::serviceEndsBeforeItReplies()
@@ -86,8 +85,7 @@ void TestFailedNames::serviceEndsBeforeItReplies()
     simulator.start();
     simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate").dieInNext();
     compareWithPage("the service ended before it replied", Control().terminate("a"),
-                    "org.freedesktop.DBus.Error.NoReply",
-                    "Message recipient disconnected from message bus without replying");
+                    "org.freedesktop.DBus.Error.NoReply", endedServiceText());
     simulator.waitForEnd();
 }
 

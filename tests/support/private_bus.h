@@ -4,12 +4,9 @@
 #ifndef TESTS_PRIVATE_BUS_H
 #define TESTS_PRIVATE_BUS_H
 
-#include "process.h"
-
-#include <QtCore/QTemporaryDir>
+#include "bus_process.h"
 
 #include <memory>
-#include <optional>
 
 // A message bus of the test. It is the session bus of the test and of the programs that the test
 // starts.
@@ -17,22 +14,20 @@ class PrivateBus
 {
 public:
     // What the bus does with an answer from a peer that was not called. A usual session bus passes
-    // it on, a usual system bus does not.
+    // it on, a usual system bus does not. dbus-broker never does.
     enum Unrequested {
         PassedOn,
         Refused
     };
 
-    // replyTimeout: after how many milliseconds the bus answers a call that nobody answers.
-    explicit PrivateBus(std::optional<int> replyTimeout = std::nullopt,
-                        Unrequested unrequested = PassedOn);
+    explicit PrivateBus(Unrequested unrequested = PassedOn);
 
-    QString address() const { return m_address; }
+    QString address() const { return m_process->address(); }
 
-    qint64 processId() const { return m_daemon->processId(); }
+    qint64 processId() const { return m_process->processId(); }
 
     // Ends the bus; all connections to it are lost.
-    void end() { m_daemon->end(); }
+    void end() { m_process->end(); }
 
     // Makes the bus hang: it accepts connections but answers nothing.
     void suspend();
@@ -40,8 +35,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    std::unique_ptr<Process> m_daemon;
-    QString m_address;
+    std::unique_ptr<BusProcess> m_process;
 };
 
 #endif

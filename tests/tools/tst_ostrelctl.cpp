@@ -169,11 +169,11 @@ void TestOstrelctl::windowWithoutService()
     const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
     QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors,
-             "error: Failed: The name " OSTREL_SERVICE_NAME
-             " was not provided by any .service files\n"
-             "hint: no service owns the name " OSTREL_SERVICE_NAME
-             " on the session bus; at a desk, start its stand-in: "
-             "ostrel-simulator --session &\n");
+             "error: Failed: " + absentServiceText()
+                 + "\n"
+                   "hint: no service owns the name " OSTREL_SERVICE_NAME
+                   " on the session bus; at a desk, start its stand-in: "
+                   "ostrel-simulator --session &\n");
     QCOMPARE(result.exitStatus, 1);
 }
 

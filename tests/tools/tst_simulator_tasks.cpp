@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
+#include "bus_process.h"
 #include "busctl.h"
 #include "simulator_test.h"
 #include "test_main.h"
@@ -115,7 +116,8 @@ void TestSimulatorTasks::hintsTooDeepToBeListedAreRefused()
     const QDBusMessage tooDeep = start(29);
     QCOMPARE(tooDeep.errorName(), "org.freedesktop.DBus.Error.InvalidArgs");
     QCOMPARE(tooDeep.errorMessage(), "A value is nested 66 deep, more than the 64 of a message");
-    QCOMPARE(start(28).errorName(), QString());
+    // What lists the hint adds eight containers.
+    QCOMPARE(start((deepestMessage() - 8) / 2).errorName(), QString());
 }
 
 void TestSimulatorTasks::typesThatMakeNoPathAreRefused_data()

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "bus_process.h"
 #include "outgoing_maps.h"
 #include "test_main.h"
 
@@ -117,6 +118,9 @@ QVariant TestOutgoingArguments::received(const QVariant &value)
 
 void TestOutgoingArguments::deepestValuesAreSentOn_data()
 {
+    if (deepestMessage() < 64) {
+        QSKIP("dbus-broker drops the connection over 64 nested containers");
+    }
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<int>("lists");
     // 64 containers in all.

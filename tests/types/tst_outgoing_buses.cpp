@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "files.h"
+#include "bus_process.h"
 #include "outgoing_maps.h"
 #include "task_invokers.h"
 #include "test_main.h"
@@ -9,13 +9,11 @@
 
 #include <Ostrel/Control>
 
-#include <QtCore/QTemporaryDir>
 #include <QtDBus/QDBusUnixFileDescriptor>
 
 #include <sys/resource.h>
 
 #include <memory>
-#include <optional>
 
 using Ostrel::TaskInvoker;
 
@@ -42,50 +40,22 @@ QVariantMap descriptors(int count)
     return {{"key", list}};
 }
 
-// A message bus with the limits that are built into the daemon.
-class Daemon
+// dbus-daemon with the limits that are built into it.
+std::unique_ptr<BusProcess> daemonAt(const QString &address, const QTemporaryDir &folder,
+                                     const QString &busType)
 {
-public:
-    Daemon(const QString &busType, const QString &address)
-        : m_process("dbus-daemon",
-                    {QString("--config-file=%1").arg(configuration(busType)),
-                     QString("--address=%1").arg(QString(address).replace("%1", m_folder.path())),
-                     "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"})
-    {
-        m_process.start();
-        m_address = m_process.readLine();
-    }
-
-    QByteArray address() const { return m_address.toUtf8(); }
-
-private:
-    QString configuration(const QString &busType) const
-    {
-        QString path = m_folder.filePath("bus.conf");
-        writeFile(path,
-                  QString("<!DOCTYPE busconfig PUBLIC\n"
-                          "  \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                          "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\""
-                          ">\n"
-                          "<busconfig>\n"
-                          "  <type>%1</type>\n"
-                          "  <listen>unix:tmpdir=/tmp</listen>\n"
-                          "  <auth>EXTERNAL</auth>\n"
-                          "  <auth>ANONYMOUS</auth>\n"
-                          "  <allow_anonymous/>\n"
-                          "  <policy context=\"default\">\n"
-                          "    <allow send_destination=\"*\"/>\n"
-                          "    <allow receive_sender=\"*\"/>\n"
-                          "  </policy>\n"
-                          "</busconfig>\n")
-                      .arg(busType));
-        return path;
-    }
-
-    QTemporaryDir m_folder;
-    Process m_process;
-    QString m_address;
-};
+    return BusProcess::daemonAt(address, folder,
+                                "<type>" + busType
+                                    + "</type>"
+                                      "<listen>unix:tmpdir=/tmp</listen>"
+                                      "<auth>EXTERNAL</auth>"
+                                      "<auth>ANONYMOUS</auth>"
+                                      "<allow_anonymous/>"
+                                      "<policy context=\"default\">"
+                                      "<allow send_destination=\"*\"/>"
+                                      "<allow receive_sender=\"*\"/>"
+                                      "</policy>");
+}
 
 } // namespace
 
@@ -111,21 +81,24 @@ private:
     // Starts a task on the system bus, and returns the outcome.
     QString start(const QString &name, const QVariantMap &hints = {});
 
-    const QString m_arrived =
-        "started 0: 1 \"The name " OSTREL_SERVICE_NAME " was not provided by any .service files\"";
+    const QString m_arrived = "started 0: 1 \"" + absentServiceText() + '"';
 
-    std::optional<Daemon> m_systemBus;
-    std::optional<Daemon> m_sessionBus;
+    const QTemporaryDir m_systemFolder;
+    const QTemporaryDir m_sessionFolder;
+    std::unique_ptr<BusProcess> m_systemBus;
+    std::unique_ptr<BusProcess> m_sessionBus;
     std::unique_ptr<TaskInvoker> m_invoker;
 };
 
 void TestOutgoingBuses::initTestCase()
 {
-    m_systemBus.emplace("system", "unix:path=%1/bus");
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address());
-    // A TCP bus passes on no file descriptors.
-    m_sessionBus.emplace("session", "tcp:host=127.0.0.1");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus->address());
+    m_systemBus = BusProcess::kind() == BusProcess::DBusBroker
+        ? BusProcess::broker(m_systemFolder, quotasOfSystemBus())
+        : daemonAt("unix:path=" + m_systemFolder.filePath("bus"), m_systemFolder, "system");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address().toUtf8());
+    // A TCP bus passes on no file descriptors. Only dbus-daemon has one.
+    m_sessionBus = daemonAt("tcp:host=127.0.0.1", m_sessionFolder, "session");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus->address().toUtf8());
 
     const Warnings warnings;
     m_invoker = std::make_unique<TaskInvoker>(TaskInvoker::SystemBus, type);

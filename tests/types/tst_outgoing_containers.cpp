@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "bus_process.h"
 #include "outgoing_maps.h"
 #include "simulator_test.h"
 #include "test_main.h"
@@ -179,6 +180,9 @@ void TestOutgoingContainers::unsendableElementsAreFound()
 
 void TestOutgoingContainers::variantsInVariantsAreCounted()
 {
+    if (deepestMessage() < 64) {
+        QSKIP("dbus-broker drops the connection over 64 nested containers");
+    }
     // The map takes three containers, each vector two, and each variant in a vector another one.
     QVariant value = 1;
     for (int level = 0; level < 20; ++level) {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "bus_process.h"
 #include "outgoing_maps.h"
 #include "private_bus.h"
 #include "test_main.h"
@@ -109,6 +110,9 @@ void TestOutgoingDepth::cleanup()
 
 void TestOutgoingDepth::deepestValuesArrive_data()
 {
+    if (deepestMessage() < 64) {
+        QSKIP("dbus-broker drops the connection over 64 nested containers");
+    }
     QTest::addColumn<QVariant>("value");
     // 62 to 64 containers in all.
     QTest::newRow("maps") << inMaps(1, 20);

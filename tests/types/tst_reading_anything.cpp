@@ -162,22 +162,26 @@ void TestReadingAnything::everyReaderSkipsOneValue_data()
         simple(type, "0", "[{}]");
     }
 
-    // A message allows 32 nested arrays, 32 nested structures and 64 nested containers. The value
-    // is in a structure.
+    // A message allows 32 nested arrays and 32 nested structures. The value is in a structure.
     row(inArrays(32, three), brackets(33, "3"));
     row({QString(32, 'a') + 'i', QString("1 ").repeated(31) + '0'}, brackets(33, QString()));
     row(inStructures(31, three), old, {inStructures(31, three).signature});
-    row(inArrays(32, inStructures(31, three)), brackets(33, "null"),
+    const int arrays = deepestMessage() - 32;
+    row(inArrays(arrays, inStructures(31, three)), brackets(arrays + 1, "null"),
         {inStructures(31, three).signature});
     row(inDicts(31, three), '[' + objects(31, "3") + ']');
-    row(inDicts(31, {"v", "i 3"}), '[' + objects(31, "3") + ']');
-    row(inVariants(63, three), "[null]");
-    row(inVariants(62, inArrays(1, three)), "[null]");
-    row({"v", QString("av 1 ").repeated(31) + "i 3"}, brackets(32, "3"));
-    row({"v", QString("a{sv} 1 k ").repeated(20) + "av 1 i 3"}, '[' + objects(20, "[3]") + ']');
-    const Value structuresInVariants{"v", QString("(v) ").repeated(31) + "i 3"};
+    const int containers = deepestMessage() - 1;
+    const int pairs = (containers - 1) / 2;
+    row(inDicts(pairs, {"v", "i 3"}), '[' + objects(pairs, "3") + ']');
+    row(inVariants(containers, three), "[null]");
+    row(inVariants(containers - 1, inArrays(1, three)), "[null]");
+    row({"v", QString("av 1 ").repeated(pairs) + "i 3"}, brackets(pairs + 1, "3"));
+    const int maps = (containers - 2) / 3;
+    row({"v", QString("a{sv} 1 k ").repeated(maps) + "as 1 3"},
+        '[' + objects(maps, "[\"3\"]") + ']');
+    const Value structuresInVariants{"v", QString("(v) ").repeated(pairs) + "i 3"};
     row(structuresInVariants, old, {"(v)"});
-    row({"a(v)", "1 " + QString("(v) ").repeated(30) + "i 3"}, "[[null]]", {"(v)"}, 1);
+    row({"a(v)", "1 " + QString("(v) ").repeated(pairs - 1) + "i 3"}, "[[null]]", {"(v)"}, 1);
 }
 
 namespace

@@ -209,6 +209,8 @@ Operation signal(const char *name, const char *member, const char *signature,
     operation.prepare = [listen, column](Rig &rig) {
         auto control = std::make_shared<Control>();
         listen(rig, *control);
+        // The bus may handle what the service sends before the subscription.
+        rig.settle();
         return [&rig, column, control] { hearMarker(rig, operationNamed(column)); };
     };
     return operation;

@@ -19,10 +19,10 @@ struct Fault
         OwnProcessWithoutBus
     };
     Place place = Shared;
-    // For a process of its own: how many operations one process can try, and after how many
-    // milliseconds its bus answers a call that nobody answers.
+    // For a process of its own: how many operations one process can try, and the timeout of its
+    // calls in milliseconds.
     int operationsAtOnce = 1;
-    std::optional<int> replyTimeout = std::nullopt;
+    std::optional<int> timeout = std::nullopt;
 
     // Takes hundreds of megabytes, and so seconds.
     bool isLarge = false;

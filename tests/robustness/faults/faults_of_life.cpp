@@ -14,12 +14,12 @@ const QString serviceName = OSTREL_SERVICE_NAME;
 
 const Failure disconnected{1, "org.freedesktop.DBus.Error.Disconnected",
                            "Not connected to D-Bus server"};
-const Failure absent{1, "org.freedesktop.DBus.Error.ServiceUnknown",
-                     "The name " OSTREL_SERVICE_NAME " was not provided by any .service files"};
-const Failure gone{1, "org.freedesktop.DBus.Error.NoReply",
-                   "Message recipient disconnected from message bus without replying"};
+const Failure absent{1, "org.freedesktop.DBus.Error.ServiceUnknown", absentServiceText()};
+const Failure gone{1, "org.freedesktop.DBus.Error.NoReply", endedServiceText()};
 const Failure silent{1, "org.freedesktop.DBus.Error.NoReply",
-                     "Message did not receive a reply (timeout by message bus)"};
+                     "Did not receive a reply. Possible causes include: the remote application did "
+                     "not send a reply, the message bus security policy blocked the reply, the "
+                     "reply timeout expired, or the network connection was broken."};
 
 bool any(const Operation & /*operation*/)
 {

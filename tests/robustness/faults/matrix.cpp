@@ -3,6 +3,8 @@
 
 #include "matrix.h"
 
+#include "calls_without_timeout.h"
+
 #include <QtCore/QCoreApplication>
 
 #include <algorithm>
@@ -190,8 +192,10 @@ int tryApart(const QString &fault, const QStringList &columnNames)
         // Nothing is wrong with the other bus.
         session.emplace();
     }
-    Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : kindOf(first.bus),
-            tried.replyTimeout, first.bus);
+    Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : kindOf(first.bus), first.bus);
+    if (tried.timeout) {
+        setServiceTimeout(*tried.timeout);
+    }
     for (const QString &column : columnNames) {
         const Outcome outcome = tryOperation(rig, tried, columnNamed(column).operation);
         printLine(outcome.mark);
@@ -207,7 +211,7 @@ Matrix::Row Matrix::row(const Fault &fault)
     }
     for (const auto bus : {QDBusConnection::SessionBus, QDBusConnection::SystemBus}) {
         if (!m_rigs.at(bus)) {
-            m_rigs.at(bus).emplace(kindOf(bus), std::nullopt, bus);
+            m_rigs.at(bus).emplace(kindOf(bus), bus);
         }
     }
     Row outcomes(columns().size());

@@ -27,7 +27,7 @@ std::shared_ptr<const Warnings> sharedWarnings()
 
 } // namespace
 
-Rig::Rig(Bus bus, std::optional<int> replyTimeout, QDBusConnection::BusType type)
+Rig::Rig(Bus bus, QDBusConnection::BusType type)
     : m_type(type)
     , m_warnings(sharedWarnings())
 {
@@ -35,8 +35,7 @@ Rig::Rig(Bus bus, std::optional<int> replyTimeout, QDBusConnection::BusType type
     const QByteArray session = qgetenv(sessionBus);
     QByteArray address("unix:path=/nonexistent/bus");
     if (bus != NoBus) {
-        m_bus.emplace(replyTimeout,
-                      bus == WithStrictBus ? PrivateBus::Refused : PrivateBus::PassedOn);
+        m_bus.emplace(bus == WithStrictBus ? PrivateBus::Refused : PrivateBus::PassedOn);
         address = m_bus->address().toUtf8();
     }
     // A private bus makes itself the session bus.
@@ -88,6 +87,8 @@ void Rig::waitForOwner(Owner owner, const std::function<void()> &change) const
                      [&known, owner](const QString &, const QString &, const QString &now) {
                          known = now.isEmpty() == (owner == Nobody);
                      });
+    // The bus may handle the change before the subscription, which comes from another connection.
+    settle();
     change();
     waitUntil([&known] { return known; });
 }

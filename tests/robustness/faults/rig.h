@@ -27,11 +27,9 @@ public:
         WithStrictBus
     };
 
-    // replyTimeout: after how many milliseconds the bus answers a call that nobody answers. type:
-    // which bus of the client this is. The client connects in begin(), because libdbus then learns
-    // the addresses of all buses.
-    explicit Rig(Bus bus, std::optional<int> replyTimeout = std::nullopt,
-                 QDBusConnection::BusType type = QDBusConnection::SessionBus);
+    // type: which bus of the client this is. The client connects in begin(), because libdbus then
+    // learns the addresses of all buses.
+    explicit Rig(Bus bus, QDBusConnection::BusType type = QDBusConnection::SessionBus);
 
     // The connection of the client.
     QDBusConnection connection() const;

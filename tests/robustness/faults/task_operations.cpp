@@ -177,6 +177,8 @@ Operation listSignal(const char *name, const char *values, const char *seen, con
     operation.prepare = [column](Rig &rig) {
         auto invoker = makeReadyInvoker(rig);
         listen(rig, invoker.get());
+        // The bus may handle what the service sends before the subscription.
+        rig.settle();
         return [&rig, column, invoker] {
             if (rig.taskType.size() <= longestHeardType) {
                 Operation operation = operationNamed(column);
