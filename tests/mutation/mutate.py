@@ -37,6 +37,7 @@ LABELS = (
     ('lib/Ostrel/process_lookup', 'control'),
     ('lib/Ostrel/task_', 'task_invoker'),
     ('lib/Ostrel/window_', 'window_management'),
+    ('models/', 'models'),
     ('callback', 'control'),
     ('pending_call', 'window_management'),
     ('process_end', 'robustness'),
