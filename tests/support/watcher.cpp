@@ -23,7 +23,7 @@ Watcher::Watcher(const QStringList &arguments, const QString &timeZone)
 
 QString Watcher::readEvent()
 {
-    static const QRegularExpression form("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{3} (.*)\\z");
+    static const QRegularExpression form("\\A[0-2]\\d:[0-5]\\d:[0-5]\\d\\.\\d{6} (.*)\\z");
     return form.match(readLine()).captured(1);
 }
 
@@ -31,6 +31,7 @@ QString Watcher::readJson()
 {
     QJsonObject object = QJsonDocument::fromJson(readLine().toUtf8()).object();
     object.remove("time");
+    object.remove("monotonic");
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 

@@ -19,7 +19,7 @@ public:
     // Returns the next event in plain form, without its time.
     QString readEvent();
 
-    // Returns the next event as JSON, without its time.
+    // Returns the next event as JSON, without its times.
     QString readJson();
 
     // Ends it as Ctrl-C does. Returns its exit status.

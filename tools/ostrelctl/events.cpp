@@ -5,10 +5,10 @@
 
 #include "command.h"
 #include "report.h"
+#include "stamp.h"
 #include "text.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDateTime>
 
 #include <cstdio>
 
@@ -34,15 +34,15 @@ void UntilInterrupted::onDisconnected() const
 
 void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text)
 {
-    const QDateTime now = QDateTime::currentDateTime();
+    const Stamp now = Stamp::now();
     if (asJson) {
-        object.insert(QStringLiteral("time"), now.toUTC().toString(Qt::ISODateWithMs));
+        object.insert(QStringLiteral("time"), now.toUtc());
+        object.insert(QStringLiteral("monotonic"), now.monotonic);
         object.insert(QStringLiteral("event"), event);
         printJson(object);
     } else {
         printLine(QStringLiteral("%1 %2 %3")
-                      .arg(now.toString(QStringLiteral("HH:mm:ss.zzz")), event.leftJustified(14),
-                           onOneLine(text)));
+                      .arg(now.toLocalTime(), event.leftJustified(14), onOneLine(text)));
     }
     if (std::fflush(stdout) != 0) {
         QCoreApplication::exit(OperationFailed);

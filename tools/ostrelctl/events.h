@@ -27,8 +27,9 @@ private:
     bool m_asJson;
 };
 
-// Prints one event with the time: as text, or as JSON with "time" (UTC) and "event" added. Quits
-// the event loop when nobody reads the output any more.
+// Prints one event with the time in microseconds: as text, or as JSON with "time" (UTC),
+// "monotonic" (the monotonic clock) and "event" added. Quits the event loop when nobody reads the
+// output any more.
 void printEvent(bool asJson, const QString &event, QJsonObject object, const QString &text);
 
 // Prints whether the service runs, as an event.
