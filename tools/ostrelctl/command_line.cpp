@@ -44,10 +44,9 @@ void CommandLine::addOption(const QString &name, const QString &valueName,
     m_optionsWithValue.append(QStringLiteral("--") + name);
 }
 
-void CommandLine::addTimeoutOption()
+void CommandLine::addTimeoutOption(const QString &description)
 {
-    addOption(timeoutOption, QStringLiteral("SECONDS"),
-              QStringLiteral("Wait this long for the reply."));
+    addOption(timeoutOption, QStringLiteral("SECONDS"), description);
 }
 
 void CommandLine::addPositional(const QString &name, const QString &description)
@@ -100,20 +99,34 @@ Result<int> CommandLine::number(int index, int least) const
 
 Result<int> CommandLine::timeout() const
 {
-    if (!isSet(timeoutOption)) {
-        return -1;
+    return seconds(timeoutOption).map([](std::optional<int> given) { return given.value_or(-1); });
+}
+
+Result<std::optional<qint64>> CommandLine::number(const QString &option, qint64 least,
+                                                  qint64 most) const
+{
+    if (!isSet(option)) {
+        return std::nullopt;
     }
-    constexpr int second = 1000;
-    constexpr int longest = std::numeric_limits<int>::max() / second;
     bool ok = false;
-    const int seconds = value(timeoutOption).toInt(&ok);
-    if (!ok || seconds < 1 || seconds > longest) {
-        return Failure(QStringLiteral("--%1 takes a whole number from 1 to %2, not \"%3\"")
-                           .arg(timeoutOption)
-                           .arg(longest)
-                           .arg(value(timeoutOption)));
+    const qint64 number = value(option).toLongLong(&ok);
+    if (!ok || number < least || number > most) {
+        return Failure(QStringLiteral("--%1 takes a whole number from %2 to %3, not \"%4\"")
+                           .arg(option)
+                           .arg(least)
+                           .arg(most)
+                           .arg(value(option)));
     }
-    return seconds * second;
+    return number;
+}
+
+Result<std::optional<int>> CommandLine::seconds(const QString &option) const
+{
+    constexpr int second = 1000;
+    return number(option, 1, std::numeric_limits<int>::max() / second)
+        .map([](std::optional<qint64> given) {
+            return given ? std::optional<int>(int(*given) * second) : std::nullopt;
+        });
 }
 
 Result<QString> CommandLine::file(const QString &option) const

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <limits>
+#include <optional>
 
 // The command line of one sub-command, with its options. All have --help.
 class CommandLine
@@ -28,7 +29,8 @@ public:
     void addOption(const QString &name, const QString &valueName, const QString &description);
 
     // The option of the commands that make a request and wait for the reply.
-    void addTimeoutOption();
+    void addTimeoutOption(
+        const QString &description = QStringLiteral("Wait this long for the reply."));
 
     // A positional argument. All of them are required, in the order in which they are added.
     void addPositional(const QString &name, const QString &description);
@@ -59,6 +61,12 @@ public:
 
     // The timeout of the request in milliseconds; -1 if none was given.
     Result<int> timeout() const;
+
+    // The value of an option as a whole number in a range; nothing if the option is not given.
+    Result<std::optional<qint64>> number(const QString &option, qint64 least, qint64 most) const;
+
+    // The value of an option that takes whole seconds, in milliseconds; nothing if it is not given.
+    Result<std::optional<int>> seconds(const QString &option) const;
 
     // The values of an option, each of the form NAME=VALUE.
     Result<QStringList> assignments(const QString &option) const;

@@ -55,6 +55,7 @@ _ostrelctl_offer_options() {
     case $1 in
     '') _ostrelctl_offer --help --version ;;
     task) _ostrelctl_offer --help ;;
+    start) _ostrelctl_offer --help --json --timeout --timings --repeat ;;
     debug)
         _ostrelctl_offer --help --json --timeout --wrapper --param --env --firejail-param \
             --no-sandbox --stdout --stderr
@@ -100,14 +101,14 @@ _ostrelctl() {
         _ostrelctl_offer_hints "$name"
         return
         ;;
-    --timeout | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
+    --timeout | --repeat | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
     esac
 
     # What is there already, without the options and their values.
     local i words=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-        --stdout | --stderr | --hint | --timeout | --wrapper | --param | --env | \
+        --stdout | --stderr | --hint | --timeout | --repeat | --wrapper | --param | --env | \
             --firejail-param | --cgroup | =)
             ((i++))
             ;;

@@ -6,6 +6,7 @@
 #include "json.h"
 #include "report.h"
 #include "session_bus.h"
+#include "start_timings.h"
 
 #include <Ostrel/Control>
 
@@ -42,17 +43,34 @@ int request(const CommandLine &line, int timeout,
 
 int start(const QStringList &arguments)
 {
+    constexpr qint64 mostStarts = 100'000;
+    const QString timings = QStringLiteral("timings");
+    const QString repeat = QStringLiteral("repeat");
+
     CommandLine line(QStringLiteral("start"),
                      QStringLiteral("Starts an application, and prints the identifier of the new "
                                     "instance."));
     line.addJsonFlag();
     line.addTimeoutOption();
+    line.addFlag(timings,
+                 QStringLiteral("Print after how many microseconds the reply, the signal "
+                                "\"Started\" and the first state came."));
+    line.addOption(repeat, QStringLiteral("N"),
+                   QStringLiteral("With --timings, start and terminate N instances, one after the "
+                                  "other, and print the minimum, median and maximum."));
     line.addPositional(QStringLiteral("APP"), QStringLiteral("Identifies the application."));
-    return line.run(arguments, [&line]() -> Result<int> {
+    return line.run(arguments, [&]() -> Result<int> {
         const auto app = line.text(0);
         const auto timeout = line.timeout();
-        if (const auto error = firstError(app, timeout)) {
+        const auto starts = line.number(repeat, 1, mostStarts);
+        if (const auto error = firstError(app, timeout, starts)) {
             return Failure(*error);
+        }
+        if (line.isSet(timings)) {
+            return measureStarts({*app, *timeout, *starts, line.wantsJson()});
+        }
+        if (line.isSet(repeat)) {
+            return Failure(QStringLiteral("--repeat needs --timings"));
         }
         return request(line, *timeout, [&app](Ostrel::Control &control, const Callback &callback) {
             control.start(*app, &control, callback);
