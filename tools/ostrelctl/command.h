@@ -26,6 +26,7 @@ Command psCommand();
 Command startCommand();
 Command taskCommand();
 Command terminateCommand();
+Command waitCommand();
 Command watchCommand();
 Command whichCommand();
 Command windowCommand();

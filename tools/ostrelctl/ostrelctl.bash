@@ -65,6 +65,7 @@ _ostrelctl_offer_options() {
         ;;
     'task stop') _ostrelctl_offer --help --json --system --timeout ;;
     task*) _ostrelctl_offer --help --json --system ;;
+    wait) _ostrelctl_offer --help --json --timeout --state --terminated ;;
     watch | which) _ostrelctl_offer --help --json ;;
     *) _ostrelctl_offer --help --json --timeout ;;
     esac
@@ -72,11 +73,11 @@ _ostrelctl_offer_options() {
 
 _ostrelctl_offer_arguments() {
     case $1 in
-    '') _ostrelctl_offer start debug terminate ps watch which task window ;;
+    '') _ostrelctl_offer start debug terminate wait ps watch which task window ;;
     # The tasks of a type are not asked for: that would register an invoker of the type.
     task) _ostrelctl_offer list start stop watch ;;
     start | debug) _ostrelctl_offer_running applications ;;
-    terminate) _ostrelctl_offer_running instances ;;
+    terminate | wait) _ostrelctl_offer_running instances ;;
     which) _ostrelctl_offer_running processes ;;
     esac
 }
@@ -101,14 +102,14 @@ _ostrelctl() {
         _ostrelctl_offer_hints "$name"
         return
         ;;
-    --timeout | --repeat | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
+    --timeout | --repeat | --state | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
     esac
 
     # What is there already, without the options and their values.
     local i words=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-        --stdout | --stderr | --hint | --timeout | --repeat | --wrapper | --param | --env | \
+        --stdout | --stderr | --hint | --timeout | --repeat | --state | --wrapper | --param | --env | \
             --firejail-param | --cgroup | =)
             ((i++))
             ;;
