@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-PrivateBus::PrivateBus(Unrequested unrequested)
+PrivateBus::PrivateBus(Unrequested unrequested, Monitors monitors)
 {
     const QString policy = unrequested == Refused
         ? "  <policy context=\"mandatory\">\n"
@@ -13,9 +13,14 @@ PrivateBus::PrivateBus(Unrequested unrequested)
           "    <deny send_type=\"error\" send_requested_reply=\"false\"/>\n"
           "  </policy>\n"
         : "";
+    const QString monitoring = monitors == Nobody
+        ? "  <policy context=\"mandatory\">\n"
+          "    <deny send_interface=\"org.freedesktop.DBus.Monitoring\"/>\n"
+          "  </policy>\n"
+        : "";
     m_process = BusProcess::kind() == BusProcess::DBusBroker
         ? BusProcess::broker(m_folder, quotasOfSessionBus())
-        : BusProcess::daemon(m_folder, policy);
+        : BusProcess::daemon(m_folder, policy + monitoring);
     qputenv("DBUS_SESSION_BUS_ADDRESS", address().toUtf8());
 }
 

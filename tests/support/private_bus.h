@@ -20,7 +20,14 @@ public:
         Refused
     };
 
-    explicit PrivateBus(Unrequested unrequested = PassedOn);
+    // Who may become a monitor. On a usual bus, that is its user and root. dbus-broker knows no
+    // other way.
+    enum Monitors {
+        OfTheUser,
+        Nobody
+    };
+
+    explicit PrivateBus(Unrequested unrequested = PassedOn, Monitors monitors = OfTheUser);
 
     QString address() const { return m_process->address(); }
 

@@ -121,7 +121,7 @@ void TestCompletion::offersTheOptionsOfEachCommand()
 
 void TestCompletion::offersWhatBeginsAlike()
 {
-    QCOMPARE(offers("ostrelctl w"), (QStringList{"watch", "which", "window"}));
+    QCOMPARE(offers("ostrelctl w"), (QStringList{"wait", "watch", "which", "window"}));
     QCOMPARE(offers("ostrelctl debug --std"), (QStringList{"--stdout", "--stderr"}));
     QCOMPARE(offers("ostrelctl nonsense"), QStringList());
     QCOMPARE(offers("ostrelctl ps "), QStringList());
@@ -155,15 +155,18 @@ void TestCompletion::offersFiles()
     all.sort();
     QCOMPARE(all, (QStringList{"one two", "three"}));
     QCOMPARE(offers("ostrelctl debug a --stderr o", folder.path()), QStringList("one two"));
+    QCOMPARE(offers("ostrelctl trace -o o", folder.path()), QStringList("one two"));
+    QCOMPARE(offers("ostrelctl trace --from o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrel-simulator --catalogue o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrel-simulator --rootfs ", folder.path()), QStringList("three"));
 }
 
 void TestCompletion::offersNothingForAFreeText()
 {
-    for (const char *line : {"ostrelctl debug --param ", "ostrelctl debug --env A=",
-                             "ostrelctl debug --wrapper ", "ostrelctl task start --cgroup ",
-                             "ostrel-simulator --kill-after ", "ostrel-simulator --address "}) {
+    for (const char *line :
+         {"ostrelctl debug --param ", "ostrelctl debug --env A=", "ostrelctl debug --wrapper ",
+          "ostrelctl task start --cgroup ", "ostrelctl wait --state ", "ostrelctl trace --for ",
+          "ostrel-simulator --kill-after ", "ostrel-simulator --address "}) {
         QCOMPARE(offers(line), QStringList());
     }
 }
@@ -179,6 +182,7 @@ void TestCompletion::offersWhatIsRunning()
     QCOMPARE(offers("ostrelctl start x"), QStringList());
     QCOMPARE(offers("ostrelctl start demo.Player "), QStringList());
     QCOMPARE(offers("ostrelctl terminate "), QStringList(instance));
+    QCOMPARE(offers("ostrelctl wait --state 3 "), QStringList(instance));
     // The application and its two services.
     const QStringList processes = offers("ostrelctl which ");
     QCOMPARE(processes.size(), 3);

@@ -198,6 +198,8 @@ void TestOstrelctlWait::listThatIsOlderThanASignalIsIgnored()
     list().waitForHeld(1);
     emitSignal("Started", viewer);
     list().release({0});
+    // Longer than the list needs to arrive.
+    run(OSTRELCTL, {"ps"});
     emitSignal("StateChanged", viewer, 4);
     QCOMPARE(process->waitForEnd(), 0);
     QCOMPARE(process->readAllStandardError(), QByteArray());

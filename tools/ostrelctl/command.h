@@ -26,6 +26,7 @@ Command psCommand();
 Command startCommand();
 Command taskCommand();
 Command terminateCommand();
+Command traceCommand();
 Command waitCommand();
 Command watchCommand();
 Command whichCommand();

@@ -38,10 +38,15 @@ void CommandLine::addJsonFlag(const QString &printed)
 }
 
 void CommandLine::addOption(const QString &name, const QString &valueName,
-                            const QString &description)
+                            const QString &description, const QString &shortName)
 {
-    m_parser.addOption({name, description, valueName});
     m_optionsWithValue.append(QStringLiteral("--") + name);
+    QStringList names{name};
+    if (!shortName.isNull()) {
+        m_optionsWithValue.append(QLatin1Char('-') + shortName);
+        names.prepend(shortName);
+    }
+    m_parser.addOption({names, description, valueName});
 }
 
 void CommandLine::addTimeoutOption(const QString &description)

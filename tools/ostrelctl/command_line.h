@@ -26,7 +26,9 @@ public:
     void addJsonFlag(const QString &printed = QStringLiteral("the result as one JSON document"));
 
     // An option with a value, which may be given several times.
-    void addOption(const QString &name, const QString &valueName, const QString &description);
+    // It may have a short name of one letter.
+    void addOption(const QString &name, const QString &valueName, const QString &description,
+                   const QString &shortName = QString());
 
     // The option of the commands that make a request and wait for the reply.
     void addTimeoutOption(

@@ -38,9 +38,9 @@ int main(int argc, char **argv)
     // The result says what went wrong on one line. The library's warnings would repeat it.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
 
-    const std::array commands{startCommand(), debugCommand(), terminateCommand(),
-                              waitCommand(),  psCommand(),    watchCommand(),
-                              whichCommand(), taskCommand(),  windowCommand()};
+    const std::array commands{startCommand(), debugCommand(), terminateCommand(), waitCommand(),
+                              psCommand(),    watchCommand(), traceCommand(),     whichCommand(),
+                              taskCommand(),  windowCommand()};
 
     QString description =
         QStringLiteral("Talks to the device's application-lifecycle service.\n\nCommands:\n");

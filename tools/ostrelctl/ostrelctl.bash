@@ -66,6 +66,7 @@ _ostrelctl_offer_options() {
     'task stop') _ostrelctl_offer --help --json --system --timeout ;;
     task*) _ostrelctl_offer --help --json --system ;;
     wait) _ostrelctl_offer --help --json --timeout --state --terminated ;;
+    trace) _ostrelctl_offer --help --output --for --from ;;
     watch | which) _ostrelctl_offer --help --json ;;
     *) _ostrelctl_offer --help --json --timeout ;;
     esac
@@ -73,7 +74,7 @@ _ostrelctl_offer_options() {
 
 _ostrelctl_offer_arguments() {
     case $1 in
-    '') _ostrelctl_offer start debug terminate wait ps watch which task window ;;
+    '') _ostrelctl_offer start debug terminate wait ps watch trace which task window ;;
     # The tasks of a type are not asked for: that would register an invoker of the type.
     task) _ostrelctl_offer list start stop watch ;;
     start | debug) _ostrelctl_offer_running applications ;;
@@ -94,7 +95,7 @@ _ostrelctl() {
         name=${COMP_WORDS[COMP_CWORD - 2]-} option=${COMP_WORDS[COMP_CWORD - 3]-}
     fi
     case $option in
-    --stdout | --stderr)
+    --stdout | --stderr | -o | --output | --from)
         _ostrelctl_offer_files
         return
         ;;
@@ -102,15 +103,18 @@ _ostrelctl() {
         _ostrelctl_offer_hints "$name"
         return
         ;;
-    --timeout | --repeat | --state | --wrapper | --param | --env | --firejail-param | --cgroup) return ;;
+    --timeout | --repeat | --state | --for | --wrapper | --param | --env | --firejail-param | \
+        --cgroup)
+        return
+        ;;
     esac
 
     # What is there already, without the options and their values.
     local i words=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-        --stdout | --stderr | --hint | --timeout | --repeat | --state | --wrapper | --param | --env | \
-            --firejail-param | --cgroup | =)
+        --stdout | --stderr | -o | --output | --from | --for | --hint | --timeout | --repeat | \
+            --state | --wrapper | --param | --env | --firejail-param | --cgroup | =)
             ((i++))
             ;;
         -*) ;;

@@ -1,0 +1,442 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+#include "test_main.h"
+#include "trace_texts.h"
+#include "watcher.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QFile>
+
+#include <csignal>
+#include <optional>
+
+// The command that records a trace of the bus.
+class TestOstrelctlTrace : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void recordsInstancesAndCalls();
+    void overlappingCallsHaveLanesOfTheirOwn();
+    void endOfTheTraceEndsWhatHasBegun();
+    void callEndsWithItsCaller();
+    void recordsTheEndOfTheService();
+    void recordsTheOutOfMemoryKiller();
+    void goesOnWithoutTheRightToMonitor();
+    void convertedMessagesGiveTheSameTrace();
+    void killedTraceOpens();
+    void fullDiskEndsTheTrace();
+    void endsAfterTheGivenTime();
+    void endOfTheBusIsAnErrorAndTheTraceIsComplete();
+    void hugeStringsAreCut();
+    void failuresAreReported_data();
+    void failuresAreReported();
+    void wrongOptionsAreReported_data();
+    void wrongOptionsAreReported();
+
+private:
+    QString path(const QString &name = "trace.json") const { return m_folder->filePath(name); }
+
+    // Starts to record, and returns when nothing is missed any more.
+    std::unique_ptr<Watcher> record(const QStringList &options = {}) const;
+
+    MethodFaults next(const char *method) const
+    {
+        return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
+    }
+    void emitSignal(const QString &member, const QVariantList &arguments) const
+    {
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
+    }
+
+    // Waits until the file has this text.
+    void waitFor(const QString &text) const
+    {
+        waitUntil([&] { return readFile(path()).contains(text); });
+    }
+
+    std::optional<QTemporaryDir> m_folder;
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestOstrelctlTrace::init()
+{
+    m_simulator.reset();
+    m_folder.emplace();
+    m_bus.emplace();
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+}
+
+std::unique_ptr<Watcher> TestOstrelctlTrace::record(const QStringList &options) const
+{
+    auto watcher = std::make_unique<Watcher>(QStringList{"trace", "-o", path()} + options);
+    const QString line = watcher->readLine();
+    if (line != "recording to " + path() + "; Ctrl-C ends it") {
+        qFatal("unexpected: %s", qPrintable(line));
+    }
+    return watcher;
+}
+
+void TestOstrelctlTrace::recordsInstancesAndCalls()
+{
+    const auto watcher = record();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    waitFor("state 1");
+    run(OSTRELCTL, {"start", "demo.Nonsense"});
+    run(OSTRELCTL, {"terminate", "demo.Viewer.instance_1"});
+    waitFor("Terminated");
+    QCOMPARE(watcher->interrupt(), 0);
+    QCOMPARE(watcher->readAll(), QByteArray());
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    const QStringList calls = trace.all.filter("X calls");
+    QCOMPARE(calls,
+             (QStringList{"X calls 1: Start demo.Viewer, success",
+                          "X calls 1: Start demo.Nonsense, " OSTREL_ERROR_PREFIX "HandlerNotFound",
+                          "X calls 1: Terminate demo.Viewer.instance_1, success"}));
+    const QStringList others = trace.all.filter(QRegularExpression("^(?!X calls)"));
+    QCOMPARE(others,
+             (QStringList{
+                 "i service: trace begins",
+                 "i service: service available",
+                 "i demo.Viewer.instance_1: Started",
+                 "C service: running instances 1",
+                 "i demo.Viewer.instance_1: state 1",
+                 "X demo.Viewer.instance_1: started",
+                 "i demo.Viewer.instance_1: state 2",
+                 "X demo.Viewer.instance_1: state 1",
+                 "X demo.Viewer.instance_1: state 2",
+                 "C service: running instances 0",
+                 "i demo.Viewer.instance_1: Terminated",
+                 "X service: available, the trace has ended",
+                 "i service: trace ends",
+             }));
+}
+
+void TestOstrelctlTrace::overlappingCallsHaveLanesOfTheirOwn()
+{
+    const auto watcher = record();
+    next("Start").holdNext(2);
+    Process first(OSTRELCTL, {"start", "demo.First"});
+    first.start();
+    next("Start").waitForHeld(1);
+    Process second(OSTRELCTL, {"start", "demo.Second"});
+    second.start();
+    next("Start").waitForHeld(2);
+    // The lane of the first one is free again after this.
+    next("Start").release({0});
+    first.waitForEnd();
+    waitFor("Start demo.First");
+    Process third(OSTRELCTL, {"start", "demo.Third"});
+    third.start();
+    third.waitForEnd();
+    next("Start").release({0});
+    second.waitForEnd();
+    waitFor("Start demo.Second");
+    QCOMPARE(watcher->interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    const auto laneOf = [&trace](const QString &application) {
+        return trace.all.filter("Start " + application).value(0).section(':', 0, 0);
+    };
+    // The desk's own calls are in other lanes.
+    QVERIFY2(laneOf("demo.First").startsWith("X calls "), qPrintable(trace.all.join('\n')));
+    QVERIFY(laneOf("demo.Second") != laneOf("demo.First"));
+    QCOMPARE(laneOf("demo.Third"), "X calls 1");
+}
+
+void TestOstrelctlTrace::endOfTheTraceEndsWhatHasBegun()
+{
+    const auto watcher = record();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    next("GetRunningApplications").holdNext(1);
+    Process held(OSTRELCTL, {"ps"});
+    held.start();
+    next("GetRunningApplications").waitForHeld(1);
+    waitFor("WaitForHeld");
+    QCOMPARE(watcher->interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    const QStringList last = trace.all.mid(trace.all.size() - 4);
+    QCOMPARE(last.join('\n').remove(QRegularExpression(" calls \\d")),
+             "X demo.Viewer.instance_1: state 1, the trace has ended\n"
+             "X: GetRunningApplications, none until the trace ended\n"
+             "X service: available, the trace has ended\n"
+             "i service: trace ends");
+}
+
+void TestOstrelctlTrace::callEndsWithItsCaller()
+{
+    const auto watcher = record();
+    next("Start").holdNext(1);
+    Process held(OSTRELCTL, {"start", "demo.Viewer"});
+    held.start();
+    next("Start").waitForHeld(1);
+    held.kill();
+    held.waitForEnd();
+    waitFor("the caller has left the bus");
+    QCOMPARE(watcher->interrupt(), 0);
+    QCOMPARE(traceOf(path()).all.filter("demo.Viewer, ").join('\n').section(": ", 1),
+             "Start demo.Viewer, none: the caller has left the bus");
+}
+
+void TestOstrelctlTrace::recordsTheEndOfTheService()
+{
+    const auto watcher = record();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    next("Terminate").dieInNext();
+    run(OSTRELCTL, {"terminate", "demo.Viewer.instance_1"});
+    m_simulator->waitForEnd();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    waitFor("ServiceUnknown");
+    m_simulator->start();
+    waitUntil([this] { return readFile(path()).count("\"service available\"") == 2; });
+    QCOMPARE(watcher->interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    const QStringList errors = trace.all.filter(" org.freedesktop.DBus.Error.");
+    QCOMPARE(errors.join('\n').remove(QRegularExpression(" calls \\d")),
+             "X: Terminate demo.Viewer.instance_1, org.freedesktop.DBus.Error.NoReply\n"
+             "X: Start demo.Viewer, org.freedesktop.DBus.Error.ServiceUnknown");
+    QCOMPARE(trace.all.filter("the service has ended").size(), 1);
+    QCOMPARE(trace.all.filter(" service: ").filter("available"),
+             (QStringList{"i service: service available", "i service: service not available",
+                          "X service: available", "i service: service available",
+                          "X service: available, the trace has ended"}));
+}
+
+void TestOstrelctlTrace::recordsTheOutOfMemoryKiller()
+{
+    const auto watcher = record();
+    emitSignal("SelectedByOom", {"17"});
+    waitFor("SelectedByOom\"");
+    QCOMPARE(watcher->interrupt(), 0);
+    QVERIFY(traceOf(path()).all.contains("i service: SelectedByOom"));
+    QVERIFY(readFile(path()).contains(R"({"args":{"processId":"17"})"));
+}
+
+void TestOstrelctlTrace::goesOnWithoutTheRightToMonitor()
+{
+    if (BusProcess::kind() == BusProcess::DBusBroker) {
+        QSKIP("dbus-broker is given no policy");
+    }
+    m_simulator.reset();
+    m_bus.emplace(PrivateBus::PassedOn, PrivateBus::Nobody);
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    Watcher watcher({"trace", "-o", path()});
+    const QString line = watcher.readLine();
+    QVERIFY2(line.startsWith("the calls are not recorded: Rejected send message"),
+             qPrintable(line));
+    QCOMPARE(watcher.readLine(), "recording to " + path() + "; Ctrl-C ends it");
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    waitFor("state 1");
+    QCOMPARE(watcher.interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    QVERIFY(trace.all.contains("i demo.Viewer.instance_1: Started"));
+    QCOMPARE(trace.all.filter("calls"), QStringList());
+}
+
+// 'busctl' sees the same as this program.
+void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
+{
+    Process busctl("busctl", {"--address=" + m_bus->address(), "--json=short", "monitor"});
+    busctl.setStandardOutputFile(path("messages"));
+    busctl.start();
+    busctl.setReadChannel(QProcess::StandardError);
+    waitUntil([&busctl] { return busctl.canReadLine() || busctl.waitForReadyRead(10); });
+    const auto watcher = record();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    run(OSTRELCTL, {"start", "demo.Player"});
+    run(OSTRELCTL, {"start", "demo.Player"});
+    run(OSTRELCTL, {"terminate", "demo.Viewer.instance_1"});
+    run(OSTRELCTL, {"ps"});
+    next("Start").holdNext(1);
+    Process held(OSTRELCTL, {"start", "demo.Nonsense"});
+    held.start();
+    next("Start").waitForHeld(1);
+    held.kill();
+    held.waitForEnd();
+    m_simulator->end();
+    waitFor("service not available");
+    waitUntil([this] {
+        return readFile(path("messages")).contains(R"("data":[")" OSTREL_SERVICE_NAME R"(",":1.)");
+    });
+    QCOMPARE(watcher->interrupt(), 0);
+    busctl.end();
+
+    const Result result =
+        run(OSTRELCTL, {"trace", "--from", path("messages"), "-o", path("converted")});
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.exitStatus, 0);
+    const TraceTexts converted = traceOf(path("converted"));
+    QCOMPARE(converted.faults, QStringList());
+    const auto comparable = [](const TraceTexts &trace) {
+        // Signals and replies come on two connections here. The last calls of the desk may not
+        // have ended.
+        QStringList texts = trace.all.filter("demo.");
+        texts.sort();
+        return texts;
+    };
+    QCOMPARE(comparable(converted), comparable(traceOf(path())));
+    QVERIFY(converted.all.contains("i service: service not available"));
+
+    // From a pipe as well.
+    Process piped("sh",
+                  {"-c", R"("$0" trace --from - -o "$2" < "$1")", OSTRELCTL, path("messages"),
+                   path("piped")});
+    piped.start();
+    QCOMPARE(piped.waitForEnd(), 0);
+    QCOMPARE(readFile(path("piped")), readFile(path("converted")));
+}
+
+void TestOstrelctlTrace::killedTraceOpens()
+{
+    const auto watcher = record();
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    waitFor("state 1");
+    watcher->kill();
+    watcher->waitForEnd();
+    const TraceTexts trace = traceOf(path(), true);
+    QCOMPARE(trace.faults, QStringList());
+    // What was under way is there.
+    QVERIFY(trace.all.contains("i demo.Viewer.instance_1: state 1"));
+}
+
+void TestOstrelctlTrace::fullDiskEndsTheTrace()
+{
+    const Result full = run(OSTRELCTL, {"trace", "-o", "/dev/full"});
+    QCOMPARE(full.errors, "error: Failed: cannot write /dev/full: No space left on device\n");
+    QCOMPARE(full.exitStatus, 1);
+
+    // In blocks of 512 bytes. The limit is reached within an event.
+    const QString limited = R"(ulimit -f 4; exec "$0" trace -o "$1")";
+    Process process("sh", {"-c", limited, OSTRELCTL, path()});
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start();
+    QCOMPARE(process.readLine(), "recording to " + path() + "; Ctrl-C ends it");
+    while (process.state() == QProcess::Running) {
+        emitSignal("SelectedByOom", {"17"});
+        process.waitForReadyRead(1);
+    }
+    QCOMPARE(process.readLine(), "error: Failed: cannot write " + path() + ": File too large");
+    QCOMPARE(process.waitForEnd(), 1);
+    const TraceTexts trace = traceOf(path(), true);
+    QCOMPARE(trace.faults, QStringList());
+    QVERIFY(trace.all.contains("i service: SelectedByOom"));
+}
+
+void TestOstrelctlTrace::endsAfterTheGivenTime()
+{
+    const auto watcher = record({"--for", "1"});
+    QCOMPARE(watcher->waitForEnd(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    QCOMPARE(trace.all.constLast(), "i service: trace ends");
+}
+
+void TestOstrelctlTrace::endOfTheBusIsAnErrorAndTheTraceIsComplete()
+{
+    const auto watcher = record();
+    ::kill(pid_t(m_bus->processId()), SIGKILL);
+    QCOMPARE(watcher->waitForEnd(), 1);
+    QVERIFY(watcher->readAll().contains("error: Failed: the message bus has ended\n"));
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    QCOMPARE(trace.all.constLast(), "i service: trace ends");
+}
+
+void TestOstrelctlTrace::hugeStringsAreCut()
+{
+    const auto watcher = record();
+    const QString huge = QString(20'000'000, 'x');
+    emitSignal("Started", {huge, QVariantMap{{"Huge", huge}}});
+    emitSignal("SelectedByOom", {huge});
+    waitFor("SelectedByOom\"");
+    QCOMPARE(watcher->interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    QVERIFY(trace.all.contains("i " + huge.left(200) + "…: Started"));
+    QVERIFY(readFile(path()).contains(R"({"leftOut":"20000011 bytes"})"));
+    QVERIFY(QFileInfo(path()).size() < 20'000);
+}
+
+void TestOstrelctlTrace::failuresAreReported_data()
+{
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<QString>("to");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("no folder") << QString() << "none/trace.json"
+                               << "cannot create none/trace.json: No such file or directory";
+    QTest::newRow("no input") << "none"
+                              << "out"
+                              << "cannot read none: No such file or directory";
+    QTest::newRow("input is a folder") << "."
+                                       << "out"
+                                       << "cannot read .: Is a directory";
+    QTest::newRow("no messages") << "text"
+                                 << "out"
+                                 << "text has no message of 'busctl monitor --json=short'";
+    QTest::newRow("same file") << "text"
+                               << "./text"
+                               << "text would be overwritten";
+    QTest::newRow("full disk") << "messages"
+                               << "/dev/full"
+                               << "cannot write /dev/full: No space left on device";
+}
+
+void TestOstrelctlTrace::failuresAreReported()
+{
+    QFETCH(const QString, from);
+    QFETCH(const QString, to);
+    QFETCH(const QString, error);
+    writeFile(path("text"), "not JSON\n{}\n[]\n");
+    writeFile(path("messages"), R"({"type":"signal","timestamp-realtime":1})");
+    QStringList arguments{"trace", "-o", to};
+    if (!from.isEmpty()) {
+        arguments.append({"--from", from});
+    }
+    Process process(OSTRELCTL, arguments);
+    process.setWorkingDirectory(m_folder->path());
+    process.start();
+    QCOMPARE(process.waitForEnd(), 1);
+    QCOMPARE(QString::fromUtf8(process.readAllStandardError()), "error: Failed: " + error + '\n');
+    QCOMPARE(readFile(path("text")), "not JSON\n{}\n[]\n");
+}
+
+void TestOstrelctlTrace::wrongOptionsAreReported_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("no file") << QString() << "-o FILE is missing";
+    QTest::newRow("no time for a file") << "-o a --from b --for 1"
+                                        << "--for and --from exclude each other";
+    QTest::newRow("no time") << "-o a --for 0"
+                             << "--for takes a whole number from 1 to 2147483, not \"0\"";
+    QTest::newRow("an argument") << "-o a b"
+                                 << "unexpected argument \"b\"";
+}
+
+void TestOstrelctlTrace::wrongOptionsAreReported()
+{
+    QFETCH(const QString, options);
+    QFETCH(const QString, error);
+    const Result result =
+        run(OSTRELCTL, QStringList("trace") + options.split(' ', Qt::SkipEmptyParts));
+    QCOMPARE(result.errors,
+             QString("ostrelctl trace: %1\nTry 'ostrelctl trace --help'.\n").arg(error));
+    QCOMPARE(result.exitStatus, 2);
+}
+
+OSTREL_TEST_MAIN(TestOstrelctlTrace)
+
+#include "tst_ostrelctl_trace.moc"
