@@ -8,6 +8,7 @@
 
 #include <DBus/types.h>
 
+#include <QtCore/QMetaProperty>
 #include <QtDBus/QDBusMessage>
 
 #include <atomic>
@@ -56,6 +57,7 @@ private Q_SLOTS:
     void errorIsPrintedWithNameAndMessage_data();
     void errorIsPrintedWithNameAndMessage();
     void errorFitsIntoAVariant();
+    void errorHasPropertiesForQml();
     void recordsArePrintedWithTheirMembers();
 };
 
@@ -305,6 +307,24 @@ void TestError::errorFitsIntoAVariant()
     QVERIFY(variant.userType() != QMetaType::Bool);
     QCOMPARE(variant.value<Error>().message(), "text");
     QVERIFY(Error(Error::Code(42)).name().isNull());
+}
+
+void TestError::errorHasPropertiesForQml()
+{
+    const Error error = Ostrel::fromDBusError(busError(OSTREL_ERROR_PREFIX "HandlerFailed"));
+    const QMetaObject &type = Error::staticMetaObject;
+    QCOMPARE(QMetaType::metaObjectForType(qMetaTypeId<Error>()), &type);
+    QVariantMap values;
+    for (int i = 0; i < type.propertyCount(); ++i) {
+        QVERIFY(!type.property(i).isWritable());
+        values.insert(type.property(i).name(), type.property(i).readOnGadget(&error).toString());
+    }
+    QCOMPARE(values,
+             (QVariantMap{{"busErrorName", OSTREL_ERROR_PREFIX "HandlerFailed"},
+                          {"code", "3"},
+                          {"message", "text"},
+                          {"name", "HandlerFailed"}}));
+    QCOMPARE(QMetaEnum::fromType<Error::Code>().keyCount(), 10);
 }
 
 void TestError::recordsArePrintedWithTheirMembers()

@@ -8,6 +8,7 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QMetaType>
+#include <QtCore/QObject>
 #include <QtCore/QString>
 
 class QDBusError;
@@ -31,10 +32,20 @@ namespace Ostrel
  * any language. Do not parse it.
  *
  * An Error is a plain value with implicitly shared strings. Copies are cheap, and may be used in
- * different threads at once.
+ * different threads at once. Its properties are for QML and other code that knows no types.
  */
 class OSTREL_EXPORT Error
 {
+    Q_GADGET
+    /** What code() returns. */
+    Q_PROPERTY(Code code READ code)
+    /** What name() returns. */
+    Q_PROPERTY(QString name READ name)
+    /** What message() returns. */
+    Q_PROPERTY(QString message READ message)
+    /** What busErrorName() returns. */
+    Q_PROPERTY(QString busErrorName READ busErrorName)
+
 public:
     /**
      * The kind of failure. The numbers never change.
@@ -70,6 +81,7 @@ public:
         /** The application is already running. */
         ApplicationAlreadyRunning = 9,
     };
+    Q_ENUM(Code)
 
     /**
      * Constructs an error with @p code and @p message, as given. Without arguments it is no error.
