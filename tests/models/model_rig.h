@@ -108,6 +108,7 @@ public:
 
     PrivateBus &bus() { return m_bus; }
     Simulator &simulator() { return m_simulator; }
+    const Simulator &simulator() const { return m_simulator; }
     MethodFaults lists() const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");

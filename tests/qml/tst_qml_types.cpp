@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "files.h"
+#include "process.h"
+#include "test_main.h"
+
+#include <QtCore/QDirIterator>
+
+// What editors know of the module, and Qt's own check of the QML files.
+class TestQmlTypes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void descriptionIsThatOfTheModule();
+    void examplesHaveNoFindings();
+};
+
+void TestQmlTypes::descriptionIsThatOfTheModule()
+{
+    const Result result = run(SOURCE_DIR "/scripts/qmltypes", {"compare", BUILD_DIR});
+    QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
+}
+
+void TestQmlTypes::examplesHaveNoFindings()
+{
+    QStringList files;
+    QDirIterator each(SOURCE_DIR "/examples", {"*.qml"}, QDir::Files, QDirIterator::Subdirectories);
+    while (each.hasNext()) {
+        files.append(each.next());
+    }
+    QVERIFY(!files.isEmpty());
+    const Result result =
+        run(QMLLINT, QStringList{"-U", "-I", QML_IMPORT_PATH, "-I", QT_QML_DIR} + files);
+    QCOMPARE(result.output + result.errors, QString());
+    QCOMPARE(result.exitStatus, 0);
+}
+
+OSTREL_TEST_MAIN(TestQmlTypes)
+
+#include "tst_qml_types.moc"
