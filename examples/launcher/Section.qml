@@ -18,8 +18,8 @@ Pane {
     rightPadding: 8
     background: Rectangle {
         radius: 8
-        color: section.Material.theme === Material.Dark ? "#1d232b" : "#ffffff"
-        border.color: section.Material.theme === Material.Dark ? "#38424e" : "#d5dce4"
+        color: Material.theme === Material.Dark ? "#1d232b" : "#ffffff"
+        border.color: Material.theme === Material.Dark ? "#38424e" : "#d5dce4"
     }
     Layout.fillWidth: true
     Layout.alignment: Qt.AlignTop

@@ -49,7 +49,7 @@ ApplicationWindow {
     Material.accent: Material.Blue
     // All colours are here and in Section.qml, so that it looks the same without OpenGL.
     background: Rectangle {
-        color: window.Material.theme === Material.Dark ? "#14181d" : "#f4f6f9"
+        color: Material.theme === Material.Dark ? "#14181d" : "#f4f6f9"
     }
 
     Applications {
@@ -161,7 +161,7 @@ ApplicationWindow {
         visible: window.failure !== ""
         padding: 8
         background: Rectangle {
-            color: window.Material.dialogColor
+            color: Material.dialogColor
         }
 
         RowLayout {

@@ -25,6 +25,8 @@ private Q_SLOTS:
     void taskRunnerRunsATask();
     void windowStatusKeepsTheLatestReply();
     void responsiveGoesOnWhileTheServiceIsSlow();
+    void launcherListsWhatRunsAndTheTasks();
+    void launcherPrintsWhatIsWrongWithItsFile();
     void examplesPrintWhyTheyFail_data();
     void examplesPrintWhyTheyFail();
     void examplesEndWithTheService_data();
@@ -145,6 +147,50 @@ void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
     example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
     QCOMPARE(example.readAllStandardError(), QByteArray());
+}
+
+void TestExamples::launcherListsWhatRunsAndTheTasks()
+{
+    if (!HAS_LAUNCHER) {
+        QSKIP("Without the QML module or Qt Quick");
+    }
+    QProcessEnvironment environment = m_environment;
+    environment.insert("QML2_IMPORT_PATH", m_folder.filePath("prefix/" LIBDIR "/qt5/qml"));
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
+    environment.insert("QT_QUICK_BACKEND", "software");
+    Process example(program("launcher"),
+                    {SOURCE_DIR "/examples/launcher/applications.json", "sync"});
+    example.setProcessEnvironment(environment);
+    example.start();
+    QStringList received;
+    waitUntil([&] {
+        received.clear();
+        const QVector<Call> calls = m_simulator.calls();
+        for (const Call &call : calls) {
+            received.append(call.member);
+        }
+        return received.size() == 2 || example.state() == QProcess::NotRunning;
+    });
+    received.sort();
+    QCOMPARE(received, (QStringList{"GetRunningApplications", "RegisterInvoker"}));
+    example.end();
+    QCOMPARE(example.readAllStandardError(), QByteArray());
+}
+
+void TestExamples::launcherPrintsWhatIsWrongWithItsFile()
+{
+    if (!HAS_LAUNCHER) {
+        QSKIP("Without the QML module or Qt Quick");
+    }
+    QProcessEnvironment environment = m_environment;
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
+    const Result missing = run(program("launcher"), {"/nonexistent", "sync"}, environment);
+    QCOMPARE(missing.errors, "/nonexistent: No such file or directory\n");
+    QCOMPARE(missing.exitStatus, 1);
+    const QString file = SOURCE_DIR "/README.md";
+    const Result wrong = run(program("launcher"), {file, "sync"}, environment);
+    QCOMPARE(wrong.errors, file + ": no JSON array; illegal value\n");
+    QCOMPARE(wrong.exitStatus, 1);
 }
 
 void TestExamples::examplesPrintWhyTheyFail_data()

@@ -192,6 +192,11 @@ void TestInstallation::installsWhatAProgramNeeds()
             library + "pkgconfig/ostrel-models-qt5.pc",
         };
     }
+    if (HAS_QML) {
+        const QString module = library + "qt5/qml/Ostrel/";
+        expected += QStringList{module + "libostrelplugin.so", module + "plugins.qmltypes",
+                                module + "qmldir"};
+    }
     expected.sort();
     QCOMPARE(filesBelow(m_prefix), expected);
 }

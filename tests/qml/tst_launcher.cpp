@@ -1,12 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "files.h"
 #include "model_rig.h"
 #include "test_main.h"
 #include "warnings.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QRegularExpression>
 #include <QtGui/QGuiApplication>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQml/QQmlExpression>
@@ -14,6 +16,7 @@
 #include <QtQuick/QQuickItemGrabResult>
 #include <QtQuick/QQuickWindow>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -34,6 +37,7 @@ private Q_SLOTS:
     void showsThatTheServiceIsMissing();
     void fitsIntoItsWindow_data();
     void fitsIntoItsWindow();
+    void programInTheDocumentRuns();
 
 private:
     // The visible items with a property of this value.
@@ -236,6 +240,26 @@ void TestLauncher::fitsIntoItsWindow()
                  qPrintable(text));
         QVERIFY2(!item->property("truncated").toBool(), qPrintable(text));
     }
+}
+
+void TestLauncher::programInTheDocumentRuns()
+{
+    const QString block =
+        QRegularExpression("```qml\\n(.*?)```", QRegularExpression::DotMatchesEverythingOption)
+            .match(readFile(SOURCE_DIR "/docs/qml.md"))
+            .captured(1);
+    QQmlComponent component(m_engine.get());
+    component.setData(block.toUtf8(), QUrl("qml.md"));
+    const std::unique_ptr<QObject> view(component.create());
+    QVERIFY2(view, qPrintable(component.errorString()));
+    qobject_cast<QQuickItem *>(view.get())->setParentItem(m_window->contentItem());
+    click("Applications", "Viewer", "Start");
+    waitUntil([this] {
+        const QVector<QQuickItem *> all = descendants(m_window->contentItem());
+        return std::any_of(all.cbegin(), all.cend(), [](const QQuickItem *item) {
+            return item->property("text").toString().startsWith("demo.Viewer, process ");
+        });
+    });
 }
 
 int main(int argc, char **argv)
