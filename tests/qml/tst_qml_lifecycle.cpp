@@ -30,6 +30,7 @@ private Q_SLOTS:
     void valuesThatCannotBeSentAreFailures_data();
     void valuesThatCannotBeSentAreFailures();
     void taskThatEndsWithTheServiceIsAFailure();
+    void anotherTypeLeavesTheCallsThatAreUnderWay();
 
 private:
     MethodFaults next(const char *method) const;
@@ -81,9 +82,11 @@ void TestQmlLifecycle::requestsAreSentAndTheirRepliesReturned_data()
     QTest::addColumn<QString>("sent");
     QTest::addColumn<QVariantList>("answer");
     QTest::addColumn<QVariantMap>("values");
-    const QVariantMap details{{"Title", "A"}, {"Words", QVariantList{"x", "y"}}};
+    const QVariantMap details{{"Size", QVariantMap{{"Width", 7}}},
+                              {"Words", QVariantList{"x", "y"}}};
     const QVariantMap started{{"appInstanceId", "a.1"}, {"details", details}};
-    const QVariantList start{"a.1", QVariantMap{{"Title", "A"}, {"Words", QStringList{"x", "y"}}}};
+    const QVariantList start{
+        "a.1", QVariantMap{{"Size", QVariantMap{{"Width", 7}}}, {"Words", QStringList{"x", "y"}}}};
     QTest::newRow("Start") << "Lifecycle.start('a', keep)"
                            << "Start s a" << start << started;
     QTest::newRow("StartDebug") << "Lifecycle.startDebug('a', {}, keep)"
@@ -251,6 +254,16 @@ void TestQmlLifecycle::taskThatEndsWithTheServiceIsAFailure()
     ModelRig::waitFor(*tasks, Ostrel::LiveModel::Ready);
     QCOMPARE(QmlRig::results(object).at(0).toMap().value("busErrorName"),
              QVariant("org.freedesktop.DBus.Error.NoReply"));
+}
+
+void TestQmlLifecycle::anotherTypeLeavesTheCallsThatAreUnderWay()
+{
+    next("StartTask").holdNext(1);
+    const QObject *object = m_qml->run("Lifecycle.startTask(tasks, 'contacts', {}, {}, keep)");
+    next("StartTask").waitForHeld(1);
+    object->property("tasks").value<QObject *>()->setProperty("type", "maintenance");
+    next("StartTask").release({0});
+    QCOMPARE(QmlRig::results(object).at(0).toMap().value("name"), QVariant("NoError"));
 }
 
 OSTREL_TEST_MAIN(TestQmlLifecycle)
