@@ -62,20 +62,18 @@ ApplicationWindow {
         bus: Tasks.SessionBus
     }
 
-    Flickable {
+    ScrollView {
         id: page
 
         anchors.fill: parent
-        contentHeight: sections.implicitHeight + 32
-        ScrollBar.vertical: ScrollBar { }
+        padding: 16
+        contentWidth: availableWidth
 
         GridLayout {
             id: sections
 
-            x: 16
-            y: 16
-            width: page.width - 32
-            columns: page.width >= 720 ? 2 : 1
+            width: page.availableWidth
+            columns: page.availableWidth >= 690 ? 2 : 1
             columnSpacing: 16
             rowSpacing: 16
 
