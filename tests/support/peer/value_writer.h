@@ -120,7 +120,7 @@ private:
             break;
         case DBUS_TYPE_INT32:
         case DBUS_TYPE_UINT32:
-            value.u32 = static_cast<dbus_uint32_t>(std::stol(word));
+            value.u32 = static_cast<dbus_uint32_t>(std::stoll(word));
             break;
         case DBUS_TYPE_INT64:
             value.i64 = std::stoll(word);
