@@ -183,8 +183,9 @@ void TestOutgoingDepth::tooDeepValuesAreFound_data()
     QTest::newRow("JSON arrays") << inMixedArrays(31);
     QTest::newRow("far too many JSON objects") << inObjects(1000);
     QTest::newRow("far too many lists") << inLists(1, 1000);
+    // Qt frees them recursively. Ten times as many are more than some processors have stack for.
     QJsonArray array;
-    for (int level = 0; level < 100000; ++level) {
+    for (int level = 0; level < 10000; ++level) {
         array = QJsonArray{"x", array};
     }
     QTest::newRow("far too many arrays") << QVariant(array);
