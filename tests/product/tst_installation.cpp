@@ -285,8 +285,7 @@ void TestInstallation::isFoundByQmake()
     writeFile(m_project + "/consumer.pro",
               readFile(SOURCE_DIR "/tests/product/consumer/consumer.pro")
                   .replace("ostrel-system-qt5", module));
-    const QString qmake = succeed("pkg-config", {"--variable=host_bins", "Qt5Core"}) + "/qmake";
-    succeed(qmake, {});
+    succeed(QMAKE, {});
     succeed("make", {});
     runProgram(m_project + "/program");
 }
