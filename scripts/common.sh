@@ -104,6 +104,16 @@ quietly() {
     exec 3>&- 4>&-
 }
 
+# copy_tree FOLDER: copies the tree into the new folder, without what git does not know.
+copy_tree() {
+    mkdir -p "$1"
+    {
+        git -C "$root" -c safe.directory='*' ls-files --cached --others --exclude-standard 2>/dev/null ||
+            (cd "$root" && find . -type f -not -path './build/*' -not -path './.git/*')
+    } | tar --create --directory="$root" --files-from=- --ignore-failed-read |
+        tar --extract --directory="$1"
+}
+
 # build PRESET [OPTION...]: configures in build/PRESET with the options in the array configure, and
 # builds there with the given options.
 configure=()
