@@ -31,8 +31,7 @@ std::thread::id endingThread; // clazy:exclude=non-pod-global-static
 thread_local int delays = 0;
 
 // What QtDBus calls the two buses.
-constexpr std::array<QLatin1String, 2> busNames{QLatin1String("qt_default_session_bus"),
-                                                QLatin1String("qt_default_system_bus")};
+constexpr std::array<const char *, 2> busNames{"qt_default_session_bus", "qt_default_system_bus"};
 
 // Never destroyed: static objects of the program may make requests after the sentinel is gone.
 std::shared_mutex &mutex()
@@ -45,8 +44,8 @@ std::shared_mutex &mutex()
 // Returns the thread, which all connections share, or null after its end.
 QThread *waitForThreadOfQtDBus()
 {
-    for (const QLatin1String bus : busNames) {
-        QDBusConnection connection{bus};
+    for (const char *const bus : busNames) {
+        QDBusConnection connection{QLatin1String(bus)};
         const QDBusConnectionInterface *const interface = connection.interface();
         if (QThread *const thread = interface == nullptr ? nullptr : interface->thread()) {
             // The thread handles this request after all earlier ones, and finds nothing to
@@ -58,6 +57,16 @@ QThread *waitForThreadOfQtDBus()
         }
     }
     return nullptr;
+}
+
+// QtDBus returns both connections again when somebody asks for them later, even if it has deleted
+// them. It deletes none that are in use.
+void useConnectionsForEver()
+{
+    static auto *const inUse = new std::vector<QDBusConnection>;
+    for (const char *const bus : busNames) {
+        inUse->emplace_back(QLatin1String(bus));
+    }
 }
 
 // QtDBus's thread may be about to wake the event dispatcher for a reply. The application removes
@@ -86,12 +95,7 @@ struct Sentinel
         // QtDBus ends its thread when it is destroyed itself. By then the thread may already have
         // used Qt's types and timers after their destruction.
         if (QThread *const thread = waitForThreadOfQtDBus()) {
-            // QtDBus returns both connections again when somebody asks for them later, even if it
-            // has deleted them. It deletes none that are in use.
-            static auto *const inUse = new std::vector<QDBusConnection>;
-            for (const QLatin1String bus : busNames) {
-                inUse->emplace_back(QString(bus));
-            }
+            useConnectionsForEver();
             thread->quit();
             thread->wait();
         }

@@ -12,7 +12,12 @@ namespace Ostrel
 namespace
 {
 
-bool registerAll()
+struct Registration
+{
+    Registration();
+};
+
+Registration::Registration()
 {
     // The names without the namespace are aliases, for signals and properties that are declared
     // inside it. Available and active tasks come only in vectors.
@@ -41,7 +46,6 @@ bool registerAll()
     qDBusRegisterMetaType<QJsonValue>();
     // What an array of JSON objects becomes.
     qDBusRegisterMetaType<QVector<QVariantMap>>();
-    return true;
 }
 
 } // namespace
@@ -49,7 +53,7 @@ bool registerAll()
 void registerDBusTypes()
 {
     // Once: the threads that get here meanwhile wait.
-    [[maybe_unused]] static const bool registered = registerAll();
+    static const Registration once;
 }
 
 } // namespace Ostrel
