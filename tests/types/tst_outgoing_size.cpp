@@ -171,6 +171,11 @@ void TestOutgoingSize::sizesMatchTheMessage_data()
     row("JSON numbers", QJsonArray{1, 2, 3}, 6 + 4 + 2 + 4 + 24);
     row("JSON texts", QJsonArray{"a", "b"}, 6 + 4 + 2 + 4 + 8 + 6);
     row("JSON objects", QJsonArray{QJsonObject{{"a", 1}}}, 6 + 8 + 2 + 4 + 4 + 6 + 3 + 7 + 8);
+    QJsonObject members;
+    for (int i = 10; i < 30; ++i) {
+        members.insert(QString::number(i), i);
+    }
+    row("JSON object", members, 6 + 7 + 3 + 4 + 4 + 20 * (4 + 3 + 3 + 6 + 8));
     row("mixed JSON", QJsonArray{"a", true}, 6 + 4 + 2 + 4 + 3 + 1 + 6 + 3 + 3 + 4);
     row("JSON array in an object in mixed JSON",
         QJsonArray{"a", QJsonObject{{"a", QJsonArray{true}}}},
@@ -182,16 +187,25 @@ void TestOutgoingSize::sizesMatchTheMessage_data()
 
 void TestOutgoingSize::sizesMatchTheMessage()
 {
-    QFETCH(QVariantMap, map);
+    QFETCH(const QVariantMap, map);
+    QVariantMap sent = map;
     OutgoingMessage message(1000);
-    message.add(map);
+    message.add(sent);
     QCOMPARE(message.refusal().message(), QString());
     QTEST(int(message.bytes()), "bytes");
 
+    for (const int missing : {0, 1}) {
+        sent = map;
+        OutgoingMessage full(message.bytes() - missing);
+        full.add(sent);
+        QCOMPARE(full.refusal().isValid(), missing == 1 && !map.isEmpty());
+    }
+
     // What follows is looked at as well.
-    map.insert("z", QUrl());
+    sent = map;
+    sent.insert("z", QUrl());
     OutgoingMessage another(1000);
-    another.add(map);
+    another.add(sent);
     QCOMPARE(another.refusal().message(), "Marshalling failed: \"z\" holds a value of type QUrl");
 }
 
