@@ -201,7 +201,7 @@ void TestManualPages::pageListsTheKeysOfJson_data()
         {"window", {"window --json main 1 2 3"}},
     };
     for (auto command = commands.cbegin(); command != commands.cend(); ++command) {
-        const QString name = command.key();
+        const QString &name = command.key();
         // Another test looks at the events.
         if (!name.endsWith("watch") && command->optionNames().contains("--json")) {
             QTest::newRow(qPrintable(name)) << name << lines.value(name);

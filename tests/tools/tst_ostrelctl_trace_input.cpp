@@ -43,7 +43,7 @@ void TestOstrelctlTraceInput::largeInputNeedsLittleMemory()
     const QString input = folder.filePath("messages");
     QFile file(input);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    constexpr qint64 longLine = 512 * 1024 * 1024;
+    constexpr qint64 longLine = qint64(512) * 1024 * 1024;
     QVERIFY(file.resize(longLine));
     QVERIFY(file.seek(longLine));
     file.write("\n");
@@ -63,7 +63,7 @@ void TestOstrelctlTraceInput::largeInputNeedsLittleMemory()
     QCOMPARE(result.exitStatus, 0);
     rusage usage{};
     QCOMPARE(getrusage(RUSAGE_CHILDREN, &usage), 0);
-    constexpr long mostKibibytes = 400 * 1024;
+    constexpr long mostKibibytes = 400L * 1024;
     QVERIFY2(usage.ru_maxrss < mostKibibytes, qPrintable(QString::number(usage.ru_maxrss)));
     const TraceTexts trace = traceOf(output);
     QCOMPARE(trace.faults, QStringList());
@@ -103,7 +103,7 @@ void TestOstrelctlTraceInput::fullDiskEndsTheConversion()
                                    QString::number(blocks), OSTRELCTL, input, output});
         QCOMPARE(result.errors, "error: Failed: cannot write " + output + ": File too large\n");
         QCOMPARE(result.exitStatus, 1);
-        QVERIFY(QFileInfo(output).size() <= blocks * 512);
+        QVERIFY(QFileInfo(output).size() <= qint64(blocks) * 512);
         QCOMPARE(traceOf(output, true).faults, QStringList());
     }
 }
