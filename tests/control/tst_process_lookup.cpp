@@ -95,7 +95,7 @@ void TestProcessLookup::controlGroupLinesAreParsed_data()
     row("foreign memory stops", "4:memory:/user.slice/login-2.scope\n" + good, nothing, nothing);
     row("helper as a part of a component", "4:memory:/my-ostrel-helper-2/demo.Viewer/app\n", viewer,
         viewer);
-    row("helper in the component itself", "4:memory:/a.b/ostrel-helper\n", "a.b", nothing);
+    row("helper in the component itself", "4:memory:/x.y/ostrel-helper\n", "x.y", nothing);
     row("other case of helper stops", "4:memory:/Ostrel-helper/demo.Viewer/app\n" + good, nothing,
         nothing);
     row("no dot stops", "4:memory:/ostrel-helper/Viewer/app\n" + good, nothing, nothing);

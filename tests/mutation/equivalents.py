@@ -38,4 +38,8 @@ EQUIVALENTS = {
     '"dbus-1"), 3, name)); -> return reinterpret_cast<SetLimit>(QLibrary::resolve(QStringLiteral('
     '"dbus-1"), 4, name));':
         'only a QtDBus that loads libdbus by itself needs it',
+    'process_lookup.cpp: arguments: return std::strncmp(text, mark.data(), mark.size()) == 0 ? text + '
+    'mark.size() : text; -> return std::strncmp(mark.data(), text, mark.size()) == 0 ? text + '
+    'mark.size() : text;':
+        'only whether they are equal matters',
 }
