@@ -87,7 +87,7 @@ public:
 
 private:
     static qint64 now() { return Stamp::now().monotonic; }
-    static QJsonObject about(const Stamp &begin)
+    static QJsonObject about(Stamp begin)
     {
         return {{QStringLiteral("clock"), QStringLiteral("monotonic")},
                 {QStringLiteral("time"), begin.toUtc()}};
