@@ -32,9 +32,10 @@ QString Process::readLine()
 int Process::end()
 {
     if (state() != NotRunning) {
-        terminate();
-        // A stopped process ends only after it continues.
+        // A stopped process ends only after it continues. Later, this could take away the signal
+        // with which the leak check stops a process that ends.
         ::kill(pid_t(processId()), SIGCONT);
+        terminate();
     }
     return waitForEnd();
 }
