@@ -43,7 +43,7 @@ void Peer::awaitDispatch()
     while (m_receivedCount == 0) {
         send(message.get());
         ++sent;
-        QThread::msleep(1);
+        QThread::yieldCurrentThread(); // QtDBus's thread takes it
         QCoreApplication::processEvents();
     }
     while (m_receivedCount < sent) {
