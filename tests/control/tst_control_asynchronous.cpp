@@ -90,6 +90,7 @@ private Q_SLOTS:
     void deletedContextInAnotherThreadDropsTheCallback();
     void contextMayChangeItsThread();
     void refusedCallbackFollowsItsContext();
+    void deletedChildrenOfTheContextDropTheRefusedCallback();
     void deletedControlStillRunsItsCallbacks_data() { eachRequest(); }
     void deletedControlStillRunsItsCallbacks();
     void emptyCallbackIsHarmless_data() { eachRequest(); }
@@ -232,6 +233,20 @@ void TestControlAsynchronous::refusedCallbackFollowsItsContext()
     refused.release();
     waitUntil([&ranIn] { return ranIn != nullptr; });
     QCOMPARE(ranIn.load(), thread());
+}
+
+// A program may clear a window that is the context.
+void TestControlAsynchronous::deletedChildrenOfTheContextDropTheRefusedCallback()
+{
+    Control control;
+    QObject context;
+    bool ran = false;
+    const DebugParams cannotBeSent(QVariantMap{{"url", QUrl()}});
+    control.startDebug("a.b", cannotBeSent, &context,
+                       [&ran](const auto & /*result*/) { ran = true; });
+    qDeleteAll(QObjectList(context.children()));
+    QCoreApplication::processEvents();
+    QVERIFY(!ran);
 }
 
 void TestControlAsynchronous::deletedControlStillRunsItsCallbacks()

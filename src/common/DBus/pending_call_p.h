@@ -7,6 +7,7 @@
 #include "DBus/process_end_p.h"
 
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QThread>
 #include <QtDBus/QDBusPendingCall>
 #include <QtDBus/QDBusPendingReply>
@@ -57,7 +58,13 @@ void watchPendingCall(const QDBusPendingCall &call, const QObject *context, Hand
         // the bus would overtake it. Unlike the watcher, what is posted to context follows it to
         // another thread.
         QMetaObject::invokeMethod(
-            const_cast<QObject *>(context), [watcher, handle] { handle(watcher); },
+            const_cast<QObject *>(context),
+            [watcher = QPointer<QDBusPendingCallWatcher>(watcher), handle] {
+                // The program may have deleted the children of its context.
+                if (!watcher.isNull()) {
+                    handle(watcher);
+                }
+            },
             Qt::QueuedConnection);
     } else if (!QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, handle)) {
         delete watcher;
