@@ -80,6 +80,11 @@ void TestLifetimes::programEndsCleanly_data()
         "ready 0\n"
         "not connected\n"
         "not connected\n");
+    for (const char *const program : {"onlyControl", "onlyInvoker", "onlyWindows"}) {
+        row(program,
+            "not connected\n"
+            "made\n");
+    }
     row("exitInASlot",
         "start 0\n"
         "exit\n");
@@ -118,8 +123,8 @@ void TestLifetimes::programEndsCleanly()
     QFETCH(QString, output);
     QProcessEnvironment environment = withoutLeakDetection();
     environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address());
-    environment.insert("MALLOC_PERTURB_",
-                       "165"); // what is used after its deletion is not as before
+    // What is used after its deletion is not as it was.
+    environment.insert("MALLOC_PERTURB_", "165");
     const QString program = QTest::currentDataTag();
     if (program == "staticObjectsFromTheBeginning") {
         environment.insert("EARLY", "1");

@@ -114,6 +114,15 @@ bool ProcessEnd::hasBegun()
     return begun;
 }
 
+QDBusConnection ProcessEnd::bus(QDBusConnection::BusType type)
+{
+    if (hasBegun()) {
+        return QDBusConnection(QString());
+    }
+    return type == QDBusConnection::SessionBus ? QDBusConnection::sessionBus()
+                                               : QDBusConnection::systemBus();
+}
+
 void ProcessEnd::keep(const void *call)
 {
     static auto *const calls = new std::vector<const void *>;

@@ -5,6 +5,7 @@
 #define OSTREL_DBUS_PROCESS_END_P_H
 
 #include <QtCore/QtGlobal>
+#include <QtDBus/QDBusConnection>
 
 #include <shared_mutex>
 
@@ -20,6 +21,10 @@ void watch();
 
 // Whether QtDBus may have deleted the calls that wait for a reply.
 bool hasBegun();
+
+// Returns the bus, or no connection once the end has begun: QtDBus cannot connect any more then, and
+// would never return.
+QDBusConnection bus(QDBusConnection::BusType type);
 
 // Leaks a call on purpose, where leak checkers still find it.
 void keep(const void *call);

@@ -42,7 +42,8 @@ void watchStart(const QDBusPendingCall &call, const QObject *context,
 
 ControlPrivate::ControlPrivate(Control *q)
     : QDBusAbstractInterface(serviceName, QStringLiteral(OSTREL_CONTROL_PATH),
-                             OSTREL_CONTROL_INTERFACE, QDBusConnection::sessionBus(), nullptr)
+                             OSTREL_CONTROL_INTERFACE, ProcessEnd::bus(QDBusConnection::SessionBus),
+                             nullptr)
     , q(q)
 {
     registerDBusTypes();

@@ -55,12 +55,12 @@ void AnnouncedTasks<Record>::replace(const QVariant &value, quint64 announcement
 
 TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker::BusType bus, const QString &taskType,
                                        TaskInvoker *invoker)
-    : QDBusAbstractInterface(serviceName,
-                             QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + taskType,
-                             OSTREL_TASK_INVOKER_SESSION_INTERFACE,
-                             bus == TaskInvoker::SessionBus ? QDBusConnection::sessionBus()
-                                                            : QDBusConnection::systemBus(),
-                             nullptr)
+    : QDBusAbstractInterface(
+        serviceName, QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH) + taskType,
+        OSTREL_TASK_INVOKER_SESSION_INTERFACE,
+        ProcessEnd::bus(bus == TaskInvoker::SessionBus ? QDBusConnection::SessionBus
+                                                       : QDBusConnection::SystemBus),
+        nullptr)
     , m_taskType(taskType)
     , m_invoker(invoker)
     , m_bus(bus)

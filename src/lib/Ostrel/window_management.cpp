@@ -20,8 +20,8 @@ namespace Ostrel
 
 WindowManagementInterface::WindowManagementInterface()
     : QDBusAbstractInterface(serviceName, QStringLiteral(OSTREL_WINDOW_MANAGEMENT_PATH),
-                             OSTREL_WINDOW_MANAGEMENT_INTERFACE, QDBusConnection::sessionBus(),
-                             nullptr)
+                             OSTREL_WINDOW_MANAGEMENT_INTERFACE,
+                             ProcessEnd::bus(QDBusConnection::SessionBus), nullptr)
 {
     liftReceiveLimit(connection());
     ProcessEnd::watch();

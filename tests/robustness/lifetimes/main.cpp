@@ -7,6 +7,7 @@
 #include "clients.h"
 #include "forks.h"
 #include "late_wake_up.h"
+#include "only_client.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
@@ -344,6 +345,9 @@ int main(int argc, char **argv)
         {"requestsWithoutEnd", requestsWithoutEnd},
         {"staticObjectsFromTheBeginning", staticObjectsFromTheBeginning},
         {"staticObjectBeforeTheFirstClient", staticObjectBeforeTheFirstClient},
+        {"onlyControl", onlyControl},
+        {"onlyInvoker", onlyInvoker},
+        {"onlyWindows", onlyWindows},
         {"lateWakeUp", lateWakeUp},
         {"exitInASlot", exitInASlot},
         {"exitInACallback", exitInACallback},
