@@ -22,8 +22,8 @@ void watch();
 // Whether QtDBus may have deleted the calls that wait for a reply.
 bool hasBegun();
 
-// Returns the bus, or no connection once the end has begun: QtDBus cannot connect any more then, and
-// would never return.
+// Returns the bus, or no connection once the end has begun: QtDBus cannot connect any more then,
+// and would never return.
 QDBusConnection bus(QDBusConnection::BusType type);
 
 // Leaks a call on purpose, where leak checkers still find it.
