@@ -143,7 +143,7 @@ void CallsMonitor::read()
         handle(message.get());
     }
     if (dbus_connection_get_is_connected(m_connection) == 0) {
-        delete findChild<QSocketNotifier *>();
+        findChild<QSocketNotifier *>()->setEnabled(false);
         Q_EMIT lost();
     }
 }
