@@ -7,6 +7,7 @@ option(OSTREL_WERROR "Treat compiler warnings as errors" OFF)
 option(OSTREL_SANITIZERS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(OSTREL_THREAD_SANITIZER "Build with ThreadSanitizer" OFF)
 option(OSTREL_HARDENED "Build with the checks of the C and C++ libraries" OFF)
+option(OSTREL_COVERAGE "Count which lines and branches of the libraries are reached" OFF)
 option(OSTREL_FUZZERS "Build the fuzz targets for libFuzzer, in place of the tests (needs Clang)" OFF)
 
 if(OSTREL_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
