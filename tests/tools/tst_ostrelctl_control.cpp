@@ -10,6 +10,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <clocale>
+
 // The commands of application control, as users type them and scripts read them.
 class TestOstrelctlControl : public SimulatorTest
 {
@@ -194,6 +196,11 @@ void TestOstrelctlControl::psFitsTheTerminal_data()
 
 void TestOstrelctlControl::psFitsTheTerminal()
 {
+    const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    if (utf8 == nullptr) {
+        QSKIP("the C library has no locale C.UTF-8 of this byte order");
+    }
+    freelocale(utf8);
     QFETCH(QString, locale);
     // script gives the command a terminal of this width.
     const auto linesAt = [this, &locale](int columns) {
