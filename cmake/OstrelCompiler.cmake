@@ -50,6 +50,14 @@ if(OSTREL_THREAD_SANITIZER)
     add_link_options(-fsanitize=thread)
 endif()
 
+# Counts what is reached of this folder, if the build counts. Only the libraries do: a program that is
+# killed while it writes its counts would break them.
+macro(ostrel_count_coverage)
+    if(OSTREL_COVERAGE)
+        add_compile_options(--coverage -fprofile-update=atomic)
+    endif()
+endmacro()
+
 if(OSTREL_FUZZERS)
     if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
         message(FATAL_ERROR "OSTREL_FUZZERS needs Clang: configure with -DCMAKE_CXX_COMPILER=clang++")
