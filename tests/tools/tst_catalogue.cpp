@@ -88,17 +88,21 @@ void TestCatalogue::refusesBrokenJson_data()
     const auto row = [](const char *name, const char *text, const char *place) {
         QTest::newRow(name) << text << place;
     };
-    row("empty file", "", "1:1: illegal value");
-    row("no JSON", "x", "1:1: illegal value");
-    row("not closed", "{\n  \"applications\": [", "2:19: unterminated array");
-    row("no comma", "{\n  \"applications\": [\n    {} {}\n]}\n", "3:8: missing value separator");
+    row("empty file", "", "1: column 1: illegal value");
+    row("no JSON", "x", "1: column 1: illegal value");
+    row("not closed", "{\n  \"applications\": [", "2: column 19: unterminated array");
+    row("no comma", "{\n  \"applications\": [\n    {} {}\n]}\n",
+        "3: column 8: missing value separator");
     row("a comma too many", "{\n  \"applications\": [],\n}\n",
-        "3:1: object is missing after a comma");
-    row("an unknown word", "{ \"applications\": nothing }", "1:20: illegal value");
-    row("an unknown value", "{ \"applications\": x }", "1:19: illegal number");
-    row("no colon", "{\n  \"applications\" []\n}\n", "2:18: missing name separator");
-    row("behind a character of several bytes", "{ \"ä€\" [] }", "1:8: missing name separator");
-    row("something behind", "{}\n{}\n", "2:1: garbage at the end of the document");
+        "3: column 1: object is missing after a comma");
+    row("an unknown word", "{ \"applications\": nothing }", "1: column 20: illegal value");
+    row("an unknown value", "{ \"applications\": x }", "1: column 19: illegal number");
+    row("no colon", "{\n  \"applications\" []\n}\n", "2: column 18: missing name separator");
+    row("behind a character of several bytes", "{ \"ä€\" [] }",
+        "1: column 8: missing name separator");
+    row("something behind", "{}\n{}\n", "2: column 1: garbage at the end of the document");
+    row("a member twice", "{\n  \"taskTypes\": [],\n  \"task\\u0054ypes\": []\n}\n",
+        "3: \"taskTypes\" is there already");
 }
 
 void TestCatalogue::refusesBrokenJson()
@@ -117,7 +121,7 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
         QTest::newRow(mistake.constData())
             << QString::fromUtf8(text).replace('\'', '"') << QString::fromUtf8(mistake);
     };
-    row("[]", "the catalogue takes an object, not an array");
+    row("[]", "the file takes an object, not an array");
     row("{'aplications': []}", "aplications: is not known");
     row("{'applications': {}}", "applications: takes an array, not an object");
     row("{'applications': ['demo.A']}", "applications[0]: takes an object, not a string");
@@ -155,7 +159,7 @@ void TestCatalogue::refusesWhatItDoesNotKnow_data()
     application("{'id': '', 'program': 'true'}", ".id: is empty");
     application("{'id': 'demo.A', 'program': 'true'}", ".id: \"demo.A\" is there already");
     for (const char *const id : {"a/b", "a:b", ".", "..", "a\\nb"}) {
-        const QByteArray shown = QByteArray(id).replace("\\n", "\n");
+        const QByteArray shown = QByteArray(id).replace("\\n", "\\u000a");
         application("{'id': '" + QByteArray(id) + "', 'program': 'true'}",
                     ".id: \"" + shown + "\" cannot be a component of a path");
     }
@@ -204,7 +208,7 @@ void TestCatalogue::refusesWhatItDoesNotKnow()
 {
     QFETCH(QString, text);
     QFETCH(QString, mistake);
-    QCOMPARE(mistakeIn(text), QString("ostrel-simulator: %1: %2\n").arg(m_file, mistake));
+    QCOMPARE(mistakeIn(text), QString("ostrel-simulator: %1:1: %2\n").arg(m_file, mistake));
 }
 
 void TestCatalogue::refusesAFileThatItCannotRead()
@@ -233,15 +237,16 @@ void TestCatalogue::refusesAFileThatItCannotRead()
 
 void TestCatalogue::propertiesKeepTheirTypes()
 {
-    const auto simulator = simulatorWith(R"({"applications": [{
+    const auto simulator = simulatorWith(R"json({"applications": [{
         "id": "demo.A", "program": "sleep", "arguments": ["600"], "kind": 4294967295,
         "properties": {
             "String": "ä", "Yes": true, "Whole": -2147483648, "Great": 2147483648, "Part": 1.5,
+            "Typed": {"type": "a(siuua{sv})", "data": [["x", 1, 2, 3, {}]]},
             "Strings": ["a", "b"], "Mixed": ["a", 1], "None": [], "Map": {"Key": {"Inner": 1}}
-        }}]})");
+        }}]})json");
     const QVariantMap details = startApplication("demo.A");
     const QJsonArray application = running().at(0).toArray();
-    const QByteArray expected = R"(["demo.A",PID,1,4294967295,{
+    const QByteArray expected = R"json(["demo.A",PID,1,4294967295,{
         "Great":{"data":2147483648,"type":"d"},
         "InstanceId":{"data":"demo.A.instance_1","type":"s"},
         "Map":{"data":{"Key":{"data":{"Inner":{"data":1,"type":"i"}},"type":"a{sv}"}},"type":"a{sv}"},
@@ -250,8 +255,9 @@ void TestCatalogue::propertiesKeepTheirTypes()
         "Part":{"data":1.5,"type":"d"},
         "String":{"data":"ä","type":"s"},
         "Strings":{"data":["a","b"],"type":"as"},
+        "Typed":{"data":[["x",1,2,3,{}]],"type":"a(siuua{sv})"},
         "Whole":{"data":-2147483648,"type":"i"},
-        "Yes":{"data":true,"type":"b"}}])";
+        "Yes":{"data":true,"type":"b"}}])json";
     QByteArray pid = QByteArray::number(details.value("Pid").toInt());
     QCOMPARE(QJsonDocument(application).toJson(QJsonDocument::Compact),
              QJsonDocument::fromJson(QByteArray(expected).replace("PID", pid))

@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "bus/presence.h"
 #include "bus/service.h"
-#include "bus_advice.h"
+#include "faultdesk/replies.h"
 #include "faultdesk/simulator1.h"
 #include "interfaces/control1.h"
 #include "interfaces/task_invoker1.h"
@@ -12,123 +13,72 @@
 #include "programs/catalogue.h"
 #include "programs/children.h"
 #include "programs/root_fs.h"
+#include "scenario/scenario_player.h"
+#include "scenario/scenario_reader.h"
 #include "termination.h"
 
-#include "DBus/names_p.h"
-
 #include <QtCore/QCoreApplication>
-#include <QtCore/QTextStream>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusError>
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 namespace
 {
 
-QDBusConnection connectTo(const Options &options)
+constexpr int unfinishedScenario = 3;
+
+int serve(const Options &options, const Catalogue &catalogue, RootFs &rootFs)
 {
-    const QString name = QStringLiteral("ostrel-simulator");
-    switch (options.bus) {
-    case Options::Bus::System:
-        return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
-    case Options::Bus::Address:
-        // The programs that it runs find the service on their session bus.
-        qputenv("DBUS_SESSION_BUS_ADDRESS", options.address.toLocal8Bit());
-        return QDBusConnection::connectToBus(options.address, name);
-    case Options::Bus::Session:
-        break;
+    Children children(rootFs, options.killAfter);
+    Service service;
+    Replies replies(service);
+    auto ownedControl = std::make_unique<Control1>(service, catalogue, children);
+    auto ownedWindowManagement = std::make_unique<WindowManagement1>();
+    Control1 &control = *ownedControl;
+    auto ownedDesk = std::make_unique<Simulator1>(
+        service, Simulator1::Parts{*ownedWindowManagement, control, children, replies});
+    Simulator1 &desk = *ownedDesk;
+    service.add(std::move(ownedControl));
+    service.add(std::move(ownedWindowManagement));
+    service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
+    service.add(std::move(ownedDesk));
+
+    std::optional<Scenario> scenario;
+    if (!options.scenario.isEmpty()) {
+        const Result<Scenario> read = readScenario(options.scenario, Members(service));
+        if (!read) {
+            print(stderr, read.error());
+            return EXIT_FAILURE;
+        }
+        scenario = *read;
     }
-    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-}
-
-QString label(const Options &options)
-{
-    switch (options.bus) {
-    case Options::Bus::System:
-        return QStringLiteral("system bus");
-    case Options::Bus::Address:
-        return QStringLiteral("bus at %1").arg(options.address);
-    case Options::Bus::Session:
-        break;
+    if (const Result<> made = rootFs.make(options.rootFs); !made) {
+        print(stderr, made.error());
+        return EXIT_FAILURE;
     }
-    return QStringLiteral("session bus");
-}
-
-// What the user can do about the error before it.
-void printHint(const QString &hint)
-{
-    QTextStream(stderr) << "hint: " << hint << '\n';
-}
-
-// Ends the program when the bus goes away.
-class BusWatch : public QObject
-{
-    Q_OBJECT
-
-public Q_SLOTS:
-    void onDisconnected()
-    {
-        print(stderr, QStringLiteral("the bus went away"));
-        QCoreApplication::exit(EXIT_FAILURE);
-    }
-};
-
-int serve(QDBusConnection bus, const QString &busLabel, const QString &rootFs,
-          const Catalogue &catalogue, Children &children)
-{
-    const QString serviceName = QStringLiteral(OSTREL_SERVICE_NAME);
 
     const Termination termination;
     QObject::connect(&termination, &Termination::requested, QCoreApplication::instance(),
                      &QCoreApplication::quit);
-    BusWatch watch;
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                &watch, SLOT(onDisconnected()));
-
-    Service service(bus);
-    auto windowManagement = std::make_unique<WindowManagement1>();
-    auto control = std::make_unique<Control1>(service, catalogue, children);
-    auto desk = std::make_unique<Simulator1>(
-        service, Simulator1::Parts{*windowManagement, *control, children});
-    service.add(std::move(control));
-    service.add(std::move(windowManagement));
-    service.add(std::make_unique<TaskInvoker1>(service, catalogue, children));
-    service.add(std::move(desk));
-
-    // The name comes last, when everything is in place.
-    if (!bus.registerVirtualObject(QStringLiteral(OSTREL_SERVICE_PATH), &service,
-                                   QDBusConnection::SubPath)) {
-        print(stderr, QStringLiteral("cannot serve the path " OSTREL_SERVICE_PATH));
+    Presence presence(service, options, rootFs.path());
+    QObject::connect(&presence, &Presence::lost, QCoreApplication::instance(),
+                     [] { QCoreApplication::exit(EXIT_FAILURE); });
+    std::optional<ScenarioPlayer> player;
+    if (scenario) {
+        player.emplace(*scenario,
+                       ScenarioPlayer::Parts{service, replies, control, children, presence});
+        desk.setScenario(*player);
+    }
+    if (!presence.enter()) {
         return EXIT_FAILURE;
     }
-    const auto owned =
-        bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
-                                         QDBusConnectionInterface::DontAllowReplacement);
-    if (!owned.isValid()) {
-        print(
-            stderr,
-            QStringLiteral("cannot own the name %1: %2").arg(serviceName, owned.error().message()));
-        if (owned.error().type() == QDBusError::AccessDenied) {
-            printHint(QStringLiteral(
-                "ostrel-simulator(1) says how to allow it on the system bus; or open a shell whose "
-                "system bus is a private one: dbus-run-session -- "
-                "sh -c 'DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS bash'"));
-        }
-        return EXIT_FAILURE;
+    if (player) {
+        player->begin();
     }
-    if (owned.value() != QDBusConnectionInterface::ServiceRegistered) {
-        print(stderr, QStringLiteral("the name %1 is taken on the %2").arg(serviceName, busLabel));
-        return EXIT_FAILURE;
-    }
-    print(stdout,
-          QStringLiteral("%1 is ready on the %2; its root folder is %3")
-              .arg(serviceName, busLabel, rootFs));
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    return status == EXIT_SUCCESS && player && !player->reportRest() ? unfinishedScenario : status;
 }
 
 } // namespace
@@ -154,27 +104,5 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     }
     RootFs rootFs;
-    if (const Result<> made = rootFs.make(options.rootFs); !made) {
-        print(stderr, made.error());
-        return EXIT_FAILURE;
-    }
-
-    const QDBusConnection bus = connectTo(options);
-    if (!bus.isConnected()) {
-        print(stderr,
-              QStringLiteral("cannot reach the %1: %2")
-                  .arg(label(options), bus.lastError().message()));
-        if (options.bus != Options::Bus::Address) {
-            printHint(adviceOnMissingBus(options.bus == Options::Bus::System
-                                             ? QDBusConnection::SystemBus
-                                             : QDBusConnection::SessionBus));
-        }
-        return EXIT_FAILURE;
-    }
-    // A blocking call on a bus that goes away before the first pass would never end.
-    QCoreApplication::processEvents();
-    Children children(rootFs, options.killAfter);
-    return serve(bus, label(options), rootFs.path(), *catalogue, children);
+    return serve(options, *catalogue, rootFs);
 }
-
-#include "main.moc"

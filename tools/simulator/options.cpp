@@ -19,6 +19,7 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
     const QString system = QStringLiteral("system");
     const QString address = QStringLiteral("address");
     const QString catalogue = QStringLiteral("catalogue");
+    const QString scenario = QStringLiteral("scenario");
     const QString printCatalogue = QStringLiteral("print-catalogue");
     const QString killAfter = QStringLiteral("kill-after");
     const QString rootFs = QStringLiteral("rootfs");
@@ -42,6 +43,10 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
              "Run the applications and tasks of this JSON file instead of the built-in ones."),
          QStringLiteral("file")},
         {printCatalogue, QStringLiteral("Print the built-in catalogue.")},
+        {scenario,
+         QStringLiteral("Do what the steps of this JSON file say: replies, errors, signals, and "
+                        "ends and restarts of the service."),
+         QStringLiteral("file")},
         {killAfter,
          QStringLiteral("Kill a program that does not end within this time after SIGTERM (the "
                         "default: 2000)."),
@@ -78,8 +83,9 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
 
     Options options;
     options.catalogue = parser.value(catalogue);
+    options.scenario = parser.value(scenario);
     options.rootFs = parser.value(rootFs);
-    for (const QString &option : {catalogue, rootFs}) {
+    for (const QString &option : {catalogue, scenario, rootFs}) {
         if (parser.isSet(option) && parser.value(option).isEmpty()) {
             return Failure(QStringLiteral("--%1 takes a name, not an empty one").arg(option));
         }

@@ -24,6 +24,8 @@ struct Options
     Bus bus = Bus::Session;
     QString address;
     QString catalogue;
+    // None, if it is empty.
+    QString scenario;
     QString rootFs;
     std::chrono::milliseconds killAfter{2000};
 };

@@ -8,6 +8,7 @@
 #include <QtCore/QXmlStreamWriter>
 
 InterfaceDescription::InterfaceDescription(const QString &shortName)
+    : m_shortName(shortName)
 {
     QFile file(QStringLiteral(":/interfaces/%1.xml").arg(shortName));
     if (!file.open(QIODevice::ReadOnly)) {
@@ -18,6 +19,7 @@ InterfaceDescription::InterfaceDescription(const QString &shortName)
     QXmlStreamWriter writer(&m_xml);
     writer.setAutoFormatting(true);
     QString method;
+    QString signal;
     int depth = 0; // within the interface element
     while (!reader.atEnd()) {
         reader.readNext();
@@ -28,10 +30,18 @@ InterfaceDescription::InterfaceDescription(const QString &shortName)
                 m_name = name;
             } else if (reader.name() == QLatin1String("method")) {
                 method = name;
-                m_signatures.insert(method, QString());
-            } else if (reader.name() == QLatin1String("arg")
-                       && attributes.value(QStringLiteral("direction")) == QLatin1String("in")) {
-                m_signatures[method] += attributes.value(QStringLiteral("type"));
+                signal.clear();
+                m_methods.insert(method, {});
+            } else if (reader.name() == QLatin1String("signal")) {
+                signal = name;
+                m_signals.insert(signal, QString());
+            } else if (reader.name() == QLatin1String("arg")) {
+                const bool isIn =
+                    attributes.value(QStringLiteral("direction")) == QLatin1String("in");
+                QString &signature = !signal.isEmpty() ? m_signals[signal]
+                    : isIn                             ? m_methods[method].arguments
+                                                       : m_methods[method].reply;
+                signature += attributes.value(QStringLiteral("type"));
             }
             depth += reader.name() != QLatin1String("node") ? 1 : 0;
         }

@@ -15,19 +15,34 @@ public:
     explicit InterfaceDescription(const QString &shortName);
 
     QString name() const { return m_name; }
+    QString shortName() const { return m_shortName; }
 
     // The interface element alone, for the reply to "Introspect".
     QString xml() const { return m_xml; }
 
-    bool hasMethod(const QString &method) const { return m_signatures.contains(method); }
+    bool hasMethod(const QString &method) const { return m_methods.contains(method); }
 
     // The signature of a method's arguments.
-    QString signature(const QString &method) const { return m_signatures.value(method); }
+    QString signature(const QString &method) const { return m_methods.value(method).arguments; }
+
+    // The signature of the reply to a method.
+    QString replySignature(const QString &method) const { return m_methods.value(method).reply; }
+
+    bool hasSignal(const QString &signal) const { return m_signals.contains(signal); }
+    QString signalSignature(const QString &signal) const { return m_signals.value(signal); }
 
 private:
+    struct Signatures
+    {
+        QString arguments;
+        QString reply;
+    };
+
+    QString m_shortName;
     QString m_name;
     QString m_xml;
-    QHash<QString, QString> m_signatures;
+    QHash<QString, Signatures> m_methods;
+    QHash<QString, QString> m_signals;
 };
 
 #endif

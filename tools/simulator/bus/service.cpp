@@ -11,11 +11,6 @@
 
 #include <algorithm>
 
-Service::Service(const QDBusConnection &connection)
-    : m_connection(connection)
-{
-}
-
 void Service::add(std::unique_ptr<Interface> interface)
 {
     m_interfaces.push_back(std::move(interface));
@@ -37,6 +32,20 @@ bool Service::knows(const Method &method) const
            });
 }
 
+QVector<Service::Known> Service::known() const
+{
+    QVector<Known> all;
+    for (const auto &interface : m_interfaces) {
+        if (interface->isSimulated()) {
+            all.append({interface->description(), interface->path()});
+        }
+    }
+    for (const InterfaceDescription &description : m_expected) {
+        all.append({description, QString()});
+    }
+    return all;
+}
+
 void Service::arrange(const Method &method, const Fault &fault, uint calls)
 {
     if (calls > 0) {
@@ -51,10 +60,25 @@ void Service::send(const QDBusMessage &call, const QDBusMessage &answer)
     }
 }
 
+bool Service::sendSignal(const QDBusMessage &signal)
+{
+    const bool isSent = m_connection.send(signal);
+    if (isSent) {
+        Q_EMIT signalSent(signal);
+    }
+    return isSent;
+}
+
 void Service::reset()
 {
     m_faults.clear();
     m_log.clear();
+    dropState();
+    Q_EMIT wasReset();
+}
+
+void Service::dropState()
+{
     m_interfaces.erase(
         std::remove_if(m_interfaces.begin(), m_interfaces.end(),
                        [](const auto &interface) { return !interface->outlastsReset(); }),
@@ -64,8 +88,12 @@ void Service::reset()
     }
 }
 
-bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection & /*connection*/)
+bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &connection)
 {
+    // The call came before a restart. Its caller learns that the connection has ended.
+    if (connection.name() != m_connection.name()) {
+        return true;
+    }
     Interface *const interface = find(message);
     if (interface != nullptr ? interface->isSimulated()
                              : message.path() != QLatin1String(OSTREL_SIMULATOR_PATH)) {
@@ -92,18 +120,29 @@ bool Service::handleMessage(const QDBusMessage &message, const QDBusConnection &
         return true;
     }
 
-    const auto faults = m_faults.find({interface->description().name(), message.member()});
-    if (faults != m_faults.end() && !faults->isEmpty()) {
-        const Fault fault = faults->head().fault;
-        if (--faults->head().calls == 0) {
-            faults->dequeue();
-        }
+    const Fault fault = interface->isSimulated()
+        ? takeFault(message, {interface->description().name(), message.member()})
+        : nullptr;
+    if (fault) {
         fault(message, *interface);
     } else {
         interface->handle(message,
                           [this, message](const QDBusMessage &answer) { send(message, answer); });
     }
     return true;
+}
+
+Service::Fault Service::takeFault(const QDBusMessage &call, const Method &method)
+{
+    Fault fault = m_director ? m_director(call, method) : nullptr;
+    const auto faults = m_faults.find(method);
+    if (!fault && faults != m_faults.end() && !faults->isEmpty()) {
+        fault = faults->head().fault;
+        if (--faults->head().calls == 0) {
+            faults->dequeue();
+        }
+    }
+    return fault;
 }
 
 QString Service::introspect(const QString &path) const

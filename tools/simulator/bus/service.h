@@ -26,7 +26,11 @@ public:
     // Handles one call in place of the interface.
     using Fault = std::function<void(const QDBusMessage &call, Interface &interface)>;
 
-    explicit Service(const QDBusConnection &connection);
+    // The fault of a call that comes before the arranged ones; null if there is none.
+    using Director = std::function<Fault(const QDBusMessage &call, const Method &method)>;
+
+    // The messages go to this connection, and no others are handled.
+    void setConnection(const QDBusConnection &connection) { m_connection = connection; }
 
     void add(std::unique_ptr<Interface> interface);
 
@@ -36,19 +40,32 @@ public:
     // Whether a simulated interface, added or expected, has this method.
     bool knows(const Method &method) const;
 
+    // The simulated interfaces, each with its path, which is empty if there may be several objects.
+    struct Known
+    {
+        InterfaceDescription description;
+        QString path;
+    };
+    QVector<Known> known() const;
+
     // Adds a fault for this many calls, after the faults that the method has already.
     void arrange(const Method &method, const Fault &fault, uint calls);
+
+    void setDirector(const Director &director) { m_director = director; }
 
     // Sends the reply to a call, if the caller wants one.
     void send(const QDBusMessage &call, const QDBusMessage &answer);
 
     // Sends a signal, in order with the other messages.
-    bool sendSignal(const QDBusMessage &signal) { return m_connection.send(signal); }
+    bool sendSignal(const QDBusMessage &signal);
 
     CallLog &log() { return m_log; }
 
     // Drops the faults, the log and the state that calls have made.
     void reset();
+
+    // Drops the state that calls have made, as the end of the process would.
+    void dropState();
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
     QString introspect(const QString &path) const override;
@@ -56,6 +73,12 @@ public:
 Q_SIGNALS:
     // A call has been logged, and its reply is about to be sent.
     void called();
+
+    // Everything that calls have made has been dropped.
+    void wasReset();
+
+    // A signal has been sent.
+    void signalSent(const QDBusMessage &signal);
 
 private:
     struct Arranged
@@ -71,10 +94,13 @@ private:
     bool hasObject(const QString &path) const;
     QVector<const Interface *> interfacesAt(const QString &path) const;
 
-    QDBusConnection m_connection;
+    Fault takeFault(const QDBusMessage &call, const Method &method);
+
+    QDBusConnection m_connection{QString()};
     std::vector<std::unique_ptr<Interface>> m_interfaces;
     std::vector<InterfaceDescription> m_expected;
     QHash<Method, QQueue<Arranged>> m_faults;
+    Director m_director;
     CallLog m_log;
 };
 

@@ -6,10 +6,7 @@
 
 #include "DBus/names_p.h"
 
-#include <QtCore/QTimer>
-
 #include <chrono>
-#include <cstdlib>
 #include <limits>
 
 // The faults of the next calls of the service's methods.
@@ -29,9 +26,7 @@ QDBusMessage Simulator1::failNext(const QDBusMessage &call)
     if (!isInterfaceName(error)) {
         return refuse(call, QStringLiteral("\"%1\" is no error name").arg(error));
     }
-    return arrange(call, [this, error, message](const QDBusMessage &failing, Interface &) {
-        m_service.send(failing, failing.createErrorReply(error, message));
-    });
+    return arrange(call, m_parts.replies.now(Replies::error(error, {message})));
 }
 
 QDBusMessage Simulator1::failNextWith(const QDBusMessage &call)
@@ -44,11 +39,7 @@ QDBusMessage Simulator1::failNextWith(const QDBusMessage &call)
     if (!values) {
         return refuse(call, values.error());
     }
-    return arrange(call, [this, error, values = *values](const QDBusMessage &failing, Interface &) {
-        QDBusMessage answer = failing.createErrorReply(error, QString());
-        answer.setArguments(values);
-        m_service.send(failing, answer);
-    });
+    return arrange(call, m_parts.replies.now(Replies::error(error, *values)));
 }
 
 QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
@@ -58,12 +49,7 @@ QDBusMessage Simulator1::delayNext(const QDBusMessage &call)
         return refuse(call, QStringLiteral("%1 milliseconds are too many").arg(milliseconds));
     }
     const std::chrono::milliseconds delay(milliseconds);
-    return arrange(call, [this, delay](const QDBusMessage &delayed, Interface &interface) {
-        interface.handle(delayed, [this, delay, delayed](const QDBusMessage &answer) {
-            QTimer::singleShot(delay, m_delays.get(),
-                               [this, delayed, answer] { m_service.send(delayed, answer); });
-        });
-    });
+    return arrange(call, m_parts.replies.delayed(Replies::usual(), delay));
 }
 
 QDBusMessage Simulator1::answerNext(const QDBusMessage &call)
@@ -74,54 +60,24 @@ QDBusMessage Simulator1::answerNext(const QDBusMessage &call)
 
 QDBusMessage Simulator1::ignoreNext(const QDBusMessage &call)
 {
-    return arrange(call, [](const QDBusMessage &, Interface &) {});
+    return arrange(call, Replies::never());
 }
 
 QDBusMessage Simulator1::holdNext(const QDBusMessage &call)
 {
-    const Method method = methodOf(call);
-    const Service::Fault hold = [this, method](const QDBusMessage &held, Interface &interface) {
-        interface.handle(held, [this, method, held](const QDBusMessage &answer) {
-            m_held[method].append({held, answer});
-            answerWaiters();
-        });
-    };
-    return arrange(call, hold, call.arguments().at(2).toUInt());
+    return arrange(call, m_parts.replies.held(Replies::usual()), call.arguments().at(2).toUInt());
 }
 
 QDBusMessage Simulator1::release(const QDBusMessage &call)
 {
-    const auto order = qdbus_cast<QList<uint>>(call.arguments().at(2));
-    QVector<HeldAnswer> &held = m_held[methodOf(call)];
-    for (int i = 0; i < order.size(); ++i) {
-        if (order.at(i) >= static_cast<uint>(held.size()) || order.indexOf(order.at(i)) != i) {
-            return refuse(call,
-                          QStringLiteral("%1 held answers; %2 is out of range or named twice")
-                              .arg(held.size())
-                              .arg(order.at(i)));
-        }
-    }
-    for (const uint number : order) {
-        const HeldAnswer &released = held.at(static_cast<int>(number));
-        m_service.send(released.call, released.answer);
-    }
-    QVector<HeldAnswer> kept;
-    for (int i = 0; i < held.size(); ++i) {
-        if (!order.contains(static_cast<uint>(i))) {
-            kept.append(held.at(i));
-        }
-    }
-    held = kept;
-    return call.createReply();
+    const Result<> released =
+        m_parts.replies.release(methodOf(call), qdbus_cast<QList<uint>>(call.arguments().at(2)));
+    return released ? call.createReply() : refuse(call, released.error());
 }
 
 QDBusMessage Simulator1::dieInNext(const QDBusMessage &call)
 {
-    return arrange(call, [this](const QDBusMessage &, Interface &) {
-        // The only cleaning up: the user's folder for temporary files must not fill.
-        m_parts.children.clearRootFs();
-        std::_Exit(EXIT_FAILURE);
-    });
+    return arrange(call, [this](const QDBusMessage &, Interface &) { m_parts.children.die(); });
 }
 
 QDBusMessage Simulator1::listNext(const QDBusMessage &call)
@@ -147,9 +103,6 @@ QDBusMessage Simulator1::arrange(const QDBusMessage &call, const Service::Fault 
 QDBusMessage Simulator1::answerNext(const QDBusMessage &call, const Method &method,
                                     const QVariantList &values)
 {
-    const Service::Fault fault = [this, values](const QDBusMessage &answered, Interface &) {
-        m_service.send(answered, answered.createReply(values));
-    };
-    m_service.arrange(method, fault, 1);
+    m_service.arrange(method, m_parts.replies.now(Replies::values(values)), 1);
     return call.createReply();
 }

@@ -31,23 +31,35 @@ QVariantList withNumber(QVariantList arguments, uint number)
 
 } // namespace
 
+Result<QDBusMessage> makeSignal(const QString &path, const QString &interface,
+                                const QString &member, const QVariantList &arguments)
+{
+    if (!isInterfaceName(interface)) {
+        return Failure(QStringLiteral("\"%1\" is no interface name").arg(interface));
+    }
+    if (!isMemberName(member)) {
+        return Failure(QStringLiteral("\"%1\" is no name of a signal").arg(member));
+    }
+    if (interface == localInterface || path == localPath) {
+        return Failure(QStringLiteral("The bus forbids signals of %1").arg(localInterface));
+    }
+    QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
+    signal.setArguments(arguments);
+    return signal;
+}
+
 QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count, bool numbered)
 {
     const QString path = call.arguments().at(0).value<QDBusObjectPath>().path();
     const QString interface = call.arguments().at(1).toString();
     const QString member = call.arguments().at(2).toString();
     const Result<QVariantList> arguments = valuesOf(call.arguments().at(3));
-    if (!isInterfaceName(interface)) {
-        return refuse(call, QStringLiteral("\"%1\" is no interface name").arg(interface));
-    }
-    if (!isMemberName(member)) {
-        return refuse(call, QStringLiteral("\"%1\" is no name of a signal").arg(member));
-    }
-    if (interface == localInterface || path == localPath) {
-        return refuse(call, QStringLiteral("The bus forbids signals of %1").arg(localInterface));
-    }
     if (!arguments) {
         return refuse(call, arguments.error());
+    }
+    const Result<QDBusMessage> made = makeSignal(path, interface, member, *arguments);
+    if (!made) {
+        return refuse(call, made.error());
     }
     for (uint number = 0; number < count; ++number) {
         if (Termination::wasRequested()) {
@@ -56,8 +68,10 @@ QDBusMessage sendSignals(Service &service, const QDBusMessage &call, uint count,
             print(stderr, error);
             return call.createErrorReply(QDBusError::Failed, error);
         }
-        QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
-        signal.setArguments(numbered ? withNumber(*arguments, number) : *arguments);
+        QDBusMessage signal = *made;
+        if (numbered) {
+            signal.setArguments(withNumber(*arguments, number));
+        }
         if (!service.sendSignal(signal)) {
             return call.createErrorReply(QDBusError::Failed,
                                          QStringLiteral("The signal cannot be sent"));

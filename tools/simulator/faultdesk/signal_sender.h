@@ -6,7 +6,14 @@
 
 #include "bus/service.h"
 
+#include "result.h"
+
+#include <QtCore/QVariantList>
 #include <QtDBus/QDBusMessage>
+
+// A signal that the bus lets the service send.
+Result<QDBusMessage> makeSignal(const QString &path, const QString &interface,
+                                const QString &member, const QVariantList &arguments);
 
 // Sends a signal this many times for a call of the fault desk. The first arguments of the call are
 // a path, an interface, a member and the signal's arguments. Returns the reply.

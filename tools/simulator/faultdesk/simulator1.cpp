@@ -6,6 +6,7 @@
 #include "bus/values.h"
 #include "faultdesk/desk_call.h"
 #include "faultdesk/signal_sender.h"
+#include "scenario/scenario_player.h"
 
 #include "DBus/names_p.h"
 
@@ -28,7 +29,14 @@ Simulator1::Simulator1(Service &service, const Parts &parts)
     , m_parts(parts)
 {
     connect(&service, &Service::called, this, &Simulator1::answerWaiters);
+    connect(&parts.replies, &Replies::isHeld, this, &Simulator1::answerWaiters);
     connect(&parts.control, &Control1::ended, this, &Simulator1::answerWaiters);
+}
+
+void Simulator1::setScenario(const ScenarioPlayer &player)
+{
+    m_scenario = &player;
+    connect(&player, &ScenarioPlayer::hasEnded, this, &Simulator1::answerWaiters);
 }
 
 const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
@@ -51,6 +59,7 @@ const QHash<QString, Simulator1::Handler> &Simulator1::handlers()
         {QStringLiteral("Emit"), &Simulator1::emitOne},
         {QStringLiteral("EmitMany"), &Simulator1::emitMany},
         {QStringLiteral("KillByOom"), &Simulator1::killByOom},
+        {QStringLiteral("WaitForScenario"), &Simulator1::waitForScenario},
         {QStringLiteral("RootFs"), &Simulator1::rootFs},
         {QStringLiteral("Reset"), &Simulator1::resetAll},
     };
@@ -76,8 +85,7 @@ void Simulator1::handle(const QDBusMessage &call, const Answer &answer)
 
 void Simulator1::reset()
 {
-    m_held.clear();
-    m_delays = std::make_unique<QObject>();
+    m_parts.replies.drop();
     // What the callers wait for will not happen any more.
     const QVector<Waiter> waiters = std::exchange(m_waiters, {});
     for (const Waiter &waiter : waiters) {
@@ -97,7 +105,7 @@ QDBusMessage Simulator1::waitForCalls(const QDBusMessage &call)
 QDBusMessage Simulator1::waitForHeld(const QDBusMessage &call)
 {
     const Method method = methodOf(call);
-    return wait({call, [this, method] { return static_cast<uint>(m_held.value(method).size()); },
+    return wait({call, [this, method] { return m_parts.replies.heldCount(method); },
                  call.arguments().at(2).toUInt()});
 }
 
@@ -149,6 +157,15 @@ QDBusMessage Simulator1::killByOom(const QDBusMessage &call)
     m_parts.control.killByOom(instance);
     return wait(
         {call, [this, instance] { return m_parts.control.isRunning(instance) ? 0U : 1U; }, 1});
+}
+
+QDBusMessage Simulator1::waitForScenario(const QDBusMessage &call)
+{
+    if (m_scenario == nullptr) {
+        return call.createErrorReply(QDBusError::Failed,
+                                     QStringLiteral("The simulator has no scenario"));
+    }
+    return wait({call, [this] { return m_scenario->isAtEnd() ? 1U : 0U; }, 1});
 }
 
 // NOLINTNEXTLINE(readability-make-member-function-const): it is one of the handlers.

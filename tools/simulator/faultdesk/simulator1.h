@@ -7,6 +7,7 @@
 #include "bus/call_log.h"
 #include "bus/interface.h"
 #include "bus/service.h"
+#include "faultdesk/replies.h"
 #include "interfaces/control1.h"
 #include "interfaces/window_management1.h"
 #include "programs/children.h"
@@ -16,7 +17,8 @@
 #include <QtCore/QVector>
 
 #include <functional>
-#include <memory>
+
+class ScenarioPlayer;
 
 // ".Simulator1", the fault desk: arranges faults for later calls, and returns the calls that the
 // service has received.
@@ -31,21 +33,18 @@ public:
         const WindowManagement1 &windowManagement;
         Control1 &control;
         Children &children;
+        Replies &replies;
     };
 
     Simulator1(Service &service, const Parts &parts);
+
+    void setScenario(const ScenarioPlayer &player);
 
     void handle(const QDBusMessage &call, const Answer &answer) override;
     bool isSimulated() const override { return false; }
     void reset() override;
 
 private:
-    struct HeldAnswer
-    {
-        QDBusMessage call;
-        QDBusMessage answer;
-    };
-
     // A call of the desk whose reply waits until a count is reached.
     struct Waiter
     {
@@ -75,6 +74,7 @@ private:
     QDBusMessage emitOne(const QDBusMessage &call);
     QDBusMessage emitMany(const QDBusMessage &call);
     QDBusMessage killByOom(const QDBusMessage &call);
+    QDBusMessage waitForScenario(const QDBusMessage &call);
     QDBusMessage rootFs(const QDBusMessage &call);
     QDBusMessage resetAll(const QDBusMessage &call);
 
@@ -86,10 +86,8 @@ private:
 
     Service &m_service;
     Parts m_parts;
-    QHash<Method, QVector<HeldAnswer>> m_held;
     QVector<Waiter> m_waiters;
-    // Deleting it drops the delayed replies.
-    std::unique_ptr<QObject> m_delays = std::make_unique<QObject>();
+    const ScenarioPlayer *m_scenario = nullptr;
 };
 
 #endif

@@ -55,12 +55,16 @@ void RunningRecords::add(const Instance &instance)
     }
 }
 
-QVariantList RunningRecords::values() const
+void registerRunningRecords()
 {
     qDBusRegisterMetaType<RunningApplication>();
     qDBusRegisterMetaType<QVector<RunningApplication>>();
     qDBusRegisterMetaType<RunningService>();
     qDBusRegisterMetaType<QVector<RunningService>>();
+}
+
+QVariantList RunningRecords::values() const
+{
     return {QVariant::fromValue(applications), QVariant::fromValue(services)};
 }
 

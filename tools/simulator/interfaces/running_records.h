@@ -40,6 +40,8 @@ struct RunningService
 };
 Q_DECLARE_METATYPE(RunningService)
 
+void registerRunningRecords();
+
 // What "GetRunningApplications" returns.
 struct RunningRecords
 {

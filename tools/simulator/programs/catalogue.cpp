@@ -3,13 +3,10 @@
 
 #include "programs/catalogue.h"
 
-#include "programs/json_node.h"
+#include "json/bus_values.h"
+#include "json/json_file.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -21,8 +18,6 @@ QString builtIn()
 {
     return QStringLiteral(":/catalogue.json");
 }
-
-constexpr int greatestSize = 16 * 1024 * 1024;
 
 const QString programKey = QStringLiteral("program");
 const QString argumentsKey = QStringLiteral("arguments");
@@ -44,7 +39,7 @@ void readProgram(const JsonNode &node, Program &program)
         program.arguments = node.member(argumentsKey).strings();
     }
     if (node.has(propertiesKey)) {
-        program.properties = node.member(propertiesKey).properties();
+        program.properties = busMap(node.member(propertiesKey));
     }
 }
 
@@ -144,18 +139,6 @@ TaskType readTaskType(const JsonNode &node, QStringList &earlier)
     return type;
 }
 
-// "LINE:COLUMN", from 1, of the error; a column is a character.
-QString position(const QByteArray &text, QJsonParseError error)
-{
-    // The position of the error is after the wrong character, except for these.
-    const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
-        || error.error == QJsonParseError::IllegalNumber;
-    const QByteArray before = text.left(qMax(0, isAhead ? error.offset : error.offset - 1));
-    const int line = before.count('\n') + 1;
-    const int column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
-    return QStringLiteral("%1:%2").arg(line).arg(column);
-}
-
 Catalogue readCatalogue(const JsonNode &root)
 {
     const QString applicationsKey = QStringLiteral("applications");
@@ -177,42 +160,6 @@ Catalogue readCatalogue(const JsonNode &root)
         }
     }
     return catalogue;
-}
-
-Result<QByteArray> readFile(const QString &name)
-{
-    QFile file(name);
-    const QFileInfo info(name);
-    // Reading a FIFO blocks, and a device may never end.
-    if (info.exists() && !info.isFile() && !info.isDir()) {
-        return Failure(QStringLiteral(": is not a regular file"));
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return Failure(QStringLiteral(": ") + file.errorString());
-    }
-    const QByteArray text = file.read(greatestSize + 1);
-    if (file.error() != QFileDevice::NoError) {
-        return Failure(QStringLiteral(": ") + file.errorString());
-    }
-    if (text.size() > greatestSize) {
-        return Failure(QStringLiteral(": is larger than 16 MiB"));
-    }
-    return text;
-}
-
-Result<Catalogue> parse(const QByteArray &text)
-{
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (error.error != QJsonParseError::NoError) {
-        return Failure(QStringLiteral(":%1: %2").arg(position(text, error), error.errorString()));
-    }
-    try {
-        return readCatalogue(JsonNode(document.isArray() ? QJsonValue(document.array())
-                                                         : QJsonValue(document.object())));
-    } catch (const JsonError &jsonError) {
-        return Failure(QStringLiteral(": ") + jsonError.message);
-    }
 }
 
 } // namespace
@@ -257,12 +204,13 @@ bool makesAPath(const QString &taskType)
 
 QByteArray builtInCatalogue()
 {
-    return readFile(builtIn()).value();
+    QFile file(builtIn());
+    file.open(QIODevice::ReadOnly);
+    return file.readAll();
 }
 
 Result<Catalogue> readCatalogue(const QString &fileName)
 {
-    const QString name = fileName.isEmpty() ? builtIn() : fileName;
-    return readFile(name).and_then(parse).map_error(
-        [&fileName](const QString &error) { return fileName + error; });
+    return readJson(fileName.isEmpty() ? builtIn() : fileName,
+                    [](const JsonFile &file) { return readCatalogue(file.root()); });
 }

@@ -8,6 +8,7 @@
 #include <QtCore/QDeadlineTimer>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 Children::Children(RootFs &rootFs, std::chrono::milliseconds killAfter)
@@ -65,6 +66,13 @@ void Children::killAll(const std::function<void()> &done)
         });
         child->killAll();
     }
+}
+
+void Children::die()
+{
+    // The only cleaning up: the user's folder for temporary files must not fill.
+    m_rootFs.clear();
+    std::_Exit(EXIT_FAILURE);
 }
 
 void Children::onGone(Child *child)

@@ -26,7 +26,6 @@ public:
     ~Children() override;
 
     QString rootFs() const { return m_rootFs.path(); }
-    void clearRootFs() { m_rootFs.clear(); }
 
     // Runs a program in the control group of this path. The child is deleted some time after it is
     // gone.
@@ -34,6 +33,9 @@ public:
 
     // Kills all processes, and calls the function when they are gone.
     void killAll(const std::function<void()> &done);
+
+    // Ends this process at once. The children are killed with it.
+    [[noreturn]] void die();
 
 private:
     Q_DISABLE_COPY(Children)

@@ -4,33 +4,32 @@
 #ifndef SIMULATOR_JSON_NODE_H
 #define SIMULATOR_JSON_NODE_H
 
+#include "json/json_path.h"
+
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVariant>
 #include <QtCore/QVector>
-
-// An error in a JSON document: its place there, and what is wrong.
-struct JsonError
-{
-    QString message;
-};
 
 // A value in a JSON document that knows its place there. It throws a JsonError if the value is not
 // what is read from it.
 class JsonNode
 {
 public:
-    explicit JsonNode(const QJsonValue &value, const QString &place = QString());
+    explicit JsonNode(const QJsonValue &value, const JsonPath &path = {});
+
+    const QJsonValue &value() const { return m_value; }
+    const JsonPath &path() const { return m_path; }
 
     QString string() const;
     bool boolean() const;
+    double real() const;
     uint number() const;
+    double wholeNumber(double least, double greatest) const;
     QStringList strings() const;
     QVector<JsonNode> elements() const;
-
-    // An object as a map of values that the bus can carry.
-    QVariantMap properties() const;
+    // Of an object, in alphabetical order.
+    QStringList names() const;
 
     // Checks that this is an object with these members and no others.
     void expectMembers(const QStringList &required, const QStringList &optional) const;
@@ -43,11 +42,9 @@ public:
 private:
     void expect(QJsonValue::Type type) const;
     void expectWhole(const QString &text) const;
-    QVariant variant(int depth) const;
-    QVariantMap variants(int depth) const;
 
     QJsonValue m_value;
-    QString m_place;
+    JsonPath m_path;
 };
 
 #endif
