@@ -125,7 +125,7 @@ void TestCompletion::offersWhatBeginsAlike()
     QCOMPARE(offers("ostrelctl debug --std"), (QStringList{"--stdout", "--stderr"}));
     QCOMPARE(offers("ostrelctl nonsense"), QStringList());
     QCOMPARE(offers("ostrelctl ps "), QStringList());
-    QCOMPARE(offers("ostrel-simulator --s"), (QStringList{"--session", "--system"}));
+    QCOMPARE(offers("ostrel-simulator --s"), (QStringList{"--session", "--system", "--scenario"}));
 }
 
 void TestCompletion::offersTheHints()
@@ -158,6 +158,7 @@ void TestCompletion::offersFiles()
     QCOMPARE(offers("ostrelctl trace -o o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrelctl trace --from o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrel-simulator --catalogue o", folder.path()), QStringList("one two"));
+    QCOMPARE(offers("ostrel-simulator --scenario o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrel-simulator --rootfs ", folder.path()), QStringList("three"));
 }
 

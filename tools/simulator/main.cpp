@@ -6,7 +6,9 @@
 #include "faultdesk/replies.h"
 #include "faultdesk/simulator1.h"
 #include "interfaces/control1.h"
+#include "interfaces/running_records.h"
 #include "interfaces/task_invoker1.h"
+#include "interfaces/task_records.h"
 #include "interfaces/window_management1.h"
 #include "options.h"
 #include "print.h"
@@ -98,6 +100,9 @@ int main(int argc, char **argv)
     }
     const Options &options = **parsed;
 
+    // The files may hold them.
+    registerRunningRecords();
+    registerTaskRecords();
     const Result<Catalogue> catalogue = readCatalogue(options.catalogue);
     if (!catalogue) {
         print(stderr, catalogue.error());

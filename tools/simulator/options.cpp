@@ -44,8 +44,8 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
          QStringLiteral("file")},
         {printCatalogue, QStringLiteral("Print the built-in catalogue.")},
         {scenario,
-         QStringLiteral("Do what the steps of this JSON file say: replies, errors, signals, and "
-                        "ends and restarts of the service."),
+         QStringLiteral(
+             "Reply, fail, send signals, end and restart as the steps of this JSON file say."),
          QStringLiteral("file")},
         {killAfter,
          QStringLiteral("Kill a program that does not end within this time after SIGTERM (the "

@@ -8,7 +8,7 @@ _ostrel_simulator() {
     local current=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
     case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --catalogue)
+    --catalogue | --scenario)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         compopt -o filenames 2>/dev/null
         ;;
@@ -19,7 +19,7 @@ _ostrel_simulator() {
     --address | --kill-after) ;;
     *)
         mapfile -t COMPREPLY < <(compgen -W '--help --version --session --system --address
-            --catalogue --print-catalogue --kill-after --rootfs' -- "$current")
+            --catalogue --print-catalogue --scenario --kill-after --rootfs' -- "$current")
         ;;
     esac
 }

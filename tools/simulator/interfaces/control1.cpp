@@ -52,7 +52,6 @@ Control1::Control1(Service &service, const Catalogue &catalogue, Children &child
     , m_catalogue(catalogue)
     , m_children(children)
 {
-    registerRunningRecords();
 }
 
 const QHash<QString, Control1::Handler> &Control1::handlers()

@@ -18,7 +18,6 @@ TaskInvoker1::TaskInvoker1(Service &service, const Catalogue &catalogue, Childre
     , m_catalogue(catalogue)
     , m_children(children)
 {
-    registerTaskRecords();
     service.expect(InterfaceDescription(QStringLiteral("TaskInvokerSession1")));
 }
 

@@ -1,0 +1,203 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "control_calls.h"
+#include "files.h"
+#include "outcomes.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Control>
+
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusPendingCall>
+
+#include <optional>
+
+namespace
+{
+
+bool isEmptyArray(const QVariant &value)
+{
+    const auto array = value.value<QDBusArgument>();
+    array.beginArray();
+    return array.atEnd();
+}
+
+} // namespace
+
+// How a scenario ends, and how it ends and restarts the service.
+class TestSimulatorScenarioEnd : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup() { m_simulator.reset(); }
+
+    void endOfTheLastStepIsKnown();
+    void firstStepThatHasNotHappenedIsNamed();
+    void scenarioWithoutStepsIsAtItsEnd();
+    void deskWithoutAScenarioSaysSo();
+    void resetBeginsAgain();
+    void stepThatIsImpossibleEndsTheSimulator();
+    void stepEndsTheService();
+    void serviceGoesAndComesBack();
+    void restartedServiceHasForgottenEverything();
+    void scenarioGoesOnAfterARestart();
+
+private:
+    void start(const QString &steps);
+
+    QTemporaryDir m_folder;
+    QString m_file = m_folder.filePath("scenario.json");
+    std::optional<PrivateBus> m_bus;
+    std::optional<Simulator> m_simulator;
+};
+
+void TestSimulatorScenarioEnd::initTestCase()
+{
+    m_bus.emplace();
+    // Until the event loop has run once, messages may come in another order.
+    QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+}
+
+void TestSimulatorScenarioEnd::start(const QString &steps)
+{
+    writeFile(m_file, QString("{\"steps\":\n[%1]}").arg(steps));
+    m_simulator.emplace(*m_bus, QStringList{"--scenario", m_file});
+    m_simulator->start();
+}
+
+void TestSimulatorScenarioEnd::endOfTheLastStepIsKnown()
+{
+    start(R"({"at": {"call": "Terminate"}}, {"at": {"call": "UpdateWindowStatus"}})");
+    callControl("Terminate", {"x"});
+    reportWindow();
+    QCOMPARE(m_simulator->process().readLine(),
+             QString("ostrel-simulator: %1: all steps have happened").arg(m_file));
+    QCOMPARE(m_simulator->desk("WaitForScenario").type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(m_simulator->end(), 0);
+    QCOMPARE(m_simulator->process().readAllStandardError(), QByteArray());
+}
+
+void TestSimulatorScenarioEnd::firstStepThatHasNotHappenedIsNamed()
+{
+    start("{\"at\": {\"call\": \"Terminate\"}},\n\n"
+          "{\"at\": {\"call\": \"UpdateWindowStatus\"}},\n{\"after\": 10}");
+    callControl("Terminate", {"x"});
+    QCOMPARE(m_simulator->end(), 3);
+    QCOMPARE(QString::fromUtf8(m_simulator->process().readAllStandardError()),
+             QString("ostrel-simulator: %1:4: steps[1] has not happened\n").arg(m_file));
+}
+
+void TestSimulatorScenarioEnd::scenarioWithoutStepsIsAtItsEnd()
+{
+    start("");
+    QCOMPARE(m_simulator->desk("WaitForScenario").type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(m_simulator->end(), 0);
+}
+
+void TestSimulatorScenarioEnd::deskWithoutAScenarioSaysSo()
+{
+    m_simulator.emplace(*m_bus);
+    m_simulator->start();
+    QCOMPARE(m_simulator->desk("WaitForScenario").errorMessage(), "The simulator has no scenario");
+}
+
+void TestSimulatorScenarioEnd::resetBeginsAgain()
+{
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"answer": [1]}]},
+             {"after": 1000000, "do": [{"die": true}]})");
+    QCOMPARE(reportWindow("w", 5).state, 1U);
+    QCOMPARE(reportWindow("w", 5).state, 5U);
+    m_simulator->reset();
+    QCOMPARE(reportWindow("w", 5).state, 1U);
+    QCOMPARE(m_simulator->end(), 3);
+}
+
+void TestSimulatorScenarioEnd::stepThatIsImpossibleEndsTheSimulator()
+{
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"killByOom": "demo.Viewer"}]})");
+    reportWindow();
+    QCOMPARE(m_simulator->waitForEnd(), 1);
+    QCOMPARE(
+        QString::fromUtf8(m_simulator->process().readAllStandardError()),
+        QString("ostrel-simulator: %1:2: No instance \"demo.Viewer\" is running\n").arg(m_file));
+}
+
+void TestSimulatorScenarioEnd::stepEndsTheService()
+{
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"die": true}]})");
+    const Outcome outcome = reportWindow();
+    QCOMPARE(outcome.error.message(), endedServiceText());
+    QCOMPARE(m_simulator->waitForEnd(), 1);
+}
+
+void TestSimulatorScenarioEnd::serviceGoesAndComesBack()
+{
+    const Ostrel::Control control;
+    QStringList events;
+    QObject::connect(&control, &Ostrel::Control::serviceAvailableChanged, this,
+                     [&events](bool available) { events.append(available ? "came" : "went"); });
+    QObject::connect(&control, &Ostrel::Control::selectedByOom, this,
+                     [&events](const QString &id) { events.append(id); });
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"restart": 100}]},
+             {"at": {"call": "Terminate"}, "do": [{"emit": "SelectedByOom", "values": ["after"]}]})");
+    waitUntil([&events] { return events.size() == 1; });
+    const QString owner =
+        QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME);
+    // The call is not carried out: the service is gone.
+    QCOMPARE(reportWindow().error.message(), endedServiceText());
+    waitUntil([&events] { return events.size() == 3; });
+    QVERIFY(QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME).value()
+            != owner);
+    callControl("Terminate", {"x"});
+    waitUntil([&events] { return events.size() == 4; });
+    QCOMPARE(events, (QStringList{"came", "went", "came", "after"}));
+}
+
+void TestSimulatorScenarioEnd::restartedServiceHasForgottenEverything()
+{
+    start(R"({"at": {"signal": "StateChanged"}},
+             {"at": {"call": "Terminate"}, "do": [{"hold": true}]},
+             {"at": {"call": "UpdateWindowStatus"}, "do": [{"answer": [1]}, {"restart": 0}]})");
+    startApplication("demo.Viewer");
+    const QDBusPendingCall held = asyncCallControl("Terminate", {"x"});
+    m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate").waitForHeld(1);
+    QCOMPARE(reportWindow().state, 1U);
+    QVERIFY(m_simulator->process().readLine().contains(" is ready on "));
+    QDBusPendingCall lost = held;
+    lost.waitForFinished();
+    QCOMPARE(lost.error().message(), endedServiceText());
+    const QDBusMessage running = callControl("GetRunningApplications");
+    QVERIFY(isEmptyArray(running.arguments().at(0)));
+    QVERIFY(isEmptyArray(m_simulator->desk("Windows").arguments().at(0)));
+    // The log, and the faults of the desk, are the simulator's.
+    QCOMPARE(m_simulator->calls().size(), 4);
+}
+
+void TestSimulatorScenarioEnd::scenarioGoesOnAfterARestart()
+{
+    start(R"({"at": {"call": "UpdateWindowStatus"},
+              "do": [{"answer": [1]}, {"restart": 0}, {"restart": 10}]},
+             {"after": 50, "do": [{"restart": 0}]},
+             {"at": {"call": "UpdateWindowStatus"}, "do": [{"answer": [2]}]})");
+    QCOMPARE(reportWindow().state, 1U);
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(m_simulator->process().readLine().contains(" is ready on "));
+    }
+    QCOMPARE(reportWindow().state, 2U);
+    QCOMPARE(m_simulator->process().readLine(),
+             QString("ostrel-simulator: %1: all steps have happened").arg(m_file));
+    QCOMPARE(m_simulator->end(), 0);
+}
+
+OSTREL_TEST_MAIN(TestSimulatorScenarioEnd)
+
+#include "tst_simulator_scenario_end.moc"
