@@ -22,6 +22,7 @@ private Q_SLOTS:
     void badActionIsReportedWithItsLine();
     void hugeFileIsRefused();
     void fileThatIsMissingIsNamed();
+    void examplesOfTheDocumentsAreRight();
 
 private:
     // Returns what the simulator prints after the name of the file.
@@ -198,6 +199,22 @@ void TestSimulatorScenarioErrors::fileThatIsMissingIsNamed()
     QCOMPARE(result.exitStatus, 1);
     QCOMPARE(result.errors,
              "ostrel-simulator: /nonexistent/scenario.json: No such file or directory\n");
+}
+
+void TestSimulatorScenarioErrors::examplesOfTheDocumentsAreRight()
+{
+    const QStringList parts = readFile(SOURCE_DIR "/docs/scenarios.md").split("```");
+    int count = 0;
+    for (const QString &part : parts) {
+        if (part.startsWith("json\n")) {
+            writeFile(m_file, part.mid(5));
+            const Result result = run(SIMULATOR, {"--scenario", m_file});
+            QVERIFY2(result.errors.startsWith("ostrel-simulator: cannot reach the session bus"),
+                     qPrintable(result.errors));
+            ++count;
+        }
+    }
+    QCOMPARE(count, 2);
 }
 
 OSTREL_TEST_MAIN(TestSimulatorScenarioErrors)
