@@ -109,7 +109,8 @@ QStringList JsonNode::names() const
 void JsonNode::expectMembers(const QStringList &required, const QStringList &optional) const
 {
     const QStringList known = required + optional;
-    for (const QString &name : names()) {
+    const QStringList given = names();
+    for (const QString &name : given) {
         if (!known.contains(name)) {
             member(name).refuse(QStringLiteral("is not known"));
         }

@@ -41,7 +41,7 @@ void expectTrue(const JsonNode &node)
 QString readErrorName(const JsonNode &node)
 {
     const QString name = node.string();
-    const QString full =
+    QString full =
         name.contains(QLatin1Char('.')) ? name : QStringLiteral(OSTREL_ERROR_PREFIX "%1").arg(name);
     if (!isInterfaceName(full)) {
         node.refuse(QStringLiteral("\"%1\" is no error name").arg(name));

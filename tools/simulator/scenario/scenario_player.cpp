@@ -165,7 +165,7 @@ bool ScenarioPlayer::act(const Action &action, const Call *call)
     return true;
 }
 
-void ScenarioPlayer::reply(const ReplyAction &reply, const Call &call)
+void ScenarioPlayer::reply(const ReplyAction &reply, Call call)
 {
     switch (reply.when) {
     case ReplyAction::Now:
@@ -211,7 +211,7 @@ void ScenarioPlayer::killByOom(const KillByOomAction &kill)
     }
 }
 
-void ScenarioPlayer::restart(const RestartAction &restart)
+void ScenarioPlayer::restart(RestartAction restart)
 {
     // Not now, while QtDBus delivers a message of the connection.
     QTimer::singleShot(0, m_run.get(), [this, pause = restart.pause] {

@@ -66,11 +66,11 @@ private:
 
     // Returns false if the next action has to wait for the end of this one.
     bool act(const Action &action, const Call *call);
-    void reply(const ReplyAction &reply, const Call &call);
+    void reply(const ReplyAction &reply, Call call);
     void emitSignal(const EmitAction &emission);
     bool release(const ReleaseAction &release);
     void killByOom(const KillByOomAction &kill);
-    void restart(const RestartAction &restart);
+    void restart(RestartAction restart);
     void comeBack();
     void fail(const QString &problem) const;
 

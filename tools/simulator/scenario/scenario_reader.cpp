@@ -88,8 +88,7 @@ Step readRule(const JsonNode &node, const Members &members, const QString &place
 {
     node.expectMembers({atKey, doKey}, {commentKey});
     Step rule = readStep(node, members, place);
-    for (int i = 0; i < rule.actions.size(); ++i) {
-        const Action &action = rule.actions.at(i);
+    for (const Action &action : qAsConst(rule.actions)) {
         if (std::holds_alternative<ReleaseAction>(action)
             || std::holds_alternative<RestartAction>(action)) {
             node.member(doKey).refuse(
