@@ -42,7 +42,6 @@ private Q_SLOTS:
     void endOfTheLastStepIsKnown();
     void firstStepThatHasNotHappenedIsNamed();
     void scenarioWithoutStepsIsAtItsEnd();
-    void deskWithoutAScenarioSaysSo();
     void resetBeginsAgain();
     void stepThatIsImpossibleEndsTheSimulator();
     void stepEndsTheService();
@@ -101,13 +100,6 @@ void TestSimulatorScenarioEnd::scenarioWithoutStepsIsAtItsEnd()
     start("");
     QCOMPARE(m_simulator->desk("WaitForScenario").type(), QDBusMessage::ReplyMessage);
     QCOMPARE(m_simulator->end(), 0);
-}
-
-void TestSimulatorScenarioEnd::deskWithoutAScenarioSaysSo()
-{
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-    QCOMPARE(m_simulator->desk("WaitForScenario").errorMessage(), "The simulator has no scenario");
 }
 
 void TestSimulatorScenarioEnd::resetBeginsAgain()
