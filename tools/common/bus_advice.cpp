@@ -3,6 +3,8 @@
 
 #include "bus_advice.h"
 
+#include "DBus/names_p.h"
+
 QString adviceOnMissingBus(QDBusConnection::BusType bus)
 {
     return bus == QDBusConnection::SystemBus
@@ -10,4 +12,12 @@ QString adviceOnMissingBus(QDBusConnection::BusType bus)
                          "system, at the address in DBUS_SYSTEM_BUS_ADDRESS if that is set")
         : QStringLiteral("no message bus can be reached at DBUS_SESSION_BUS_ADDRESS; "
                          "'dbus-run-session -- bash' opens a shell with a bus of its own");
+}
+
+QString adviceOnMissingService(QDBusConnection::BusType bus)
+{
+    return QStringLiteral("no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
+                          "at a desk, start its stand-in: ostrel-simulator --%1 &")
+        .arg(bus == QDBusConnection::SystemBus ? QStringLiteral("system")
+                                               : QStringLiteral("session"));
 }

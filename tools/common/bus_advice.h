@@ -10,4 +10,7 @@
 // What the user can do if this bus cannot be reached.
 QString adviceOnMissingBus(QDBusConnection::BusType bus);
 
+// What the user can do if the service does not run on this bus.
+QString adviceOnMissingService(QDBusConnection::BusType bus);
+
 #endif

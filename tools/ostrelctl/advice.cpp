@@ -50,9 +50,7 @@ QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType)
         return adviceOnMissingBus(busType);
     }
     if (isServiceAbsent(bus)) {
-        return QStringLiteral("no service owns the name " OSTREL_SERVICE_NAME " on the %1 bus; "
-                              "at a desk, start its stand-in: ostrel-simulator --%1 &")
-            .arg(isSystemBus ? QStringLiteral("system") : QStringLiteral("session"));
+        return adviceOnMissingService(busType);
     }
     return {};
 }

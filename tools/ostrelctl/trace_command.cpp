@@ -7,14 +7,12 @@
 #include "command.h"
 #include "command_line.h"
 #include "events.h"
-#include "json.h"
 #include "line_reader.h"
+#include "live_trace.h"
 #include "report.h"
 #include "session_bus.h"
-#include "stamp.h"
 #include "termination.h"
 #include "text.h"
-#include "trace_recorder.h"
 #include "trace_writer.h"
 
 #include <Ostrel/Control>
@@ -72,67 +70,6 @@ private:
     int m_status = Success;
 };
 
-// Records what this program hears.
-class LiveTrace : public QObject
-{
-    Q_OBJECT
-
-public:
-    LiveTrace(const Control &control, TraceFile &file);
-
-    // What the monitor sees, in this trace.
-    void add(const CallsMonitor &monitor);
-
-    void finish() { m_recorder.finish(now()); }
-
-private:
-    static qint64 now() { return Stamp::now().monotonic; }
-    static QJsonObject about(Stamp begin)
-    {
-        return {{QStringLiteral("clock"), QStringLiteral("monotonic")},
-                {QStringLiteral("time"), begin.toUtc()}};
-    }
-
-    TraceRecorder m_recorder;
-};
-
-LiveTrace::LiveTrace(const Control &control, TraceFile &file)
-    : m_recorder([&file](const TraceEvent &event) { file.write(event); }, now(),
-                 about(Stamp::now()))
-{
-    m_recorder.serviceAvailable(now(), control.isServiceAvailable());
-    connect(&control, &Control::started, this,
-            [this](const QString &appInstanceId, const QVariantMap &details) {
-                m_recorder.started(now(), appInstanceId, toJson(details));
-            });
-    connect(&control, &Control::terminated, this,
-            [this](const QString &appInstanceId, const QVariantMap &details) {
-                m_recorder.terminated(now(), appInstanceId, toJson(details));
-            });
-    connect(&control, &Control::stateChanged, this,
-            [this](const QString &appInstanceId, quint32 state) {
-                m_recorder.stateChanged(now(), appInstanceId, state);
-            });
-    connect(&control, &Control::selectedByOom, this,
-            [this](const QString &processId) { m_recorder.selectedByOom(now(), processId); });
-    connect(&control, &Control::serviceAvailableChanged, this,
-            [this](bool available) { m_recorder.serviceAvailable(now(), available); });
-}
-
-void LiveTrace::add(const CallsMonitor &monitor)
-{
-    connect(&monitor, &CallsMonitor::called, this,
-            [this](const BusMessage &message) { m_recorder.call(now(), message); });
-    connect(&monitor, &CallsMonitor::replied, this,
-            [this](const BusMessage &message) { m_recorder.reply(now(), message); });
-    connect(&monitor, &CallsMonitor::left, this,
-            [this](const QString &connection) { m_recorder.left(now(), connection); });
-    connect(&monitor, &CallsMonitor::lost, this, [] {
-        QTextStream(stderr) << "the calls are not recorded any more: the monitor has been "
-                               "disconnected\n";
-    });
-}
-
 int record(const QString &name, std::optional<int> milliseconds)
 {
     const SessionBus sessionBus;
@@ -150,8 +87,12 @@ int record(const QString &name, std::optional<int> milliseconds)
     if (const Result<> opened = file.open(name); !opened) {
         return reportFailure(opened.error());
     }
-    LiveTrace trace(control, file);
+    LiveTrace trace(control, [&file](const TraceEvent &event) { file.write(event); });
     trace.add(monitor);
+    QObject::connect(&monitor, &CallsMonitor::lost, &trace, [] {
+        QTextStream(stderr) << "the calls are not recorded any more: the monitor has been "
+                               "disconnected\n";
+    });
     if (file.hasFailed()) {
         return file.close();
     }
@@ -269,5 +210,3 @@ Command traceCommand()
 {
     return {QStringLiteral("trace"), QStringLiteral("Record a trace for trace viewers"), run};
 }
-
-#include "trace_command.moc"

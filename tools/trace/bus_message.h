@@ -27,7 +27,7 @@ struct BusMessage
     QString interface;
     QString member;
     QString errorName;
-    // The first argument, if it is a string.
+    // The first argument of a call or a reply, if it is a string.
     QString text;
 };
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef OSTRELCTL_INSTANCES_H
-#define OSTRELCTL_INSTANCES_H
+#ifndef TOOLS_INSTANCES_H
+#define TOOLS_INSTANCES_H
 
 #include <Ostrel/Control>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef OSTRELCTL_JSON_H
-#define OSTRELCTL_JSON_H
+#ifndef TOOLS_JSON_H
+#define TOOLS_JSON_H
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef OSTRELCTL_SESSION_BUS_H
-#define OSTRELCTL_SESSION_BUS_H
+#ifndef TOOLS_SESSION_BUS_H
+#define TOOLS_SESSION_BUS_H
 
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusConnection>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef OSTRELCTL_TEXT_H
-#define OSTRELCTL_TEXT_H
+#ifndef TOOLS_TEXT_H
+#define TOOLS_TEXT_H
 
 #include <QtCore/QString>
 

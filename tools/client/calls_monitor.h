@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#ifndef OSTRELCTL_CALLS_MONITOR_H
-#define OSTRELCTL_CALLS_MONITOR_H
+#ifndef TOOLS_CALLS_MONITOR_H
+#define TOOLS_CALLS_MONITOR_H
 
 #include "bus_message.h"
 #include "result.h"

@@ -162,6 +162,7 @@ void CallsMonitor::handle(DBusMessage *message)
         break;
     case DBUS_MESSAGE_TYPE_METHOD_RETURN:
         converted.type = BusMessage::Reply;
+        converted.text = firstString(message);
         Q_EMIT replied(converted);
         break;
     case DBUS_MESSAGE_TYPE_ERROR:

@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "live_trace.h"
+
+#include "calls_monitor.h"
+#include "json.h"
+#include "stamp.h"
+
+namespace
+{
+
+QJsonObject about(Stamp begin)
+{
+    return {{QStringLiteral("clock"), QStringLiteral("monotonic")},
+            {QStringLiteral("time"), begin.toUtc()}};
+}
+
+} // namespace
+
+LiveTrace::LiveTrace(const Ostrel::Control &control,
+                     const std::function<void(const TraceEvent &)> &receive)
+    : m_recorder(receive, now(), about(Stamp::now()))
+{
+    using Ostrel::Control;
+
+    m_recorder.serviceAvailable(now(), control.isServiceAvailable());
+    connect(&control, &Control::started, this,
+            [this](const QString &appInstanceId, const QVariantMap &details) {
+                m_recorder.started(now(), appInstanceId, toJson(details));
+            });
+    connect(&control, &Control::terminated, this,
+            [this](const QString &appInstanceId, const QVariantMap &details) {
+                m_recorder.terminated(now(), appInstanceId, toJson(details));
+            });
+    connect(&control, &Control::stateChanged, this,
+            [this](const QString &appInstanceId, quint32 state) {
+                m_recorder.stateChanged(now(), appInstanceId, state);
+            });
+    connect(&control, &Control::selectedByOom, this,
+            [this](const QString &processId) { m_recorder.selectedByOom(now(), processId); });
+    connect(&control, &Control::serviceAvailableChanged, this,
+            [this](bool available) { m_recorder.serviceAvailable(now(), available); });
+}
+
+qint64 LiveTrace::now()
+{
+    return Stamp::now().monotonic;
+}
+
+void LiveTrace::add(const CallsMonitor &monitor)
+{
+    connect(&monitor, &CallsMonitor::called, this,
+            [this](const BusMessage &message) { m_recorder.call(now(), message); });
+    connect(&monitor, &CallsMonitor::replied, this,
+            [this](const BusMessage &message) { m_recorder.reply(now(), message); });
+    connect(&monitor, &CallsMonitor::left, this,
+            [this](const QString &connection) { m_recorder.left(now(), connection); });
+}

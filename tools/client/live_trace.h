@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TOOLS_LIVE_TRACE_H
+#define TOOLS_LIVE_TRACE_H
+
+#include "trace_recorder.h"
+
+#include <Ostrel/Control>
+
+#include <QtCore/QObject>
+
+#include <functional>
+
+class CallsMonitor;
+
+// Records what this program hears, from now on.
+class LiveTrace : public QObject
+{
+    Q_OBJECT
+
+public:
+    LiveTrace(const Ostrel::Control &control,
+              const std::function<void(const TraceEvent &)> &receive);
+
+    // What the monitor sees, in this trace.
+    void add(const CallsMonitor &monitor);
+
+    const TraceRecorder &recorder() const { return m_recorder; }
+
+    static qint64 now();
+
+    void finish() { m_recorder.finish(now()); }
+
+private:
+    TraceRecorder m_recorder;
+};
+
+#endif

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "main_window.h"
+#include "options.h"
+#include "session_bus.h"
+#include "termination.h"
+
+#include <QtGui/QIcon>
+#include <QtWidgets/QApplication>
+
+#include <cstdlib>
+#include <unistd.h>
+
+namespace
+{
+
+// No exit status of the window.
+constexpr int restart = 1000;
+
+int show(const MonitorOptions &options)
+{
+    options.bus.apply();
+    const SessionBus sessionBus;
+    MainWindow window(options.bus);
+    QObject::connect(&window, &MainWindow::restartWanted, qApp,
+                     [] { QCoreApplication::exit(restart); });
+    const Termination termination;
+    QObject::connect(&termination, &Termination::requested, &window, &QWidget::close);
+    window.show();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // QApplication removes its own options.
+    const std::vector<char *> arguments(argv, argv + argc + 1);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    const QApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("ostrel"));
+    QCoreApplication::setApplicationName(QStringLiteral("ostrel-monitor"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/ostrel-monitor.svg")));
+
+    const auto options = parseMonitorOptions(QCoreApplication::arguments());
+    if (!options) {
+        return reportBadUsage(QCoreApplication::applicationName(), options.error());
+    }
+    if (!*options) {
+        return EXIT_SUCCESS;
+    }
+    const int status = show(**options);
+    if (status == restart) {
+        // Only a new process gets a new connection to the bus.
+        ::execv("/proc/self/exe", arguments.data());
+        return EXIT_FAILURE;
+    }
+    return status;
+}

@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef MONITOR_MAIN_WINDOW_H
+#define MONITOR_MAIN_WINDOW_H
+
+#include "calls_monitor.h"
+#include "connection.h"
+#include "requests.h"
+#include "start_times.h"
+#include "window_actions.h"
+
+#include <QtWidgets/QMainWindow>
+
+class DetailsPanel;
+class MessageBar;
+class NameField;
+class Notice;
+class QLabel;
+class QLineEdit;
+class QSplitter;
+class Tables;
+
+// The window: what runs, what happens, and what the user can do about it.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    // Connects to the session bus of the process, which is that of the choice by now.
+    explicit MainWindow(const BusChoice &bus);
+    ~MainWindow() override;
+
+    // The parts, for those who look at the window from outside.
+    Connection &connection() { return m_connection; }
+    Tables &tables() { return *m_tables; }
+    MessageBar &messages() { return *m_messages; }
+    const WindowActions &actions() const { return m_actions; }
+
+    void save() const;
+
+Q_SIGNALS:
+    // The process is to be started anew.
+    void restartWanted();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void build();
+    void buildToolBar();
+    void connectActions();
+    void restore();
+
+    void showConnection();
+    void showRow();
+    void showFailure(const QString &text, const Ostrel::Error &error);
+
+    void startNamed();
+    void startRow();
+    void stopRow();
+    void openDebugDialog();
+    void openTaskTypeDialog();
+
+    Connection m_connection;
+    StartTimes m_startTimes;
+    Requests m_requests;
+    CallsMonitor m_monitor;
+    WindowActions m_actions;
+
+    Notice *m_notice;
+    MessageBar *m_messages;
+    NameField *m_name;
+    QLineEdit *m_filter;
+    Tables *m_tables;
+    DetailsPanel *m_details;
+    QSplitter *m_columns;
+    QSplitter *m_rows;
+    QLabel *m_state;
+    QLabel *m_calls;
+};
+
+#endif

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef MONITOR_REQUESTS_H
+#define MONITOR_REQUESTS_H
+
+#include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
+
+#include <QtCore/QObject>
+
+class StartTimes;
+
+// What the user asks the service for. Nothing here waits.
+class Requests : public QObject
+{
+    Q_OBJECT
+
+public:
+    Requests(Ostrel::Control &control, StartTimes &times);
+
+    void start(const QString &application);
+    void startDebug(const QString &application, const Ostrel::DebugParams &params);
+    // application: for the messages. The instance may be unknown.
+    void terminate(const QString &application, const QString &instance);
+    void startTask(Ostrel::TaskInvoker *invoker, const QString &name);
+    void stopTask(Ostrel::TaskInvoker *invoker, const QString &name);
+
+Q_SIGNALS:
+    // What has happened, for the user.
+    void done(const QString &text);
+    void failed(const QString &text, const Ostrel::Error &error);
+
+private:
+    std::function<void(const Ostrel::Control::StartResult &)> started(const QString &application);
+
+    Ostrel::Control &m_control;
+    StartTimes &m_times;
+};
+
+#endif
