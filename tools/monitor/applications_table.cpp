@@ -117,3 +117,8 @@ void ApplicationsTable::rowsLeave(int first, int last)
         m_instances.remove(sourceData(row, Model::PidRole).toInt());
     }
 }
+
+int ApplicationsTable::usualLength(int column) const
+{
+    return TableModel::usualLength(column == InstanceColumn ? 0 : column);
+}

@@ -35,6 +35,7 @@ public:
     Details details(int row) const override;
     QString instance(int row) const override;
     QString name(int row) const override;
+    int usualLength(int column) const override;
 
     // The row of an instance, or -1.
     int rowOf(const QString &instance) const;

@@ -37,6 +37,8 @@ QString shown(const QString &text)
 QString shown(const QVariant &value)
 {
     switch (value.userType()) {
+    case QMetaType::UnknownType:
+        return {};
     case QMetaType::QString:
         return shown(value.toString());
     case QMetaType::QDateTime:

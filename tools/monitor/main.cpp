@@ -3,6 +3,7 @@
 
 #include "main_window.h"
 #include "options.h"
+#include "screenshot.h"
 #include "session_bus.h"
 #include "termination.h"
 
@@ -28,6 +29,9 @@ int show(const MonitorOptions &options)
     const Termination termination;
     QObject::connect(&termination, &Termination::requested, &window, &QWidget::close);
     window.show();
+    if (!options.screenshot.isNull()) {
+        takeScreenshot(window, options.screenshot);
+    }
     return QCoreApplication::exec();
 }
 

@@ -4,6 +4,7 @@
 #include "main_window.h"
 
 #include "applications_table.h"
+#include "calls_monitor.h"
 #include "debug_dialog.h"
 #include "details_panel.h"
 #include "message_bar.h"
@@ -28,6 +29,7 @@
 MainWindow::MainWindow(const BusChoice &bus)
     : m_connection(bus)
     , m_requests(m_connection.control(), m_startTimes)
+    , m_monitor(std::make_unique<CallsMonitor>())
     , m_actions(this)
     , m_notice(new Notice(tr("Connect again")))
     , m_messages(new MessageBar)
@@ -50,16 +52,16 @@ MainWindow::MainWindow(const BusChoice &bus)
     });
     connect(m_tables, &Tables::currentRowChanged, this, &MainWindow::showRow);
 
-    const Result<> monitors = m_monitor.open();
+    const Result<> monitors = m_monitor->open();
     if (monitors) {
-        m_startTimes.add(m_monitor);
+        m_startTimes.add(*m_monitor);
         m_calls->setText(tr("Calls: seen"));
         m_calls->setToolTip(tr("The bus may be monitored: all calls to the service are shown"));
     } else {
         m_calls->setText(tr("Calls: not seen"));
         m_calls->setToolTip(shown(monitors.error()).toHtmlEscaped());
     }
-    connect(&m_monitor, &CallsMonitor::lost, this, [this] {
+    connect(m_monitor.get(), &CallsMonitor::lost, this, [this] {
         m_calls->setText(tr("Calls: not seen any more"));
         m_calls->setToolTip(tr("The bus has ended the monitor's connection"));
     });
@@ -70,8 +72,9 @@ MainWindow::MainWindow(const BusChoice &bus)
 
 MainWindow::~MainWindow()
 {
-    // The window hears nothing more of what is destroyed with it.
+    // The models go before what they follow, and the window hears nothing more of them.
     disconnect(m_tables, nullptr, this, nullptr);
+    delete takeCentralWidget();
 }
 
 void MainWindow::build()
@@ -278,6 +281,11 @@ void MainWindow::openTaskTypeDialog()
         }
     });
     dialog->open();
+}
+
+bool MainWindow::isSettled() const
+{
+    return m_connection.state() != Connection::Ready || m_tables->areListed();
 }
 
 void MainWindow::save() const

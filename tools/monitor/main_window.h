@@ -4,7 +4,6 @@
 #ifndef MONITOR_MAIN_WINDOW_H
 #define MONITOR_MAIN_WINDOW_H
 
-#include "calls_monitor.h"
 #include "connection.h"
 #include "requests.h"
 #include "start_times.h"
@@ -12,6 +11,9 @@
 
 #include <QtWidgets/QMainWindow>
 
+#include <memory>
+
+class CallsMonitor;
 class DetailsPanel;
 class MessageBar;
 class NameField;
@@ -36,6 +38,9 @@ public:
     Tables &tables() { return *m_tables; }
     MessageBar &messages() { return *m_messages; }
     const WindowActions &actions() const { return m_actions; }
+
+    // Whether it waits for nothing: everything that it can show is shown.
+    bool isSettled() const;
 
     void save() const;
 
@@ -65,7 +70,7 @@ private:
     Connection m_connection;
     StartTimes m_startTimes;
     Requests m_requests;
-    CallsMonitor m_monitor;
+    std::unique_ptr<CallsMonitor> m_monitor;
     WindowActions m_actions;
 
     Notice *m_notice;

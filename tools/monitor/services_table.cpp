@@ -56,3 +56,8 @@ QString ServicesTable::name(int row) const
 {
     return sourceData(row, Ostrel::ServicesModel::AppIdRole).toString();
 }
+
+int ServicesTable::usualLength(int column) const
+{
+    return TableModel::usualLength(column == ApplicationColumn ? 0 : column);
+}

@@ -29,6 +29,7 @@ public:
 
     Details details(int row) const override;
     QString name(int row) const override;
+    int usualLength(int column) const override;
 
 protected:
     QVariant value(int row, int column) const override;

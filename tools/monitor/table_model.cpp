@@ -74,6 +74,13 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
     return m_titles.value(section);
 }
 
+int TableModel::usualLength(int column) const
+{
+    constexpr int name = 20;
+    constexpr int other = 11;
+    return column == 0 ? name : other;
+}
+
 QString TableModel::instance(int /*row*/) const
 {
     return {};

@@ -34,6 +34,9 @@ public:
     // Everything that is known about a row.
     virtual Details details(int row) const = 0;
 
+    // How many characters a column usually has.
+    virtual int usualLength(int column) const;
+
     // What the timeline has a lane for; null if a row is about nothing of that.
     virtual QString instance(int row) const;
 

@@ -33,9 +33,10 @@ TablePage::TablePage(TableModel *model, const QString &name, const QString &noth
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionsMovable(true);
     horizontalHeader()->setStretchLastSection(true);
-    const int unit = fontMetrics().averageCharWidth();
+    horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    const int character = fontMetrics().averageCharWidth();
     for (int column = 0; column < m_model->columnCount(); ++column) {
-        setColumnWidth(column, unit * (column < 2 ? 24 : 12));
+        setColumnWidth(column, character * m_model->usualLength(column));
     }
 
     const auto repaint = [this] { viewport()->update(); };
@@ -50,6 +51,18 @@ TablePage::TablePage(TableModel *model, const QString &name, const QString &noth
         }
     });
     connect(this, &QTableView::doubleClicked, this, &TablePage::activatedByUser);
+}
+
+TablePage::~TablePage()
+{
+    destroyModel();
+}
+
+void TablePage::destroyModel()
+{
+    // Those who listen may be half destroyed.
+    disconnect(this, nullptr, nullptr, nullptr);
+    delete m_model;
 }
 
 int TablePage::currentRow() const
@@ -98,6 +111,15 @@ QString TablePage::emptyText() const
         break;
     }
     return m_nothing;
+}
+
+void TablePage::focusInEvent(QFocusEvent *event)
+{
+    QTableView::focusInEvent(event);
+    // The keyboard comes to a current row, which is not selected.
+    if (currentRow() < 0 && currentIndex().isValid()) {
+        selectRow(currentIndex().row());
+    }
 }
 
 void TablePage::paintEvent(QPaintEvent *event)

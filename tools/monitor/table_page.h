@@ -6,6 +6,7 @@
 
 #include "table_model.h"
 
+#include <QtCore/QPointer>
 #include <QtCore/QSortFilterProxyModel>
 #include <QtWidgets/QTableView>
 
@@ -17,6 +18,7 @@ class TablePage : public QTableView
 public:
     // The page owns the model. nothing: what it says if the service lists nothing.
     TablePage(TableModel *model, const QString &name, const QString &nothing);
+    ~TablePage() override;
 
     TableModel &table() const { return *m_model; }
 
@@ -35,10 +37,14 @@ Q_SIGNALS:
     void activatedByUser();
 
 protected:
+    // Called by a destructor: the model goes, and nobody hears of that.
+    void destroyModel();
+
+    void focusInEvent(QFocusEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    TableModel *m_model;
+    QPointer<TableModel> m_model;
     QSortFilterProxyModel m_sorted;
     QString m_nothing;
 };

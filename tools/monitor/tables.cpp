@@ -144,6 +144,15 @@ void Tables::setRowActions(const QList<QAction *> &actions)
     }
 }
 
+bool Tables::areListed() const
+{
+    bool areListed = true;
+    for (int tab = 0; tab < count(); ++tab) {
+        areListed = areListed && page(tab)->table().source().status() != Ostrel::LiveModel::Loading;
+    }
+    return areListed;
+}
+
 void Tables::refreshLists()
 {
     // All models of one Control share their lists.

@@ -40,6 +40,8 @@ public:
     void setFilter(const QString &text);
     // The actions of the rows' menus.
     void setRowActions(const QList<QAction *> &actions);
+    // Whether the service has replied to all that the tables wait for.
+    bool areListed() const;
     // Lists everything again.
     void refreshLists();
 

@@ -32,7 +32,11 @@ TaskPage::TaskPage(Connection &connection, Ostrel::TasksModel *model, const QStr
     registerOnce();
 }
 
-TaskPage::~TaskPage() = default;
+TaskPage::~TaskPage()
+{
+    // Before the invoker that it follows.
+    destroyModel();
+}
 
 void TaskPage::registerAgain()
 {

@@ -46,11 +46,7 @@ bool TasksTable::isActive(int row) const
 
 QString TasksTable::state(int row) const
 {
-    if (!isActive(row)) {
-        return tr("can be started");
-    }
-    return sourceData(row, Model::AvailableRole).toBool() ? tr("running")
-                                                          : tr("running, not available");
+    return isActive(row) ? tr("running") : tr("can be started");
 }
 
 QVariant TasksTable::value(int row, int column) const
