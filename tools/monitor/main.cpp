@@ -21,13 +21,16 @@ constexpr int restart = 1000;
 
 int show(const MonitorOptions &options)
 {
+    const Termination termination;
     options.bus.apply();
     const SessionBus sessionBus;
     MainWindow window(options.bus);
     QObject::connect(&window, &MainWindow::restartWanted, qApp,
                      [] { QCoreApplication::exit(restart); });
-    const Termination termination;
     QObject::connect(&termination, &Termination::requested, &window, &QWidget::close);
+    if (options.size.isValid()) {
+        window.resize(options.size);
+    }
     window.show();
     if (!options.screenshot.isNull()) {
         takeScreenshot(window, options.screenshot);

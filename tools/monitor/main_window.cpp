@@ -316,6 +316,7 @@ void MainWindow::restore()
         m_name->remember(name);
     }
     m_tables->restore(settings);
+    m_tables->currentPage()->setFocus();
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

@@ -6,6 +6,7 @@
 #include "help.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QTextStream>
 
 Result<std::optional<MonitorOptions>> parseMonitorOptions(const QStringList &arguments)
@@ -14,6 +15,7 @@ Result<std::optional<MonitorOptions>> parseMonitorOptions(const QStringList &arg
     const QString open = QStringLiteral("open");
     const QString record = QStringLiteral("record");
     const QString screenshot = QStringLiteral("screenshot");
+    const QString size = QStringLiteral("size");
     const QString help = QStringLiteral("help");
     const QString version = QStringLiteral("version");
     const QString file = QStringLiteral("FILE");
@@ -31,6 +33,7 @@ Result<std::optional<MonitorOptions>> parseMonitorOptions(const QStringList &arg
         {open, QStringLiteral("Look at this trace, as \"ostrelctl trace\" writes it."), file},
         {record, QStringLiteral("Record what happens to this trace file."), file},
         {screenshot, QStringLiteral("Write a picture of the window to this file, and exit."), file},
+        {size, QStringLiteral("Give the window this size."), QStringLiteral("WIDTHxHEIGHT")},
     });
     if (!parser.parse(arguments)) {
         return Failure(parser.errorText());
@@ -53,6 +56,15 @@ Result<std::optional<MonitorOptions>> parseMonitorOptions(const QStringList &arg
         }
     }
     MonitorOptions options;
+    if (parser.isSet(size)) {
+        static const QRegularExpression form(QStringLiteral("^([1-9]\\d{1,3})x([1-9]\\d{1,3})$"));
+        const auto match = form.match(parser.value(size));
+        if (!match.hasMatch()) {
+            return Failure(QStringLiteral("--size takes WIDTHxHEIGHT in pixels, not \"%1\"")
+                               .arg(parser.value(size)));
+        }
+        options.size = {match.captured(1).toInt(), match.captured(2).toInt()};
+    }
     if (parser.isSet(bus)) {
         options.bus = BusChoice(parser.value(bus));
     }

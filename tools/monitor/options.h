@@ -7,6 +7,7 @@
 #include "bus_choice.h"
 #include "result.h"
 
+#include <QtCore/QSize>
 #include <QtCore/QStringList>
 
 #include <optional>
@@ -19,6 +20,8 @@ struct MonitorOptions
     QString open;
     QString record;
     QString screenshot;
+    // Invalid if it is not given.
+    QSize size;
 };
 
 // Reads the command line. There are no options if it asked for help or the version, which has been

@@ -8,6 +8,8 @@
 
 #include "DBus/names_p.h"
 
+#include <QtDBus/QDBusConnection>
+
 namespace
 {
 
@@ -76,7 +78,9 @@ void StartTimes::onCall(const BusMessage &message)
                || (!isStart && message.member != QLatin1String("StartDebug"))) {
         return;
     }
-    if (message.expectsReply && m_waiting.size() < mostWaiting) {
+    // The window measures its own starts itself.
+    const bool isOwn = message.sender == QDBusConnection::sessionBus().baseService();
+    if (message.expectsReply && !isOwn && m_waiting.size() < mostWaiting) {
         m_waiting.insert({message.sender, message.serial}, start);
     }
 }

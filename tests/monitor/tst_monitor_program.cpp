@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "private_bus.h"
+#include "process.h"
+#include "program_help.h"
+#include "simulator.h"
+#include "test_main.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QImage>
+
+// The program itself, with its options.
+class TestMonitorProgram : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void helpNamesTheOptions();
+    void printsItsVersion();
+    void refusesBadArguments_data();
+    void refusesBadArguments();
+    void takesAScreenshot_data();
+    void takesAScreenshot();
+    void screenshotThatCannotBeWrittenIsAnError();
+    void endsCleanlyAtATerminationSignal();
+};
+
+void TestMonitorProgram::helpNamesTheOptions()
+{
+    const ProgramHelp help = helpOf(MONITOR);
+    QCOMPARE(help.options,
+             QStringList({"-h, --help", "-v, --version", "--bus BUS", "--open FILE",
+                          "--record FILE", "--screenshot FILE", "--size WIDTHxHEIGHT"}));
+    QVERIFY(help.text.startsWith("Usage: ostrel-monitor [options]\n"));
+}
+
+void TestMonitorProgram::printsItsVersion()
+{
+    const Result result = run(MONITOR, {"--version"});
+    QCOMPARE(result.output, QString("ostrel-monitor " PROJECT_VERSION "\n"));
+    QCOMPARE(result.exitStatus, 0);
+}
+
+void TestMonitorProgram::refusesBadArguments_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("word") << QStringList{"word"} << "unexpected argument \"word\"";
+    QTest::newRow("unknown") << QStringList{"--unknown"} << "Unknown option 'unknown'.";
+    QTest::newRow("no value") << QStringList{"--bus"} << "Missing value after '--bus'.";
+    QTest::newRow("size") << QStringList{"--size", "9x12345"}
+                          << "--size takes WIDTHxHEIGHT in pixels, not \"9x12345\"";
+    QTest::newRow("empty") << QStringList{"--open", ""} << "--open takes a name, not an empty one";
+}
+
+void TestMonitorProgram::refusesBadArguments()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, error);
+    const Result result = run(MONITOR, arguments);
+    QCOMPARE(result.exitStatus, 2);
+    QCOMPARE(result.errors, "ostrel-monitor: " + error + "\nTry 'ostrel-monitor --help'.\n");
+}
+
+void TestMonitorProgram::takesAScreenshot_data()
+{
+    QTest::addColumn<bool>("hasService");
+    QTest::addColumn<QStringList>("bus");
+    QTest::newRow("with a service") << true << QStringList();
+    QTest::newRow("without a service") << false << QStringList();
+    QTest::newRow("without a bus") << false << QStringList{"--bus", "unix:path=/nonexistent/bus"};
+}
+
+void TestMonitorProgram::takesAScreenshot()
+{
+    QFETCH(bool, hasService);
+    QFETCH(QStringList, bus);
+    const PrivateBus privateBus;
+    Simulator simulator(privateBus);
+    if (hasService) {
+        simulator.start();
+    }
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("window.png");
+    const Result result =
+        run(MONITOR, QStringList{"--size", "800x600", "--screenshot", file} + bus);
+    QCOMPARE(result.exitStatus, 0);
+    const QImage image(file);
+    QCOMPARE(image.size(), QSize(800, 600));
+    // The picture leaves no settings behind.
+    QVERIFY(!QDir(QDir::homePath() + "/.config/ostrel").exists());
+}
+
+void TestMonitorProgram::screenshotThatCannotBeWrittenIsAnError()
+{
+    const Result result = run(MONITOR, {"--screenshot", "/nonexistent/window.png"});
+    QCOMPARE(result.exitStatus, 1);
+    QVERIFY2(result.errors.contains("cannot write /nonexistent/window.png: "),
+             qPrintable(result.errors));
+}
+
+void TestMonitorProgram::endsCleanlyAtATerminationSignal()
+{
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    Process monitor(MONITOR, {});
+    monitor.start();
+    simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications").waitForCalls(1);
+    QCOMPARE(monitor.end(), 0);
+    // It has remembered its window.
+    QVERIFY(QDir(QDir::homePath() + "/.config/ostrel").exists());
+}
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("XDG_CONFIG_HOME");
+    return runTests<TestMonitorProgram, QGuiApplication>(argc, argv);
+}
+
+#include "tst_monitor_program.moc"

@@ -1,0 +1,237 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "applications_table.h"
+#include "details_panel.h"
+#include "monitor_test.h"
+#include "services_table.h"
+#include "task_page.h"
+#include "tasks_table.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtDBus/QDBusMetaType>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QTabBar>
+
+// What the tables hold.
+class TestMonitorTables : public MonitorTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void listsApplicationsWithInstanceStateAndProcess();
+    void listsServices();
+    void listsTasksOfTheTypesThatTheUserAdds();
+    void saysSinceWhenAStateLasts();
+    void saysHowLongItsOwnStartsTook();
+    void saysHowLongTheStartsOfOthersTook();
+    void saysHowLongTheStartOfATaskTook();
+    void filterLeavesTheRowsThatContainIt();
+    void emptyTableSaysWhy();
+    void panelAndToolTipShowTheProperties();
+    void takesNothingFromTheBusForHtml();
+
+private:
+    // Shows these applications.
+    void list(const QVector<Ostrel::RunningApplication> &applications)
+    {
+        m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+            .answerNext({QVariant::fromValue(applications),
+                         QVariant::fromValue(QVector<Ostrel::RunningService>())});
+        window().actions().refresh->trigger();
+    }
+};
+
+void TestMonitorTables::listsApplicationsWithInstanceStateAndProcess()
+{
+    startElsewhere("demo.Viewer");
+    startElsewhere("demo.Player");
+    waitForRows({ApplicationsTable::ApplicationColumn, ApplicationsTable::InstanceColumn,
+                 ApplicationsTable::StateColumn, ApplicationsTable::KindColumn},
+                {"demo.Player | demo.Player | state 1 | 1",
+                 "demo.Viewer | demo.Viewer.instance_1 | state 1 | 1"});
+    QVERIFY(rows({ApplicationsTable::ProcessColumn}).constFirst().toInt() > 0);
+}
+
+void TestMonitorTables::listsServices()
+{
+    startElsewhere("demo.Player");
+    window().tables().setCurrentIndex(1);
+    waitForRows({ServicesTable::ServiceColumn, ServicesTable::ApplicationColumn,
+                 ServicesTable::StateColumn},
+                {"decoder | demo.Player | state 1", "mixer | demo.Player | state 1"});
+    QVERIFY(rows({ServicesTable::ProcessColumn}).constFirst().toInt() > 0);
+    QVERIFY(!rows({ServicesTable::SinceColumn}).constFirst().isEmpty());
+}
+
+void TestMonitorTables::listsTasksOfTheTypesThatTheUserAdds()
+{
+    QCOMPARE(window().tables().count(), 2);
+    // The dialog does not block the window.
+    press(window().actions().addTaskType);
+    waitForDialog();
+    type("sync", Qt::Key_Return);
+    QCOMPARE(window().tables().tabText(2), QString("Tasks: sync"));
+    waitForRows({TasksTable::TaskColumn, TasksTable::StateColumn, TasksTable::ProcessColumn},
+                {"calendar | can be started | ", "contacts | can be started | ",
+                 "photos | can be started | "});
+
+    window().tables().addTaskType("maintenance");
+    waitForRows({TasksTable::TaskColumn}, {"cleanup"});
+    // A type has one tab.
+    window().tables().addTaskType("sync");
+    QCOMPARE(window().tables().taskTypes(), QStringList({"sync", "maintenance"}));
+    QCOMPARE(window().tables().currentIndex(), 2);
+
+    press(window().actions().removeTaskType);
+    QCOMPARE(window().tables().taskTypes(), QStringList({"maintenance"}));
+    // The other tabs stay.
+    window().tables().setCurrentIndex(0);
+    press(window().actions().removeTaskType);
+    QCOMPARE(window().tables().count(), 3);
+}
+
+void TestMonitorTables::saysSinceWhenAStateLasts()
+{
+    const QDateTime before = QDateTime::currentDateTime();
+    list({{"a.b", 1, Ostrel::ApplicationState(1), Ostrel::ApplicationKind(0), {}}});
+    waitForRows({ApplicationsTable::StateColumn}, {"state 1"});
+    const auto since = [this] {
+        return window()
+            .tables()
+            .applications()
+            .index(0, ApplicationsTable::SinceColumn)
+            .data(TableModel::SortRole)
+            .toDateTime();
+    };
+    const QDateTime first = since();
+    QVERIFY(first.addSecs(1) >= before && first <= QDateTime::currentDateTime());
+    QVERIFY(QRegularExpression("^\\d\\d:\\d\\d:\\d\\d$")
+                .match(rows({ApplicationsTable::SinceColumn}).constFirst())
+                .hasMatch());
+    waitUntil([&] { return QDateTime::currentDateTime() > first; });
+    list({{"a.b", 1, Ostrel::ApplicationState(7), Ostrel::ApplicationKind(0), {}}});
+    waitForRows({ApplicationsTable::StateColumn}, {"state 7"});
+    QVERIFY(since() > first);
+}
+
+void TestMonitorTables::saysHowLongItsOwnStartsTook()
+{
+    enter("demo.Viewer");
+    waitUntil([this] {
+        const QStringList times = rows({ApplicationsTable::StartColumn});
+        return !times.isEmpty() && times.constFirst().endsWith(" ms");
+    });
+}
+
+// The bus of the test lets its user monitor it.
+void TestMonitorTables::saysHowLongTheStartsOfOthersTook()
+{
+    startElsewhere("demo.Viewer");
+    waitUntil([this] {
+        const QStringList times = rows({ApplicationsTable::StartColumn});
+        return !times.isEmpty() && times.constFirst().endsWith(" ms");
+    });
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").delayNext(300);
+    startElsewhere("demo.Viewer");
+    const auto time = [this](int row) {
+        return window()
+            .tables()
+            .applications()
+            .index(row, ApplicationsTable::StartColumn)
+            .data(TableModel::SortRole)
+            .toLongLong();
+    };
+    waitUntil([&] { return window().tables().applications().rowCount() == 2 && time(1) > 0; });
+    QVERIFY2(time(1) >= 300'000, qPrintable(QString::number(time(1))));
+}
+
+void TestMonitorTables::saysHowLongTheStartOfATaskTook()
+{
+    window().tables().addTaskType("sync");
+    waitUntil([this] { return rows({0}).size() == 3; });
+    window().tables().currentPage()->select(0);
+    press(window().actions().start);
+    waitUntil([this] { return rows({TasksTable::StartColumn}).constFirst().endsWith(" ms"); });
+}
+
+void TestMonitorTables::filterLeavesTheRowsThatContainIt()
+{
+    startElsewhere("demo.Viewer");
+    startElsewhere("demo.Clock");
+    window().tables().addTaskType("sync");
+    waitUntil([this] { return rows({0}).size() == 3; });
+    window().tables().setCurrentIndex(0);
+    waitForRows({0}, {"demo.Clock", "demo.Viewer"});
+
+    press(window().actions().filter);
+    QTest::keyClicks(QApplication::focusWidget(), "vIEW");
+    QCOMPARE(rows({0}), QStringList({"demo.Viewer"}));
+    // In all tables, and in those that are added.
+    window().tables().setCurrentIndex(2);
+    QCOMPARE(rows({0}), QStringList());
+    QCOMPARE(window().tables().currentPage()->emptyText(), QString("The filter hides all rows"));
+    child<QLineEdit>("Filter")->clear();
+    QCOMPARE(rows({0}).size(), 3);
+}
+
+void TestMonitorTables::emptyTableSaysWhy()
+{
+    QCOMPARE(window().tables().currentPage()->emptyText(), QString("No application runs"));
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications")
+        .failNext("org.freedesktop.DBus.Error.Failed", "<i>not</i> now");
+    window().actions().refresh->trigger();
+    waitUntil([this] {
+        return window().tables().currentPage()->emptyText() == "No list: <i>not</i> now";
+    });
+}
+
+void TestMonitorTables::panelAndToolTipShowTheProperties()
+{
+    startElsewhere("demo.Player");
+    waitForRows({0}, {"demo.Player"});
+    window().tables().currentPage()->select(0);
+    const auto *panel = child<DetailsPanel>("Properties of the selected row");
+    const auto value = [panel](const QString &name) {
+        const auto items = panel->findItems(name, Qt::MatchExactly);
+        return items.isEmpty() ? QString() : items.constFirst()->text(1);
+    };
+    QCOMPARE(value("Volume"), QString("60"));
+    QCOMPARE(value("Title"), QString("Player"));
+    QCOMPARE(value("State"), QString("state 1"));
+    const QString tip =
+        window().tables().applications().index(0, 0).data(Qt::ToolTipRole).toString();
+    QVERIFY2(tip.contains("Volume:&nbsp;</td><td>60</td>"), qPrintable(tip));
+
+    press(window().actions().details);
+    QVERIFY(!panel->isVisible());
+}
+
+void TestMonitorTables::takesNothingFromTheBusForHtml()
+{
+    const QString text = "<b>x</b> & \n\x1b[31m";
+    list({{text,
+           1,
+           Ostrel::ApplicationState(1),
+           Ostrel::ApplicationKind(0),
+           {{text, text}, {"long", QString(1'000'000, 'x')}}}});
+    waitForRows({ApplicationsTable::ApplicationColumn}, {"<b>x</b> & \\n\\x1b[31m"});
+    const QString tip =
+        window().tables().applications().index(0, 0).data(Qt::ToolTipRole).toString();
+    QVERIFY(tip.contains("&lt;b&gt;x&lt;/b&gt; &amp; \\n\\x1b[31m"));
+    QVERIFY(!tip.contains("<b>"));
+    QVERIFY(tip.size() < 3000);
+    // A tab would take "&" for a mnemonic.
+    window().tables().addTaskType("a&b");
+    QCOMPARE(window().tables().tabText(2), QString("Tasks: a&&b"));
+    QStringList warnings;
+    waitUntil([&] {
+        warnings += takeWarnings();
+        return !warnings.isEmpty();
+    });
+    QVERIFY(warnings.constFirst().startsWith("TaskInvoker registration failed:"));
+}
+
+OSTREL_MONITOR_TEST_MAIN(TestMonitorTables)
+
+#include "tst_monitor_tables.moc"
