@@ -153,7 +153,7 @@ void TestMonitorRequests::showsErrorsUntilTheyAreDismissed()
     QCOMPARE(QApplication::activeModalWidget(), nullptr);
     QVERIFY(window().messages().isVisible());
 
-    QToolButton *dismiss = window().messages().findChild<QToolButton *>();
+    auto *dismiss = window().messages().findChild<QToolButton *>();
     QTest::mouseClick(dismiss, Qt::LeftButton);
     QCOMPARE(window().messages().messages().size(), 1);
     press(window().actions().dismissErrors);

@@ -56,9 +56,11 @@ void StartTimes::setTask(const QString &type, const QString &name, qint64 micros
 
 void StartTimes::add(const CallsMonitor &monitor)
 {
-    connect(&monitor, &CallsMonitor::called, this, &StartTimes::onCall);
-    connect(&monitor, &CallsMonitor::replied, this, &StartTimes::onReply);
-    connect(&monitor, &CallsMonitor::left, this, &StartTimes::onLeft);
+    connect(&monitor, &CallsMonitor::called, this,
+            [this](const BusMessage &message) { onCall(message); });
+    connect(&monitor, &CallsMonitor::replied, this,
+            [this](const BusMessage &message) { onReply(message); });
+    connect(&monitor, &CallsMonitor::left, this, [this](const QString &caller) { onLeft(caller); });
 }
 
 void StartTimes::clear()
@@ -87,13 +89,10 @@ void StartTimes::onCall(const BusMessage &message)
 
 void StartTimes::onReply(const BusMessage &message)
 {
-    const auto start = m_waiting.constFind({message.destination, message.replySerial});
-    if (start == m_waiting.cend()) {
-        return;
-    }
-    const Start begun = *start;
-    m_waiting.erase(start);
-    if (message.type != BusMessage::Reply) {
+    const QPair<QString, quint32> key(message.destination, message.replySerial);
+    const bool isOfStart = m_waiting.contains(key);
+    const Start begun = m_waiting.take(key);
+    if (!isOfStart || message.type != BusMessage::Reply) {
         return;
     }
     const qint64 took = LiveTrace::now() - begun.time;

@@ -3,6 +3,7 @@
 
 #include "window_actions.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtGui/QIcon>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QMenu>
