@@ -7,6 +7,7 @@
 #include "tasks_table.h"
 
 #include <QtWidgets/QComboBox>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QToolButton>
@@ -149,6 +150,9 @@ void TestMonitorRequests::showsErrorsUntilTheyAreDismissed()
     QVERIFY2(window().messages().messages().constFirst().startsWith(
                  "Cannot start demo.<b>None: HandlerNotFound: "),
              qPrintable(window().messages().messages().constFirst()));
+    for (const QLabel *label : window().messages().findChildren<QLabel *>()) {
+        QVERIFY(label->text().isEmpty() || label->textFormat() == Qt::PlainText);
+    }
     // In the window, and not in a dialog that blocks.
     QCOMPARE(QApplication::activeModalWidget(), nullptr);
     QVERIFY(window().messages().isVisible());
