@@ -216,6 +216,9 @@ void TestTaskInvokerReady::prepare(const QString &outcome) const
 
 void TestTaskInvokerReady::emptyCallbackThrowsWhenItIsItsTurn()
 {
+#ifdef __ARM_EABI__
+    QSKIP("no exception gets through GLib's event loop on 32-bit ARM");
+#endif
     QFETCH(QString, outcome);
     prepare(outcome);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");

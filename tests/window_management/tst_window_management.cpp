@@ -263,6 +263,9 @@ void TestWindowManagement::emptyCallbackThrows_data()
 
 void TestWindowManagement::emptyCallbackThrows()
 {
+#ifdef __ARM_EABI__
+    QSKIP("no exception gets through GLib's event loop on 32-bit ARM");
+#endif
     QFETCH(bool, fails);
     if (fails) {
         m_simulator.windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
