@@ -6,7 +6,8 @@
 
 #include <QtCore/QString>
 
-// The text on one line, with its control characters escaped.
+// The text on one line, with its control characters escaped, also those that change the direction
+// of what follows.
 QString onOneLine(const QString &text);
 
 #endif
