@@ -66,12 +66,14 @@ private Q_SLOTS:
     void otherFilesAreNoTraces_data();
     void otherFilesAreNoTraces();
     void invalidEventsAreSkipped();
+    void endlessLineIsReadInPieces();
     void timesNeverGoBack();
     void stateMayComeBeforeTheStart();
     void endWithoutAStartIsAMoment();
     void callWithoutReplyIsAMoment();
     void reusedSerialEndsTheCall();
     void laneOfACallIsUsedAgain();
+    void callIsAnnouncedAsTheStretchThatEndsIt();
     void instanceKeepsItsLane();
     void tooManyInstancesAreLeftOut();
     void tooManyCallsAreMoments();
@@ -167,6 +169,39 @@ void TestTrace::invalidEventsAreSkipped()
     QCOMPARE(names, (QStringList{"good", "untimed"}));
 }
 
+void TestTrace::endlessLineIsReadInPieces()
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("trace");
+    writeFile(file, R"([
+{"ph":"i","ts":1,"name":"first"},
+)");
+    QFile output(file);
+    QVERIFY(output.open(QIODevice::Append));
+    // No line may be longer than a fifth of this.
+    QVERIFY(output.resize(80 * 1024 * 1024));
+    QVERIFY(output.seek(output.size()));
+    output.write("\n{\"ph\":\"i\",\"ts\":2,\"name\":\"last\"}");
+    output.close();
+
+    TraceReader reader;
+    QVERIFY(reader.open(file));
+    QStringList names;
+    int calls = 0;
+    while (*reader.next([&names](const TraceEvent &event) { names.append(event.name); })) {
+        ++calls;
+    }
+    QVERIFY2(calls > 8, qPrintable(QString::number(calls)));
+    QCOMPARE(names, (QStringList{"first", "last"}));
+    QCOMPARE(reader.skipped(), 1);
+
+    // Not even the first line of such a file.
+    QVERIFY(output.open(QIODevice::WriteOnly));
+    QVERIFY(output.resize(80 * 1024 * 1024));
+    TraceReader other;
+    QCOMPARE(other.open(file).error(), file + " is no trace");
+}
+
 // The time of day may be set back while others record.
 void TestTrace::timesNeverGoBack()
 {
@@ -235,6 +270,34 @@ void TestTrace::laneOfACallIsUsedAgain()
         (QStringList{"X calls 1: One, success", "X calls 2: Two, none: the caller has left the bus",
                      "X calls 1: Three, none until the trace ended",
                      "X calls 2: Four, none until the trace ended"}));
+}
+
+void TestTrace::callIsAnnouncedAsTheStretchThatEndsIt()
+{
+    QVector<TraceEvent> begun;
+    QVector<TraceEvent> ended;
+    TraceRecorder recorder(
+        [&ended](const TraceEvent &event) {
+            if (event.phase == TraceEvent::Complete) {
+                ended.append(event);
+            }
+        },
+        100, {}, [&begun](const TraceEvent &call) { begun.append(call); });
+    recorder.call(200, message(":1.1", 1, "One"));
+    recorder.call(210, message(":1.1", 2, "Two"));
+    BusMessage silent = message(":1.1", 3, "Three");
+    silent.expectsReply = false;
+    recorder.call(220, silent);
+    QCOMPARE(begun.size(), 2);
+    QCOMPARE(ended.size(), 0);
+    recorder.finish(300);
+    QCOMPARE(ended.size(), 2);
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(begun.at(i).name, ended.at(i).name);
+        QCOMPARE(begun.at(i).time, ended.at(i).time);
+        QCOMPARE(begun.at(i).lane, ended.at(i).lane);
+        QCOMPARE(begun.at(i).arguments["sender"].toString(), ":1.1");
+    }
 }
 
 void TestTrace::instanceKeepsItsLane()

@@ -6,21 +6,22 @@
 #include "calls_monitor.h"
 #include "json.h"
 #include "stamp.h"
+#include "trace_words.h"
 
 namespace
 {
 
 QJsonObject about(Stamp begin)
 {
-    return {{QStringLiteral("clock"), QStringLiteral("monotonic")},
-            {QStringLiteral("time"), begin.toUtc()}};
+    return {{TraceWords::clock, TraceWords::monotonic}, {TraceWords::time, begin.toUtc()}};
 }
 
 } // namespace
 
 LiveTrace::LiveTrace(const Ostrel::Control &control,
-                     const std::function<void(const TraceEvent &)> &receive)
-    : m_recorder(receive, now(), about(Stamp::now()))
+                     const std::function<void(const TraceEvent &)> &receive,
+                     const std::function<void(const TraceEvent &)> &callBegins)
+    : m_recorder(receive, now(), about(Stamp::now()), callBegins)
 {
     using Ostrel::Control;
 

@@ -20,8 +20,10 @@ class LiveTrace : public QObject
     Q_OBJECT
 
 public:
+    // callBegins: as TraceRecorder has it.
     LiveTrace(const Ostrel::Control &control,
-              const std::function<void(const TraceEvent &)> &receive);
+              const std::function<void(const TraceEvent &)> &receive,
+              const std::function<void(const TraceEvent &)> &callBegins = {});
 
     // What the monitor sees, in this trace.
     void add(const CallsMonitor &monitor);

@@ -3,6 +3,8 @@
 
 #include "busctl_messages.h"
 
+#include "trace_words.h"
+
 #include "DBus/names_p.h"
 
 #include <QtCore/QHash>
@@ -78,7 +80,7 @@ bool BusctlMessages::read(const QByteArray &line)
     }
     if (!m_recorder) {
         m_recorder.emplace(m_receive, time,
-                           QJsonObject{{QStringLiteral("clock"), QStringLiteral("time of day")}});
+                           QJsonObject{{TraceWords::clock, TraceWords::timeOfDay}});
     }
     m_last = time;
     const BusMessage message = toMessage(*type, object);

@@ -29,6 +29,10 @@ public:
 
     int skippedLines() const { return m_skipped; }
 
+    // Whether it has stopped within a line that is too long. The next call goes on with that.
+    bool isSkipping() const { return m_isSkipping; }
+    bool isAtEnd() const { return m_isAtEnd; }
+
 private:
     // Returns whether there may be more.
     bool fill(const std::function<bool()> &isStopped);

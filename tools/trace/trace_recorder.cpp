@@ -3,25 +3,13 @@
 
 #include "trace_recorder.h"
 
+#include "trace_words.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace
 {
-
-// Viewers show the groups in this order.
-enum Group {
-    ServiceGroup = 1,
-    CallGroup,
-    InstanceGroup
-};
-
-QString nameOf(int group)
-{
-    return group == ServiceGroup ? QStringLiteral("Service")
-        : group == CallGroup     ? QStringLiteral("Calls")
-                                 : QStringLiteral("Instances");
-}
 
 // A trace with more lanes helps nobody, and the names take memory.
 constexpr int mostInstances = 20'000;
@@ -29,12 +17,14 @@ constexpr int mostInstances = 20'000;
 } // namespace
 
 TraceRecorder::TraceRecorder(std::function<void(const TraceEvent &)> receive, qint64 begin,
-                             const QJsonObject &about)
+                             const QJsonObject &about,
+                             std::function<void(const TraceEvent &)> callBegins)
     : m_receive(std::move(receive))
+    , m_callBegins(std::move(callBegins))
     , m_last(begin)
-    , m_serviceLane(addLane(ServiceGroup, QStringLiteral("service")))
+    , m_serviceLane(addLane(TraceWords::Service, QStringLiteral("service")))
 {
-    instant(ServiceGroup, m_serviceLane, QStringLiteral("trace begins"), begin, about);
+    instant(TraceWords::Service, m_serviceLane, TraceWords::traceBegins, begin, about);
 }
 
 qint64 TraceRecorder::at(qint64 time)
@@ -49,7 +39,7 @@ int TraceRecorder::addLane(int group, const QString &name)
     if (!m_groups.contains(group)) {
         m_groups.append(group);
         metadata(group, lane, QStringLiteral("process_name"),
-                 {{QStringLiteral("name"), nameOf(group)}});
+                 {{QStringLiteral("name"), TraceWords::nameOf(group)}});
         metadata(group, lane, QStringLiteral("process_sort_index"),
                  {{QStringLiteral("sort_index"), group}});
     }
@@ -63,7 +53,7 @@ int TraceRecorder::callLane(int index)
 {
     while (m_callLanes.size() <= index) {
         m_callLanes.append(
-            addLane(CallGroup, QStringLiteral("calls %1").arg(m_callLanes.size() + 1)));
+            addLane(TraceWords::Calls, QStringLiteral("calls %1").arg(m_callLanes.size() + 1)));
     }
     return m_callLanes.at(index);
 }
@@ -84,13 +74,13 @@ TraceRecorder::Instance *TraceRecorder::instance(const QString &name)
     }
     if (m_instances.size() >= mostInstances) {
         if (!std::exchange(m_isFull, true)) {
-            instant(ServiceGroup, m_serviceLane, QStringLiteral("further instances are left out"),
-                    m_last);
+            instant(TraceWords::Service, m_serviceLane,
+                    QStringLiteral("further instances are left out"), m_last);
         }
         return nullptr;
     }
     Instance added;
-    added.lane = addLane(InstanceGroup, key);
+    added.lane = addLane(TraceWords::Instances, key);
     return &*m_instances.insert(key, added);
 }
 
@@ -99,7 +89,7 @@ void TraceRecorder::begin(Instance &instance, qint64 time, const QString &state)
     if (instance.state.isNull()) {
         count(time, 1);
     } else {
-        stretch(InstanceGroup, instance.lane, instance.state, instance.since, time, {});
+        stretch(TraceWords::Instances, instance.lane, instance.state, instance.since, time, {});
     }
     instance.state = state;
     instance.since = time;
@@ -108,7 +98,8 @@ void TraceRecorder::begin(Instance &instance, qint64 time, const QString &state)
 void TraceRecorder::end(Instance &instance, qint64 time, const QJsonObject &arguments)
 {
     if (!instance.state.isNull()) {
-        stretch(InstanceGroup, instance.lane, instance.state, instance.since, time, arguments);
+        stretch(TraceWords::Instances, instance.lane, instance.state, instance.since, time,
+                arguments);
         instance.state = QString();
         count(time, -1);
     }
@@ -119,11 +110,11 @@ void TraceRecorder::count(qint64 time, int change)
     m_running += change;
     TraceEvent event;
     event.phase = TraceEvent::Counter;
-    event.name = QStringLiteral("running instances");
+    event.name = TraceWords::runningInstances;
     event.time = time;
-    event.group = ServiceGroup;
+    event.group = TraceWords::Service;
     event.lane = m_serviceLane;
-    event.arguments = {{QStringLiteral("instances"), m_running}};
+    event.arguments = {{TraceWords::instances, m_running}};
     m_receive(event);
 }
 
@@ -151,18 +142,16 @@ void TraceRecorder::serviceAvailable(qint64 time, bool available)
         return;
     }
     m_isAvailable = available;
-    instant(ServiceGroup, m_serviceLane,
-            available ? QStringLiteral("service available")
-                      : QStringLiteral("service not available"),
-            time);
+    instant(TraceWords::Service, m_serviceLane,
+            available ? QString(TraceWords::serviceCame) : QString(TraceWords::serviceLeft), time);
     if (available) {
         m_availableSince = time;
         return;
     }
-    stretch(ServiceGroup, m_serviceLane, QStringLiteral("available"), m_availableSince, time, {});
+    stretch(TraceWords::Service, m_serviceLane, TraceWords::available, m_availableSince, time, {});
     // Another service knows nothing of them.
     for (Instance &each : m_instances) {
-        end(each, time, {{QStringLiteral("end"), QStringLiteral("the service has ended")}});
+        end(each, time, {{TraceWords::end, QStringLiteral("the service has ended")}});
     }
 }
 
@@ -170,10 +159,11 @@ void TraceRecorder::started(qint64 time, const QString &instance, const QJsonObj
 {
     time = at(time);
     if (Instance *const each = this->instance(instance)) {
-        instant(InstanceGroup, each->lane, QStringLiteral("Started"), time, shortened(details));
+        instant(TraceWords::Instances, each->lane, TraceWords::startedSignal, time,
+                shortened(details));
         // A state may be announced before.
         if (each->state.isNull()) {
-            begin(*each, time, QStringLiteral("started"));
+            begin(*each, time, TraceWords::started);
         }
     }
 }
@@ -183,8 +173,8 @@ void TraceRecorder::stateChanged(qint64 time, const QString &instance, quint32 s
     time = at(time);
     if (Instance *const each = this->instance(instance)) {
         // The stretch is written when it ends, which the trace may not live to see.
-        const QString name = QStringLiteral("state %1").arg(state);
-        instant(InstanceGroup, each->lane, name, time);
+        const QString name = TraceWords::state + QString::number(state);
+        instant(TraceWords::Instances, each->lane, name, time);
         begin(*each, time, name);
     }
 }
@@ -194,13 +184,14 @@ void TraceRecorder::terminated(qint64 time, const QString &instance, const QJson
     time = at(time);
     if (Instance *const each = this->instance(instance)) {
         end(*each, time);
-        instant(InstanceGroup, each->lane, QStringLiteral("Terminated"), time, shortened(details));
+        instant(TraceWords::Instances, each->lane, TraceWords::terminatedSignal, time,
+                shortened(details));
     }
 }
 
 void TraceRecorder::selectedByOom(qint64 time, const QString &processId)
 {
-    instant(ServiceGroup, m_serviceLane, QStringLiteral("SelectedByOom"), at(time),
+    instant(TraceWords::Service, m_serviceLane, TraceWords::selectedByOom, at(time),
             {{QStringLiteral("processId"), shortened(processId)}});
 }
 
@@ -212,14 +203,18 @@ void TraceRecorder::call(qint64 time, const BusMessage &message)
     }
     const auto begun = message.expectsReply ? m_calls.begin(time, message) : std::nullopt;
     if (begun) {
-        callLane(begun->lane);
+        const int lane = callLane(begun->lane);
+        if (m_callBegins) {
+            m_callBegins({TraceEvent::Complete, begun->name, time, 0, TraceWords::Calls, lane,
+                          begun->arguments});
+        }
         return;
     }
     CallLanes::Call call = CallLanes::describe(time, message);
-    call.arguments.insert(QStringLiteral("reply"),
+    call.arguments.insert(TraceWords::reply,
                           message.expectsReply ? QStringLiteral("not recorded: too many calls")
                                                : QStringLiteral("not wanted"));
-    instant(CallGroup, callLane(0), call.name, time, call.arguments);
+    instant(TraceWords::Calls, callLane(0), call.name, time, call.arguments);
 }
 
 void TraceRecorder::reply(qint64 time, const BusMessage &message)
@@ -228,7 +223,7 @@ void TraceRecorder::reply(qint64 time, const BusMessage &message)
     if (const auto call = m_calls.end(message.destination, message.replySerial)) {
         endCall(time, *call,
                 message.type == BusMessage::Error ? shortened(message.errorName)
-                                                  : QStringLiteral("success"));
+                                                  : QString(TraceWords::success));
     }
 }
 
@@ -244,27 +239,27 @@ void TraceRecorder::left(qint64 time, const QString &sender)
 void TraceRecorder::endCall(qint64 time, const CallLanes::Call &call, const QString &outcome)
 {
     QJsonObject arguments = call.arguments;
-    arguments.insert(QStringLiteral("reply"), outcome);
-    stretch(CallGroup, callLane(call.lane), call.name, call.time, time, arguments);
+    arguments.insert(TraceWords::reply, outcome);
+    stretch(TraceWords::Calls, callLane(call.lane), call.name, call.time, time, arguments);
 }
 
 void TraceRecorder::finish(qint64 time)
 {
     time = at(time);
-    const QJsonObject goesOn{{QStringLiteral("end"), QStringLiteral("the trace has ended")}};
+    const QJsonObject goesOn{{TraceWords::end, TraceWords::traceEnded}};
     for (Instance &each : m_instances) {
         if (!each.state.isNull()) {
-            stretch(InstanceGroup, each.lane, each.state, each.since, time, goesOn);
+            stretch(TraceWords::Instances, each.lane, each.state, each.since, time, goesOn);
         }
     }
     const auto calls = m_calls.endAll();
     for (const CallLanes::Call &call : calls) {
-        endCall(time, call, QStringLiteral("none until the trace ended"));
+        endCall(time, call, TraceWords::noReply);
     }
     if (m_isAvailable) {
-        stretch(ServiceGroup, m_serviceLane, QStringLiteral("available"), m_availableSince, time,
+        stretch(TraceWords::Service, m_serviceLane, TraceWords::available, m_availableSince, time,
                 goesOn);
     }
     // Viewers take the time of the last event for the end.
-    instant(ServiceGroup, m_serviceLane, QStringLiteral("trace ends"), time);
+    instant(TraceWords::Service, m_serviceLane, TraceWords::traceEnds, time);
 }

@@ -21,8 +21,12 @@ class TraceRecorder
 {
 public:
     // about: what the trace says about itself.
+    // callBegins: gets a call when it is made, as the stretch that comes with the reply, without
+    // a duration. For what shows the trace at the same time; every other stretch begins with a
+    // moment, which is an event of the trace.
     TraceRecorder(std::function<void(const TraceEvent &)> receive, qint64 begin,
-                  const QJsonObject &about);
+                  const QJsonObject &about,
+                  std::function<void(const TraceEvent &)> callBegins = {});
 
     void serviceAvailable(qint64 time, bool available);
     void started(qint64 time, const QString &instance, const QJsonObject &details);
@@ -63,6 +67,7 @@ private:
     void endCall(qint64 time, const CallLanes::Call &call, const QString &outcome);
 
     std::function<void(const TraceEvent &)> m_receive;
+    std::function<void(const TraceEvent &)> m_callBegins;
     qint64 m_last;
     int m_lanes = 0;
     QVector<int> m_groups;
