@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "history_loader.h"
+#include "history_replay.h"
+#include "recorded_history.h"
+#include "trace_writer.h"
+#include "widget_test_main.h"
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QSignalSpy>
+
+// Histories from files, and as files.
+class TestTimelineFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void savedHistoryIsReadAgain();
+    void missingFileLeavesTheHistory_data();
+    void missingFileLeavesTheHistory();
+    void loadingCanBeCancelled();
+};
+
+void TestTimelineFiles::savedHistoryIsReadAgain()
+{
+    RecordedHistory recorded;
+    recorded.fill();
+    recorded.call(1, "Start");
+    recorded.now += RecordedHistory::second;
+    recorded.reply(1);
+    recorded.call(2, "Wait");
+    recorded.now += RecordedHistory::second;
+    recorded.history.flush();
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("trace");
+    TraceWriter writer;
+    QVERIFY(writer.open(file));
+    replay(recorded.history, [&writer](const TraceEvent &event) { QVERIFY(writer.write(event)); });
+    QVERIFY(writer.close());
+
+    History history;
+    HistoryLoader loader(history);
+    QSignalSpy finished(&loader, &HistoryLoader::finished);
+    QVERIFY(loader.load(file));
+    waitUntil([&finished] { return !finished.isEmpty(); });
+    QCOMPARE(finished.at(0).at(0).toInt(), 0);
+    QVERIFY(!loader.isLoading());
+    QCOMPARE(rowsOf(history), rowsOf(recorded.history));
+    QCOMPARE(stretchesOf(history, "first"), stretchesOf(recorded.history, "first"));
+    QCOMPARE(stretchesOf(history, "second").last(), "state 3 6-9");
+    QCOMPARE(stretchesOf(history, "calls 1"), (QStringList{"Start 7-8", "Wait 8-9"}));
+    QVERIFY(history.event(eventNamed(history, "calls 1", "Wait")).hasFailed);
+    QCOMPARE(detailsText(history, eventNamed(history, "second", "state 3")),
+             "for 3 s, end: the trace has ended");
+    QCOMPARE(history.timeOfDay(), recorded.history.timeOfDay());
+    QCOMPARE(history.counts().size(), recorded.history.counts().size());
+}
+
+void TestTimelineFiles::missingFileLeavesTheHistory_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("missing") << "/nonexistent/trace"
+                             << "cannot read /nonexistent/trace: No such file or directory";
+    QTest::newRow("folder") << "/proc"
+                            << "/proc is no trace";
+    QTest::newRow("device") << "/dev/zero"
+                            << "/dev/zero is no trace";
+    QTest::newRow("other file") << "/proc/version"
+                                << "/proc/version is no trace";
+}
+
+void TestTimelineFiles::missingFileLeavesTheHistory()
+{
+    QFETCH(const QString, file);
+    RecordedHistory recorded;
+    recorded.fill();
+    const int rows = recorded.history.rowCount();
+    HistoryLoader loader(recorded.history);
+    const Result<> loaded = loader.load(file);
+    QVERIFY(!loaded);
+    QTEST(loaded.error(), "error");
+    QVERIFY(!loader.isLoading());
+    QVERIFY(recorded.history.isLive());
+    QCOMPARE(recorded.history.rowCount(), rows);
+}
+
+void TestTimelineFiles::loadingCanBeCancelled()
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("trace");
+    TraceWriter writer;
+    QVERIFY(writer.open(file));
+    // More than is read at a time.
+    for (int i = 0; i < 20'000; ++i) {
+        QVERIFY(writer.write({TraceEvent::Instant, "x", i, 0, 1, 1, {}}));
+    }
+    History history;
+    HistoryLoader loader(history);
+    QSignalSpy finished(&loader, &HistoryLoader::finished);
+    QVERIFY(loader.load(file));
+    waitUntil([&history] { return !history.isEmpty(); });
+    QVERIFY(loader.isLoading());
+    loader.cancel();
+    QVERIFY(!loader.isLoading());
+    history.flush();
+    QVERIFY(history.rowCount() < 20'000);
+    QVERIFY(loader.load(file));
+    waitUntil([&finished] { return !finished.isEmpty(); });
+    QCOMPARE(history.rowCount(), 20'000);
+    QCOMPARE(finished.size(), 1);
+}
+
+OSTREL_WIDGET_TEST_MAIN(TestTimelineFiles)
+
+#include "tst_timeline_files.moc"

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef TESTS_WIDGET_TEST_MAIN_H
+#define TESTS_WIDGET_TEST_MAIN_H
+
+#include "test_main.h"
+
+#include <QtWidgets/QApplication>
+
+// As OSTREL_TEST_MAIN, for a test with widgets. It needs no display.
+#define OSTREL_WIDGET_TEST_MAIN(Test)                                                              \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        qputenv("QT_QPA_PLATFORM", "offscreen");                                                   \
+        qputenv("TZ", "UTC");                                                                      \
+        return runTests<Test, QApplication>(argc, argv);                                           \
+    }
+
+#endif
