@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What a frame of the timeline costs, and an event, and how that grows with their number. It needs
+// no display. A frame has 16 milliseconds.
+
+#include "event_log_view.h"
+#include "timeline_view.h"
+#include "trace_words.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QtGui/QImage>
+#include <QtWidgets/QApplication>
+
+#include <memory>
+
+namespace
+{
+
+constexpr int width = 1920;
+constexpr int height = 1080;
+
+TraceEvent moment(const QString &name, qint64 time, int lane)
+{
+    return {TraceEvent::Instant, name, time, 0, TraceWords::Instances, lane, {}};
+}
+
+// Events in turn to each of the lanes, a millisecond apart; and a service.
+void fill(History &history, int lanes, int events)
+{
+    history.append(
+        {TraceEvent::Instant, TraceWords::serviceCame, 0, 0, TraceWords::Service, 0, {}});
+    for (int i = 0; i < events; ++i) {
+        const int lane = i % lanes + 1;
+        if (i < lanes) {
+            history.append({TraceEvent::Metadata,
+                            QStringLiteral("thread_name"),
+                            0,
+                            0,
+                            TraceWords::Instances,
+                            lane,
+                            {{QStringLiteral("name"), QStringLiteral("instance %1").arg(lane)}}});
+        }
+        const int turn = i / lanes;
+        history.append(moment(turn == 0 ? QString(TraceWords::startedSignal)
+                                        : TraceWords::state + QString::number(turn % 7),
+                              i * 1000LL, lane));
+    }
+    history.flush();
+}
+
+enum Range {
+    Whole,
+    ZoomedIn,
+};
+
+// A frame, whatever has changed. The arguments: how many lanes and events.
+void frame(benchmark::State &state, Range range)
+{
+    History history;
+    fill(history, int(state.range(0)), int(state.range(1)));
+    TimelineView view;
+    view.setHistory(&history);
+    view.resize(width, height);
+    view.show();
+    QCoreApplication::processEvents();
+    view.zoomToFit();
+    if (range == ZoomedIn) {
+        view.zoom(100);
+    }
+    QImage image(view.viewport()->size(), QImage::Format_ARGB32_Premultiplied);
+    for ([[maybe_unused]] auto each : state) {
+        view.viewport()->render(&image);
+    }
+}
+
+// What comes with a new event while the timeline and the log show what is there, but for the frame.
+void append(benchmark::State &state)
+{
+    const int lanes = int(state.range(0));
+    History history;
+    fill(history, lanes, int(state.range(1)));
+    TimelineView view;
+    view.setHistory(&history);
+    EventLogView log;
+    log.setHistory(&history);
+    qint64 time = history.lastTime();
+    int lane = 0;
+    for ([[maybe_unused]] auto each : state) {
+        history.append(moment(QStringLiteral("state 1"), ++time, lane++ % lanes + 1));
+        history.flush();
+    }
+}
+
+// Many events at once, as from a file, for each event.
+void load(benchmark::State &state)
+{
+    const int events = int(state.range(1));
+    for ([[maybe_unused]] auto each : state) {
+        History history;
+        fill(history, int(state.range(0)), events);
+        benchmark::DoNotOptimize(history.rowCount());
+    }
+    state.SetItemsProcessed(state.iterations() * events);
+}
+
+void sizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Args({1'000, 10'000})
+        ->Args({10'000, 100'000})
+        // All in sight, or all in one lane.
+        ->Args({40, 10'000})
+        ->Args({40, 100'000})
+        ->Args({1, 100'000})
+        ->Args({40, 900'000})
+        ->Unit(benchmark::kMillisecond);
+}
+
+void fewSizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Args({1'000, 10'000})->Args({10'000, 100'000})->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK_CAPTURE(frame, whole, Whole)->Apply(sizes);
+BENCHMARK_CAPTURE(frame, zoomed, ZoomedIn)->Apply(sizes);
+BENCHMARK(append)->Apply(fewSizes);
+BENCHMARK(load)->Apply(fewSizes);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
