@@ -3,6 +3,8 @@
 
 #include "bus/values.h"
 
+#include "json/signature.h"
+
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusVariant>
@@ -10,7 +12,6 @@
 namespace
 {
 
-constexpr int longestSignature = 255;
 constexpr int deepestNesting = 64;
 
 QString signatureOf(const QVariant &value)

@@ -9,7 +9,6 @@
 namespace
 {
 
-constexpr int longestSignature = 255;
 constexpr int deepestType = 32;
 
 bool isBasic(QChar type)

@@ -9,6 +9,9 @@
 
 #include <optional>
 
+// What a message can hold.
+constexpr int longestSignature = 255;
+
 // The types of a signature, one for each value. Nothing if it is no signature.
 std::optional<QStringList> typesOf(const QString &signature);
 
