@@ -19,7 +19,7 @@ function(ostrel_public_headers library)
         list(POP_FRONT words header)
         get_filename_component(name "${header}" NAME)
         get_filename_component(folder "${header}" DIRECTORY)
-        get_filename_component(folder "${folder}" NAME)
+        string(REGEX REPLACE "^(common|lib)/" "" folder "${folder}")
         list(APPEND OSTREL_PUBLIC_HEADER_NAMES "${name}")
         set(files "${header}")
         foreach(class IN LISTS words)
@@ -41,22 +41,12 @@ function(ostrel_public_headers library)
     set(OSTREL_FORWARDING_DIR "${forwarding}" PARENT_SCOPE)
 endfunction()
 
-# ostrel_library(LIBRARY NAME DESCRIPTION ... PACKAGES ... MODULES ... PRIVATE_MODULES ...): makes the
-# target LIBRARY available as Ostrel::NAME, and installs it with the CMake package OstrelNAME, which
-# needs the PACKAGES, and the pkg-config module LIBRARY, which needs the MODULES. Each of these is
-# written as find_dependency() or pkg-config takes it. The folder has the file exports.map.
+# ostrel_library(LIBRARY NAME ...): makes the shared library LIBRARY available as Ostrel::NAME, and
+# installs it as ostrel_package() does, which gets the other arguments. The folder has the file
+# exports.map.
 function(ostrel_library library name)
-    cmake_parse_arguments(PARSE_ARGV 2 library "" "DESCRIPTION"
-        "PACKAGES;MODULES;PRIVATE_MODULES")
     set(exports "${CMAKE_CURRENT_SOURCE_DIR}/exports.map")
-    add_library(Ostrel::${name} ALIAS ${library})
-    target_include_directories(${library} PUBLIC
-        "$<BUILD_INTERFACE:${OSTREL_FORWARDING_DIR}>"
-        "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/${library}>"
-    )
-    target_compile_features(${library} PUBLIC cxx_std_17)
     set_target_properties(${library} PROPERTIES
-        EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         LINK_DEPENDS "${exports}"
@@ -69,6 +59,24 @@ function(ostrel_library library name)
     if(NOT OSTREL_SANITIZERS)
         target_link_options(${library} PRIVATE LINKER:--no-undefined)
     endif()
+    ostrel_package(${library} ${name} ${ARGN})
+endfunction()
+
+# ostrel_package(LIBRARY NAME DESCRIPTION ... PACKAGES ... MODULES ... PRIVATE_MODULES ...
+# [BEGIN ...] [END ...]): makes the target LIBRARY available as Ostrel::NAME, and installs it with the
+# CMake package OstrelNAME, which needs the PACKAGES, and the pkg-config module LIBRARY, which needs
+# the MODULES. Each of these is written as find_dependency() or pkg-config takes it. BEGIN and END
+# are code of the CMake package.
+function(ostrel_package library name)
+    cmake_parse_arguments(PARSE_ARGV 2 library "" "DESCRIPTION;BEGIN;END"
+        "PACKAGES;MODULES;PRIVATE_MODULES")
+    add_library(Ostrel::${name} ALIAS ${library})
+    target_include_directories(${library} PUBLIC
+        "$<BUILD_INTERFACE:${OSTREL_FORWARDING_DIR}>"
+        "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/${library}>"
+    )
+    target_compile_features(${library} PUBLIC cxx_std_17)
+    set_target_properties(${library} PROPERTIES EXPORT_NAME ${name})
 
     if(NOT OSTREL_INSTALL)
         return()
@@ -79,6 +87,8 @@ function(ostrel_library library name)
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         COMPONENT runtime
         NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        COMPONENT development
     )
     install(EXPORT ${package}Targets
         NAMESPACE Ostrel::
@@ -88,6 +98,8 @@ function(ostrel_library library name)
     list(TRANSFORM library_PACKAGES REPLACE "(.+)" "find_dependency(\\1)")
     list(JOIN library_PACKAGES "\n" OSTREL_DEPENDENCIES)
     set(OSTREL_PACKAGE "${package}")
+    set(OSTREL_PACKAGE_BEGIN "${library_BEGIN}")
+    set(OSTREL_PACKAGE_END "${library_END}")
     configure_package_config_file(
         "${PROJECT_SOURCE_DIR}/cmake/OstrelConfig.cmake.in"
         "${PROJECT_BINARY_DIR}/${package}Config.cmake"

@@ -6,9 +6,9 @@
 // are those of the main thread on the processor, so that other programs disturb them little.
 
 #include "model_rig.h"
-#include "test_main.h"
 
 #include <Ostrel/ApplicationsModel>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QCoreApplication>
 
@@ -150,7 +150,10 @@ void Benchmark::oneChange()
 
 int main(int argc, char **argv)
 {
-    return runTests<Benchmark, Application>(argc, argv);
+    Ostrel::Testing::isolate();
+    const Application application(argc, argv);
+    Benchmark test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "main.moc"

@@ -3,11 +3,12 @@
 
 #include "bus_monitor.h"
 #include "control_events.h"
-#include "simulator_test.h"
-#include "test_main.h"
-#include "waiting.h"
+#include "quiet_test.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QThread>
@@ -17,7 +18,7 @@
 using Ostrel::Control;
 
 // The shared instance, and what creating, using and deleting a Control puts on the bus.
-class TestControl : public SimulatorTest
+class TestControl : public QuietTest
 {
     Q_OBJECT
 
@@ -231,7 +232,10 @@ int main(int argc, char **argv)
         const QCoreApplication application(argc, argv);
         return Control::instance() != nullptr ? 0 : 1;
     }
-    return runTests<TestControl>(argc, argv);
+    Ostrel::Testing::isolate();
+    const QCoreApplication application(argc, argv);
+    TestControl test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_control.moc"

@@ -2,13 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "other_thread.h"
-#include "simulator_test.h"
-#include "test_main.h"
-#include "waiting.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QPointer>
 #include <QtCore/QSemaphore>
@@ -76,7 +75,7 @@ const std::vector<Request> &requests()
 } // namespace
 
 // When and where the callbacks of requests run. tst_control_requests shows what they receive.
-class TestControlAsynchronous : public SimulatorTest
+class TestControlAsynchronous : public QuietTest
 {
     Q_OBJECT
 
@@ -103,7 +102,7 @@ private Q_SLOTS:
 private:
     static void eachRequest();
 
-    MethodFaults faults(const char *method) const
+    Faults faults(const char *method) const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }

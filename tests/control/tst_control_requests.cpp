@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "error_names.h"
+#include "quiet_test.h"
 #include "record_rows.h"
-#include "simulator_test.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonValue>
@@ -87,7 +87,7 @@ QString text(const Control::StartResult &result)
 
 // What the requests send and return, whether they block or call back. tst_control_running does the
 // same for the list of applications.
-class TestControlRequests : public SimulatorTest
+class TestControlRequests : public QuietTest
 {
     Q_OBJECT
 
@@ -116,7 +116,7 @@ private Q_SLOTS:
 private:
     static void addForms();
 
-    MethodFaults next(const char *method) const
+    Faults next(const char *method) const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }

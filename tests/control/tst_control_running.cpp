@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 using Ostrel::Control;
 using Ostrel::Error;
@@ -15,7 +16,7 @@ using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
 // The list of running applications and services.
-class TestControlRunning : public SimulatorTest
+class TestControlRunning : public QuietTest
 {
     Q_OBJECT
 

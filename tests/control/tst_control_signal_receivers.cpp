@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_events.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QThread>
 #include <QtDBus/QDBusServiceWatcher>
@@ -16,7 +17,7 @@
 using Ostrel::Control;
 
 // Who receives the signals of the service: any Control, in any thread, until it is deleted.
-class TestControlSignalReceivers : public SimulatorTest
+class TestControlSignalReceivers : public QuietTest
 {
     Q_OBJECT
 

@@ -3,10 +3,11 @@
 
 #include "busctl.h"
 #include "control_events.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QMetaMethod>
 
@@ -15,7 +16,7 @@
 using Ostrel::Control;
 
 // The signals of the service arrive. Others that look like them do not.
-class TestControlSignals : public SimulatorTest
+class TestControlSignals : public QuietTest
 {
     Q_OBJECT
 

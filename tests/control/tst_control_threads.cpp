@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_calls.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <atomic>
 #include <thread>
@@ -51,7 +51,7 @@ QString makeRequests(Control &control, const QString &id)
 } // namespace
 
 // Several threads make requests with the shared object at the same time.
-class TestControlThreads : public SimulatorTest
+class TestControlThreads : public QuietTest
 {
     Q_OBJECT
 

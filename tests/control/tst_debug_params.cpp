@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
 
 #include "DBus/names_p.h"
 #include "DBus/outgoing_message_p.h"
 #include "Ostrel/debug_params.h"
+
+#include <Ostrel/Testing/Main>
 
 using Ostrel::DebugParams;
 

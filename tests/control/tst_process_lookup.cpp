@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "process_root.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 using Ostrel::Control;
 

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "process_root.h"
-#include "test_main.h"
 
 #include "Ostrel/control.h"
 #include "Ostrel/process_lookup_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QThread>

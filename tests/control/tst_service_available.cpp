@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "kit.h"
 #include "peer.h"
-#include "simulator.h"
-#include "test_main.h"
-#include "waiting.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusPendingCallWatcher>
 

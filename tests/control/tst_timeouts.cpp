@@ -1,16 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
-#include "waiting.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <functional>
@@ -59,7 +58,7 @@ template <typename Client> void refuseInvalidTimeouts(Client &client)
 } // namespace
 
 // How long calls wait for a service that never answers.
-class TestTimeouts : public SimulatorTest
+class TestTimeouts : public QuietTest
 {
     Q_OBJECT
 
@@ -77,7 +76,7 @@ private Q_SLOTS:
 private:
     static void methods();
 
-    MethodFaults faults(const char *method) const
+    Faults faults(const char *method) const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }
@@ -167,7 +166,7 @@ void TestTimeouts::taskCallsEndAfterTheirTimeout()
 
 void TestTimeouts::windowReportsEndAfterTheirTimeout()
 {
-    m_simulator.windowStatus().ignoreNext();
+    m_simulator.faults(Method::UpdateWindowStatus).ignoreNext();
     WindowManagement windows;
     windows.setTimeout(limit);
     std::optional<Error> reported;

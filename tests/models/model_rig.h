@@ -4,14 +4,14 @@
 #ifndef TESTS_MODEL_RIG_H
 #define TESTS_MODEL_RIG_H
 
-#include "simulator.h"
-#include "waiting.h"
+#include "kit.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/LiveModel>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QMetaEnum>
 #include <QtDBus/QDBusConnectionInterface>
@@ -109,7 +109,7 @@ public:
     PrivateBus &bus() { return m_bus; }
     Simulator &simulator() { return m_simulator; }
     const Simulator &simulator() const { return m_simulator; }
-    MethodFaults lists() const
+    Faults lists() const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
     }

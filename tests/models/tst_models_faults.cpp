@@ -4,10 +4,10 @@
 #include "busctl.h"
 #include "model_rig.h"
 #include "peer.h"
-#include "test_main.h"
 
 #include <Ostrel/ApplicationsModel>
 #include <Ostrel/ServicesModel>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QThread>
 

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "model_rig.h"
-#include "test_main.h"
 
 #include <Ostrel/ApplicationsModel>
 #include <Ostrel/ServicesModel>
+#include <Ostrel/Testing/Main>
 
 #include <functional>
 #include <memory>

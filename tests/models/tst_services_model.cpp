@@ -3,10 +3,10 @@
 
 #include "control_calls.h"
 #include "model_rig.h"
-#include "test_main.h"
 
 #include <Ostrel/ApplicationsModel>
 #include <Ostrel/ServicesModel>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDateTime>
 

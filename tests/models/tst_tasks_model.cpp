@@ -3,10 +3,10 @@
 
 #include "model_rig.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include <Ostrel/TasksModel>
+#include <Ostrel/Testing/Main>
 
 #include <memory>
 #include <optional>

@@ -17,7 +17,7 @@ MonitorTest::MonitorTest()
 
 void MonitorTest::init()
 {
-    m_simulator.start();
+    m_simulator.restart();
     m_warnings.emplace(Warnings::Silent);
     QSettings().clear();
     openWindow();

@@ -4,15 +4,16 @@
 #ifndef TESTS_MONITOR_TEST_H
 #define TESTS_MONITOR_TEST_H
 
+#include "kit.h"
 #include "main_window.h"
 #include "message_bar.h"
-#include "simulator.h"
 #include "table_page.h"
 #include "tables.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QAction>
@@ -85,10 +86,12 @@ protected Q_SLOTS:
     int main(int argc, char **argv)                                                                \
     {                                                                                              \
         qputenv("QT_QPA_PLATFORM", "offscreen");                                                   \
-        qunsetenv("XDG_CONFIG_HOME");                                                              \
         QCoreApplication::setOrganizationName("ostrel");                                           \
         QCoreApplication::setApplicationName("ostrel-monitor");                                    \
-        return runTests<Test, QApplication>(argc, argv);                                           \
+        Ostrel::Testing::isolate();                                                                \
+        const QApplication application(argc, argv);                                                \
+        Test test;                                                                                 \
+        return QTest::qExec(&test, argc, argv);                                                    \
     }
 
 #endif

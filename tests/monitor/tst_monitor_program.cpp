@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "private_bus.h"
-#include "process.h"
 #include "program_help.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
@@ -120,8 +119,10 @@ void TestMonitorProgram::endsCleanlyAtATerminationSignal()
 int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    qunsetenv("XDG_CONFIG_HOME");
-    return runTests<TestMonitorProgram, QGuiApplication>(argc, argv);
+    Ostrel::Testing::isolate();
+    const QGuiApplication application(argc, argv);
+    TestMonitorProgram test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_monitor_program.moc"

@@ -187,7 +187,7 @@ void TestMonitorRequests::saysThatAnInstanceIsUnknown()
 
 void TestMonitorRequests::doesNotWaitForTheService()
 {
-    const MethodFaults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
     enter("demo.Viewer");
     starts.waitForHeld(1);
@@ -204,7 +204,7 @@ void TestMonitorRequests::doesNotWaitForTheService()
 
 void TestMonitorRequests::doesNotCrashWhenItIsClosedDuringACall()
 {
-    const MethodFaults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
     enter("demo.Viewer");
     starts.waitForHeld(1);

@@ -4,7 +4,9 @@
 #ifndef TESTS_WIDGET_TEST_MAIN_H
 #define TESTS_WIDGET_TEST_MAIN_H
 
-#include "test_main.h"
+#include "kit.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtWidgets/QApplication>
 
@@ -14,7 +16,10 @@
     {                                                                                              \
         qputenv("QT_QPA_PLATFORM", "offscreen");                                                   \
         qputenv("TZ", "UTC");                                                                      \
-        return runTests<Test, QApplication>(argc, argv);                                           \
+        Ostrel::Testing::isolate();                                                                \
+        const QApplication application(argc, argv);                                                \
+        Test test;                                                                                 \
+        return QTest::qExec(&test, argc, argv);                                                    \
     }
 
 #endif

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "process.h"
-#include "test_main.h"
+#include "run.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFileInfo>
 

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QSet>
@@ -87,7 +87,7 @@ private:
 } // namespace
 
 // The advice in the documentation works.
-class TestAdvice : public SimulatorTest
+class TestAdvice : public QuietTest
 {
     Q_OBJECT
 

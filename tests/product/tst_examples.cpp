@@ -1,10 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QPair>
 #include <QtCore/QRegularExpression>
@@ -14,7 +17,7 @@
 
 // The examples are built with the installed library and the strictest settings of a project, and
 // run.
-class TestExamples : public SimulatorTest
+class TestExamples : public QuietTest
 {
     Q_OBJECT
 
@@ -106,12 +109,12 @@ void TestExamples::taskRunnerRunsATask()
 // The answers to the first two reports are out of date when they arrive.
 void TestExamples::windowStatusKeepsTheLatestReply()
 {
-    m_simulator.windowStatus().holdNext(3);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(3);
     Process example(program("window-status"), {});
     example.setProcessEnvironment(m_environment);
     example.start();
-    m_simulator.windowStatus().waitForHeld(3);
-    m_simulator.windowStatus().release({1, 0, 2});
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(3);
+    m_simulator.faults(Method::UpdateWindowStatus).release({1, 0, 2});
     QCOMPARE(example.readLine(), "state 2");
     example.waitForEnd();
     QCOMPARE(example.exitCode(), 0);
@@ -127,7 +130,7 @@ void TestExamples::windowStatusKeepsTheLatestReply()
 
 void TestExamples::responsiveGoesOnWhileTheServiceIsSlow()
 {
-    const MethodFaults start = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults start = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     start.holdNext(1);
     Process example(program("responsive"), {"demo.Viewer"});
     example.setProcessEnvironment(m_environment);
@@ -221,7 +224,7 @@ void TestExamples::examplesPrintWhyTheyFail()
     QFETCH(const QString, interface);
     QFETCH(const QString, method);
     QFETCH(const QString, errors);
-    const MethodFaults faults(m_simulator, interface, method);
+    const Faults faults = m_simulator.faults(interface, method);
     for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
         faults.failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "not today");
     }
@@ -283,7 +286,7 @@ void TestExamples::examplesEndWithTheService()
     PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    const MethodFaults faults(simulator, interface, method);
+    const Faults faults = simulator.faults(interface, method);
     if (held > 0) {
         faults.holdNext(held);
     } else if (!method.isEmpty()) {

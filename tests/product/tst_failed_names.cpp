@@ -2,16 +2,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
+#include "kit.h"
 #include "peer.h"
-#include "simulator.h"
 #include "task_invokers.h"
-#include "test_main.h"
-#include "waiting.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <optional>
 

@@ -3,11 +3,13 @@
 
 #include "files.h"
 #include "outcomes.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
+#include "run.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QMap>
 #include <QtCore/QXmlStreamReader>
@@ -113,7 +115,7 @@ void addInterfaces()
 
 // The descriptions in the tree match what the simulator exports and does, and what the library
 // sends.
-class TestInterfaces : public SimulatorTest
+class TestInterfaces : public QuietTest
 {
     Q_OBJECT
 
@@ -135,7 +137,7 @@ private:
 // Creates a session that can be introspected.
 void TestInterfaces::init()
 {
-    SimulatorTest::init();
+    QuietTest::init();
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
 }

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "process.h"
-#include "test_main.h"
+#include "run.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>

@@ -3,8 +3,9 @@
 
 #include "busctl.h"
 #include "files.h"
-#include "private_bus.h"
-#include "test_main.h"
+#include "kit.h"
+
+#include <Ostrel/Testing/Main>
 
 // A device vendor's own prefix is checked, and reaches every name.
 class TestVendorPrefix : public QObject

@@ -3,10 +3,11 @@
 
 #include "bus_monitor.h"
 #include "outcomes.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 
@@ -26,7 +27,7 @@ bool isReportOf(const QString &window, const QJsonObject &message)
 } // namespace
 
 // What the library sends. busctl sees it, which shares no code with the library.
-class TestWire : public SimulatorTest
+class TestWire : public QuietTest
 {
     Q_OBJECT
 

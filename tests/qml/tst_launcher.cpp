@@ -3,8 +3,9 @@
 
 #include "files.h"
 #include "model_rig.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
@@ -267,7 +268,10 @@ int main(int argc, char **argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
     qputenv("QT_QUICK_CONTROLS_STYLE", "Material");
-    return runTests<TestLauncher, QGuiApplication>(argc, argv);
+    Ostrel::Testing::isolate();
+    const QGuiApplication application(argc, argv);
+    TestLauncher test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_launcher.moc"

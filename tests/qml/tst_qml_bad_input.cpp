@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "qml_rig.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <optional>
 
@@ -179,7 +180,7 @@ void TestQmlBadInput::engineMayBeDestroyedDuringACall()
 {
     QFETCH(QString, script);
     QFETCH(bool, isTask);
-    const MethodFaults start = m_rig->simulator().faults(
+    const Faults start = m_rig->simulator().faults(
         isTask ? OSTREL_TASK_INVOKER_SESSION_INTERFACE : OSTREL_CONTROL_INTERFACE, "Start");
     start.holdNext(1);
     m_qml->run(script);
@@ -193,7 +194,7 @@ void TestQmlBadInput::engineMayBeDestroyedDuringACall()
 // Its function still runs, but finds nothing of its object.
 void TestQmlBadInput::ownerOfACallbackMayBeDestroyedDuringACall()
 {
-    const MethodFaults start = m_rig->simulator().faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults start = m_rig->simulator().faults(OSTREL_CONTROL_INTERFACE, "Start");
     start.holdNext(1);
     m_qml->make("property Component maker: Component { QtObject { id: gone\n"
                 "property string name: 'x'\n"
@@ -209,8 +210,7 @@ void TestQmlBadInput::ownerOfACallbackMayBeDestroyedDuringACall()
 
 void TestQmlBadInput::tasksMayBeDestroyedDuringACall()
 {
-    const MethodFaults start =
-        m_rig->simulator().faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults start = m_rig->simulator().faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     start.holdNext(1);
     const QObject *object =
         m_qml->make("property Component maker: Component { Tasks { type: 'sync' } }\n"

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "qml_rig.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusArgument>
 
@@ -33,7 +34,7 @@ private Q_SLOTS:
     void anotherTypeLeavesTheCallsThatAreUnderWay();
 
 private:
-    MethodFaults next(const char *method) const;
+    Faults next(const char *method) const;
     static const QVariantMap &noError();
 
     std::optional<ModelRig> m_rig;
@@ -61,7 +62,7 @@ void TestQmlLifecycle::cleanup()
     QCOMPARE(warnings, QStringList());
 }
 
-MethodFaults TestQmlLifecycle::next(const char *method) const
+Faults TestQmlLifecycle::next(const char *method) const
 {
     const bool isTask = QByteArray(method).endsWith("Task");
     return m_rig->simulator().faults(isTask ? OSTREL_TASK_INVOKER_SESSION_INTERFACE

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "qml_rig.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include <Ostrel/TasksModel>
+#include <Ostrel/Testing/Main>
 
 #include <QtTest/QAbstractItemModelTester>
 

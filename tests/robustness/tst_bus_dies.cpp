@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
+#include "kit.h"
 #include "outcomes.h"
-#include "simulator.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <memory>
 
@@ -49,12 +49,12 @@ void TestBusDies::callsInFlightAndLaterOnesFail()
     invoker->stop("x", events.stopped("held"));
     simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").waitForHeld(1);
 
-    simulator.windowStatus().holdNext(2);
+    simulator.faults(Method::UpdateWindowStatus).holdNext(2);
     WindowManagement windows;
     Outcomes outcomes;
     windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
     windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
-    simulator.windowStatus().waitForHeld(2);
+    simulator.faults(Method::UpdateWindowStatus).waitForHeld(2);
     bus.end();
     outcomes.waitFor(2);
 

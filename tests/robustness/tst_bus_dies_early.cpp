@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "private_bus.h"
+#include "kit.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusConnection>
 

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "kit.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QElapsedTimer>
@@ -53,7 +53,7 @@ void TestDefaultTimeLimit::callsFailAfterTheDefaultTimeout()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    simulator.windowStatus().ignoreNext();
+    simulator.faults(Method::UpdateWindowStatus).ignoreNext();
     for (const char *method : {"Start", "StartDebug", "Terminate", "GetRunningApplications"}) {
         simulator.faults(OSTREL_CONTROL_INTERFACE, method).ignoreNext();
     }

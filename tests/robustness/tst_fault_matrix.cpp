@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "faults/matrix.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <iostream>
 
@@ -83,7 +84,10 @@ int main(int argc, char **argv)
         const QCoreApplication application(argc, argv);
         return tryApart(QCoreApplication::arguments().at(2), QCoreApplication::arguments().mid(3));
     }
-    return runTests<TestFaultMatrix>(argc, argv);
+    Ostrel::Testing::isolate();
+    const QCoreApplication application(argc, argv);
+    TestFaultMatrix test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_fault_matrix.moc"

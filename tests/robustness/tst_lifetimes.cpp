@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <csignal>
 
@@ -24,7 +26,7 @@ QProcessEnvironment withoutLeakDetection()
 // The library is used around the beginning and the end of a process and of the application object.
 // Each row is a program in lifetimes/. The sanitizers see whether anything is used after it is
 // deleted.
-class TestLifetimes : public SimulatorTest
+class TestLifetimes : public QuietTest
 {
     Q_OBJECT
 
@@ -137,7 +139,7 @@ void TestLifetimes::programEndsCleanly()
 
 void TestLifetimes::applicationWaitsForTheThreadThatWakesIt()
 {
-    const MethodFaults reports = m_simulator.windowStatus();
+    const Faults reports = m_simulator.faults(Method::UpdateWindowStatus);
     reports.holdNext(1);
     Process program(LIFETIMES, {"lateWakeUp"});
     program.setProcessEnvironment(withoutLeakDetection());
@@ -155,7 +157,7 @@ void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
 {
     m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker").holdNext(1);
     m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop").holdNext(1);
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     const Result result = run(LIFETIMES, {"callsUnderWay"}, withoutLeakDetection());
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitStatus, 0);
@@ -163,7 +165,7 @@ void TestLifetimes::callsWithoutReplyAreLeftToTheEnd()
 
 void TestLifetimes::endWaitsForTheRequestsOfOtherThreads()
 {
-    const MethodFaults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     starts.holdNext(1);
     Process program(LIFETIMES, {"requestUnderWay"});
     program.setProcessEnvironment(withoutLeakDetection());

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <QtDBus/QDBusUnixFileDescriptor>

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "outcomes.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 using Ostrel::Control;
 using Ostrel::DebugParams;
@@ -25,7 +25,7 @@ constexpr int largestTaskType = 32 << 20;
 
 // Strings that no message can hold are refused, and the process goes on. The bus would drop the
 // connection.
-class TestTooLarge : public SimulatorTest
+class TestTooLarge : public QuietTest
 {
     Q_OBJECT
 
@@ -51,7 +51,7 @@ void TestTooLarge::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
     QCOMPARE(m_simulator.calls().size(), 0);
-    SimulatorTest::cleanup();
+    QuietTest::cleanup();
 }
 
 void TestTooLarge::controlRefusesTooLargeStrings()

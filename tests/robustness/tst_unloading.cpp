@@ -1,17 +1,19 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <dlfcn.h>
 
 // Plugins that use the library are loaded and unloaded. QtDBus keeps what the library registered,
 // and some of its objects, so the library must stay loaded.
-class TestUnloading : public SimulatorTest
+class TestUnloading : public QuietTest
 {
     Q_OBJECT
 

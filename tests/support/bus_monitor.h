@@ -4,7 +4,7 @@
 #ifndef TESTS_BUS_MONITOR_H
 #define TESTS_BUS_MONITOR_H
 
-#include "private_bus.h"
+#include "kit.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QVector>

@@ -4,7 +4,7 @@
 #ifndef TESTS_BUSCTL_H
 #define TESTS_BUSCTL_H
 
-#include "private_bus.h"
+#include "run.h"
 
 #include <QtDBus/QDBusArgument>
 

@@ -3,7 +3,7 @@
 
 #include "control_calls.h"
 
-#include "process.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
 

@@ -4,9 +4,8 @@
 #ifndef TESTS_CONTROL_EVENTS_H
 #define TESTS_CONTROL_EVENTS_H
 
+#include "kit.h"
 #include "record_rows.h"
-#include "simulator.h"
-#include "waiting.h"
 
 #include "DBus/names_p.h"
 

@@ -4,7 +4,7 @@
 #ifndef TESTS_OUTCOMES_H
 #define TESTS_OUTCOMES_H
 
-#include "waiting.h"
+#include "kit.h"
 
 #include <Ostrel/WindowManagement>
 

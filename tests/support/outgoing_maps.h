@@ -4,8 +4,7 @@
 #ifndef TESTS_OUTGOING_MAPS_H
 #define TESTS_OUTGOING_MAPS_H
 
-#include "private_bus.h"
-#include "process.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
 #include "DBus/outgoing_message_p.h"

@@ -4,7 +4,7 @@
 #ifndef TESTS_PEER_H
 #define TESTS_PEER_H
 
-#include "private_bus.h"
+#include "kit.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVariantList>

@@ -3,7 +3,7 @@
 
 #include "program_help.h"
 
-#include "process.h"
+#include "run.h"
 
 #include <QtCore/QRegularExpression>
 

@@ -5,7 +5,7 @@
 #define TESTS_SERVICE_MONITOR_H
 
 #include "bus_monitor.h"
-#include "simulator.h"
+#include "kit.h"
 
 #include <QtCore/QStringList>
 

@@ -4,7 +4,7 @@
 #ifndef TESTS_WATCHER_H
 #define TESTS_WATCHER_H
 
-#include "process.h"
+#include "run.h"
 
 #include <QtCore/QStringList>
 

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
+#include "kit.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <optional>
 
@@ -108,9 +109,8 @@ void TestTaskInvokerBuses::endOfOneBusLeavesTheOther()
     TaskInvoker onSystem(TaskInvoker::SystemBus, type);
     waitUntilReady(onSession);
     waitUntilReady(onSystem);
-    const MethodFaults starts =
-        m_systemSimulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
-    const MethodFaults registration =
+    const Faults starts = m_systemSimulator->faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults registration =
         m_systemSimulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     starts.holdNext(1);
     registration.holdNext(1);

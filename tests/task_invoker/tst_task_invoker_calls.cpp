@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
@@ -13,7 +14,7 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // What start() and stop() send, and when their callbacks run.
-class TestTaskInvokerCalls : public SimulatorTest
+class TestTaskInvokerCalls : public QuietTest
 {
     Q_OBJECT
 
@@ -31,11 +32,11 @@ private Q_SLOTS:
     void unsendableMapsAreNotSent();
 
 private:
-    MethodFaults starts() const
+    Faults starts() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     }
-    MethodFaults stops() const
+    Faults stops() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
     }
@@ -90,7 +91,7 @@ void TestTaskInvokerCalls::stopIsOneMessage()
 
 void TestTaskInvokerCalls::callsDoNotWaitForTheRegistration()
 {
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
-#include "waiting.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QThread>
 
@@ -54,7 +54,7 @@ const std::vector<Request> &requests()
 } // namespace
 
 // What an invoker says of itself, and callbacks that have a context.
-class TestTaskInvokerContexts : public SimulatorTest
+class TestTaskInvokerContexts : public QuietTest
 {
     Q_OBJECT
 
@@ -110,7 +110,7 @@ void TestTaskInvokerContexts::initTestCase()
 
 void TestTaskInvokerContexts::init()
 {
-    SimulatorTest::init();
+    QuietTest::init();
     m_thread.start();
 }
 
@@ -118,12 +118,12 @@ void TestTaskInvokerContexts::cleanup()
 {
     m_thread.quit();
     m_thread.wait();
-    SimulatorTest::cleanup();
+    QuietTest::cleanup();
 }
 
 std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request &request) const
 {
-    const MethodFaults faults(m_simulator, request.interface, request.method);
+    const Faults faults = m_simulator.faults(request.interface, request.method);
     faults.holdNext(1);
     auto invoker = std::make_unique<TaskInvoker>(TaskInvoker::SessionBus, "sync");
     if (QString(request.name) != "onReady") {
@@ -134,7 +134,7 @@ std::unique_ptr<TaskInvoker> TestTaskInvokerContexts::makeInvoker(const Request 
 
 void TestTaskInvokerContexts::release(const Request &request) const
 {
-    const MethodFaults faults(m_simulator, request.interface, request.method);
+    const Faults faults = m_simulator.faults(request.interface, request.method);
     faults.waitForHeld(1);
     faults.release({0});
 }

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QPointer>
 
@@ -38,7 +39,7 @@ void deleteIn(TaskInvoker *invoker, bool active)
 
 // Slots and callbacks may delete the invoker that runs them. The sanitizers see whether anything is
 // used after it is deleted.
-class TestTaskInvokerDeletion : public SimulatorTest
+class TestTaskInvokerDeletion : public QuietTest
 {
     Q_OBJECT
 
@@ -54,7 +55,7 @@ private Q_SLOTS:
     void invokerMayBeDeletedWhileASlotRunsAnEventLoop();
 
 private:
-    MethodFaults registration() const
+    Faults registration() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }

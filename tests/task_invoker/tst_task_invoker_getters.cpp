@@ -1,9 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "test_main.h"
-
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 
 #include <limits>
 

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QPointer>
 #include <QtCore/QSemaphore>
@@ -31,7 +32,7 @@ TaskInvoker *newInvoker(TaskInvoker::BusType bus = TaskInvoker::SessionBus)
 
 // Invokers are deleted at every stage, and live in any thread. The sanitizers see whether anything
 // is leaked, or used after it is deleted.
-class TestTaskInvokerLifetimes : public SimulatorTest
+class TestTaskInvokerLifetimes : public QuietTest
 {
     Q_OBJECT
 
@@ -48,11 +49,11 @@ private Q_SLOTS:
     void invokerWorksInAnyThread();
 
 private:
-    MethodFaults registration() const
+    Faults registration() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
-    MethodFaults starts() const
+    Faults starts() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     }
@@ -142,7 +143,8 @@ void TestTaskInvokerLifetimes::callsInFlightAreDropped()
     unsendable.insert("k", QVariant());
     invoker->start("photos", {}, unsendable, [held](int, const Error &) { ++*held; });
     invoker->stop("none", [held](const Error &) { ++*held; });
-    starts().waitForHeld(2);
+    // No event loop runs here.
+    m_simulator.desk("WaitForHeld", {OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start", 2U});
     // The watchers belong to the invoker.
     QCOMPARE(invoker->children().size(), 4);
     if (arrived) {

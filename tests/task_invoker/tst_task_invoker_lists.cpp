@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
+#include "run.h"
 #include "task_invokers.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QVariantMap>
 
@@ -17,7 +19,7 @@ const QString type = "other";
 } // namespace
 
 // The service announces lists of tasks, and the invoker reports them.
-class TestTaskInvokerLists : public SimulatorTest
+class TestTaskInvokerLists : public QuietTest
 {
     Q_OBJECT
 
@@ -218,7 +220,7 @@ void TestTaskInvokerLists::startAndStopChangeTheLists()
 
 void TestTaskInvokerLists::changesBeforeTheReplyAreApplied()
 {
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, type);

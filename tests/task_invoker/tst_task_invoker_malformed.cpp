@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 using Ostrel::TaskInvoker;
 
@@ -79,7 +80,7 @@ void addValues()
 } // namespace
 
 // Properties hold values of any type. Nothing crashes, hangs or is logged.
-class TestTaskInvokerMalformed : public SimulatorTest
+class TestTaskInvokerMalformed : public QuietTest
 {
     Q_OBJECT
 

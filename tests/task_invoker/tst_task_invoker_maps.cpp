@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -24,7 +25,7 @@ static_assert(std::is_convertible_v<const Hints &, const QVariantMap &>);
 static_assert(sizeof(Hints) == sizeof(QVariantMap) && sizeof(StartupInfo) == sizeof(QVariantMap));
 
 // What the maps of a start hold, and what they are on the wire.
-class TestTaskInvokerMaps : public SimulatorTest
+class TestTaskInvokerMaps : public QuietTest
 {
     Q_OBJECT
 

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <memory>
 
@@ -19,7 +20,7 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 } // namespace
 
 // Each ready callback runs once, whatever the outcome of the registration.
-class TestTaskInvokerReady : public SimulatorTest
+class TestTaskInvokerReady : public QuietTest
 {
     Q_OBJECT
 
@@ -45,7 +46,7 @@ private:
     // Makes the service answer with this outcome.
     void prepare(const QString &outcome) const;
 
-    MethodFaults registration() const
+    Faults registration() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }

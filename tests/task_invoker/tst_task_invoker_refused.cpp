@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "error_names.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QScopeGuard>
@@ -25,7 +26,7 @@ const QString oneTask = "2 AvailableTasks a(sa{sv}) 1 a 0 ActiveTasks a(sia{sv})
 } // namespace
 
 // A registration fails: the callbacks receive the reason, it is logged, and the lists stay.
-class TestTaskInvokerRefused : public SimulatorTest
+class TestTaskInvokerRefused : public QuietTest
 {
     Q_OBJECT
 
@@ -47,7 +48,7 @@ private Q_SLOTS:
     void warningsAreOfTheDefaultCategory();
 
 private:
-    MethodFaults registration() const
+    Faults registration() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMetaMethod>
@@ -13,7 +14,7 @@
 using Ostrel::TaskInvoker;
 
 // An invoker registers its type. Creating and deleting it puts nothing else on the bus.
-class TestTaskInvokerRegistration : public SimulatorTest
+class TestTaskInvokerRegistration : public QuietTest
 {
     Q_OBJECT
 
@@ -104,7 +105,7 @@ void TestTaskInvokerRegistration::invokerRegistersItsTypeOnce()
 
 void TestTaskInvokerRegistration::constructionDoesNotWaitForTheReply()
 {
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
@@ -248,7 +249,7 @@ void TestTaskInvokerRegistration::invalidTaskTypesAreSentToo()
     const QString invalidPath = QString("1 \"Invalid object path: %1\"").arg(sessionPath(type));
     const QString refused = QString("4 \"\"%1\" makes no object path\"").arg(type);
 
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     const Warnings warnings;

@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "error_names.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QPoint>
 #include <QtDBus/QDBusArgument>
@@ -12,7 +13,7 @@
 using Ostrel::TaskInvoker;
 
 // What the callbacks of start() and stop() receive for each reply of the service.
-class TestTaskInvokerReplies : public SimulatorTest
+class TestTaskInvokerReplies : public QuietTest
 {
     Q_OBJECT
 
@@ -31,11 +32,11 @@ private Q_SLOTS:
     void simulatorRefusesWrongTasks();
 
 private:
-    MethodFaults starts() const
+    Faults starts() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     }
-    MethodFaults stops() const
+    Faults stops() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
     }

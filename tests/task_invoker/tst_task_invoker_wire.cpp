@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 
@@ -14,7 +15,7 @@
 using Ostrel::TaskInvoker;
 
 // busctl, which shares no code with the library, sees the calls of a task invoker.
-class TestTaskInvokerWire : public SimulatorTest
+class TestTaskInvokerWire : public QuietTest
 {
     Q_OBJECT
 

@@ -4,10 +4,11 @@
 #include "busctl.h"
 #include "control_calls.h"
 #include "files.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>

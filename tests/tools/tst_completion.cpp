@@ -4,17 +4,18 @@
 #include "busctl.h"
 #include "files.h"
 #include "program_help.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 
 // What bash offers after the names of the programs.
-class TestCompletion : public SimulatorTest
+class TestCompletion : public QuietTest
 {
     Q_OBJECT
 

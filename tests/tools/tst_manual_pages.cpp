@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
+#include "kit.h"
 #include "program_help.h"
-#include "simulator.h"
-#include "test_main.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>

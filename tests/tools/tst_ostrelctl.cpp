@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <optional>
 
@@ -109,13 +111,13 @@ void TestOstrelctl::windowFails()
     const QStringList arguments = QString("window main 2 3 4").split(' ');
     const QString errors = QString("error: %1: no \"luck\"\n").arg(name);
 
-    m_simulator->windowStatus().failNext(error, "no \"luck\"");
+    m_simulator->faults(Method::UpdateWindowStatus).failNext(error, "no \"luck\"");
     const Result plain = run(OSTRELCTL, arguments);
     QCOMPARE(plain.output, "255\n");
     QCOMPARE(plain.errors, errors);
     QCOMPARE(plain.exitStatus, 1);
 
-    m_simulator->windowStatus().failNext(error, "no \"luck\"");
+    m_simulator->faults(Method::UpdateWindowStatus).failNext(error, "no \"luck\"");
     const Result json = run(OSTRELCTL, arguments + QStringList("--json"));
     QCOMPARE(json.output,
              QString("{\"error\":{\"code\":%1,\"message\":\"no \\\"luck\\\"\",\"name\":\"%2\"},"
@@ -129,7 +131,8 @@ void TestOstrelctl::windowFails()
 // For the library, an error reply with this name is a success.
 void TestOstrelctl::windowSucceedsWithAnErrorNamedNoError()
 {
-    m_simulator->windowStatus().failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");
+    m_simulator->faults(Method::UpdateWindowStatus)
+        .failNext(OSTREL_SERVICE_NAME ".Error.NoError", "text");
     const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
     QCOMPARE(result.output, "255\n");
     QCOMPARE(result.errors, QString());
@@ -138,7 +141,7 @@ void TestOstrelctl::windowSucceedsWithAnErrorNamedNoError()
 
 void TestOstrelctl::errorsStayOnOneLine()
 {
-    m_simulator->windowStatus().failNext("a.b", "two\nlines\x1b[1m ü");
+    m_simulator->faults(Method::UpdateWindowStatus).failNext("a.b", "two\nlines\x1b[1m ü");
     const Result result = run(OSTRELCTL, QString("window main 2 3 4").split(' '));
     QCOMPARE(result.errors, "error: Failed: two\\nlines\\x1b[1m ü\n");
 }

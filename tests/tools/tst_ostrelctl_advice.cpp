@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 namespace
 {
@@ -158,7 +160,7 @@ void TestOstrelctlAdvice::noAdviceForErrorsOfTheService()
     const PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    simulator.windowStatus().failNext(error, "no");
+    simulator.faults(Method::UpdateWindowStatus).failNext(error, "no");
     const Result result = ostrelctl("window main 1 2 3");
     QTEST(result.errors, "errors");
     QCOMPARE(result.exitStatus, 1);
@@ -170,10 +172,10 @@ void TestOstrelctlAdvice::noAdviceForAnActivatableService()
     const QTemporaryDir folder;
     writeFile(folder.filePath(OSTREL_SERVICE_NAME ".service"),
               "[D-BUS Service]\nName=" OSTREL_SERVICE_NAME "\nExec=/bin/false\n");
-    const bool isBroker = BusProcess::kind() == BusProcess::DBusBroker;
+    const bool isBroker = busKind() == DBusBroker;
     const auto bus = isBroker
-        ? BusProcess::broker(folder, quotasOfSessionBus(), OSTREL_SERVICE_NAME)
-        : BusProcess::daemon(folder, "<servicedir>" + folder.path() + "</servicedir>");
+        ? brokerIn(folder.path(), quotasOfSessionBus(), OSTREL_SERVICE_NAME)
+        : BusProcess::daemon(folder.path(), "<servicedir>" + folder.path() + "</servicedir>");
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus->address().toUtf8());
     const Result result = ostrelctl("ps");
     QCOMPARE(result.errors,
@@ -184,11 +186,11 @@ void TestOstrelctlAdvice::noAdviceForAnActivatableService()
 
 void TestOstrelctlAdvice::noAdviceWhenTheBusDoesNotReply()
 {
-    if (BusProcess::kind() == BusProcess::DBusBroker) {
+    if (busKind() == DBusBroker) {
         QSKIP("Only the configuration of dbus-daemon makes a bus refuse a call to itself");
     }
     const QTemporaryDir folder;
-    const auto bus = BusProcess::daemon(folder,
+    const auto bus = BusProcess::daemon(folder.path(),
                                         "<policy context=\"mandatory\">"
                                         "<deny send_interface=\"org.freedesktop.DBus\""
                                         " send_member=\"NameHasOwner\"/></policy>");

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -13,7 +14,7 @@
 #include <clocale>
 
 // The commands of application control, as users type them and scripts read them.
-class TestOstrelctlControl : public SimulatorTest
+class TestOstrelctlControl : public QuietTest
 {
     Q_OBJECT
 
@@ -36,7 +37,7 @@ private Q_SLOTS:
 private:
     static Result ostrelctl(const QStringList &arguments);
 
-    MethodFaults next(const char *method) const
+    Faults next(const char *method) const
     {
         return m_simulator.faults(OSTREL_CONTROL_INTERFACE, method);
     }

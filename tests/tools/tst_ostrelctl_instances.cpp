@@ -3,16 +3,17 @@
 
 #include "busctl.h"
 #include "files.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 
 // Which instance a running application belongs to. The service does not say it, but the simulator
 // does.
-class TestOstrelctlInstances : public SimulatorTest
+class TestOstrelctlInstances : public QuietTest
 {
     Q_OBJECT
 
@@ -119,8 +120,7 @@ void TestOstrelctlInstances::terminateHintsAtTheInstances()
 
 void TestOstrelctlInstances::terminateWaitsAMomentForItsHint()
 {
-    const MethodFaults list =
-        m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
+    const Faults list = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
     list.ignoreNext();
     list.ignoreNext();
     Process longer(OSTRELCTL, {"ps", "--timeout", "20"});

@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -15,7 +16,7 @@
 #include <csignal>
 
 // The commands for tasks, as users type them and scripts read them.
-class TestOstrelctlTask : public SimulatorTest
+class TestOstrelctlTask : public QuietTest
 {
     Q_OBJECT
 
@@ -39,11 +40,11 @@ private Q_SLOTS:
 
 private:
     static Result ostrelctl(const QString &arguments);
-    MethodFaults registration() const
+    Faults registration() const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     }
-    MethodFaults next(const char *method) const
+    Faults next(const char *method) const
     {
         return m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, method);
     }

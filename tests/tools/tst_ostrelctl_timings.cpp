@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -60,7 +61,7 @@ private Q_SLOTS:
     void wrongOptionsAreReported();
 
 private:
-    MethodFaults next(const char *method) const
+    Faults next(const char *method) const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
     }

@@ -1,12 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
+#include "test_bus.h"
 #include "trace_texts.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 
@@ -41,7 +43,7 @@ private:
     // Starts to record, and returns when nothing is missed any more.
     std::unique_ptr<Watcher> record(const QStringList &options = {}) const;
 
-    MethodFaults next(const char *method) const
+    Faults next(const char *method) const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
     }
@@ -220,11 +222,11 @@ void TestOstrelctlTrace::recordsTheOutOfMemoryKiller()
 
 void TestOstrelctlTrace::goesOnWithoutTheRightToMonitor()
 {
-    if (BusProcess::kind() == BusProcess::DBusBroker) {
+    if (busKind() == DBusBroker) {
         QSKIP("dbus-broker is given no policy");
     }
     m_simulator.reset();
-    m_bus.emplace(PrivateBus::PassedOn, PrivateBus::Nobody);
+    m_bus.emplace(PrivateBus::SessionBus, monitorsRefused());
     m_simulator.emplace(*m_bus);
     m_simulator->start();
     Watcher watcher({"trace", "-o", path()});

@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "process.h"
-#include "test_main.h"
+#include "run.h"
 #include "trace_texts.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
+#include "test_bus.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <csignal>
 #include <optional>
@@ -58,7 +60,7 @@ private:
 
     void emitSignal(const QString &member, const QString &instance, uint state = 0) const;
 
-    MethodFaults list() const
+    Faults list() const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
     }

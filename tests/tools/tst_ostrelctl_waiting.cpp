@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <csignal>
 #include <memory>
@@ -39,7 +41,7 @@ QStringList wordsOf(const char *arguments)
 } // namespace
 
 // The service does not answer, and the user does not wait.
-class TestOstrelctlWaiting : public SimulatorTest
+class TestOstrelctlWaiting : public QuietTest
 {
     Q_OBJECT
 
@@ -83,7 +85,7 @@ void TestOstrelctlWaiting::interruptEndsARequestAtOnce()
 {
     QFETCH(const int, index);
     const Request &request = requests.at(std::size_t(index));
-    const MethodFaults faults = m_simulator.faults(request.interface, request.method);
+    const Faults faults = m_simulator.faults(request.interface, request.method);
     faults.holdNext(1);
     Process process(OSTRELCTL, wordsOf(request.arguments));
     process.start();

@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "stamp.h"
-#include "test_main.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -42,7 +43,7 @@ const QString watching = // clazy:exclude=non-pod-global-static
 } // namespace
 
 // The command that follows the applications, and commands whose bus ends or hangs.
-class TestOstrelctlWatch : public SimulatorTest
+class TestOstrelctlWatch : public QuietTest
 {
     Q_OBJECT
 
@@ -166,7 +167,7 @@ void TestOstrelctlWatch::startEndsWithTheBus()
     PrivateBus bus;
     Simulator simulator(bus);
     simulator.start();
-    const MethodFaults faults = simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
+    const Faults faults = simulator.faults(OSTREL_CONTROL_INTERFACE, "Start");
     faults.holdNext(1);
     Process start(OSTRELCTL, {"start", "a.b"});
     start.start();

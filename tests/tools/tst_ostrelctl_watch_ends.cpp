@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
+#include "test_bus.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <csignal>
 #include <optional>
@@ -175,7 +177,7 @@ void TestOstrelctlWatchEnds::taskWatchGoesOnIfANewServiceEndsAtOnce()
     QCOMPARE(watcher.readEvent(), "service        not available");
     ::kill(pid_t(watcher.processId()), SIGSTOP);
     m_simulator->start();
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     ::kill(pid_t(watcher.processId()), SIGCONT);
@@ -194,7 +196,7 @@ void TestOstrelctlWatchEnds::taskWatchGoesOnIfANewServiceEndsAtOnce()
 void TestOstrelctlWatchEnds::taskWatchFailsIfTheFirstServiceEndsAtOnce()
 {
     m_simulator->start();
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     registration.holdNext(1);
     Watcher watcher(words("task watch maintenance"));
@@ -226,7 +228,7 @@ void TestOstrelctlWatchEnds::endOfTheBusIsAnError()
     QFETCH(const QString, lastLine);
     QFETCH(const bool, json);
     m_simulator->start();
-    const MethodFaults registration =
+    const Faults registration =
         m_simulator->faults(OSTREL_TASK_INVOKER_INTERFACE, "RegisterInvoker");
     if (lastLine.isEmpty()) {
         registration.holdNext(1);

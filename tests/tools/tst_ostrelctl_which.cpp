@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 
@@ -120,6 +121,7 @@ void TestOstrelctlWhich::hintsAtTheRootFolderOfTheProcess()
     QVERIFY(pid > 0);
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("OSTREL_ROOTFS");
     if (!rootFs.isEmpty()) {
         environment.insert("OSTREL_ROOTFS", rootFs);
     }

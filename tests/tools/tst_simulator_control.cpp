@@ -3,11 +3,12 @@
 
 #include "control_calls.h"
 #include "files.h"
+#include "kit.h"
 #include "service_monitor.h"
-#include "simulator.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusArgument>
 

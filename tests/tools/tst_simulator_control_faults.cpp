@@ -4,11 +4,12 @@
 #include "busctl.h"
 #include "control_calls.h"
 #include "files.h"
+#include "kit.h"
 #include "service_monitor.h"
-#include "simulator.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QElapsedTimer>
 #include <QtDBus/QDBusArgument>
@@ -57,7 +58,7 @@ private Q_SLOTS:
     void callsAreLogged();
 
 private:
-    MethodFaults faults(const char *method) const
+    Faults faults(const char *method) const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
     }

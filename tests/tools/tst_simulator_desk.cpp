@@ -3,11 +3,12 @@
 
 #include "busctl.h"
 #include "control_calls.h"
+#include "quiet_test.h"
 #include "service_monitor.h"
-#include "simulator_test.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -72,7 +73,7 @@ QVariantList valuesOfBytes(int count)
 } // namespace
 
 // The fault desk also sends any signals, and plays a system short of memory.
-class TestSimulatorDesk : public SimulatorTest
+class TestSimulatorDesk : public QuietTest
 {
     Q_OBJECT
 

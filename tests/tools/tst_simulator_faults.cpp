@@ -3,10 +3,11 @@
 
 #include "busctl.h"
 #include "outcomes.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QElapsedTimer>
 #include <QtDBus/QDBusPendingCall>
@@ -14,7 +15,7 @@
 using Ostrel::WindowManagement;
 
 // What each fault of the desk does to its calls, and to no others, and which arguments are refused.
-class TestSimulatorFaults : public SimulatorTest
+class TestSimulatorFaults : public QuietTest
 {
     Q_OBJECT
 
@@ -36,7 +37,7 @@ private Q_SLOTS:
 
 void TestSimulatorFaults::failNextFailsOneCall()
 {
-    m_simulator.windowStatus().failNext("a.b.C", "text");
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b.C", "text");
     QCOMPARE(reportWindow().error.message(), "text");
     QVERIFY(!reportWindow().error);
     // A call that fails has no effect, but is logged.
@@ -45,10 +46,10 @@ void TestSimulatorFaults::failNextFailsOneCall()
 
 void TestSimulatorFaults::faultsAreUsedInOrder()
 {
-    m_simulator.windowStatus().failNext("a.b", "first");
-    m_simulator.windowStatus().answerNext({77U});
-    m_simulator.windowStatus().delayNext(0);
-    m_simulator.windowStatus().failNext("a.b", "last");
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "first");
+    m_simulator.faults(Method::UpdateWindowStatus).answerNext({77U});
+    m_simulator.faults(Method::UpdateWindowStatus).delayNext(0);
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "last");
     QCOMPARE(reportWindow().error.message(), "first");
     QCOMPARE(reportWindow().state, 77U);
     QCOMPARE(reportWindow("w", 5).state, 5U);
@@ -58,7 +59,7 @@ void TestSimulatorFaults::faultsAreUsedInOrder()
 
 void TestSimulatorFaults::delayedCallsAreAnsweredLater()
 {
-    m_simulator.windowStatus().delayNext(200);
+    m_simulator.faults(Method::UpdateWindowStatus).delayNext(200);
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(reportWindow("w", 3).state, 3U);
@@ -100,7 +101,7 @@ void TestSimulatorFaults::wrongAnswersAreSentUnchanged()
 
 void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
 {
-    m_simulator.windowStatus().ignoreNext();
+    m_simulator.faults(Method::UpdateWindowStatus).ignoreNext();
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
@@ -112,22 +113,22 @@ void TestSimulatorFaults::ignoredCallsAreNeverAnswered()
 
 void TestSimulatorFaults::heldAnswersAreSentInTheRequestedOrder()
 {
-    m_simulator.windowStatus().holdNext(4);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(4);
     WindowManagement windows;
     Outcomes outcomes;
     for (int status = 0; status < 4; ++status) {
         windows.updateWindowStatus("w", status, 0, 0, this, outcomes.callback());
     }
-    m_simulator.windowStatus().waitForHeld(4);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(4);
     // The next call is not held.
     QCOMPARE(reportWindow("w", 9).state, 9U);
     QCOMPARE(outcomes.size(), 0);
 
-    m_simulator.windowStatus().release({3, 1});
+    m_simulator.faults(Method::UpdateWindowStatus).release({3, 1});
     outcomes.waitFor(2);
     // Two calls remain, which now have the numbers 0 and 1.
-    m_simulator.windowStatus().release({1});
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).release({1});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     outcomes.waitFor(4);
     QVector<quint32> states;
     for (int i = 0; i < 4; ++i) {
@@ -151,7 +152,7 @@ void TestSimulatorFaults::waitingEndsWhenTheCallComes()
 
 void TestSimulatorFaults::dyingEndsTheProcess()
 {
-    m_simulator.windowStatus().dieInNext();
+    m_simulator.faults(Method::UpdateWindowStatus).dieInNext();
     QVERIFY(reportWindow().error);
     QCOMPARE(m_simulator.waitForEnd(), 1);
     m_simulator.start();
@@ -160,16 +161,16 @@ void TestSimulatorFaults::dyingEndsTheProcess()
 
 void TestSimulatorFaults::resetForgetsEverything()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     const QObject context;
     windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
-    m_simulator.windowStatus().waitForHeld(1);
-    m_simulator.windowStatus().delayNext(300);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).delayNext(300);
     windows.updateWindowStatus("w", 1, 2, 3, &context, outcomes.callback());
-    m_simulator.windowStatus().waitForCalls(2);
-    m_simulator.windowStatus().failNext("a.b", "forgotten");
+    m_simulator.faults(Method::UpdateWindowStatus).waitForCalls(2);
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "forgotten");
     m_simulator.reset();
 
     QVERIFY(m_simulator.calls().isEmpty());
@@ -183,7 +184,7 @@ void TestSimulatorFaults::resetForgetsEverything()
     reportWindow();
     const int earlier = outcomes.size();
     // When a later delay has passed, the forgotten one would have as well.
-    m_simulator.windowStatus().delayNext(400);
+    m_simulator.faults(Method::UpdateWindowStatus).delayNext(400);
     QVERIFY(!reportWindow().error);
     QCOMPARE(outcomes.size(), earlier);
 }

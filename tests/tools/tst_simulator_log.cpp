@@ -3,13 +3,14 @@
 
 #include "busctl.h"
 #include "outcomes.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 
+#include <Ostrel/Testing/Main>
+
 // The simulator remembers the calls that it received and the windows that were reported.
-class TestSimulatorLog : public SimulatorTest
+class TestSimulatorLog : public QuietTest
 {
     Q_OBJECT
 
@@ -110,7 +111,7 @@ void TestSimulatorLog::logHoldsCallsOfTheStandardInterfaces()
 void TestSimulatorLog::clearCallsEmptiesOnlyTheLog()
 {
     reportWindow();
-    m_simulator.windowStatus().failNext("a.b", "kept");
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "kept");
     QCOMPARE(m_simulator.desk("ClearCalls").type(), QDBusMessage::ReplyMessage);
     QVERIFY(m_simulator.calls().isEmpty());
     QCOMPARE(reportWindow().error.message(), "kept");
@@ -123,7 +124,7 @@ void TestSimulatorLog::windowsAreRemembered()
     reportWindow("b", 1, 2, 3);
     reportWindow("a", 4, 5, 6);
     reportWindow("b", 7, 8, -9);
-    m_simulator.windowStatus().failNext("a.b", "no effect");
+    m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "no effect");
     reportWindow("a", 0, 0, 0);
     QCOMPARE(windows(), "{\"type\":\"a(siii)\",\"data\":[[[\"a\",4,5,6],[\"b\",7,8,-9]]]}");
 }

@@ -4,12 +4,13 @@
 #include "busctl.h"
 #include "control_calls.h"
 #include "files.h"
+#include "kit.h"
 #include "process_handle.h"
 #include "service_monitor.h"
-#include "simulator.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMap>

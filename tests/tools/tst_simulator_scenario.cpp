@@ -3,12 +3,13 @@
 
 #include "control_calls.h"
 #include "files.h"
+#include "kit.h"
 #include "outcomes.h"
 #include "service_monitor.h"
-#include "simulator.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QElapsedTimer>
 #include <QtDBus/QDBusConnection>
@@ -376,7 +377,7 @@ void TestSimulatorScenario::stepComesBeforeAFaultOfTheDesk()
 {
     start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"answer": [1]}]})");
     begin();
-    m_simulator->windowStatus().answerNext({2U});
+    m_simulator->faults(Method::UpdateWindowStatus).answerNext({2U});
     QCOMPARE(reportWindow().state, 1U);
     QCOMPARE(reportWindow().state, 2U);
 }

@@ -3,13 +3,14 @@
 
 #include "control_calls.h"
 #include "files.h"
+#include "kit.h"
 #include "outcomes.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>

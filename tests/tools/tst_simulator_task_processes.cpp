@@ -3,13 +3,14 @@
 
 #include "busctl.h"
 #include "files.h"
+#include "kit.h"
 #include "process_handle.h"
-#include "simulator.h"
 #include "task_invokers.h"
 #include "task_texts.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 

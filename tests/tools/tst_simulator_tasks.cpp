@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "bus_monitor.h"
-#include "bus_process.h"
 #include "busctl.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -27,7 +28,7 @@ QString pathOf(const QString &type)
 } // namespace
 
 // The simulator's tasks. busctl calls them, which shares no code with the simulator.
-class TestSimulatorTasks : public SimulatorTest
+class TestSimulatorTasks : public QuietTest
 {
     Q_OBJECT
 
@@ -287,7 +288,7 @@ void TestSimulatorTasks::propertiesCanOnlyBeRead()
 
 void TestSimulatorTasks::faultsCanBeArrangedBeforeThereIsASession()
 {
-    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     starts.failNext("a.b", "arranged");
     starts.answerNext({42});
     registered("maintenance");

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "termination.h"
-#include "test_main.h"
+
+#include <Ostrel/Testing/Main>
+#include <Ostrel/Testing/waiting.h>
 
 #include <QtTest/QSignalSpy>
 
@@ -40,7 +42,7 @@ void TestTermination::signalsComeFromTheEventLoop()
     QCOMPARE(std::raise(number), 0);
     QCOMPARE(requested.size(), 0);
     QVERIFY(Termination::wasRequested());
-    waitUntil([&] { return !requested.isEmpty(); });
+    Ostrel::Testing::waitUntil([&] { return !requested.isEmpty(); });
 }
 
 // The child inherits the handler, which must do nothing there.

@@ -2,13 +2,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl_messages.h"
-#include "test_main.h"
 #include "trace_reader.h"
 #include "trace_recorder.h"
 #include "trace_texts.h"
 #include "trace_writer.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

@@ -3,11 +3,12 @@
 
 #include "application_texts.h"
 #include "busctl.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusMetaType>
 
@@ -19,7 +20,7 @@ using Ostrel::ServiceState;
 
 // Another process sends and receives the records. busctl writes and reads them, and shares no code
 // with Qt.
-class TestApplicationRecords : public SimulatorTest
+class TestApplicationRecords : public QuietTest
 {
     Q_OBJECT
 

@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator.h"
-#include "test_main.h"
+#include "kit.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QLoggingCategory>

@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "bus_process.h"
 #include "outgoing_maps.h"
-#include "test_main.h"
+#include "test_bus.h"
 
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QLineF>
 #include <QtDBus/QDBusArgument>

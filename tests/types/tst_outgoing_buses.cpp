@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "bus_process.h"
 #include "outgoing_maps.h"
 #include "task_invokers.h"
-#include "test_main.h"
+#include "test_bus.h"
 #include "warnings.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusUnixFileDescriptor>
 
@@ -44,7 +44,7 @@ QVariantMap descriptors(int count)
 std::unique_ptr<BusProcess> daemonAt(const QString &address, const QTemporaryDir &folder,
                                      const QString &busType)
 {
-    return BusProcess::daemonAt(address, folder,
+    return BusProcess::daemonAt(address, folder.path(),
                                 "<type>" + busType
                                     + "</type>"
                                       "<listen>unix:tmpdir=/tmp</listen>"
@@ -92,8 +92,8 @@ private:
 
 void TestOutgoingBuses::initTestCase()
 {
-    m_systemBus = BusProcess::kind() == BusProcess::DBusBroker
-        ? BusProcess::broker(m_systemFolder, quotasOfSystemBus())
+    m_systemBus = busKind() == DBusBroker
+        ? brokerIn(m_systemFolder.path(), quotasOfSystemBus())
         : daemonAt("unix:path=" + m_systemFolder.filePath("bus"), m_systemFolder, "system");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus->address().toUtf8());
     // A TCP bus passes on no file descriptors. Only dbus-daemon has one.

@@ -1,15 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "bus_process.h"
 #include "outgoing_maps.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "test_bus.h"
 #include "variant_containers.h"
 #include "warnings.h"
 
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
@@ -52,7 +53,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Steps & /*steps*/
 
 // Maps hold types and containers of the caller. QtDBus can send most of them, and aborts the
 // process on some.
-class TestOutgoingContainers : public SimulatorTest
+class TestOutgoingContainers : public QuietTest
 {
     Q_OBJECT
 
@@ -89,7 +90,7 @@ void TestOutgoingContainers::initTestCase()
 void TestOutgoingContainers::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
-    SimulatorTest::cleanup();
+    QuietTest::cleanup();
 }
 
 void TestOutgoingContainers::sendableContainersArrive_data()

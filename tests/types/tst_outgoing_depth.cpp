@@ -1,14 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "bus_process.h"
+#include "kit.h"
 #include "outgoing_maps.h"
-#include "private_bus.h"
-#include "test_main.h"
+#include "test_bus.h"
 #include "warnings.h"
 
 #include "DBus/nesting_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>

@@ -3,13 +3,14 @@
 
 #include "busctl.h"
 #include "outgoing_maps.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QUrl>
 #include <QtDBus/QDBusArgument>
@@ -43,7 +44,7 @@ Q_DECLARE_METATYPE(Nothing)
 
 // Callers pass maps. What can be sent arrives. What cannot be sent is found before it costs the
 // process its life or its bus.
-class TestOutgoingMap : public SimulatorTest
+class TestOutgoingMap : public QuietTest
 {
     Q_OBJECT
 
@@ -78,7 +79,7 @@ void TestOutgoingMap::initTestCase()
 void TestOutgoingMap::cleanup()
 {
     QVERIFY(QDBusConnection::sessionBus().isConnected());
-    SimulatorTest::cleanup();
+    QuietTest::cleanup();
 }
 
 void TestOutgoingMap::sendableValuesAreUnchanged_data()

@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "kit.h"
 #include "outgoing_maps.h"
-#include "private_bus.h"
-#include "test_main.h"
 
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>

@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 #include "DBus/pending_call_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <optional>
 
@@ -38,7 +39,7 @@ QStringList outcomeOf(const QDBusPendingCall &call)
 } // namespace
 
 // Calls that have finished before anyone watches them.
-class TestPendingCall : public SimulatorTest
+class TestPendingCall : public QuietTest
 {
     Q_OBJECT
 
@@ -166,11 +167,12 @@ void TestPendingCall::repliesAreHandledInTheirOrder()
         order.append(QString::number(reply.value()));
     };
     watchPendingCall<Reply>(finishedCall(), &context, handler);
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     QDBusPendingCall second = sentCall(2);
     watchPendingCall<Reply>(second, &context, handler);
-    m_simulator.windowStatus().waitForHeld(1);
-    m_simulator.windowStatus().release({0});
+    // No event loop runs here.
+    m_simulator.desk("WaitForHeld", {OSTREL_WINDOW_MANAGEMENT_INTERFACE, "UpdateWindowStatus", 1U});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     second.waitForFinished();
     QCOMPARE(order, QStringList());
     waitUntil([&] { return order.size() == 2; });

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "peer.h"
-#include "test_main.h"
+#include "test_bus.h"
 #include "warnings.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QThread>
 #include <QtDBus/QDBusUnixFileDescriptor>

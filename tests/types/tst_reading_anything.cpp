@@ -4,11 +4,13 @@
 #include "application_texts.h"
 #include "peer.h"
 #include "task_texts.h"
-#include "test_main.h"
+#include "test_bus.h"
 #include "warnings.h"
 
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonDocument>
 #include <QtDBus/QDBusMetaType>

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "application_texts.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 using Ostrel::ApplicationKind;
 using Ostrel::ApplicationState;
@@ -33,7 +34,7 @@ template <> RunningService filled()
 
 // Application records are read from values of any type. busctl sends them, and shares no code with
 // Qt.
-class TestReadingApplications : public SimulatorTest
+class TestReadingApplications : public QuietTest
 {
     Q_OBJECT
 

@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "quiet_test.h"
 #include "record_rows.h"
-#include "simulator_test.h"
-#include "test_main.h"
 
 #include "DBus/types_json_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonDocument>
 
@@ -28,7 +29,7 @@ QString unsupported(const char *signature)
 
 // JSON values are read from values of any type. busctl sends them. It shares no code with Qt, and
 // can send types that Qt never writes.
-class TestReadingJson : public SimulatorTest
+class TestReadingJson : public QuietTest
 {
     Q_OBJECT
 

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "process.h"
-#include "test_main.h"
+#include "run.h"
 #include "warnings.h"
 
 #include "DBus/types_p.h"
 #include "Ostrel/control_p.h"
 #include "Ostrel/task_invoker_p.h"
 
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QJsonArray>

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_texts.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusMetaType>
 
@@ -46,7 +47,7 @@ ActiveTask oldActiveTask()
 
 // Another process sends and receives the task records. busctl writes and reads them, and shares no
 // code with Qt.
-class TestTaskRecords : public SimulatorTest
+class TestTaskRecords : public QuietTest
 {
     Q_OBJECT
 

@@ -2,13 +2,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "busctl.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
 #include "DBus/types_json_p.h"
 #include "DBus/types_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
@@ -63,7 +64,7 @@ int levelsOf(const QString &logged)
 } // namespace
 
 // JSON values arrive in another process, where busctl reads them. It shares no code with Qt.
-class TestWritingJson : public SimulatorTest
+class TestWritingJson : public QuietTest
 {
     Q_OBJECT
 

@@ -3,12 +3,12 @@
 
 #include "error_names.h"
 #include "outcomes.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
 
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QMetaObject>
@@ -23,7 +23,7 @@ using Ostrel::Error;
 using Ostrel::WindowManagement;
 
 // A program reports the status of its windows. The service answers from its own process.
-class TestWindowManagement : public SimulatorTest
+class TestWindowManagement : public QuietTest
 {
     Q_OBJECT
 
@@ -116,15 +116,15 @@ void TestWindowManagement::sendsItsArgumentsUnchanged()
 
 void TestWindowManagement::returnsBeforeTheCallback()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     int callbacks = 0;
     const auto count = [&callbacks](ApplicationState, const Error &) { ++callbacks; };
     windows.updateWindowStatus("w", 1, 2, 3, this, count);
 
     // The reply is there, but only the event loop brings it.
-    m_simulator.windowStatus().waitForHeld(1);
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     QCOMPARE(callbacks, 0);
     waitUntil([&] { return callbacks == 1; });
 }
@@ -143,7 +143,7 @@ void TestWindowManagement::callbackReceivesTheState_data()
 void TestWindowManagement::callbackReceivesTheState()
 {
     QFETCH(quint32, state);
-    m_simulator.windowStatus().answerNext({state});
+    m_simulator.faults(Method::UpdateWindowStatus).answerNext({state});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, state);
     QCOMPARE(outcome.error.code(), Error::NoError);
@@ -153,7 +153,7 @@ void TestWindowManagement::callbackReceivesTheState()
 
 void TestWindowManagement::furtherValuesInAReplyAreAccepted()
 {
-    m_simulator.windowStatus().answerNext({2U, "more", 3U});
+    m_simulator.faults(Method::UpdateWindowStatus).answerNext({2U, "more", 3U});
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 2U);
     QVERIFY(!outcome.error);
@@ -188,7 +188,7 @@ void TestWindowManagement::otherRepliesAreFailures_data()
 void TestWindowManagement::otherRepliesAreFailures()
 {
     QFETCH(QVariantList, values);
-    m_simulator.windowStatus().answerNext(values);
+    m_simulator.faults(Method::UpdateWindowStatus).answerNext(values);
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QCOMPARE(outcome.error.code(), Error::Failed);
@@ -209,7 +209,7 @@ void TestWindowManagement::serviceErrorsAreMapped_data()
 void TestWindowManagement::serviceErrorsAreMapped()
 {
     QFETCH(QString, name);
-    m_simulator.windowStatus().failNext(name, "the service says so");
+    m_simulator.faults(Method::UpdateWindowStatus).failNext(name, "the service says so");
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.state, 255U);
     QTEST(int(outcome.error.code()), "code");
@@ -239,7 +239,7 @@ void TestWindowManagement::eachCallGetsItsCallbackOnce()
 
 void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
 {
-    m_simulator.windowStatus().holdNext(3);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(3);
     WindowManagement windows;
     QStringList order;
     for (const int status : {10, 11, 12}) {
@@ -248,8 +248,8 @@ void TestWindowManagement::callbacksRunInTheOrderOfTheReplies()
                 order.append(QString("%1:%2:%3").arg(status).arg(state).arg(error.code()));
             });
     }
-    m_simulator.windowStatus().waitForHeld(3);
-    m_simulator.windowStatus().release({2, 0, 1});
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(3);
+    m_simulator.faults(Method::UpdateWindowStatus).release({2, 0, 1});
     waitUntil([&] { return order.size() == 3; });
     QCOMPARE(order, (QStringList{"12:12:0", "10:10:0", "11:11:0"}));
 }
@@ -268,7 +268,8 @@ void TestWindowManagement::emptyCallbackThrows()
 #endif
     QFETCH(bool, fails);
     if (fails) {
-        m_simulator.windowStatus().failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
+        m_simulator.faults(Method::UpdateWindowStatus)
+            .failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "no");
     }
     // Qt warns of exceptions in event handlers; the library logs nothing.
     const Warnings warnings;

@@ -3,9 +3,10 @@
 
 #include "other_thread.h"
 #include "outcomes.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QSemaphore>
 #include <QtCore/QThread>
@@ -18,7 +19,7 @@ using Ostrel::WindowManagement;
 
 // Clients and contexts are deleted at every stage of a call, and contexts live in other threads.
 // The sanitizers see whether anything is leaked, or used after it is deleted.
-class TestWindowManagementLifetimes : public SimulatorTest
+class TestWindowManagementLifetimes : public QuietTest
 {
     Q_OBJECT
 
@@ -44,29 +45,29 @@ private Q_SLOTS:
 
 void TestWindowManagementLifetimes::contextMayBeDeletedBeforeTheReply()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
     // The watcher belongs to the context.
     QCOMPARE(context->children().size(), 1);
     context.reset();
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
 }
 
 void TestWindowManagementLifetimes::contextMayBeDeletedBeforeTheReplyIsHandled()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto context = std::make_unique<QObject>();
     windows.updateWindowStatus("w", 1, 2, 3, context.get(), outcomes.callback());
-    m_simulator.windowStatus().waitForHeld(1);
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     context.reset();
     reportWindow();
     QCOMPARE(outcomes.size(), 0);
@@ -74,27 +75,27 @@ void TestWindowManagementLifetimes::contextMayBeDeletedBeforeTheReplyIsHandled()
 
 void TestWindowManagementLifetimes::clientMayBeDeletedBeforeTheReply()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     auto windows = std::make_unique<WindowManagement>();
     Outcomes outcomes;
     windows->updateWindowStatus("w", 5, 0, 0, this, outcomes.callback());
-    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
     windows.reset();
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
 }
 
 void TestWindowManagementLifetimes::callbackIsCopied()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     Outcomes outcomes;
     auto callback = outcomes.callback();
     windows.updateWindowStatus("w", 5, 0, 0, this, callback);
     callback = nullptr;
-    m_simulator.windowStatus().waitForHeld(1);
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     outcomes.waitFor(1);
     QCOMPARE(outcomes.at(0).state, 5U);
     // The watcher is deleted.
@@ -112,7 +113,7 @@ void TestWindowManagementLifetimes::callbackMayDeleteEverything()
 {
     QFETCH(bool, failing);
     if (failing) {
-        m_simulator.windowStatus().failNext("a.b", "text");
+        m_simulator.faults(Method::UpdateWindowStatus).failNext("a.b", "text");
     }
     auto *windows = new WindowManagement;
     auto *context = new QObject;
@@ -182,7 +183,8 @@ void TestWindowManagementLifetimes::callbackRunsInTheThreadOfItsContext()
 
 void TestWindowManagementLifetimes::errorsReachAContextInAnotherThread()
 {
-    m_simulator.windowStatus().failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
+    m_simulator.faults(Method::UpdateWindowStatus)
+        .failNext("org.freedesktop.DBus.Error.NotSupported", "not here");
     OtherThread other;
     WindowManagement windows;
     QSemaphore done;
@@ -200,7 +202,7 @@ void TestWindowManagementLifetimes::errorsReachAContextInAnotherThread()
 
 void TestWindowManagementLifetimes::contextInAnotherThreadMayBeDeleted()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     OtherThread other;
     WindowManagement windows;
     // Only the callback holds it, so it goes with the callback.
@@ -208,12 +210,12 @@ void TestWindowManagementLifetimes::contextInAnotherThreadMayBeDeleted()
     const std::weak_ptr<int> watched = held;
     windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
-    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
     other.destroyObject();
     QCOMPARE(*held, 0);
     held.reset();
     QVERIFY(watched.expired());
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     reportWindow();
 }
 
@@ -233,7 +235,7 @@ void TestWindowManagementLifetimes::callbackInAnotherThreadMayDeleteItsContext()
 // The thread has no event loop any more: deleting the context ends the call.
 void TestWindowManagementLifetimes::contextOutlivesItsThread()
 {
-    m_simulator.windowStatus().holdNext(1);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(1);
     WindowManagement windows;
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> watched = held;
@@ -241,9 +243,9 @@ void TestWindowManagementLifetimes::contextOutlivesItsThread()
     windows.updateWindowStatus("w", 1, 2, 3, other.object(),
                                [held](ApplicationState, const Error &) { ++*held; });
     held.reset();
-    m_simulator.windowStatus().waitForHeld(1);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(1);
     other.end();
-    m_simulator.windowStatus().release({0});
+    m_simulator.faults(Method::UpdateWindowStatus).release({0});
     reportWindow();
     QVERIFY(!watched.expired());
     delete other.object();
@@ -270,13 +272,13 @@ void TestWindowManagementLifetimes::contextsMayBeDeletedWhileRepliesArrive()
 void TestWindowManagementLifetimes::callsFailWhenTheServiceEnds()
 {
     constexpr int held = 20;
-    m_simulator.windowStatus().holdNext(held);
+    m_simulator.faults(Method::UpdateWindowStatus).holdNext(held);
     WindowManagement windows;
     Outcomes outcomes;
     for (int i = 0; i < held; ++i) {
         windows.updateWindowStatus("w", i, 0, 0, this, outcomes.callback());
     }
-    m_simulator.windowStatus().waitForHeld(held);
+    m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(held);
     QCOMPARE(m_simulator.end(), 0);
     outcomes.waitFor(held);
     m_simulator.start();

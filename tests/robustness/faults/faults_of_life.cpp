@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "fault.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
 

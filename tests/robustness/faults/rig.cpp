@@ -3,6 +3,8 @@
 
 #include "rig.h"
 
+#include "test_bus.h"
+
 #include "DBus/names_p.h"
 
 #include <QtCore/QCoreApplication>
@@ -35,7 +37,8 @@ Rig::Rig(Bus bus, QDBusConnection::BusType type)
     const QByteArray session = qgetenv(sessionBus);
     QByteArray address("unix:path=/nonexistent/bus");
     if (bus != NoBus) {
-        m_bus.emplace(bus == WithStrictBus ? PrivateBus::Refused : PrivateBus::PassedOn);
+        m_bus.emplace(PrivateBus::SessionBus,
+                      bus == WithStrictBus ? unrequestedRefused() : QString());
         address = m_bus->address().toUtf8();
     }
     // A private bus makes itself the session bus.

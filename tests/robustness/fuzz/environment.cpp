@@ -3,7 +3,7 @@
 
 #include "environment.h"
 
-#include "../../support/test_folder.h"
+#include "Ostrel/Testing/process_folder_p.h"
 #include "require.h"
 
 #include <QtCore/QCoreApplication>
@@ -49,8 +49,7 @@ void prepareProcess(std::initializer_list<const char *> expected)
     static std::array<char *, 2> arguments{name.data(), nullptr};
     static int count = 1;
     // The fuzzer exits without destroying anything.
-    static const TestFolder folder;
-    qputenv("TMPDIR", folder.path());
+    qputenv("TMPDIR", Ostrel::Testing::processFolder());
     // Without GLib's dispatcher, an execution takes half the time.
     qputenv("QT_NO_GLIB", "1");
     static auto *application = new QCoreApplication(count, arguments.data());

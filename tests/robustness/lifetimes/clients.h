@@ -4,12 +4,12 @@
 #ifndef TESTS_LIFETIMES_CLIENTS_H
 #define TESTS_LIFETIMES_CLIENTS_H
 
-#include "../../support/waiting.h"
-
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/waiting.h>
 #include <Ostrel/WindowManagement>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QStringList>
 
 #include <iostream>
@@ -70,7 +70,7 @@ public:
     // Writes so many events, sorted, because their order on the bus is not fixed.
     void sayEvents(int count)
     {
-        waitUntil([this, count] { return m_events.size() >= count; });
+        Ostrel::Testing::waitUntil([this, count] { return m_events.size() >= count; });
         m_events.sort();
         say(m_events.join(", "));
         m_events.clear();

@@ -3,13 +3,12 @@
 
 #include "application_texts.h"
 #include "memory_figures.h"
-#include "simulator_test.h"
-#include "test_main.h"
-#include "waiting.h"
+#include "quiet_test.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <vector>
 
@@ -19,7 +18,7 @@ using Ostrel::RunningApplication;
 using Ostrel::RunningService;
 
 // Many records, signals and requests.
-class TestControlLoad : public SimulatorTest
+class TestControlLoad : public QuietTest
 {
     Q_OBJECT
 
@@ -93,8 +92,8 @@ void TestControlLoad::tenThousandRequestsInFlightAreAnswered()
 {
     Control control;
     const auto ask = [this, &control](int count) {
-        const MethodFaults terminate = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate");
-        terminate.holdNext(uint(count));
+        const Faults terminate = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Terminate");
+        terminate.holdNext(count);
         int answered = 0;
         MemoryFigures figures;
         for (int i = 0; i < count; ++i) {
@@ -106,10 +105,10 @@ void TestControlLoad::tenThousandRequestsInFlightAreAnswered()
                 ++answered;
             });
         }
-        terminate.waitForHeld(uint(count));
+        terminate.waitForHeld(count);
         const qint64 inFlight = figures.growth();
-        QList<uint> order;
-        for (uint i = 0; i < uint(count); ++i) {
+        QVector<int> order;
+        for (int i = 0; i < count; ++i) {
             order.append(i);
         }
         terminate.release(order);

@@ -3,11 +3,11 @@
 
 #include "memory_figures.h"
 #include "outcomes.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QEventLoop>
 
@@ -23,7 +23,7 @@ using Ostrel::WindowManagement;
 
 // Very many calls: each gets its own answer, and all memory is freed. OSTREL_LONG_TESTS in the
 // environment makes them ten times as many.
-class TestLoad : public SimulatorTest
+class TestLoad : public QuietTest
 {
     Q_OBJECT
 
@@ -162,7 +162,7 @@ void TestLoad::tenThousandReportsInFlightAreAnswered()
         std::vector<int> answers(count, 0);
         QVector<int> order;
         order.reserve(count);
-        m_simulator.windowStatus().holdNext(count);
+        m_simulator.faults(Method::UpdateWindowStatus).holdNext(count);
         for (int i = 0; i < count; ++i) {
             windows.updateWindowStatus("w", i, 0, 0, this,
                                        [&, i](ApplicationState state, const Error &error) {
@@ -173,14 +173,14 @@ void TestLoad::tenThousandReportsInFlightAreAnswered()
                                            order.append(i);
                                        });
         }
-        m_simulator.windowStatus().waitForHeld(count);
+        m_simulator.faults(Method::UpdateWindowStatus).waitForHeld(count);
         QCOMPARE(order.size(), 0);
         // The last call is answered first.
-        QList<uint> reversed;
+        QVector<int> reversed;
         for (uint i = count; i > 0; --i) {
-            reversed.append(i - 1);
+            reversed.append(int(i) - 1);
         }
-        m_simulator.windowStatus().release(reversed);
+        m_simulator.faults(Method::UpdateWindowStatus).release(reversed);
         waitUntil([&] { return order.size() >= count; });
         // There is no second answer to any of them.
         Outcomes marker;

@@ -2,14 +2,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_events.h"
+#include "kit.h"
 #include "memory_figures.h"
 #include "outcomes.h"
-#include "simulator.h"
 #include "task_invokers.h"
-#include "test_main.h"
 #include "warnings.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtDBus/QDBusServiceWatcher>
 #include <QtTest/QSignalSpy>
@@ -77,10 +78,10 @@ void TestLoadRestarts::everyRestartedServiceIsReached()
     for (int i = 0; i < restarts; ++i) {
         const QString number = QString::number(i);
         // A call that is lost with the service.
-        m_simulator->windowStatus().holdNext(1);
+        m_simulator->faults(Method::UpdateWindowStatus).holdNext(1);
         Outcomes outcomes;
         windows.updateWindowStatus("w", 1, 2, 3, this, outcomes.callback());
-        m_simulator->windowStatus().waitForHeld(1);
+        m_simulator->faults(Method::UpdateWindowStatus).waitForHeld(1);
         QCOMPARE(m_simulator->end(), 0);
         outcomes.waitFor(1);
         QCOMPARE(outcomes.at(0).error.code(), Error::Failed);

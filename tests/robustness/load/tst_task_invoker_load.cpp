@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "memory_figures.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
+#include "test_bus.h"
 #include "warnings.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <algorithm>
 #include <memory>
@@ -17,7 +19,7 @@ using Ostrel::Error;
 using Ostrel::TaskInvoker;
 
 // Very many invokers, calls, tasks and callbacks: nothing is lost, mixed up or reported twice.
-class TestTaskInvokerLoad : public SimulatorTest
+class TestTaskInvokerLoad : public QuietTest
 {
     Q_OBJECT
 
@@ -69,7 +71,7 @@ void TestTaskInvokerLoad::thousandInvokersBecomeReady()
 void TestTaskInvokerLoad::tenThousandStartsInFlightAreAnswered()
 {
     constexpr int count = 10000;
-    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);
     // The task runs already, so the simulator answers each call at once.
@@ -91,9 +93,9 @@ void TestTaskInvokerLoad::tenThousandStartsInFlightAreAnswered()
     starts.waitForHeld(count);
     QCOMPARE(order.size(), 0);
     // The last call is answered first.
-    QList<uint> reversed;
+    QVector<int> reversed;
     for (uint i = count; i > 0; --i) {
-        reversed.append(i - 1);
+        reversed.append(int(i) - 1);
     }
     starts.release(reversed);
     waitUntil([&] { return order.size() >= count; });
@@ -173,7 +175,7 @@ void TestTaskInvokerLoad::thousandChangesArrive()
 void TestTaskInvokerLoad::serviceEndsWithManyCallsInFlight()
 {
     constexpr int held = 20;
-    const MethodFaults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
     starts.holdNext(held);
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     waitUntilReady(invoker);

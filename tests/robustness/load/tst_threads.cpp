@@ -3,14 +3,14 @@
 
 #include "control_calls.h"
 #include "memory_figures.h"
-#include "simulator_test.h"
+#include "quiet_test.h"
 #include "task_invokers.h"
-#include "test_main.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
+#include <Ostrel/Testing/Main>
 #include <Ostrel/WindowManagement>
 
 #include <QtCore/QDeadlineTimer>
@@ -125,7 +125,7 @@ private:
 
 // Threads that use the library at once, beside what the program itself does on the bus.
 // OSTREL_LONG_TESTS in the environment makes them go on for half a minute.
-class TestThreads : public SimulatorTest
+class TestThreads : public QuietTest
 {
     Q_OBJECT
 

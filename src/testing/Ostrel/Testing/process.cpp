@@ -3,8 +3,14 @@
 
 #include "process.h"
 
+#include "end_of_test_p.h"
+#include "waiting.h"
+
 #include <csignal>
 #include <sys/prctl.h>
+
+namespace Ostrel::Testing
+{
 
 Process::Process(const QString &program, const QStringList &arguments)
 {
@@ -21,9 +27,9 @@ QString Process::readLine()
 {
     setReadChannel(StandardOutput);
     while (!canReadLine()) {
-        if (!waitForReadyRead(forever)) {
-            qFatal("%s printed no line: %s", qPrintable(program()),
-                   readAllStandardError().constData());
+        if (!waitForReadyRead(waitLimit())) {
+            endTest(QStringLiteral("%1 printed no line: %2")
+                        .arg(program(), QString::fromUtf8(readAllStandardError())));
         }
     }
     return QString::fromUtf8(QProcess::readLine()).chopped(1);
@@ -34,7 +40,7 @@ int Process::end()
     if (state() != NotRunning) {
         // A stopped process ends only after it continues. Later, this could take away the signal
         // with which the leak check stops a process that ends.
-        ::kill(pid_t(processId()), SIGCONT);
+        ::kill(static_cast<pid_t>(processId()), SIGCONT);
         terminate();
     }
     return waitForEnd();
@@ -42,11 +48,11 @@ int Process::end()
 
 int Process::waitForEnd()
 {
-    if (state() != NotRunning) {
-        waitForFinished(forever);
+    if (state() != NotRunning && !waitForFinished(waitLimit()) && state() != NotRunning) {
+        endTest(QStringLiteral("%1 does not end").arg(program()));
     }
     if (error() == FailedToStart) {
-        qFatal("%s does not start: %s", qPrintable(program()), qPrintable(errorString()));
+        endTest(QStringLiteral("%1 does not start: %2").arg(program(), errorString()));
     }
     return exitStatus() == NormalExit ? exitCode() : -1;
 }
@@ -56,13 +62,4 @@ void Process::setupChildProcess()
     prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
-Result run(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment)
-{
-    Process process(program, arguments);
-    process.setProcessEnvironment(environment);
-    process.start();
-    const int exitStatus = process.waitForEnd();
-    return {exitStatus, QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
+} // namespace Ostrel::Testing

@@ -1,14 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "simulator_test.h"
+#include "quiet_test.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusConnection>
 #include <QtTest/QTest>
 
-SimulatorTest::SimulatorTest()
+QuietTest::QuietTest()
 {
+    // These tests know what is on which bus.
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
     m_simulator.start();
     // Until the event loop has run once, messages may come in another order, and QtDBus does not
     // notice the end of the bus.
@@ -16,15 +18,16 @@ SimulatorTest::SimulatorTest()
     QCoreApplication::processEvents();
 }
 
-void SimulatorTest::init()
+void QuietTest::init()
 {
+    SimulatorTest::init();
     m_warnings.emplace();
 }
 
-void SimulatorTest::cleanup()
+void QuietTest::cleanup()
 {
     const QStringList warnings = m_warnings->texts();
     m_warnings.reset();
-    m_simulator.reset();
+    SimulatorTest::cleanup();
     QCOMPARE(warnings, QStringList());
 }

@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "test_folder.h"
+#include "process_folder_p.h"
+
+#include "end_of_test_p.h"
 
 #include <QtCore/QDir>
 
@@ -11,6 +13,9 @@
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+namespace Ostrel::Testing
+{
 
 namespace
 {
@@ -29,14 +34,14 @@ namespace
     _exit(127);
 }
 
-} // namespace
-
-TestFolder::TestFolder()
-    : m_path(QDir::tempPath().toLocal8Bit() + "/ostrel-test-XXXXXX")
+QByteArray makeFolder()
 {
+    QByteArray path = QDir::tempPath().toLocal8Bit() + "/ostrel-test-XXXXXX";
     std::array<int, 2> pipe{};
-    if (mkdtemp(m_path.data()) == nullptr || pipe2(pipe.data(), O_CLOEXEC) != 0) {
-        qFatal("there is no folder for the test");
+    if (mkdtemp(path.data()) == nullptr || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        endTest(QStringLiteral("The test cannot make a folder in %1: %2. Set TMPDIR to a folder "
+                               "that it can write to.")
+                    .arg(QDir::tempPath(), qt_error_string()));
     }
     // It becomes an orphan, so whoever kills this process and its children does not kill it.
     const pid_t parent = fork();
@@ -44,11 +49,22 @@ TestFolder::TestFolder()
         setsid();
         if (fork() == 0) {
             close(pipe[1]);
-            removeLater(pipe[0], m_path.constData());
+            removeLater(pipe[0], path.constData());
         }
         _exit(0);
     }
     waitpid(parent, nullptr, 0);
     close(pipe[0]);
     // The other end stays open until the process ends.
+    return path;
 }
+
+} // namespace
+
+QByteArray processFolder()
+{
+    static const QByteArray path = makeFolder();
+    return path;
+}
+
+} // namespace Ostrel::Testing

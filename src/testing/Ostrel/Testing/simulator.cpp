@@ -1,0 +1,282 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator.h"
+
+#include "end_of_test_p.h"
+#include "method_names_p.h"
+#include "process_folder_p.h"
+#include "waiting.h"
+#include "waiting_p.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusPendingCall>
+#include <QtDBus/QDBusReply>
+
+#include <atomic>
+#include <limits>
+
+namespace Ostrel::Testing
+{
+
+namespace
+{
+
+QVector<Call> readCalls(const QDBusArgument &argument)
+{
+    QVector<Call> calls;
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        Call call;
+        argument.beginStructure();
+        argument >> call.path >> call.interface >> call.member >> call.signature >> call.arguments;
+        argument.endStructure();
+        calls.append(call);
+    }
+    argument.endArray();
+    return calls;
+}
+
+QString connectionName()
+{
+    static std::atomic<int> count{0};
+    return QStringLiteral("ostrel-testing-%1").arg(++count);
+}
+
+QDBusMessage deskCall(const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
+        QStringLiteral(OSTREL_SIMULATOR_INTERFACE), method);
+    call.setArguments(arguments);
+    return call;
+}
+
+} // namespace
+
+Simulator::Simulator(const PrivateBus &bus, const QStringList &options, const char *program,
+                     const char *catalogue)
+    : m_address(bus.address())
+    , m_options(options)
+    , m_program(QFile::decodeName(program))
+    , m_catalogue(QFile::decodeName(catalogue))
+    , m_folder(QFile::decodeName(processFolder() + "/simulator-XXXXXX"))
+    , m_connection(QDBusConnection::connectToBus(m_address, connectionName()))
+{
+}
+
+Simulator::~Simulator()
+{
+    QDBusConnection::disconnectFromBus(m_connection.name());
+}
+
+void Simulator::setCatalogue(const Catalogue &catalogue)
+{
+    m_catalogue = m_folder.filePath(QStringLiteral("catalogue.json"));
+    QFile file(m_catalogue);
+    if (!file.open(QIODevice::WriteOnly)) {
+        endTest(
+            QStringLiteral("The test cannot write %1: %2.").arg(m_catalogue, file.errorString()));
+    }
+    file.write(QJsonDocument(catalogue.toJson()).toJson());
+}
+
+void Simulator::setCatalogueFile(const QString &path)
+{
+    m_catalogue = path;
+}
+
+void Simulator::start()
+{
+    if (m_process && m_process->state() != QProcess::NotRunning) {
+        if (isServing()) {
+            return;
+        }
+        // It is about to end.
+        m_process->waitForEnd();
+    }
+    QStringList options{QStringLiteral("--address"), m_address};
+    if (!m_catalogue.isEmpty()) {
+        options += {QStringLiteral("--catalogue"), m_catalogue};
+    }
+    m_process = std::make_unique<Process>(m_program, options + m_options);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), m_folder.path());
+    m_process->setProcessEnvironment(environment);
+    m_process->start();
+    if (!m_process->waitForStarted(-1)) {
+        endTest(QStringLiteral("The simulator does not start: there is no program %1. Install the "
+                               "package ostrel-simulator.")
+                    .arg(m_program));
+    }
+    m_process->readLine();
+    qputenv("OSTREL_ROOTFS",
+            QFile::encodeName(order(QStringLiteral("RootFs")).constFirst().toString()));
+    waitUntilKnown();
+}
+
+int Simulator::end()
+{
+    return m_process ? m_process->end() : 0;
+}
+
+void Simulator::restart()
+{
+    end();
+    start();
+}
+
+int Simulator::waitForEnd() const
+{
+    return process().waitForEnd();
+}
+
+void Simulator::reset() const
+{
+    if (isServing()) {
+        order(QStringLiteral("Reset"));
+    }
+}
+
+Faults Simulator::faults(Method method) const
+{
+    const MethodNames names = namesOf(method);
+    return {*this, names.interface, names.member};
+}
+
+Faults Simulator::faults(const QString &interface, const QString &member) const
+{
+    return {*this, interface, member};
+}
+
+QVector<Call> Simulator::calls() const
+{
+    return readCalls(order(QStringLiteral("Calls")).constFirst().value<QDBusArgument>());
+}
+
+void Simulator::clearCalls() const
+{
+    order(QStringLiteral("ClearCalls"));
+}
+
+void Simulator::emitStarted(const QString &appInstanceId, const QVariantMap &details) const
+{
+    emitControlSignal(QStringLiteral("Started"), {appInstanceId, details});
+}
+
+void Simulator::emitTerminated(const QString &appInstanceId, const QVariantMap &details) const
+{
+    emitControlSignal(QStringLiteral("Terminated"), {appInstanceId, details});
+}
+
+void Simulator::emitStateChanged(const QString &appInstanceId, quint32 state) const
+{
+    emitControlSignal(QStringLiteral("StateChanged"),
+                      {appInstanceId, QVariantMap{{QStringLiteral("State"), state}}});
+}
+
+void Simulator::emitSignal(const QString &path, const QString &interface, const QString &member,
+                           const QVariantList &arguments) const
+{
+    order(QStringLiteral("Emit"),
+          {QVariant::fromValue(QDBusObjectPath(path)), interface, member, QVariant(arguments)});
+}
+
+void Simulator::killByOom(const QString &appInstanceId) const
+{
+    order(QStringLiteral("KillByOom"), {appInstanceId});
+}
+
+QDBusMessage Simulator::desk(const QString &method, const QVariantList &arguments) const
+{
+    return m_connection.call(deskCall(method, arguments), QDBus::Block, waitLimit());
+}
+
+Process &Simulator::process() const
+{
+    if (!m_process) {
+        endTest(QStringLiteral("The simulator has no process. Call start() first."));
+    }
+    return *m_process;
+}
+
+// The bus knows of the end of a program before it tells anybody, and before the program is gone.
+bool Simulator::isServing() const
+{
+    return m_connection.isConnected()
+        && m_connection.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
+}
+
+void Simulator::waitUntilKnown()
+{
+    // Until the event loop runs, QtDBus holds back what a new connection of the main thread
+    // receives. It has queued the end of that to the application.
+    if (QCoreApplication::instance() != nullptr) {
+        QCoreApplication::sendPostedEvents(QCoreApplication::instance(), QEvent::MetaCall);
+    }
+    // These are Qt's names; by them, a connection that does not exist yet is not made. The reply to
+    // the first call comes after the news of the service, and to the second after QtDBus has dealt
+    // with it.
+    for (const char *name : {"qt_default_session_bus", "qt_default_system_bus"}) {
+        const QDBusConnection connection{QString::fromLatin1(name)};
+        for (int i = 0; i < 2 && connection.isConnected(); ++i) {
+            connection.call(QDBusMessage::createMethodCall(
+                                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
+                                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")),
+                            QDBus::Block, waitLimit());
+        }
+    }
+}
+
+QVariantList Simulator::order(const QString &method, const QVariantList &arguments) const
+{
+    const QDBusMessage reply = desk(method, arguments);
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        endTest(
+            isServing()
+                ? QStringLiteral("The fault desk refuses %1: %2").arg(method, reply.errorMessage())
+                : QStringLiteral("%1: the simulator does not run. Call start() first.")
+                      .arg(method));
+    }
+    return reply.arguments();
+}
+
+bool Simulator::wait(const QString &method, const QVariantList &arguments,
+                     const QString &what) const
+{
+    const QDBusPendingCall waiting =
+        m_connection.asyncCall(deskCall(method, arguments), std::numeric_limits<int>::max());
+    if (!runLoopUntil([&waiting] { return waiting.isFinished(); })) {
+        QStringList came;
+        const QVector<Call> all = calls();
+        for (const Call &call : all) {
+            came.append(call.text());
+        }
+        failTest(
+            QStringLiteral("%1. These calls came: %2")
+                .arg(waitedFor(what),
+                     came.isEmpty() ? QStringLiteral("none") : came.join(QStringLiteral(", "))));
+        return false;
+    }
+    if (waiting.isError()) {
+        endTest(
+            QStringLiteral("The fault desk refuses %1: %2").arg(method, waiting.error().message()));
+    }
+    return true;
+}
+
+void Simulator::emitControlSignal(const QString &member, const QVariantList &arguments) const
+{
+    emitSignal(QStringLiteral(OSTREL_CONTROL_PATH), QStringLiteral(OSTREL_CONTROL_INTERFACE),
+               member, arguments);
+}
+
+} // namespace Ostrel::Testing

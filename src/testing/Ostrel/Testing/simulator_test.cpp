@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "simulator_test.h"
+
+namespace Ostrel::Testing
+{
+
+void SimulatorTest::init()
+{
+    m_simulator.start();
+}
+
+void SimulatorTest::cleanup()
+{
+    m_simulator.reset();
+}
+
+} // namespace Ostrel::Testing

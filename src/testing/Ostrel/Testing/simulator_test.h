@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#ifndef OSTREL_TESTING_SIMULATOR_TEST_H
+#define OSTREL_TESTING_SIMULATOR_TEST_H
+
+#include <Ostrel/Testing/private_bus.h>
+#include <Ostrel/Testing/simulator.h>
+
+#include <QtCore/QObject>
+
+namespace Ostrel::Testing
+{
+
+/**
+ * A test on a private bus where the simulator runs, in each function as if it were new.
+ *
+ * @code
+ * class TestLauncher : public Ostrel::Testing::SimulatorTest
+ * {
+ *     Q_OBJECT
+ *
+ * private Q_SLOTS:
+ *     void opensTheViewer();
+ * };
+ * @endcode
+ */
+class SimulatorTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    /** Starts the private bus, as session bus and as system bus. */
+    SimulatorTest()
+        : m_simulator(m_bus)
+    {
+    }
+
+    /** Returns the bus. */
+    PrivateBus &bus() { return m_bus; }
+
+    /** Returns the simulator. */
+    Simulator &simulator() { return m_simulator; }
+
+protected Q_SLOTS:
+    /** Starts the simulator if it does not run. QtTest calls this before each function. */
+    void init();
+
+    /** Resets the simulator if it runs. QtTest calls this after each function. */
+    void cleanup();
+
+private:
+    PrivateBus m_bus{PrivateBus::BothBuses};
+    Simulator m_simulator;
+};
+
+} // namespace Ostrel::Testing
+
+#endif
