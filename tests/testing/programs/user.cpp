@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include <Ostrel/Control>
+#include <Ostrel/Testing/Main>
+#include <Ostrel/Testing/SimulatorTest>
+#include <Ostrel/Testing/waiting.h>
+
+#include <QtCore/QSettings>
+#include <QtTest/QTest>
+
+#include <iostream>
+
+using namespace Ostrel::Testing;
+
+namespace
+{
+
+void print(const QString &line)
+{
+    std::cout << qPrintable(line) << std::endl;
+}
+
+} // namespace
+
+// A test of another project. Most functions fail, each in its own way.
+class User : public SimulatorTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void passes();
+    void otherCallsCame();
+    void tooFewCallsCame();
+    void waitsForCalls();
+    void waitsForACondition();
+    void arrangesAFaultOfNoMethod();
+    void asksWithoutASimulator();
+    void asksWithoutAProcess();
+    void startsWithoutItsCatalogue();
+    void printsItsEnvironment();
+    void writesSettings();
+    void hangs();
+};
+
+void User::passes()
+{
+    OSTREL_COMPARE_CALLS(simulator());
+    Ostrel::Control control;
+    QVERIFY(control.isServiceAvailable());
+    simulator()
+        .faults(Method::Start)
+        .failNext(Ostrel::Error::HandlerFailed, QStringLiteral("not today"));
+    QCOMPARE(control.start(QStringLiteral("demo.Viewer")).error.message(),
+             QStringLiteral("not today"));
+    OSTREL_COMPARE_CALLS(simulator(), call(Method::Start).with("demo.Viewer"));
+}
+
+void User::otherCallsCame()
+{
+    Ostrel::Control control;
+    control.start(QStringLiteral("demo.None"));
+    control.terminate(QStringLiteral("x"));
+    OSTREL_COMPARE_CALLS(simulator(), call(Method::Start).with("demo.Viewer"),
+                         call(Method::Terminate).with(anything()));
+    qFatal("a test goes on after calls that differ");
+}
+
+void User::tooFewCallsCame()
+{
+    Ostrel::Control().start(QStringLiteral("demo.None"));
+    OSTREL_COMPARE_CALLS(simulator(), Method::Start, Method::Terminate);
+}
+
+void User::waitsForCalls()
+{
+    Ostrel::Control().start(QStringLiteral("demo.None"));
+    QVERIFY(!simulator().faults(Method::Terminate).waitForCalls(2));
+}
+
+void User::waitsForACondition()
+{
+    QVERIFY(!waitUntil([] { return false; }, QStringLiteral("better times")));
+}
+
+void User::arrangesAFaultOfNoMethod()
+{
+    simulator().faults(QStringLiteral("a.b"), QStringLiteral("C")).ignoreNext();
+}
+
+void User::asksWithoutASimulator()
+{
+    simulator().end();
+    simulator().calls();
+}
+
+void User::asksWithoutAProcess()
+{
+    Simulator other(bus());
+    other.waitForEnd();
+}
+
+void User::startsWithoutItsCatalogue()
+{
+    simulator().setCatalogueFile(QStringLiteral("/nonexistent/catalogue.json"));
+    simulator().restart();
+}
+
+void User::printsItsEnvironment()
+{
+    for (const char *name :
+         {"HOME", "TMPDIR", "XDG_RUNTIME_DIR", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME",
+          "XDG_STATE_HOME", "XAUTHORITY", "WAYLAND_DISPLAY"}) {
+        print(QString::fromLatin1(name) + QLatin1Char('=') + qEnvironmentVariable(name));
+    }
+}
+
+void User::writesSettings()
+{
+    QSettings settings(QStringLiteral("ostrel"), QStringLiteral("user"));
+    settings.setValue(QStringLiteral("key"), 1);
+    settings.sync();
+    QCOMPARE(settings.status(), QSettings::NoError);
+}
+
+void User::hangs()
+{
+    const QVariantMap details = Ostrel::Control().start(QStringLiteral("demo.Viewer")).details;
+    print(QStringLiteral("folder ") + qEnvironmentVariable("HOME"));
+    print(QStringLiteral("process %1").arg(bus().processId()));
+    print(QStringLiteral("process %1").arg(simulator().process().processId()));
+    print(QStringLiteral("process %1").arg(details.value(QStringLiteral("Pid")).toInt()));
+    print(QStringLiteral("ready"));
+    waitUntil([] { return false; });
+}
+
+OSTREL_TEST_MAIN(User)
+
+#include "user.moc"

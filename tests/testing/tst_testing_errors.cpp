@@ -1,0 +1,143 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "run.h"
+
+#include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
+
+// What a test of another project prints when it fails, and when it cannot be run.
+class TestTestingErrors : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void testPasses();
+    void failureIsExplained_data();
+    void failureIsExplained();
+    void limitIsOurs_data();
+    void limitIsOurs();
+    void missingProgramIsNamed_data();
+    void missingProgramIsNamed();
+    void folderThatCannotBeMadeIsNamed();
+
+private:
+    // Runs a function of the program with the simulator in PATH.
+    static Result user(const QString &function, QProcessEnvironment environment);
+    static QProcessEnvironment environment() { return QProcessEnvironment::systemEnvironment(); }
+};
+
+Result TestTestingErrors::user(const QString &function, QProcessEnvironment environment)
+{
+    environment.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + environment.value("PATH"));
+    return run(USER, {function}, environment);
+}
+
+void TestTestingErrors::testPasses()
+{
+    const Result result = user("passes", environment());
+    QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
+}
+
+void TestTestingErrors::failureIsExplained_data()
+{
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("otherCallsCame") << "The calls differ (- expected, + received):\n"
+                                       "- Control1.Start(\"demo.Viewer\")\n"
+                                       "+ Control1.Start(\"demo.None\")\n"
+                                       "  Control1.Terminate(\"x\")\n   Loc: [";
+    QTest::newRow("arrangesAFaultOfNoMethod")
+        << "The fault desk refuses IgnoreNext: The service has no method \"C\" in an interface "
+           "\"a.b\"\n";
+    QTest::newRow("asksWithoutASimulator")
+        << "Calls: the simulator does not run. Call start() first.\n";
+    QTest::newRow("asksWithoutAProcess") << "The simulator has no process. Call start() first.\n";
+    QTest::newRow("startsWithoutItsCatalogue")
+        << "ostrel-simulator printed no line: ostrel-simulator: "
+           "/nonexistent/catalogue.json: No such file or directory\n";
+}
+
+void TestTestingErrors::failureIsExplained()
+{
+    QFETCH(const QString, message);
+    const Result result = user(QTest::currentDataTag(), environment());
+    QVERIFY(result.exitStatus != 0);
+    QVERIFY2(result.output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
+             qPrintable(result.output + result.errors));
+}
+
+// A wait does not hang until something else ends the test.
+void TestTestingErrors::limitIsOurs_data()
+{
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("tooFewCallsCame") << "The test waited 1.6 seconds for the calls. The calls "
+                                        "differ (- expected, + received):\n"
+                                        "  Control1.Start(\"demo.None\")\n"
+                                        "- Control1.Terminate(...)\n   Loc: [";
+    QTest::newRow("waitsForCalls")
+        << "The test waited 1.6 seconds for 2 calls of Control1.Terminate. These calls came: "
+           "Control1.Start(\"demo.None\")\n";
+    QTest::newRow("waitsForACondition") << "The test waited 1.6 seconds for better times\n";
+}
+
+void TestTestingErrors::limitIsOurs()
+{
+    QFETCH(const QString, message);
+    QProcessEnvironment limited = environment();
+    limited.insert("QTEST_FUNCTION_TIMEOUT", "2000");
+    const Result result = user(QTest::currentDataTag(), limited);
+    QVERIFY2(result.output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
+             qPrintable(result.output + result.errors));
+    QCOMPARE(result.exitStatus, 1);
+}
+
+void TestTestingErrors::missingProgramIsNamed_data()
+{
+    QTest::addColumn<QString>("present");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("dbus-daemon") << SIMULATOR
+                                 << "A private message bus needs the program dbus-daemon, which is "
+                                    "not in PATH. Install the package dbus-daemon.\n";
+    QTest::newRow("ostrel-simulator")
+        << QStandardPaths::findExecutable("dbus-daemon")
+        << "The simulator does not start: there is no program ostrel-simulator. Install the "
+           "package ostrel-simulator.\n";
+}
+
+void TestTestingErrors::missingProgramIsNamed()
+{
+    QFETCH(const QString, present);
+    QFETCH(const QString, message);
+    const QTemporaryDir folder;
+    QVERIFY(QFile::link(present, folder.filePath(QFileInfo(present).fileName())));
+    QProcessEnvironment poor = environment();
+    poor.insert("PATH", folder.path());
+    const Result result = run(USER, {"passes"}, poor);
+    QVERIFY2((result.output + result.errors).contains(message),
+             qPrintable(result.output + result.errors));
+    QVERIFY(result.exitStatus != 0);
+}
+
+void TestTestingErrors::folderThatCannotBeMadeIsNamed()
+{
+    QProcessEnvironment full = environment();
+    full.insert("TMPDIR", "/proc");
+    const Result result = user("passes", full);
+    QCOMPARE(result.errors,
+             "The test cannot make a folder in /proc: No such file or directory. Set "
+             "TMPDIR to a folder that it can write to.\n");
+    QVERIFY(result.exitStatus != 0);
+}
+
+OSTREL_TEST_MAIN(TestTestingErrors)
+
+#include "tst_testing_errors.moc"

@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "control_events.h"
+
+#include <Ostrel/Testing/Main>
+#include <Ostrel/Testing/SimulatorTest>
+
+#include <QtCore/QMetaEnum>
+#include <QtCore/QTimer>
+
+// The service of a test: its life, its signals, and its faults.
+class TestTestingSimulator : public Ostrel::Testing::SimulatorTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void signalsArrive();
+    void signalsArriveAfterEachRestart();
+    void startDoesNothingWhileItRuns();
+    void startFollowsADeathAtOnce();
+    void resetWithoutASimulatorDoesNothing();
+    void processesAreFound();
+    void codesBecomeErrors();
+    void errorsMayHoldValues();
+    void callsAreForgotten();
+    void waitForCallsRunsTheEventLoop();
+};
+
+void TestTestingSimulator::signalsArrive()
+{
+    const Ostrel::Control control;
+    const ControlEvents events(control);
+    const QString instance = Ostrel::Control().start("demo.Viewer").appInstanceId;
+    events.waitFor("state " + instance + " 1");
+    simulator().emitStarted("a", {{"Pid", 1}});
+    simulator().emitStateChanged("a", 3);
+    simulator().emitTerminated("a");
+    events.waitFor("terminated a {}");
+    QCOMPARE(events.all().mid(2),
+             (QStringList{"started a {Pid=1}", "state a 3", "terminated a {}"}));
+    simulator().killByOom(instance);
+    events.waitFor("state " + instance + " 2");
+    QVERIFY(events.all().at(5).startsWith("oom "));
+}
+
+// QtDBus would drop a signal that comes before it knows the new service.
+void TestTestingSimulator::signalsArriveAfterEachRestart()
+{
+    const Ostrel::Control control;
+    const ControlEvents events(control);
+    const QString event = "state demo.Viewer.instance_1 1";
+    for (int i = 1; i <= 40; ++i) {
+        simulator().restart();
+        // The signals follow the reply at once.
+        QVERIFY(!Ostrel::Control().start("demo.Viewer").error);
+        QVERIFY(waitUntil([&] { return events.all().count(event) == i; }));
+    }
+}
+
+void TestTestingSimulator::startDoesNothingWhileItRuns()
+{
+    const qint64 process = simulator().process().processId();
+    simulator().start();
+    QCOMPARE(simulator().process().processId(), process);
+}
+
+// The caller knows of the death before its process is gone.
+void TestTestingSimulator::startFollowsADeathAtOnce()
+{
+    Ostrel::Control control;
+    for (int i = 0; i < 20; ++i) {
+        simulator().faults(Method::Terminate).dieInNext();
+        QVERIFY(control.terminate("a"));
+        simulator().start();
+        QCOMPARE(control.terminate("a").code(), Ostrel::Error::ApplicationNotRunning);
+    }
+}
+
+void TestTestingSimulator::resetWithoutASimulatorDoesNothing()
+{
+    QCOMPARE(simulator().end(), 0);
+    simulator().reset();
+    QVERIFY(!Ostrel::Control().isServiceAvailable());
+}
+
+void TestTestingSimulator::processesAreFound()
+{
+    Ostrel::Control control;
+    for (int i = 0; i < 2; ++i) {
+        const int pid = control.start("demo.Viewer").details.value("Pid").toInt();
+        QCOMPARE(control.getAppIdByPid(pid), "demo.Viewer");
+        simulator().restart();
+    }
+}
+
+void TestTestingSimulator::codesBecomeErrors()
+{
+    const auto codes = QMetaEnum::fromType<Ostrel::Error::Code>();
+    Ostrel::Control control;
+    for (int i = 0; i < codes.keyCount(); ++i) {
+        const auto code = static_cast<Ostrel::Error::Code>(codes.value(i));
+        simulator().faults(Method::Terminate).failNext(code, "why");
+        const Ostrel::Error error = control.terminate("a");
+        QCOMPARE(error.code(), code);
+        QCOMPARE(error.message(), "why");
+    }
+}
+
+void TestTestingSimulator::errorsMayHoldValues()
+{
+    simulator().faults(Method::Terminate).failNextWith("a.b", {42});
+    const Ostrel::Error error = Ostrel::Control().terminate("a");
+    QCOMPARE(error.busErrorName(), "a.b");
+    QCOMPARE(error.message(), "42");
+}
+
+void TestTestingSimulator::callsAreForgotten()
+{
+    Ostrel::Control().terminate("a");
+    OSTREL_COMPARE_CALLS(simulator(), Method::Terminate);
+    simulator().clearCalls();
+    QVERIFY(simulator().calls().isEmpty());
+}
+
+// A program may make its calls in its event loop.
+void TestTestingSimulator::waitForCallsRunsTheEventLoop()
+{
+    Ostrel::Control control;
+    const auto callLater = [&control, this] {
+        QTimer::singleShot(0, this, [&control] {
+            control.terminate("a", &control, [](const Ostrel::Error &) {});
+        });
+    };
+    callLater();
+    QVERIFY(simulator().faults(Method::Terminate).waitForCalls());
+    callLater();
+    OSTREL_COMPARE_CALLS(simulator(), Method::Terminate, Method::Terminate);
+    simulator().faults(Method::Terminate).holdNext();
+    callLater();
+    QVERIFY(simulator().faults(Method::Terminate).waitForHeld());
+}
+
+OSTREL_TEST_MAIN(TestTestingSimulator)
+
+#include "tst_testing_simulator.moc"
