@@ -12,5 +12,6 @@
   </xsl:template>
   <xsl:template match="compound[@kind = 'namespace' and name = 'Qt']"/>
   <xsl:template match="compound[@kind = 'class' and (name = 'QObject'
-      or name = 'QAbstractItemModel' or name = 'QAbstractTableModel')]/member"/>
+      or name = 'QAbstractItemModel' or name = 'QAbstractTableModel' or name = 'QIODevice'
+      or name = 'QProcess')]/member"/>
 </xsl:stylesheet>

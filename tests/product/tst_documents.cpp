@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "process.h"
-#include "test_main.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonArray>
@@ -259,14 +260,16 @@ void TestDocuments::examplesInTheHeadersCompile()
     QString functions;
     for (const char *header : {"lib/Ostrel/error", "lib/Ostrel/control", "lib/Ostrel/debug_params",
                                "lib/Ostrel/task_invoker", "lib/Ostrel/window_management",
-                               "models/Ostrel/applications_model", "models/Ostrel/tasks_model"}) {
+                               "models/Ostrel/applications_model", "models/Ostrel/tasks_model",
+                               "testing/Ostrel/Testing/call", "testing/Ostrel/Testing/catalogue",
+                               "testing/Ostrel/Testing/simulator"}) {
         const QString name = QString(header).section('/', -1);
         QString code =
             all("@code\n(.*?)@endcode", readFile(QString(SOURCE_DIR "/src/%1.h").arg(header)))
                 .value(0);
         QVERIFY2(!code.isEmpty(), header);
         code.remove(QRegularExpression("^ \\*", QRegularExpression::MultilineOption));
-        functions += QString("void %1(const Ostrel::Error &error) {\nQ_UNUSED(error)\n%2}\n")
+        functions += QString("void %1Example(const Ostrel::Error &error) {\nQ_UNUSED(error)\n%2}\n")
                          .arg(name, code);
     }
     const QTemporaryDir folder;
@@ -275,16 +278,18 @@ void TestDocuments::examplesInTheHeadersCompile()
               QString("#include <Ostrel/Control>\n#include <Ostrel/TaskInvoker>\n"
                       "#include <Ostrel/applications_model.h>\n#include <Ostrel/tasks_model.h>\n"
                       "#include <Ostrel/WindowManagement>\n#include <QtCore/QDebug>\n"
+                      "#include <Ostrel/Testing/simulator.h>\n"
                       "#include <QtCore/QSortFilterProxyModel>\n"
+                      "using namespace Ostrel::Testing;\nextern Simulator &simulator;\n"
                       "struct Example : QObject {\n%1};\n")
                   .arg(functions));
-    const QString flags = run("pkg-config", {"--cflags", "Qt5Core"}).output.trimmed();
-    const Result result =
-        run(CXX,
-            QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
-                        "-I" FORWARDING_DIR, "-I" SOURCE_DIR "/src/lib",
-                        "-I" SOURCE_DIR "/src/common", "-I" SOURCE_DIR "/src/models", source}
-                + flags.split(' ', Qt::SkipEmptyParts));
+    const QString flags = run("pkg-config", {"--cflags", "Qt5Core", "Qt5DBus"}).output.trimmed();
+    const Result result = run(
+        CXX,
+        QStringList{"-std=c++17", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
+                    "-I" FORWARDING_DIR, "-I" SOURCE_DIR "/src/lib", "-I" SOURCE_DIR "/src/common",
+                    "-I" SOURCE_DIR "/src/models", "-I" SOURCE_DIR "/src/testing", source}
+            + flags.split(' ', Qt::SkipEmptyParts));
     QVERIFY2(result.exitStatus == 0, qPrintable(result.errors));
 }
 

@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "files.h"
-#include "simulator_test.h"
-#include "test_main.h"
+#include "quiet_test.h"
+#include "run.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
@@ -29,7 +31,7 @@ const char *const serviceName = "service: " OSTREL_SERVICE_NAME ".";
 
 // Another project uses an installed library, which has been moved, in three ways. The project is
 // the program in the library's document.
-class TestInstallation : public SimulatorTest
+class TestInstallation : public QuietTest
 {
     Q_OBJECT
 
@@ -83,7 +85,7 @@ void TestInstallation::initTestCase()
 // A folder for each test.
 void TestInstallation::init()
 {
-    SimulatorTest::init();
+    QuietTest::init();
     m_project = m_folder.filePath(QString(QTest::currentTestFunction()) + QTest::currentDataTag());
     QVERIFY(QDir().mkpath(m_project));
 }
@@ -141,6 +143,8 @@ void TestInstallation::installsWhatAProgramNeeds()
     const QString library = LIBDIR "/";
     const QString headers = "include/ostrel-system-qt5/";
     const QString package = library + "cmake/OstrelSystemQt5/";
+    const QString testingHeaders = "include/ostrel-testing-qt5/Ostrel/Testing/";
+    const QString testingPackage = library + "cmake/OstrelTestingQt5/";
     QStringList expected{
         "bin/ostrelctl",
         headers + "DBus/types.h",
@@ -163,6 +167,30 @@ void TestInstallation::installsWhatAProgramNeeds()
         library + "libostrel-system-qt5.so.1",
         library + "libostrel-system-qt5.so.1.0.0",
         library + "pkgconfig/ostrel-system-qt5.pc",
+        testingHeaders + "Catalogue",
+        testingHeaders + "Faults",
+        testingHeaders + "Main",
+        testingHeaders + "PrivateBus",
+        testingHeaders + "Process",
+        testingHeaders + "Simulator",
+        testingHeaders + "SimulatorTest",
+        testingHeaders + "call.h",
+        testingHeaders + "catalogue.h",
+        testingHeaders + "faults.h",
+        testingHeaders + "main.h",
+        testingHeaders + "method.h",
+        testingHeaders + "private_bus.h",
+        testingHeaders + "process.h",
+        testingHeaders + "simulator.h",
+        testingHeaders + "simulator_test.h",
+        testingHeaders + "waiting.h",
+        testingPackage + "OstrelAddTest.cmake",
+        testingPackage + "OstrelTestingQt5Config.cmake",
+        testingPackage + "OstrelTestingQt5ConfigVersion.cmake",
+        testingPackage + "OstrelTestingQt5Targets-" BUILD_TYPE ".cmake",
+        testingPackage + "OstrelTestingQt5Targets.cmake",
+        library + "libostrel-testing-qt5.a",
+        library + "pkgconfig/ostrel-testing-qt5.pc",
         "share/bash-completion/completions/ostrelctl",
         "share/dbus-1/interfaces/" OSTREL_CONTROL_INTERFACE ".xml",
         "share/dbus-1/interfaces/" OSTREL_TASK_INVOKER_INTERFACE ".xml",
@@ -293,6 +321,7 @@ void TestInstallation::isFoundByQmake()
 void TestInstallation::eachHeaderStandsAlone_data()
 {
     addLibraries();
+    QTest::newRow("testing") << "ostrel-testing-qt5" << QString() << QString();
 }
 
 // Whatever settings the other project has.
