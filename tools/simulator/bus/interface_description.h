@@ -6,6 +6,7 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // One bus interface, as its introspection XML describes it.
 class InterfaceDescription
@@ -20,6 +21,10 @@ public:
     // The interface element alone, for the reply to "Introspect".
     QString xml() const { return m_xml; }
 
+    // In alphabetical order.
+    QStringList methodNames() const { return sorted(m_methods.keys()); }
+    QStringList signalNames() const { return sorted(m_signals.keys()); }
+
     bool hasMethod(const QString &method) const { return m_methods.contains(method); }
 
     // The signature of a method's arguments.
@@ -32,6 +37,12 @@ public:
     QString signalSignature(const QString &signal) const { return m_signals.value(signal); }
 
 private:
+    static QStringList sorted(QStringList names)
+    {
+        names.sort();
+        return names;
+    }
+
     struct Signatures
     {
         QString arguments;

@@ -5,17 +5,9 @@
 
 #include "bus/values.h"
 
-#include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusVariant>
-
-namespace
-{
-
-constexpr int longestName = 255;
-
-} // namespace
 
 Method methodOf(const QDBusMessage &call)
 {
@@ -34,19 +26,6 @@ Result<QVariantList> valuesOf(const QVariant &argument)
     }
     array.endArray();
     return checkSignature(values).map([&values] { return values; });
-}
-
-bool isInterfaceName(const QString &name)
-{
-    static const QRegularExpression elements(
-        QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*(\\.[A-Za-z_][A-Za-z0-9_]*)+\\z"));
-    return name.size() <= longestName && elements.match(name).hasMatch();
-}
-
-bool isMemberName(const QString &name)
-{
-    static const QRegularExpression element(QStringLiteral("\\A[A-Za-z_][A-Za-z0-9_]*\\z"));
-    return name.size() <= longestName && element.match(name).hasMatch();
 }
 
 QDBusMessage refuse(const QDBusMessage &call, const QString &message)

@@ -19,10 +19,6 @@ Method methodOf(const QDBusMessage &call);
 // The contents of an argument of type "av", if they can be the arguments of a message.
 Result<QVariantList> valuesOf(const QVariant &argument);
 
-// Interfaces and errors have names of the same form.
-bool isInterfaceName(const QString &name);
-bool isMemberName(const QString &name);
-
 // The error reply to a call that asks for the impossible.
 QDBusMessage refuse(const QDBusMessage &call, const QString &message);
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "bus/name_forms.h"
 #include "faultdesk/desk_call.h"
 #include "faultdesk/simulator1.h"
 

@@ -3,6 +3,7 @@
 
 #include "faultdesk/signal_sender.h"
 
+#include "bus/name_forms.h"
 #include "faultdesk/desk_call.h"
 #include "print.h"
 #include "termination.h"

@@ -3,7 +3,7 @@
 
 #include "scenario/action_reader.h"
 
-#include "faultdesk/desk_call.h"
+#include "bus/name_forms.h"
 #include "faultdesk/signal_sender.h"
 #include "json/bus_values.h"
 

@@ -3,7 +3,7 @@
 
 #include "scenario/members.h"
 
-#include "faultdesk/desk_call.h"
+#include "bus/name_forms.h"
 
 #include <QtCore/QStringList>
 
