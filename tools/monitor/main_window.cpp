@@ -6,6 +6,7 @@
 #include "applications_table.h"
 #include "calls_monitor.h"
 #include "debug_dialog.h"
+#include "desk/desk_dock.h"
 #include "details_panel.h"
 #include "message_bar.h"
 #include "name_field.h"
@@ -37,6 +38,7 @@ MainWindow::MainWindow(const BusChoice &bus)
     , m_filter(new QLineEdit)
     , m_tables(new Tables(m_connection, m_startTimes))
     , m_details(new DetailsPanel)
+    , m_desk(new DeskDock(m_connection, m_actions.faultDesk))
     , m_columns(new QSplitter(Qt::Horizontal))
     , m_rows(new QSplitter(Qt::Vertical))
     , m_state(new QLabel)
@@ -46,10 +48,10 @@ MainWindow::MainWindow(const BusChoice &bus)
     connectActions();
     connect(&m_connection, &Connection::stateChanged, this, &MainWindow::showConnection);
     connect(&m_requests, &Requests::failed, this, &MainWindow::showFailure);
-    connect(&m_requests, &Requests::done, this, [this](const QString &text) {
-        constexpr int milliseconds = 5000;
-        statusBar()->showMessage(shown(text), milliseconds);
-    });
+    connect(&m_requests, &Requests::done, this, &MainWindow::showDone);
+    connect(m_desk, &DeskDock::failed, this,
+            [this](const QString &text) { m_messages->add(text); });
+    connect(m_desk, &DeskDock::done, this, &MainWindow::showDone);
     connect(m_tables, &Tables::currentRowChanged, this, &MainWindow::showRow);
 
     const Result<> monitors = m_monitor->open();
@@ -74,6 +76,7 @@ MainWindow::~MainWindow()
 {
     // The models go before what they follow, and the window hears nothing more of them.
     disconnect(m_tables, nullptr, this, nullptr);
+    delete m_desk;
     delete takeCentralWidget();
 }
 
@@ -99,6 +102,8 @@ void MainWindow::build()
     layout->addWidget(m_messages);
     layout->addWidget(m_rows, 1);
     setCentralWidget(content);
+    m_desk->setInstances(&m_tables->applications(), ApplicationsTable::InstanceColumn);
+    addDockWidget(Qt::RightDockWidgetArea, m_desk);
 
     m_state->setTextFormat(Qt::PlainText);
     m_calls->setTextFormat(Qt::PlainText);
@@ -133,6 +138,7 @@ void MainWindow::buildToolBar()
     const int characters = 20;
     m_filter->setMaximumWidth(characters * fontMetrics().averageCharWidth() * 2);
     bar->addWidget(m_filter);
+    bar->addAction(m_actions.faultDesk);
 }
 
 void MainWindow::connectActions()
@@ -197,6 +203,9 @@ void MainWindow::showRow()
     const int row = page->currentRow();
     const TaskPage *tasks = m_tables->currentTaskPage();
     m_details->show(row < 0 ? Details() : page->table().details(row));
+    if (row >= 0 && m_tables->showsApplications()) {
+        m_desk->setInstance(page->table().instance(row));
+    }
 
     const QString name = row < 0 ? QString() : shown(page->table().name(row));
     const auto setText = [&name](QAction *action, const QString &text, const QString &withName) {
@@ -220,6 +229,12 @@ void MainWindow::showFailure(const QString &text, const Ostrel::Error &error)
 {
     m_messages->add(QStringLiteral("%1: %2: %3").arg(text, error.name(), error.message()),
                     error.code() == Ostrel::Error::Failed ? m_connection.advice() : QString());
+}
+
+void MainWindow::showDone(const QString &text)
+{
+    constexpr int milliseconds = 5000;
+    statusBar()->showMessage(shown(text), milliseconds);
 }
 
 void MainWindow::startNamed()
@@ -285,7 +300,8 @@ void MainWindow::openTaskTypeDialog()
 
 bool MainWindow::isSettled() const
 {
-    return m_connection.state() != Connection::Ready || m_tables->areListed();
+    return m_connection.state() != Connection::Ready
+        || (m_tables->areListed() && m_desk->isSettled());
 }
 
 void MainWindow::save() const
@@ -296,6 +312,7 @@ void MainWindow::save() const
     settings.setValue(QStringLiteral("columns"), m_columns->saveState());
     settings.setValue(QStringLiteral("rows"), m_rows->saveState());
     settings.setValue(QStringLiteral("details"), m_actions.details->isChecked());
+    settings.setValue(QStringLiteral("faultDesk"), m_actions.faultDesk->isChecked());
     settings.setValue(QStringLiteral("applications"), m_name->names());
     m_tables->save(settings);
 }
@@ -311,6 +328,8 @@ void MainWindow::restore()
     m_rows->restoreState(settings.value(QStringLiteral("rows")).toByteArray());
     m_actions.details->setChecked(settings.value(QStringLiteral("details"), true).toBool());
     m_details->setVisible(m_actions.details->isChecked());
+    m_actions.faultDesk->setChecked(settings.value(QStringLiteral("faultDesk")).toBool());
+    m_desk->showIfWanted();
     const QStringList names = settings.value(QStringLiteral("applications")).toStringList();
     for (const QString &name : names) {
         m_name->remember(name);

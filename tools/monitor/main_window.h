@@ -14,6 +14,7 @@
 #include <memory>
 
 class CallsMonitor;
+class DeskDock;
 class DetailsPanel;
 class MessageBar;
 class NameField;
@@ -60,6 +61,7 @@ private:
     void showConnection();
     void showRow();
     void showFailure(const QString &text, const Ostrel::Error &error);
+    void showDone(const QString &text);
 
     void startNamed();
     void startRow();
@@ -79,6 +81,7 @@ private:
     QLineEdit *m_filter;
     Tables *m_tables;
     DetailsPanel *m_details;
+    DeskDock *m_desk;
     QSplitter *m_columns;
     QSplitter *m_rows;
     QLabel *m_state;

@@ -56,6 +56,8 @@ WindowActions::WindowActions(QWidget *parent)
     , details(newAction(parent, "&Properties", "Ctrl+P", "Show the properties of the row"))
     , follow(newAction(parent, "F&ollow", "Ctrl+E", "Keep the present in sight"))
     , zoomToFit(newAction(parent, "&Zoom to fit", "Ctrl+0", "Show all of the timeline"))
+    , faultDesk(newAction(parent, "Fault des&k", "Ctrl+K",
+                          "Arrange what happens in the simulator's next calls"))
     , dismissErrors(newAction(parent, "&Dismiss errors", "Ctrl+Shift+D", "Remove all errors"))
 {
     const QStyle *style = parent->style();
@@ -66,6 +68,7 @@ WindowActions::WindowActions(QWidget *parent)
     refresh->setIcon(style->standardIcon(QStyle::SP_BrowserReload));
     details->setCheckable(true);
     follow->setCheckable(true);
+    faultDesk->setCheckable(true);
 }
 
 void WindowActions::fill(QMenuBar *bar) const
@@ -83,5 +86,5 @@ void WindowActions::fill(QMenuBar *bar) const
     applications->addAction(refresh);
     bar->addMenu(translated("&Tasks"))->addActions({addTaskType, removeTaskType});
     bar->addMenu(translated("&View"))
-        ->addActions({filter, details, follow, zoomToFit, dismissErrors});
+        ->addActions({filter, details, follow, zoomToFit, faultDesk, dismissErrors});
 }

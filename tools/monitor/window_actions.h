@@ -41,6 +41,7 @@ struct WindowActions
     QAction *details;
     QAction *follow;
     QAction *zoomToFit;
+    QAction *faultDesk;
     QAction *dismissErrors;
 };
 
