@@ -220,6 +220,16 @@ void TestInstallation::installsWhatAProgramNeeds()
             library + "pkgconfig/ostrel-models-qt5.pc",
         };
     }
+    if (HAS_MONITOR) {
+        expected += QStringList{
+            "bin/ostrel-monitor",
+            "share/applications/ostrel-monitor.desktop",
+            "share/bash-completion/completions/ostrel-monitor",
+            "share/icons/hicolor/scalable/apps/ostrel-monitor.svg",
+            "share/man/man1/ostrel-monitor.1",
+            "share/metainfo/" OSTREL_VENDOR_PREFIX ".monitor.metainfo.xml",
+        };
+    }
     if (HAS_QML) {
         const QString module = library + "qt5/qml/Ostrel/";
         expected += QStringList{module + "libostrelplugin.so", module + "plugins.qmltypes",

@@ -14,6 +14,25 @@
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 
+namespace
+{
+
+struct Program
+{
+    const char *program;
+    const char *completion;
+};
+
+const QMap<QString, Program> programs{
+    {"ostrelctl", {OSTRELCTL, OSTRELCTL_COMPLETION}},
+    {"ostrel-simulator", {SIMULATOR, SIMULATOR_COMPLETION}},
+#ifdef MONITOR
+    {"ostrel-monitor", {MONITOR, MONITOR_COMPLETION}},
+#endif
+};
+
+} // namespace
+
 // What bash offers after the names of the programs.
 class TestCompletion : public QuietTest
 {
@@ -29,6 +48,9 @@ private Q_SLOTS:
     void offersWhatBeginsAlike();
     void offersTheHints();
     void offersFiles();
+#ifdef MONITOR
+    void offersBusesAndFilesToTheMonitor();
+#endif
     void offersNothingForAFreeText();
     void offersWhatIsRunning();
     void offersNoUnknownInstance();
@@ -45,6 +67,8 @@ private:
 void TestCompletion::initTestCase()
 {
     const QDBusMessage rootFs = m_simulator.desk("RootFs");
+    // The monitor has no display here.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("OSTREL_ROOTFS", rootFs.arguments().value(0).toString().toUtf8());
 }
 
@@ -55,7 +79,6 @@ QStringList TestCompletion::offers(const QString &line, const QString &folder,
     if (line.endsWith(' ')) {
         words.append(QString());
     }
-    const bool ofTheSimulator = words.constFirst() == "ostrel-simulator";
     const QString script = R"sh(
         source "$1"
         # A busy machine needs longer than a user likes to wait.
@@ -68,12 +91,10 @@ QStringList TestCompletion::offers(const QString &line, const QString &folder,
         "${words[2]}" "$program" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
         for each in "${COMPREPLY[@]}"; do printf '%s\n' "$each"; done
     )sh";
+    const Program &known = programs.find(words.constFirst()).value();
     Process bash("bash",
-                 QStringList{"--norc", "-c", script, "bash",
-                             ofTheSimulator ? SIMULATOR_COMPLETION : OSTRELCTL_COMPLETION,
-                             !program.isNull()    ? program
-                                 : ofTheSimulator ? SIMULATOR
-                                                  : OSTRELCTL}
+                 QStringList{"--norc", "-c", script, "bash", known.completion,
+                             program.isNull() ? QString(known.program) : program}
                      + words);
     bash.setWorkingDirectory(folder);
     bash.start();
@@ -89,17 +110,16 @@ QStringList TestCompletion::offers(const QString &line, const QString &folder,
 
 void TestCompletion::offersTheProgramsOptions_data()
 {
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("ostrelctl") << OSTRELCTL << "ostrelctl -";
-    QTest::newRow("ostrel-simulator") << SIMULATOR << "ostrel-simulator -";
+    QTest::addColumn<QString>("name");
+    for (auto each = programs.begin(); each != programs.end(); ++each) {
+        QTest::newRow(qPrintable(each.key())) << each.key();
+    }
 }
 
 void TestCompletion::offersTheProgramsOptions()
 {
-    QFETCH(QString, program);
-    QFETCH(QString, line);
-    QCOMPARE(offers(line), helpOf(program).optionNames());
+    QFETCH(QString, name);
+    QCOMPARE(offers(name + " -"), helpOf(programs.value(name).program).optionNames());
 }
 
 void TestCompletion::offersTheCommands()
@@ -162,6 +182,20 @@ void TestCompletion::offersFiles()
     QCOMPARE(offers("ostrel-simulator --scenario o", folder.path()), QStringList("one two"));
     QCOMPARE(offers("ostrel-simulator --rootfs ", folder.path()), QStringList("three"));
 }
+
+#ifdef MONITOR
+void TestCompletion::offersBusesAndFilesToTheMonitor()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath("one two"), QString());
+    for (const char *option : {"--open", "--record", "--screenshot"}) {
+        QCOMPARE(offers(QString("ostrel-monitor %1 o").arg(option), folder.path()),
+                 QStringList("one two"));
+    }
+    QCOMPARE(offers("ostrel-monitor --bus "), (QStringList{"session", "system"}));
+    QCOMPARE(offers("ostrel-monitor --size "), QStringList());
+}
+#endif
 
 void TestCompletion::offersNothingForAFreeText()
 {

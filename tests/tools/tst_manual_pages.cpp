@@ -19,6 +19,20 @@
 namespace
 {
 
+struct Program
+{
+    const char *page;
+    const char *program;
+};
+
+const std::vector<Program> programs{
+    {OSTRELCTL_PAGE, OSTRELCTL},
+    {SIMULATOR_PAGE, SIMULATOR},
+#ifdef MONITOR
+    {MONITOR_PAGE, MONITOR},
+#endif
+};
+
 // Returns the page without escapes.
 QString page(const char *file)
 {
@@ -94,6 +108,8 @@ class TestManualPages : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+
     void pagesNameTheVersion();
     void pagesDescribeTheOptions();
     void pagesDescribeEachCommand();
@@ -107,18 +123,25 @@ private Q_SLOTS:
     void pagesNameTheService();
 };
 
+void TestManualPages::initTestCase()
+{
+    // The monitor has no display here.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
 void TestManualPages::pagesNameTheVersion()
 {
-    for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
-        const QString heading = page(file).split('\n').filter(".TH ").value(0);
+    for (const Program &each : programs) {
+        const QString heading = page(each.page).split('\n').filter(".TH ").value(0);
         QVERIFY2(heading.contains(" " PROJECT_VERSION "\""), qPrintable(heading));
     }
 }
 
 void TestManualPages::pagesDescribeTheOptions()
 {
-    QCOMPARE(options(section(page(OSTRELCTL_PAGE), ".SH OPTIONS")), helpOf(OSTRELCTL).options);
-    QCOMPARE(options(section(page(SIMULATOR_PAGE), ".SH OPTIONS")), helpOf(SIMULATOR).options);
+    for (const Program &each : programs) {
+        QCOMPARE(options(section(page(each.page), ".SH OPTIONS")), helpOf(each.program).options);
+    }
 }
 
 void TestManualPages::pagesDescribeEachCommand()
@@ -287,9 +310,9 @@ void TestManualPages::pageListsTheKeysOfEvents()
 
 void TestManualPages::pagesNameTheService()
 {
-    for (const char *file : {OSTRELCTL_PAGE, SIMULATOR_PAGE}) {
-        QVERIFY(page(file).contains(OSTREL_SERVICE_NAME));
-        QVERIFY2(!page(file).contains('@'), file);
+    for (const Program &each : programs) {
+        QVERIFY(page(each.page).contains(OSTREL_SERVICE_NAME));
+        QVERIFY2(!page(each.page).contains('@'), each.page);
     }
 }
 
