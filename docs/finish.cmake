@@ -35,7 +35,7 @@ string(REGEX REPLACE ",\n$" "\n" entries "${entries}")
 file(WRITE "${HTML}/search/index.js" "const searchIndex = [\n${entries}];\n")
 
 file(GLOB unused "${HTML}/*.png")
-list(FILTER unused EXCLUDE REGEX "/(launcher-[^/]*|trace)[.]png$") # pictures of our pages
+list(FILTER unused EXCLUDE REGEX "/((launcher|monitor)-[^/]*|trace)[.]png$") # pictures of our pages
 list(APPEND unused "${HTML}/doxygen.css" "${HTML}/doxygen.svg" "${HTML}/tabs.css"
     "${HTML}/jquery.js" "${HTML}/dynsections.js")
 file(REMOVE ${unused})
