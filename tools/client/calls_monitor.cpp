@@ -3,6 +3,8 @@
 
 #include "calls_monitor.h"
 
+#include "message_values.h"
+
 #include "DBus/names_p.h"
 
 #include <QtCore/QSocketNotifier>
@@ -98,6 +100,8 @@ BusMessage toMessage(DBusMessage *message)
     converted.interface = QString::fromUtf8(dbus_message_get_interface(message));
     converted.member = QString::fromUtf8(dbus_message_get_member(message));
     converted.errorName = QString::fromUtf8(dbus_message_get_error_name(message));
+    converted.signature = QString::fromUtf8(dbus_message_get_signature(message));
+    converted.values = valuesOf(message);
     return converted;
 }
 

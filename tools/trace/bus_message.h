@@ -4,6 +4,7 @@
 #ifndef TOOLS_BUS_MESSAGE_H
 #define TOOLS_BUS_MESSAGE_H
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QString>
 
 // A message on the bus, as far as a trace needs it.
@@ -29,6 +30,10 @@ struct BusMessage
     QString errorName;
     // The first argument of a call or a reply, if it is a string.
     QString text;
+    // Of a call or a reply, as 'busctl --json' prints them. Of too many values for a trace, the
+    // first ones suffice.
+    QString signature;
+    QJsonArray values;
 };
 
 // Whether a call is one to the service, by its name or to its connection.

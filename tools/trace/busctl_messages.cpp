@@ -47,8 +47,10 @@ BusMessage toMessage(BusMessage::Type type, const QJsonObject &object)
     message.member = text("member");
     message.errorName = text("error_name");
     const QJsonObject payload = object[QLatin1String("payload")].toObject();
-    if (payload[QLatin1String("type")].toString().startsWith(QLatin1Char('s'))) {
-        message.text = payload[QLatin1String("data")].toArray().at(0).toString();
+    message.signature = payload[QLatin1String("type")].toString();
+    message.values = payload[QLatin1String("data")].toArray();
+    if (message.signature.startsWith(QLatin1Char('s'))) {
+        message.text = message.values.at(0).toString();
     }
     return message;
 }

@@ -21,7 +21,8 @@ CallLanes::Call CallLanes::describe(qint64 time, const BusMessage &message)
         message.text.isEmpty() ? message.member : message.member + QLatin1Char(' ') + message.text);
     call.arguments = {{QStringLiteral("sender"), call.sender},
                       {QStringLiteral("path"), shortened(message.path)},
-                      {QStringLiteral("interface"), shortened(message.interface)}};
+                      {QStringLiteral("interface"), shortened(message.interface)},
+                      {QStringLiteral("arguments"), shortened(message.values)}};
     return call;
 }
 

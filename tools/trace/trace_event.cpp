@@ -11,12 +11,16 @@ namespace
 {
 
 constexpr int longestText = 200;
-constexpr int largestValues = 4096;
 constexpr double mostExact = 9007199254740992.0; // 2^53: what a double holds exactly
 
 bool isNumber(const QJsonValue &value)
 {
     return value.isDouble() && std::abs(value.toDouble()) <= mostExact;
+}
+
+QJsonObject leftOut(const QString &howMuch)
+{
+    return {{QStringLiteral("leftOut"), howMuch}};
 }
 
 } // namespace
@@ -77,7 +81,13 @@ QString shortened(const QString &text)
 QJsonObject shortened(const QJsonObject &values)
 {
     const int size = QJsonDocument(values).toJson(QJsonDocument::Compact).size();
-    return size <= largestValues
-        ? values
-        : QJsonObject{{QStringLiteral("leftOut"), QStringLiteral("%1 bytes").arg(size)}};
+    return size <= largestValues ? values : leftOut(QStringLiteral("%1 bytes").arg(size));
+}
+
+QJsonValue shortened(const QJsonArray &values)
+{
+    // There may be more than these.
+    return QJsonDocument(values).toJson(QJsonDocument::Compact).size() <= largestValues
+        ? QJsonValue(values)
+        : leftOut(QStringLiteral("more than %1 bytes").arg(largestValues));
 }

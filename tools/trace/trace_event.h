@@ -5,6 +5,7 @@
 #define TOOLS_TRACE_EVENT_H
 
 #include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
@@ -46,7 +47,11 @@ std::optional<TraceEvent> traceEvent(const QJsonObject &object);
 // A string from the bus, cut to a length that a trace can bear.
 QString shortened(const QString &text);
 
-// Values from the bus; or, if they are too large for a trace, how large they are.
+// How many bytes of JSON the values of a message may be in a trace.
+constexpr int largestValues = 4096;
+
+// Values from the bus; or, if they are too large for a trace, an object that says so.
 QJsonObject shortened(const QJsonObject &values);
+QJsonValue shortened(const QJsonArray &values);
 
 #endif

@@ -14,6 +14,9 @@ namespace
 // A trace with more lanes helps nobody, and the names take memory.
 constexpr int mostInstances = 20'000;
 
+// As on the bus.
+constexpr int longestSignature = 255;
+
 } // namespace
 
 TraceRecorder::TraceRecorder(std::function<void(const TraceEvent &)> receive, qint64 begin,
@@ -220,7 +223,10 @@ void TraceRecorder::call(qint64 time, const BusMessage &message)
 void TraceRecorder::reply(qint64 time, const BusMessage &message)
 {
     time = at(time);
-    if (const auto call = m_calls.end(message.destination, message.replySerial)) {
+    if (auto call = m_calls.end(message.destination, message.replySerial)) {
+        call->arguments.insert(QStringLiteral("signature"),
+                               message.signature.left(longestSignature));
+        call->arguments.insert(QStringLiteral("values"), shortened(message.values));
         endCall(time, *call,
                 message.type == BusMessage::Error ? shortened(message.errorName)
                                                   : QString(TraceWords::success));
