@@ -140,6 +140,13 @@ Result<> CallsMonitor::open()
     return {};
 }
 
+void CallsMonitor::catchUp()
+{
+    if (m_connection != nullptr && dbus_connection_get_is_connected(m_connection) != 0) {
+        read();
+    }
+}
+
 void CallsMonitor::read()
 {
     dbus_connection_read_write(m_connection, 0);

@@ -26,6 +26,9 @@ public:
     // Blocks until the bus has replied. Fails without the right to monitor.
     Result<> open();
 
+    // Emits the signals for what has come already.
+    void catchUp();
+
 Q_SIGNALS:
     // Emitted from the event loop.
     void called(const BusMessage &message);

@@ -28,20 +28,27 @@ LiveTrace::LiveTrace(const Ostrel::Control &control,
     m_recorder.serviceAvailable(now(), control.isServiceAvailable());
     connect(&control, &Control::started, this,
             [this](const QString &appInstanceId, const QVariantMap &details) {
+                catchUp();
                 m_recorder.started(now(), appInstanceId, toJson(details));
             });
     connect(&control, &Control::terminated, this,
             [this](const QString &appInstanceId, const QVariantMap &details) {
+                catchUp();
                 m_recorder.terminated(now(), appInstanceId, toJson(details));
             });
     connect(&control, &Control::stateChanged, this,
             [this](const QString &appInstanceId, quint32 state) {
+                catchUp();
                 m_recorder.stateChanged(now(), appInstanceId, state);
             });
-    connect(&control, &Control::selectedByOom, this,
-            [this](const QString &processId) { m_recorder.selectedByOom(now(), processId); });
-    connect(&control, &Control::serviceAvailableChanged, this,
-            [this](bool available) { m_recorder.serviceAvailable(now(), available); });
+    connect(&control, &Control::selectedByOom, this, [this](const QString &processId) {
+        catchUp();
+        m_recorder.selectedByOom(now(), processId);
+    });
+    connect(&control, &Control::serviceAvailableChanged, this, [this](bool available) {
+        catchUp();
+        m_recorder.serviceAvailable(now(), available);
+    });
 }
 
 qint64 LiveTrace::now()
@@ -49,8 +56,23 @@ qint64 LiveTrace::now()
     return Stamp::now().monotonic;
 }
 
-void LiveTrace::add(const CallsMonitor &monitor)
+void LiveTrace::finish()
 {
+    catchUp();
+    m_recorder.finish(now());
+}
+
+// Signals come on another connection. A call that has led to one comes before it.
+void LiveTrace::catchUp()
+{
+    if (m_monitor != nullptr) {
+        m_monitor->catchUp();
+    }
+}
+
+void LiveTrace::add(CallsMonitor &monitor)
+{
+    m_monitor = &monitor;
     connect(&monitor, &CallsMonitor::called, this,
             [this](const BusMessage &message) { m_recorder.call(now(), message); });
     connect(&monitor, &CallsMonitor::replied, this,

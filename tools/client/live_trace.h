@@ -9,6 +9,7 @@
 #include <Ostrel/Control>
 
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 
 #include <functional>
 
@@ -26,15 +27,18 @@ public:
               const std::function<void(const TraceEvent &)> &callBegins = {});
 
     // What the monitor sees, in this trace.
-    void add(const CallsMonitor &monitor);
+    void add(CallsMonitor &monitor);
 
     const TraceRecorder &recorder() const { return m_recorder; }
 
     static qint64 now();
 
-    void finish() { m_recorder.finish(now()); }
+    void finish();
 
 private:
+    void catchUp();
+
+    QPointer<CallsMonitor> m_monitor;
     TraceRecorder m_recorder;
 };
 

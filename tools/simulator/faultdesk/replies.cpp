@@ -51,10 +51,11 @@ Service::Fault Replies::delayed(const Maker &maker, std::chrono::milliseconds de
     };
 }
 
-Service::Fault Replies::held(const Maker &maker)
+Service::Fault Replies::held(const Maker &maker, const Method &heldAs)
 {
-    return [this, maker](const QDBusMessage &call, Interface &interface) {
-        const Method method{interface.description().name(), call.member()};
+    return [this, maker, heldAs](const QDBusMessage &call, Interface &interface) {
+        const Method method =
+            heldAs.second.isNull() ? Method{interface.description().name(), call.member()} : heldAs;
         maker(call, interface, [this, method, call](const QDBusMessage &answer) {
             m_held[method].append({call, answer});
             Q_EMIT isHeld();

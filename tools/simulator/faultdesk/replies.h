@@ -37,7 +37,8 @@ public:
     // Sends the reply as soon as it is made, after a time, when release() says so, or never.
     Service::Fault now(const Maker &maker);
     Service::Fault delayed(const Maker &maker, std::chrono::milliseconds delay);
-    Service::Fault held(const Maker &maker);
+    // heldAs: the name for heldCount() and release(); null for the method of the call.
+    Service::Fault held(const Maker &maker, const Method &heldAs = {});
     static Service::Fault never();
 
     uint heldCount(const Method &method) const;

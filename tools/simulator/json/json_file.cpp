@@ -71,21 +71,44 @@ JsonFile::JsonFile(const QString &name, const QByteArray &text)
 {
 }
 
-Result<JsonFile> JsonFile::read(const QString &name)
+Result<JsonFile> JsonFile::read(const QString &name, End end)
 {
     const Result<QByteArray> contents = contentsOf(name);
     if (!contents) {
         return Failure(QStringLiteral("%1: %2").arg(name, contents.error()));
     }
     JsonFile file(name, *contents);
-    return file.parse().map([&file] { return file; });
+    return file.parse(end).map([&file] { return file; });
 }
 
-Result<> JsonFile::parse()
+// What has been written of an array, an element on a line. Returns false if it is none.
+bool JsonFile::parseWithoutEnd()
+{
+    const int lastLine = m_bytes.lastIndexOf('\n');
+    for (const int size : {m_bytes.size(), qMax(0, lastLine)}) {
+        QByteArray text = m_bytes.left(size);
+        if (text.trimmed().endsWith(',')) {
+            text.truncate(text.lastIndexOf(','));
+        }
+        text += ']';
+        const QJsonDocument document = QJsonDocument::fromJson(text);
+        if (document.isArray()) {
+            m_document = document;
+            m_bytes = text;
+            m_text = JsonText(text);
+            return true;
+        }
+    }
+    return false;
+}
+
+Result<> JsonFile::parse(End end)
 {
     QJsonParseError error{};
     m_document = QJsonDocument::fromJson(m_bytes, &error);
-    if (error.error != QJsonParseError::NoError) {
+    const bool isRead = error.error == QJsonParseError::NoError
+        || (end == End::MayBeMissing && m_bytes.startsWith('[') && parseWithoutEnd());
+    if (!isRead) {
         // The position of the error is after the wrong character, except for these.
         const bool isAhead = error.error == QJsonParseError::GarbageAtEnd
             || error.error == QJsonParseError::IllegalNumber;

@@ -15,7 +15,13 @@
 class JsonFile
 {
 public:
-    static Result<JsonFile> read(const QString &name);
+    // Whether an array may end after any of its elements, or within one, which is then left out.
+    enum class End {
+        Required,
+        MayBeMissing
+    };
+
+    static Result<JsonFile> read(const QString &name, End end = End::Required);
 
     JsonNode root() const;
     const JsonText &text() const { return m_text; }
@@ -24,7 +30,8 @@ public:
 
 private:
     JsonFile(const QString &name, const QByteArray &text);
-    Result<> parse();
+    Result<> parse(End end);
+    bool parseWithoutEnd();
 
     QString m_name;
     QByteArray m_bytes;
@@ -34,10 +41,10 @@ private:
 
 // Reads a file with a function that takes a JsonFile and may throw a JsonError.
 template <typename Read>
-auto readJson(const QString &name, const Read &read)
+auto readJson(const QString &name, const Read &read, JsonFile::End end = JsonFile::End::Required)
     -> Result<decltype(read(std::declval<const JsonFile &>()))>
 {
-    const Result<JsonFile> file = JsonFile::read(name);
+    const Result<JsonFile> file = JsonFile::read(name, end);
     if (!file) {
         return Failure(file.error());
     }

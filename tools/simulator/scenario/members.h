@@ -30,6 +30,9 @@ public:
         bool isKnown = true;
     };
 
+    // Whether exactly one interface has a method of this name.
+    bool hasMethod(const QString &name) const { return candidates(Method_, name).size() == 1; }
+
     // Both throw a JsonError for a name that there is not.
     Member method(const JsonNode &name) const;
     // A signal may also be one of any interface, with its full name.

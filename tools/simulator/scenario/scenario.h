@@ -50,6 +50,8 @@ struct ReplyAction
     Replies::Maker maker;
     When when = Now;
     std::chrono::milliseconds delay{0};
+    // Held under this name; null for that of the method.
+    Method heldAs{};
 };
 
 struct EmitAction
@@ -57,11 +59,12 @@ struct EmitAction
     QDBusMessage signal;
 };
 
-// Waits until so many replies are held, and sends them.
+// Waits until so many replies are held, and sends them. Or sends them only if they are held.
 struct ReleaseAction
 {
     Method method;
     QList<uint> order;
+    bool waits = true;
 };
 
 struct KillByOomAction
@@ -84,20 +87,24 @@ using Action =
 
 struct Step
 {
-    // "FILE:LINE"
+    // "FILE:LINE", and what it is there.
     QString place;
+    QString name;
     // At this moment, or after this time.
     std::optional<Moment> at;
     std::chrono::milliseconds after{0};
     QVector<Action> actions;
 };
 
+// More would not fit into memory.
+constexpr int mostSteps = 100'000;
+
 // What happens when.
 struct Scenario
 {
     QString file;
-    // One after the other, each one once.
-    QVector<Step> steps;
+    // The steps of a track happen one after the other, each one once. A track waits for no other.
+    QVector<QVector<Step>> tracks;
     // Each time, except at a call that a step waits for.
     QVector<Step> always;
 };

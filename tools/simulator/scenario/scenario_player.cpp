@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 ScenarioPlayer::ScenarioPlayer(const Scenario &scenario, const Parts &parts)
     : m_scenario(scenario)
@@ -25,6 +26,7 @@ ScenarioPlayer::ScenarioPlayer(const Scenario &scenario, const Parts &parts)
             Qt::QueuedConnection);
     connect(&parts.service, &Service::wasReset, this, &ScenarioPlayer::begin);
     connect(&parts.replies, &Replies::isHeld, this, &ScenarioPlayer::onHeld);
+    rewind();
 }
 
 ScenarioPlayer::~ScenarioPlayer()
@@ -34,30 +36,49 @@ ScenarioPlayer::~ScenarioPlayer()
 
 void ScenarioPlayer::begin()
 {
+    rewind();
+    if (isAtEnd()) {
+        reportEnd();
+    }
+    for (int i = 0; i < m_tracks.size(); ++i) {
+        if (currentStep(i) != nullptr) {
+            enterStep(i);
+        }
+    }
+}
+
+void ScenarioPlayer::rewind()
+{
     m_run = std::make_unique<QObject>();
-    m_step = 0;
-    enterStep();
+    m_tracks = QVector<Track>(m_scenario.tracks.size());
+    m_open = static_cast<int>(
+        std::count_if(m_scenario.tracks.cbegin(), m_scenario.tracks.cend(),
+                      [](const QVector<Step> &steps) { return !steps.isEmpty(); }));
+    m_restarts.clear();
+    m_postponed.clear();
 }
 
 bool ScenarioPlayer::reportRest() const
 {
-    if (!isAtEnd()) {
-        print(stderr,
-              QStringLiteral("%1: steps[%2] has not happened")
-                  .arg(m_scenario.steps.at(m_step).place)
-                  .arg(m_step));
+    for (int i = 0; i < m_tracks.size(); ++i) {
+        if (const Step *const step = currentStep(i)) {
+            print(stderr, QStringLiteral("%1: %2 has not happened").arg(step->place, step->name));
+            return false;
+        }
     }
-    return isAtEnd();
+    return true;
 }
 
 Service::Fault ScenarioPlayer::direct(const QDBusMessage &call, const Method &method)
 {
-    const Step *const step = waitingStep(Moment::Call);
-    if (step != nullptr && isAt(*step->at, call, method)) {
-        return [this](const QDBusMessage &message, Interface &interface) {
-            const Call current{message, interface};
-            happen(&current);
-        };
+    for (int i = 0; i < m_tracks.size(); ++i) {
+        const Step *const step = waitingStep(i, Moment::Call);
+        if (step != nullptr && isAt(*step->at, call, method)) {
+            return [this, i](const QDBusMessage &message, Interface &interface) {
+                const Call current{message, interface};
+                happen(i, &current);
+            };
+        }
     }
     const auto rule = std::find_if(
         m_scenario.always.cbegin(), m_scenario.always.cend(), [&call, &method](const Step &each) {
@@ -86,67 +107,94 @@ void ScenarioPlayer::onSignal(const QDBusMessage &signal)
             }
         }
     }
-    const Step *const step = waitingStep(Moment::Signal);
-    if (step != nullptr && isAt(*step->at, signal, member)) {
-        happen(nullptr);
+    for (int i = 0; i < m_tracks.size(); ++i) {
+        const Step *const step = waitingStep(i, Moment::Signal);
+        if (step != nullptr && isAt(*step->at, signal, member)) {
+            happen(i, nullptr);
+        }
     }
 }
 
 void ScenarioPlayer::onHeld()
 {
     // Perhaps this is the reply that a step waits for.
-    if (m_action >= 0
-        && std::holds_alternative<ReleaseAction>(
-            m_scenario.steps.at(m_step).actions.at(m_action))) {
-        proceed(nullptr);
+    for (int i = 0; i < m_tracks.size(); ++i) {
+        const int action = m_tracks.at(i).action;
+        if (action >= 0
+            && std::holds_alternative<ReleaseAction>(currentStep(i)->actions.at(action))) {
+            proceed(i, nullptr);
+        }
     }
+}
+
+// Null at the end of the track.
+const Step *ScenarioPlayer::currentStep(int track) const
+{
+    const QVector<Step> &steps = m_scenario.tracks.at(track);
+    const int step = m_tracks.at(track).step;
+    return step < steps.size() ? &steps.at(step) : nullptr;
 }
 
 // The step whose moment has not come yet, if it is one of this kind.
-const Step *ScenarioPlayer::waitingStep(Moment::Kind kind) const
+const Step *ScenarioPlayer::waitingStep(int track, Moment::Kind kind) const
 {
-    if (isAtEnd() || m_action >= 0) {
-        return nullptr;
-    }
-    const Step &step = m_scenario.steps.at(m_step);
-    return step.at && step.at->kind == kind ? &step : nullptr;
+    const Step *const step = currentStep(track);
+    const bool waits = step != nullptr && m_tracks.at(track).action < 0 && step->at;
+    return waits && step->at->kind == kind ? step : nullptr;
 }
 
-void ScenarioPlayer::enterStep()
+void ScenarioPlayer::enterStep(int track)
 {
-    m_action = -1;
-    if (isAtEnd()) {
-        print(stdout, QStringLiteral("%1: all steps have happened").arg(m_scenario.file));
-        Q_EMIT hasEnded();
-        return;
-    }
-    const Step &step = m_scenario.steps.at(m_step);
-    if (!step.at) {
-        QTimer::singleShot(step.after, Qt::PreciseTimer, m_run.get(), [this] { happen(nullptr); });
+    m_tracks[track].action = -1;
+    const Step *const step = currentStep(track);
+    if (step == nullptr) {
+        --m_open;
+        if (isAtEnd()) {
+            reportEnd();
+        }
+    } else if (!step->at) {
+        QTimer::singleShot(step->after, Qt::PreciseTimer, m_run.get(),
+                           [this, track] { onTime(track); });
     }
 }
 
-void ScenarioPlayer::happen(const Call *call)
+void ScenarioPlayer::onTime(int track)
 {
-    m_action = 0;
-    proceed(call);
+    if (m_isAway) {
+        m_postponed.append(track);
+    } else {
+        happen(track, nullptr);
+    }
 }
 
-void ScenarioPlayer::proceed(const Call *call)
+void ScenarioPlayer::happen(int track, const Call *call)
 {
-    const QVector<Action> &actions = m_scenario.steps.at(m_step).actions;
-    m_place = m_scenario.steps.at(m_step).place;
-    while (m_action < actions.size()) {
-        if (!act(actions.at(m_action), call)) {
+    m_tracks[track].action = 0;
+    proceed(track, call);
+}
+
+void ScenarioPlayer::proceed(int track, const Call *call)
+{
+    const Step &step = *currentStep(track);
+    Track &current = m_tracks[track];
+    m_place = step.place;
+    while (current.action < step.actions.size()) {
+        if (!act(step.actions.at(current.action), call, track)) {
             return;
         }
-        ++m_action;
+        ++current.action;
     }
-    ++m_step;
-    enterStep();
+    ++current.step;
+    enterStep(track);
 }
 
-bool ScenarioPlayer::act(const Action &action, const Call *call)
+void ScenarioPlayer::reportEnd()
+{
+    print(stdout, QStringLiteral("%1: all steps have happened").arg(m_scenario.file));
+    Q_EMIT hasEnded();
+}
+
+bool ScenarioPlayer::act(const Action &action, const Call *call, int track)
 {
     if (const auto *const replied = std::get_if<ReplyAction>(&action)) {
         reply(*replied, *call);
@@ -157,7 +205,7 @@ bool ScenarioPlayer::act(const Action &action, const Call *call)
     } else if (const auto *const kill = std::get_if<KillByOomAction>(&action)) {
         killByOom(*kill);
     } else if (const auto *const restarted = std::get_if<RestartAction>(&action)) {
-        restart(*restarted);
+        restart({track, restarted->pause});
         return false;
     } else {
         m_parts.children.die();
@@ -175,7 +223,7 @@ void ScenarioPlayer::reply(const ReplyAction &reply, Call call)
         m_parts.replies.delayed(reply.maker, reply.delay)(call.message, call.interface);
         break;
     case ReplyAction::Held:
-        m_parts.replies.held(reply.maker)(call.message, call.interface);
+        m_parts.replies.held(reply.maker, reply.heldAs)(call.message, call.interface);
         break;
     case ReplyAction::Never:
         break;
@@ -195,7 +243,7 @@ bool ScenarioPlayer::release(const ReleaseAction &release)
         ? 0
         : *std::max_element(release.order.cbegin(), release.order.cend()) + 1;
     if (m_parts.replies.heldCount(release.method) < wanted) {
-        return false;
+        return !release.waits;
     }
     // It can only fail for an index that is not there.
     static_cast<void>(m_parts.replies.release(release.method, release.order));
@@ -211,16 +259,25 @@ void ScenarioPlayer::killByOom(const KillByOomAction &kill)
     }
 }
 
-void ScenarioPlayer::restart(RestartAction restart)
+void ScenarioPlayer::restart(const Restart &restart)
+{
+    m_restarts.append(restart);
+    if (m_restarts.size() == 1) {
+        leave();
+    }
+}
+
+void ScenarioPlayer::leave()
 {
     // Not now, while QtDBus delivers a message of the connection.
-    QTimer::singleShot(0, m_run.get(), [this, pause = restart.pause] {
+    QTimer::singleShot(0, m_run.get(), [this] {
+        m_isAway = true;
         m_parts.presence.leave();
         m_parts.service.dropState();
-        m_parts.children.killAll([player = QPointer<ScenarioPlayer>(this), pause] {
+        m_parts.children.killAll([player = QPointer<ScenarioPlayer>(this)] {
             if (player != nullptr) {
-                QTimer::singleShot(pause, Qt::PreciseTimer, player->m_run.get(),
-                                   [player] { player->comeBack(); });
+                QTimer::singleShot(player->m_restarts.constFirst().pause, Qt::PreciseTimer,
+                                   player->m_run.get(), [player] { player->comeBack(); });
             }
         });
     });
@@ -232,8 +289,18 @@ void ScenarioPlayer::comeBack()
         QCoreApplication::exit(EXIT_FAILURE);
         return;
     }
-    ++m_action;
-    proceed(nullptr);
+    m_isAway = false;
+    const int track = m_restarts.constFirst().track;
+    ++m_tracks[track].action;
+    proceed(track, nullptr);
+    const QVector<int> postponed = std::exchange(m_postponed, {});
+    for (const int each : postponed) {
+        happen(each, nullptr);
+    }
+    m_restarts.removeFirst();
+    if (!m_restarts.isEmpty()) {
+        leave();
+    }
 }
 
 // The scenario cannot go on as it is written.

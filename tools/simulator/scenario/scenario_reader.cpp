@@ -4,6 +4,7 @@
 #include "scenario/scenario_reader.h"
 
 #include "scenario/action_reader.h"
+#include "scenario/recorded_scenario.h"
 #include "json/bus_values.h"
 #include "json/json_file.h"
 #include "json/signature.h"
@@ -15,9 +16,6 @@ const QString commentKey = QStringLiteral("comment");
 const QString atKey = QStringLiteral("at");
 const QString afterKey = QStringLiteral("after");
 const QString doKey = QStringLiteral("do");
-
-// More would not fit into memory.
-constexpr int mostSteps = 100'000;
 
 void readComment(const JsonNode &node)
 {
@@ -112,6 +110,7 @@ QVector<Step> readList(const JsonFile &file, const QString &name, const QString 
         const QVector<int> lines = file.text().linesOfElements({key});
         for (int i = 0; i < nodes.size(); ++i) {
             steps.append(read(nodes.at(i), QStringLiteral("%1:%2").arg(name).arg(lines.value(i))));
+            steps.last().name = QStringLiteral("%1[%2]").arg(key).arg(i);
         }
     }
     return steps;
@@ -121,21 +120,25 @@ QVector<Step> readList(const JsonFile &file, const QString &name, const QString 
 
 Result<Scenario> readScenario(const QString &file, const Members &members)
 {
-    return readJson(file, [&file, &members](const JsonFile &json) {
+    const auto read = [&file, &members](const JsonFile &json) {
+        if (json.root().value().isArray()) {
+            return recordedScenario(json, file, members);
+        }
         const QString stepsKey = QStringLiteral("steps");
         const QString alwaysKey = QStringLiteral("always");
         json.root().expectMembers({}, {stepsKey, alwaysKey, commentKey});
         readComment(json.root());
         Scenario scenario;
         scenario.file = file;
-        scenario.steps =
+        scenario.tracks.append(
             readList(json, file, stepsKey, [&](const JsonNode &node, const QString &place) {
                 return readStep(node, members, place);
-            });
+            }));
         scenario.always =
             readList(json, file, alwaysKey, [&](const JsonNode &node, const QString &place) {
                 return readRule(node, members, place);
             });
         return scenario;
-    });
+    };
+    return readJson(file, read, JsonFile::End::MayBeMissing);
 }

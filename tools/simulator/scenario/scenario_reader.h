@@ -10,7 +10,7 @@
 
 #include <QtCore/QString>
 
-// Reads a scenario. An error comes with its line in the file.
+// Reads a scenario, or a trace as one. An error comes with its line in the file.
 Result<Scenario> readScenario(const QString &file, const Members &members);
 
 #endif

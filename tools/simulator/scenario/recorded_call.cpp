@@ -1,0 +1,152 @@
+// SPDX-FileCopyrightText: 2026 The libostrel authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "scenario/recorded_call.h"
+
+#include "faultdesk/desk_call.h"
+#include "json/bus_values.h"
+#include "json/signature.h"
+
+#include "DBus/names_p.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QStringList>
+
+#include <limits>
+
+namespace
+{
+
+constexpr double mostExact = 9007199254740992.0; // 2^53: what a double holds exactly
+
+// What a moment can compare.
+bool isComparable(const QString &type)
+{
+    static const QStringList containers{QStringLiteral("as"), QStringLiteral("av"),
+                                        QStringLiteral("a{sv}")};
+    return containers.contains(type)
+        || (type.size() == 1 && QStringLiteral("bynqiuxtdso").contains(type));
+}
+
+// A value without the types of the variants in it. Null stands for any value.
+QJsonValue withoutTypes(const QJsonValue &value)
+{
+    if (value.isArray()) {
+        QJsonArray plain;
+        const QJsonArray array = value.toArray();
+        for (const QJsonValue &element : array) {
+            plain.append(withoutTypes(element));
+        }
+        return plain;
+    }
+    const QJsonObject object = value.toObject();
+    const QJsonValue type = object[QLatin1String("type")];
+    if (object.size() == 2 && type.isString() && object.contains(QLatin1String("data"))) {
+        return isComparable(type.toString()) ? withoutTypes(object[QLatin1String("data")])
+                                             : QJsonValue();
+    }
+    if (value.isObject()) {
+        QJsonObject plain;
+        for (auto entry = object.begin(); entry != object.end(); ++entry) {
+            plain.insert(entry.key(), withoutTypes(entry.value()));
+        }
+        return plain;
+    }
+    return value;
+}
+
+// The array of this name; nothing if its values were left out.
+std::optional<JsonNode> recordedValues(const JsonNode &details, const QString &name)
+{
+    if (!details.has(name) || !details.member(name).value().isArray()) {
+        return std::nullopt;
+    }
+    return details.member(name);
+}
+
+// A trace has no lists of tasks, and a session is an object that the service has made. So these
+// calls are carried out, as long as they succeeded.
+bool isCarriedOut(const Method &method)
+{
+    return method.first == QLatin1String(OSTREL_TASK_INVOKER_INTERFACE)
+        || method.first == QLatin1String(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
+}
+
+void readReply(const JsonNode &event, const JsonNode &details, RecordedCall &call)
+{
+    const QString outcome = details.member(QStringLiteral("reply")).string();
+    const bool isSuccess = outcome == QLatin1String("success");
+    if (!isSuccess && !isInterfaceName(outcome)) {
+        return; // it had none
+    }
+    const auto duration =
+        static_cast<qint64>(event.member(QStringLiteral("dur")).wholeNumber(0, mostExact));
+    const auto recorded = recordedValues(details, QStringLiteral("values"));
+    if (isSuccess && (!recorded || isCarriedOut(call.call.at->member))) {
+        call.call.actions.append(
+            ReplyAction{Replies::usual(), ReplyAction::Delayed, toMilliseconds(duration), {}});
+        return;
+    }
+    QVariantList values{QString()};
+    if (recorded) {
+        values = busValues(*recorded, readSignature(details.member(QStringLiteral("signature"))));
+    }
+    const Method heldAs{QString(), QString::number(std::get<int>(event.path().constLast()))};
+    call.call.actions.append(
+        ReplyAction{isSuccess ? Replies::values(values) : Replies::error(outcome, values),
+                    ReplyAction::Held, std::chrono::milliseconds(0), heldAs});
+    Step reply;
+    reply.place = call.call.place;
+    reply.name = QStringLiteral("the reply to ") + call.call.name;
+    // A restart drops what is held.
+    reply.actions.append(ReleaseAction{heldAs, {0}, false});
+    call.reply = reply;
+    call.replyTime = call.time + duration;
+}
+
+} // namespace
+
+std::optional<RecordedCall> readRecordedCall(const JsonNode &event, const QString &place,
+                                             const Members &members)
+{
+    const JsonNode details = event.member(QStringLiteral("args"));
+    const QString interface = details.member(QStringLiteral("interface")).string();
+    const QString member =
+        event.member(QStringLiteral("name")).string().section(QLatin1Char(' '), 0, 0);
+    const QString name = interface.isEmpty() ? member : interface + QLatin1Char('.') + member;
+    if (!members.hasMethod(name)) {
+        return std::nullopt;
+    }
+    const Members::Member method = members.method(JsonNode(name, event.path()));
+    const auto arguments = recordedValues(details, QStringLiteral("arguments"));
+    if (arguments && arguments->elements().size() != typesOf(method.signature)->size()) {
+        return std::nullopt; // the service refuses it
+    }
+    Moment moment;
+    moment.member = method.name;
+    moment.path = readObjectPath(details.member(QStringLiteral("path")));
+    if (arguments) {
+        moment.arguments = withoutTypes(arguments->value()).toArray();
+    }
+    RecordedCall call;
+    call.time = timeOf(event);
+    call.call.place = place;
+    call.call.name = member;
+    call.call.at = moment;
+    readReply(event, details, call);
+    return call;
+}
+
+qint64 timeOf(const JsonNode &event)
+{
+    return static_cast<qint64>(
+        event.member(QStringLiteral("ts")).wholeNumber(-mostExact, mostExact));
+}
+
+std::chrono::milliseconds toMilliseconds(qint64 microseconds)
+{
+    constexpr qint64 perMillisecond = 1000;
+    return std::chrono::milliseconds(
+        qBound<qint64>(0, microseconds / perMillisecond, std::numeric_limits<int>::max()));
+}
