@@ -243,6 +243,24 @@ void TestOstrelctlTrace::goesOnWithoutTheRightToMonitor()
     QCOMPARE(trace.all.filter("calls"), QStringList());
 }
 
+namespace
+{
+
+// What a trace holds of the calls about "demo." applications.
+QStringList callDetails(const QString &file)
+{
+    QStringList all;
+    const QJsonArray events = QJsonDocument::fromJson(readFile(file).toUtf8()).array();
+    for (const QJsonValue &event : events) {
+        if (event["ph"] == "X" && event["name"].toString().contains("t demo.")) {
+            all.append(QString::fromUtf8(QJsonDocument(event["args"].toObject()).toJson()));
+        }
+    }
+    return all;
+}
+
+} // namespace
+
 // 'busctl' sees the same as this program.
 void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
 {
@@ -257,6 +275,16 @@ void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
     run(OSTRELCTL, {"start", "demo.Player"});
     run(OSTRELCTL, {"terminate", "demo.Viewer.instance_1"});
     run(OSTRELCTL, {"ps"});
+    next("Start").answerNext(
+        {QVariant::fromValue(uchar(255)), true, QVariant::fromValue(short(-3)),
+         QVariant::fromValue(ushort(65535)), -7, 4'000'000'000U, qlonglong(-9'007'199'254'740'991),
+         qulonglong(9'007'199'254'740'991), 1.5, QVariant::fromValue(QDBusObjectPath("/a")),
+         QVariant::fromValue(QDBusSignature("a{sv}")), QByteArray("ab"), QStringList{"ä", "\n"},
+         QVariantMap{{"in", QVariantMap{{"list", QVariantList{1, "x"}}}}},
+         QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(3))))});
+    run(OSTRELCTL, {"start", "demo.AllTypes"});
+    next("Start").answerNext({QString(5000, 'x').split("", Qt::SkipEmptyParts)});
+    run(OSTRELCTL, {"start", "demo.Large"});
     next("Start").holdNext(1);
     Process held(OSTRELCTL, {"start", "demo.Nonsense"});
     held.start();
@@ -286,6 +314,10 @@ void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
         return texts;
     };
     QCOMPARE(comparable(converted), comparable(traceOf(path())));
+    const QStringList details = callDetails(path());
+    QCOMPARE(callDetails(path("converted")), details);
+    QCOMPARE(details.filter(R"("signature": "ybnqiuxtdogayasa{sv}v")").size(), 1);
+    QCOMPARE(details.filter(R"("leftOut": "more than 4096 bytes")").size(), 1);
     QVERIFY(converted.all.contains("i service: service not available"));
 
     // From a pipe as well.

@@ -6,6 +6,8 @@
 
 #include <Ostrel/Testing/Main>
 
+#include "DBus/names_p.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
@@ -21,6 +23,8 @@ private Q_SLOTS:
     void badStepIsReportedWithItsLine();
     void badActionIsReportedWithItsLine_data();
     void badActionIsReportedWithItsLine();
+    void badTraceIsReportedWithItsLine_data();
+    void badTraceIsReportedWithItsLine();
     void hugeFileIsRefused();
     void fileThatIsMissingIsNamed();
     void examplesOfTheDocumentsAreRight();
@@ -62,7 +66,6 @@ void TestSimulatorScenarioErrors::badFileIsReportedWithItsLine_data()
     row(QByteArray("{}\n\0", 4), "2: column 1: garbage at the end of the document");
     row("{\"steps\":\n\"\xff\"}", "2: column 1: invalid UTF8 string");
     row("\n" + QByteArray(2000, '['), "2: column 1025: too deeply nested document");
-    row("[1]", "1: the file takes an object, not an array");
     row("{\n\"steps\": [],\n\"steps\": []}", "3: \"steps\" is there already");
     row("{\"steps\": [{\n\"after\": 1,\n\"\\u0061fter\": 2}]}", "3: \"after\" is there already");
     row("{\n\"step\": []}", "2: step: is not known");
@@ -187,8 +190,56 @@ void TestSimulatorScenarioErrors::badActionIsReportedWithItsLine()
     }
 }
 
+void TestSimulatorScenarioErrors::badTraceIsReportedWithItsLine_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("error");
+
+    const auto row = [](QString text, const char *error) {
+        text.replace("{CALL", R"({'ph':'X','pid':2,'ts':1,'dur':1,'name':'UpdateWindowStatus w')");
+        text.replace("{TO",
+                     "{'interface':'" OSTREL_WINDOW_MANAGEMENT_INTERFACE
+                     "','path':'" OSTREL_WINDOW_MANAGEMENT_PATH "'");
+        QTest::newRow(error) << text.replace('\'', '"') << error;
+    };
+    const QString begin = "[\n{'ph':'i','pid':1,'ts':0,'name':'trace begins'},\n";
+    row("[{'ph'", "1: column 6: unterminated string");
+    row("[]", "1: the file is an array, and no trace of 'ostrelctl trace'");
+    row("[{'ph':'i','pid':9}]", "1: the file is an array, and no trace of 'ostrelctl trace'");
+    row("[\n{'ph': 'B'},\n{'ph' 1},\n{'ph': 'B'}\n]", "3: column 7: missing name separator");
+    row("[\n1]", "2: [0]: is no event of a trace");
+    row("[{}]", "1: [0].ph: takes a string, not nothing");
+    row("[{'ph':'M','name':'thread_name','tid':-1,'args':{'name':'a'}}]",
+        "1: [0].tid: takes a whole number from 0 to 4294967295");
+    row("[{'ph':'i','pid':1,'name':'trace begins','ts':1e300}]",
+        "1: [0].ts: takes a whole number from -9007199254740992 to 9007199254740992");
+    row(begin + "{'ph':'i','pid':3,'tid':1,'ts':1,'name':'Started','args':{'A':[null]}}]",
+        "3: [1].args.A[0]: is null, which no message holds");
+    row(begin + "{'ph':'X','pid':2,'name':'Start'}]",
+        "3: [1].args.reply: takes a string, not nothing");
+    row(begin + "{CALL,'args':{TO,'path':'x','reply':'success'}}]", "3: \"path\" is there already");
+    row(begin + "{CALL,'args':{TO,'reply':'success','values':[1],\n'signature':'u('}}]",
+        "4: [1].args.signature: \"u(\" is no signature");
+    row(begin + "{CALL,'args':{TO,'reply':'success','values':[-1],'signature':'u'}}]",
+        "3: [1].args.values[0]: takes a whole number from 0 to 4294967295");
+    row(begin + "{CALL,'args':{TO,'reply':'a.b','values':[],'signature':'u'}}]",
+        "3: [1].args.values: takes the values of \"u\", not 0");
+}
+
+void TestSimulatorScenarioErrors::badTraceIsReportedWithItsLine()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, error);
+    QCOMPARE(errorIn(text.toUtf8()), error);
+}
+
 void TestSimulatorScenarioErrors::hugeFileIsRefused()
 {
+    QCOMPARE(errorIn("["
+                     + QByteArray(R"({"ph":"i","pid":1,"ts":1,"name":"SelectedByOom",)"
+                                  R"("args":{"processId":"1"}},)")
+                           .repeated(100'001)),
+             "1: [100000]: is too much: a scenario has 100000 steps at most");
     QCOMPARE(errorIn("{\"steps\": [{}" + QByteArray(",{}").repeated(100'000) + "]}"),
              "1: steps: has more than 100000 steps");
     QCOMPARE(errorIn(QByteArray(16 * 1024 * 1024 + 1, ' ')), " is larger than 16 MiB");

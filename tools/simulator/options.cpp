@@ -45,7 +45,8 @@ Result<std::optional<Options>> parseOptions(const QStringList &arguments)
         {printCatalogue, QStringLiteral("Print the built-in catalogue.")},
         {scenario,
          QStringLiteral(
-             "Reply, fail, send signals, end and restart as the steps of this JSON file say."),
+             "Reply, fail, send signals, end and restart as the steps of this JSON file say, or "
+             "as in this trace."),
          QStringLiteral("file")},
         {killAfter,
          QStringLiteral("Kill a program that does not end within this time after SIGTERM (the "

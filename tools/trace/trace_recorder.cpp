@@ -14,8 +14,8 @@ namespace
 // A trace with more lanes helps nobody, and the names take memory.
 constexpr int mostInstances = 20'000;
 
-// As on the bus.
-constexpr int longestSignature = 255;
+// Of signatures and names, as on the bus.
+constexpr int longestName = 255;
 
 } // namespace
 
@@ -224,11 +224,10 @@ void TraceRecorder::reply(qint64 time, const BusMessage &message)
 {
     time = at(time);
     if (auto call = m_calls.end(message.destination, message.replySerial)) {
-        call->arguments.insert(QStringLiteral("signature"),
-                               message.signature.left(longestSignature));
+        call->arguments.insert(QStringLiteral("signature"), message.signature.left(longestName));
         call->arguments.insert(QStringLiteral("values"), shortened(message.values));
         endCall(time, *call,
-                message.type == BusMessage::Error ? shortened(message.errorName)
+                message.type == BusMessage::Error ? message.errorName.left(longestName)
                                                   : QString(TraceWords::success));
     }
 }

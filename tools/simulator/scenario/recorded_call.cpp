@@ -20,6 +20,9 @@ namespace
 
 constexpr double mostExact = 9007199254740992.0; // 2^53: what a double holds exactly
 
+// The end of a string that was too long for a trace.
+const QChar cut(0x2026);
+
 // What a moment can compare.
 bool isComparable(const QString &type)
 {
@@ -125,7 +128,10 @@ std::optional<RecordedCall> readRecordedCall(const JsonNode &event, const QStrin
     }
     Moment moment;
     moment.member = method.name;
-    moment.path = readObjectPath(details.member(QStringLiteral("path")));
+    const JsonNode path = details.member(QStringLiteral("path"));
+    if (!path.string().endsWith(cut)) {
+        moment.path = readObjectPath(path);
+    }
     if (arguments) {
         moment.arguments = withoutTypes(arguments->value()).toArray();
     }
