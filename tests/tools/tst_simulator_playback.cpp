@@ -320,10 +320,12 @@ void TestSimulatorPlayback::callWhileTheServiceWasAwayIsNotWaitedFor()
     QCOMPARE(m_simulator->end(), 0);
 }
 
-// Each call leads to a restart. The time of the second one comes while the service is away.
+// Each call leads to a restart. The times of a signal and of the second restart come while the
+// service is away.
 void TestSimulatorPlayback::restartsOfTwoCallsComeOneAfterTheOther()
 {
-    play({windowCall("b", 1000, 0, state(12)), serviceMoment(401'000, "service not available"),
+    play({windowCall("b", 1000, 0, state(12)), oom(400'000, "late"),
+          serviceMoment(401'000, "service not available"),
           serviceMoment(411'000, "service available"), oom(412'000, "last"),
           windowCall("a", 500'000, 0, state(11)), serviceMoment(500'001, "service not available"),
           serviceMoment(1'500'000, "service available")});
