@@ -171,7 +171,7 @@ void Recording::readInstanceMoment(const JsonNode &event, const QString &place)
     } else if (name.startsWith(state)) {
         addSignal(
             event, place, QStringLiteral("StateChanged"),
-            {instance, QVariantMap{{QStringLiteral("State"), name.mid(state.size()).toUInt()}}});
+            {instance, QVariantMap{{QStringLiteral("State"), name.midRef(state.size()).toUInt()}}});
     }
 }
 

@@ -259,7 +259,7 @@ void ScenarioPlayer::killByOom(const KillByOomAction &kill)
     }
 }
 
-void ScenarioPlayer::restart(const Restart &restart)
+void ScenarioPlayer::restart(Restart restart)
 {
     m_restarts.append(restart);
     if (m_restarts.size() == 1) {

@@ -90,7 +90,7 @@ private:
     void emitSignal(const EmitAction &emission);
     bool release(const ReleaseAction &release);
     void killByOom(const KillByOomAction &kill);
-    void restart(const Restart &restart);
+    void restart(Restart restart);
     void leave();
     void comeBack();
     void fail(const QString &problem) const;
