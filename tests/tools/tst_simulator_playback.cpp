@@ -5,13 +5,16 @@
 #include "control_calls.h"
 #include "control_events.h"
 #include "files.h"
+#include "kit.h"
 #include "outcomes.h"
-#include "simulator.h"
-#include "test_main.h"
+#include "run.h"
+#include "test_bus.h"
 #include "trace_texts.h"
 #include "watcher.h"
 
 #include "DBus/names_p.h"
+
+#include <Ostrel/Testing/Main>
 
 #include <Ostrel/Control>
 #include <Ostrel/DebugParams>
