@@ -4,6 +4,7 @@
 #include "call_lanes.h"
 
 #include "trace_event.h"
+#include "trace_words.h"
 
 namespace
 {
@@ -22,7 +23,7 @@ CallLanes::Call CallLanes::describe(qint64 time, const BusMessage &message)
     call.arguments = {{QStringLiteral("sender"), call.sender},
                       {QStringLiteral("path"), shortened(message.path)},
                       {QStringLiteral("interface"), shortened(message.interface)},
-                      {QStringLiteral("arguments"), shortened(message.values)}};
+                      {TraceWords::arguments, shortened(message.values)}};
     return call;
 }
 

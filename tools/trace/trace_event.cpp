@@ -3,6 +3,8 @@
 
 #include "trace_event.h"
 
+#include "trace_words.h"
+
 #include <QtCore/QJsonDocument>
 
 #include <cmath>
@@ -20,7 +22,7 @@ bool isNumber(const QJsonValue &value)
 
 QJsonObject leftOut(const QString &howMuch)
 {
-    return {{QStringLiteral("leftOut"), howMuch}};
+    return {{TraceWords::leftOut, howMuch}};
 }
 
 } // namespace

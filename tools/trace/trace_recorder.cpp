@@ -215,7 +215,7 @@ void TraceRecorder::call(qint64 time, const BusMessage &message)
     }
     CallLanes::Call call = CallLanes::describe(time, message);
     call.arguments.insert(TraceWords::reply,
-                          message.expectsReply ? QStringLiteral("not recorded: too many calls")
+                          message.expectsReply ? QString(TraceWords::tooManyCalls)
                                                : QStringLiteral("not wanted"));
     instant(TraceWords::Calls, callLane(0), call.name, time, call.arguments);
 }
@@ -224,8 +224,8 @@ void TraceRecorder::reply(qint64 time, const BusMessage &message)
 {
     time = at(time);
     if (auto call = m_calls.end(message.destination, message.replySerial)) {
-        call->arguments.insert(QStringLiteral("signature"), message.signature.left(longestName));
-        call->arguments.insert(QStringLiteral("values"), shortened(message.values));
+        call->arguments.insert(TraceWords::signature, message.signature.left(longestName));
+        call->arguments.insert(TraceWords::values, shortened(message.values));
         endCall(time, *call,
                 message.type == BusMessage::Error ? message.errorName.left(longestName)
                                                   : QString(TraceWords::success));

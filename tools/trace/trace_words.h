@@ -39,11 +39,18 @@ inline const QLatin1String clock{"clock"};
 inline const QLatin1String monotonic{"monotonic"};
 inline const QLatin1String timeOfDay{"time of day"};
 inline const QLatin1String time{"time"};
+inline const QLatin1String arguments{"arguments"};
 inline const QLatin1String reply{"reply"};
+inline const QLatin1String signature{"signature"};
+inline const QLatin1String values{"values"};
 inline const QLatin1String success{"success"};
 inline const QLatin1String end{"end"};
 
-// Values of the last two, for what goes on when the trace ends.
+// Instead of values that are too large for a trace.
+inline const QLatin1String leftOut{"leftOut"};
+
+// Values of "reply" and "end", for what goes on when the trace ends.
+inline const QLatin1String tooManyCalls{"not recorded: too many calls"};
 inline const QLatin1String noReply{"none until the trace ended"};
 inline const QLatin1String traceEnded{"the trace has ended"};
 

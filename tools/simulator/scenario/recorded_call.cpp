@@ -4,6 +4,7 @@
 #include "scenario/recorded_call.h"
 
 #include "faultdesk/desk_call.h"
+#include "trace_words.h"
 #include "json/bus_values.h"
 #include "json/signature.h"
 
@@ -18,7 +19,8 @@
 namespace
 {
 
-constexpr double mostExact = 9007199254740992.0; // 2^53: what a double holds exactly
+// 2^53: what a double holds exactly.
+constexpr double mostMicroseconds = 9007199254740992.0;
 
 // The end of a string that was too long for a trace.
 const QChar cut(0x2026);
@@ -76,16 +78,16 @@ bool isCarriedOut(const Method &method)
         || method.first == QLatin1String(OSTREL_TASK_INVOKER_SESSION_INTERFACE);
 }
 
-void readReply(const JsonNode &event, const JsonNode &details, RecordedCall &call)
+void readOutcome(const JsonNode &event, const JsonNode &details, RecordedCall &call)
 {
-    const QString outcome = details.member(QStringLiteral("reply")).string();
-    const bool isSuccess = outcome == QLatin1String("success");
+    const QString outcome = details.member(TraceWords::reply).string();
+    const bool isSuccess = outcome == TraceWords::success;
     if (!isSuccess && !isInterfaceName(outcome)) {
         return; // it had none
     }
     const auto duration =
-        static_cast<qint64>(event.member(QStringLiteral("dur")).wholeNumber(0, mostExact));
-    const auto recorded = recordedValues(details, QStringLiteral("values"));
+        static_cast<qint64>(event.member(QStringLiteral("dur")).wholeNumber(0, mostMicroseconds));
+    const auto recorded = recordedValues(details, TraceWords::values);
     if (isSuccess && (!recorded || isCarriedOut(call.call.at->member))) {
         call.call.actions.append(
             ReplyAction{Replies::usual(), ReplyAction::Delayed, toMilliseconds(duration), {}});
@@ -93,7 +95,7 @@ void readReply(const JsonNode &event, const JsonNode &details, RecordedCall &cal
     }
     QVariantList values{QString()};
     if (recorded) {
-        values = busValues(*recorded, readSignature(details.member(QStringLiteral("signature"))));
+        values = busValues(*recorded, readSignature(details.member(TraceWords::signature)));
     }
     const Method heldAs{QString(), QString::number(std::get<int>(event.path().constLast()))};
     call.call.actions.append(
@@ -122,7 +124,7 @@ std::optional<RecordedCall> readRecordedCall(const JsonNode &event, const QStrin
         return std::nullopt;
     }
     const Members::Member method = members.method(JsonNode(name, event.path()));
-    const auto arguments = recordedValues(details, QStringLiteral("arguments"));
+    const auto arguments = recordedValues(details, TraceWords::arguments);
     if (arguments && arguments->elements().size() != typesOf(method.signature)->size()) {
         return std::nullopt; // the service refuses it
     }
@@ -140,14 +142,14 @@ std::optional<RecordedCall> readRecordedCall(const JsonNode &event, const QStrin
     call.call.place = place;
     call.call.name = member;
     call.call.at = moment;
-    readReply(event, details, call);
+    readOutcome(event, details, call);
     return call;
 }
 
 qint64 timeOf(const JsonNode &event)
 {
     return static_cast<qint64>(
-        event.member(QStringLiteral("ts")).wholeNumber(-mostExact, mostExact));
+        event.member(QStringLiteral("ts")).wholeNumber(-mostMicroseconds, mostMicroseconds));
 }
 
 std::chrono::milliseconds toMilliseconds(qint64 microseconds)

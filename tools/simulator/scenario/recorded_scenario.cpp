@@ -5,6 +5,7 @@
 
 #include "faultdesk/signal_sender.h"
 #include "scenario/recorded_call.h"
+#include "trace_words.h"
 #include "json/bus_values.h"
 
 #include "DBus/names_p.h"
@@ -19,13 +20,6 @@ namespace
 
 const QString nameKey = QStringLiteral("name");
 const QString detailsKey = QStringLiteral("args");
-
-// The groups of a trace.
-enum Group : uint {
-    ServiceGroup = 1,
-    CallGroup,
-    InstanceGroup
-};
 
 // What the service did at a time.
 struct Deed
@@ -60,7 +54,7 @@ struct Track
 QVariantMap detailsOf(const JsonNode &event)
 {
     const bool hasDetails = event.has(detailsKey);
-    if (!hasDetails || event.member(detailsKey).names() == QStringList(QStringLiteral("leftOut"))) {
+    if (!hasDetails || event.member(detailsKey).names() == QStringList(TraceWords::leftOut)) {
         return {};
     }
     return busMap(event.member(detailsKey));
@@ -112,12 +106,12 @@ void Recording::read(const JsonNode &event, const QString &place)
                            event.member(detailsKey).member(nameKey).string());
         }
     } else if (isMoment || phase == QLatin1String("X")) {
-        const uint group = event.member(QStringLiteral("pid")).number();
-        if (group == CallGroup) {
+        const auto group = event.member(QStringLiteral("pid")).number();
+        if (group == TraceWords::Calls) {
             readCall(event, place);
-        } else if (group == ServiceGroup && isMoment) {
+        } else if (group == TraceWords::Service && isMoment) {
             readServiceMoment(event, place);
-        } else if (group == InstanceGroup && isMoment) {
+        } else if (group == TraceWords::Instances && isMoment) {
             readInstanceMoment(event, place);
         }
     }
@@ -128,8 +122,8 @@ void Recording::read(const JsonNode &event, const QString &place)
 
 void Recording::readCall(const JsonNode &event, const QString &place)
 {
-    const QString outcome = event.member(detailsKey).member(QStringLiteral("reply")).string();
-    if (outcome.startsWith(QLatin1String("not recorded"))) {
+    const QString outcome = event.member(detailsKey).member(TraceWords::reply).string();
+    if (outcome == TraceWords::tooManyCalls) {
         return;
     }
     if (const auto call = readRecordedCall(event, place, m_members)) {
@@ -144,16 +138,16 @@ void Recording::readServiceMoment(const JsonNode &event, const QString &place)
 {
     const QString name = event.member(nameKey).string();
     const qint64 time = timeOf(event);
-    if (name == QLatin1String("trace begins")) {
+    if (name == TraceWords::traceBegins) {
         m_begin = time;
-    } else if (name == QLatin1String("SelectedByOom")) {
+    } else if (name == TraceWords::selectedByOom) {
         addSignal(event, place, name,
                   {event.member(detailsKey).member(QStringLiteral("processId")).string()});
-    } else if (name == QLatin1String("service not available")) {
+    } else if (name == TraceWords::serviceLeft) {
         m_leaving = m_deeds.size();
         m_absences.append({time, std::nullopt});
         add(event, place, QStringLiteral("the end of the service"), DieAction());
-    } else if (name == QLatin1String("service available") && m_leaving >= 0) {
+    } else if (name == TraceWords::serviceCame && m_leaving >= 0) {
         m_absences.last().second = time;
         m_deeds[m_leaving].step.actions = {
             RestartAction{toMilliseconds(time - m_absences.constLast().first)}};
@@ -165,13 +159,13 @@ void Recording::readInstanceMoment(const JsonNode &event, const QString &place)
 {
     const QString name = event.member(nameKey).string();
     const QString instance = m_lanes.value(event.member(QStringLiteral("tid")).number());
-    const QString state = QStringLiteral("state ");
-    if (name == QLatin1String("Started") || name == QLatin1String("Terminated")) {
+    if (name == TraceWords::startedSignal || name == TraceWords::terminatedSignal) {
         addSignal(event, place, name, {instance, detailsOf(event)});
-    } else if (name.startsWith(state)) {
-        addSignal(
-            event, place, QStringLiteral("StateChanged"),
-            {instance, QVariantMap{{QStringLiteral("State"), name.midRef(state.size()).toUInt()}}});
+    } else if (name.startsWith(TraceWords::state)) {
+        addSignal(event, place, QStringLiteral("StateChanged"),
+                  {instance,
+                   QVariantMap{
+                       {QStringLiteral("State"), name.midRef(TraceWords::state.size()).toUInt()}}});
     }
 }
 
