@@ -3,7 +3,7 @@
 
 #include "scenario/recorded_call.h"
 
-#include "faultdesk/desk_call.h"
+#include "bus/name_forms.h"
 #include "trace_words.h"
 #include "json/bus_values.h"
 #include "json/signature.h"
