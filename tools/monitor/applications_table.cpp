@@ -120,5 +120,6 @@ void ApplicationsTable::rowsLeave(int first, int last)
 
 int ApplicationsTable::usualLength(int column) const
 {
-    return TableModel::usualLength(column == InstanceColumn ? 0 : column);
+    constexpr int instance = 27;
+    return column == InstanceColumn ? instance : TableModel::usualLength(column);
 }

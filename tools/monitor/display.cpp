@@ -7,6 +7,7 @@
 #include "text.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QLocale>
@@ -32,6 +33,16 @@ QString beginning(const QString &text)
 QString shown(const QString &text)
 {
     return onOneLine(beginning(text));
+}
+
+QString shownName(const QString &file)
+{
+    constexpr int longest = 40;
+    const QString name = shown(QFileInfo(file).fileName());
+    // Both ends say more than the middle.
+    return name.size() <= longest
+        ? name
+        : name.left(longest / 2) + QChar(0x2026) + name.right(longest / 2 - 1);
 }
 
 QString shown(const QVariant &value)

@@ -12,6 +12,8 @@
 // How values from the bus are shown: on one line, and short enough for a view to lay out at once.
 QString shown(const QString &text);
 QString shown(const QVariant &value);
+// The name of a file, without its folder, and short enough for a line with other things.
+QString shownName(const QString &file);
 
 // The time of day, with the date if that is not today's.
 QString shown(const QDateTime &time);

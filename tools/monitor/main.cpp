@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "file_actions.h"
 #include "main_window.h"
 #include "options.h"
 #include "screenshot.h"
@@ -11,7 +12,9 @@
 #include <QtWidgets/QApplication>
 
 #include <cstdlib>
+#include <iterator>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -32,10 +35,32 @@ int show(const MonitorOptions &options)
         window.resize(options.size);
     }
     window.show();
+    if (!options.open.isNull()) {
+        window.fileActions().open(options.open);
+    }
+    if (!options.record.isNull()) {
+        window.fileActions().record(options.record);
+    }
     if (!options.screenshot.isNull()) {
         takeScreenshot(window, options.screenshot);
     }
     return QCoreApplication::exec();
+}
+
+// A new process would begin the recording anew, and what the file holds would be lost.
+void removeRecording(std::vector<char *> &arguments)
+{
+    const QByteArray option("--record");
+    for (auto argument = arguments.begin(); *argument != nullptr;) {
+        const QByteArray text(*argument);
+        if (text == option && *std::next(argument) != nullptr) {
+            argument = arguments.erase(argument, std::next(argument, 2));
+        } else if (text.startsWith(option + '=')) {
+            argument = arguments.erase(argument);
+        } else {
+            ++argument;
+        }
+    }
 }
 
 } // namespace
@@ -43,7 +68,7 @@ int show(const MonitorOptions &options)
 int main(int argc, char **argv)
 {
     // QApplication removes its own options.
-    const std::vector<char *> arguments(argv, argv + argc + 1);
+    std::vector<char *> arguments(argv, argv + argc + 1);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ostrel"));
@@ -61,6 +86,7 @@ int main(int argc, char **argv)
     const int status = show(**options);
     if (status == restart) {
         // Only a new process gets a new connection to the bus.
+        removeRecording(arguments);
         ::execv("/proc/self/exe", arguments.data());
         return EXIT_FAILURE;
     }

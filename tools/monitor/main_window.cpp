@@ -8,6 +8,7 @@
 #include "debug_dialog.h"
 #include "desk/desk_dock.h"
 #include "details_panel.h"
+#include "file_actions.h"
 #include "message_bar.h"
 #include "name_field.h"
 #include "notice.h"
@@ -15,8 +16,10 @@
 #include "task_page.h"
 #include "tasks_table.h"
 
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QSettings>
 #include <QtGui/QCloseEvent>
+#include <QtWidgets/QHeaderView>
 #include <QtWidgets/QInputDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -32,9 +35,13 @@ MainWindow::MainWindow(const BusChoice &bus)
     , m_requests(m_connection.control(), m_startTimes)
     , m_monitor(std::make_unique<CallsMonitor>())
     , m_actions(this)
+    , m_files(m_connection.control())
+    , m_views(m_files, m_actions)
     , m_notice(new Notice(tr("Connect again")))
     , m_messages(new MessageBar)
+    , m_fileActions(new FileActions(*this, m_actions, m_files, *m_views.log(), *m_messages))
     , m_name(new NameField)
+    , m_start(new QToolButton)
     , m_filter(new QLineEdit)
     , m_tables(new Tables(m_connection, m_startTimes))
     , m_details(new DetailsPanel)
@@ -52,11 +59,15 @@ MainWindow::MainWindow(const BusChoice &bus)
     connect(m_desk, &DeskDock::failed, this,
             [this](const QString &text) { m_messages->add(text); });
     connect(m_desk, &DeskDock::done, this, &MainWindow::showDone);
+    connect(m_fileActions, &FileActions::done, this, &MainWindow::showDone);
     connect(m_tables, &Tables::currentRowChanged, this, &MainWindow::showRow);
+    connect(&m_views, &LinkedViews::instanceSelected, this, &MainWindow::selectInstance);
+    connect(&m_files, &TraceFiles::changed, this, &MainWindow::showSource);
 
     const Result<> monitors = m_monitor->open();
     if (monitors) {
         m_startTimes.add(*m_monitor);
+        m_files.add(*m_monitor);
         m_calls->setText(tr("Calls: seen"));
         m_calls->setToolTip(tr("The bus may be monitored: all calls to the service are shown"));
     } else {
@@ -70,6 +81,7 @@ MainWindow::MainWindow(const BusChoice &bus)
     restore();
     showConnection();
     showRow();
+    showSource();
 }
 
 MainWindow::~MainWindow()
@@ -82,7 +94,6 @@ MainWindow::~MainWindow()
 
 void MainWindow::build()
 {
-    setWindowTitle(tr("Applications on %1").arg(shown(m_connection.bus().label())));
     m_actions.fill(menuBar());
     buildToolBar();
     m_tables->setRowActions(m_actions.ofRow());
@@ -93,12 +104,16 @@ void MainWindow::build()
     m_columns->setStretchFactor(1, 1);
     m_columns->setCollapsible(0, false);
     m_rows->addWidget(m_columns);
+    m_rows->addWidget(m_views.timeline());
+    m_rows->addWidget(m_views.log());
+    m_rows->setChildrenCollapsible(false);
 
     auto *content = new QWidget;
     auto *layout = new QVBoxLayout(content);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->setSpacing(4);
     layout->addWidget(m_notice);
+    layout->addWidget(m_fileActions->notice());
     layout->addWidget(m_messages);
     layout->addWidget(m_rows, 1);
     setCentralWidget(content);
@@ -108,6 +123,9 @@ void MainWindow::build()
     m_state->setTextFormat(Qt::PlainText);
     m_calls->setTextFormat(Qt::PlainText);
     statusBar()->addWidget(m_state, 1);
+    m_state->setMinimumWidth(1);
+    statusBar()->addPermanentWidget(m_fileActions->progress());
+    statusBar()->addPermanentWidget(m_fileActions->recording());
     statusBar()->addPermanentWidget(m_calls);
 }
 
@@ -118,14 +136,13 @@ void MainWindow::buildToolBar()
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     bar->addWidget(m_name);
-    auto *start = new QToolButton;
-    start->setText(tr("Start"));
-    start->setIcon(m_actions.start->icon());
-    start->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    start->setToolTip(tr("Start the application of this name"));
-    start->setFocusPolicy(Qt::TabFocus);
-    connect(start, &QToolButton::clicked, this, &MainWindow::startNamed);
-    bar->addWidget(start);
+    m_start->setText(tr("Start"));
+    m_start->setIcon(m_actions.start->icon());
+    m_start->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_start->setToolTip(tr("Start the application of this name"));
+    m_start->setFocusPolicy(Qt::TabFocus);
+    connect(m_start, &QToolButton::clicked, this, &MainWindow::startNamed);
+    bar->addWidget(m_start);
     bar->addSeparator();
     bar->addAction(m_actions.stop);
     auto *gap = new QWidget;
@@ -175,6 +192,7 @@ void MainWindow::connectActions()
     m_actions.dismissErrors->setEnabled(false);
     connect(m_name, &NameField::entered, this, &MainWindow::startNamed);
     connect(m_filter, &QLineEdit::textChanged, m_tables, &Tables::setFilter);
+    connect(m_filter, &QLineEdit::textChanged, &m_views, &LinkedViews::setFilter);
     connect(&m_tables->applications(), &QAbstractItemModel::rowsInserted, this,
             [this](const QModelIndex & /*parent*/, int first, int last) {
                 for (int row = first; row <= last; ++row) {
@@ -218,11 +236,49 @@ void MainWindow::showRow()
     setText(m_actions.stop, tasks != nullptr ? tr("&Stop") : tr("&Terminate"),
             tasks != nullptr ? tr("&Stop %1") : tr("&Terminate %1"));
     m_actions.stop->setIconText(tasks != nullptr ? tr("Stop") : tr("Terminate"));
+    enableRowActions();
+
+    const QString instance = row < 0 ? QString() : page->table().instance(row);
+    const bool isOther = std::exchange(m_instance, instance) != instance;
+    if (isOther && !instance.isEmpty() && !m_isSelecting) {
+        m_views.selectInstance(instance);
+    }
+}
+
+void MainWindow::enableRowActions()
+{
+    const bool hasRow = m_tables->currentPage()->currentRow() >= 0;
+    const TaskPage *tasks = m_tables->currentTaskPage();
     const bool hasInvoker = tasks != nullptr && tasks->invoker() != nullptr;
-    m_actions.start->setEnabled(row >= 0 && (tasks == nullptr || hasInvoker));
-    m_actions.stop->setEnabled(row >= 0 && (m_tables->showsApplications() || hasInvoker));
-    m_actions.startDebug->setEnabled(tasks == nullptr);
-    m_actions.removeTaskType->setEnabled(tasks != nullptr);
+    const bool isLive = m_files.isLive();
+    m_actions.start->setEnabled(isLive && hasRow && (tasks == nullptr || hasInvoker));
+    m_actions.stop->setEnabled(isLive && hasRow && (m_tables->showsApplications() || hasInvoker));
+    m_actions.startDebug->setEnabled(isLive && tasks == nullptr);
+    m_actions.removeTaskType->setEnabled(isLive && tasks != nullptr);
+    m_actions.addTaskType->setEnabled(isLive);
+    m_actions.enterName->setEnabled(isLive);
+    m_actions.refresh->setEnabled(isLive);
+}
+
+void MainWindow::selectInstance(const QString &instance)
+{
+    if (m_files.isLive()) {
+        // What the user has selected stays selected.
+        const QScopedValueRollback<bool> isSelecting(m_isSelecting, true);
+        m_tables->selectInstance(instance);
+    }
+}
+
+void MainWindow::showSource()
+{
+    const bool isLive = m_files.isLive();
+    setWindowTitle(isLive ? tr("Applications on %1").arg(shown(m_connection.bus().label()))
+                          : tr("Trace %1").arg(shownName(m_files.openFile())));
+    for (QWidget *widget : {static_cast<QWidget *>(m_columns), static_cast<QWidget *>(m_name),
+                            static_cast<QWidget *>(m_start)}) {
+        widget->setEnabled(isLive);
+    }
+    enableRowActions();
 }
 
 void MainWindow::showFailure(const QString &text, const Ostrel::Error &error)
@@ -300,8 +356,9 @@ void MainWindow::openTaskTypeDialog()
 
 bool MainWindow::isSettled() const
 {
-    return m_connection.state() != Connection::Ready
-        || (m_tables->areListed() && m_desk->isSettled());
+    return !m_files.isReading()
+        && (m_connection.state() != Connection::Ready
+            || (m_tables->areListed() && m_desk->isSettled()));
 }
 
 void MainWindow::save() const
@@ -314,6 +371,8 @@ void MainWindow::save() const
     settings.setValue(QStringLiteral("details"), m_actions.details->isChecked());
     settings.setValue(QStringLiteral("faultDesk"), m_actions.faultDesk->isChecked());
     settings.setValue(QStringLiteral("applications"), m_name->names());
+    settings.setValue(QStringLiteral("columns/log"),
+                      m_views.log()->horizontalHeader()->saveState());
     m_tables->save(settings);
 }
 
@@ -325,6 +384,7 @@ void MainWindow::restore()
     restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
     restoreState(settings.value(QStringLiteral("window")).toByteArray());
     m_columns->restoreState(settings.value(QStringLiteral("columns")).toByteArray());
+    m_rows->setSizes({350, 400, 250});
     m_rows->restoreState(settings.value(QStringLiteral("rows")).toByteArray());
     m_actions.details->setChecked(settings.value(QStringLiteral("details"), true).toBool());
     m_details->setVisible(m_actions.details->isChecked());
@@ -334,6 +394,8 @@ void MainWindow::restore()
     for (const QString &name : names) {
         m_name->remember(name);
     }
+    m_views.log()->horizontalHeader()->restoreState(
+        settings.value(QStringLiteral("columns/log")).toByteArray());
     m_tables->restore(settings);
     m_tables->currentPage()->setFocus();
 }

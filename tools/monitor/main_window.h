@@ -5,8 +5,10 @@
 #define MONITOR_MAIN_WINDOW_H
 
 #include "connection.h"
+#include "linked_views.h"
 #include "requests.h"
 #include "start_times.h"
+#include "trace_files.h"
 #include "window_actions.h"
 
 #include <QtWidgets/QMainWindow>
@@ -16,12 +18,14 @@
 class CallsMonitor;
 class DeskDock;
 class DetailsPanel;
+class FileActions;
 class MessageBar;
 class NameField;
 class Notice;
 class QLabel;
 class QLineEdit;
 class QSplitter;
+class QToolButton;
 class Tables;
 
 // The window: what runs, what happens, and what the user can do about it.
@@ -39,6 +43,9 @@ public:
     Tables &tables() { return *m_tables; }
     MessageBar &messages() { return *m_messages; }
     const WindowActions &actions() const { return m_actions; }
+    TraceFiles &files() { return m_files; }
+    LinkedViews &views() { return m_views; }
+    FileActions &fileActions() { return *m_fileActions; }
 
     // Whether it waits for nothing: everything that it can show is shown.
     bool isSettled() const;
@@ -60,6 +67,10 @@ private:
 
     void showConnection();
     void showRow();
+    // What happens, or a trace file.
+    void showSource();
+    void selectInstance(const QString &instance);
+    void enableRowActions();
     void showFailure(const QString &text, const Ostrel::Error &error);
     void showDone(const QString &text);
 
@@ -74,10 +85,14 @@ private:
     Requests m_requests;
     std::unique_ptr<CallsMonitor> m_monitor;
     WindowActions m_actions;
+    TraceFiles m_files;
+    LinkedViews m_views;
 
     Notice *m_notice;
     MessageBar *m_messages;
+    FileActions *m_fileActions;
     NameField *m_name;
+    QToolButton *m_start;
     QLineEdit *m_filter;
     Tables *m_tables;
     DetailsPanel *m_details;
@@ -86,6 +101,9 @@ private:
     QSplitter *m_rows;
     QLabel *m_state;
     QLabel *m_calls;
+    // What the row in front is about.
+    QString m_instance;
+    bool m_isSelecting = false;
 };
 
 #endif

@@ -23,6 +23,8 @@ QLabel *messageLabel(QWidget *parent)
     auto *label = new QLabel(parent);
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
+    // A long word, such as the name of a file, does not make the window wide.
+    label->setMinimumWidth(1);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     label->setFocusPolicy(Qt::NoFocus);
     return label;

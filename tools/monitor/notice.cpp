@@ -23,6 +23,8 @@ Notice::Notice(const QString &button, QWidget *parent)
     icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxInformation).pixmap(size));
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
+    // A long word does not make the window wide.
+    m_label->setMinimumWidth(1);
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_button->setVisible(!button.isEmpty());
     auto *layout = new QHBoxLayout(this);
@@ -53,6 +55,11 @@ void Notice::setText(const QString &text, const QString &advice)
 QString Notice::text() const
 {
     return m_label->text();
+}
+
+void Notice::setButtonText(const QString &text)
+{
+    m_button->setText(text);
 }
 
 void Notice::setButtonVisible(bool visible)

@@ -22,6 +22,7 @@ public:
     void setText(const QString &text, const QString &advice = QString());
     QString text() const;
 
+    void setButtonText(const QString &text);
     void setButtonVisible(bool visible);
 
 Q_SIGNALS:

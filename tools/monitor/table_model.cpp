@@ -76,8 +76,8 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
 
 int TableModel::usualLength(int column) const
 {
-    constexpr int name = 20;
-    constexpr int other = 11;
+    constexpr int name = 17;
+    constexpr int other = 12;
     return column == 0 ? name : other;
 }
 

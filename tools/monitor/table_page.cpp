@@ -26,6 +26,8 @@ TablePage::TablePage(TableModel *model, const QString &name, const QString &noth
     setAlternatingRowColors(true);
     setShowGrid(false);
     setWordWrap(false);
+    // Instances of an application differ at the end.
+    setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);
     setContextMenuPolicy(Qt::ActionsContextMenu);
     verticalHeader()->hide();
@@ -120,6 +122,16 @@ void TablePage::focusInEvent(QFocusEvent *event)
     if (currentRow() < 0 && currentIndex().isValid()) {
         selectRow(currentIndex().row());
     }
+}
+
+// Otherwise, another row is selected instead, and what the user does next is done to that.
+void TablePage::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last)
+{
+    const int current = currentIndex().row();
+    if (current >= first && current <= last) {
+        selectionModel()->clear();
+    }
+    QTableView::rowsAboutToBeRemoved(parent, first, last);
 }
 
 void TablePage::paintEvent(QPaintEvent *event)

@@ -42,6 +42,7 @@ protected:
 
     void focusInEvent(QFocusEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) override;
 
 private:
     QPointer<TableModel> m_model;

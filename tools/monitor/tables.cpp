@@ -125,7 +125,11 @@ QStringList Tables::taskTypes() const
 
 void Tables::selectInstance(const QString &instance)
 {
-    page(0)->select(m_applications->rowOf(instance));
+    const int row = m_applications->rowOf(instance);
+    if (row >= 0) {
+        setCurrentIndex(0);
+    }
+    page(0)->select(row);
 }
 
 void Tables::setFilter(const QString &text)

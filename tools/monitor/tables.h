@@ -32,7 +32,7 @@ public:
     void removeTaskType(int tab);
     QStringList taskTypes() const;
 
-    // The row of the instance, if it runs and the filter shows it.
+    // Shows the row of the instance, if it runs and the filter shows it; otherwise selects none.
     void selectInstance(const QString &instance);
 
     ApplicationsTable &applications() const { return *m_applications; }

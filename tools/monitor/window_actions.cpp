@@ -5,6 +5,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtGui/QIcon>
+#include <QtGui/QPainter>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
@@ -27,6 +28,26 @@ QAction *newAction(QWidget *parent, const char *text, const char *keys, const ch
     return action;
 }
 
+// Those of the style are black, also where everything else is.
+QIcon shapeIcon(const QPolygonF &shape, const QColor &color)
+{
+    constexpr int unit = 16;
+    QIcon icon;
+    for (const int scale : {1, 2, 4}) {
+        QPixmap pixmap(unit * scale, unit * scale);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(scale, scale);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(color);
+        painter.drawPolygon(shape);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
 } // namespace
 
 // What is "..." opens something to fill in first.
@@ -36,6 +57,8 @@ WindowActions::WindowActions(QWidget *parent)
     , stopRecording(newAction(parent, "S&top recording", "Ctrl+Shift+R", "Close the trace file"))
     , save(newAction(parent, "&Save as...", "Ctrl+S",
                      "Write everything that the timeline holds to a trace file"))
+    , saveLog(newAction(parent, "Save the lo&g as...", "Ctrl+Shift+S",
+                        "Write the rows of the log to a text file"))
     , open(newAction(parent, "&Open a trace...", "Ctrl+O", "Look at a trace file"))
     , backToLive(newAction(parent, "Back to &live", "Ctrl+L", "Close the trace file"))
     , connectAgain(newAction(parent, "&Connect again", "Ctrl+Shift+C",
@@ -55,6 +78,8 @@ WindowActions::WindowActions(QWidget *parent)
     , filter(newAction(parent, "&Filter", "Ctrl+F", "Show only what contains a string"))
     , details(newAction(parent, "&Properties", "Ctrl+P", "Show the properties of the row"))
     , follow(newAction(parent, "F&ollow", "Ctrl+E", "Keep the present in sight"))
+    , zoomIn(newAction(parent, "Zoom &in", "Ctrl++", "Show less of the timeline"))
+    , zoomOut(newAction(parent, "Zoom o&ut", "Ctrl+-", "Show more of the timeline"))
     , zoomToFit(newAction(parent, "&Zoom to fit", "Ctrl+0", "Show all of the timeline"))
     , faultDesk(newAction(parent, "Fault des&k", "Ctrl+K",
                           "Arrange what happens in the simulator's next calls"))
@@ -63,8 +88,9 @@ WindowActions::WindowActions(QWidget *parent)
     const QStyle *style = parent->style();
     save->setIcon(style->standardIcon(QStyle::SP_DialogSaveButton));
     open->setIcon(style->standardIcon(QStyle::SP_DialogOpenButton));
-    start->setIcon(style->standardIcon(QStyle::SP_MediaPlay));
-    stop->setIcon(style->standardIcon(QStyle::SP_MediaStop));
+    const QColor color = parent->palette().color(QPalette::ButtonText);
+    start->setIcon(shapeIcon(QVector<QPointF>{{3, 2}, {14, 8}, {3, 14}}, color));
+    stop->setIcon(shapeIcon(QRectF(3, 3, 10, 10), color));
     refresh->setIcon(style->standardIcon(QStyle::SP_BrowserReload));
     details->setCheckable(true);
     follow->setCheckable(true);
@@ -76,7 +102,7 @@ void WindowActions::fill(QMenuBar *bar) const
     QMenu *file = bar->addMenu(translated("&File"));
     file->addActions({record, stopRecording});
     file->addSeparator();
-    file->addActions({open, save, backToLive});
+    file->addActions({open, save, saveLog, backToLive});
     file->addSeparator();
     file->addActions({connectAgain, quit});
     QMenu *applications = bar->addMenu(translated("&Applications"));
@@ -86,5 +112,6 @@ void WindowActions::fill(QMenuBar *bar) const
     applications->addAction(refresh);
     bar->addMenu(translated("&Tasks"))->addActions({addTaskType, removeTaskType});
     bar->addMenu(translated("&View"))
-        ->addActions({filter, details, follow, zoomToFit, faultDesk, dismissErrors});
+        ->addActions({filter, details, follow, zoomIn, zoomOut, zoomToFit, faultDesk,
+                      dismissErrors});
 }

@@ -24,6 +24,7 @@ struct WindowActions
     QAction *record;
     QAction *stopRecording;
     QAction *save;
+    QAction *saveLog;
     QAction *open;
     QAction *backToLive;
     QAction *connectAgain;
@@ -40,6 +41,8 @@ struct WindowActions
     QAction *filter;
     QAction *details;
     QAction *follow;
+    QAction *zoomIn;
+    QAction *zoomOut;
     QAction *zoomToFit;
     QAction *faultDesk;
     QAction *dismissErrors;

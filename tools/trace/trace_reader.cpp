@@ -5,7 +5,9 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <algorithm>
 #include <cstring>
+#include <unistd.h>
 
 Result<> TraceReader::open(const QString &file)
 {
@@ -60,6 +62,14 @@ std::optional<QByteArray> TraceReader::nextLine()
 int TraceReader::skipped() const
 {
     return m_skipped + (m_lines ? m_lines->skippedLines() : 0);
+}
+
+int TraceReader::percent() const
+{
+    constexpr qint64 all = 100;
+    const qint64 position = ::lseek(m_file.handle(), 0, SEEK_CUR);
+    const qint64 size = m_file.size();
+    return size > 0 ? int(std::clamp<qint64>(all * position / size, 0, all)) : 0;
 }
 
 Result<int> readTrace(const QString &file, const std::function<void(const TraceEvent &)> &receive)

@@ -29,6 +29,9 @@ public:
     // How many lines were no event: for a file that ends within an event, that is one.
     int skipped() const;
 
+    // How much of the file has been read.
+    int percent() const;
+
 private:
     std::optional<QByteArray> nextLine();
 

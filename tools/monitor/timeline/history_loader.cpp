@@ -8,6 +8,8 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 
+#include <utility>
+
 HistoryLoader::HistoryLoader(History &history, QObject *parent)
     : QObject(parent)
     , m_history(history)
@@ -30,6 +32,7 @@ Result<> HistoryLoader::load(const QString &file)
     }
     m_history.setClock(nullptr);
     m_history.clear();
+    m_percent = 0;
     m_timer.start(0);
     return {};
 }
@@ -60,5 +63,9 @@ void HistoryLoader::readSome()
             Q_EMIT failed(read.error());
         }
         return;
+    }
+    const int percent = m_reader->percent();
+    if (std::exchange(m_percent, percent) != percent) {
+        Q_EMIT progressed(percent);
     }
 }

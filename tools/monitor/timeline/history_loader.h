@@ -31,6 +31,7 @@ public:
     bool isLoading() const { return m_reader.has_value(); }
 
 Q_SIGNALS:
+    void progressed(int percent);
     // skipped: how many lines were no event; one if the file ends within an event.
     void finished(int skipped);
     // What has been read stays.
@@ -42,6 +43,7 @@ private:
     History &m_history;
     std::optional<TraceReader> m_reader;
     QTimer m_timer;
+    int m_percent = 0;
 };
 
 #endif

@@ -36,6 +36,10 @@ void TimelineView::zoom(double factor)
 {
     const int width = m_scene.scale.width();
     double x = width / 2.0;
+    if (m_follow && hasEvents()) {
+        const double now = m_scene.scale.x(m_history->lastTime());
+        x = now >= 0 && now < width ? now : x;
+    }
     if (!m_history.isNull() && m_history->contains(m_scene.current)) {
         const double place = m_scene.scale.x(m_history->event(m_scene.current).time);
         x = place >= 0 && place < width ? place : x;
@@ -119,7 +123,7 @@ void TimelineView::zoomAt(double factor, double x)
     arrange();
 }
 
-void TimelineView::bringIntoSight(EventId event)
+void TimelineView::bringIntoSight(EventId event, Scrolling scrolling)
 {
     const HistoryEvent &shown = m_history->event(event);
     const int row = m_scene.rows.row(shown.lane);
@@ -134,7 +138,9 @@ void TimelineView::bringIntoSight(EventId event)
     }
     const double x = m_scene.scale.x(shown.time);
     const double width = m_scene.scale.width();
-    if (x < 0 || x > width * nowPlace) {
+    const bool isPartInSight =
+        scrolling == ToAnyPart && x <= width && m_scene.scale.x(m_history->endOf(shown)) >= 0;
+    if (!isPartInSight && (x < 0 || x > width * nowPlace)) {
         m_scene.scale.move(x - width / 2);
         endFollowBeyond(1);
     }

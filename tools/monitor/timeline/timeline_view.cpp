@@ -64,13 +64,13 @@ void TimelineView::setFilter(const QString &filter)
     }
 }
 
-void TimelineView::select(const EventId &event)
+void TimelineView::select(const EventId &event, Scrolling scrolling)
 {
     const EventId known = !m_history.isNull() && m_history->contains(event) ? event : EventId();
     m_scene.selected = known;
     if (known.isValid()) {
         setCurrent(known);
-        bringIntoSight(known);
+        bringIntoSight(known, scrolling);
     }
     viewport()->update();
 }

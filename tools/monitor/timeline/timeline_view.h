@@ -41,14 +41,21 @@ public:
     QString filter() const { return m_filter; }
     void setFilter(const QString &filter);
 
+    enum Scrolling {
+        // The moment at which the event begins comes into sight.
+        ToBeginning,
+        // The time does not move as long as a part of the event's stretch is in sight.
+        ToAnyPart,
+    };
     // Marks an event and scrolls to it. Does not emit selected().
-    void select(const EventId &event);
+    void select(const EventId &event, Scrolling scrolling = ToBeginning);
     EventId selection() const { return m_scene.selected; }
     // Where the keyboard is.
     EventId current() const { return m_scene.current; }
 
     void zoomToFit();
-    // At the current event if it is in sight, otherwise in the middle.
+    // At the current event if it is in sight, otherwise at now while the view follows it, and else
+    // in the middle.
     void zoom(double factor);
     // Shows the time from one moment to another.
     void showTimes(qint64 from, qint64 to);
@@ -105,7 +112,7 @@ private:
     void endFollowBeyond(double share);
     void moveTo(double pixels, int lines);
     void zoomAt(double factor, double x);
-    void bringIntoSight(EventId event);
+    void bringIntoSight(EventId event, Scrolling scrolling = ToBeginning);
     // In timeline_input.cpp.
     void selectCurrent();
     bool moveCurrent(int key);
