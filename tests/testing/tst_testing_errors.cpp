@@ -28,7 +28,7 @@ private Q_SLOTS:
     void folderThatCannotBeMadeIsNamed();
 
 private:
-    // Runs a function of the program with the simulator in PATH.
+    // Runs a function of the program with the simulator in PATH. Its folder is "~" in the output.
     static Result user(const QString &function, QProcessEnvironment environment);
     static QProcessEnvironment environment() { return QProcessEnvironment::systemEnvironment(); }
 };
@@ -36,7 +36,9 @@ private:
 Result TestTestingErrors::user(const QString &function, QProcessEnvironment environment)
 {
     environment.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + environment.value("PATH"));
-    return run(USER, {function}, environment);
+    Result result = run(USER, {function}, environment);
+    result.output.replace(QRegularExpression("\\S*/ostrel-test-\\w*"), "~");
+    return result;
 }
 
 void TestTestingErrors::testPasses()
@@ -62,6 +64,12 @@ void TestTestingErrors::failureIsExplained_data()
     QTest::newRow("startsWithoutItsCatalogue")
         << "ostrel-simulator printed no line: ostrel-simulator: "
            "/nonexistent/catalogue.json: No such file or directory\n";
+    QTest::newRow("leavesAStepOfItsScenario")
+        << "ostrel-simulator: ~/scenario.json:1: steps[1] has not happened\n";
+    QTest::newRow("waitsForAScenarioThatEnds")
+        << "ostrel-simulator: ~/scenario.json:1: No instance \"demo.Viewer\" is running\n";
+    QTest::newRow("waitsForNoScenario")
+        << "The fault desk refuses WaitForScenario: The simulator has no scenario\n";
 }
 
 void TestTestingErrors::failureIsExplained()
@@ -85,6 +93,8 @@ void TestTestingErrors::limitIsOurs_data()
     QTest::newRow("waitsForCalls")
         << "The test waited 1.6 seconds for 2 calls of Control1.Terminate. These calls came: "
            "Control1.Start(\"demo.None\")\n";
+    QTest::newRow("waitsForAStepOfItsScenario")
+        << "The test waited 1.6 seconds for the end of the scenario. These calls came: none\n";
     QTest::newRow("waitsForACondition") << "The test waited 1.6 seconds for better times\n";
 }
 
@@ -96,7 +106,7 @@ void TestTestingErrors::limitIsOurs()
     const Result result = user(QTest::currentDataTag(), limited);
     QVERIFY2(result.output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
              qPrintable(result.output + result.errors));
-    QCOMPARE(result.exitStatus, 1);
+    QVERIFY(result.exitStatus > 0);
 }
 
 void TestTestingErrors::missingProgramIsNamed_data()

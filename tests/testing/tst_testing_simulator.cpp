@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_events.h"
+#include "files.h"
 
 #include <Ostrel/Testing/Main>
 #include <Ostrel/Testing/SimulatorTest>
+#include <Ostrel/WindowManagement>
 
+#include <QtCore/QDir>
 #include <QtCore/QMetaEnum>
 #include <QtCore/QTimer>
 
@@ -25,6 +28,8 @@ private Q_SLOTS:
     void errorsMayHoldValues();
     void callsAreForgotten();
     void waitForCallsRunsTheEventLoop();
+    void scenarioIsPlayedThroughARestart();
+    void nextFunctionHasNoScenario();
 };
 
 void TestTestingSimulator::signalsArrive()
@@ -139,6 +144,37 @@ void TestTestingSimulator::waitForCallsRunsTheEventLoop()
     simulator().faults(Method::Terminate).holdNext();
     callLater();
     QVERIFY(simulator().faults(Method::Terminate).waitForHeld());
+}
+
+// The service leaves the bus while the test waits, and comes back.
+void TestTestingSimulator::scenarioIsPlayedThroughARestart()
+{
+    const QString file = QDir::home().filePath("scenario.json");
+    writeFile(file, R"({"steps": [{"at": {"call": "Terminate"}, "do": [{"restart": 0}]},
+                                  {"after": 0, "do": [{"restart": 50}]},
+                                  {"at": {"call": "UpdateWindowStatus"}}]})");
+    simulator().setScenarioFile(file);
+    simulator().restart();
+    QVERIFY(simulator().hasScenario());
+    const Ostrel::Control control;
+    int times = 0;
+    QObject::connect(&control, &Ostrel::Control::serviceAvailableChanged, this,
+                     [&times](bool available) {
+                         times += available ? 1 : 0;
+                         if (times == 2) {
+                             Ostrel::WindowManagement().updateWindowStatus("main", 2, 0, 0);
+                         }
+                     });
+    QVERIFY(Ostrel::Control().terminate("a"));
+    QVERIFY(simulator().waitForScenario());
+    QCOMPARE(times, 2);
+    QCOMPARE(simulator().end(), 0);
+}
+
+void TestTestingSimulator::nextFunctionHasNoScenario()
+{
+    QVERIFY(!simulator().hasScenario());
+    QVERIFY(!simulator().process().arguments().contains("--scenario"));
 }
 
 OSTREL_TEST_MAIN(TestTestingSimulator)

@@ -6,6 +6,8 @@
 #include <Ostrel/Testing/SimulatorTest>
 #include <Ostrel/Testing/waiting.h>
 
+#include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QSettings>
 #include <QtTest/QTest>
 
@@ -38,10 +40,28 @@ private Q_SLOTS:
     void asksWithoutASimulator();
     void asksWithoutAProcess();
     void startsWithoutItsCatalogue();
+    void leavesAStepOfItsScenario();
+    void waitsForAStepOfItsScenario();
+    void waitsForAScenarioThatEnds();
+    void waitsForNoScenario();
     void printsItsEnvironment();
     void writesSettings();
     void hangs();
+
+private:
+    // Restarts the simulator with a scenario of these steps.
+    void play(const QByteArray &steps);
 };
+
+void User::play(const QByteArray &steps)
+{
+    QFile file(QDir::home().filePath(QStringLiteral("scenario.json")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("{\"steps\": [" + steps + "]}");
+    file.close();
+    simulator().setScenarioFile(file.fileName());
+    simulator().restart();
+}
 
 void User::passes()
 {
@@ -104,6 +124,29 @@ void User::startsWithoutItsCatalogue()
 {
     simulator().setCatalogueFile(QStringLiteral("/nonexistent/catalogue.json"));
     simulator().restart();
+}
+
+void User::leavesAStepOfItsScenario()
+{
+    play(R"({"at": {"call": "Start"}}, {"at": {"call": "Terminate"}})");
+    Ostrel::Control().start(QStringLiteral("demo.Viewer"));
+}
+
+void User::waitsForAStepOfItsScenario()
+{
+    play(R"({"at": {"call": "Terminate"}})");
+    QVERIFY(!simulator().waitForScenario());
+}
+
+void User::waitsForAScenarioThatEnds()
+{
+    play(R"({"after": 0, "do": [{"killByOom": "demo.Viewer"}]})");
+    QVERIFY(!simulator().waitForScenario());
+}
+
+void User::waitsForNoScenario()
+{
+    simulator().waitForScenario();
 }
 
 void User::printsItsEnvironment()

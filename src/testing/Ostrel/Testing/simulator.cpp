@@ -60,6 +60,12 @@ QDBusMessage deskCall(const QString &method, const QVariantList &arguments)
     return call;
 }
 
+// Whether there was no service, or it went before it replied.
+bool isAbsence(const QDBusError &error)
+{
+    return error.type() == QDBusError::NoReply || error.type() == QDBusError::ServiceUnknown;
+}
+
 } // namespace
 
 Simulator::Simulator(const PrivateBus &bus, const QStringList &options, const char *program,
@@ -75,6 +81,7 @@ Simulator::Simulator(const PrivateBus &bus, const QStringList &options, const ch
 
 Simulator::~Simulator()
 {
+    end();
     QDBusConnection::disconnectFromBus(m_connection.name());
 }
 
@@ -94,18 +101,32 @@ void Simulator::setCatalogueFile(const QString &path)
     m_catalogue = path;
 }
 
+void Simulator::setScenarioFile(const QString &path)
+{
+    m_scenario = path;
+}
+
+bool Simulator::waitForScenario() const
+{
+    return wait(QStringLiteral("WaitForScenario"), {}, QStringLiteral("the end of the scenario"));
+}
+
 void Simulator::start()
 {
-    if (m_process && m_process->state() != QProcess::NotRunning) {
-        if (isServing()) {
-            return;
-        }
-        // It is about to end.
-        m_process->waitForEnd();
+    if (isRunning() && isServing()) {
+        return;
+    }
+    if (m_process) {
+        // It has ended, or is about to.
+        waitForEnd();
     }
     QStringList options{QStringLiteral("--address"), m_address};
     if (!m_catalogue.isEmpty()) {
         options += {QStringLiteral("--catalogue"), m_catalogue};
+    }
+    m_hasScenario = !m_scenario.isEmpty();
+    if (m_hasScenario) {
+        options += {QStringLiteral("--scenario"), m_scenario};
     }
     m_process = std::make_unique<Process>(m_program, options + m_options);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -125,7 +146,12 @@ void Simulator::start()
 
 int Simulator::end()
 {
-    return m_process ? m_process->end() : 0;
+    if (!m_process) {
+        return 0;
+    }
+    const int status = m_process->end();
+    reportScenario();
+    return status;
 }
 
 void Simulator::restart()
@@ -136,7 +162,9 @@ void Simulator::restart()
 
 int Simulator::waitForEnd() const
 {
-    return process().waitForEnd();
+    const int status = process().waitForEnd();
+    reportScenario();
+    return status;
 }
 
 void Simulator::reset() const
@@ -215,6 +243,24 @@ bool Simulator::isServing() const
         && m_connection.interface()->isServiceRegistered(QStringLiteral(OSTREL_SERVICE_NAME));
 }
 
+bool Simulator::isRunning() const
+{
+    return m_process && m_process->state() != QProcess::NotRunning;
+}
+
+// Fails the test function if the simulator, which has ended, wrote why its scenario did not go on.
+bool Simulator::reportScenario() const
+{
+    if (!m_hasScenario) {
+        return false;
+    }
+    const QString lines = QString::fromUtf8(m_process->readAllStandardError()).trimmed();
+    if (!lines.isEmpty()) {
+        failTest(lines);
+    }
+    return !lines.isEmpty();
+}
+
 void Simulator::waitUntilKnown()
 {
     // Until the event loop runs, QtDBus holds back what a new connection of the main thread
@@ -236,15 +282,19 @@ void Simulator::waitUntilKnown()
     }
 }
 
+void Simulator::refuse(const QString &method, const QString &message) const
+{
+    endTest(
+        isServing()
+            ? QStringLiteral("The fault desk refuses %1: %2").arg(method, message)
+            : QStringLiteral("%1: the simulator does not run. Call start() first.").arg(method));
+}
+
 QVariantList Simulator::order(const QString &method, const QVariantList &arguments) const
 {
     const QDBusMessage reply = desk(method, arguments);
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        endTest(
-            isServing()
-                ? QStringLiteral("The fault desk refuses %1: %2").arg(method, reply.errorMessage())
-                : QStringLiteral("%1: the simulator does not run. Call start() first.")
-                      .arg(method));
+        refuse(method, reply.errorMessage());
     }
     return reply.arguments();
 }
@@ -252,9 +302,19 @@ QVariantList Simulator::order(const QString &method, const QVariantList &argumen
 bool Simulator::wait(const QString &method, const QVariantList &arguments,
                      const QString &what) const
 {
-    const QDBusPendingCall waiting =
-        m_connection.asyncCall(deskCall(method, arguments), std::numeric_limits<int>::max());
-    if (!runLoopUntil([&waiting] { return waiting.isFinished(); })) {
+    const auto ask = [&] {
+        return m_connection.asyncCall(deskCall(method, arguments), std::numeric_limits<int>::max());
+    };
+    QDBusPendingCall waiting = ask();
+    const auto isOver = [&] {
+        // A scenario restarts the service, which ends the call, in the same process.
+        const bool isAbsent = waiting.isError() && isAbsence(waiting.error()) && isRunning();
+        if (isAbsent && isServing()) {
+            waiting = ask();
+        }
+        return waiting.isFinished() && !isAbsent;
+    };
+    if (!runLoopUntil(isOver)) {
         QStringList came;
         const QVector<Call> all = calls();
         for (const Call &call : all) {
@@ -267,8 +327,10 @@ bool Simulator::wait(const QString &method, const QVariantList &arguments,
         return false;
     }
     if (waiting.isError()) {
-        endTest(
-            QStringLiteral("The fault desk refuses %1: %2").arg(method, waiting.error().message()));
+        if (!isRunning() && reportScenario()) {
+            return false;
+        }
+        refuse(method, waiting.error().message());
     }
     return true;
 }

@@ -44,9 +44,10 @@ namespace Ostrel::Testing
  * The process and its files are gone when the test ends, also if a signal ends it. Use the object
  * in the main thread.
  *
- * All functions but the constructors, setCatalogue(), setCatalogueFile(), end() and waitForEnd()
- * make bus calls, on a connection of the object's own, and block until they return. If the fault
- * desk refuses a call, or the simulator does not run, the test ends with a line that says so.
+ * All functions but the constructors, those that set a file or values for later starts, end() and
+ * waitForEnd() make bus calls, on a connection of the object's own, and block until they return. If
+ * the fault desk refuses a call, or the simulator does not run, the test ends with a line that says
+ * so.
  */
 class Simulator
 {
@@ -74,6 +75,29 @@ public:
     void setCatalogueFile(const QString &path);
 
     /**
+     * Has later starts play the scenario in the file with this @p path, from its beginning. A null
+     * string is no scenario, which is the default. @ref scenarios describes the file. An error in
+     * it ends the test at the next start(), with the line of the error.
+     *
+     * A simulator that ends before all steps have happened fails the test function, with a line
+     * that names the first step that has not happened.
+     */
+    void setScenarioFile(const QString &path);
+
+    /**
+     * Runs the event loop until all steps of the scenario have happened, also through restarts of
+     * the service.
+     *
+     * @return whether they have happened. If they did not within waitLimit(), or the simulator has
+     *         ended, the test function has failed, with a line that says so.
+     */
+    bool waitForScenario() const;
+
+    /** Returns whether the last start() had a scenario from setScenarioFile(). Makes no bus call.
+     */
+    bool hasScenario() const { return m_hasScenario; }
+
+    /**
      * Starts the simulator, and returns when the service is there. Does nothing if it runs.
      *
      * QtDBus drops signals of a service that it does not know yet. So this also waits until this
@@ -89,7 +113,10 @@ public:
     /**
      * Ends the simulator with SIGTERM, with the programs that it has started.
      *
-     * @return its exit status, or -1 if a signal ended it.
+     * If a step of the scenario has not happened, the test function has failed, with a line that
+     * names the step: see setScenarioFile().
+     *
+     * @return its exit status, or -1 if a signal ended it. It is 3 if a step has not happened.
      */
     int end();
 
@@ -97,7 +124,9 @@ public:
     void restart();
 
     /**
-     * Waits until the simulator has ended by itself, as after Faults::dieInNext().
+     * Waits until the simulator has ended by itself, as after Faults::dieInNext(). If it ended
+     * because a step of the scenario is impossible, the test function has failed, with the
+     * simulator's line.
      *
      * @return its exit status, or -1 if a signal ended it.
      */
@@ -105,7 +134,8 @@ public:
 
     /**
      * Drops faults, logged calls, windows and sessions, and kills what the simulator has started,
-     * without a signal of the service. Does nothing if the simulator does not run.
+     * without a signal of the service. The scenario begins again. Does nothing if the simulator
+     * does not run.
      */
     void reset() const;
 
@@ -191,7 +221,10 @@ private:
     Q_DISABLE_COPY(Simulator)
 
     bool isServing() const;
+    bool isRunning() const;
+    bool reportScenario() const;
     static void waitUntilKnown();
+    [[noreturn]] void refuse(const QString &method, const QString &message) const;
     QVariantList order(const QString &method, const QVariantList &arguments = {}) const;
     bool wait(const QString &method, const QVariantList &arguments, const QString &what) const;
     void emitControlSignal(const QString &member, const QVariantList &arguments) const;
@@ -200,6 +233,8 @@ private:
     QStringList m_options;
     QString m_program;
     QString m_catalogue;
+    QString m_scenario;
+    bool m_hasScenario = false;
     // The process has its temporary files here, because it may be killed.
     QTemporaryDir m_folder;
     std::unique_ptr<Process> m_process;

@@ -13,7 +13,12 @@ void SimulatorTest::init()
 
 void SimulatorTest::cleanup()
 {
-    m_simulator.reset();
+    if (m_simulator.hasScenario()) {
+        m_simulator.end();
+    } else {
+        m_simulator.reset();
+    }
+    m_simulator.setScenarioFile(QString());
 }
 
 } // namespace Ostrel::Testing

@@ -46,7 +46,11 @@ protected Q_SLOTS:
     /** Starts the simulator if it does not run. QtTest calls this before each function. */
     void init();
 
-    /** Resets the simulator if it runs. QtTest calls this after each function. */
+    /**
+     * Resets the simulator if it runs. If it has a scenario, ends it as Simulator::end() does, and
+     * later starts have none: the function fails if a step has not happened. QtTest calls this
+     * after each function.
+     */
     void cleanup();
 
 private:
