@@ -158,9 +158,10 @@ void TestDocuments::searchFindsThePageOfAWord_data()
         QTest::newRow(word) << member << address;
     };
     row("error", "title", "^errors.html$");
-    row("simulator", "title", "^testing.html$");
+    row("simulator", "title", "^simulator.html$");
+    row("Testing your program", "title", "^testing.html$");
     row("catalogue", "title", "^md_tools_simulator_catalogue.html$");
-    row("fault desk", "title", "^testing.html#");
+    row("fault desk", "title", "^simulator.html#");
     row("setTimeout()", "title", "^classOstrel_1_1Control.html#");
     row("ApplicationAlreadyRunning", "title", "^classOstrel_1_1Error.html#");
     row("appInstanceId", "title", "^structOstrel_1_1Control_1_1StartResult.html#");
@@ -212,7 +213,7 @@ void TestDocuments::contractHoldsEachInterface_data()
         QTest::newRow(name) << name << contract;
     }
     QTest::newRow("Simulator1") << "Simulator1"
-                                << "testing.html";
+                                << "simulator.html";
 }
 
 // Each member with its arguments and their types, and every word of the comments.

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void responsiveGoesOnWhileTheServiceIsSlow();
     void launcherListsWhatRunsAndTheTasks();
     void launcherPrintsWhatIsWrongWithItsFile();
+    void testedProgramPassesItsTests();
     void examplesPrintWhyTheyFail_data();
     void examplesPrintWhyTheyFail();
     void examplesEndWithTheService_data();
@@ -61,6 +62,7 @@ void TestExamples::initTestCase()
     const QString build = m_folder.filePath("build");
     const QVector<QStringList> steps{
         {"--install", BUILD_DIR, "--prefix", prefix},
+        {"--install", BUILD_DIR, "--prefix", prefix, "--component", "simulator"},
         {"-G", "Ninja", "-S", SOURCE_DIR "/examples", "-B", build, "-DCMAKE_PREFIX_PATH=" + prefix},
         {"--build", build},
     };
@@ -198,6 +200,16 @@ void TestExamples::launcherPrintsWhatIsWrongWithItsFile()
     QCOMPARE(wrong.exitStatus, 1);
 }
 
+// They find the installed simulator.
+void TestExamples::testedProgramPassesItsTests()
+{
+    const Result result = run(
+        "ctest", {"--test-dir", m_folder.filePath("build/tested-program"), "--output-on-failure"},
+        m_environment);
+    QVERIFY2(result.output.contains("100% tests passed, 0 tests failed out of 2"),
+             qPrintable(result.output + result.errors));
+}
+
 void TestExamples::examplesPrintWhyTheyFail_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -216,6 +228,8 @@ void TestExamples::examplesPrintWhyTheyFail_data()
         << "cannot report: not today\n";
     QTest::newRow("responsive") << QStringList{"demo.Once"} << control << "Start"
                                 << "cannot start: not today\n";
+    QTest::newRow("tested-program") << QStringList{"demo.Once"} << control << "Start"
+                                    << "cannot start demo.Once: not today\n";
 }
 
 void TestExamples::examplesPrintWhyTheyFail()
@@ -225,7 +239,8 @@ void TestExamples::examplesPrintWhyTheyFail()
     QFETCH(const QString, method);
     QFETCH(const QString, errors);
     const Faults faults = m_simulator.faults(interface, method);
-    for (int i = 0; i < 3; ++i) { // the window reports three times, and the last answer counts
+    // The window reports three times, and the last reply counts. The keeper tries three times.
+    for (int i = 0; i < 3; ++i) {
         faults.failNext(OSTREL_ERROR_PREFIX "HandlerFailed", "not today");
     }
     const Result result = runExample(QTest::currentDataTag(), arguments);

@@ -10,6 +10,7 @@
 #include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 
 namespace
@@ -47,6 +48,7 @@ private Q_SLOTS:
     void nextVersionIsNotFound();
     void isFoundByPkgConfig_data();
     void isFoundByPkgConfig();
+    void testIsBuiltWithPkgConfig();
     void isFoundByQmake_data();
     void isFoundByQmake();
     void eachHeaderStandsAlone_data();
@@ -308,6 +310,22 @@ void TestInstallation::isFoundByPkgConfig()
     const QRegularExpression command("^c\\+\\+ .*$", QRegularExpression::MultilineOption);
     succeed("sh", {"-c", command.match(readFile(SOURCE_DIR "/" + document)).captured()});
     runProgram(m_project + "/program");
+}
+
+// As its page says. The test finds the simulator in PATH.
+void TestInstallation::testIsBuiltWithPkgConfig()
+{
+    const QString example = SOURCE_DIR "/examples/tested-program/";
+    for (const char *file : {"keeper.cpp", "keeper.h", "tst_first.cpp"}) {
+        QVERIFY(QFile::copy(example + file, m_project + '/' + file));
+    }
+    const QString commands = block("docs/testing.md", "sh");
+    QVERIFY(commands.contains("pkg-config --cflags --libs ostrel-testing-qt5"));
+    succeed("sh", {"-e", "-c", commands});
+    QProcessEnvironment environment = m_environment;
+    environment.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + environment.value("PATH"));
+    const Result result = run(m_project + "/tst_first", {}, environment);
+    QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
 }
 
 void TestInstallation::isFoundByQmake_data()

@@ -157,12 +157,13 @@ void TestTestingSimulator::scenarioIsPlayedThroughARestart()
     simulator().restart();
     QVERIFY(simulator().hasScenario());
     const Ostrel::Control control;
+    Ostrel::WindowManagement windows;
     int times = 0;
     QObject::connect(&control, &Ostrel::Control::serviceAvailableChanged, this,
-                     [&times](bool available) {
+                     [&](bool available) {
                          times += available ? 1 : 0;
                          if (times == 2) {
-                             Ostrel::WindowManagement().updateWindowStatus("main", 2, 0, 0);
+                             windows.updateWindowStatus("main", 2, 0, 0, this, {});
                          }
                      });
     QVERIFY(Ostrel::Control().terminate("a"));
