@@ -81,6 +81,9 @@ void TestTestingErrors::failureIsExplained_data()
         << "ostrel-simulator: ~/scenario.json:1: steps[1] has not happened\n";
     QTest::newRow("waitsForAScenarioThatEnds")
         << "ostrel-simulator: ~/scenario.json:1: No instance \"demo.Viewer\" is running\n";
+    QTest::newRow("asksAScenarioThatEnds")
+        << "Calls: the simulator has ended: ostrel-simulator: ~/scenario.json:1: No instance "
+           "\"demo.Viewer\" is running\n";
     QTest::newRow("waitsForNoScenario")
         << "The fault desk refuses WaitForScenario: The simulator has no scenario\n";
 }

@@ -163,7 +163,7 @@ void TestTestingSimulator::scenarioIsPlayedThroughARestart()
                      [&](bool available) {
                          times += available ? 1 : 0;
                          if (times == 2) {
-                             windows.updateWindowStatus("main", 2, 0, 0, this, {});
+                             windows.updateWindowStatus("main", 2, 0, 0, this, [](auto...) {});
                          }
                      });
     QVERIFY(Ostrel::Control().terminate("a"));

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void leavesAStepOfItsScenario();
     void waitsForAStepOfItsScenario();
     void waitsForAScenarioThatEnds();
+    void asksAScenarioThatEnds();
     void waitsForNoScenario();
     void printsItsEnvironment();
     void writesSettings();
@@ -128,7 +129,7 @@ void User::startsWithoutItsCatalogue()
 
 void User::leavesAStepOfItsScenario()
 {
-    play(R"({"at": {"call": "Start"}}, {"at": {"call": "Terminate"}})");
+    play(R"({"at": {"call": "Control1.Start"}}, {"at": {"call": "Terminate"}})");
     Ostrel::Control().start(QStringLiteral("demo.Viewer"));
 }
 
@@ -140,8 +141,16 @@ void User::waitsForAStepOfItsScenario()
 
 void User::waitsForAScenarioThatEnds()
 {
-    play(R"({"after": 0, "do": [{"killByOom": "demo.Viewer"}]})");
+    play(R"({"at": {"call": "Terminate"}, "do": [{"killByOom": "demo.Viewer"}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
     QVERIFY(!simulator().waitForScenario());
+}
+
+void User::asksAScenarioThatEnds()
+{
+    play(R"({"at": {"call": "Terminate"}, "do": [{"killByOom": "demo.Viewer"}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
+    simulator().calls();
 }
 
 void User::waitsForNoScenario()

@@ -60,10 +60,11 @@ QDBusMessage deskCall(const QString &method, const QVariantList &arguments)
     return call;
 }
 
-// Whether there was no service, or it went before it replied.
+// Whether there was no service, it went before it replied, or it is about to go.
 bool isAbsence(const QDBusError &error)
 {
-    return error.type() == QDBusError::NoReply || error.type() == QDBusError::ServiceUnknown;
+    return error.type() == QDBusError::NoReply || error.type() == QDBusError::ServiceUnknown
+        || error.type() == QDBusError::UnknownObject;
 }
 
 } // namespace
@@ -284,15 +285,26 @@ void Simulator::waitUntilKnown()
 
 void Simulator::refuse(const QString &method, const QString &message) const
 {
-    endTest(
-        isServing()
-            ? QStringLiteral("The fault desk refuses %1: %2").arg(method, message)
-            : QStringLiteral("%1: the simulator does not run. Call start() first.").arg(method));
+    if (isServing()) {
+        endTest(QStringLiteral("The fault desk refuses %1: %2").arg(method, message));
+    }
+    const QByteArray lines = m_process ? m_process->readAllStandardError() : QByteArray();
+    if (!lines.isEmpty()) {
+        endTest(QStringLiteral("%1: the simulator has ended: %2")
+                    .arg(method, QString::fromUtf8(lines)));
+    }
+    endTest(QStringLiteral("%1: the simulator does not run. Call start() first.").arg(method));
 }
 
 QVariantList Simulator::order(const QString &method, const QVariantList &arguments) const
 {
-    const QDBusMessage reply = desk(method, arguments);
+    QDBusMessage reply = desk(method, arguments);
+    // The service of a scenario goes and comes back, in the same process.
+    constexpr int pause = 5;
+    while (m_hasScenario && isAbsence(QDBusError(reply)) && isRunning()) {
+        m_process->waitForFinished(pause);
+        reply = desk(method, arguments);
+    }
     if (reply.type() != QDBusMessage::ReplyMessage) {
         refuse(method, reply.errorMessage());
     }
@@ -307,7 +319,7 @@ bool Simulator::wait(const QString &method, const QVariantList &arguments,
     };
     QDBusPendingCall waiting = ask();
     const auto isOver = [&] {
-        // A scenario restarts the service, which ends the call, in the same process.
+        // That also ends a call that waits.
         const bool isAbsent = waiting.isError() && isAbsence(waiting.error()) && isRunning();
         if (isAbsent && isServing()) {
             waiting = ask();
