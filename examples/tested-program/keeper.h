@@ -9,6 +9,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
+//! [class]
 // Keeps an application running: starts it, and starts it again when it has ended or the service has
 // restarted. Tries a start that fails twice more.
 class Keeper : public QObject
@@ -38,5 +39,6 @@ private:
     bool m_isStarting = false;
     int m_tries = 0;
 };
+//! [class]
 
 #endif
