@@ -18,8 +18,8 @@ class TestTestingSimulator : public Ostrel::Testing::SimulatorTest
     Q_OBJECT
 
 private Q_SLOTS:
+    void signalsArriveBeforeTheEventLoopHasRun();
     void signalsArrive();
-    void signalsArriveAfterEachRestart();
     void startDoesNothingWhileItRuns();
     void startFollowsADeathAtOnce();
     void resetWithoutASimulatorDoesNothing();
@@ -31,6 +31,17 @@ private Q_SLOTS:
     void scenarioIsPlayedThroughARestart();
     void nextFunctionHasNoScenario();
 };
+
+// Until the event loop runs, QtDBus holds back what a new connection receives. It would drop a
+// signal that it reads together with the news of the new service. So this is the first function.
+void TestTestingSimulator::signalsArriveBeforeTheEventLoopHasRun()
+{
+    const Ostrel::Control control;
+    const ControlEvents events(control);
+    simulator().restart();
+    simulator().emitTerminated("a");
+    events.waitFor("terminated a {}");
+}
 
 void TestTestingSimulator::signalsArrive()
 {
@@ -47,20 +58,6 @@ void TestTestingSimulator::signalsArrive()
     simulator().killByOom(instance);
     events.waitFor("state " + instance + " 2");
     QVERIFY(events.all().at(5).startsWith("oom "));
-}
-
-// QtDBus would drop a signal that comes before it knows the new service.
-void TestTestingSimulator::signalsArriveAfterEachRestart()
-{
-    const Ostrel::Control control;
-    const ControlEvents events(control);
-    const QString event = "state demo.Viewer.instance_1 1";
-    for (int i = 1; i <= 40; ++i) {
-        simulator().restart();
-        // The signals follow the reply at once.
-        QVERIFY(!Ostrel::Control().start("demo.Viewer").error);
-        QVERIFY(waitUntil([&] { return events.all().count(event) == i; }));
-    }
 }
 
 void TestTestingSimulator::startDoesNothingWhileItRuns()
