@@ -150,6 +150,7 @@ void TestTestingIsolation::testWithWindowsRuns()
     if (!HAS_WINDOWS) {
         QSKIP("Qt Widgets is missing");
     }
+    const PrivateBus usersBus(PrivateBus::BothBuses);
     const QTemporaryDir home;
     QProcessEnvironment environment = userAt(home);
     environment.insert("QT_QPA_PLATFORM", "offscreen");

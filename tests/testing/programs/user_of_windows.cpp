@@ -3,30 +3,56 @@
 
 #include <Ostrel/Control>
 #include <Ostrel/Testing/Main>
-#include <Ostrel/Testing/SimulatorTest>
+#include <Ostrel/Testing/PrivateBus>
+#include <Ostrel/Testing/Simulator>
 
+#include <QtDBus/QDBusConnection>
 #include <QtWidgets/QLabel>
 
 using namespace Ostrel::Testing;
 
-// A test of a program with windows.
-class UserOfWindows : public SimulatorTest
+namespace
+{
+
+bool reachesABus(QDBusConnection::BusType type)
+{
+    return QDBusConnection::connectToBus(type, QString::number(type)).isConnected();
+}
+
+} // namespace
+
+// A test of a program with windows, which makes its bus itself.
+class UserOfWindows : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void reachesNoBusOfTheUser();
     void showsAReply();
+
+private:
+    const bool m_reachesSessionBus = reachesABus(QDBusConnection::SessionBus);
+    const bool m_reachesSystemBus = reachesABus(QDBusConnection::SystemBus);
+    PrivateBus m_bus;
+    Simulator m_simulator{m_bus};
 };
+
+void UserOfWindows::reachesNoBusOfTheUser()
+{
+    QVERIFY(!m_reachesSessionBus);
+    QVERIFY(!m_reachesSystemBus);
+}
 
 void UserOfWindows::showsAReply()
 {
+    m_simulator.start();
     QLabel label;
     label.show();
     Ostrel::Control control;
     control.start("demo.Viewer", &label, [&label](const Ostrel::Control::StartResult &result) {
         label.setText(result.appInstanceId);
     });
-    OSTREL_COMPARE_CALLS(simulator(), call(Method::Start).with("demo.Viewer"));
+    OSTREL_COMPARE_CALLS(m_simulator, call(Method::Start).with("demo.Viewer"));
     QTRY_COMPARE(label.text(), "demo.Viewer.instance_1");
 }
 

@@ -11,8 +11,6 @@
 
 #include "DBus/names_p.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
 #include <QtDBus/QDBusArgument>
@@ -142,7 +140,6 @@ void Simulator::start()
     m_process->readLine();
     qputenv("OSTREL_ROOTFS",
             QFile::encodeName(order(QStringLiteral("RootFs")).constFirst().toString()));
-    waitUntilKnown();
 }
 
 int Simulator::end()
@@ -260,27 +257,6 @@ bool Simulator::reportScenario() const
         failTest(lines);
     }
     return !lines.isEmpty();
-}
-
-void Simulator::waitUntilKnown()
-{
-    // Until the event loop runs, QtDBus holds back what a new connection of the main thread
-    // receives. It has queued the end of that to the application.
-    if (QCoreApplication::instance() != nullptr) {
-        QCoreApplication::sendPostedEvents(QCoreApplication::instance(), QEvent::MetaCall);
-    }
-    // These are Qt's names; by them, a connection that does not exist yet is not made. The reply to
-    // the first call comes after the news of the service, and to the second after QtDBus has dealt
-    // with it.
-    for (const char *name : {"qt_default_session_bus", "qt_default_system_bus"}) {
-        const QDBusConnection connection{QString::fromLatin1(name)};
-        for (int i = 0; i < 2 && connection.isConnected(); ++i) {
-            connection.call(QDBusMessage::createMethodCall(
-                                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
-                                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")),
-                            QDBus::Block, waitLimit());
-        }
-    }
 }
 
 void Simulator::refuse(const QString &method, const QString &message) const

@@ -100,9 +100,6 @@ public:
     /**
      * Starts the simulator, and returns when the service is there. Does nothing if it runs.
      *
-     * QtDBus drops signals of a service that it does not know yet. So this also waits until this
-     * process's connections to the session bus and the system bus, if there are any, know it.
-     *
      * OSTREL_ROOTFS in the environment is then the simulator's root folder, where
      * Control::getAppIdByPid() finds the simulator's processes.
      *
@@ -223,7 +220,6 @@ private:
     bool isServing() const;
     bool isRunning() const;
     bool reportScenario() const;
-    static void waitUntilKnown();
     [[noreturn]] void refuse(const QString &method, const QString &message) const;
     QVariantList order(const QString &method, const QVariantList &arguments = {}) const;
     bool wait(const QString &method, const QVariantList &arguments, const QString &what) const;
