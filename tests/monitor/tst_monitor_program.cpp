@@ -20,7 +20,7 @@ class TestMonitorProgram : public QObject
 
 private Q_SLOTS:
     void helpNamesTheOptions();
-    void printsItsVersion();
+    void printsItsVersionWithoutADisplay();
     void refusesBadArguments_data();
     void refusesBadArguments();
     void takesAScreenshot_data();
@@ -38,9 +38,13 @@ void TestMonitorProgram::helpNamesTheOptions()
     QVERIFY(help.text.startsWith("Usage: ostrel-monitor [options]\n"));
 }
 
-void TestMonitorProgram::printsItsVersion()
+void TestMonitorProgram::printsItsVersionWithoutADisplay()
 {
-    const Result result = run(MONITOR, {"--version"});
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
+        environment.remove(name);
+    }
+    const Result result = run(MONITOR, {"--version"}, environment);
     QCOMPARE(result.output, QString("ostrel-monitor " PROJECT_VERSION "\n"));
     QCOMPARE(result.exitStatus, 0);
 }

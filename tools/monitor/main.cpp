@@ -8,9 +8,11 @@
 #include "session_bus.h"
 #include "termination.h"
 
+#include <QtCore/QByteArrayList>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iterator>
 #include <unistd.h>
@@ -47,6 +49,19 @@ int show(const MonitorOptions &options)
     return QCoreApplication::exec();
 }
 
+// Prints the help or the version, if that is asked for: neither needs a display.
+bool printsText(int argc, char **argv)
+{
+    const QByteArrayList askingFor{"-h", "--help", "-v", "--version"};
+    if (std::none_of(argv + 1, argv + argc,
+                     [&askingFor](const char *option) { return askingFor.contains(option); })) {
+        return false;
+    }
+    const QCoreApplication application(argc, argv);
+    const auto options = parseMonitorOptions(QCoreApplication::arguments());
+    return options && !*options;
+}
+
 // A new process would begin the recording anew, and what the file holds would be lost.
 void removeRecording(std::vector<char *> &arguments)
 {
@@ -69,11 +84,14 @@ int main(int argc, char **argv)
 {
     // QApplication removes its own options.
     std::vector<char *> arguments(argv, argv + argc + 1);
-    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ostrel"));
     QCoreApplication::setApplicationName(QStringLiteral("ostrel-monitor"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+    if (printsText(argc, argv)) {
+        return EXIT_SUCCESS;
+    }
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    const QApplication application(argc, argv);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/ostrel-monitor.svg")));
 
     const auto options = parseMonitorOptions(QCoreApplication::arguments());
