@@ -120,6 +120,7 @@ void TestMonitorJoin::callsOfOthersAreInTheTimeline()
     const EventId call = history().eventAt(
         logged().indexOf(logged().filter(QRegularExpression("^calls .*: Start")).constFirst()));
     QVERIFY(history().event(call).isOpen());
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").waitForHeld(1);
     m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").release({0});
     waitUntil([&] { return !history().event(call).isOpen(); });
     QVERIFY(!history().event(call).hasFailed);

@@ -112,6 +112,6 @@ void WindowActions::fill(QMenuBar *bar) const
     applications->addAction(refresh);
     bar->addMenu(translated("&Tasks"))->addActions({addTaskType, removeTaskType});
     bar->addMenu(translated("&View"))
-        ->addActions({filter, details, follow, zoomIn, zoomOut, zoomToFit, faultDesk,
-                      dismissErrors});
+        ->addActions(
+            {filter, details, follow, zoomIn, zoomOut, zoomToFit, faultDesk, dismissErrors});
 }
