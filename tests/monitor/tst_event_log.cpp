@@ -151,8 +151,9 @@ void TestEventLog::modelStaysValidWhatever()
 void TestEventLog::valuesOfTheBusArePlainText()
 {
     RecordedHistory recorded;
-    recorded.recorder.started(recorded.now, "<b>a</b>\n\u202e\u2066\u2028z",
-                              {{"k\ne\ty", "<a href=x>\x1b[2J"}});
+    recorded.recorder.started(
+        recorded.now, "<b>a</b>\n" + QString(QChar(0x202e)) + QChar(0x2066) + QChar(0x2028) + 'z',
+        {{"k\ne\ty", "<a href=x>\x1b[2J"}});
     recorded.history.flush();
     EventLogModel model;
     model.setHistory(&recorded.history);

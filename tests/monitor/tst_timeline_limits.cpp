@@ -22,6 +22,7 @@ private Q_SLOTS:
     void droppedInstancesHaveNoLane();
     void largeArgumentsAreLeftOut();
     void tooManyLanesAreLeftOut();
+    void lanesAloneDoNoHarm();
     void oddEventsDoNoHarm_data();
     void oddEventsDoNoHarm();
     void hugeLaneIsMergedByPixels();
@@ -168,6 +169,16 @@ void TestTimelineLimits::tooManyLanesAreLeftOut()
              (QStringList{"lane -1: begin -100", "lane -1: further lanes are left out -100"}));
 }
 
+void TestTimelineLimits::lanesAloneDoNoHarm()
+{
+    History history;
+    for (int i = 0; i < 60'000; ++i) {
+        history.append({TraceEvent::Metadata, "thread_name", 0, 0, TraceWords::Instances, i, {}});
+    }
+    history.flush();
+    QCOMPARE(history.laneCount(), 50'000);
+}
+
 void TestTimelineLimits::oddEventsDoNoHarm_data()
 {
     QTest::addColumn<QVector<TraceEvent>>("events");
@@ -235,7 +246,7 @@ void TestTimelineLimits::hugeLaneIsMergedByPixels()
     History history;
     constexpr int count = 50'000;
     for (int i = 0; i < count; ++i) {
-        history.append(stretch(QString("state %1").arg(i % 3), i * 10, 10, 1));
+        history.append(stretch(QString("state %1").arg(i % 3), qint64(i) * 10, 10, 1));
     }
     // After a pause.
     history.append(stretch("state 7", 1'000'000, 500'000, 1));

@@ -267,7 +267,8 @@ void TestTimelineView::deletedHistoryLeavesAnEmptyView()
 void TestTimelineView::namesOfTheBusAreShownAsTheyAre()
 {
     RecordedHistory recorded;
-    recorded.recorder.started(recorded.now, "<b>a</b>\n\x1b[1m\u202e" + QString(5000, 'x'),
+    recorded.recorder.started(recorded.now,
+                              "<b>a</b>\n\x1b[1m" + QString(QChar(0x202e)) + QString(5000, 'x'),
                               {{"key", "<img src=x>\r\n"}});
     recorded.history.flush();
     const ShownTimeline view = showTimeline(recorded);

@@ -253,7 +253,7 @@ void TestExamples::examplesEndWithTheService_data()
     QTest::addColumn<QStringList>("command");
     QTest::addColumn<QString>("interface");
     QTest::addColumn<QString>("method");
-    QTest::addColumn<uint>("held");
+    QTest::addColumn<int>("held");
     QTest::addColumn<QString>("lastLine");
     QTest::addColumn<int>("end");
     QTest::addColumn<QString>("errors");
@@ -266,7 +266,7 @@ void TestExamples::examplesEndWithTheService_data()
                                                  {"the bus ends", BusEnds}};
     for (const auto &[name, end] : ends) {
         const auto row = [name = name, end = end](const char *command, const QString &interface,
-                                                  const char *method, uint held,
+                                                  const char *method, int held,
                                                   const char *lastLine, const QString &errors) {
             const QStringList words = QString::fromLatin1(command).split(' ');
             QTest::addRow("%s, %s, %s", command, held > 0 ? method : lastLine, name)
@@ -292,7 +292,7 @@ void TestExamples::examplesEndWithTheService()
     QFETCH(const QStringList, command);
     QFETCH(const QString, interface);
     QFETCH(const QString, method);
-    QFETCH(const uint, held);
+    QFETCH(const int, held);
     QFETCH(const QString, lastLine);
     QFETCH(const int, end);
     QFETCH(const QString, errors);

@@ -14,6 +14,9 @@
 
 using namespace Ostrel::Testing;
 
+Q_DECLARE_METATYPE(Call)
+Q_DECLARE_METATYPE(std::vector<ExpectedCall>)
+
 namespace
 {
 
@@ -210,9 +213,6 @@ void TestTestingCalls::everyMethodHasItsName()
     }
     QCOMPARE(call(Method::StartTask).text(), "TaskInvokerSession1.Start(...)");
 }
-
-Q_DECLARE_METATYPE(Call)
-Q_DECLARE_METATYPE(std::vector<ExpectedCall>)
 
 OSTREL_TEST_MAIN(TestTestingCalls)
 

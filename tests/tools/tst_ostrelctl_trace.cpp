@@ -11,6 +11,10 @@
 #include <Ostrel/Testing/Main>
 
 #include <QtCore/QFile>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusSignature>
+#include <QtDBus/QDBusVariant>
 
 #include <csignal>
 #include <optional>

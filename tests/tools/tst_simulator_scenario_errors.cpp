@@ -169,6 +169,8 @@ void TestSimulatorScenarioErrors::badActionIsReportedWithItsLine_data()
     row("{'die': 1}", "[0].die: takes true or false, not a number");
     row("{'restart': true}", "[0].restart: takes a number, not true or false");
     row("{'release': 'Terminate', 'order': [1, 1]}", "[0].order[1]: is there already");
+    row("{'release': 'Terminate', 'order': [100001]}",
+        "[0].order[0]: takes a whole number from 0 to 100000");
     row("{'killByOom': 17}", "[0].killByOom: takes a string, not a number");
     row("{'emit': 'Started', 'values': ['x']}",
         "[0].values: takes the values of \"sa{sv}\", not 1");

@@ -180,7 +180,7 @@ void TestTrace::endlessLineIsReadInPieces()
     QFile output(file);
     QVERIFY(output.open(QIODevice::Append));
     // No line may be longer than a fifth of this.
-    QVERIFY(output.resize(80 * 1024 * 1024));
+    QVERIFY(output.resize(qint64(80) * 1024 * 1024));
     QVERIFY(output.seek(output.size()));
     output.write("\n{\"ph\":\"i\",\"ts\":2,\"name\":\"last\"}");
     output.close();
@@ -198,7 +198,7 @@ void TestTrace::endlessLineIsReadInPieces()
 
     // Not even the first line of such a file.
     QVERIFY(output.open(QIODevice::WriteOnly));
-    QVERIFY(output.resize(80 * 1024 * 1024));
+    QVERIFY(output.resize(qint64(80) * 1024 * 1024));
     TraceReader other;
     QCOMPARE(other.open(file).error(), file + " is no trace");
 }

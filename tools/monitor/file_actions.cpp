@@ -60,7 +60,8 @@ void FileActions::connectActions(const EventLogView &log)
     on(m_actions.saveLog, [this, &log] {
         ask(QFileDialog::AcceptSave, tr("Save the log"), QStringLiteral("log.txt"),
             [this, &log](const QString &file) {
-                report(log.save(file), tr("Saved %1").arg(file));
+                const Result<> checked = m_files.checkTarget(file);
+                report(checked ? log.save(file) : checked, tr("Saved %1").arg(file));
             });
     });
     on(m_actions.backToLive, [this] { m_files.backToLive(); });

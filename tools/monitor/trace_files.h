@@ -48,6 +48,9 @@ public:
     // Writes all of history() to a file.
     Result<> save(const QString &file);
 
+    // Fails if the file must not be written to.
+    Result<> checkTarget(const QString &file) const;
+
 Q_SIGNALS:
     // Another file, or none, is open, read or recorded to.
     void changed();
@@ -61,7 +64,6 @@ Q_SIGNALS:
 private:
     struct Recording;
 
-    Result<> checkTarget(const QString &file) const;
     void onRead(const QString &remark);
 
     const Ostrel::Control &m_control;

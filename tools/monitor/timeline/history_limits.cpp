@@ -59,6 +59,9 @@ void History::keepLimits()
 
 void History::dropOldest()
 {
+    if (m_events.empty()) {
+        return;
+    }
     const auto count = std::ptrdiff_t(m_events.size() / 4) + 1;
     const EventId firstKept{m_firstId + count};
     std::vector<EventId> goOn;

@@ -19,17 +19,17 @@ HistoryLoader::HistoryLoader(History &history, QObject *parent)
 
 Result<> HistoryLoader::load(const QString &file)
 {
-    cancel();
     // A pipe or a device could hold up everything.
     const QFileInfo info(file);
     if (info.exists() && !info.isFile()) {
         return Failure(QStringLiteral("%1 is no trace").arg(file));
     }
-    m_reader.emplace();
-    if (Result<> opened = m_reader->open(file); !opened) {
-        m_reader.reset();
+    auto reader = std::make_unique<TraceReader>();
+    if (Result<> opened = reader->open(file); !opened) {
         return opened;
     }
+    cancel();
+    m_reader = std::move(reader);
     m_history.setClock(nullptr);
     m_history.clear();
     m_percent = 0;

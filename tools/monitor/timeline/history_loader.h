@@ -10,7 +10,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
 
-#include <optional>
+#include <memory>
 
 class History;
 
@@ -28,7 +28,7 @@ public:
     // is as before.
     Result<> load(const QString &file);
     void cancel();
-    bool isLoading() const { return m_reader.has_value(); }
+    bool isLoading() const { return m_reader != nullptr; }
 
 Q_SIGNALS:
     void progressed(int percent);
@@ -41,7 +41,7 @@ private:
     void readSome();
 
     History &m_history;
-    std::optional<TraceReader> m_reader;
+    std::unique_ptr<TraceReader> m_reader;
     QTimer m_timer;
     int m_percent = 0;
 };

@@ -109,7 +109,9 @@ QString TimeText::tick(qint64 time, qint64 step) const
 
 QString TimeText::longestTick(qint64 step) const
 {
-    return !m_timeOfDay ? tick(m_firstTime + 9'999 * std::max(second, step), step)
+    constexpr qint64 longestStep = 100'000'000'000'000;
+    const qint64 between = qBound(second, step, longestStep);
+    return !m_timeOfDay ? tick(m_firstTime + 9'999 * between, step)
         : step >= ::day ? QStringLiteral("88 MMM")
                         : tick(-*m_timeOfDay, step);
 }

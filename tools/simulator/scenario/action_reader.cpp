@@ -147,10 +147,11 @@ Action readRelease(const JsonNode &action, const Members &members, const Call & 
         release.order.clear();
         const QVector<JsonNode> indexes = action.member(orderKey).elements();
         for (const JsonNode &index : indexes) {
-            if (release.order.contains(index.number())) {
+            const auto number = static_cast<uint>(index.wholeNumber(0, mostSteps));
+            if (release.order.contains(number)) {
                 index.refuse(QStringLiteral("is there already"));
             }
-            release.order.append(index.number());
+            release.order.append(number);
         }
     }
     return release;

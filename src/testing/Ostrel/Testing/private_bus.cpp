@@ -46,12 +46,21 @@ void PrivateBus::end()
 
 void PrivateBus::suspend()
 {
-    ::kill(static_cast<pid_t>(m_process->processId()), SIGSTOP);
+    send(SIGSTOP);
 }
 
 void PrivateBus::resume()
 {
-    ::kill(static_cast<pid_t>(m_process->processId()), SIGCONT);
+    send(SIGCONT);
+}
+
+void PrivateBus::send(int signal)
+{
+    // Of a process that has ended, the number is 0, which stands for this process and its
+    // relatives.
+    if (m_process->state() == QProcess::Running) {
+        ::kill(static_cast<pid_t>(m_process->processId()), signal);
+    }
 }
 
 } // namespace Ostrel::Testing

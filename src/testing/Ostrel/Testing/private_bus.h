@@ -63,7 +63,10 @@ public:
     /** Ends the bus. All connections to it are lost, and none comes back. */
     void end();
 
-    /** Makes the bus hang: programs can connect to it, and get no replies. */
+    /**
+     * Makes the bus hang: programs can connect to it, and get no replies. Does nothing if the bus
+     * has ended.
+     */
     void suspend();
 
     /** Ends what suspend() began. */
@@ -71,6 +74,8 @@ public:
 
 private:
     Q_DISABLE_COPY(PrivateBus)
+
+    void send(int signal);
 
     QTemporaryDir m_folder;
     std::unique_ptr<BusProcess> m_process;

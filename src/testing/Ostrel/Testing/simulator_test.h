@@ -43,13 +43,16 @@ protected:
     Simulator &simulator() { return m_simulator; }
 
 protected Q_SLOTS:
-    /** Starts the simulator if it does not run. QtTest calls this before each function. */
+    /**
+     * Starts the simulator if it does not run. QtTest calls this before each function. A test with
+     * an init() of its own calls this one there.
+     */
     void init();
 
     /**
      * Resets the simulator if it runs. If it has a scenario, ends it as Simulator::end() does, and
      * later starts have none: the function fails if a step has not happened. QtTest calls this
-     * after each function.
+     * after each function. A test with a cleanup() of its own calls this one there.
      */
     void cleanup();
 
