@@ -46,10 +46,10 @@ TablePage::TablePage(TableModel *model, const QString &name, const QString &noth
     connect(&m_sorted, &QAbstractItemModel::rowsInserted, this, repaint);
     connect(&m_sorted, &QAbstractItemModel::rowsRemoved, this, repaint);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            &TablePage::currentChanged);
+            &TablePage::currentRowChanged);
     connect(&m_sorted, &QAbstractItemModel::dataChanged, this, [this] {
         if (currentRow() >= 0) {
-            Q_EMIT currentChanged();
+            Q_EMIT currentRowChanged();
         }
     });
     connect(this, &QTableView::doubleClicked, this, &TablePage::activatedByUser);

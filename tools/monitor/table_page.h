@@ -33,7 +33,7 @@ public:
 
 Q_SIGNALS:
     // Another row is selected, or it has changed.
-    void currentChanged();
+    void currentRowChanged();
     void activatedByUser();
 
 protected:

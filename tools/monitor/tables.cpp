@@ -88,7 +88,7 @@ void Tables::add(TablePage *page, const QString &title)
             }
         };
     };
-    connect(page, &TablePage::currentChanged, this, whenInFront(&Tables::currentRowChanged));
+    connect(page, &TablePage::currentRowChanged, this, whenInFront(&Tables::currentRowChanged));
     connect(page, &TablePage::activatedByUser, this, whenInFront(&Tables::rowActivated));
 }
 

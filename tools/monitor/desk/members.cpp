@@ -40,12 +40,14 @@ struct Members
             member.interface = description.name();
             member.shortInterface = description.shortName();
             member.path = QString::fromLatin1(each.path);
-            for (const QString &name : description.methodNames()) {
+            const QStringList methods = description.methodNames();
+            for (const QString &name : methods) {
                 member.name = name;
                 member.signature = description.replySignature(name);
                 ofMethods.append(member);
             }
-            for (const QString &name : description.signalNames()) {
+            const QStringList signalNames = description.signalNames();
+            for (const QString &name : signalNames) {
                 member.name = name;
                 member.signature = description.signalSignature(name);
                 ofSignals.append(member);

@@ -181,6 +181,7 @@ void ServicePage::listWindows()
                              {shown(name), QString::number(status), QString::number(first),
                               QString::number(second)}));
                      }
+                     array.endArray();
                  });
 }
 

@@ -38,7 +38,7 @@ std::vector<Absence> absences(const History &history, const TimeScale &scale)
     return found;
 }
 
-void paintAbsence(QPainter &painter, const QRect &rect, const QPalette &palette)
+void paintAbsence(QPainter &painter, QRect rect, const QPalette &palette)
 {
     QColor color = palette.color(QPalette::Text);
     color.setAlphaF(0.08);

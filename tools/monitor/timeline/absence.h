@@ -22,6 +22,6 @@ struct Absence
 // What is visible of it.
 std::vector<Absence> absences(const History &history, const TimeScale &scale);
 
-void paintAbsence(QPainter &painter, const QRect &rect, const QPalette &palette);
+void paintAbsence(QPainter &painter, QRect rect, const QPalette &palette);
 
 #endif

@@ -12,8 +12,8 @@ struct EventId
     qint64 number = -1;
 
     bool isValid() const { return number >= 0; }
-    bool operator==(const EventId &other) const { return number == other.number; }
-    bool operator!=(const EventId &other) const { return number != other.number; }
+    bool operator==(EventId other) const { return number == other.number; }
+    bool operator!=(EventId other) const { return number != other.number; }
 };
 
 Q_DECLARE_METATYPE(EventId)

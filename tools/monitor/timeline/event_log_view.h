@@ -15,7 +15,6 @@
 class EventLogView : public QTableView
 {
     Q_OBJECT
-    Q_PROPERTY(QString filter READ filter WRITE setFilter)
 
 public:
     explicit EventLogView(QWidget *parent = nullptr);

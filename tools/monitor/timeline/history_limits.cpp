@@ -100,7 +100,7 @@ void History::dropOldest()
     }
     m_strings = strings;
     m_firstTime = event(firstKept).time;
-    const auto isBefore = [](const Count &each, qint64 time) { return each.time < time; };
+    const auto isBefore = [](Count each, qint64 time) { return each.time < time; };
     m_counts.erase(m_counts.begin(),
                    std::lower_bound(m_counts.begin(), m_counts.end(), m_firstTime, isBefore));
     m_rows.clear();

@@ -92,7 +92,7 @@ int Legend::arrange(int width, const QFontMetrics &metrics)
     return lines == 0 ? 0 : lines * m_lineHeight + margin;
 }
 
-void Legend::paint(QPainter &painter, const QRect &rect, const QPalette &palette) const
+void Legend::paint(QPainter &painter, QRect rect, const QPalette &palette) const
 {
     painter.save();
     painter.setClipRect(rect);

@@ -27,7 +27,7 @@ public:
     // Lays it out, and returns the height.
     int arrange(int width, const QFontMetrics &metrics);
 
-    void paint(QPainter &painter, const QRect &rect, const QPalette &palette) const;
+    void paint(QPainter &painter, QRect rect, const QPalette &palette) const;
 
     QStringList texts() const;
 

@@ -36,7 +36,7 @@ QColor Marks::alarm(const QPalette &palette)
                                                             : QColor(0xc0, 0x30, 0x00);
 }
 
-void Marks::paint(QPainter &painter, const QPoint &center, Shape shape)
+void Marks::paint(QPainter &painter, QPoint center, Shape shape)
 {
     QPixmap &pixmap = m_pixmaps.at(std::size_t(shape));
     if (pixmap.isNull()) {

@@ -32,7 +32,7 @@ public:
     // The colour of what concerns all lanes.
     static QColor alarm(const QPalette &palette);
 
-    void paint(QPainter &painter, const QPoint &center, Shape shape);
+    void paint(QPainter &painter, QPoint center, Shape shape);
 
 private:
     void draw(QPainter &painter, Shape shape) const;

@@ -51,7 +51,7 @@ StateColor StateColor::ofService()
     return withText(green);
 }
 
-void fill(QPainter &painter, const QRect &rect, const StateColor &color)
+void fill(QPainter &painter, QRect rect, const StateColor &color)
 {
     painter.fillRect(rect, color.fill);
     if (color.pattern != Qt::SolidPattern) {

@@ -24,6 +24,6 @@ struct StateColor
     static StateColor ofService();
 };
 
-void fill(QPainter &painter, const QRect &rect, const StateColor &color);
+void fill(QPainter &painter, QRect rect, const StateColor &color);
 
 #endif

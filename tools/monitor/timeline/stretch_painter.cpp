@@ -62,8 +62,8 @@ void StretchPainter::paint(int row, const HistoryLane &lane)
     }
 }
 
-void StretchPainter::paintName(const QRect &rect, const HistoryEvent &event,
-                               const StateColor &color, int margin)
+void StretchPainter::paintName(QRect rect, const HistoryEvent &event, const StateColor &color,
+                               int margin)
 {
     const int padding = m_metrics.averageCharWidth() / 2 + 1;
     const int left = rect.left() + margin + padding;

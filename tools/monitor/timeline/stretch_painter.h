@@ -21,8 +21,7 @@ public:
     void paint(int row, const HistoryLane &lane);
 
 private:
-    void paintName(const QRect &rect, const HistoryEvent &event, const StateColor &color,
-                   int margin);
+    void paintName(QRect rect, const HistoryEvent &event, const StateColor &color, int margin);
     QString shortName(const QString &name, int room) const;
     const StateColor &colorOf(const HistoryLane &lane, const HistoryEvent &event);
 

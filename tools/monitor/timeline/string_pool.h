@@ -21,7 +21,7 @@ public:
         const auto number = quint32(m_strings.size());
         m_numbers.insert(string, number);
         m_strings.append(string);
-        m_bytes += string.size() * int(sizeof(QChar));
+        m_bytes += string.size() * qint64(sizeof(QChar));
         return number;
     }
 

@@ -99,8 +99,9 @@ void TimelinePainter::paintAxis()
     m_painter.fillRect(QRect(0, 0, m_scene.size.width(), axis.height()), m_palette.window());
     m_painter.setClipRect(axis.adjusted(0, 0, 0, lanes.height()));
     const int tickHeight = axis.height() / 5;
-    for (const qint64 time :
-         text.ticks(scale.timeAt(-gap), scale.timeAt(lanes.width() + gap), step)) {
+    const QVector<qint64> ticks =
+        text.ticks(scale.timeAt(-gap), scale.timeAt(lanes.width() + gap), step);
+    for (const qint64 time : ticks) {
         const int x = lanes.left() + int(scale.x(time));
         m_painter.setPen(faint(m_palette, 0.13));
         m_painter.drawLine(x, axis.bottom(), x, lanes.bottom());

@@ -74,7 +74,7 @@ int TimelineScene::endRow() const
     return std::min((top + lanesRect().height()) / m_laneHeight + 1, rows.count());
 }
 
-EventId TimelineScene::eventAt(const QPoint &position) const
+EventId TimelineScene::eventAt(QPoint position) const
 {
     const int row = rowAt(position.y());
     const int x = position.x() - lanesRect().left();

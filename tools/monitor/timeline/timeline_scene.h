@@ -55,7 +55,7 @@ public:
     int endRow() const;
 
     // The event that is painted here.
-    EventId eventAt(const QPoint &position) const;
+    EventId eventAt(QPoint position) const;
     // Where an event is painted, or would be.
     QRect eventRect(EventId id) const;
 

@@ -23,7 +23,6 @@ class TimelineView : public QAbstractScrollArea
 {
     Q_OBJECT
     Q_PROPERTY(bool follow READ follow WRITE setFollow NOTIFY followChanged)
-    Q_PROPERTY(QString filter READ filter WRITE setFilter)
 
 public:
     explicit TimelineView(QWidget *parent = nullptr);
