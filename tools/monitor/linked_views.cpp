@@ -62,7 +62,7 @@ void LinkedViews::selectInstance(const QString &instance)
     m_log->select(last);
 }
 
-void LinkedViews::onSelected(const EventId &event)
+void LinkedViews::onSelected(EventId event)
 {
     if (sender() == m_timeline) {
         m_log->select(event);

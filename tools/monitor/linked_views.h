@@ -35,7 +35,7 @@ private:
     void connectActions(const WindowActions &actions);
     void showHistory();
     void showAll();
-    void onSelected(const EventId &event);
+    void onSelected(EventId event);
 
     TraceFiles &m_files;
     TimelineView *m_timeline;

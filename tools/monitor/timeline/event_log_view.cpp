@@ -67,7 +67,7 @@ void EventLogView::setFilter(const QString &filter)
     }
 }
 
-void EventLogView::select(const EventId &event)
+void EventLogView::select(EventId event)
 {
     m_selected = event;
     const int row = m_log.rowOf(event);

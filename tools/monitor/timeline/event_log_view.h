@@ -27,7 +27,7 @@ public:
 
     // Scrolls to the event, and makes it the current row; or none if it is not shown. Does not emit
     // selected().
-    void select(const EventId &event);
+    void select(EventId event);
     EventId selection() const { return m_selected; }
 
     // The rows that are shown, or only those that are selected: a line each, with tabs between the
@@ -41,7 +41,7 @@ public:
 
 Q_SIGNALS:
     // The user has come to an event.
-    void selected(const EventId &event);
+    void selected(EventId event);
 
 protected:
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;

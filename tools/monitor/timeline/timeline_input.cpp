@@ -22,7 +22,7 @@ constexpr double keyShare = 0.2;
 
 } // namespace
 
-bool TimelineView::isInLanes(const QPoint &position) const
+bool TimelineView::isInLanes(QPoint position) const
 {
     return position.x() >= m_scene.lanesRect().left()
         && position.y() <= m_scene.lanesRect().bottom();

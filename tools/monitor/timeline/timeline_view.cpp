@@ -64,7 +64,7 @@ void TimelineView::setFilter(const QString &filter)
     }
 }
 
-void TimelineView::select(const EventId &event, Scrolling scrolling)
+void TimelineView::select(EventId event, Scrolling scrolling)
 {
     const EventId known = !m_history.isNull() && m_history->contains(event) ? event : EventId();
     m_scene.selected = known;
@@ -85,12 +85,12 @@ int TimelineView::xAt(qint64 time) const
     return m_scene.lanesRect().left() + m_scene.scale.pixel(time);
 }
 
-EventId TimelineView::eventAt(const QPoint &position) const
+EventId TimelineView::eventAt(QPoint position) const
 {
     return hasEvents() ? m_scene.eventAt(position) : EventId();
 }
 
-QString TimelineView::stretchAt(const QPoint &position) const
+QString TimelineView::stretchAt(QPoint position) const
 {
     const EventId found = eventAt(position);
     if (!found.isValid() || !m_history->event(found).isStretch()) {

@@ -47,7 +47,7 @@ public:
         ToAnyPart,
     };
     // Marks an event and scrolls to it. Does not emit selected().
-    void select(const EventId &event, Scrolling scrolling = ToBeginning);
+    void select(EventId event, Scrolling scrolling = ToBeginning);
     EventId selection() const { return m_scene.selected; }
     // Where the keyboard is.
     EventId current() const { return m_scene.current; }
@@ -64,15 +64,15 @@ public:
     QStringList legend() const { return m_legend.texts(); }
     qint64 timeAt(int x) const;
     int xAt(qint64 time) const;
-    EventId eventAt(const QPoint &position) const;
+    EventId eventAt(QPoint position) const;
     // The name of the stretch that is painted here; null where there is none.
-    QString stretchAt(const QPoint &position) const;
+    QString stretchAt(QPoint position) const;
     // The names of the lanes that are in sight, from above.
     QStringList visibleLanes() const;
 
 Q_SIGNALS:
     // The user has selected an event.
-    void selected(const EventId &event);
+    void selected(EventId event);
     void followChanged(bool follow);
 
 protected:
@@ -116,7 +116,7 @@ private:
     void selectCurrent();
     bool moveCurrent(int key);
     void moveTime(double share);
-    bool isInLanes(const QPoint &position) const;
+    bool isInLanes(QPoint position) const;
 
     QPointer<History> m_history;
     TimelineScene m_scene;
