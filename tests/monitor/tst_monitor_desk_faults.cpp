@@ -119,6 +119,8 @@ void TestMonitorDeskFaults::callsAreHeldAndReleasedInTheEnteredOrder()
     QVERIFY(texts().contains("Waiting for 2 held replies of Control1.Start"));
     QStringList outcomes;
     start("demo.Viewer", outcomes);
+    // The other program might run first.
+    m_simulator.faults(OSTREL_CONTROL_INTERFACE, "Start").waitForHeld(1);
     start("demo.Clock", outcomes);
     waitUntil([this] { return texts().contains("There are 2 held replies of Control1.Start"); });
     QCOMPARE(outcomes, QStringList());
