@@ -26,7 +26,9 @@ bool isEmptyArray(const QVariant &value)
 {
     const auto array = value.value<QDBusArgument>();
     array.beginArray();
-    return array.atEnd();
+    const bool isEmpty = array.atEnd();
+    array.endArray();
+    return isEmpty;
 }
 
 } // namespace
