@@ -23,6 +23,7 @@ private Q_SLOTS:
     void applicationOfAValueRuns();
     void taskOfAValueRuns();
     void fileIsRead();
+    void nextFunctionHasTheCatalogueOfTheTest();
 };
 
 void TestTestingCatalogue::valuesAreThoseOfTheFile()
@@ -81,6 +82,11 @@ void TestTestingCatalogue::fileIsRead()
     simulator().setCatalogueFile(QDir::homePath() + "/catalogue.json");
     simulator().restart();
     QCOMPARE(Ostrel::Control().start("of.File").appInstanceId, "of.File.instance_1");
+}
+
+void TestTestingCatalogue::nextFunctionHasTheCatalogueOfTheTest()
+{
+    QCOMPARE(Ostrel::Control().start("demo.Viewer").appInstanceId, "demo.Viewer.instance_1");
 }
 
 OSTREL_TEST_MAIN(TestTestingCatalogue)

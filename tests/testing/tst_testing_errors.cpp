@@ -19,7 +19,7 @@ class TestTestingErrors : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void testPasses();
+    void testsPass();
     void failureIsExplained_data();
     void failureIsExplained();
     void limitIsOurs_data();
@@ -57,10 +57,12 @@ QString TestTestingErrors::shown(const QString &words, int lines)
     return text;
 }
 
-void TestTestingErrors::testPasses()
+void TestTestingErrors::testsPass()
 {
-    const Result result = user("passes", environment());
-    QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
+    for (const char *function : {"passes", "playsAScenarioThatDiesAtItsEnd"}) {
+        const Result result = user(function, environment());
+        QVERIFY2(result.exitStatus == 0, qPrintable(result.output + result.errors));
+    }
 }
 
 void TestTestingErrors::failureIsExplained_data()
@@ -84,6 +86,8 @@ void TestTestingErrors::failureIsExplained_data()
     QTest::newRow("asksAScenarioThatEnds")
         << "Calls: the simulator has ended: ostrel-simulator: ~/scenario.json:1: No instance "
            "\"demo.Viewer\" is running\n";
+    QTest::newRow("leavesAStepWhenTheServiceDies")
+        << "ostrel-simulator: ~/scenario.json:1: steps[0] has not happened\n";
     QTest::newRow("waitsForNoScenario")
         << "The fault desk refuses WaitForScenario: The simulator has no scenario\n";
 }

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void resetBeginsAgain();
     void stepThatIsImpossibleEndsTheSimulator();
     void stepEndsTheService();
+    void endOfTheServiceNamesTheNextStep();
     void serviceGoesAndComesBack();
     void restartedServiceHasForgottenEverything();
     void scenarioGoesOnAfterARestart();
@@ -132,6 +133,17 @@ void TestSimulatorScenarioEnd::stepEndsTheService()
     const Outcome outcome = reportWindow();
     QCOMPARE(outcome.error.message(), endedServiceText());
     QCOMPARE(m_simulator->waitForEnd(), 1);
+    QCOMPARE(m_simulator->process().readAllStandardError(), QByteArray());
+}
+
+void TestSimulatorScenarioEnd::endOfTheServiceNamesTheNextStep()
+{
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"die": true}]},
+             {"at": {"call": "Terminate"}})");
+    reportWindow();
+    QCOMPARE(m_simulator->waitForEnd(), 1);
+    QCOMPARE(QString::fromUtf8(m_simulator->process().readAllStandardError()),
+             QString("ostrel-simulator: %1:3: steps[1] has not happened\n").arg(m_file));
 }
 
 void TestSimulatorScenarioEnd::serviceGoesAndComesBack()

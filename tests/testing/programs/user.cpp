@@ -44,6 +44,8 @@ private Q_SLOTS:
     void waitsForAStepOfItsScenario();
     void waitsForAScenarioThatEnds();
     void asksAScenarioThatEnds();
+    void leavesAStepWhenTheServiceDies();
+    void playsAScenarioThatDiesAtItsEnd();
     void waitsForNoScenario();
     void printsItsEnvironment();
     void writesSettings();
@@ -151,6 +153,21 @@ void User::asksAScenarioThatEnds()
     play(R"({"at": {"call": "Terminate"}, "do": [{"killByOom": "demo.Viewer"}]})");
     Ostrel::Control().terminate(QStringLiteral("a"));
     simulator().calls();
+}
+
+void User::leavesAStepWhenTheServiceDies()
+{
+    play(R"({"at": {"call": "Terminate"}})");
+    simulator().faults(Method::Start).dieInNext();
+    Ostrel::Control().start(QStringLiteral("demo.Viewer"));
+    QVERIFY(!simulator().waitForScenario());
+}
+
+void User::playsAScenarioThatDiesAtItsEnd()
+{
+    play(R"({"at": {"call": "Terminate"}, "do": [{"die": true}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
+    QVERIFY(simulator().waitForScenario());
 }
 
 void User::waitsForNoScenario()

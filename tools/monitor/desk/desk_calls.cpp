@@ -8,13 +8,8 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCallWatcher>
 
-#include <limits>
-
 namespace
 {
-
-// Some calls of the desk return when something has happened. The bus replies if the service goes.
-constexpr int noTimeout = std::numeric_limits<int>::max();
 
 QString textOf(const QDBusMessage &error)
 {
@@ -70,25 +65,28 @@ void DeskCalls::setState(State state)
 void DeskCalls::call(const QString &what, const QString &method, const QVariantList &arguments,
                      const Handler &handler)
 {
-    send(method, arguments, [this, what, handler](const QDBusMessage &reply) {
+    const auto receive = [this, what, handler](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ReplyMessage) {
             handler(reply);
         } else {
             Q_EMIT failed(QStringLiteral("%1: %2").arg(what, textOf(reply)));
         }
-    });
+    };
+    send(method, arguments, noTimeout, receive);
 }
 
-void DeskCalls::ask(const QString &method, const Handler &handler)
+void DeskCalls::ask(const QString &method, const Handler &handler, int timeout)
 {
-    send(method, {}, [this, handler, generation = m_generation](const QDBusMessage &reply) {
+    const auto receive = [this, handler, generation = m_generation](const QDBusMessage &reply) {
         if (generation == m_generation) {
             handler(reply);
         }
-    });
+    };
+    send(method, {}, timeout, receive);
 }
 
-void DeskCalls::send(const QString &method, const QVariantList &arguments, const Handler &handler)
+void DeskCalls::send(const QString &method, const QVariantList &arguments, int timeout,
+                     const Handler &handler)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(
         QStringLiteral(OSTREL_SERVICE_NAME), QStringLiteral(OSTREL_SIMULATOR_PATH),
@@ -97,7 +95,7 @@ void DeskCalls::send(const QString &method, const QVariantList &arguments, const
     // Who looks for the desk does not start a service.
     message.setAutoStartService(false);
     auto *watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(message, noTimeout), this);
+        QDBusConnection::sessionBus().asyncCall(message, timeout), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, handler] {
         watcher->deleteLater();
         handler(watcher->reply());

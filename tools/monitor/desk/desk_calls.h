@@ -11,6 +11,7 @@
 #include <QtDBus/QDBusServiceWatcher>
 
 #include <functional>
+#include <limits>
 
 // The fault desk on the bus, and whether the service has one. Nothing here waits.
 class DeskCalls : public QObject
@@ -36,6 +37,10 @@ public:
     // The folder of the service's processes. The answer shows that there is a desk.
     QString rootFs() const { return m_rootFs; }
 
+    // Some calls of the desk return when something has happened. The bus replies if the service
+    // goes.
+    static constexpr int noTimeout = std::numeric_limits<int>::max();
+
     using Handler = std::function<void(const QDBusMessage &reply)>;
 
     // The service or the bus has gone.
@@ -48,7 +53,8 @@ public:
 
     // Calls a method on behalf of the window. The handler gets the reply or the error, unless the
     // service has been replaced since.
-    void ask(const QString &method, const Handler &handler);
+    // timeout: in milliseconds; -1 is that of QtDBus.
+    void ask(const QString &method, const Handler &handler, int timeout = -1);
 
 Q_SIGNALS:
     void stateChanged();
@@ -59,7 +65,8 @@ Q_SIGNALS:
 private:
     void look();
     void setState(State state);
-    void send(const QString &method, const QVariantList &arguments, const Handler &handler);
+    void send(const QString &method, const QVariantList &arguments, int timeout,
+              const Handler &handler);
 
     QDBusServiceWatcher m_watcher;
     State m_state = Absent;

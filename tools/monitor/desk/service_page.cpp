@@ -117,7 +117,7 @@ void ServicePage::showEvent(QShowEvent *event)
 void ServicePage::followScenario()
 {
     m_scenarioState = Asked;
-    m_calls.ask(QStringLiteral("WaitForScenario"), [this](const QDBusMessage &reply) {
+    const auto onReply = [this](const QDBusMessage &reply) {
         const bool isError = reply.type() != QDBusMessage::ReplyMessage;
         if (isError && m_scenarioState == Waiting) {
             // It has begun again.
@@ -126,7 +126,8 @@ void ServicePage::followScenario()
         }
         m_scenarioState = Answered;
         m_scenario->setText(isError ? shown(reply.errorMessage()) : tr("All steps have happened"));
-    });
+    };
+    m_calls.ask(QStringLiteral("WaitForScenario"), onReply, DeskCalls::noTimeout);
     // The desk replies in order. Without a reply until now, there are steps to come.
     m_calls.ask(QStringLiteral("RootFs"), [this](const QDBusMessage & /*reply*/) {
         if (m_scenarioState == Asked) {

@@ -70,6 +70,7 @@ void Children::killAll(const std::function<void()> &done)
 
 void Children::die()
 {
+    Q_EMIT aboutToDie();
     // The only cleaning up: the user's folder for temporary files must not fill.
     m_rootFs.clear();
     std::_Exit(EXIT_FAILURE);

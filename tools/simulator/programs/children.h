@@ -37,6 +37,10 @@ public:
     // Ends this process at once. The children are killed with it.
     [[noreturn]] void die();
 
+Q_SIGNALS:
+    // This process is about to end at once.
+    void aboutToDie();
+
 private:
     Q_DISABLE_COPY(Children)
 

@@ -26,6 +26,7 @@ ScenarioPlayer::ScenarioPlayer(const Scenario &scenario, const Parts &parts)
             Qt::QueuedConnection);
     connect(&parts.service, &Service::wasReset, this, &ScenarioPlayer::begin);
     connect(&parts.replies, &Replies::isHeld, this, &ScenarioPlayer::onHeld);
+    connect(&parts.children, &Children::aboutToDie, this, &ScenarioPlayer::reportRest);
     rewind();
 }
 
@@ -208,6 +209,9 @@ bool ScenarioPlayer::act(const Action &action, const Call *call, int track)
         restart({track, restarted->pause});
         return false;
     } else {
+        if (track >= 0) {
+            ++m_tracks[track].step; // It happens now.
+        }
         m_parts.children.die();
     }
     return true;

@@ -20,6 +20,7 @@
 #include <QtDBus/QDBusReply>
 
 #include <atomic>
+#include <cstdio>
 #include <limits>
 
 namespace Ostrel::Testing
@@ -86,7 +87,8 @@ Simulator::~Simulator()
 
 void Simulator::setCatalogue(const Catalogue &catalogue)
 {
-    m_catalogue = m_folder.filePath(QStringLiteral("catalogue.json"));
+    // Each has a file of its own, so that the one before can be taken again.
+    m_catalogue = m_folder.filePath(QStringLiteral("catalogue-%1.json").arg(++m_catalogues));
     QFile file(m_catalogue);
     if (!file.open(QIODevice::WriteOnly)) {
         endTest(
@@ -246,17 +248,29 @@ bool Simulator::isRunning() const
     return m_process && m_process->state() != QProcess::NotRunning;
 }
 
-// Fails the test function if the simulator, which has ended, wrote why its scenario did not go on.
+// Fails the test function if the simulator, which has ended, did not play its scenario to the end.
+// Everything else that it and its programs wrote goes to where the test's own errors go.
 bool Simulator::reportScenario() const
 {
     if (!m_hasScenario) {
         return false;
     }
-    const QString lines = QString::fromUtf8(m_process->readAllStandardError()).trimmed();
-    if (!lines.isEmpty()) {
-        failTest(lines);
+    QStringList reasons;
+    const QList<QByteArray> lines = m_process->readAllStandardError().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("ostrel-simulator: ")) {
+            reasons.append(QString::fromUtf8(line));
+        } else if (!line.isEmpty()) {
+            std::fprintf(stderr, "%s\n", line.constData());
+        }
     }
-    return !lines.isEmpty();
+    if (reasons.isEmpty() && m_process->exitStatus() == QProcess::CrashExit) {
+        reasons.append(QStringLiteral("The simulator was ended by a signal."));
+    }
+    if (!reasons.isEmpty()) {
+        failTest(reasons.join(QLatin1Char('\n')));
+    }
+    return !reasons.isEmpty();
 }
 
 void Simulator::refuse(const QString &method, const QString &message) const
@@ -315,8 +329,12 @@ bool Simulator::wait(const QString &method, const QVariantList &arguments,
         return false;
     }
     if (waiting.isError()) {
-        if (!isRunning() && reportScenario()) {
+        const bool hasEnded = m_hasScenario && !isRunning();
+        if (hasEnded && reportScenario()) {
             return false;
+        }
+        if (hasEnded && method == QLatin1String("WaitForScenario")) {
+            return true; // Its last step ended the simulator.
         }
         refuse(method, waiting.error().message());
     }

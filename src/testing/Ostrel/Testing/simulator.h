@@ -75,6 +75,12 @@ public:
     void setCatalogueFile(const QString &path);
 
     /**
+     * Returns the catalogue that the next start uses. A null string is the simulator's own. Makes
+     * no bus call.
+     */
+    QString catalogueFile() const { return m_catalogue; }
+
+    /**
      * Has later starts play the scenario in the file with this @p path, from its beginning. A null
      * string is no scenario, which is the default. @ref scenarios describes the file. An error in
      * it ends the test at the next start(), with the line of the error.
@@ -229,6 +235,7 @@ private:
     QStringList m_options;
     QString m_program;
     QString m_catalogue;
+    int m_catalogues = 0;
     QString m_scenario;
     bool m_hasScenario = false;
     // The process has its temporary files here, because it may be killed.

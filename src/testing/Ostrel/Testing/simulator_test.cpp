@@ -8,17 +8,24 @@ namespace Ostrel::Testing
 
 void SimulatorTest::init()
 {
+    if (!m_catalogue) {
+        m_catalogue = m_simulator.catalogueFile();
+    }
     m_simulator.start();
 }
 
 void SimulatorTest::cleanup()
 {
-    if (m_simulator.hasScenario()) {
+    const bool hasOtherCatalogue = m_catalogue && m_simulator.catalogueFile() != *m_catalogue;
+    if (m_simulator.hasScenario() || hasOtherCatalogue) {
         m_simulator.end();
     } else {
         m_simulator.reset();
     }
     m_simulator.setScenarioFile(QString());
+    if (hasOtherCatalogue) {
+        m_simulator.setCatalogueFile(*m_catalogue);
+    }
 }
 
 } // namespace Ostrel::Testing

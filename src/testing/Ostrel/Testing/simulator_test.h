@@ -9,6 +9,8 @@
 
 #include <QtCore/QObject>
 
+#include <optional>
+
 namespace Ostrel::Testing
 {
 
@@ -51,7 +53,8 @@ protected Q_SLOTS:
 
     /**
      * Resets the simulator if it runs. If it has a scenario, ends it as Simulator::end() does, and
-     * later starts have none: the function fails if a step has not happened. QtTest calls this
+     * later starts have none: the function fails if a step has not happened. A catalogue that the
+     * function has set is gone, too, and so is the simulator that has it. QtTest calls this
      * after each function. A test with a cleanup() of its own calls this one there.
      */
     void cleanup();
@@ -59,6 +62,8 @@ protected Q_SLOTS:
 private:
     PrivateBus m_bus{PrivateBus::BothBuses};
     Simulator m_simulator;
+    // What the simulator has before the first function of the test.
+    std::optional<QString> m_catalogue;
 };
 
 } // namespace Ostrel::Testing
