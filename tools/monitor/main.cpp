@@ -26,9 +26,10 @@ constexpr int restart = 1000;
 
 int show(const MonitorOptions &options)
 {
-    const Termination termination;
     options.bus.apply();
+    // A bus that never replies holds this up. Until then, a signal ends the process at once.
     const SessionBus sessionBus;
+    const Termination termination;
     MainWindow window(options.bus);
     QObject::connect(&window, &MainWindow::restartWanted, qApp,
                      [] { QCoreApplication::exit(restart); });
