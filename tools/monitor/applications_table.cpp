@@ -8,10 +8,10 @@
 
 #include <Ostrel/ApplicationsModel>
 
+using Ostrel::ApplicationsModel;
+
 namespace
 {
-
-using Model = Ostrel::ApplicationsModel;
 
 QStringList applicationTitles()
 {
@@ -24,7 +24,7 @@ QStringList applicationTitles()
 } // namespace
 
 ApplicationsTable::ApplicationsTable(Ostrel::Control &control, const StartTimes &times)
-    : TableModel(new Model(&control), applicationTitles())
+    : TableModel(new ApplicationsModel(&control), applicationTitles())
     , m_control(control)
     , m_times(times)
 {
@@ -45,15 +45,15 @@ QVariant ApplicationsTable::value(int row, int column) const
     case InstanceColumn:
         return instance(row);
     case StateColumn:
-        return sourceData(row, Model::StateRole);
+        return sourceData(row, ApplicationsModel::StateRole);
     case SinceColumn:
-        return sourceData(row, Model::SinceRole);
+        return sourceData(row, ApplicationsModel::SinceRole);
     case StartColumn:
         return startTime(row);
     case ProcessColumn:
-        return sourceData(row, Model::PidRole);
+        return sourceData(row, ApplicationsModel::PidRole);
     case KindColumn:
-        return sourceData(row, Model::KindRole);
+        return sourceData(row, ApplicationsModel::KindRole);
     default:
         return {};
     }
@@ -78,17 +78,17 @@ QVariant ApplicationsTable::startTime(int row) const
 
 Details ApplicationsTable::details(int row) const
 {
-    return columnDetails(row) + propertyDetails(sourceData(row, Model::PropertiesRole));
+    return columnDetails(row) + propertyDetails(sourceData(row, ApplicationsModel::PropertiesRole));
 }
 
 QString ApplicationsTable::instance(int row) const
 {
-    return m_instances.value(sourceData(row, Model::PidRole).toInt());
+    return m_instances.value(sourceData(row, ApplicationsModel::PidRole).toInt());
 }
 
 QString ApplicationsTable::name(int row) const
 {
-    return sourceData(row, Model::AppIdRole).toString();
+    return sourceData(row, ApplicationsModel::AppIdRole).toString();
 }
 
 int ApplicationsTable::rowOf(const QString &instance) const
@@ -104,17 +104,17 @@ int ApplicationsTable::rowOf(const QString &instance) const
 void ApplicationsTable::rowsSeen(int first, int last)
 {
     for (int row = first; row <= last; ++row) {
-        const int process = sourceData(row, Model::PidRole).toInt();
-        m_instances.insert(
-            process,
-            instanceOf(m_control, process, sourceData(row, Model::PropertiesRole).toMap()));
+        const int process = sourceData(row, ApplicationsModel::PidRole).toInt();
+        m_instances.insert(process,
+                           instanceOf(m_control, process,
+                                      sourceData(row, ApplicationsModel::PropertiesRole).toMap()));
     }
 }
 
 void ApplicationsTable::rowsLeave(int first, int last)
 {
     for (int row = first; row <= last; ++row) {
-        m_instances.remove(sourceData(row, Model::PidRole).toInt());
+        m_instances.remove(sourceData(row, ApplicationsModel::PidRole).toInt());
     }
 }
 

@@ -15,6 +15,9 @@ QString shown(const QVariant &value);
 // The name of a file, without its folder, and short enough for a line with other things.
 QString shownName(const QString &file);
 
+// The most names that a field offers.
+constexpr int mostNames = 500;
+
 // The time of day, with the date if that is not today's.
 QString shown(const QDateTime &time);
 

@@ -8,13 +8,6 @@
 #include <QtWidgets/QCompleter>
 #include <QtWidgets/QLineEdit>
 
-namespace
-{
-
-constexpr int mostNames = 500;
-
-} // namespace
-
 NameField::NameField(QWidget *parent)
     : QComboBox(parent)
 {

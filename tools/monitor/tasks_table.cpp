@@ -7,10 +7,10 @@
 
 #include <Ostrel/TasksModel>
 
+using Ostrel::TasksModel;
+
 namespace
 {
-
-using Model = Ostrel::TasksModel;
 
 QStringList taskTitles()
 {
@@ -36,12 +36,12 @@ TasksTable::TasksTable(Ostrel::TasksModel *model, const QString &type, const Sta
 
 QString TasksTable::name(int row) const
 {
-    return sourceData(row, Model::NameRole).toString();
+    return sourceData(row, TasksModel::NameRole).toString();
 }
 
 bool TasksTable::isActive(int row) const
 {
-    return sourceData(row, Model::ActiveRole).toBool();
+    return sourceData(row, TasksModel::ActiveRole).toBool();
 }
 
 QString TasksTable::state(int row) const
@@ -63,7 +63,7 @@ QVariant TasksTable::value(int row, int column) const
         return time && isActive(row) ? QVariant(*time) : QVariant();
     }
     case ProcessColumn:
-        return isActive(row) ? sourceData(row, Model::PidRole) : QVariant();
+        return isActive(row) ? sourceData(row, TasksModel::PidRole) : QVariant();
     default:
         return {};
     }
@@ -76,8 +76,9 @@ QString TasksTable::text(int column, const QVariant &value) const
 
 Details TasksTable::details(int row) const
 {
-    return columnDetails(row) + propertyDetails(sourceData(row, Model::AvailablePropertiesRole))
-        + propertyDetails(sourceData(row, Model::ActivePropertiesRole));
+    return columnDetails(row)
+        + propertyDetails(sourceData(row, TasksModel::AvailablePropertiesRole))
+        + propertyDetails(sourceData(row, TasksModel::ActivePropertiesRole));
 }
 
 void TasksTable::rowsSeen(int first, int last)

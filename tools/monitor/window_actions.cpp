@@ -14,17 +14,17 @@
 namespace
 {
 
-QString translated(const char *text)
+QString actionText(const char *text)
 {
     return QCoreApplication::translate("WindowActions", text);
 }
 
 QAction *newAction(QWidget *parent, const char *text, const char *keys, const char *tip)
 {
-    auto *action = new QAction(translated(text), parent);
+    auto *action = new QAction(actionText(text), parent);
     action->setShortcut(QKeySequence::fromString(QString::fromLatin1(keys)));
-    action->setToolTip(translated(tip));
-    action->setStatusTip(translated(tip));
+    action->setToolTip(actionText(tip));
+    action->setStatusTip(actionText(tip));
     return action;
 }
 
@@ -99,19 +99,19 @@ WindowActions::WindowActions(QWidget *parent)
 
 void WindowActions::fill(QMenuBar *bar) const
 {
-    QMenu *file = bar->addMenu(translated("&File"));
+    QMenu *file = bar->addMenu(actionText("&File"));
     file->addActions({record, stopRecording});
     file->addSeparator();
     file->addActions({open, save, saveLog, backToLive});
     file->addSeparator();
     file->addActions({connectAgain, quit});
-    QMenu *applications = bar->addMenu(translated("&Applications"));
+    QMenu *applications = bar->addMenu(actionText("&Applications"));
     applications->addActions({enterName});
     applications->addActions(ofRow());
     applications->addSeparator();
     applications->addAction(refresh);
-    bar->addMenu(translated("&Tasks"))->addActions({addTaskType, removeTaskType});
-    bar->addMenu(translated("&View"))
+    bar->addMenu(actionText("&Tasks"))->addActions({addTaskType, removeTaskType});
+    bar->addMenu(actionText("&View"))
         ->addActions(
             {filter, details, follow, zoomIn, zoomOut, zoomToFit, faultDesk, dismissErrors});
 }

@@ -37,6 +37,8 @@ public:
     // The folder of the service's processes. The answer shows that there is a desk.
     QString rootFs() const { return m_rootFs; }
 
+    // As many calls as a number field offers.
+    static constexpr int mostCalls = 1000000;
     // Some calls of the desk return when something has happened. The bus replies if the service
     // goes.
     static constexpr int noTimeout = std::numeric_limits<int>::max();

@@ -17,7 +17,7 @@
 namespace
 {
 
-QString translated(const char *text)
+QString problemText(const char *text)
 {
     return QCoreApplication::translate("EnteredValues", text);
 }
@@ -33,11 +33,11 @@ QString textOf(const JsonError &error)
                                   : QLatin1Char('.') + std::get<QString>(step);
     }
     if (error.path.isEmpty()) {
-        return translated("What is entered %1").arg(error.problem);
+        return problemText("What is entered %1").arg(error.problem);
     }
     const QString number = QString::number(std::get<int>(error.path.constFirst()) + 1);
-    return place.isEmpty() ? translated("Value %1: %2").arg(number, error.problem)
-                           : translated("Value %1, %2: %3").arg(number, place, error.problem);
+    return place.isEmpty() ? problemText("Value %1: %2").arg(number, error.problem)
+                           : problemText("Value %1, %2: %3").arg(number, place, error.problem);
 }
 
 QString exampleValue(const QString &type)
@@ -69,18 +69,18 @@ QString exampleValue(const QString &type)
 Result<QVariantList> enteredValues(const QString &text, const QString &types)
 {
     if (!typesOf(types)) {
-        return Failure(translated("\"%1\" is no signature").arg(types));
+        return Failure(problemText("\"%1\" is no signature").arg(types));
     }
     const QByteArray json = '[' + text.toUtf8() + ']';
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError) {
-        return Failure(translated("This is no JSON: %1. Separate values by commas; strings are in "
-                                  "quotation marks")
+        return Failure(problemText("This is no JSON: %1. Separate values by commas; strings are in "
+                                   "quotation marks")
                            .arg(error.errorString()));
     }
     if (const auto duplicate = JsonText(json).firstDuplicate()) {
-        return Failure(translated("\"%1\" is there already").arg(duplicate->name));
+        return Failure(problemText("\"%1\" is there already").arg(duplicate->name));
     }
     try {
         const JsonNode values{document.array()};
@@ -110,11 +110,12 @@ Result<QList<uint>> enteredIndexes(const QString &text)
         bool isNumber = false;
         indexes.append(word.toUInt(&isNumber));
         if (!isNumber) {
-            return Failure(translated("\"%1\" is no index; the oldest held reply has 0").arg(word));
+            return Failure(
+                problemText("\"%1\" is no index; the oldest held reply has 0").arg(word));
         }
     }
     if (indexes.isEmpty()) {
-        return Failure(translated("Enter the indexes of held replies; the oldest has 0"));
+        return Failure(problemText("Enter the indexes of held replies; the oldest has 0"));
     }
     return indexes;
 }

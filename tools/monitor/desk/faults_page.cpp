@@ -25,7 +25,6 @@ namespace
 
 constexpr int longestDelay = std::numeric_limits<int>::max();
 constexpr int usualDelay = 3000;
-constexpr int mostCalls = 1000000;
 
 } // namespace
 
@@ -57,7 +56,8 @@ FaultsPage::FaultsPage(DeskCalls &calls)
         m_form->addNumber(tr("&Delay:"), tr("How long the reply is held back"), 0, longestDelay);
     m_delay->setSuffix(tr(" ms"));
     m_delay->setValue(usualDelay);
-    m_count = m_form->addNumber(tr("&How many:"), tr("How many calls are held"), 1, mostCalls);
+    m_count =
+        m_form->addNumber(tr("&How many:"), tr("How many calls are held"), 1, DeskCalls::mostCalls);
     m_explanation->setWordWrap(true);
     m_explanation->setTextFormat(Qt::PlainText);
     m_form->addWide(m_explanation);

@@ -14,13 +14,6 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSpinBox>
 
-namespace
-{
-
-constexpr int mostCalls = 1000000;
-
-} // namespace
-
 HeldReplies::HeldReplies(DeskCalls &calls, const std::function<Member()> &method,
                          DeskForm *heldForm, DeskForm *waitForm)
     : m_calls(calls)
@@ -28,7 +21,8 @@ HeldReplies::HeldReplies(DeskCalls &calls, const std::function<Member()> &method
     , m_waitForm(waitForm)
     , m_order(new QLineEdit)
     , m_problem(new Problem(m_order))
-    , m_count(waitForm->addNumber(tr("&Count:"), tr("How many there have to be"), 0, mostCalls))
+    , m_count(waitForm->addNumber(tr("&Count:"), tr("How many there have to be"), 0,
+                                  DeskCalls::mostCalls))
     , m_what(new QComboBox)
     , m_outcome(new QLabel)
 {

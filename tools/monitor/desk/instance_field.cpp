@@ -9,13 +9,6 @@
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QLineEdit>
 
-namespace
-{
-
-constexpr int mostNames = 500;
-
-} // namespace
-
 InstanceField::InstanceField(QWidget *parent)
     : QComboBox(parent)
 {
