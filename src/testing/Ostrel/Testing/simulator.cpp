@@ -261,7 +261,7 @@ bool Simulator::reportScenario() const
         if (line.startsWith("ostrel-simulator: ")) {
             reasons.append(QString::fromUtf8(line));
         } else if (!line.isEmpty()) {
-            std::fprintf(stderr, "%s\n", line.constData());
+            static_cast<void>(std::fprintf(stderr, "%s\n", line.constData()));
         }
     }
     if (reasons.isEmpty() && m_process->exitStatus() == QProcess::CrashExit) {
