@@ -3,7 +3,6 @@
 
 #include "busctl_messages.h"
 #include "trace_reader.h"
-#include "trace_recorder.h"
 #include "trace_texts.h"
 #include "trace_writer.h"
 
@@ -19,34 +18,6 @@ namespace
 
 const TraceEvent odd{TraceEvent::Complete, "\"\\\n\x7f ü \U0001F680", 5, 7, 1, 2, {{"a", "b"}}};
 
-// What a recorder makes of something, as strings.
-class Recording
-{
-    QByteArray m_text;
-
-public:
-    TraceRecorder recorder{[this](const TraceEvent &event) {
-                               m_text += (m_text.isEmpty() ? "[" : ",") + toJson(event);
-                           },
-                           100,
-                           {}};
-
-    TraceTexts texts() const { return traceTexts(QString::fromUtf8(m_text) + ']'); }
-
-    // The events after the first one.
-    QStringList all() const { return texts().all.mid(1); }
-};
-
-BusMessage message(const QString &peer, quint32 serial, const QString &member = QString())
-{
-    BusMessage made;
-    made.type = member.isNull() ? BusMessage::Reply : BusMessage::Call;
-    (member.isNull() ? made.destination : made.sender) = peer;
-    (member.isNull() ? made.replySerial : made.serial) = serial;
-    made.member = member;
-    return made;
-}
-
 QByteArray signalLine(const QByteArray &member, const QByteArray &type, const QByteArray &data)
 {
     return R"({"type":"signal","timestamp-realtime":7,"sender":":1.1","path":")" OSTREL_CONTROL_PATH
@@ -56,8 +27,8 @@ QByteArray signalLine(const QByteArray &member, const QByteArray &type, const QB
 
 } // namespace
 
-// Traces without a bus: the files, the lanes, and what others may put into them.
-class TestTrace : public QObject
+// The files of traces, and the output of 'busctl' that becomes a trace.
+class TestTraceFiles : public QObject
 {
     Q_OBJECT
 
@@ -68,16 +39,6 @@ private Q_SLOTS:
     void otherFilesAreNoTraces();
     void invalidEventsAreSkipped();
     void endlessLineIsReadInPieces();
-    void timesNeverGoBack();
-    void stateMayComeBeforeTheStart();
-    void endWithoutAStartIsAMoment();
-    void callWithoutReplyIsAMoment();
-    void reusedSerialEndsTheCall();
-    void laneOfACallIsUsedAgain();
-    void callIsAnnouncedAsTheStretchThatEndsIt();
-    void instanceKeepsItsLane();
-    void tooManyInstancesAreLeftOut();
-    void tooManyCallsAreMoments();
     void linesThatAreNoMessagesAreRefused_data();
     void linesThatAreNoMessagesAreRefused();
     void oddMessagesDoNoHarm_data();
@@ -85,7 +46,7 @@ private Q_SLOTS:
     void signalsOfOthersAreIgnored();
 };
 
-void TestTrace::fileOpensAfterEachEvent()
+void TestTraceFiles::fileOpensAfterEachEvent()
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
@@ -101,7 +62,7 @@ void TestTrace::fileOpensAfterEachEvent()
     QCOMPARE(QJsonDocument::fromJson(readFile(file).toUtf8()).array().size(), 3);
 }
 
-void TestTrace::cutFileGivesItsCompleteEvents()
+void TestTraceFiles::cutFileGivesItsCompleteEvents()
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
@@ -135,7 +96,7 @@ void TestTrace::cutFileGivesItsCompleteEvents()
     }
 }
 
-void TestTrace::otherFilesAreNoTraces_data()
+void TestTraceFiles::otherFilesAreNoTraces_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << QString();
@@ -143,7 +104,7 @@ void TestTrace::otherFilesAreNoTraces_data()
     QTest::newRow("text") << "Dear reader,\n";
 }
 
-void TestTrace::otherFilesAreNoTraces()
+void TestTraceFiles::otherFilesAreNoTraces()
 {
     QFETCH(const QString, text);
     const QTemporaryDir folder;
@@ -153,7 +114,7 @@ void TestTrace::otherFilesAreNoTraces()
     QCOMPARE(readTrace(file, {}).error(), file + " is no trace");
 }
 
-void TestTrace::invalidEventsAreSkipped()
+void TestTraceFiles::invalidEventsAreSkipped()
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
@@ -170,7 +131,7 @@ void TestTrace::invalidEventsAreSkipped()
     QCOMPARE(names, (QStringList{"good", "untimed"}));
 }
 
-void TestTrace::endlessLineIsReadInPieces()
+void TestTraceFiles::endlessLineIsReadInPieces()
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
@@ -203,162 +164,7 @@ void TestTrace::endlessLineIsReadInPieces()
     QCOMPARE(other.open(file).error(), file + " is no trace");
 }
 
-// The time of day may be set back while others record.
-void TestTrace::timesNeverGoBack()
-{
-    Recording recording;
-    recording.recorder.call(200, message(":1.1", 1, "Start"));
-    recording.recorder.reply(150, message(":1.1", 1));
-    recording.recorder.stateChanged(50, "a", 1);
-    recording.recorder.terminated(-1, "a", {});
-    recording.recorder.finish(0);
-    QCOMPARE(recording.texts().faults, QStringList());
-    QCOMPARE(recording.all().constFirst(), "X calls 1: Start, success");
-}
-
-void TestTrace::stateMayComeBeforeTheStart()
-{
-    Recording recording;
-    recording.recorder.stateChanged(200, "a", 7);
-    recording.recorder.started(300, "a", {});
-    recording.recorder.terminated(400, "a", {});
-    QCOMPARE(recording.all(),
-             (QStringList{"i a: state 7", "C service: running instances 1", "i a: Started",
-                          "X a: state 7", "C service: running instances 0", "i a: Terminated"}));
-}
-
-void TestTrace::endWithoutAStartIsAMoment()
-{
-    Recording recording;
-    recording.recorder.terminated(200, "a", {});
-    QCOMPARE(recording.all(), QStringList("i a: Terminated"));
-}
-
-void TestTrace::callWithoutReplyIsAMoment()
-{
-    Recording recording;
-    BusMessage call = message(":1.1", 1, "Start");
-    call.expectsReply = false;
-    recording.recorder.call(200, call);
-    recording.recorder.reply(300, message(":1.1", 1));
-    QCOMPARE(recording.all(), QStringList("i calls 1: Start, not wanted"));
-}
-
-void TestTrace::reusedSerialEndsTheCall()
-{
-    Recording recording;
-    recording.recorder.call(200, message(":1.1", 1, "One"));
-    recording.recorder.call(300, message(":1.1", 1, "Two"));
-    recording.recorder.reply(400, message(":1.1", 1));
-    recording.recorder.reply(500, message(":1.1", 1));
-    QCOMPARE(recording.texts().faults, QStringList());
-    QCOMPARE(recording.all(), (QStringList{"X calls 1: One, unknown", "X calls 1: Two, success"}));
-}
-
-void TestTrace::laneOfACallIsUsedAgain()
-{
-    Recording recording;
-    recording.recorder.call(200, message(":1.1", 1, "One"));
-    recording.recorder.call(210, message(":1.2", 1, "Two"));
-    recording.recorder.reply(220, message(":1.1", 1));
-    recording.recorder.call(220, message(":1.3", 1, "Three"));
-    recording.recorder.left(230, ":1.2");
-    recording.recorder.call(240, message(":1.3", 2, "Four"));
-    recording.recorder.finish(250);
-    QCOMPARE(recording.texts().faults, QStringList());
-    QCOMPARE(
-        recording.all().filter("X "),
-        (QStringList{"X calls 1: One, success", "X calls 2: Two, none: the caller has left the bus",
-                     "X calls 1: Three, none until the trace ended",
-                     "X calls 2: Four, none until the trace ended"}));
-}
-
-void TestTrace::callIsAnnouncedAsTheStretchThatEndsIt()
-{
-    QVector<TraceEvent> begun;
-    QVector<TraceEvent> ended;
-    TraceRecorder recorder(
-        [&ended](const TraceEvent &event) {
-            if (event.phase == TraceEvent::Complete) {
-                ended.append(event);
-            }
-        },
-        100, {}, [&begun](const TraceEvent &call) { begun.append(call); });
-    recorder.call(200, message(":1.1", 1, "One"));
-    recorder.call(210, message(":1.1", 2, "Two"));
-    BusMessage silent = message(":1.1", 3, "Three");
-    silent.expectsReply = false;
-    recorder.call(220, silent);
-    QCOMPARE(begun.size(), 2);
-    QCOMPARE(ended.size(), 0);
-    recorder.finish(300);
-    QCOMPARE(ended.size(), 2);
-    for (int i = 0; i < 2; ++i) {
-        QCOMPARE(begun.at(i).name, ended.at(i).name);
-        QCOMPARE(begun.at(i).time, ended.at(i).time);
-        QCOMPARE(begun.at(i).lane, ended.at(i).lane);
-        QCOMPARE(begun.at(i).arguments["sender"].toString(), ":1.1");
-    }
-}
-
-void TestTrace::instanceKeepsItsLane()
-{
-    Recording recording;
-    for (int time = 200; time < 400; time += 100) {
-        recording.recorder.started(time, "a", {});
-        recording.recorder.terminated(time + 50, "a", {});
-    }
-    QCOMPARE(recording.texts().faults, QStringList());
-    QCOMPARE(recording.all().filter("X a: started").size(), 2);
-    QStringList lanes;
-    TraceRecorder counted(
-        [&lanes](const TraceEvent &event) {
-            if (event.name == "thread_name") {
-                lanes.append(event.arguments["name"].toString());
-            }
-        },
-        0, {});
-    for (int i = 0; i < 3; ++i) {
-        counted.started(i, "a", {});
-        counted.terminated(i, "a", {});
-    }
-    QCOMPARE(lanes, (QStringList{"service", "a"}));
-}
-
-void TestTrace::tooManyInstancesAreLeftOut()
-{
-    constexpr int most = 20'000;
-    QStringList last;
-    TraceRecorder recorder(
-        [&last](const TraceEvent &event) {
-            if (event.phase == TraceEvent::Instant) {
-                last.append(event.name);
-                last = last.mid(last.size() - 2);
-            }
-        },
-        0, {});
-    for (int i = 0; i < most; ++i) {
-        recorder.started(i, QString::number(i), {});
-    }
-    recorder.stateChanged(most, "a", 1);
-    recorder.stateChanged(most, "b", 2);
-    QCOMPARE(last, (QStringList{"Started", "further instances are left out"}));
-    recorder.terminated(most, "17", {});
-    recorder.stateChanged(most, "b", 3);
-    QCOMPARE(last, (QStringList{"Terminated", "state 3"}));
-}
-
-void TestTrace::tooManyCallsAreMoments()
-{
-    constexpr int most = 10'000;
-    Recording recording;
-    for (int i = 0; i <= most; ++i) {
-        recording.recorder.call(200, message(":1.1", quint32(i), "Start"));
-    }
-    QCOMPARE(recording.all(), QStringList("i calls 1: Start, not recorded: too many calls"));
-}
-
-void TestTrace::linesThatAreNoMessagesAreRefused_data()
+void TestTraceFiles::linesThatAreNoMessagesAreRefused_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::newRow("empty") << QByteArray();
@@ -372,7 +178,7 @@ void TestTrace::linesThatAreNoMessagesAreRefused_data()
     QTest::newRow("binary") << QByteArray("\0\xff\xfe{", 4);
 }
 
-void TestTrace::linesThatAreNoMessagesAreRefused()
+void TestTraceFiles::linesThatAreNoMessagesAreRefused()
 {
     QFETCH(const QByteArray, line);
     BusctlMessages messages([](const TraceEvent &) { QFAIL("something was recorded"); });
@@ -380,7 +186,7 @@ void TestTrace::linesThatAreNoMessagesAreRefused()
     QVERIFY(!messages.finish());
 }
 
-void TestTrace::oddMessagesDoNoHarm_data()
+void TestTraceFiles::oddMessagesDoNoHarm_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QString>("recorded");
@@ -414,7 +220,7 @@ void TestTrace::oddMessagesDoNoHarm_data()
                                   << QString();
 }
 
-void TestTrace::oddMessagesDoNoHarm()
+void TestTraceFiles::oddMessagesDoNoHarm()
 {
     QFETCH(const QByteArray, line);
     QByteArray text = "[";
@@ -429,7 +235,7 @@ void TestTrace::oddMessagesDoNoHarm()
     QTEST(moments.join('\n'), "recorded");
 }
 
-void TestTrace::signalsOfOthersAreIgnored()
+void TestTraceFiles::signalsOfOthersAreIgnored()
 {
     QStringList names;
     BusctlMessages messages([&names](const TraceEvent &event) { names.append(event.name); });
@@ -451,6 +257,6 @@ void TestTrace::signalsOfOthersAreIgnored()
     QVERIFY(names.contains("state 5"));
 }
 
-OSTREL_TEST_MAIN(TestTrace)
+OSTREL_TEST_MAIN(TestTraceFiles)
 
-#include "tst_trace.moc"
+#include "tst_trace_files.moc"
