@@ -8,7 +8,9 @@
 #include "kit.h"
 #include "outcomes.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
+#include <QtDBus/QDBusConnection>
 
 #include <optional>
 
@@ -16,6 +18,14 @@
 class ScenarioTest
 {
 protected:
+    void startBus()
+    {
+        m_bus.emplace();
+        // Until the event loop has run once, messages may come in another order.
+        QDBusConnection::sessionBus();
+        QCoreApplication::processEvents();
+    }
+
     // Starts the simulator with these steps, after a call that lets the test begin.
     void start(const QString &steps, const QString &always = "[]")
     {
@@ -25,6 +35,12 @@ protected:
         writeFile(file,
                   QString(R"({"steps": [%1%2], "always": %3})")
                       .arg(begin, steps.isEmpty() ? steps : ", " + steps, always));
+        startFile(file);
+    }
+
+    // Starts the simulator with this scenario or trace.
+    void startFile(const QString &file)
+    {
         m_simulator.emplace(*m_bus, QStringList{"--scenario", file});
         m_simulator->start();
     }
