@@ -1,31 +1,41 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "kit.h"
-#include "test_bus.h"
 #include "trace_texts.h"
-#include "watcher.h"
-
-#include "DBus/names_p.h"
+#include "tracing_test.h"
 
 #include <Ostrel/Testing/Main>
 
-#include <QtCore/QFile>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusObjectPath>
 #include <QtDBus/QDBusSignature>
 #include <QtDBus/QDBusVariant>
 
-#include <csignal>
-#include <optional>
+namespace
+{
 
-// The command that records a trace of the bus.
-class TestOstrelctlTrace : public QObject
+// What a trace holds of the calls about "demo." applications.
+QStringList callDetails(const QString &file)
+{
+    QStringList all;
+    const QJsonArray events = QJsonDocument::fromJson(readFile(file).toUtf8()).array();
+    for (const QJsonValue &event : events) {
+        if (event["ph"] == "X" && event["name"].toString().contains("t demo.")) {
+            all.append(QString::fromUtf8(QJsonDocument(event["args"].toObject()).toJson()));
+        }
+    }
+    return all;
+}
+
+} // namespace
+
+// What the command that records a trace of the bus writes.
+class TestOstrelctlTrace : public QObject, private TracingTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { startAnew(); }
 
     void recordsInstancesAndCalls();
     void overlappingCallsHaveLanesOfTheirOwn();
@@ -33,58 +43,14 @@ private Q_SLOTS:
     void callEndsWithItsCaller();
     void recordsTheEndOfTheService();
     void recordsTheOutOfMemoryKiller();
-    void goesOnWithoutTheRightToMonitor();
     void convertedMessagesGiveTheSameTrace();
-    void killedTraceOpens();
-    void fullDiskEndsTheTrace();
-    void endsAfterTheGivenTime();
-    void endOfTheBusIsAnErrorAndTheTraceIsComplete();
-    void hugeStringsAreCut();
 
 private:
-    QString path(const QString &name = "trace.json") const { return m_folder->filePath(name); }
-
-    // Starts to record, and returns when nothing is missed any more.
-    std::unique_ptr<Watcher> record(const QStringList &options = {}) const;
-
     Faults next(const char *method) const
     {
         return m_simulator->faults(OSTREL_CONTROL_INTERFACE, method);
     }
-    void emitSignal(const QString &member, const QVariantList &arguments) const
-    {
-        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, member, arguments);
-    }
-
-    // Waits until the file has this text.
-    void waitFor(const QString &text) const
-    {
-        waitUntil([&] { return readFile(path()).contains(text); });
-    }
-
-    std::optional<QTemporaryDir> m_folder;
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestOstrelctlTrace::init()
-{
-    m_simulator.reset();
-    m_folder.emplace();
-    m_bus.emplace();
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-}
-
-std::unique_ptr<Watcher> TestOstrelctlTrace::record(const QStringList &options) const
-{
-    auto watcher = std::make_unique<Watcher>(QStringList{"trace", "-o", path()} + options);
-    const QString line = watcher->readLine();
-    if (line != "recording to " + path() + "; Ctrl-C ends it") {
-        qFatal("unexpected: %s", qPrintable(line));
-    }
-    return watcher;
-}
 
 void TestOstrelctlTrace::recordsInstancesAndCalls()
 {
@@ -224,47 +190,6 @@ void TestOstrelctlTrace::recordsTheOutOfMemoryKiller()
     QVERIFY(readFile(path()).contains(R"({"args":{"processId":"17"})"));
 }
 
-void TestOstrelctlTrace::goesOnWithoutTheRightToMonitor()
-{
-    if (busKind() == DBusBroker) {
-        QSKIP("dbus-broker is given no policy");
-    }
-    m_simulator.reset();
-    m_bus.emplace(PrivateBus::SessionBus, monitorsRefused());
-    m_simulator.emplace(*m_bus);
-    m_simulator->start();
-    Watcher watcher({"trace", "-o", path()});
-    const QString line = watcher.readLine();
-    QVERIFY2(line.startsWith("the calls are not recorded: Rejected send message"),
-             qPrintable(line));
-    QCOMPARE(watcher.readLine(), "recording to " + path() + "; Ctrl-C ends it");
-    run(OSTRELCTL, {"start", "demo.Viewer"});
-    waitFor("state 1");
-    QCOMPARE(watcher.interrupt(), 0);
-    const TraceTexts trace = traceOf(path());
-    QCOMPARE(trace.faults, QStringList());
-    QVERIFY(trace.all.contains("i demo.Viewer.instance_1: Started"));
-    QCOMPARE(trace.all.filter("calls"), QStringList());
-}
-
-namespace
-{
-
-// What a trace holds of the calls about "demo." applications.
-QStringList callDetails(const QString &file)
-{
-    QStringList all;
-    const QJsonArray events = QJsonDocument::fromJson(readFile(file).toUtf8()).array();
-    for (const QJsonValue &event : events) {
-        if (event["ph"] == "X" && event["name"].toString().contains("t demo.")) {
-            all.append(QString::fromUtf8(QJsonDocument(event["args"].toObject()).toJson()));
-        }
-    }
-    return all;
-}
-
-} // namespace
-
 // 'busctl' sees the same as this program.
 void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
 {
@@ -331,77 +256,6 @@ void TestOstrelctlTrace::convertedMessagesGiveTheSameTrace()
     piped.start();
     QCOMPARE(piped.waitForEnd(), 0);
     QCOMPARE(readFile(path("piped")), readFile(path("converted")));
-}
-
-void TestOstrelctlTrace::killedTraceOpens()
-{
-    const auto watcher = record();
-    run(OSTRELCTL, {"start", "demo.Viewer"});
-    waitFor("state 1");
-    watcher->kill();
-    watcher->waitForEnd();
-    const TraceTexts trace = traceOf(path(), true);
-    QCOMPARE(trace.faults, QStringList());
-    // What was under way is there.
-    QVERIFY(trace.all.contains("i demo.Viewer.instance_1: state 1"));
-}
-
-void TestOstrelctlTrace::fullDiskEndsTheTrace()
-{
-    const Result full = run(OSTRELCTL, {"trace", "-o", "/dev/full"});
-    QCOMPARE(full.errors, "error: Failed: cannot write /dev/full: No space left on device\n");
-    QCOMPARE(full.exitStatus, 1);
-
-    // In blocks of 512 bytes. The limit is reached within an event.
-    const QString limited = R"(ulimit -f 4; exec "$0" trace -o "$1")";
-    Process process("sh", {"-c", limited, OSTRELCTL, path()});
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start();
-    QCOMPARE(process.readLine(), "recording to " + path() + "; Ctrl-C ends it");
-    while (process.state() == QProcess::Running) {
-        emitSignal("SelectedByOom", {"17"});
-        process.waitForReadyRead(1);
-    }
-    QCOMPARE(process.readLine(), "error: Failed: cannot write " + path() + ": File too large");
-    QCOMPARE(process.waitForEnd(), 1);
-    const TraceTexts trace = traceOf(path(), true);
-    QCOMPARE(trace.faults, QStringList());
-    QVERIFY(trace.all.contains("i service: SelectedByOom"));
-}
-
-void TestOstrelctlTrace::endsAfterTheGivenTime()
-{
-    const auto watcher = record({"--for", "1"});
-    QCOMPARE(watcher->waitForEnd(), 0);
-    const TraceTexts trace = traceOf(path());
-    QCOMPARE(trace.faults, QStringList());
-    QCOMPARE(trace.all.constLast(), "i service: trace ends");
-}
-
-void TestOstrelctlTrace::endOfTheBusIsAnErrorAndTheTraceIsComplete()
-{
-    const auto watcher = record();
-    ::kill(pid_t(m_bus->processId()), SIGKILL);
-    QCOMPARE(watcher->waitForEnd(), 1);
-    QVERIFY(watcher->readAll().contains("error: Failed: the message bus has ended\n"));
-    const TraceTexts trace = traceOf(path());
-    QCOMPARE(trace.faults, QStringList());
-    QCOMPARE(trace.all.constLast(), "i service: trace ends");
-}
-
-void TestOstrelctlTrace::hugeStringsAreCut()
-{
-    const auto watcher = record();
-    const QString huge = QString(20'000'000, 'x');
-    emitSignal("Started", {huge, QVariantMap{{"Huge", huge}}});
-    emitSignal("SelectedByOom", {huge});
-    waitFor("SelectedByOom\"");
-    QCOMPARE(watcher->interrupt(), 0);
-    const TraceTexts trace = traceOf(path());
-    QCOMPARE(trace.faults, QStringList());
-    QVERIFY(trace.all.contains("i " + huge.left(200) + "…: Started"));
-    QVERIFY(readFile(path()).contains(R"({"leftOut":"20000011 bytes"})"));
-    QVERIFY(QFileInfo(path()).size() < 20'000);
 }
 
 OSTREL_TEST_MAIN(TestOstrelctlTrace)
