@@ -10,6 +10,7 @@
 #include <Ostrel/Testing/Main>
 
 #include <Ostrel/Control>
+#include <Ostrel/TaskInvoker>
 
 #include <QtCore/QElapsedTimer>
 
@@ -57,6 +58,7 @@ private Q_SLOTS:
     void callsMayComeInAnotherOrder();
     void missingCallIsNamedAndDelaysNothing();
     void replyComesAfterTheRecordedTime();
+    void taskThatStartsBeforeAnInvokerIsReadyIsInItsList();
     void eventsBeforeTheFirstCallHappenAtTheStart();
     void callWithoutReplyHasNoneAgain();
     void callWhileTheServiceWasAwayIsNotWaitedFor();
@@ -115,6 +117,21 @@ void TestSimulatorPlayback::replyComesAfterTheRecordedTime()
     QVERIFY(timer.elapsed() >= 200);
     QVERIFY(events.all().startsWith("oom before"));
     events.waitFor("oom after");
+    QCOMPARE(m_simulator->end(), 0);
+}
+
+void TestSimulatorPlayback::taskThatStartsBeforeAnInvokerIsReadyIsInItsList()
+{
+    play({R"({"ph":"X","pid":2,"tid":2,"ts":1000,"dur":200000,"name":"RegisterInvoker sync",)"
+          R"("args":{"interface":")" OSTREL_TASK_INVOKER_INTERFACE
+          R"(","path":")" OSTREL_TASK_INVOKER_PATH
+          R"(","arguments":["sync"],"reply":"success"}})"});
+    QElapsedTimer timer;
+    timer.start();
+    Ostrel::TaskInvoker invoker(Ostrel::TaskInvoker::SessionBus, "sync");
+    invoker.start("contacts", {}, {}, nullptr);
+    waitUntil([&invoker] { return invoker.isReady() && invoker.activeTasks().size() == 1; });
+    QVERIFY(timer.elapsed() >= 200);
     QCOMPARE(m_simulator->end(), 0);
 }
 

@@ -182,6 +182,7 @@ void TestSimulatorPlaybackRecorded::tasksAreCarriedOut()
             waitUntil([&] { return answers.size() > before; });
         };
         start("contacts");
+        waitUntil([&invoker] { return invoker.activeTasks().size() == 1; });
         start("nonsense");
         return answers;
     };

@@ -51,6 +51,15 @@ Service::Fault Replies::delayed(const Maker &maker, std::chrono::milliseconds de
     };
 }
 
+Service::Fault Replies::renewed(const Maker &maker, std::chrono::milliseconds delay)
+{
+    return [this, maker, delay](const QDBusMessage &call, Interface &interface) {
+        maker(call, interface, [](const QDBusMessage &) {});
+        QTimer::singleShot(delay, Qt::PreciseTimer, m_delays.get(),
+                           [reply = now(maker), call, &interface] { reply(call, interface); });
+    };
+}
+
 Service::Fault Replies::held(const Maker &maker, const Method &heldAs)
 {
     return [this, maker, heldAs](const QDBusMessage &call, Interface &interface) {

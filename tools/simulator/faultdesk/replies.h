@@ -37,6 +37,9 @@ public:
     // Sends the reply as soon as it is made, after a time, when release() says so, or never.
     Service::Fault now(const Maker &maker);
     Service::Fault delayed(const Maker &maker, std::chrono::milliseconds delay);
+    // Makes the reply again after the time, and sends that one. For a call that changes nothing
+    // the second time.
+    Service::Fault renewed(const Maker &maker, std::chrono::milliseconds delay);
     // heldAs: the name for heldCount() and release(); null for the method of the call.
     Service::Fault held(const Maker &maker, const Method &heldAs = {});
     static Service::Fault never();

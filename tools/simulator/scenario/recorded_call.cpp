@@ -89,8 +89,13 @@ void readOutcome(const JsonNode &event, const JsonNode &details, RecordedCall &c
         static_cast<qint64>(event.member(QStringLiteral("dur")).wholeNumber(0, mostMicroseconds));
     const auto recorded = recordedValues(details, TraceWords::values);
     if (isSuccess && (!recorded || isCarriedOut(call.call.at->member))) {
-        call.call.actions.append(
-            ReplyAction{Replies::usual(), ReplyAction::Delayed, toMilliseconds(duration), {}});
+        // The lists in the reply must not be older than the signals before it.
+        const bool hasLists =
+            call.call.at->member.first == QLatin1String(OSTREL_TASK_INVOKER_INTERFACE);
+        call.call.actions.append(ReplyAction{Replies::usual(),
+                                             hasLists ? ReplyAction::Renewed : ReplyAction::Delayed,
+                                             toMilliseconds(duration),
+                                             {}});
         return;
     }
     QVariantList values{QString()};

@@ -43,6 +43,7 @@ struct ReplyAction
     enum When {
         Now,
         Delayed,
+        Renewed,
         Held,
         Never
     };

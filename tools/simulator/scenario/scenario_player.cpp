@@ -226,6 +226,9 @@ void ScenarioPlayer::reply(const ReplyAction &reply, Call call)
     case ReplyAction::Delayed:
         m_parts.replies.delayed(reply.maker, reply.delay)(call.message, call.interface);
         break;
+    case ReplyAction::Renewed:
+        m_parts.replies.renewed(reply.maker, reply.delay)(call.message, call.interface);
+        break;
     case ReplyAction::Held:
         m_parts.replies.held(reply.maker, reply.heldAs)(call.message, call.interface);
         break;
