@@ -39,9 +39,10 @@ QByteArray makeFolder()
     QByteArray path = QDir::tempPath().toLocal8Bit() + "/ostrel-test-XXXXXX";
     std::array<int, 2> pipe{};
     if (mkdtemp(path.data()) == nullptr || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        const QString problem = qt_error_string(); // tempPath() sets errno
         endTest(QStringLiteral("The test cannot make a folder in %1: %2. Set TMPDIR to a folder "
                                "that it can write to.")
-                    .arg(QDir::tempPath(), qt_error_string()));
+                    .arg(QDir::tempPath(), problem));
     }
     // It becomes an orphan, so whoever kills this process and its children does not kill it.
     const pid_t parent = fork();
