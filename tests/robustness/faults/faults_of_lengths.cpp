@@ -65,11 +65,11 @@ std::function<QString()> letters(int size)
 
 std::vector<Fault> arguments()
 {
-    const int longest = maximumMessage - head;
+    constexpr int longest = maximumMessage - head;
     Fault refused = argument("an argument that no message holds", letters(longest + 1));
     refused.isLarge = true;
     refused.arrange = {};
-    refused.expected = [longest](const Operation &operation) {
+    refused.expected = [](const Operation &operation) {
         return operation.seenFailure(
             {1, QString(),
              QString("Marshalling failed: a text of %1 bytes is too large for a message")

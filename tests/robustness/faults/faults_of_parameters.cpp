@@ -80,7 +80,7 @@ std::vector<Fault> faultsOfParameters()
         refused("a parameter with a variant of nothing",
                 QVariant::fromValue(QDBusVariant(QVariant())), "holds a value of type none"),
         refused("a JSON null as a parameter", QJsonValue(), "holds a value of type QJsonValue"),
-        refused("JSON arrays of arrays as a parameter", QJsonArray{QJsonArray{1}},
+        refused("JSON arrays of arrays as a parameter", QJsonArray{QJsonArray{1}, QJsonArray{2}},
                 "holds a value of type QJsonArray"),
         refused("a parameter that is nested too deeply", inLists(31),
                 "is nested too deeply for a message, with a value of type QVariantList"),

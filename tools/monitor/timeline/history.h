@@ -101,6 +101,9 @@ Q_SIGNALS:
     void rowsChanged(int first, int last);
 
 private:
+    // Not overridden: event() of a history is another function.
+    using QObject::event;
+
     // In history_append.cpp.
     void addMoment(const TraceEvent &event);
     void addStretch(const TraceEvent &event, bool isOpen);
