@@ -17,6 +17,7 @@ class TestTimelineFiles : public QObject
 
 private Q_SLOTS:
     void savedHistoryIsReadAgain();
+    void savedFileSaysHowManyInstancesRan();
     void missingFileLeavesTheHistory_data();
     void missingFileLeavesTheHistory();
     void loadingCanBeCancelled();
@@ -54,7 +55,22 @@ void TestTimelineFiles::savedHistoryIsReadAgain()
     QCOMPARE(detailsText(history, eventNamed(history, "second", "state 3")),
              "for 3 s, end: the trace has ended");
     QCOMPARE(history.timeOfDay(), recorded.history.timeOfDay());
-    QCOMPARE(history.counts().size(), recorded.history.counts().size());
+}
+
+void TestTimelineFiles::savedFileSaysHowManyInstancesRan()
+{
+    RecordedHistory recorded;
+    recorded.fill();
+    recorded.recorder.serviceAvailable(recorded.now, false);
+    QStringList counts;
+    replay(recorded.history, [&counts](const TraceEvent &event) {
+        if (event.phase == TraceEvent::Counter) {
+            counts.append(QString("%1: %2")
+                              .arg(secondsIn(event.time))
+                              .arg(event.arguments[TraceWords::instances].toInt()));
+        }
+    });
+    QCOMPARE(counts, (QStringList{"0: 1", "3: 2", "6: 1", "7: 0"}));
 }
 
 void TestTimelineFiles::missingFileLeavesTheHistory_data()

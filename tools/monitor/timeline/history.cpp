@@ -3,8 +3,6 @@
 
 #include "history.h"
 
-#include "trace_words.h"
-
 #include <algorithm>
 
 namespace
@@ -34,9 +32,7 @@ void History::append(const TraceEvent &event)
         addMetadata(event);
         break;
     case TraceEvent::Counter:
-        m_counts.push_back(
-            {m_counts.empty() ? event.time : std::max(event.time, m_counts.back().time),
-             event.arguments[TraceWords::instances].toInt()});
+        // The lanes show how many instances run.
         break;
     case TraceEvent::Instant:
         addMoment(event);
@@ -66,7 +62,6 @@ void History::clear()
     m_rows.clear();
     m_lanes.clear();
     m_laneByNumber.clear();
-    m_counts.clear();
     m_states.clear();
     m_isState.clear();
     m_strings = StringPool();

@@ -81,14 +81,6 @@ public:
     int rowCount() const { return int(m_rows.size()); }
     EventId eventAt(int row) const { return m_rows[std::size_t(row)]; }
 
-    // How many instances run from a moment on.
-    struct Count
-    {
-        qint64 time;
-        int instances;
-    };
-    const std::vector<Count> &counts() const { return m_counts; }
-
 Q_SIGNALS:
     // Soon after append(); once for many events.
     void appended();
@@ -147,7 +139,6 @@ private:
     QHash<int, int> m_laneByNumber;
     int m_serviceLane = -1;
     bool m_isFull = false;
-    std::vector<Count> m_counts;
 
     std::vector<EventId> m_rows;
     // The first event without a row.

@@ -13,7 +13,6 @@ namespace
 constexpr qint64 mostBytes = 256LL * 1024 * 1024;
 // More than a recorder has: what has ended may come again.
 constexpr std::size_t mostLanes = 50'000;
-constexpr std::size_t mostCounts = 1'000'000;
 
 } // namespace
 
@@ -51,9 +50,6 @@ void History::keepLimits()
     if (m_events.size() > std::size_t(std::max(m_mostEvents, 0))
         || m_argumentBytes + m_strings.bytes() > mostBytes) {
         dropOldest();
-    }
-    if (m_counts.size() > mostCounts) {
-        m_counts.erase(m_counts.begin(), m_counts.begin() + std::ptrdiff_t(mostCounts / 4));
     }
 }
 
@@ -100,9 +96,6 @@ void History::dropOldest()
     }
     m_strings = strings;
     m_firstTime = event(firstKept).time;
-    const auto isBefore = [](Count each, qint64 time) { return each.time < time; };
-    m_counts.erase(m_counts.begin(),
-                   std::lower_bound(m_counts.begin(), m_counts.end(), m_firstTime, isBefore));
     m_rows.clear();
     m_pending = m_firstId;
     m_firstChanged = m_lastChanged = -1;

@@ -8,6 +8,8 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <map>
+
 namespace
 {
 
@@ -87,20 +89,43 @@ private:
         m_receive(made);
     }
 
+    // How many instances run, from each moment when that changes.
     void counts()
     {
-        const int service = m_history.serviceLane();
-        if (service < 0) {
+        if (m_history.serviceLane() < 0) {
             return;
         }
-        for (const History::Count &each : m_history.counts()) {
-            m_receive({TraceEvent::Counter,
-                       TraceWords::runningInstances,
-                       each.time,
-                       0,
-                       TraceWords::Service,
-                       m_history.lane(service).number,
-                       {{TraceWords::instances, each.instances}}});
+        std::map<qint64, int> changes;
+        for (int i = 0; i < m_history.laneCount(); ++i) {
+            if (m_history.lane(i).group == TraceWords::Instances) {
+                addRuns(m_history.lane(i), changes);
+            }
+        }
+        int running = 0;
+        for (const auto &[time, change] : changes) {
+            running += change;
+            if (change != 0) {
+                m_receive({TraceEvent::Counter,
+                           TraceWords::runningInstances,
+                           time,
+                           0,
+                           TraceWords::Service,
+                           m_history.lane(m_history.serviceLane()).number,
+                           {{TraceWords::instances, running}}});
+            }
+        }
+    }
+
+    // A state begins where the one before it ends, as long as the instance runs. What goes on does
+    // not end.
+    void addRuns(const HistoryLane &lane, std::map<qint64, int> &changes) const
+    {
+        for (const EventId id : lane.stretches) {
+            const HistoryEvent &event = m_history.event(id);
+            ++changes[event.time];
+            if (!event.isOpen()) {
+                --changes[m_history.endOf(event)];
+            }
         }
     }
 
