@@ -5,6 +5,7 @@
 #include "notice.h"
 #include "task_page.h"
 
+#include <QtCore/QTemporaryDir>
 #include <QtWidgets/QPushButton>
 
 // The service and the bus come and go: states of the window, not errors.
@@ -113,6 +114,14 @@ void TestMonitorConnection::busThatHasEndedCanBeTriedAgain()
     waitUntil([this] { return notice().startsWith("The bus has ended"); });
     waitForRows({0}, {});
     QCOMPARE(window().messages().messages(), QStringList());
+
+    // What "Connect again" ends is said before.
+    const QTemporaryDir folder;
+    QVERIFY(window().files().record(folder.filePath("recorded.json")));
+    QVERIFY2(notice().endsWith("\"Connect again\" ends the recording to recorded.json."),
+             qPrintable(notice()));
+    window().files().stopRecording();
+    QVERIFY2(!notice().contains("recorded.json"), qPrintable(notice()));
 
     QSignalSpy restarts(&window(), &MainWindow::restartWanted);
     QTest::mouseClick(window().findChild<Notice *>()->findChild<QPushButton *>(), Qt::LeftButton);

@@ -63,7 +63,10 @@ MainWindow::MainWindow(const BusChoice &bus)
     connect(m_fileActions, &FileActions::done, this, &MainWindow::showDone);
     connect(m_tables, &Tables::currentRowChanged, this, &MainWindow::showRow);
     connect(&m_views, &LinkedViews::instanceSelected, this, &MainWindow::selectInstance);
-    connect(&m_files, &TraceFiles::changed, this, &MainWindow::showSource);
+    connect(&m_files, &TraceFiles::changed, this, [this] {
+        showSource();
+        showConnection();
+    });
 
     const Result<> monitors = m_monitor->open();
     if (monitors) {
@@ -208,7 +211,10 @@ void MainWindow::showConnection()
     const bool isBusMissing = state == Connection::NoBus || state == Connection::BusEnded;
     m_notice->setButtonVisible(isBusMissing);
     m_notice->setText(state == Connection::Ready ? QString() : m_connection.text(),
-                      m_connection.advice());
+                      isBusMissing && !m_files.recordFile().isNull()
+                          ? tr("%1. \"Connect again\" ends the recording to %2.")
+                                .arg(m_connection.advice(), shownName(m_files.recordFile()))
+                          : m_connection.advice());
     m_actions.connectAgain->setEnabled(isBusMissing);
     m_state->setText(shown(m_connection.text()));
     if (state != Connection::Ready) {
