@@ -8,6 +8,7 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
 #include <QtGui/QAccessible>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QMenu>
@@ -26,6 +27,7 @@ private Q_SLOTS:
     void closingItIsTheUsersWish();
     void doesNotCrashWhenTheWindowIsClosedDuringACall();
     void serviceThatGoesEndsAWait();
+    void isDisabledWhileAFileIsOpen();
     void mnemonicsAreUnique();
     void screenReaderFindsNames();
     void tabKeyReachesEveryControl();
@@ -161,6 +163,19 @@ QString mnemonicOf(const QString &text)
 }
 
 } // namespace
+
+// The window shows nothing then of what the desk would do.
+void TestMonitorDesk::isDisabledWhileAFileIsOpen()
+{
+    openDesk();
+    QVERIFY(button("Arrange")->isEnabled());
+    const QTemporaryDir folder;
+    QVERIFY(window().files().save(folder.filePath("trace.json")));
+    QVERIFY(window().files().open(folder.filePath("trace.json")));
+    QVERIFY(!button("Arrange")->isEnabled());
+    window().files().backToLive();
+    QVERIFY(button("Arrange")->isEnabled());
+}
 
 void TestMonitorDesk::mnemonicsAreUnique()
 {

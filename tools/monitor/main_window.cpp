@@ -282,7 +282,7 @@ void MainWindow::showSource()
     setWindowTitle(isLive ? tr("Applications on %1").arg(shown(m_connection.bus().label()))
                           : tr("Trace %1").arg(shownName(m_files.openFile())));
     for (QWidget *widget : {static_cast<QWidget *>(m_columns), static_cast<QWidget *>(m_name),
-                            static_cast<QWidget *>(m_start)}) {
+                            static_cast<QWidget *>(m_start), m_desk->widget()}) {
         widget->setEnabled(isLive);
     }
     enableRowActions();
