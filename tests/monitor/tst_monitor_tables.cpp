@@ -29,6 +29,7 @@ private Q_SLOTS:
     void filterLeavesTheRowsThatContainIt();
     void emptyTableSaysWhy();
     void panelAndToolTipShowTheProperties();
+    void onlyAChangeOfTheSelectedRowRenewsThePanel();
     void takesNothingFromTheBusForHtml();
 
 private:
@@ -205,6 +206,27 @@ void TestMonitorTables::panelAndToolTipShowTheProperties()
 
     press(window().actions().details);
     QVERIFY(!panel->isVisible());
+}
+
+// Otherwise, it would lose what the user has scrolled to and folded.
+void TestMonitorTables::onlyAChangeOfTheSelectedRowRenewsThePanel()
+{
+    const auto listStates = [this](uint first, uint second) {
+        const auto kind = Ostrel::ApplicationKind(0);
+        list({{"a.First", 1, Ostrel::ApplicationState(first), kind, {}},
+              {"a.Second", 2, Ostrel::ApplicationState(second), kind, {}}});
+        waitForRows({ApplicationsTable::StateColumn},
+                    {QString("state %1").arg(first), QString("state %1").arg(second)});
+    };
+    listStates(1, 1);
+    window().tables().currentPage()->select(0);
+    const auto *panel = child<DetailsPanel>("Properties of the selected row");
+    QSignalSpy renewed(panel->model(), &QAbstractItemModel::modelReset);
+    listStates(1, 7);
+    QCOMPARE(renewed.size(), 0);
+    listStates(8, 7);
+    QCOMPARE(renewed.size(), 1);
+    QCOMPARE(panel->findItems("state 8", Qt::MatchExactly, 1).size(), 1);
 }
 
 void TestMonitorTables::takesNothingFromTheBusForHtml()

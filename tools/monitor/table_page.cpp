@@ -47,11 +47,13 @@ TablePage::TablePage(TableModel *model, const QString &name, const QString &noth
     connect(&m_sorted, &QAbstractItemModel::rowsRemoved, this, repaint);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &TablePage::currentRowChanged);
-    connect(&m_sorted, &QAbstractItemModel::dataChanged, this, [this] {
-        if (currentRow() >= 0) {
-            Q_EMIT currentRowChanged();
-        }
-    });
+    connect(m_model, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex &first, const QModelIndex &last) {
+                const int row = currentRow();
+                if (row >= first.row() && row <= last.row()) {
+                    Q_EMIT currentRowChanged();
+                }
+            });
     connect(this, &QTableView::doubleClicked, this, &TablePage::activatedByUser);
 }
 
