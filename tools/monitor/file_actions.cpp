@@ -16,7 +16,7 @@
 #include <QtWidgets/QProgressBar>
 
 FileActions::FileActions(QWidget &window, const WindowActions &actions, TraceFiles &files,
-                         const EventLogView &log, MessageBar &messages)
+                         EventLogView &log, MessageBar &messages)
     : QObject(&window)
     , m_window(window)
     , m_actions(actions)
@@ -39,7 +39,7 @@ FileActions::FileActions(QWidget &window, const WindowActions &actions, TraceFil
     show();
 }
 
-void FileActions::connectActions(const EventLogView &log)
+void FileActions::connectActions(EventLogView &log)
 {
     const auto on = [this](QAction *action, const std::function<void()> &act) {
         connect(action, &QAction::triggered, this, act);

@@ -25,8 +25,8 @@ class FileActions : public QObject
     Q_OBJECT
 
 public:
-    FileActions(QWidget &window, const WindowActions &actions, TraceFiles &files,
-                const EventLogView &log, MessageBar &messages);
+    FileActions(QWidget &window, const WindowActions &actions, TraceFiles &files, EventLogView &log,
+                MessageBar &messages);
 
     // Owned by the widgets that they are added to.
     Notice *notice() const { return m_notice; }
@@ -46,7 +46,7 @@ private:
     // Does not wait for the user.
     void ask(QFileDialog::AcceptMode mode, const QString &title, const QString &file,
              const Use &use);
-    void connectActions(const EventLogView &log);
+    void connectActions(EventLogView &log);
     void show();
     void report(const Result<> &result, const QString &done = QString());
 

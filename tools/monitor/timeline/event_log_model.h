@@ -8,10 +8,14 @@
 
 #include <QtCore/QAbstractTableModel>
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
+
+#include <vector>
 
 class History;
 
-// The events of a History as text, in the order of their times.
+// The events of a History as text, in the order of their times. Those that a filter leaves are
+// searched little by little, so that very many do not hold up the event loop.
 class EventLogModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -34,14 +38,18 @@ public:
     // The history may be deleted before the model.
     void setHistory(History *history);
 
+    // Only events of which a name, or the details, contain this. Empty: all.
+    QString filter() const { return m_filter; }
+    void setFilter(const QString &filter);
+    // Finds now what would be found soon.
+    void complete();
+
     // An invalid one if there is none.
     EventId eventAt(int row) const;
-    // -1 if there is none.
+    // -1 if there is none, or it has not been found yet.
     int rowOf(EventId event) const;
     // While rows are removed only to come again.
     bool isReplacing() const { return m_isReplacing; }
-    // Whether a name, or the details, contain this.
-    bool contains(int row, const QString &text) const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
@@ -49,17 +57,34 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 Q_SIGNALS:
-    // After rows have been removed and have come again.
+    // After rows have been removed, and all of those that are left have come again.
     void replaced();
 
 private:
+    // Rows of the history have other numbers than those that are shown of them.
+    int historyRow(int row) const { return m_filter.isEmpty() ? row : m_found[std::size_t(row)]; }
+    // The first row that shows this one of the history, or a later one.
+    int rowFrom(int historyRow) const;
+    bool isFound(int historyRow) const;
+
     void reset();
     void replaceRows(int first);
+    void changeRows(int first, int last);
+    void drop(int first);
+    void search();
+    bool searchSome();
+    bool matches(int historyRow) const;
     QString text(EventId event, int column) const;
 
     QPointer<History> m_history;
-    int m_rowCount = 0;
+    QString m_filter;
+    // With a filter, the rows of the history that are shown.
+    std::vector<int> m_found;
+    // The first row of the history that has not been looked at.
+    int m_next = 0;
     bool m_isReplacing = false;
+    bool m_hasDropped = false;
+    QTimer m_timer;
 };
 
 #endif

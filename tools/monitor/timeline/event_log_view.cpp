@@ -12,17 +12,10 @@
 
 #include <algorithm>
 
-bool EventLogView::Rows::filterAcceptsRow(int row, const QModelIndex &) const
-{
-    return filter.isEmpty()
-        || static_cast<const EventLogModel *>(sourceModel())->contains(row, filter);
-}
-
 EventLogView::EventLogView(QWidget *parent)
     : QTableView(parent)
 {
-    m_rows.setSourceModel(&m_log);
-    setModel(&m_rows);
+    setModel(&m_log);
     setAccessibleName(QStringLiteral("Events"));
     setSelectionBehavior(SelectRows);
     setSelectionMode(ExtendedSelection);
@@ -58,22 +51,12 @@ EventLogView::EventLogView(QWidget *parent)
     });
 }
 
-void EventLogView::setFilter(const QString &filter)
-{
-    if (m_rows.filter != filter) {
-        m_rows.filter = filter;
-        m_rows.invalidate();
-        select(m_selected);
-    }
-}
-
 void EventLogView::select(EventId event)
 {
     m_selected = event;
     const int row = m_log.rowOf(event);
-    const QModelIndex index =
-        row < 0 ? QModelIndex() : m_rows.mapFromSource(m_log.index(row, EventLogModel::Time));
-    if (index.isValid()) {
+    if (row >= 0) {
+        const QModelIndex index = m_log.index(row, EventLogModel::Time);
         setCurrentIndex(index);
         scrollTo(index);
     } else {
@@ -85,15 +68,16 @@ QString EventLogView::line(int row) const
 {
     QStringList columns;
     for (int column = 0; column < EventLogModel::ColumnCount; ++column) {
-        columns.append(m_rows.index(row, column).data().toString());
+        columns.append(m_log.index(row, column).data().toString());
     }
     return columns.join(QLatin1Char('\t')) + QLatin1Char('\n');
 }
 
-QString EventLogView::text() const
+QString EventLogView::text()
 {
+    m_log.complete();
     QString text;
-    for (int row = 0; row < m_rows.rowCount(); ++row) {
+    for (int row = 0; row < m_log.rowCount(); ++row) {
         text += line(row);
     }
     return text;
@@ -110,11 +94,12 @@ QString EventLogView::selectedText() const
     return text;
 }
 
-Result<> EventLogView::save(const QString &file) const
+Result<> EventLogView::save(const QString &file)
 {
+    m_log.complete();
     QSaveFile output(file);
     if (output.open(QIODevice::WriteOnly)) {
-        for (int row = 0; row < m_rows.rowCount(); ++row) {
+        for (int row = 0; row < m_log.rowCount(); ++row) {
             output.write(line(row).toUtf8());
         }
         if (output.commit()) {

@@ -8,7 +8,6 @@
 #include "event_log_model.h"
 #include "result.h"
 
-#include <QtCore/QSortFilterProxyModel>
 #include <QtWidgets/QTableView>
 
 // The log: the last events stay in sight as long as the end is. Ctrl+C copies the selected rows.
@@ -21,9 +20,10 @@ public:
 
     void setHistory(History *history) { m_log.setHistory(history); }
 
-    // Shows only events of which a name, or the details, contain this.
-    QString filter() const { return m_rows.filter; }
-    void setFilter(const QString &filter);
+    // Shows only events of which a name, or the details, contain this. Of very many, some are found
+    // later.
+    QString filter() const { return m_log.filter(); }
+    void setFilter(const QString &filter) { m_log.setFilter(filter); }
 
     // Scrolls to the event, and makes it the current row; or none if it is not shown. Does not emit
     // selected().
@@ -32,10 +32,10 @@ public:
 
     // The rows that are shown, or only those that are selected: a line each, with tabs between the
     // columns.
-    QString text() const;
+    QString text();
     QString selectedText() const;
     // Writes text() to a file; if that fails, the file is as before.
-    Result<> save(const QString &file) const;
+    Result<> save(const QString &file);
 
     void copy() const;
 
@@ -48,21 +48,10 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    // The rows of the log that are shown.
-    class Rows : public QSortFilterProxyModel
-    {
-    public:
-        QString filter;
-
-    protected:
-        bool filterAcceptsRow(int row, const QModelIndex &parent) const override;
-    };
-
     QString line(int row) const;
     void measure();
 
     EventLogModel m_log;
-    Rows m_rows;
     EventId m_selected;
     bool m_isAtEnd = true;
 };

@@ -4,6 +4,8 @@
 #include "history.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace
 {
@@ -67,7 +69,8 @@ void History::clear()
     m_strings = StringPool();
     m_argumentBytes = m_dropped = m_firstTime = m_lastTime = 0;
     m_timeOfDay.reset();
-    m_serviceLane = m_firstChanged = m_lastChanged = -1;
+    m_serviceLane = -1;
+    m_changedRows.clear();
     m_isFull = m_knowsServiceFromStart = m_haveLanesChanged = false;
     m_timer.stop();
     Q_EMIT cleared();
@@ -105,8 +108,7 @@ void History::scheduleFlush()
 void History::changed(const HistoryEvent &event)
 {
     if (event.row >= 0) {
-        m_firstChanged = m_firstChanged < 0 ? event.row : std::min(m_firstChanged, event.row);
-        m_lastChanged = std::max(m_lastChanged, event.row);
+        m_changedRows.push_back(event.row);
     }
 }
 
@@ -117,10 +119,15 @@ void History::flush()
         Q_EMIT lanesChanged();
     }
     // These first: what is appended may move them.
-    const int firstChanged = std::exchange(m_firstChanged, -1);
-    const int lastChanged = std::exchange(m_lastChanged, -1);
-    if (firstChanged >= 0) {
-        Q_EMIT rowsChanged(firstChanged, lastChanged);
+    std::vector<int> changedRows = std::exchange(m_changedRows, {});
+    std::sort(changedRows.begin(), changedRows.end());
+    for (auto first = changedRows.begin(); first != changedRows.end();) {
+        auto last = first;
+        while (std::next(last) != changedRows.end() && *std::next(last) <= *last + 1) {
+            ++last;
+        }
+        Q_EMIT rowsChanged(*first, *last);
+        first = std::next(last);
     }
     if (m_pending < nextId().number) {
         // A trace has a call when it has ended, the log when it begins.

@@ -89,7 +89,7 @@ Q_SIGNALS:
     void lanesChanged();
     // From this row on, the rows are new: usually, they were appended.
     void rowsReplaced(int first);
-    // Something that went on has ended.
+    // Something that went on has ended in each of these rows.
     void rowsChanged(int first, int last);
 
 private:
@@ -143,8 +143,7 @@ private:
     std::vector<EventId> m_rows;
     // The first event without a row.
     qint64 m_pending = 0;
-    int m_firstChanged = -1;
-    int m_lastChanged = -1;
+    std::vector<int> m_changedRows;
     bool m_haveLanesChanged = false;
     QTimer m_timer;
 };

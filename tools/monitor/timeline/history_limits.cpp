@@ -98,7 +98,7 @@ void History::dropOldest()
     m_firstTime = event(firstKept).time;
     m_rows.clear();
     m_pending = m_firstId;
-    m_firstChanged = m_lastChanged = -1;
+    m_changedRows.clear();
     m_isFull = false;
     m_haveLanesChanged = true;
     note(QStringLiteral("%1 older events are left out").arg(m_dropped), m_lastTime);
