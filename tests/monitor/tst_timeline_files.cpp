@@ -1,14 +1,18 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "files.h"
 #include "history_loader.h"
 #include "history_replay.h"
 #include "recorded_history.h"
 #include "trace_writer.h"
 #include "widget_test_main.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
+
+#include <sys/resource.h>
 
 // Histories from files, and as files.
 class TestTimelineFiles : public QObject
@@ -18,6 +22,7 @@ class TestTimelineFiles : public QObject
 private Q_SLOTS:
     void savedHistoryIsReadAgain();
     void savedFileSaysHowManyInstancesRan();
+    void fileThatCannotBeSavedIsAsBefore();
     void missingFileLeavesTheHistory_data();
     void missingFileLeavesTheHistory();
     void loadingCanBeCancelled();
@@ -35,10 +40,7 @@ void TestTimelineFiles::savedHistoryIsReadAgain()
     recorded.history.flush();
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
-    TraceWriter writer;
-    QVERIFY(writer.open(file));
-    replay(recorded.history, [&writer](const TraceEvent &event) { QVERIFY(writer.write(event)); });
-    QVERIFY(writer.close());
+    QVERIFY(saveHistory(recorded.history, file));
 
     History history;
     HistoryLoader loader(history);
@@ -71,6 +73,25 @@ void TestTimelineFiles::savedFileSaysHowManyInstancesRan()
         }
     });
     QCOMPARE(counts, (QStringList{"0: 1", "3: 2", "6: 1", "7: 0"}));
+}
+
+void TestTimelineFiles::fileThatCannotBeSavedIsAsBefore()
+{
+    RecordedHistory recorded;
+    recorded.fill();
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("trace");
+    writeFile(file, "what was there");
+    struct rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const struct rlimit full = {200, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &full), 0);
+    const Result<> saved = saveHistory(recorded.history, file);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    QVERIFY(!saved);
+    QCOMPARE(saved.error(), "cannot write " + file + ": File too large");
+    QCOMPARE(readFile(file), QString("what was there"));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList("trace"));
 }
 
 void TestTimelineFiles::missingFileLeavesTheHistory_data()

@@ -169,18 +169,6 @@ Result<> TraceFiles::save(const QString &file)
     if (Result<> checked = checkTarget(file); !checked) {
         return checked;
     }
-    TraceWriter writer;
-    if (Result<> opened = writer.open(file); !opened) {
-        return opened;
-    }
-    Result<> first;
-    const auto note = [&first](const Result<> &written) {
-        if (first && !written) {
-            first = written;
-        }
-    };
     history().flush();
-    replay(history(), [&](const TraceEvent &event) { note(writer.write(event)); });
-    note(writer.close());
-    return first;
+    return saveHistory(history(), file);
 }

@@ -45,7 +45,7 @@ public:
     // Null if nothing is recorded.
     QString recordFile() const;
 
-    // Writes all of history() to a file.
+    // Writes all of history() to a file. On failure, the file is as before.
     Result<> save(const QString &file);
 
     // Fails if the file must not be written to.

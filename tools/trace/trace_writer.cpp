@@ -33,17 +33,22 @@ TraceWriter::~TraceWriter()
 
 Result<> TraceWriter::open(const QString &file)
 {
-    // By default, a file that exceeds the limit of the process ends the process.
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-
     constexpr mode_t mode = 0666;
-    m_file = file;
-    m_descriptor =
+    const int descriptor =
         ::open(QFile::encodeName(file).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-    if (m_descriptor < 0) {
+    if (descriptor < 0) {
         return failure(QStringLiteral("create"), file);
     }
+    use(descriptor, file);
     return {};
+}
+
+void TraceWriter::use(int descriptor, const QString &file)
+{
+    // By default, a file that exceeds the limit of the process ends the process.
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+    m_descriptor = descriptor;
+    m_file = file;
 }
 
 Result<> TraceWriter::write(const TraceEvent &event)

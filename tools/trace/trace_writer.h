@@ -21,6 +21,9 @@ public:
     // Creates the file, or empties it.
     Result<> open(const QString &file);
 
+    // Writes to an empty file that is open, and closes the descriptor. file: its name, for errors.
+    void use(int descriptor, const QString &file);
+
     // Writes the event at once. If that fails, removes what was written of it, and writes nothing
     // later either; only the first failure is returned.
     Result<> write(const TraceEvent &event);

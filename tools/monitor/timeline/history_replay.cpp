@@ -5,10 +5,13 @@
 
 #include "history.h"
 #include "trace_words.h"
+#include "trace_writer.h"
 
 #include <QtCore/QJsonDocument>
+#include <QtCore/QSaveFile>
 
 #include <map>
+#include <unistd.h>
 
 namespace
 {
@@ -139,4 +142,26 @@ private:
 void replay(const History &history, const std::function<void(const TraceEvent &)> &receive)
 {
     Replay(history, receive).all();
+}
+
+Result<> saveHistory(const History &history, const QString &file)
+{
+    QSaveFile output(file);
+    if (!output.open(QIODevice::WriteOnly)) {
+        return Failure(QStringLiteral("cannot create %1: %2").arg(file, output.errorString()));
+    }
+    TraceWriter writer;
+    writer.use(::dup(output.handle()), file);
+    Result<> first;
+    const auto note = [&first](const Result<> &written) {
+        if (first && !written) {
+            first = written;
+        }
+    };
+    replay(history, [&](const TraceEvent &event) { note(writer.write(event)); });
+    note(writer.close());
+    if (first && !output.commit()) {
+        return Failure(QStringLiteral("cannot write %1: %2").arg(file, output.errorString()));
+    }
+    return first;
 }
