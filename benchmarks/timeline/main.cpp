@@ -1,15 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// What a frame of the timeline costs, and an event, and how that grows with their number. It needs
-// no display. A frame has 16 milliseconds.
+// What a frame of the timeline costs, an event, a filter and a file, and how that grows with the
+// number of events. It needs no display. A frame has 16 milliseconds.
 
 #include "event_log_view.h"
+#include "history_replay.h"
 #include "timeline_view.h"
 #include "trace_words.h"
 
 #include <benchmark/benchmark.h>
 
+#include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 #include <QtWidgets/QApplication>
 
@@ -105,6 +107,54 @@ void load(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * events);
 }
 
+// What the log needs to find the events that contain a string, which it does in parts. Only the
+// last one does, in its details.
+void filter(benchmark::State &state)
+{
+    History history;
+    fill(history, int(state.range(0)), int(state.range(1)));
+    TraceEvent last = moment(QStringLiteral("state 1"), history.lastTime(), 1);
+    last.arguments = {{QStringLiteral("key"), QStringLiteral("needle")}};
+    history.append(last);
+    history.flush();
+    EventLogModel log;
+    log.setHistory(&history);
+    for ([[maybe_unused]] auto each : state) {
+        log.setFilter(QStringLiteral("Needle"));
+        log.complete();
+        if (log.rowCount() != 1) {
+            state.SkipWithError("the filter does not find the event");
+        }
+        log.setFilter(QString());
+    }
+}
+
+void save(benchmark::State &state)
+{
+    History history;
+    fill(history, int(state.range(0)), int(state.range(1)));
+    const QTemporaryDir folder;
+    for ([[maybe_unused]] auto each : state) {
+        if (!saveHistory(history, folder.filePath(QStringLiteral("trace.json")))) {
+            state.SkipWithError("the file cannot be written");
+        }
+    }
+}
+
+void saveLog(benchmark::State &state)
+{
+    History history;
+    fill(history, int(state.range(0)), int(state.range(1)));
+    EventLogView log;
+    log.setHistory(&history);
+    const QTemporaryDir folder;
+    for ([[maybe_unused]] auto each : state) {
+        if (!log.save(folder.filePath(QStringLiteral("log.txt")))) {
+            state.SkipWithError("the file cannot be written");
+        }
+    }
+}
+
 void sizes(benchmark::internal::Benchmark *benchmark)
 {
     benchmark->Args({1'000, 10'000})
@@ -122,10 +172,18 @@ void fewSizes(benchmark::internal::Benchmark *benchmark)
     benchmark->Args({1'000, 10'000})->Args({10'000, 100'000})->Unit(benchmark::kMicrosecond);
 }
 
+void largeSizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Args({10'000, 100'000})->Args({40, 900'000})->Unit(benchmark::kMillisecond);
+}
+
 BENCHMARK_CAPTURE(frame, whole, Whole)->Apply(sizes);
 BENCHMARK_CAPTURE(frame, zoomed, ZoomedIn)->Apply(sizes);
 BENCHMARK(append)->Apply(fewSizes);
 BENCHMARK(load)->Apply(fewSizes);
+BENCHMARK(filter)->Apply(largeSizes);
+BENCHMARK(save)->Apply(largeSizes);
+BENCHMARK(saveLog)->Apply(largeSizes);
 
 } // namespace
 
