@@ -16,6 +16,7 @@ class TestMonitorJoin : public MonitorTest
 
 private Q_SLOTS:
     void whatHappensIsInTheTimelineAndInTheLog();
+    void whatRanBeforeTheWindowIsInTheTimeline();
     void callsOfOthersAreInTheTimeline();
     void selectedRowIsSelectedInTheTimelineAndInTheLog();
     void runningInstanceIsSelectedWhereTheTimelineStands();
@@ -108,6 +109,23 @@ void TestMonitorJoin::whatHappensIsInTheTimelineAndInTheLog()
     waitUntil([this] { return timeline().visibleLanes().contains("demo.Viewer.instance_1"); });
     QCOMPARE(log().model()->rowCount(), history().rowCount());
     QVERIFY(history().isLive());
+}
+
+void TestMonitorJoin::whatRanBeforeTheWindowIsInTheTimeline()
+{
+    closeWindow();
+    startElsewhere("demo.Viewer");
+    openWindow();
+    const EventId state = waitForEvent("demo.Viewer.instance_1: state 1");
+    QCOMPARE(detailsText(history(), state), QString("goes on, seen: in the list of what runs"));
+    waitUntil([this] { return timeline().visibleLanes().contains("demo.Viewer.instance_1"); });
+    clickInTable("demo.Viewer.instance_1");
+    QCOMPARE(timeline().selection(), state);
+    // The window's own lists are no calls that anyone looks for.
+    window().actions().refresh->trigger();
+    startElsewhere("demo.Player");
+    waitForEvent("demo.Player: Started");
+    QCOMPARE(logged().filter("GetRunningApplications"), QStringList());
 }
 
 void TestMonitorJoin::callsOfOthersAreInTheTimeline()

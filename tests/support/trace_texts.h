@@ -55,7 +55,7 @@ inline TraceTexts traceTexts(const QString &text, bool isCut = false)
             texts.faults.append(QString("lane %1 has no name").arg(lane));
         }
         QString line = QString("%1 %2: %3").arg(phase, lanes[lane], event["name"].toString());
-        for (const char *const key : {"reply", "end"}) {
+        for (const char *const key : {"reply", "end", "seen"}) {
             if (!arguments[QLatin1String(key)].isUndefined()) {
                 line += ", " + arguments[QLatin1String(key)].toString();
             }

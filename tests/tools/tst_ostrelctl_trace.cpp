@@ -38,6 +38,7 @@ private Q_SLOTS:
     void init() { startAnew(); }
 
     void recordsInstancesAndCalls();
+    void recordsWhatRunsAlready();
     void overlappingCallsHaveLanesOfTheirOwn();
     void endOfTheTraceEndsWhatHasBegun();
     void callEndsWithItsCaller();
@@ -86,6 +87,25 @@ void TestOstrelctlTrace::recordsInstancesAndCalls()
                  "X service: available, the trace has ended",
                  "i service: trace ends",
              }));
+}
+
+void TestOstrelctlTrace::recordsWhatRunsAlready()
+{
+    run(OSTRELCTL, {"start", "demo.Viewer"});
+    const auto watcher = record();
+    waitFor("in the list of what runs");
+    run(OSTRELCTL, {"terminate", "demo.Viewer.instance_1"});
+    waitFor("Terminated");
+    QCOMPARE(watcher->interrupt(), 0);
+    const TraceTexts trace = traceOf(path());
+    QCOMPARE(trace.faults, QStringList());
+    QCOMPARE(
+        trace.all.filter("demo.Viewer.instance_1: "),
+        (QStringList{"i demo.Viewer.instance_1: state 1, in the list of what runs",
+                     "i demo.Viewer.instance_1: state 2", "X demo.Viewer.instance_1: state 1",
+                     "X demo.Viewer.instance_1: state 2", "i demo.Viewer.instance_1: Terminated"}));
+    // Who recorded has not called the service.
+    QCOMPARE(trace.all.filter("GetRunningApplications"), QStringList());
 }
 
 void TestOstrelctlTrace::overlappingCallsHaveLanesOfTheirOwn()

@@ -60,6 +60,7 @@ private Q_SLOTS:
     void replyComesAfterTheRecordedTime();
     void taskThatStartsBeforeAnInvokerIsReadyIsInItsList();
     void eventsBeforeTheFirstCallHappenAtTheStart();
+    void stateThatWasListedIsNoSignal();
     void callWithoutReplyHasNoneAgain();
     void callWhileTheServiceWasAwayIsNotWaitedFor();
     void restartsOfTwoCallsComeOneAfterTheOther();
@@ -147,6 +148,18 @@ void TestSimulatorPlayback::eventsBeforeTheFirstCallHappenAtTheStart()
     events.waitFor("terminated i {}");
     QCOMPARE(events.all(),
              (QStringList{"started i {A=1,B=x}", "state i 4000000000", "terminated i {}"}));
+}
+
+void TestSimulatorPlayback::stateThatWasListedIsNoSignal()
+{
+    const Ostrel::Control control;
+    const ControlEvents events(control);
+    play({R"({"ph":"M","pid":3,"tid":7,"name":"thread_name","args":{"name":"i"}})",
+          R"({"ph":"i","pid":3,"tid":7,"ts":5,"name":"state 1","args":{"seen":"in a list"}})",
+          R"({"ph":"i","pid":3,"tid":7,"ts":6,"name":"state 2","args":{}})",
+          windowCall("a", 1000, 0, state(11))});
+    events.waitFor("state i 2");
+    QCOMPARE(events.all(), QStringList("state i 2"));
 }
 
 void TestSimulatorPlayback::callWithoutReplyHasNoneAgain()

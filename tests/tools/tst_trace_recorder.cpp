@@ -6,6 +6,8 @@
 
 #include <Ostrel/Testing/Main>
 
+#include <QtCore/QRegularExpression>
+
 namespace
 {
 
@@ -53,6 +55,7 @@ private Q_SLOTS:
     void laneOfACallIsUsedAgain();
     void callIsAnnouncedAsTheStretchThatEndsIt();
     void instanceKeepsItsLane();
+    void listedInstanceRunsUnlessASignalHasComeBefore();
     void tooManyInstancesAreLeftOut();
     void tooManyCallsAreMoments();
 };
@@ -177,6 +180,28 @@ void TestTraceRecorder::instanceKeepsItsLane()
         counted.terminated(i, "a", {});
     }
     QCOMPARE(lanes, (QStringList{"service", "a"}));
+}
+
+void TestTraceRecorder::listedInstanceRunsUnlessASignalHasComeBefore()
+{
+    Recording recording;
+    TraceRecorder &recorder = recording.recorder;
+    recorder.serviceAvailable(200, true);
+    recorder.listed(210, "a", 3);
+    recorder.listed(220, "a", 4);
+    recorder.started(230, "b", {});
+    recorder.listed(240, "b", 5);
+    recorder.terminated(250, "b", {});
+    recorder.listed(260, "b", 5);
+    recorder.serviceAvailable(300, false);
+    recorder.listed(310, "c", 6);
+    recorder.serviceAvailable(400, true);
+    recorder.listed(410, "b", 7);
+    QCOMPARE(recording.texts().faults, QStringList());
+    QCOMPARE(recording.all().filter(QRegularExpression("^. [abc]: ")),
+             (QStringList{"i a: state 3, in the list of what runs", "i b: Started", "X b: started",
+                          "i b: Terminated", "X a: state 3, the service has ended",
+                          "i b: state 7, in the list of what runs"}));
 }
 
 void TestTraceRecorder::tooManyInstancesAreLeftOut()

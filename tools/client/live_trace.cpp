@@ -4,9 +4,12 @@
 #include "live_trace.h"
 
 #include "calls_monitor.h"
+#include "instances.h"
 #include "json.h"
 #include "stamp.h"
 #include "trace_words.h"
+
+#include <QtDBus/QDBusConnection>
 
 namespace
 {
@@ -18,10 +21,11 @@ QJsonObject about(Stamp begin)
 
 } // namespace
 
-LiveTrace::LiveTrace(const Ostrel::Control &control,
+LiveTrace::LiveTrace(Ostrel::Control &control,
                      const std::function<void(const TraceEvent &)> &receive,
                      const std::function<void(const TraceEvent &)> &callBegins)
-    : m_recorder(receive, now(), about(Stamp::now()), callBegins)
+    : m_control(control)
+    , m_recorder(receive, now(), about(Stamp::now()), callBegins)
 {
     using Ostrel::Control;
 
@@ -48,7 +52,32 @@ LiveTrace::LiveTrace(const Ostrel::Control &control,
     connect(&control, &Control::serviceAvailableChanged, this, [this](bool available) {
         catchUp();
         m_recorder.serviceAvailable(now(), available);
+        list();
     });
+    list();
+}
+
+void LiveTrace::list()
+{
+    using Ostrel::RunningApplication;
+
+    // Who only looks does not start a service.
+    if (!m_control.isServiceAvailable()) {
+        return;
+    }
+    m_control.getRunningApplications(this,
+                                     [this](const QVector<RunningApplication> &applications,
+                                            const QVector<Ostrel::RunningService> & /*services*/,
+                                            const Ostrel::Error & /*error*/) {
+                                         catchUp();
+                                         for (const RunningApplication &each : applications) {
+                                             const QString instance =
+                                                 instanceOf(m_control, each.pid, each.properties);
+                                             if (!instance.isEmpty()) {
+                                                 m_recorder.listed(now(), instance, each.state);
+                                             }
+                                         }
+                                     });
 }
 
 qint64 LiveTrace::now()
@@ -73,8 +102,13 @@ void LiveTrace::catchUp()
 void LiveTrace::add(CallsMonitor &monitor)
 {
     m_monitor = &monitor;
-    connect(&monitor, &CallsMonitor::called, this,
-            [this](const BusMessage &message) { m_recorder.call(now(), message); });
+    connect(&monitor, &CallsMonitor::called, this, [this](const BusMessage &message) {
+        const bool isOwnList = message.member == QLatin1String("GetRunningApplications")
+            && message.sender == QDBusConnection::sessionBus().baseService();
+        if (!isOwnList) {
+            m_recorder.call(now(), message);
+        }
+    });
     connect(&monitor, &CallsMonitor::replied, this,
             [this](const BusMessage &message) { m_recorder.reply(now(), message); });
     connect(&monitor, &CallsMonitor::left, this,

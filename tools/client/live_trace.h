@@ -15,15 +15,15 @@
 
 class CallsMonitor;
 
-// Records what this program hears, from now on.
+// Records what this program hears, from now on, and what runs already.
 class LiveTrace : public QObject
 {
     Q_OBJECT
 
 public:
+    // Asks the service for what runs whenever there is a service. These calls are left out.
     // callBegins: as TraceRecorder has it.
-    LiveTrace(const Ostrel::Control &control,
-              const std::function<void(const TraceEvent &)> &receive,
+    LiveTrace(Ostrel::Control &control, const std::function<void(const TraceEvent &)> &receive,
               const std::function<void(const TraceEvent &)> &callBegins = {});
 
     // What the monitor sees, in this trace.
@@ -36,8 +36,10 @@ public:
     void finish();
 
 private:
+    void list();
     void catchUp();
 
+    Ostrel::Control &m_control;
     QPointer<CallsMonitor> m_monitor;
     TraceRecorder m_recorder;
 };

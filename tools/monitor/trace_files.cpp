@@ -17,7 +17,7 @@ struct TraceFiles::Recording
     QString error;
 };
 
-TraceFiles::TraceFiles(const Ostrel::Control &control)
+TraceFiles::TraceFiles(Ostrel::Control &control)
     : m_control(control)
     , m_loader(m_loaded)
     , m_trace(

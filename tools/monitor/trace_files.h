@@ -17,7 +17,7 @@ class TraceFiles : public QObject
     Q_OBJECT
 
 public:
-    explicit TraceFiles(const Ostrel::Control &control);
+    explicit TraceFiles(Ostrel::Control &control);
     // Ends the recording, with its file complete.
     ~TraceFiles() override;
 
@@ -66,7 +66,7 @@ private:
 
     void onRead(const QString &remark);
 
-    const Ostrel::Control &m_control;
+    Ostrel::Control &m_control;
     CallsMonitor *m_monitor = nullptr;
     History m_live;
     History m_loaded;

@@ -73,7 +73,7 @@ private:
 int record(const QString &name, std::optional<int> milliseconds)
 {
     const SessionBus sessionBus;
-    const Control control;
+    Control control;
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return conclude(Error(Error::Failed, QStringLiteral("Not connected to D-Bus server")),

@@ -106,6 +106,7 @@ void TraceRecorder::end(Instance &instance, qint64 time, const QJsonObject &argu
         instance.state = QString();
         count(time, -1);
     }
+    instance.since = time;
 }
 
 void TraceRecorder::count(qint64 time, int change)
@@ -171,13 +172,30 @@ void TraceRecorder::started(qint64 time, const QString &instance, const QJsonObj
     }
 }
 
+void TraceRecorder::listed(qint64 time, const QString &instance, quint32 state)
+{
+    const auto known = m_instances.constFind(shortened(instance));
+    // The list may be older than a signal, or that of a service that has gone.
+    const bool isNew =
+        known == m_instances.cend() || (known->state.isNull() && known->since < m_availableSince);
+    if (m_isAvailable && isNew) {
+        setState(time, instance, state, {{TraceWords::seen, TraceWords::inTheList}});
+    }
+}
+
 void TraceRecorder::stateChanged(qint64 time, const QString &instance, quint32 state)
+{
+    setState(time, instance, state);
+}
+
+void TraceRecorder::setState(qint64 time, const QString &instance, quint32 state,
+                             const QJsonObject &arguments)
 {
     time = at(time);
     if (Instance *const each = this->instance(instance)) {
         // The stretch is written when it ends, which the trace may not live to see.
         const QString name = TraceWords::state + QString::number(state);
-        instant(TraceWords::Instances, each->lane, name, time);
+        instant(TraceWords::Instances, each->lane, name, time, arguments);
         begin(*each, time, name);
     }
 }

@@ -29,6 +29,8 @@ public:
                   std::function<void(const TraceEvent &)> callBegins = {});
 
     void serviceAvailable(qint64 time, bool available);
+    // An instance in the list of what runs. No effect after a signal of the same service about it.
+    void listed(qint64 time, const QString &instance, quint32 state);
     void started(qint64 time, const QString &instance, const QJsonObject &details);
     void stateChanged(qint64 time, const QString &instance, quint32 state);
     void terminated(qint64 time, const QString &instance, const QJsonObject &details);
@@ -47,8 +49,9 @@ private:
     struct Instance
     {
         int lane = 0;
-        // The stretch that has begun, if any.
+        // The stretch that has begun; null after the end.
         QString state;
+        // When that was.
         qint64 since = 0;
     };
 
@@ -56,6 +59,8 @@ private:
     int addLane(int group, const QString &name);
     int callLane(int index);
     Instance *instance(const QString &name);
+    void setState(qint64 time, const QString &instance, quint32 state,
+                  const QJsonObject &arguments = {});
     void begin(Instance &instance, qint64 time, const QString &state);
     void end(Instance &instance, qint64 time, const QJsonObject &arguments = {});
     void count(qint64 time, int change);

@@ -33,8 +33,8 @@ inline const QLatin1String terminatedSignal{"Terminated"};
 inline const QLatin1String started{"started"};
 inline const QLatin1String state{"state "};
 
-// Arguments: of "trace begins"; of a call; of a stretch that something else than the next has
-// ended.
+// Arguments: of "trace begins"; of a call; of a state that no signal has announced; of a stretch
+// that something else than the next has ended.
 inline const QLatin1String clock{"clock"};
 inline const QLatin1String monotonic{"monotonic"};
 inline const QLatin1String timeOfDay{"time of day"};
@@ -44,6 +44,8 @@ inline const QLatin1String reply{"reply"};
 inline const QLatin1String signature{"signature"};
 inline const QLatin1String values{"values"};
 inline const QLatin1String success{"success"};
+inline const QLatin1String seen{"seen"};
+inline const QLatin1String inTheList{"in the list of what runs"};
 inline const QLatin1String end{"end"};
 
 // Instead of values that are too large for a trace.

@@ -60,6 +60,12 @@ QVariantMap detailsOf(const JsonNode &event)
     return busMap(event.member(detailsKey));
 }
 
+// Whether no signal has announced a state.
+bool isListed(const JsonNode &event)
+{
+    return event.has(detailsKey) && event.member(detailsKey).has(TraceWords::seen);
+}
+
 class Recording
 {
 public:
@@ -161,7 +167,7 @@ void Recording::readInstanceMoment(const JsonNode &event, const QString &place)
     const QString instance = m_lanes.value(event.member(QStringLiteral("tid")).number());
     if (name == TraceWords::startedSignal || name == TraceWords::terminatedSignal) {
         addSignal(event, place, name, {instance, detailsOf(event)});
-    } else if (name.startsWith(TraceWords::state)) {
+    } else if (name.startsWith(TraceWords::state) && !isListed(event)) {
         addSignal(event, place, QStringLiteral("StateChanged"),
                   {instance,
                    QVariantMap{
