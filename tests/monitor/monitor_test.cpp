@@ -3,6 +3,8 @@
 
 #include "monitor_test.h"
 
+#include "event_text.h"
+
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
 
@@ -96,6 +98,22 @@ void MonitorTest::press(const QAction *action)
     QTest::keyClick(focus != nullptr ? focus : m_window.get(),
                     Qt::Key(keys & ~int(Qt::KeyboardModifierMask)),
                     Qt::KeyboardModifiers(keys & int(Qt::KeyboardModifierMask)));
+}
+
+QStringList MonitorTest::loggedIn(const History &history)
+{
+    QStringList texts;
+    for (int row = 0; row < history.rowCount(); ++row) {
+        const EventId id = history.eventAt(row);
+        texts.append(laneText(history, id) + ": " + nameText(history, id));
+    }
+    return texts;
+}
+
+EventId MonitorTest::waitForEvent(const QString &text)
+{
+    waitUntil([&] { return logged().contains(text); });
+    return window().files().history().eventAt(logged().indexOf(text));
 }
 
 void MonitorTest::enter(const QString &application)

@@ -48,6 +48,12 @@ protected:
     // Types into what has the focus, and presses a key after it.
     static void type(const QString &text, Qt::Key after);
 
+    // The rows of the log, as "instance: event".
+    QStringList logged() { return loggedIn(window().files().history()); }
+    static QStringList loggedIn(const History &history);
+    // Returns the first event whose row this is, when it has come.
+    EventId waitForEvent(const QString &text);
+
     // Enters the name of an application to start.
     void enter(const QString &application);
 

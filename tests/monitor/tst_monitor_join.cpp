@@ -32,28 +32,11 @@ private:
     EventLogView &log() { return *window().views().log(); }
     History &history() { return window().files().history(); }
 
-    // The rows of the log, as "instance: event".
-    QStringList logged() { return loggedIn(history()); }
-    static QStringList loggedIn(const History &history)
-    {
-        QStringList texts;
-        for (int row = 0; row < history.rowCount(); ++row) {
-            const EventId id = history.eventAt(row);
-            texts.append(laneText(history, id) + ": " + nameText(history, id));
-        }
-        return texts;
-    }
     QString textOf(EventId event)
     {
         return history().contains(event)
             ? laneText(history(), event) + ": " + nameText(history(), event)
             : QString();
-    }
-    // The event whose text this is, when it has come.
-    EventId waitForEvent(const QString &text)
-    {
-        waitUntil([&] { return logged().contains(text); });
-        return history().eventAt(logged().indexOf(text));
     }
     QString selectedInstance()
     {

@@ -1,17 +1,36 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "files.h"
 #include "program_help.h"
 #include "run.h"
+#include "state_colors.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Testing/Main>
 
 #include <QtCore/QDir>
+#include <QtCore/QSet>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
+
+namespace
+{
+
+QSet<QRgb> colorsOf(const QImage &image)
+{
+    QSet<QRgb> colors;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            colors.insert(image.pixel(x, y));
+        }
+    }
+    return colors;
+}
+
+} // namespace
 
 // The program itself, with its options.
 class TestMonitorProgram : public QObject
@@ -26,6 +45,7 @@ private Q_SLOTS:
     void takesAScreenshot_data();
     void takesAScreenshot();
     void screenshotThatCannotBeWrittenIsAnError();
+    void recordsAndOpensATrace();
     void endsCleanlyAtATerminationSignal();
 };
 
@@ -95,6 +115,8 @@ void TestMonitorProgram::takesAScreenshot()
     QCOMPARE(result.exitStatus, 0);
     const QImage image(file);
     QCOMPARE(image.size(), QSize(800, 600));
+    // The window has been painted, with text in many shades.
+    QVERIFY2(colorsOf(image).size() > 20, qPrintable(QString::number(colorsOf(image).size())));
     // The picture leaves no settings behind.
     QVERIFY(!QDir(QDir::homePath() + "/.config/ostrel").exists());
 }
@@ -105,6 +127,36 @@ void TestMonitorProgram::screenshotThatCannotBeWrittenIsAnError()
     QCOMPARE(result.exitStatus, 1);
     QVERIFY2(result.errors.contains("cannot write /nonexistent/window.png: "),
              qPrintable(result.errors));
+}
+
+void TestMonitorProgram::recordsAndOpensATrace()
+{
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    const QTemporaryDir folder;
+    const QString trace = folder.filePath("trace.json");
+    Process monitor(MONITOR, {"--record", trace});
+    monitor.start();
+    waitUntil(
+        [&] { return QFile::exists(trace) && readFile(trace).contains("service available"); });
+    QCOMPARE(run(OSTRELCTL, {"start", "demo.Viewer"}).exitStatus, 0);
+    simulator.emitStateChanged("demo.Viewer.instance_1", 3);
+    waitUntil([&] { return readFile(trace).contains("\"state 3\""); });
+    QCOMPARE(monitor.end(), 0);
+    QVERIFY(readFile(trace).endsWith("\n]\n"));
+
+    // Only the trace has an instance now.
+    simulator.restart();
+    const QString picture = folder.filePath("window.png");
+    const QStringList options{"--size", "800x600", "--screenshot", picture};
+    const auto showsState = [&picture] {
+        return colorsOf(QImage(picture)).contains(StateColor::of("state 3").fill.rgb());
+    };
+    QCOMPARE(run(MONITOR, options).exitStatus, 0);
+    QVERIFY(!showsState());
+    QCOMPARE(run(MONITOR, options + QStringList{"--open", trace}).exitStatus, 0);
+    QVERIFY(showsState());
 }
 
 void TestMonitorProgram::endsCleanlyAtATerminationSignal()
