@@ -10,6 +10,7 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QStatusBar>
 #include <QtWidgets/QToolButton>
 
 // What the user asks the service for.
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void rowHasAMenu();
     void startsForDebuggingUnderTheEnteredConditions();
     void startsAndStopsATask();
+    void outcomeOfATaskIsShownAfterItsTabIsClosed();
     void showsErrorsUntilTheyAreDismissed();
     void saysThatAnInstanceIsUnknown();
     void doesNotWaitForTheService();
@@ -140,6 +142,32 @@ void TestMonitorRequests::startsAndStopsATask()
     waitForRows({TasksTable::StateColumn, TasksTable::ProcessColumn},
                 {"can be started | ", "can be started | ", "can be started | "});
     QCOMPARE(window().messages().messages(), QStringList());
+}
+
+void TestMonitorRequests::outcomeOfATaskIsShownAfterItsTabIsClosed()
+{
+    const Faults starts = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Start");
+    const Faults stops = m_simulator.faults(OSTREL_TASK_INVOKER_SESSION_INTERFACE, "Stop");
+    window().tables().addTaskType("sync");
+    waitUntil([this] { return rows({0}).size() == 3; });
+    window().tables().currentPage()->setFocus();
+    window().tables().currentPage()->select(1);
+    starts.holdNext(1);
+    press(window().actions().start);
+    starts.waitForHeld(1);
+    stops.holdNext(1);
+    press(window().actions().stop);
+    stops.waitForHeld(1);
+    press(window().actions().removeTaskType);
+    QVERIFY(window().tables().currentTaskPage() == nullptr);
+
+    const auto waitForMessage = [this](const QString &text) {
+        waitUntil([&] { return window().statusBar()->currentMessage() == text; });
+    };
+    starts.release({0});
+    waitForMessage("The task contacts has been started");
+    stops.release({0});
+    waitForMessage("The task contacts has been stopped");
 }
 
 void TestMonitorRequests::showsErrorsUntilTheyAreDismissed()

@@ -57,10 +57,21 @@ void Requests::terminate(const QString &application, const QString &instance)
     });
 }
 
-void Requests::startTask(TaskInvoker *invoker, const QString &name)
+std::function<void(const Error &)> Requests::keeping(
+    const std::shared_ptr<TaskInvoker> &invoker, const std::function<void(const Error &)> &answer)
+{
+    const int request = ++m_lastRequest;
+    m_invokers.insert(request, invoker);
+    return [this, request, answer](const Error &error) {
+        const auto kept = m_invokers.take(request);
+        answer(error);
+    };
+}
+
+void Requests::startTask(const std::shared_ptr<TaskInvoker> &invoker, const QString &name)
 {
     const auto answer = [this, type = invoker->taskType(), name,
-                         begin = LiveTrace::now()](int /*number*/, const Error &error) {
+                         begin = LiveTrace::now()](const Error &error) {
         if (error) {
             Q_EMIT failed(tr("Cannot start the task %1").arg(name), error);
         } else {
@@ -68,16 +79,19 @@ void Requests::startTask(TaskInvoker *invoker, const QString &name)
             Q_EMIT done(tr("The task %1 has been started").arg(name));
         }
     };
-    invoker->start(name, {}, {}, this, answer);
+    invoker->start(
+        name, {}, {}, this,
+        [kept = keeping(invoker, answer)](int /*number*/, const Error &error) { kept(error); });
 }
 
-void Requests::stopTask(TaskInvoker *invoker, const QString &name)
+void Requests::stopTask(const std::shared_ptr<TaskInvoker> &invoker, const QString &name)
 {
-    invoker->stop(name, this, [this, name](const Error &error) {
+    const auto answer = [this, name](const Error &error) {
         if (error) {
             Q_EMIT failed(tr("Cannot stop the task %1").arg(name), error);
         } else {
             Q_EMIT done(tr("The task %1 has been stopped").arg(name));
         }
-    });
+    };
+    invoker->stop(name, this, keeping(invoker, answer));
 }

@@ -7,7 +7,11 @@
 #include <Ostrel/Control>
 #include <Ostrel/TaskInvoker>
 
+#include <QtCore/QHash>
 #include <QtCore/QObject>
+
+#include <functional>
+#include <memory>
 
 class StartTimes;
 
@@ -23,8 +27,9 @@ public:
     void startDebug(const QString &application, const Ostrel::DebugParams &params);
     // application: for the messages. The instance may be unknown.
     void terminate(const QString &application, const QString &instance);
-    void startTask(Ostrel::TaskInvoker *invoker, const QString &name);
-    void stopTask(Ostrel::TaskInvoker *invoker, const QString &name);
+    // The invoker lives until the service has replied.
+    void startTask(const std::shared_ptr<Ostrel::TaskInvoker> &invoker, const QString &name);
+    void stopTask(const std::shared_ptr<Ostrel::TaskInvoker> &invoker, const QString &name);
 
 Q_SIGNALS:
     // What has happened, for the user.
@@ -33,9 +38,16 @@ Q_SIGNALS:
 
 private:
     std::function<void(const Ostrel::Control::StartResult &)> started(const QString &application);
+    // Calls the function with the reply, and lets go of the invoker.
+    std::function<void(const Ostrel::Error &)> keeping(
+        const std::shared_ptr<Ostrel::TaskInvoker> &invoker,
+        const std::function<void(const Ostrel::Error &)> &answer);
 
     Ostrel::Control &m_control;
     StartTimes &m_times;
+    // Their tab may be closed, or the service be replaced, while a request is under way.
+    QHash<int, std::shared_ptr<Ostrel::TaskInvoker>> m_invokers;
+    int m_lastRequest = 0;
 };
 
 #endif

@@ -40,7 +40,7 @@ TaskPage::~TaskPage()
 
 void TaskPage::registerAgain()
 {
-    auto invoker = std::make_unique<Ostrel::TaskInvoker>(Ostrel::TaskInvoker::SessionBus, m_type);
+    auto invoker = std::make_shared<Ostrel::TaskInvoker>(Ostrel::TaskInvoker::SessionBus, m_type);
     m_tasks->setInvoker(invoker.get());
     m_invoker = std::move(invoker);
 }

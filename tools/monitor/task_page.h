@@ -29,7 +29,7 @@ public:
     QString type() const { return m_type; }
 
     // Null before the service has been there.
-    Ostrel::TaskInvoker *invoker() const { return m_invoker.get(); }
+    std::shared_ptr<Ostrel::TaskInvoker> invoker() const { return m_invoker; }
 
 private:
     TaskPage(Connection &connection, Ostrel::TasksModel *model, const QString &type,
@@ -39,7 +39,7 @@ private:
 
     QString m_type;
     Ostrel::TasksModel *m_tasks;
-    std::unique_ptr<Ostrel::TaskInvoker> m_invoker;
+    std::shared_ptr<Ostrel::TaskInvoker> m_invoker;
 };
 
 #endif
