@@ -17,7 +17,6 @@ Problem::Problem(QLineEdit *field, QWidget *parent)
     setFrameShape(StyledPanel);
     // The colours of the messages of the window, which can be read in every palette.
     setAutoFillBackground(true);
-    setForegroundRole(QPalette::ToolTipText);
     setBackgroundRole(QPalette::ToolTipBase);
     connect(field, &QLineEdit::textChanged, this, &Problem::clear);
     hide();
