@@ -9,6 +9,8 @@
 
 #include <QtCore/QObject>
 
+#include <optional>
+
 struct DBusConnection;
 struct DBusMessage;
 
@@ -23,7 +25,10 @@ public:
     CallsMonitor() = default;
     ~CallsMonitor() override;
 
-    // Blocks until the bus has replied. Fails without the right to monitor.
+    // Connects, and blocks until the bus has replied. Any thread may do that before open().
+    void reach();
+    // Emits from now on what it sees. Fails without the right to monitor. Blocks as reach() does,
+    // unless that has returned before.
     Result<> open();
 
     // Emits the signals for what has come already.
@@ -39,10 +44,12 @@ Q_SIGNALS:
 private:
     Q_DISABLE_COPY(CallsMonitor)
 
+    Result<> connectAsMonitor();
     void read();
     void handle(DBusMessage *message);
 
     DBusConnection *m_connection = nullptr;
+    std::optional<Result<>> m_reached;
 };
 
 #endif

@@ -4,7 +4,6 @@
 #include "main_window.h"
 
 #include "applications_table.h"
-#include "calls_monitor.h"
 #include "debug_dialog.h"
 #include "desk/desk_dock.h"
 #include "details_panel.h"
@@ -31,10 +30,10 @@
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
-MainWindow::MainWindow(const BusChoice &bus)
+MainWindow::MainWindow(const BusChoice &bus, std::unique_ptr<CallsMonitor> monitor)
     : m_connection(bus)
     , m_requests(m_connection.control(), m_startTimes)
-    , m_monitor(std::make_unique<CallsMonitor>())
+    , m_monitor(monitor != nullptr ? std::move(monitor) : std::make_unique<CallsMonitor>())
     , m_actions(this)
     , m_files(m_connection.control())
     , m_views(m_files, m_actions)
