@@ -4,22 +4,19 @@
 #include "main_window.h"
 
 #include "applications_table.h"
-#include "debug_dialog.h"
 #include "desk/desk_dock.h"
 #include "details_panel.h"
 #include "file_actions.h"
 #include "message_bar.h"
 #include "name_field.h"
 #include "notice.h"
+#include "row_actions.h"
 #include "tables.h"
-#include "task_page.h"
-#include "tasks_table.h"
 
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSettings>
 #include <QtGui/QCloseEvent>
 #include <QtWidgets/QHeaderView>
-#include <QtWidgets/QInputDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenuBar>
@@ -44,6 +41,7 @@ MainWindow::MainWindow(const BusChoice &bus, std::unique_ptr<CallsMonitor> monit
     , m_start(new QToolButton)
     , m_filter(new QLineEdit)
     , m_tables(new Tables(m_connection, m_startTimes))
+    , m_rowActions(new RowActions(*this, m_actions, *m_tables, *m_name, m_requests))
     , m_details(new DetailsPanel)
     , m_desk(new DeskDock(m_connection, m_actions.faultDesk))
     , m_columns(new QSplitter(Qt::Horizontal))
@@ -144,7 +142,7 @@ void MainWindow::buildToolBar()
     m_start->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_start->setToolTip(tr("Start the application of this name"));
     m_start->setFocusPolicy(Qt::TabFocus);
-    connect(m_start, &QToolButton::clicked, this, &MainWindow::startNamed);
+    connect(m_start, &QToolButton::clicked, m_rowActions, &RowActions::startNamed);
     bar->addWidget(m_start);
     bar->addSeparator();
     bar->addAction(m_actions.stop);
@@ -163,21 +161,11 @@ void MainWindow::buildToolBar()
 
 void MainWindow::connectActions()
 {
-    const auto on = [this](QAction *action, void (MainWindow::*slot)()) {
-        connect(action, &QAction::triggered, this, slot);
-    };
-    on(m_actions.start, &MainWindow::startRow);
-    on(m_actions.stop, &MainWindow::stopRow);
-    on(m_actions.startDebug, &MainWindow::openDebugDialog);
-    on(m_actions.addTaskType, &MainWindow::openTaskTypeDialog);
     connect(m_actions.quit, &QAction::triggered, this, &QWidget::close);
     connect(m_actions.enterName, &QAction::triggered, this, [this] {
         m_name->setFocus(Qt::ShortcutFocusReason);
         m_name->lineEdit()->selectAll();
     });
-    connect(m_actions.refresh, &QAction::triggered, m_tables, &Tables::refreshLists);
-    connect(m_actions.removeTaskType, &QAction::triggered, this,
-            [this] { m_tables->removeTaskType(m_tables->currentIndex()); });
     connect(m_actions.filter, &QAction::triggered, this, [this] {
         m_filter->setFocus(Qt::ShortcutFocusReason);
         m_filter->selectAll();
@@ -193,7 +181,7 @@ void MainWindow::connectActions()
     connect(m_messages, &MessageBar::changed, this,
             [this] { m_actions.dismissErrors->setEnabled(!m_messages->messages().isEmpty()); });
     m_actions.dismissErrors->setEnabled(false);
-    connect(m_name, &NameField::entered, this, &MainWindow::startNamed);
+    connect(m_name, &NameField::entered, m_rowActions, &RowActions::startNamed);
     connect(m_filter, &QLineEdit::textChanged, m_tables, &Tables::setFilter);
     connect(m_filter, &QLineEdit::textChanged, &m_views, &LinkedViews::setFilter);
     connect(&m_tables->applications(), &QAbstractItemModel::rowsInserted, this,
@@ -225,45 +213,18 @@ void MainWindow::showRow()
 {
     TablePage *page = m_tables->currentPage();
     const int row = page->currentRow();
-    const TaskPage *tasks = m_tables->currentTaskPage();
     m_details->show(row < 0 ? Details() : page->table().details(row));
     if (row >= 0 && m_tables->showsApplications()) {
         m_desk->setInstance(page->table().instance(row));
     }
 
-    const QString name = row < 0 ? QString() : shown(page->table().name(row));
-    const auto setText = [&name](QAction *action, const QString &text, const QString &withName) {
-        // "&" marks the mnemonic.
-        action->setText(name.isEmpty() ? text
-                                       : withName.arg(QString(name).replace(QLatin1Char('&'),
-                                                                            QLatin1String("&&"))));
-    };
-    setText(m_actions.start, tr("&Start"), tr("&Start %1"));
-    setText(m_actions.stop, tasks != nullptr ? tr("&Stop") : tr("&Terminate"),
-            tasks != nullptr ? tr("&Stop %1") : tr("&Terminate %1"));
-    m_actions.stop->setIconText(tasks != nullptr ? tr("Stop") : tr("Terminate"));
-    enableRowActions();
+    m_rowActions->update(m_files.isLive());
 
     const QString instance = row < 0 ? QString() : page->table().instance(row);
     const bool isOther = std::exchange(m_instance, instance) != instance;
     if (isOther && !instance.isEmpty() && !m_isSelecting) {
         m_views.selectInstance(instance);
     }
-}
-
-void MainWindow::enableRowActions()
-{
-    const bool hasRow = m_tables->currentPage()->currentRow() >= 0;
-    const TaskPage *tasks = m_tables->currentTaskPage();
-    const bool hasInvoker = tasks != nullptr && tasks->invoker() != nullptr;
-    const bool isLive = m_files.isLive();
-    m_actions.start->setEnabled(isLive && hasRow && (tasks == nullptr || hasInvoker));
-    m_actions.stop->setEnabled(isLive && hasRow && (m_tables->showsApplications() || hasInvoker));
-    m_actions.startDebug->setEnabled(isLive && tasks == nullptr);
-    m_actions.removeTaskType->setEnabled(isLive && tasks != nullptr);
-    m_actions.addTaskType->setEnabled(isLive);
-    m_actions.enterName->setEnabled(isLive);
-    m_actions.refresh->setEnabled(isLive);
 }
 
 void MainWindow::selectInstance(const QString &instance)
@@ -284,7 +245,7 @@ void MainWindow::showSource()
                             static_cast<QWidget *>(m_start), m_desk->widget()}) {
         widget->setEnabled(isLive);
     }
-    enableRowActions();
+    m_rowActions->update(isLive);
 }
 
 void MainWindow::showFailure(const QString &text, const Ostrel::Error &error)
@@ -297,67 +258,6 @@ void MainWindow::showDone(const QString &text)
 {
     constexpr int milliseconds = 5000;
     statusBar()->showMessage(shown(text), milliseconds);
-}
-
-void MainWindow::startNamed()
-{
-    if (m_name->name().isEmpty()) {
-        m_name->setFocus();
-        return;
-    }
-    m_name->remember(m_name->name());
-    m_requests.start(m_name->name());
-}
-
-void MainWindow::startRow()
-{
-    const TablePage *page = m_tables->currentPage();
-    const TaskPage *tasks = m_tables->currentTaskPage();
-    const QString name = page->table().name(page->currentRow());
-    if (tasks != nullptr) {
-        m_requests.startTask(tasks->invoker(), name);
-    } else {
-        m_requests.start(name);
-    }
-}
-
-void MainWindow::stopRow()
-{
-    const TablePage *page = m_tables->currentPage();
-    const TaskPage *tasks = m_tables->currentTaskPage();
-    const int row = page->currentRow();
-    if (tasks != nullptr) {
-        m_requests.stopTask(tasks->invoker(), page->table().name(row));
-    } else {
-        m_requests.terminate(page->table().name(row), page->table().instance(row));
-    }
-}
-
-void MainWindow::openDebugDialog()
-{
-    const TablePage *page = m_tables->currentPage();
-    const int row = page->currentRow();
-    auto *dialog = new DebugDialog(row >= 0 ? page->table().name(row) : m_name->name(), this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QDialog::accepted, this, [this, dialog] {
-        m_name->remember(dialog->application());
-        m_requests.startDebug(dialog->application(), dialog->params());
-    });
-    dialog->open();
-}
-
-void MainWindow::openTaskTypeDialog()
-{
-    auto *dialog = new QInputDialog(this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowTitle(tr("Tasks of a type"));
-    dialog->setLabelText(tr("&Type of the tasks:"));
-    connect(dialog, &QInputDialog::textValueSelected, this, [this](const QString &text) {
-        if (!text.trimmed().isEmpty()) {
-            m_tables->addTaskType(text.trimmed());
-        }
-    });
-    dialog->open();
 }
 
 bool MainWindow::isSettled() const

@@ -26,6 +26,7 @@ class QLabel;
 class QLineEdit;
 class QSplitter;
 class QToolButton;
+class RowActions;
 class Tables;
 
 // The window: what runs, what happens, and what the user can do about it.
@@ -71,15 +72,8 @@ private:
     // What happens, or a trace file.
     void showSource();
     void selectInstance(const QString &instance);
-    void enableRowActions();
     void showFailure(const QString &text, const Ostrel::Error &error);
     void showDone(const QString &text);
-
-    void startNamed();
-    void startRow();
-    void stopRow();
-    void openDebugDialog();
-    void openTaskTypeDialog();
 
     Connection m_connection;
     StartTimes m_startTimes;
@@ -96,6 +90,7 @@ private:
     QToolButton *m_start;
     QLineEdit *m_filter;
     Tables *m_tables;
+    RowActions *m_rowActions;
     DetailsPanel *m_details;
     DeskDock *m_desk;
     QSplitter *m_columns;
