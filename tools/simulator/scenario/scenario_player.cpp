@@ -26,7 +26,7 @@ ScenarioPlayer::ScenarioPlayer(const Scenario &scenario, const Parts &parts)
             Qt::QueuedConnection);
     connect(&parts.service, &Service::wasReset, this, &ScenarioPlayer::begin);
     connect(&parts.replies, &Replies::isHeld, this, &ScenarioPlayer::onHeld);
-    connect(&parts.children, &Children::aboutToDie, this, &ScenarioPlayer::reportRest);
+    connect(&parts.children, &Children::aboutToDie, this, [this] { reportRest(); });
     rewind();
 }
 

@@ -40,7 +40,6 @@ public:
     // Whether all steps have happened.
     bool isAtEnd() const { return m_open == 0; }
 
-public Q_SLOTS:
     // Says which step has not happened. Returns true if there is none.
     bool reportRest() const;
 
