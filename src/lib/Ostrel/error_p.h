@@ -6,6 +6,8 @@
 
 #include "Ostrel/error.h"
 
+#include "DBus/names_p.h"
+
 #include <QtDBus/QDBusError>
 
 #include <array>
@@ -39,6 +41,19 @@ constexpr std::array<CodeName, 10> codeNames{{
     {Error::ApplicationNotRunning, "ApplicationNotRunning", ErrorNamespace::Service},
     {Error::ApplicationAlreadyRunning, "ApplicationAlreadyRunning", ErrorNamespace::Service},
 }};
+
+// Returns the bus error name of a code. A code without a name has none.
+inline QString busErrorNameOf(Error::Code code)
+{
+    for (const CodeName &known : codeNames) {
+        if (known.code == code) {
+            const bool isService = known.prefix == ErrorNamespace::Service;
+            return QLatin1String(isService ? OSTREL_ERROR_PREFIX : OSTREL_STANDARD_ERROR_PREFIX)
+                + QLatin1String(known.name);
+        }
+    }
+    return {};
+}
 
 // Friends of the class; a declaration there does not make them known here.
 

@@ -3,9 +3,7 @@
 
 #include "desk/error_field.h"
 
-#include "DBus/names_p.h"
-
-#include <Ostrel/Error>
+#include "Ostrel/error_p.h"
 
 #include <QtCore/QMetaEnum>
 #include <QtWidgets/QCompleter>
@@ -20,14 +18,8 @@ ErrorField::ErrorField(QWidget *parent)
     setInsertPolicy(NoInsert);
     const auto codes = QMetaEnum::fromType<Error::Code>();
     for (int i = 0; i < codes.keyCount(); ++i) {
-        const bool isStandard = codes.value(i) == Error::Failed
-            || codes.value(i) == Error::InvalidArgs || codes.value(i) == Error::NotSupported
-            || codes.value(i) == Error::AccessDenied;
-        const QString name = QString::fromLatin1(codes.key(i));
-        const QString busName = (isStandard ? QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX)
-                                            : QStringLiteral(OSTREL_ERROR_PREFIX))
-            + name;
-        addItem(name, busName);
+        const QString busName = Ostrel::busErrorNameOf(static_cast<Error::Code>(codes.value(i)));
+        addItem(QString::fromLatin1(codes.key(i)), busName);
         setItemData(i, busName, Qt::ToolTipRole);
     }
     setCurrentText(Error(Error::HandlerFailed).name());

@@ -6,7 +6,7 @@
 #include "method_names_p.h"
 #include "simulator.h"
 
-#include "DBus/names_p.h"
+#include "Ostrel/error_p.h"
 
 namespace Ostrel::Testing
 {
@@ -16,6 +16,11 @@ Faults::Faults(const Simulator &simulator, const QString &interface, const QStri
     , m_interface(interface)
     , m_method(method)
 {
+}
+
+void Faults::failNext(Error::Code code, const QString &message) const
+{
+    failNext(busErrorNameOf(code), message);
 }
 
 void Faults::failNext(const QString &error, const QString &message) const
@@ -70,17 +75,6 @@ bool Faults::waitForCalls(int count) const
 bool Faults::waitForHeld(int count) const
 {
     return wait(QStringLiteral("WaitForHeld"), count, QStringLiteral("%1 held replies of %2"));
-}
-
-// The standard errors have the names of the bus.
-QString Faults::busErrorName(const QString &code)
-{
-    static const QStringList standard{QStringLiteral("AccessDenied"), QStringLiteral("Failed"),
-                                      QStringLiteral("InvalidArgs"),
-                                      QStringLiteral("NotSupported")};
-    return (standard.contains(code) ? QStringLiteral(OSTREL_STANDARD_ERROR_PREFIX)
-                                    : QStringLiteral(OSTREL_ERROR_PREFIX))
-        + code;
 }
 
 void Faults::arrange(const QString &deskMethod, const QVariantList &arguments) const

@@ -36,10 +36,7 @@ public:
      *                 named "NoError", which the library takes for a success without values.
      * @param message  the message of the error.
      */
-    void failNext(Error::Code code, const QString &message = QString()) const
-    {
-        failNext(busErrorName(Error(code).name()), message);
-    }
+    void failNext(Error::Code code, const QString &message = QString()) const;
 
     /**
      * Has the next call return an error of any name, and do nothing else.
@@ -118,7 +115,6 @@ private:
     friend class Simulator;
     Faults(const Simulator &simulator, const QString &interface, const QString &method);
 
-    static QString busErrorName(const QString &code);
     void arrange(const QString &deskMethod, const QVariantList &arguments = {}) const;
     bool wait(const QString &deskMethod, int count, const QString &what) const;
 
