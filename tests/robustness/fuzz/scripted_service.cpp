@@ -7,32 +7,17 @@
 
 #include "DBus/names_p.h"
 
-#include <QtCore/QProcess>
+#include <Ostrel/Testing/PrivateBus>
 
 ScriptedService::ScriptedService()
 {
-    startBus();
+    // Never destroyed, as the thread. The kernel ends the bus with the process.
+    static auto *bus = new Ostrel::Testing::PrivateBus;
+    m_address = bus->address().toStdString();
     takeName();
     // The thread lives as long as the process: the fuzzer exits without destroying anything.
     m_thread = std::thread([this] { serve(); });
     m_thread.detach();
-}
-
-void ScriptedService::startBus()
-{
-    // However this process ends, the pipe closes, and its child ends the bus.
-    static auto *bus = new QProcess;
-    bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    bus->start(
-        "sh",
-        {"-c",
-         "dbus-daemon --config-file='" PRIVATE_BUS_CONFIGURATION
-         "' --address=unix:dir=\"$TMPDIR\" --nofork --nopidfile --nosyslog --print-address=1 & "
-         "cat >/dev/null; kill $!"});
-    require(bus->waitForReadyRead(-1), "the bus starts");
-    m_address = bus->readLine().trimmed().toStdString();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str());
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/system");
 }
 
 void ScriptedService::takeName()

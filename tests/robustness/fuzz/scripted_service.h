@@ -27,7 +27,6 @@ public:
     void setScript(const Script &script);
 
 private:
-    void startBus();
     void takeName();
     void serve();
 
