@@ -18,9 +18,8 @@
 class ScenarioTest
 {
 protected:
-    void startBus()
+    ScenarioTest()
     {
-        m_bus.emplace();
         // Until the event loop has run once, messages may come in another order.
         QDBusConnection::sessionBus();
         QCoreApplication::processEvents();
@@ -38,10 +37,11 @@ protected:
         startFile(file);
     }
 
-    // Starts the simulator with this scenario or trace.
+    // Starts the simulator with this scenario or trace. These tests compare its exit status and its
+    // lines themselves, which setScenarioFile() would do for them.
     void startFile(const QString &file)
     {
-        m_simulator.emplace(*m_bus, QStringList{"--scenario", file});
+        m_simulator.emplace(m_bus, QStringList{"--scenario", file});
         m_simulator->start();
     }
 
@@ -49,7 +49,7 @@ protected:
     static void begin() { reportWindow("begin"); }
 
     QTemporaryDir m_folder;
-    std::optional<PrivateBus> m_bus;
+    PrivateBus m_bus;
     std::optional<Simulator> m_simulator;
 };
 

@@ -52,7 +52,6 @@ class TestSimulatorPlayback : public QObject, private ScenarioTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { startBus(); }
     void cleanup() { m_simulator.reset(); }
 
     void callsMayComeInAnotherOrder();

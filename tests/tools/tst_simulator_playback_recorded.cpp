@@ -101,7 +101,6 @@ class TestSimulatorPlaybackRecorded : public QObject, private ScenarioTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { startBus(); }
     void cleanup() { m_simulator.reset(); }
 
     void programSeesTheRecordedServiceAgain();
@@ -144,7 +143,7 @@ void TestSimulatorPlaybackRecorded::programSeesTheRecordedServiceAgain()
 void TestSimulatorPlaybackRecorded::messagesOfBusctlArePlayedBack()
 {
     const QString messages = m_folder.filePath("messages");
-    Process busctl("busctl", {"--address=" + m_bus->address(), "--json=short", "monitor"});
+    Process busctl("busctl", {"--address=" + m_bus.address(), "--json=short", "monitor"});
     busctl.setStandardOutputFile(messages);
     busctl.start();
     busctl.setReadChannel(QProcess::StandardError);
@@ -186,7 +185,7 @@ void TestSimulatorPlaybackRecorded::tasksAreCarriedOut()
         start("nonsense");
         return answers;
     };
-    m_simulator.emplace(*m_bus);
+    m_simulator.emplace(m_bus);
     m_simulator->start();
     Watcher recorder({"trace", "-o", m_file});
     recorder.readLine();

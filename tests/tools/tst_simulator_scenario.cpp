@@ -18,7 +18,6 @@ class TestSimulatorScenario : public QObject, private ScenarioTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_bus.emplace(); }
     void cleanup() { m_simulator.reset(); }
 
     void eachStepHappensOnceInTheOrderOfTheFile();
@@ -51,7 +50,7 @@ void TestSimulatorScenario::stepWaitsItsTime()
 {
     start(R"({"after": 200, "do": [{"emit": "SelectedByOom", "values": ["1"]}]},
              {"after": 100, "do": [{"emit": "SelectedByOom", "values": ["2"]}]})");
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     QElapsedTimer timer;
     timer.start();
     begin();
@@ -68,7 +67,7 @@ void TestSimulatorScenario::stepHappensAtASignal()
              {"at": {"signal": "SelectedByOom"},
               "do": [{"emit": "SelectedByOom", "values": ["last"]}]})");
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     startApplication("demo.Viewer");
     callControl("Terminate", {"demo.Viewer.instance_1"});
     m_simulator->desk("WaitForScenario");
@@ -182,7 +181,7 @@ void TestSimulatorScenario::outOfMemoryKillerEndsAnInstance()
     start(R"({"at": {"signal": "Started"}, "do": [{"killByOom": "demo.Viewer.instance_1"}]},
              {"at": {"signal": "Terminated"}})");
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     const QVariantMap details = startApplication("demo.Viewer");
     m_simulator->desk("WaitForScenario");
     QVERIFY(

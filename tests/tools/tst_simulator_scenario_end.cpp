@@ -2,9 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "control_calls.h"
-#include "files.h"
-#include "kit.h"
-#include "outcomes.h"
+#include "scenario_test.h"
 #include "test_bus.h"
 
 #include "DBus/names_p.h"
@@ -16,8 +14,6 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusPendingCall>
-
-#include <optional>
 
 namespace
 {
@@ -34,12 +30,11 @@ bool isEmptyArray(const QVariant &value)
 } // namespace
 
 // How a scenario ends, and how it ends and restarts the service.
-class TestSimulatorScenarioEnd : public QObject
+class TestSimulatorScenarioEnd : public QObject, private ScenarioTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void cleanup() { m_simulator.reset(); }
 
     void endOfTheLastStepIsKnown();
@@ -54,28 +49,15 @@ private Q_SLOTS:
     void scenarioGoesOnAfterARestart();
 
 private:
-    void start(const QString &steps);
+    // Starts the simulator with these steps.
+    void start(const QString &steps)
+    {
+        writeFile(m_file, QString("{\"steps\":\n[%1]}").arg(steps));
+        startFile(m_file);
+    }
 
-    QTemporaryDir m_folder;
     QString m_file = m_folder.filePath("scenario.json");
-    std::optional<PrivateBus> m_bus;
-    std::optional<Simulator> m_simulator;
 };
-
-void TestSimulatorScenarioEnd::initTestCase()
-{
-    m_bus.emplace();
-    // Until the event loop has run once, messages may come in another order.
-    QDBusConnection::sessionBus();
-    QCoreApplication::processEvents();
-}
-
-void TestSimulatorScenarioEnd::start(const QString &steps)
-{
-    writeFile(m_file, QString("{\"steps\":\n[%1]}").arg(steps));
-    m_simulator.emplace(*m_bus, QStringList{"--scenario", m_file});
-    m_simulator->start();
-}
 
 void TestSimulatorScenarioEnd::endOfTheLastStepIsKnown()
 {

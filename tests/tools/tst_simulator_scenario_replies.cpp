@@ -17,7 +17,6 @@ class TestSimulatorScenarioReplies : public QObject, private ScenarioTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_bus.emplace(); }
     void cleanup() { m_simulator.reset(); }
 
     void callGetsTheReplyOfTheStep_data();
@@ -70,7 +69,7 @@ void TestSimulatorScenarioReplies::callGetsTheReplyOfTheStep()
     QFETCH(QStringList, messages);
     start(QString(R"({"at": {"call": "UpdateWindowStatus"}, "do": [%1]})").arg(actions));
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     reportWindow("w", 5);
     QCOMPARE(monitor.texts(), messages);
 }
@@ -116,7 +115,7 @@ void TestSimulatorScenarioReplies::valuesHaveTheTypesOfTheSignature()
                       "do": [{"answer": [%1], "signature": "%2"}]})")
               .arg(value, signature));
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     reportWindow();
     QCOMPARE(monitor.texts(), QStringList(QString("reply %1 %2").arg(signature, text).trimmed()));
 }
@@ -125,7 +124,7 @@ void TestSimulatorScenarioReplies::ignoredCallIsNeverAnswered()
 {
     start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"ignore": true}]})");
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     Ostrel::WindowManagement windows;
     QObject context;
     Outcomes outcomes;
@@ -152,7 +151,7 @@ void TestSimulatorScenarioReplies::repliesAreHeldAndReleased()
              {"at": {"call": "UpdateWindowStatus"},
               "do": [{"release": "UpdateWindowStatus", "order": [1, 0]}]})");
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     Ostrel::WindowManagement windows;
     QObject context;
     Outcomes outcomes;
@@ -169,7 +168,7 @@ void TestSimulatorScenarioReplies::releaseWaitsForTheReply()
     start(R"({"at": {"call": "Control1.Start"}, "do": [{"hold": true}]},
              {"do": [{"release": "Control1.Start"}, {"emit": "SelectedByOom", "values": ["x"]}]})");
     begin();
-    ServiceMonitor monitor(*m_bus, *m_simulator);
+    ServiceMonitor monitor(m_bus, *m_simulator);
     startApplication("demo.Viewer");
     QStringList names = monitor.texts();
     for (QString &name : names) {

@@ -3,65 +3,42 @@
 
 #include "files.h"
 #include "run.h"
+#include "test_bus.h"
 
 #include "DBus/names_p.h"
 
 #include <Ostrel/Testing/Main>
 
-#include <optional>
+#include <memory>
 #include <unistd.h>
 
 namespace
 {
 
 // As on a usual system bus: nobody owns a name or calls a service without a policy for it.
-const char *const configuration = R"(
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
-  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>system</type>
-  <listen>unix:path=/replaced</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow user="*"/>
-    <deny own="*"/>
-    <deny send_type="method_call"/>
-    <allow send_type="signal"/>
-    <allow send_requested_reply="true" send_type="method_return"/>
-    <allow send_requested_reply="true" send_type="error"/>
-    <allow receive_type="method_call"/>
-    <allow receive_type="method_return"/>
-    <allow receive_type="error"/>
-    <allow receive_type="signal"/>
-    <allow send_destination="org.freedesktop.DBus"/>
-  </policy>
-  <include ignore_missing="yes">policy.conf</include>
-</busconfig>
-)";
+const char *const restrictions = "<policy context=\"default\">"
+                             "<deny own=\"*\"/>"
+                             "<deny send_type=\"method_call\"/>"
+                             "<allow send_destination=\"org.freedesktop.DBus\"/>"
+                             "</policy>";
 
-// A system bus of the test's own, with the simulator's policy for this user if one is given.
+// A dbus-daemon as system bus, also if the other tests run with another program. It has the
+// simulator's policy for this user, if one is given.
 class SystemBus
 {
 public:
     explicit SystemBus(const QString &user)
     {
-        const QString file = m_folder.filePath("bus.conf");
-        writeFile(file, configuration);
-        if (!user.isEmpty()) {
-            writeFile(m_folder.filePath("policy.conf"),
-                      readFile(SYSTEM_BUS_POLICY).replace("\"USER\"", '"' + user + '"'));
-        }
-        m_daemon.emplace("dbus-daemon",
-                         QStringList{"--config-file=" + file,
-                                     "--address=unix:dir=" + m_folder.path(), "--nofork",
-                                     "--nopidfile", "--nosyslog", "--print-address=1"});
-        m_daemon->start();
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_daemon->readLine().toUtf8());
+        QString policy = readFile(SYSTEM_BUS_POLICY).section("<busconfig>", 1);
+        policy = policy.section("</busconfig>", 0, 0).replace("\"USER\"", '"' + user + '"');
+        m_daemon = BusProcess::daemon(m_folder.path(),
+                                      restrictions + (user.isEmpty() ? QString() : policy));
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_daemon->address().toUtf8());
     }
 
 private:
     QTemporaryDir m_folder;
-    std::optional<Process> m_daemon;
+    std::unique_ptr<BusProcess> m_daemon;
 };
 
 } // namespace
