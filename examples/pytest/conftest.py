@@ -16,10 +16,15 @@ HERE = pathlib.Path(__file__).parent
 def private_bus(monkeypatch):
     """A private message bus. With it, no test reaches the user's own buses and home."""
     with tempfile.TemporaryDirectory() as folder:
-        monkeypatch.setenv("HOME", folder)
+        for name in ("HOME", "TMPDIR", "XDG_RUNTIME_DIR"):
+            monkeypatch.setenv(name, folder)
+        for name in ("XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"):
+            monkeypatch.delenv(name, raising=False)
         monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent")
+        # If pytest is killed, the bus ends with it, and the service with the bus.
         with subprocess.Popen(
-                ["dbus-daemon", f"--config-file={HERE}/bus.conf", "--nofork",
+                ["setpriv", "--pdeathsig", "TERM",
+                 "dbus-daemon", f"--config-file={HERE}/bus.conf", "--nofork",
                  f"--address=unix:path={folder}/bus", "--print-address"],
                 stdout=subprocess.PIPE, text=True) as daemon:
             address = daemon.stdout.readline().strip()
