@@ -8,6 +8,7 @@
 
 #include <Ostrel/Testing/Main>
 
+#include <QtCore/QStringBuilder>
 #include <QtDBus/QDBusObjectPath>
 
 #include <vector>
@@ -38,6 +39,7 @@ private Q_SLOTS:
     void valuesAreWrittenAsGLibWritesThem();
     void expectedValuesMatchWhatArrives_data();
     void expectedValuesMatchWhatArrives();
+    void anyStringOfQtIsAString();
     void otherValuesDoNotMatch_data();
     void otherValuesDoNotMatch();
     void differenceNamesEachCall_data();
@@ -121,6 +123,22 @@ void TestTestingCalls::expectedValuesMatchWhatArrives()
     QFETCH(const QString, value);
     QFETCH(const QVariant, expected);
     QVERIFY(Argument(expected).matches(arrived(value)));
+}
+
+void TestTestingCalls::anyStringOfQtIsAString()
+{
+    const QString string = "ab";
+    const QVector<Argument> all{Argument(string),
+                                Argument("ab"),
+                                Argument(QLatin1String("ab")),
+                                Argument(QStringView(string)),
+                                Argument(u"ab"),
+                                Argument(string.leftRef(1) % QLatin1String("b")),
+                                Argument(string.midRef(0))};
+    for (const Argument &argument : all) {
+        QCOMPARE(argument.text(), "\"ab\"");
+    }
+    QCOMPARE(Argument(QByteArray("ab")).text(), "bytes \"ab\"");
 }
 
 void TestTestingCalls::otherValuesDoNotMatch_data()

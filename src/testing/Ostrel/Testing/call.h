@@ -7,10 +7,12 @@
 #include <Ostrel/Testing/method.h>
 
 #include <QtCore/QString>
+#include <QtCore/QStringView>
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
 #include <functional>
+#include <type_traits>
 
 /**
  * @file
@@ -57,11 +59,11 @@ public:
      * Numbers of different types differ: a quint32 is what the service receives as "u". Arrays and
      * structures equal lists, and maps equal QVariantMap, at any depth.
      *
-     * @param value  any type of QtDBus.
+     * @param value  any type of QtDBus, or what Qt can make a string of.
      */
     template <typename T>
     Argument(const T &value)
-        : Argument(QVariant::fromValue(value))
+        : Argument(toVariant(value))
     {
     }
 
@@ -83,6 +85,17 @@ private:
     friend Argument satisfying(const QString &description,
                                const std::function<bool(const QVariant &)> &condition);
     Argument(const QString &text, const std::function<bool(const QVariant &)> &matches);
+
+    template <typename T> static QVariant toVariant(const T &value)
+    {
+        if constexpr (std::is_convertible_v<T, QStringView>) {
+            return QStringView(value).toString();
+        } else if constexpr (QMetaTypeId2<T>::Defined == 0 && std::is_convertible_v<T, QString>) {
+            return QString(value); // QLatin1String, and strings that are being concatenated
+        } else {
+            return QVariant::fromValue(value);
+        }
+    }
 
     QString m_text;
     std::function<bool(const QVariant &)> m_matches;
@@ -181,6 +194,9 @@ bool compareCalls(const char *file, int line, const Simulator &simulator,
  * It runs the event loop until the service has received as many calls as the test expects, or
  * waitLimit() has passed. If the calls differ, the test function fails with the difference(), and
  * returns.
+ *
+ * It does not see a call that comes later. To show that the program makes no further call, first
+ * wait for something that the program does after it would have made that call.
  *
  * @code
  * OSTREL_COMPARE_CALLS(simulator, call(Method::Start).with("demo.Viewer"), Method::Terminate);
