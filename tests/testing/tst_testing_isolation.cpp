@@ -26,6 +26,7 @@ private Q_SLOTS:
     void displayOfTheUserStaysReachable();
     void nothingIsLeftAfterTheEnd();
     void nothingIsLeftAfterAKill();
+    void nothingStartsAfterTheEnd();
     void testWithWindowsRuns();
 
 private:
@@ -143,6 +144,19 @@ void TestTestingIsolation::nothingIsLeftAfterAKill()
     for (const auto &process : processes) {
         waitUntil([&process] { return !process->exists(); });
     }
+}
+
+void TestTestingIsolation::nothingStartsAfterTheEnd()
+{
+    const QTemporaryDir home;
+    const QString file = home.filePath("file");
+    QProcessEnvironment environment = userAt(home);
+    environment.insert("OSTREL_TEST_FILE", file);
+    // Returns when the program has ended, too: it has the output of the test.
+    const QString output =
+        run("sh", {"-c", "'" USER "' endsBeforeAProgramHasStarted | cat"}, environment).output;
+    QVERIFY2(output.contains("process "), qPrintable(output));
+    QVERIFY(!QFileInfo::exists(file));
 }
 
 void TestTestingIsolation::testWithWindowsRuns()

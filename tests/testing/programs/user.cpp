@@ -11,7 +11,9 @@
 #include <QtCore/QSettings>
 #include <QtTest/QTest>
 
+#include <csignal>
 #include <iostream>
+#include <unistd.h>
 
 using namespace Ostrel::Testing;
 
@@ -22,6 +24,25 @@ void print(const QString &line)
 {
     std::cout << qPrintable(line) << std::endl;
 }
+
+// Begins when the test has ended.
+class LateProcess : public Process
+{
+public:
+    using Process::Process;
+
+protected:
+    void setupChildProcess() override
+    {
+        while (getppid() == m_test) {
+            usleep(1000);
+        }
+        Process::setupChildProcess();
+    }
+
+private:
+    const pid_t m_test = getpid();
+};
 
 } // namespace
 
@@ -37,6 +58,10 @@ private Q_SLOTS:
     void waitsForCalls();
     void waitsForACondition();
     void arrangesAFaultOfNoMethod();
+    void asksASimulatorThatHangs();
+    void waitsForASimulatorThatHangs();
+    void asksAServiceThatIsAway();
+    void startsAServiceThatIsAway();
     void asksWithoutASimulator();
     void asksWithoutAProcess();
     void startsWithoutItsCatalogue();
@@ -50,11 +75,19 @@ private Q_SLOTS:
     void printsItsEnvironment();
     void writesSettings();
     void hangs();
+    void endsBeforeAProgramHasStarted();
 
 private:
+    // Stops the simulator.
+    void suspend();
     // Restarts the simulator with a scenario of these steps.
     void play(const QByteArray &steps);
 };
+
+void User::suspend()
+{
+    ::kill(static_cast<pid_t>(simulator().process().processId()), SIGSTOP);
+}
 
 void User::play(const QByteArray &steps)
 {
@@ -76,7 +109,8 @@ void User::passes()
         .failNext(Ostrel::Error::HandlerFailed, QStringLiteral("not today"));
     QCOMPARE(control.start(QStringLiteral("demo.Viewer")).error.message(),
              QStringLiteral("not today"));
-    OSTREL_COMPARE_CALLS(simulator(), call(Method::Start).with("demo.Viewer"));
+    OSTREL_COMPARE_CALLS(
+        simulator(), call(Method::Start).with(QStringLiteral("demo.") + QLatin1String("Viewer")));
 }
 
 void User::otherCallsCame()
@@ -109,6 +143,32 @@ void User::waitsForACondition()
 void User::arrangesAFaultOfNoMethod()
 {
     simulator().faults(QStringLiteral("a.b"), QStringLiteral("C")).ignoreNext();
+}
+
+void User::asksASimulatorThatHangs()
+{
+    suspend();
+    simulator().calls();
+}
+
+void User::waitsForASimulatorThatHangs()
+{
+    suspend();
+    QVERIFY(!simulator().faults(Method::Terminate).waitForCalls());
+}
+
+void User::asksAServiceThatIsAway()
+{
+    play(R"({"at": {"call": "Terminate"}, "do": [{"restart": 1000000}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
+    simulator().calls();
+}
+
+void User::startsAServiceThatIsAway()
+{
+    play(R"({"at": {"call": "Terminate"}, "do": [{"restart": 1000000}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
+    simulator().start();
 }
 
 void User::asksWithoutASimulator()
@@ -201,6 +261,16 @@ void User::hangs()
     print(QStringLiteral("process %1").arg(details.value(QStringLiteral("Pid")).toInt()));
     print(QStringLiteral("ready"));
     waitUntil([] { return false; });
+}
+
+void User::endsBeforeAProgramHasStarted()
+{
+    LateProcess late(QStringLiteral("touch"), {qEnvironmentVariable("OSTREL_TEST_FILE")});
+    // It keeps the test's output open until it ends.
+    late.setProcessChannelMode(QProcess::ForwardedChannels);
+    late.start();
+    print(QStringLiteral("process %1").arg(late.processId()));
+    _exit(EXIT_SUCCESS);
 }
 
 OSTREL_TEST_MAIN(User)

@@ -5,14 +5,34 @@
 
 #include "end_of_test_p.h"
 #include "waiting.h"
+#include "waiting_p.h"
+
+#include <QtCore/QDeadlineTimer>
 
 #include <csignal>
+#include <cstdlib>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace Ostrel::Testing
 {
 
+namespace
+{
+
+// Opens the file, which the start of the process makes, before the first read.
+QFile &opened(QFile &file)
+{
+    if (!file.isOpen()) {
+        file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    return file;
+}
+
+} // namespace
+
 Process::Process(const QString &program, const QStringList &arguments)
+    : m_parent(getpid())
 {
     setProgram(program);
     setArguments(arguments);
@@ -25,14 +45,22 @@ Process::~Process()
 
 QString Process::readLine()
 {
+    if (!m_output.fileName().isEmpty()) {
+        return QString::fromUtf8(readLineOfFile()).chopped(1);
+    }
     setReadChannel(StandardOutput);
     while (!canReadLine()) {
         if (!waitForReadyRead(waitLimit())) {
-            endTest(QStringLiteral("%1 printed no line: %2")
-                        .arg(program(), QString::fromUtf8(readAllStandardError())));
+            refuseLine();
         }
     }
     return QString::fromUtf8(QProcess::readLine()).chopped(1);
+}
+
+QByteArray Process::readAllStandardError()
+{
+    return m_errors.fileName().isEmpty() ? QProcess::readAllStandardError()
+                                         : opened(m_errors).readAll();
 }
 
 int Process::end()
@@ -60,6 +88,42 @@ int Process::waitForEnd()
 void Process::setupChildProcess()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != m_parent) {
+        _exit(EXIT_FAILURE); // It has ended before the line above.
+    }
+}
+
+void Process::writeToFiles(const QString &folder)
+{
+    m_output.setFileName(folder + QStringLiteral("/standard-output"));
+    m_errors.setFileName(folder + QStringLiteral("/standard-error"));
+    setStandardOutputFile(m_output.fileName());
+    setStandardErrorFile(m_errors.fileName());
+}
+
+QByteArray Process::readLineOfFile()
+{
+    const QDeadlineTimer deadline(waitLimit());
+    QByteArray line;
+    while (!line.endsWith('\n')) {
+        // Before the read: what the process wrote last is read, too.
+        const bool isLast = state() == NotRunning || deadline.hasExpired();
+        const QByteArray part = opened(m_output).readLine();
+        line += part;
+        if (part.isEmpty() && isLast) {
+            refuseLine();
+        }
+        if (part.isEmpty()) {
+            waitForFinished(lookPause);
+        }
+    }
+    return line;
+}
+
+void Process::refuseLine()
+{
+    endTest(QStringLiteral("%1 printed no line: %2")
+                .arg(program(), QString::fromUtf8(readAllStandardError())));
 }
 
 } // namespace Ostrel::Testing

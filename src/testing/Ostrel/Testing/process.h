@@ -4,9 +4,12 @@
 #ifndef OSTREL_TESTING_PROCESS_H
 #define OSTREL_TESTING_PROCESS_H
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+
+#include <sys/types.h>
 
 namespace Ostrel::Testing
 {
@@ -45,6 +48,12 @@ public:
     QString readLine();
 
     /**
+     * Returns what the process has written to standard error since the last call. Use it in place
+     * of QProcess's function, which knows nothing of the files of a simulator.
+     */
+    QByteArray readAllStandardError();
+
+    /**
      * Ends the process with SIGTERM, also if it is stopped, and waits as waitForEnd() does.
      *
      * @return as for waitForEnd().
@@ -62,6 +71,19 @@ public:
 protected:
     /** Has the kernel kill the process with its parent. */
     void setupChildProcess() override;
+
+private:
+    friend class Simulator;
+    // Has the process write to files, which take any amount while nobody reads. A full pipe would
+    // stop it.
+    void writeToFiles(const QString &folder);
+    QByteArray readLineOfFile();
+    [[noreturn]] void refuseLine();
+
+    const pid_t m_parent;
+    // Without names, the process writes to pipes.
+    QFile m_output;
+    QFile m_errors;
 };
 
 } // namespace Ostrel::Testing

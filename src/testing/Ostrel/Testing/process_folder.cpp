@@ -20,8 +20,8 @@ namespace Ostrel::Testing
 namespace
 {
 
-// Becomes a shell that removes the folder when the other end of the pipe is closed. Everything else
-// is closed, because CTest would wait for it.
+// Becomes a shell that removes the folder when the other end of the pipe is closed. It leaves the
+// test's output and errors, because CTest would wait for their end.
 [[noreturn]] void removeLater(int pipe, const char *path)
 {
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);

@@ -33,8 +33,7 @@ bool runLoopUntil(const std::function<bool()> &condition)
     elapsed.start();
     // Some conditions change without an event.
     QTimer look;
-    constexpr int pause = 5;
-    look.start(pause);
+    look.start(lookPause);
     do {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -11,6 +11,9 @@
 namespace Ostrel::Testing
 {
 
+// How often a wait looks at what changes without an event, in milliseconds.
+constexpr int lookPause = 5;
+
 // Runs the event loop until the condition holds or the limit has passed. Returns whether it holds.
 bool runLoopUntil(const std::function<bool()> &condition);
 
