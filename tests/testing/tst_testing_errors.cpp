@@ -13,6 +13,9 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
+#include <map>
+#include <memory>
+
 // What a test of another project prints when it fails, and when it cannot be run.
 class TestTestingErrors : public QObject
 {
@@ -31,6 +34,8 @@ private Q_SLOTS:
 private:
     // Runs a function of the program with the simulator in PATH. Its folder is "~" in the output.
     static Result user(const QString &function, QProcessEnvironment environment);
+    // The programs of limitIsOurs(), which wait at the same time.
+    std::map<QString, std::unique_ptr<Process>> m_users;
     // Returns the lines that the page shows from where these words are.
     static QString shown(const QString &words, int lines = 1);
     static QProcessEnvironment environment() { return QProcessEnvironment::systemEnvironment(); }
@@ -106,27 +111,45 @@ void TestTestingErrors::limitIsOurs_data()
 {
     QTest::addColumn<QString>("message");
 
-    QTest::newRow("tooFewCallsCame") << "The test waited 1.6 seconds for the calls. The calls "
-                                        "differ (- expected, + received):\n"
-                                        "  Control1.Start(\"demo.None\")\n"
-                                        "- Control1.Terminate(...)\n   Loc: [";
-    QTest::newRow("waitsForCalls")
-        << "The test waited 1.6 seconds for 2 calls of Control1.Terminate. These calls came: "
-           "Control1.Start(\"demo.None\")\n";
-    QTest::newRow("waitsForAStepOfItsScenario")
-        << "The test waited 1.6 seconds for the end of the scenario. These calls came: none\n";
-    QTest::newRow("waitsForACondition") << "The test waited 1.6 seconds for better times\n";
+    const auto row = [this](const char *function, const char *message) {
+        QTest::newRow(function) << message;
+        QProcessEnvironment limited = environment();
+        limited.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + limited.value("PATH"));
+        limited.insert("QTEST_FUNCTION_TIMEOUT", "10000");
+        auto &user = m_users[function] = std::make_unique<Process>(USER, QStringList(function));
+        user->setProcessEnvironment(limited);
+        user->start();
+    };
+    row("tooFewCallsCame",
+        "The test waited 8 seconds for the calls. The calls differ (- expected, "
+        "+ received):\n"
+        "  Control1.Start(\"demo.None\")\n"
+        "- Control1.Terminate(...)\n   Loc: [");
+    row("waitsForCalls",
+        "The test waited 8 seconds for 2 calls of Control1.Terminate. These calls "
+        "came: Control1.Start(\"demo.None\")\n");
+    row("waitsForAStepOfItsScenario",
+        "The test waited 8 seconds for the end of the scenario. These calls came: none\n");
+    row("waitsForACondition", "The test waited 8 seconds for better times\n");
+    row("asksASimulatorThatHangs",
+        "The test waited 8 seconds for the simulator's reply to Calls.\n");
+    row("waitsForASimulatorThatHangs",
+        "The test waited 8 seconds for 1 calls of Control1.Terminate. "
+        "The simulator does not reply.\n");
+    row("asksAServiceThatIsAway",
+        "The test waited 8 seconds for the simulator's reply to Calls.\n");
+    row("startsAServiceThatIsAway",
+        "The test waited 8 seconds for the service, which has left the bus.\n");
 }
 
 void TestTestingErrors::limitIsOurs()
 {
     QFETCH(const QString, message);
-    QProcessEnvironment limited = environment();
-    limited.insert("QTEST_FUNCTION_TIMEOUT", "2000");
-    const Result result = user(QTest::currentDataTag(), limited);
-    QVERIFY2(result.output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
-             qPrintable(result.output + result.errors));
-    QVERIFY(result.exitStatus > 0);
+    Process &user = *m_users[QTest::currentDataTag()];
+    QVERIFY(user.waitForEnd() != 0);
+    const QString output = QString::fromUtf8(user.readAllStandardOutput());
+    QVERIFY2(output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
+             qPrintable(output + user.readAllStandardError()));
 }
 
 void TestTestingErrors::missingProgramIsNamed_data()

@@ -3,6 +3,7 @@
 
 #include "control_events.h"
 #include "files.h"
+#include "run.h"
 
 #include <Ostrel/Testing/Main>
 #include <Ostrel/Testing/SimulatorTest>
@@ -11,6 +12,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QMetaEnum>
 #include <QtCore/QTimer>
+
+#include <csignal>
+#include <sys/stat.h>
 
 // The service of a test: its life, its signals, and its faults.
 class TestTestingSimulator : public Ostrel::Testing::SimulatorTest
@@ -23,6 +27,9 @@ private Q_SLOTS:
     void startDoesNothingWhileItRuns();
     void startFollowsADeathAtOnce();
     void resetWithoutASimulatorDoesNothing();
+    void serviceMayDieDuringAReset();
+    void resetAndStartWaitForTheEndOfARestart();
+    void programsMayWriteWhileNobodyReads();
     void processesAreFound();
     void codesBecomeErrors();
     void errorsMayHoldValues();
@@ -84,6 +91,59 @@ void TestTestingSimulator::resetWithoutASimulatorDoesNothing()
     QCOMPARE(simulator().end(), 0);
     simulator().reset();
     QVERIFY(!Ostrel::Control().isServiceAvailable());
+}
+
+void TestTestingSimulator::serviceMayDieDuringAReset()
+{
+    const QString process = QString::number(simulator().process().processId());
+    Process killer("sh",
+                   {"-c",
+                    "busctl --address=\"$1\" --match=member=Reset monitor 2>&1 "
+                    "| { read line; echo \"$line\"; grep -q Member=Reset; kill -KILL \"$2\"; }",
+                    "sh", bus().address(), process});
+    killer.start();
+    killer.readLine();
+    ::kill(process.toInt(), SIGSTOP);
+    simulator().reset();
+    QCOMPARE(simulator().waitForEnd(), -1);
+    // Nobody reads what busctl writes now.
+    killer.kill();
+}
+
+void TestTestingSimulator::resetAndStartWaitForTheEndOfARestart()
+{
+    const QString file = QDir::home().filePath("scenario.json");
+    writeFile(file, R"({"steps": [{"at": {"call": "Terminate"}, "do": [{"restart": 100}]}]})");
+    simulator().setScenarioFile(file);
+    simulator().restart();
+    const qint64 process = simulator().process().processId();
+    Ostrel::Control control;
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(control.terminate("a").busErrorName(), "org.freedesktop.DBus.Error.NoReply");
+        if (i == 0) {
+            simulator().reset(); // The scenario begins again.
+        }
+    }
+    simulator().start();
+    QCOMPARE(simulator().process().processId(), process);
+    QCOMPARE(control.terminate("a").code(), Ostrel::Error::ApplicationNotRunning);
+}
+
+// More than fits into a pipe.
+void TestTestingSimulator::programsMayWriteWhileNobodyReads()
+{
+    const QString fifo = QDir::home().filePath("fifo");
+    QCOMPARE(::mkfifo(qPrintable(fifo), S_IRUSR | S_IWUSR), 0);
+    const QString write = "yes 2>/dev/null | head -c 200000 >&%1; ";
+    Ostrel::Testing::Catalogue catalogue;
+    catalogue.addApplication(
+        {"a.Writer", "sh", {"-c", write.arg(1) + write.arg(2) + "echo written >'" + fifo + "'"}});
+    simulator().setCatalogue(catalogue);
+    simulator().restart();
+    QVERIFY(!Ostrel::Control().start("a.Writer").error);
+    QCOMPARE(run("cat", {fifo}).output, "written\n");
+    QCOMPARE(simulator().process().readLine(), "y");
+    QCOMPARE(simulator().process().readAllStandardError().size(), 200000);
 }
 
 void TestTestingSimulator::processesAreFound()

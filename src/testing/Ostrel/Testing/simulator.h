@@ -15,6 +15,7 @@
 #include <QtCore/QVariantMap>
 #include <QtCore/QVector>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMessage>
 
 #include <memory>
@@ -46,8 +47,9 @@ namespace Ostrel::Testing
  *
  * All functions but the constructors, those that set a file or values for later starts, end() and
  * waitForEnd() make bus calls, on a connection of the object's own, and block until they return. If
- * the fault desk refuses a call, or the simulator does not run, the test ends with a line that says
- * so.
+ * the fault desk refuses a call, the simulator does not run, or it does not reply within
+ * waitLimit(), the test ends with a line that says so. While a scenario restarts the service, they
+ * wait until it is back.
  */
 class Simulator
 {
@@ -104,7 +106,7 @@ public:
     bool hasScenario() const { return m_hasScenario; }
 
     /**
-     * Starts the simulator, and returns when the service is there. Does nothing if it runs.
+     * Starts the simulator, and returns when the service is there. Starts nothing if it runs.
      *
      * OSTREL_ROOTFS in the environment is then the simulator's root folder, where
      * Control::getAppIdByPid() finds the simulator's processes.
@@ -214,6 +216,9 @@ public:
     /**
      * Returns the process of the last start(). If there was none, the test ends with a line that
      * says so. Makes no bus call.
+     *
+     * It and the programs that it starts write to files: Process::readLine() and
+     * Process::readAllStandardError() read them.
      */
     Process &process() const;
 
@@ -226,8 +231,11 @@ private:
     bool isServing() const;
     bool isRunning() const;
     bool reportScenario() const;
-    [[noreturn]] void refuse(const QString &method, const QString &message) const;
+    bool comesBack() const;
+    [[noreturn]] void refuse(const QString &method, const QDBusError &error) const;
+    QDBusMessage ask(const QString &method, const QVariantList &arguments, int milliseconds) const;
     QVariantList order(const QString &method, const QVariantList &arguments = {}) const;
+    QString receivedText() const;
     bool wait(const QString &method, const QVariantList &arguments, const QString &what) const;
     void emitControlSignal(const QString &member, const QVariantList &arguments) const;
 
