@@ -13,7 +13,8 @@
 
 using namespace Ostrel::Testing;
 
-// The simulator runs what a test gives it.
+// The simulator runs what a test gives it. Only another source of this program is compiled with a
+// catalogue.
 class TestTestingCatalogue : public SimulatorTest
 {
     Q_OBJECT
@@ -86,7 +87,7 @@ void TestTestingCatalogue::fileIsRead()
 
 void TestTestingCatalogue::nextFunctionHasTheCatalogueOfTheTest()
 {
-    QCOMPARE(Ostrel::Control().start("demo.Viewer").appInstanceId, "demo.Viewer.instance_1");
+    QCOMPARE(Ostrel::Control().start("my.Clock").appInstanceId, "my.Clock");
 }
 
 OSTREL_TEST_MAIN(TestTestingCatalogue)

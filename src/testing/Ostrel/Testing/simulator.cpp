@@ -21,6 +21,10 @@ namespace Ostrel::Testing
 namespace
 {
 
+// Set before main() by what knows them.
+const char *defaultProgram = "ostrel-simulator";
+const char *defaultCatalogue = "";
+
 QString connectionName()
 {
     static std::atomic<int> count{0};
@@ -29,12 +33,23 @@ QString connectionName()
 
 } // namespace
 
-Simulator::Simulator(const PrivateBus &bus, const QStringList &options, const char *program,
-                     const char *catalogue)
+bool setDefaultProgram(const char *path) noexcept
+{
+    defaultProgram = path;
+    return true;
+}
+
+bool setDefaultCatalogue(const char *path) noexcept
+{
+    defaultCatalogue = path;
+    return true;
+}
+
+Simulator::Simulator(const PrivateBus &bus, const QStringList &options)
     : m_address(bus.address())
     , m_options(options)
-    , m_program(QFile::decodeName(program))
-    , m_catalogue(QFile::decodeName(catalogue))
+    , m_program(QFile::decodeName(defaultProgram))
+    , m_catalogue(QFile::decodeName(defaultCatalogue))
     , m_folder(QFile::decodeName(processFolder() + "/simulator-XXXXXX"))
     , m_connection(QDBusConnection::connectToBus(m_address, connectionName()))
 {

@@ -20,17 +20,23 @@
 
 #include <memory>
 
-// The target of CMake defines where the simulator is; without it, the simulator is in PATH. The
-// function ostrel_add_test() defines the catalogue.
-#ifndef OSTREL_TESTING_SIMULATOR
-#define OSTREL_TESTING_SIMULATOR "ostrel-simulator"
-#endif
-#ifndef OSTREL_TESTING_CATALOGUE
-#define OSTREL_TESTING_CATALOGUE ""
-#endif
-
 namespace Ostrel::Testing
 {
+
+/// @cond
+// CMake defines where the simulator is, and ostrel_add_test() its catalogue. The sources of one
+// program may be compiled with different definitions, so no inline function may use them. Each
+// source that has one makes it the program's.
+bool setDefaultProgram(const char *path) noexcept;
+bool setDefaultCatalogue(const char *path) noexcept;
+#ifdef OSTREL_TESTING_SIMULATOR
+[[maybe_unused]] static const bool hasDefaultProgram = setDefaultProgram(OSTREL_TESTING_SIMULATOR);
+#endif
+#ifdef OSTREL_TESTING_CATALOGUE
+[[maybe_unused]] static const bool hasDefaultCatalogue =
+    setDefaultCatalogue(OSTREL_TESTING_CATALOGUE);
+#endif
+/// @endcond
 
 /**
  * The simulator in a process of its own, as the service on a PrivateBus, and its fault desk.
@@ -62,10 +68,7 @@ public:
      * @param bus      the bus, which must live longer.
      * @param options  options of the simulator, for example "--kill-after" and "100".
      */
-    explicit Simulator(const PrivateBus &bus, const QStringList &options = {})
-        : Simulator(bus, options, OSTREL_TESTING_SIMULATOR, OSTREL_TESTING_CATALOGUE)
-    {
-    }
+    explicit Simulator(const PrivateBus &bus, const QStringList &options = {});
 
     /** Ends the simulator as end() does. */
     ~Simulator();
@@ -224,8 +227,6 @@ public:
 
 private:
     friend class Faults;
-    Simulator(const PrivateBus &bus, const QStringList &options, const char *program,
-              const char *catalogue);
     Q_DISABLE_COPY(Simulator)
 
     bool isServing() const;
