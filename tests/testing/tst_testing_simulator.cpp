@@ -12,6 +12,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QMetaEnum>
 #include <QtCore/QTimer>
+#include <QtDBus/QDBusConnection>
 
 #include <csignal>
 #include <sys/stat.h>
@@ -21,9 +22,16 @@ class TestTestingSimulator : public Ostrel::Testing::SimulatorTest
 {
     Q_OBJECT
 
+public:
+    TestTestingSimulator()
+        : SimulatorTest({"--rootfs", QDir::home().filePath("root")}, PrivateBus::SessionBus)
+    {
+    }
+
 private Q_SLOTS:
     void signalsArriveBeforeTheEventLoopHasRun();
     void signalsArrive();
+    void optionsAndBusesAreThoseOfTheTest();
     void startDoesNothingWhileItRuns();
     void startFollowsADeathAtOnce();
     void resetWithoutASimulatorDoesNothing();
@@ -65,6 +73,13 @@ void TestTestingSimulator::signalsArrive()
     simulator().killByOom(instance);
     events.waitFor("state " + instance + " 2");
     QVERIFY(events.all().at(5).startsWith("oom "));
+}
+
+void TestTestingSimulator::optionsAndBusesAreThoseOfTheTest()
+{
+    QCOMPARE(qEnvironmentVariable("OSTREL_ROOTFS"), QDir::home().filePath("root"));
+    const QString systemBus = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
+    QVERIFY(!QDBusConnection::connectToBus(systemBus, "system").isConnected());
 }
 
 void TestTestingSimulator::startDoesNothingWhileItRuns()

@@ -6,6 +6,12 @@
 namespace Ostrel::Testing
 {
 
+SimulatorTest::SimulatorTest(const QStringList &options, PrivateBus::Buses buses)
+    : m_bus(buses)
+    , m_simulator(m_bus, options)
+{
+}
+
 void SimulatorTest::init()
 {
     if (!m_catalogue) {

@@ -32,11 +32,15 @@ class SimulatorTest : public QObject
     Q_OBJECT
 
 protected:
-    /** Starts the private bus, as session bus and as system bus. */
-    SimulatorTest()
-        : m_simulator(m_bus)
-    {
-    }
+    /**
+     * Starts the private bus.
+     *
+     * @param options  options of the simulator, for example "--kill-after" and "100".
+     * @param buses    the buses that the private bus stands in for. A test of a program that has to
+     *                 use one of the two names that one.
+     */
+    explicit SimulatorTest(const QStringList &options = {},
+                           PrivateBus::Buses buses = PrivateBus::BothBuses);
 
     /** Returns the bus. */
     PrivateBus &bus() { return m_bus; }
@@ -60,7 +64,7 @@ protected Q_SLOTS:
     void cleanup();
 
 private:
-    PrivateBus m_bus{PrivateBus::BothBuses};
+    PrivateBus m_bus;
     Simulator m_simulator;
     // What the simulator has before the first function of the test.
     std::optional<QString> m_catalogue;
