@@ -19,13 +19,25 @@ class TestTestingCatalogue : public SimulatorTest
 {
     Q_OBJECT
 
+public:
+    TestTestingCatalogue()
+        : SimulatorTest({"--rootfs", QDir::home().filePath("root")})
+    {
+    }
+
 private Q_SLOTS:
+    void optionsAreThoseOfTheTest();
     void valuesAreThoseOfTheFile();
     void applicationOfAValueRuns();
     void taskOfAValueRuns();
     void fileIsRead();
     void nextFunctionHasTheCatalogueOfTheTest();
 };
+
+void TestTestingCatalogue::optionsAreThoseOfTheTest()
+{
+    QCOMPARE(qEnvironmentVariable("OSTREL_ROOTFS"), QDir::home().filePath("root"));
+}
 
 void TestTestingCatalogue::valuesAreThoseOfTheFile()
 {
