@@ -188,6 +188,8 @@ void TestTestingCalls::differenceNamesEachCall_data()
         << Expected{Method::Start, call(Method::StopTask).with("t"), Method::Terminate}
         << "  Control1.Start(\"a\")\n- TaskInvokerSession1.Stop(\"t\")\n"
            "  Control1.Terminate(\"b\")";
+    QTest::newRow("one more came before") << Calls{terminate, start} << Expected{Method::Start}
+                                          << "+ Control1.Terminate(\"b\")\n  Control1.Start(\"a\")";
     QTest::newRow("other order") << Calls{terminate, start}
                                  << Expected{Method::Start, Method::Terminate}
                                  << "- Control1.Start(...)\n  Control1.Terminate(\"b\")\n"
