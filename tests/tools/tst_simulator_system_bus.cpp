@@ -17,10 +17,10 @@ namespace
 
 // As on a usual system bus: nobody owns a name or calls a service without a policy for it.
 const char *const restrictions = "<policy context=\"default\">"
-                             "<deny own=\"*\"/>"
-                             "<deny send_type=\"method_call\"/>"
-                             "<allow send_destination=\"org.freedesktop.DBus\"/>"
-                             "</policy>";
+                                 "<deny own=\"*\"/>"
+                                 "<deny send_type=\"method_call\"/>"
+                                 "<allow send_destination=\"org.freedesktop.DBus\"/>"
+                                 "</policy>";
 
 // A dbus-daemon as system bus, also if the other tests run with another program. It has the
 // simulator's policy for this user, if one is given.
