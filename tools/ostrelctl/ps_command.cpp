@@ -96,7 +96,7 @@ int report(const Control &control, const QVector<RunningApplication> &applicatio
     return Success;
 }
 
-int run(const QStringList &arguments)
+int runPs(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("ps"),
@@ -126,5 +126,5 @@ int run(const QStringList &arguments)
 
 Command psCommand()
 {
-    return {QStringLiteral("ps"), QStringLiteral("List what is running"), run};
+    return {QStringLiteral("ps"), QStringLiteral("List what is running"), runPs};
 }

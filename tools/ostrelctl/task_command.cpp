@@ -16,7 +16,7 @@
 namespace
 {
 
-int run(const QStringList &arguments)
+int runTask(const QStringList &arguments)
 {
     const std::array commands{taskListCommand(), taskStartCommand(), taskStopCommand(),
                               taskWatchCommand()};
@@ -109,5 +109,5 @@ QJsonArray toJson(const QVector<Ostrel::ActiveTask> &tasks)
 
 Command taskCommand()
 {
-    return {QStringLiteral("task"), QStringLiteral("List, start, stop and follow tasks"), run};
+    return {QStringLiteral("task"), QStringLiteral("List, start, stop and follow tasks"), runTask};
 }

@@ -27,7 +27,7 @@ void printTable(const Ostrel::TaskInvoker &invoker)
                rows, 1);
 }
 
-int run(const QStringList &arguments)
+int runTaskList(const QStringList &arguments)
 {
     TaskLine line(QStringLiteral("list"),
                   QStringLiteral("Lists the tasks of a type: those that can be started, and those "
@@ -50,5 +50,5 @@ int run(const QStringList &arguments)
 
 Command taskListCommand()
 {
-    return {QStringLiteral("list"), QStringLiteral("List the tasks of a type"), run};
+    return {QStringLiteral("list"), QStringLiteral("List the tasks of a type"), runTaskList};
 }

@@ -16,7 +16,7 @@ std::pair<QString, QString> split(const QString &assignment)
     return {assignment.section(QLatin1Char('='), 0, 0), assignment.section(QLatin1Char('='), 1)};
 }
 
-int run(const QStringList &arguments)
+int runTaskStart(const QStringList &arguments)
 {
     const QString param = QStringLiteral("param");
     const QString env = QStringLiteral("env");
@@ -82,5 +82,5 @@ int run(const QStringList &arguments)
 
 Command taskStartCommand()
 {
-    return {QStringLiteral("start"), QStringLiteral("Start a task"), run};
+    return {QStringLiteral("start"), QStringLiteral("Start a task"), runTaskStart};
 }

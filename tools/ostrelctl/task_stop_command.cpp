@@ -9,7 +9,7 @@
 namespace
 {
 
-int run(const QStringList &arguments)
+int runTaskStop(const QStringList &arguments)
 {
     TaskLine line(QStringLiteral("stop"), QStringLiteral("Stops a task."));
     line.addTimeoutOption();
@@ -32,5 +32,5 @@ int run(const QStringList &arguments)
 
 Command taskStopCommand()
 {
-    return {QStringLiteral("stop"), QStringLiteral("Stop a task"), run};
+    return {QStringLiteral("stop"), QStringLiteral("Stop a task"), runTaskStop};
 }

@@ -130,7 +130,7 @@ void TaskWatch::onOwnerChanged(const QString & /*service*/, const QString &oldOw
     }
 }
 
-int run(const QStringList &arguments)
+int runTaskWatch(const QStringList &arguments)
 {
     TaskLine line(
         QStringLiteral("watch"),
@@ -147,7 +147,7 @@ int run(const QStringList &arguments)
 
 Command taskWatchCommand()
 {
-    return {QStringLiteral("watch"), QStringLiteral("Follow the tasks of a type"), run};
+    return {QStringLiteral("watch"), QStringLiteral("Follow the tasks of a type"), runTaskWatch};
 }
 
 #include "task_watch_command.moc"

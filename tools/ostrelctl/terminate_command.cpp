@@ -29,7 +29,7 @@ void advise(Ostrel::Control &control, const QString &given, int status)
         });
 }
 
-int run(const QStringList &arguments)
+int runTerminate(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("terminate"),
                      QStringLiteral("Terminates an instance of an application."));
@@ -65,5 +65,5 @@ int run(const QStringList &arguments)
 
 Command terminateCommand()
 {
-    return {QStringLiteral("terminate"), QStringLiteral("Terminate an instance"), run};
+    return {QStringLiteral("terminate"), QStringLiteral("Terminate an instance"), runTerminate};
 }

@@ -170,7 +170,7 @@ int convert(const QString &from, const QString &name)
     return Success;
 }
 
-int run(const QStringList &arguments)
+int runTrace(const QStringList &arguments)
 {
     const QString output = QStringLiteral("output");
     const QString duration = QStringLiteral("for");
@@ -208,5 +208,5 @@ int run(const QStringList &arguments)
 
 Command traceCommand()
 {
-    return {QStringLiteral("trace"), QStringLiteral("Record a trace for trace viewers"), run};
+    return {QStringLiteral("trace"), QStringLiteral("Record a trace for trace viewers"), runTrace};
 }

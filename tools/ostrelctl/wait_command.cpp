@@ -207,7 +207,7 @@ void Wait::finish(const Error &error)
     }
 }
 
-int run(const QStringList &arguments)
+int runWait(const QStringList &arguments)
 {
     const QString state = QStringLiteral("state");
     const QString terminated = QStringLiteral("terminated");
@@ -253,7 +253,7 @@ int run(const QStringList &arguments)
 Command waitCommand()
 {
     return {QStringLiteral("wait"), QStringLiteral("Wait for an instance to start, change or end"),
-            run};
+            runWait};
 }
 
 #include "wait_command.moc"

@@ -86,7 +86,7 @@ private:
     bool m_asJson;
 };
 
-int run(const QStringList &arguments)
+int runWatch(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("watch"),
@@ -120,7 +120,7 @@ int run(const QStringList &arguments)
 
 Command watchCommand()
 {
-    return {QStringLiteral("watch"), QStringLiteral("Follow the life of applications"), run};
+    return {QStringLiteral("watch"), QStringLiteral("Follow the life of applications"), runWatch};
 }
 
 #include "watch_command.moc"

@@ -45,7 +45,7 @@ QString adviceOnRoot(const Ostrel::Control &control, int pid)
         .arg(QString::fromLocal8Bit(*variable));
 }
 
-int run(const QStringList &arguments)
+int runWhich(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("which"),
@@ -90,5 +90,5 @@ int run(const QStringList &arguments)
 Command whichCommand()
 {
     return {QStringLiteral("which"), QStringLiteral("Tell which application a process belongs to"),
-            run};
+            runWhich};
 }

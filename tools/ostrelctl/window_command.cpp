@@ -13,7 +13,7 @@
 namespace
 {
 
-int run(const QStringList &arguments)
+int runWindow(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("window"),
@@ -54,5 +54,5 @@ int run(const QStringList &arguments)
 
 Command windowCommand()
 {
-    return {QStringLiteral("window"), QStringLiteral("Report the status of a window"), run};
+    return {QStringLiteral("window"), QStringLiteral("Report the status of a window"), runWindow};
 }
