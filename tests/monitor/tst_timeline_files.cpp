@@ -13,6 +13,7 @@
 #include <QtTest/QSignalSpy>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 // Histories from files, and as files.
 class TestTimelineFiles : public QObject
@@ -22,6 +23,7 @@ class TestTimelineFiles : public QObject
 private Q_SLOTS:
     void savedHistoryIsReadAgain();
     void savedFileSaysHowManyInstancesRan();
+    void fileThatCannotBeSavedIsAsBefore_data();
     void fileThatCannotBeSavedIsAsBefore();
     void missingFileLeavesTheHistory_data();
     void missingFileLeavesTheHistory();
@@ -75,21 +77,37 @@ void TestTimelineFiles::savedFileSaysHowManyInstancesRan()
     QCOMPARE(counts, (QStringList{"0: 1", "3: 2", "6: 1", "7: 0"}));
 }
 
+void TestTimelineFiles::fileThatCannotBeSavedIsAsBefore_data()
+{
+    QTest::addColumn<int>("resource");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("size") << int(RLIMIT_FSIZE) << 200 << "File too large";
+    const int firstFree = ::dup(STDERR_FILENO);
+    ::close(firstFree);
+    // The file takes that one, and there is no other.
+    QTest::newRow("descriptors") << int(RLIMIT_NOFILE) << firstFree + 1 << "Too many open files";
+}
+
 void TestTimelineFiles::fileThatCannotBeSavedIsAsBefore()
 {
+    QFETCH(const int, resource);
+    QFETCH(const int, limit);
+    QFETCH(const QString, error);
+    const auto limited = decltype(RLIMIT_FSIZE)(resource);
     RecordedHistory recorded;
     recorded.fill();
     const QTemporaryDir folder;
     const QString file = folder.filePath("trace");
     writeFile(file, "what was there");
     struct rlimit before = {};
-    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const struct rlimit full = {200, before.rlim_max};
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &full), 0);
+    QCOMPARE(::getrlimit(limited, &before), 0);
+    const struct rlimit low = {rlim_t(limit), before.rlim_max};
+    QCOMPARE(::setrlimit(limited, &low), 0);
     const Result<> saved = saveHistory(recorded.history, file);
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    QCOMPARE(::setrlimit(limited, &before), 0);
     QVERIFY(!saved);
-    QCOMPARE(saved.error(), "cannot write " + file + ": File too large");
+    QCOMPARE(saved.error(), "cannot write " + file + ": " + error);
     QCOMPARE(readFile(file), QString("what was there"));
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList("trace"));
 }

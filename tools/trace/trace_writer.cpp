@@ -39,11 +39,21 @@ Result<> TraceWriter::open(const QString &file)
     if (descriptor < 0) {
         return failure(QStringLiteral("create"), file);
     }
-    use(descriptor, file);
+    own(descriptor, file);
     return {};
 }
 
-void TraceWriter::use(int descriptor, const QString &file)
+Result<> TraceWriter::use(int descriptor, const QString &file)
+{
+    const int copy = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) {
+        return failure(QStringLiteral("write"), file);
+    }
+    own(copy, file);
+    return {};
+}
+
+void TraceWriter::own(int descriptor, const QString &file)
 {
     // By default, a file that exceeds the limit of the process ends the process.
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));

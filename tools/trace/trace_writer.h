@@ -21,8 +21,9 @@ public:
     // Creates the file, or empties it.
     Result<> open(const QString &file);
 
-    // Writes to an empty file that is open, and closes the descriptor. file: its name, for errors.
-    void use(int descriptor, const QString &file);
+    // Writes to an empty file that is open, through a descriptor of its own. file: its name, for
+    // errors.
+    Result<> use(int descriptor, const QString &file);
 
     // Writes the event at once. If that fails, removes what was written of it, and writes nothing
     // later either; only the first failure is returned.
@@ -34,6 +35,7 @@ public:
 private:
     Q_DISABLE_COPY(TraceWriter)
 
+    void own(int descriptor, const QString &file);
     Result<> append(const QByteArray &bytes);
 
     QString m_file;

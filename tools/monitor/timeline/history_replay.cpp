@@ -11,7 +11,6 @@
 #include <QtCore/QSaveFile>
 
 #include <map>
-#include <unistd.h>
 
 namespace
 {
@@ -151,8 +150,7 @@ Result<> saveHistory(const History &history, const QString &file)
         return Failure(QStringLiteral("cannot create %1: %2").arg(file, output.errorString()));
     }
     TraceWriter writer;
-    writer.use(::dup(output.handle()), file);
-    Result<> first;
+    Result<> first = writer.use(output.handle(), file);
     const auto note = [&first](const Result<> &written) {
         if (first && !written) {
             first = written;
