@@ -113,7 +113,8 @@ QStringList MonitorTest::loggedIn(const History &history)
 EventId MonitorTest::waitForEvent(const QString &text)
 {
     waitUntil([&] { return logged().contains(text); });
-    return window().files().history().eventAt(logged().indexOf(text));
+    const int row = logged().indexOf(text);
+    return row < 0 ? EventId() : window().files().history().eventAt(row);
 }
 
 void MonitorTest::enter(const QString &application)
