@@ -115,14 +115,7 @@ CallsMonitor::~CallsMonitor()
     }
 }
 
-void CallsMonitor::reach()
-{
-    if (!m_reached) {
-        m_reached = connectAsMonitor();
-    }
-}
-
-Result<> CallsMonitor::connectAsMonitor()
+Result<> CallsMonitor::open()
 {
     BusError error;
     m_connection = dbus_bus_get_private(DBUS_BUS_SESSION, error.get());
@@ -136,18 +129,9 @@ Result<> CallsMonitor::connectAsMonitor()
     }
     const MessagePointer reply(dbus_connection_send_with_reply_and_block(
         m_connection, call.get(), DBUS_TIMEOUT_USE_DEFAULT, error.get()));
-    return reply != nullptr ? Result<>() : error.failure();
-}
-
-Result<> CallsMonitor::open()
-{
-    reach();
-    if (!*m_reached) {
-        return *m_reached;
-    }
     int socket = -1;
-    if (dbus_connection_get_socket(m_connection, &socket) == 0) {
-        return Failure(QStringLiteral("the bus has ended"));
+    if (reply == nullptr || dbus_connection_get_socket(m_connection, &socket) == 0) {
+        return error.failure();
     }
     auto *notifier = new QSocketNotifier(socket, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &CallsMonitor::read);

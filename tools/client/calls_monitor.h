@@ -9,8 +9,6 @@
 
 #include <QtCore/QObject>
 
-#include <optional>
-
 struct DBusConnection;
 struct DBusMessage;
 
@@ -25,10 +23,7 @@ public:
     CallsMonitor() = default;
     ~CallsMonitor() override;
 
-    // Connects, and blocks until the bus has replied. Any thread may do that before open().
-    void reach();
-    // Emits from now on what it sees. Fails without the right to monitor. Blocks as reach() does,
-    // unless that has returned before.
+    // Blocks until the bus has replied. Fails without the right to monitor.
     Result<> open();
 
     // Emits the signals for what has come already.
@@ -44,12 +39,10 @@ Q_SIGNALS:
 private:
     Q_DISABLE_COPY(CallsMonitor)
 
-    Result<> connectAsMonitor();
     void read();
     void handle(DBusMessage *message);
 
     DBusConnection *m_connection = nullptr;
-    std::optional<Result<>> m_reached;
 };
 
 #endif

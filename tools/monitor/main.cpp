@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The libostrel authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "calls_monitor.h"
-#include "connecting.h"
 #include "file_actions.h"
 #include "main_window.h"
 #include "options.h"
@@ -17,7 +15,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
-#include <memory>
 #include <unistd.h>
 #include <vector>
 
@@ -30,12 +27,10 @@ constexpr int restart = 1000;
 int show(const MonitorOptions &options)
 {
     options.bus.apply();
-    auto monitor = std::make_unique<CallsMonitor>();
-    // Until it returns, a signal ends the process at once.
-    connectToBus(options.bus, *monitor);
+    // A bus that never replies holds this up. Until then, a signal ends the process at once.
     const SessionBus sessionBus;
     const Termination termination;
-    MainWindow window(options.bus, std::move(monitor));
+    MainWindow window(options.bus);
     QObject::connect(&window, &MainWindow::restartWanted, qApp,
                      [] { QCoreApplication::exit(restart); });
     QObject::connect(&termination, &Termination::requested, &window, &QWidget::close);

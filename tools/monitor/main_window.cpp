@@ -4,6 +4,7 @@
 #include "main_window.h"
 
 #include "applications_table.h"
+#include "calls_monitor.h"
 #include "desk/desk_dock.h"
 #include "details_panel.h"
 #include "file_actions.h"
@@ -27,10 +28,10 @@
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
-MainWindow::MainWindow(const BusChoice &bus, std::unique_ptr<CallsMonitor> monitor)
+MainWindow::MainWindow(const BusChoice &bus)
     : m_connection(bus)
     , m_requests(m_connection.control(), m_startTimes)
-    , m_monitor(monitor != nullptr ? std::move(monitor) : std::make_unique<CallsMonitor>())
+    , m_monitor(std::make_unique<CallsMonitor>())
     , m_actions(this)
     , m_files(m_connection.control())
     , m_views(m_files, m_actions)

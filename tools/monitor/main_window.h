@@ -4,7 +4,6 @@
 #ifndef MONITOR_MAIN_WINDOW_H
 #define MONITOR_MAIN_WINDOW_H
 
-#include "calls_monitor.h"
 #include "connection.h"
 #include "linked_views.h"
 #include "requests.h"
@@ -16,6 +15,7 @@
 
 #include <memory>
 
+class CallsMonitor;
 class DeskDock;
 class DetailsPanel;
 class FileActions;
@@ -36,8 +36,7 @@ class MainWindow : public QMainWindow
 
 public:
     // Connects to the session bus of the process, which is that of the choice by now.
-    // monitor: one that may have reached the bus already.
-    explicit MainWindow(const BusChoice &bus, std::unique_ptr<CallsMonitor> monitor = nullptr);
+    explicit MainWindow(const BusChoice &bus);
     ~MainWindow() override;
 
     // The parts, for those who look at the window from outside.
