@@ -44,6 +44,7 @@ private Q_SLOTS:
     void refusesBadArguments();
     void takesAScreenshot_data();
     void takesAScreenshot();
+    void looksAtTheChosenBus();
     void screenshotThatCannotBeWrittenIsAnError();
     void recordsAndOpensATrace();
     void endsCleanlyAtATerminationSignal();
@@ -119,6 +120,26 @@ void TestMonitorProgram::takesAScreenshot()
     QVERIFY2(colorsOf(image).size() > 20, qPrintable(QString::number(colorsOf(image).size())));
     // The picture leaves no settings behind.
     QVERIFY(!QDir(QDir::homePath() + "/.config/ostrel").exists());
+}
+
+void TestMonitorProgram::looksAtTheChosenBus()
+{
+    const PrivateBus bus;
+    Simulator simulator(bus);
+    simulator.start();
+    const QTemporaryDir folder;
+    const QString trace = folder.filePath("trace.json");
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    // An input method that connects to the session bus, before anything else does.
+    environment.insert("QT_IM_MODULE", "ibus");
+    environment.insert("IBUS_USE_PORTAL", "1");
+    const Result result = run(
+        MONITOR,
+        {"--bus", bus.address(), "--record", trace, "--screenshot", folder.filePath("window.png")},
+        environment);
+    QCOMPARE(result.exitStatus, 0);
+    QVERIFY2(readFile(trace).contains("service available"), qPrintable(readFile(trace)));
 }
 
 void TestMonitorProgram::screenshotThatCannotBeWrittenIsAnError()

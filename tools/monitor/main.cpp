@@ -26,7 +26,6 @@ constexpr int restart = 1000;
 
 int show(const MonitorOptions &options)
 {
-    options.bus.apply();
     // A bus that never replies holds this up. Until then, a signal ends the process at once.
     const SessionBus sessionBus;
     const Termination termination;
@@ -63,19 +62,31 @@ bool printsText(int argc, char **argv)
     return options && !*options;
 }
 
-// A new process would begin the recording anew, and what the file holds would be lost.
-void removeRecording(std::vector<char *> &arguments)
+// Removes an option, and returns its last value.
+QByteArray takeOption(std::vector<char *> &arguments, const QByteArray &option)
 {
-    const QByteArray option("--record");
+    QByteArray value;
     for (auto argument = arguments.begin(); *argument != nullptr;) {
         const QByteArray text(*argument);
         if (text == option && *std::next(argument) != nullptr) {
+            value = *std::next(argument);
             argument = arguments.erase(argument, std::next(argument, 2));
         } else if (text.startsWith(option + '=')) {
+            value = text.mid(option.size() + 1);
             argument = arguments.erase(argument);
         } else {
             ++argument;
         }
+    }
+    return value;
+}
+
+// Input methods, styles and desktops' themes connect to the session bus in the constructor of
+// QApplication.
+void chooseBus(std::vector<char *> arguments)
+{
+    if (const QByteArray bus = takeOption(arguments, "--bus"); !bus.isEmpty()) {
+        BusChoice(QString::fromLocal8Bit(bus)).apply();
     }
 }
 
@@ -91,6 +102,7 @@ int main(int argc, char **argv)
     if (printsText(argc, argv)) {
         return EXIT_SUCCESS;
     }
+    chooseBus(arguments);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const QApplication application(argc, argv);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/ostrel-monitor.svg")));
@@ -104,8 +116,9 @@ int main(int argc, char **argv)
     }
     const int status = show(**options);
     if (status == restart) {
-        // Only a new process gets a new connection to the bus.
-        removeRecording(arguments);
+        // Only a new process gets a new connection to the bus. It would begin the recording anew,
+        // and what the file holds would be lost.
+        takeOption(arguments, "--record");
         ::execv("/proc/self/exe", arguments.data());
         return EXIT_FAILURE;
     }
