@@ -76,7 +76,7 @@ void TestMonitorConnection::requestWithoutServiceShowsAHint()
     waitUntil([this] { return window().messages().messages().size() == 1; });
     const QString message = window().messages().messages().constFirst();
     QVERIFY2(message.startsWith("Cannot start demo.Viewer: Failed: "), qPrintable(message));
-    QVERIFY2(message.contains("\nno service owns the name"), qPrintable(message));
+    QVERIFY2(message.contains("\nNo service owns the name"), qPrintable(message));
     m_simulator.start();
 }
 

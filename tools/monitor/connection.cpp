@@ -5,6 +5,17 @@
 
 #include <QtDBus/QDBusConnection>
 
+namespace
+{
+
+// What other programs print after a colon.
+QString sentence(const QString &advice)
+{
+    return advice.left(1).toUpper() + advice.mid(1);
+}
+
+} // namespace
+
 Connection::Connection(const BusChoice &bus)
     : m_bus(bus)
     , m_hadBus(QDBusConnection::sessionBus().isConnected())
@@ -42,11 +53,11 @@ QString Connection::advice() const
 {
     switch (state()) {
     case NoBus:
-        return m_bus.adviceOnMissingBus();
+        return sentence(m_bus.adviceOnMissingBus());
     case BusEnded:
         return tr("\"Connect again\" starts this window anew when the bus is back");
     case NoService:
-        return m_bus.adviceOnMissingService();
+        return sentence(m_bus.adviceOnMissingService());
     case Ready:
         break;
     }
