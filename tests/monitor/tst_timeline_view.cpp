@@ -3,6 +3,7 @@
 
 #include "recorded_history.h"
 #include "shown_timeline.h"
+#include "state_colors.h"
 #include "widget_test_main.h"
 
 #include <QtGui/QTextDocument>
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void stretchIsAtItsTime();
     void lanesOfServiceAndCallsComeFirst();
     void marksAreAboveStretches();
+    void nameOfAStateIsAfterAMark();
     void filterKeepsTheServiceAndWhatMatches();
     void selectionScrollsToTheEvent();
     void selectionOfADroppedEventEnds();
@@ -105,6 +107,27 @@ void TestTimelineView::marksAreAboveStretches()
     QCOMPARE(nameAt("first", 6), "Terminated");
     QCOMPARE(nameAt("first", 0), "Started");
     QCOMPARE(nameAt("service", 6.5), "SelectedByOom");
+}
+
+void TestTimelineView::nameOfAStateIsAfterAMark()
+{
+    RecordedHistory recorded;
+    recorded.recorder.started(recorded.now, "first", {});
+    recorded.recorder.stateChanged(recorded.now += 1, "first", 1);
+    recorded.now += RecordedHistory::second;
+    recorded.history.flush();
+    const ShownTimeline view = showTimeline(recorded);
+    const QImage picture = view->viewport()->grab().toImage();
+    const TimelineScene &scene = view->scene();
+    const QRect bar = scene.barRect(scene.rows.row(laneNamed(recorded.history, "first")));
+    // The mark has its tip there.
+    const int right = placeOf(*view, "first", 0).x() + scene.markSize() / 2;
+    const QColor fill = StateColor::of("state 1").fill;
+    for (int y = bar.top(); y <= bar.bottom(); ++y) {
+        if (std::abs(y - bar.center().y()) > 2) {
+            QCOMPARE(picture.pixelColor(right, y), fill);
+        }
+    }
 }
 
 void TestTimelineView::filterKeepsTheServiceAndWhatMatches()

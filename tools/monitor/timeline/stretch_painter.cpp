@@ -3,7 +3,6 @@
 
 #include "stretch_painter.h"
 
-#include "lane_cells.h"
 #include "text.h"
 #include "trace_words.h"
 
@@ -19,7 +18,7 @@ StretchPainter::StretchPainter(QPainter &painter, const TimelineScene &scene)
 {
 }
 
-void StretchPainter::paint(int row, const HistoryLane &lane)
+void StretchPainter::paint(int row, const HistoryLane &lane, const std::vector<LaneCell> &marks)
 {
     const History &history = *m_scene.history;
     const QRect bar = m_scene.barRect(row);
@@ -29,6 +28,7 @@ void StretchPainter::paint(int row, const HistoryLane &lane)
     narrow.fill(Qt::transparent);
     auto *const pixels = reinterpret_cast<QRgb *>(narrow.bits());
     bool hasNarrow = false;
+    auto mark = marks.begin();
     for (const LaneCell &cell : stretchCells(history, lane, m_scene.scale)) {
         const int left = std::max(cell.left, 0);
         const int width = std::min(cell.right, bar.width()) - left;
@@ -53,8 +53,10 @@ void StretchPainter::paint(int row, const HistoryLane &lane)
         rect.setWidth(width > roomForGap ? width - 1 : width);
         fill(m_painter, rect, color);
         if (!isCall) {
-            const bool hasMark = event.kind == HistoryEvent::Started && cell.left >= 0;
-            paintName(rect, event, color, hasMark ? m_scene.markSize() / 2 : 0);
+            mark = std::find_if(mark, marks.end(),
+                                [left](const LaneCell &each) { return each.right > left; });
+            const bool hasMark = mark != marks.end() && mark->left <= left;
+            paintName(rect, event, color, hasMark ? mark->right - left : 0);
         }
     }
     if (hasNarrow) {

@@ -4,6 +4,7 @@
 #ifndef MONITOR_STRETCH_PAINTER_H
 #define MONITOR_STRETCH_PAINTER_H
 
+#include "lane_cells.h"
 #include "state_colors.h"
 #include "timeline_scene.h"
 
@@ -18,7 +19,8 @@ class StretchPainter
 public:
     StretchPainter(QPainter &painter, const TimelineScene &scene);
 
-    void paint(int row, const HistoryLane &lane);
+    // marks: those of the lane. The names of the states leave them free.
+    void paint(int row, const HistoryLane &lane, const std::vector<LaneCell> &marks);
 
 private:
     void paintName(QRect rect, const HistoryEvent &event, const StateColor &color, int margin);

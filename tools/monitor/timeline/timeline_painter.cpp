@@ -131,10 +131,11 @@ void TimelinePainter::paintAxis()
 void TimelinePainter::paintRow(int row)
 {
     const HistoryLane &lane = m_scene.history->lane(m_scene.rows.lane(row));
-    m_stretches.paint(row, lane);
+    const std::vector<LaneCell> marks =
+        markCells(*m_scene.history, lane, m_scene.scale, m_scene.markSize());
+    m_stretches.paint(row, lane, marks);
     const QRect bar = m_scene.barRect(row);
-    for (const LaneCell &cell :
-         markCells(*m_scene.history, lane, m_scene.scale, m_scene.markSize())) {
+    for (const LaneCell &cell : marks) {
         m_marks.paint(m_painter, {bar.left() + (cell.left + cell.right) / 2, bar.center().y()},
                       Marks::shapeOf(m_scene.history->event(cell.event).kind));
     }
