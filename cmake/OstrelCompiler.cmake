@@ -65,6 +65,9 @@ if(OSTREL_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# What is linked does not depend on the folder that it is built in.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 # After a change inside the library, the programs need not be linked again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
