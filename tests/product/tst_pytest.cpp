@@ -43,7 +43,7 @@ class TestPytest : public QObject
 private Q_SLOTS:
     void initTestCase();
     void testsPass();
-    void testLeavesTheUserAloneAndNothingBehind();
+    void testLeavesTheUserAloneAndNoProcessBehind();
 
 private:
     QString m_pytest;
@@ -68,7 +68,7 @@ void TestPytest::testsPass()
 }
 
 // Also if pytest is killed.
-void TestPytest::testLeavesTheUserAloneAndNothingBehind()
+void TestPytest::testLeavesTheUserAloneAndNoProcessBehind()
 {
     const QTemporaryDir folder;
     for (const char *file : {"conftest.py", "bus.conf"}) {
