@@ -22,9 +22,9 @@ class Simulator;
  * gets its usual reply. Simulator::reset() drops all faults.
  *
  * Each function calls the fault desk's method of the same name, and returns when the fault is
- * arranged. If the desk refuses, or the simulator does not run, the test ends with a line that says
- * so. Simulator::faults() makes the objects. They are plain values, and must not outlive the
- * Simulator. Use them in the main thread.
+ * arranged. If the desk refuses, the simulator does not run, or it does not reply within
+ * waitLimit(), the test ends with a line that says so. Simulator::faults() makes the objects. They
+ * are plain values, and must not outlive the Simulator. Use them in the main thread.
  */
 class Faults
 {

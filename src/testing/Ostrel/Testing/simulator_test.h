@@ -36,8 +36,8 @@ protected:
      * Starts the private bus.
      *
      * @param options  options of the simulator, for example "--kill-after" and "100".
-     * @param buses    the buses that the private bus stands in for. A test of a program that has to
-     *                 use one of the two names that one.
+     * @param buses    the buses that the private bus stands in for. If the program must use only
+     *                 one of the two, pass that one.
      */
     explicit SimulatorTest(const QStringList &options = {},
                            PrivateBus::Buses buses = PrivateBus::BothBuses);
