@@ -113,33 +113,33 @@ void TestTestingErrors::limitIsOurs_data()
 
     const auto row = [this](const char *function, const char *message) {
         QTest::newRow(function) << message;
-        QProcessEnvironment limited = environment();
-        limited.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + limited.value("PATH"));
-        limited.insert("QTEST_FUNCTION_TIMEOUT", "10000");
+        QProcessEnvironment withSimulator = environment();
+        withSimulator.insert("PATH",
+                             QFileInfo(SIMULATOR).path() + ':' + withSimulator.value("PATH"));
         auto &user = m_users[function] = std::make_unique<Process>(USER, QStringList(function));
-        user->setProcessEnvironment(limited);
+        user->setProcessEnvironment(withSimulator);
         user->start();
     };
     row("tooFewCallsCame",
-        "The test waited 8 seconds for the calls. The calls differ (- expected, "
+        "The test waited 16 seconds for the calls. The calls differ (- expected, "
         "+ received):\n"
         "  Control1.Start(\"demo.None\")\n"
         "- Control1.Terminate(...)\n   Loc: [");
     row("waitsForCalls",
-        "The test waited 8 seconds for 2 calls of Control1.Terminate. These calls "
+        "The test waited 16 seconds for 2 calls of Control1.Terminate. These calls "
         "came: Control1.Start(\"demo.None\")\n");
     row("waitsForAStepOfItsScenario",
-        "The test waited 8 seconds for the end of the scenario. These calls came: none\n");
-    row("waitsForACondition", "The test waited 8 seconds for better times\n");
+        "The test waited 16 seconds for the end of the scenario. These calls came: none\n");
+    row("waitsForACondition", "The test waited 16 seconds for better times\n");
     row("asksASimulatorThatHangs",
-        "The test waited 8 seconds for the simulator's reply to Calls.\n");
+        "The test waited 16 seconds for the simulator's reply to Calls.\n");
     row("waitsForASimulatorThatHangs",
-        "The test waited 8 seconds for 1 calls of Control1.Terminate. "
+        "The test waited 16 seconds for 1 calls of Control1.Terminate. "
         "The simulator does not reply.\n");
     row("asksAServiceThatIsAway",
-        "The test waited 8 seconds for the simulator's reply to Calls.\n");
+        "The test waited 16 seconds for the simulator's reply to Calls.\n");
     row("startsAServiceThatIsAway",
-        "The test waited 8 seconds for the service, which has left the bus.\n");
+        "The test waited 16 seconds for the service, which has left the bus.\n");
 }
 
 void TestTestingErrors::limitIsOurs()

@@ -82,6 +82,11 @@ private:
     void suspend();
     // Restarts the simulator with a scenario of these steps.
     void play(const QByteArray &steps);
+    // Has a scenario take the service away, for longer than the test lasts.
+    void sendTheServiceAway();
+    // Has later waits end soon. QtTest has read its own limit before the function, so a slow start
+    // does not end the test.
+    static void shortenWaits() { qputenv("QTEST_FUNCTION_TIMEOUT", "20000"); }
 };
 
 void User::suspend()
@@ -97,6 +102,12 @@ void User::play(const QByteArray &steps)
     file.close();
     simulator().setScenarioFile(file.fileName());
     simulator().restart();
+}
+
+void User::sendTheServiceAway()
+{
+    play(R"({"at": {"call": "Terminate"}, "do": [{"restart": 1000000}]})");
+    Ostrel::Control().terminate(QStringLiteral("a"));
 }
 
 void User::passes()
@@ -125,18 +136,21 @@ void User::otherCallsCame()
 
 void User::tooFewCallsCame()
 {
+    shortenWaits();
     Ostrel::Control().start(QStringLiteral("demo.None"));
     OSTREL_COMPARE_CALLS(simulator(), Method::Start, Method::Terminate);
 }
 
 void User::waitsForCalls()
 {
+    shortenWaits();
     Ostrel::Control().start(QStringLiteral("demo.None"));
     QVERIFY(!simulator().faults(Method::Terminate).waitForCalls(2));
 }
 
 void User::waitsForACondition()
 {
+    shortenWaits();
     QVERIFY(!waitUntil([] { return false; }, QStringLiteral("better times")));
 }
 
@@ -148,26 +162,29 @@ void User::arrangesAFaultOfNoMethod()
 void User::asksASimulatorThatHangs()
 {
     suspend();
+    shortenWaits();
     simulator().calls();
 }
 
 void User::waitsForASimulatorThatHangs()
 {
     suspend();
+    shortenWaits();
     QVERIFY(!simulator().faults(Method::Terminate).waitForCalls());
+    simulator().end();
 }
 
 void User::asksAServiceThatIsAway()
 {
-    play(R"({"at": {"call": "Terminate"}, "do": [{"restart": 1000000}]})");
-    Ostrel::Control().terminate(QStringLiteral("a"));
+    sendTheServiceAway();
+    shortenWaits();
     simulator().calls();
 }
 
 void User::startsAServiceThatIsAway()
 {
-    play(R"({"at": {"call": "Terminate"}, "do": [{"restart": 1000000}]})");
-    Ostrel::Control().terminate(QStringLiteral("a"));
+    sendTheServiceAway();
+    shortenWaits();
     simulator().start();
 }
 
@@ -198,6 +215,7 @@ void User::leavesAStepOfItsScenario()
 void User::waitsForAStepOfItsScenario()
 {
     play(R"({"at": {"call": "Terminate"}})");
+    shortenWaits();
     QVERIFY(!simulator().waitForScenario());
 }
 
