@@ -29,10 +29,11 @@ private Q_SLOTS:
     void limitIsOurs();
     void missingProgramIsNamed_data();
     void missingProgramIsNamed();
+    void programThatCannotBeRunIsNamed();
     void folderThatCannotBeMadeIsNamed();
 
 private:
-    // Runs a function of the program with the simulator in PATH. Its folder is "~" in the output.
+    // Runs a function of the program with the simulator in PATH. Its folders are "~" in the output.
     static Result user(const QString &function, QProcessEnvironment environment);
     // The programs of limitIsOurs(), which wait at the same time.
     std::map<QString, std::unique_ptr<Process>> m_users;
@@ -45,7 +46,7 @@ Result TestTestingErrors::user(const QString &function, QProcessEnvironment envi
 {
     environment.insert("PATH", QFileInfo(SIMULATOR).path() + ':' + environment.value("PATH"));
     Result result = run(USER, {function}, environment);
-    result.output.replace(QRegularExpression("\\S*/ostrel-test-\\w*"), "~");
+    result.output.replace(QRegularExpression("\\S*/ostrel-test-\\w*(/simulator-\\w*)?"), "~");
     return result;
 }
 
@@ -78,6 +79,8 @@ void TestTestingErrors::failureIsExplained_data()
     QTest::newRow("arrangesAFaultOfNoMethod")
         << "The fault desk refuses IgnoreNext: The service has no method \"C\" in an interface "
            "\"a.b\"\n";
+    QTest::newRow("startsWithoutItsFolder")
+        << "The test cannot write ~/standard-output: No such file or directory.\n";
     QTest::newRow("asksWithoutASimulator")
         << "Calls: the simulator does not run. Call start() first.\n";
     QTest::newRow("asksWithoutAProcess") << "The simulator has no process. Call start() first.\n";
@@ -86,6 +89,8 @@ void TestTestingErrors::failureIsExplained_data()
            "/nonexistent/catalogue.json: No such file or directory\n";
     QTest::newRow("leavesAStepOfItsScenario")
         << "ostrel-simulator: ~/scenario.json:1: steps[1] has not happened\n";
+    QTest::newRow("leavesAStepAfterAProgramHasWritten")
+        << "ostrel-simulator: ~/scenario.json:1: steps[0] has not happened\n";
     QTest::newRow("waitsForAScenarioThatEnds")
         << "ostrel-simulator: ~/scenario.json:1: No instance \"demo.Viewer\" is running\n";
     QTest::newRow("asksAScenarioThatEnds")
@@ -172,6 +177,22 @@ void TestTestingErrors::missingProgramIsNamed()
     poor.insert("PATH", folder.path());
     const Result result = run(USER, {"passes"}, poor);
     QVERIFY2((result.output + result.errors).contains(message),
+             qPrintable(result.output + result.errors));
+    QVERIFY(result.exitStatus != 0);
+}
+
+void TestTestingErrors::programThatCannotBeRunIsNamed()
+{
+    const QTemporaryDir folder;
+    const QString program = folder.filePath("ostrel-simulator");
+    writeFile(program, "#!/nonexistent\n");
+    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+    QProcessEnvironment broken = environment();
+    broken.insert("PATH", folder.path() + ':' + broken.value("PATH"));
+    const Result result = run(USER, {"passes"}, broken);
+    QVERIFY2((result.output + result.errors)
+                 .contains("The simulator does not start: ostrel-simulator: execve: No such file "
+                           "or directory\n"),
              qPrintable(result.output + result.errors));
     QVERIFY(result.exitStatus != 0);
 }

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void serviceMayDieDuringAReset();
     void resetAndStartWaitForTheEndOfARestart();
     void programsMayWriteWhileNobodyReads();
+    void programOfAnEarlierRunWritesElsewhere();
     void processesAreFound();
     void codesBecomeErrors();
     void errorsMayHoldValues();
@@ -158,6 +159,28 @@ void TestTestingSimulator::programsMayWriteWhileNobodyReads()
     QCOMPARE(run("cat", {fifo}).output, "written\n");
     QCOMPARE(simulator().process().readLine(), "y");
     QCOMPARE(simulator().process().readAllStandardError().size(), 200000);
+}
+
+// A program that has left its process group outlives the simulator.
+void TestTestingSimulator::programOfAnEarlierRunWritesElsewhere()
+{
+    const QString from = QDir::home().filePath("from");
+    const QString to = QDir::home().filePath("to");
+    QCOMPARE(::mkfifo(qPrintable(from), S_IRUSR | S_IWUSR), 0);
+    QCOMPARE(::mkfifo(qPrintable(to), S_IRUSR | S_IWUSR), 0);
+    const QString script =
+        "echo begins >\"$0\"; read line <\"$1\"; echo late >&2; echo ends >\"$0\"";
+    Ostrel::Testing::Catalogue catalogue;
+    catalogue.addApplication({"a.Daemon", "setsid", {"--wait", "sh", "-c", script, from, to}});
+    simulator().setCatalogue(catalogue);
+    simulator().restart();
+    Ostrel::Control control;
+    QVERIFY(!control.start("a.Daemon").error);
+    QCOMPARE(run("cat", {from}).output, "begins\n");
+    simulator().restart();
+    writeFile(to, "go\n");
+    QCOMPARE(run("cat", {from}).output, "ends\n");
+    QCOMPARE(simulator().process().readAllStandardError(), QByteArray());
 }
 
 void TestTestingSimulator::processesAreFound()

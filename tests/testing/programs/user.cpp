@@ -62,10 +62,12 @@ private Q_SLOTS:
     void waitsForASimulatorThatHangs();
     void asksAServiceThatIsAway();
     void startsAServiceThatIsAway();
+    void startsWithoutItsFolder();
     void asksWithoutASimulator();
     void asksWithoutAProcess();
     void startsWithoutItsCatalogue();
     void leavesAStepOfItsScenario();
+    void leavesAStepAfterAProgramHasWritten();
     void waitsForAStepOfItsScenario();
     void waitsForAScenarioThatEnds();
     void asksAScenarioThatEnds();
@@ -188,6 +190,16 @@ void User::startsAServiceThatIsAway()
     simulator().start();
 }
 
+void User::startsWithoutItsFolder()
+{
+    QDir home = QDir::home();
+    const QStringList folders = home.entryList({QStringLiteral("simulator-*")});
+    for (const QString &folder : folders) {
+        QVERIFY(QDir(home.filePath(folder)).removeRecursively());
+    }
+    simulator().restart();
+}
+
 void User::asksWithoutASimulator()
 {
     simulator().end();
@@ -210,6 +222,22 @@ void User::leavesAStepOfItsScenario()
 {
     play(R"({"at": {"call": "Control1.Start"}}, {"at": {"call": "Terminate"}})");
     Ostrel::Control().start(QStringLiteral("demo.Viewer"));
+}
+
+// The program inherits the simulator's file, and then empties it.
+void User::leavesAStepAfterAProgramHasWritten()
+{
+    const QString file = QDir::home().filePath(QStringLiteral("written"));
+    Catalogue catalogue;
+    catalogue.addApplication(
+        {QStringLiteral("a.Writer"),
+         QStringLiteral("sh"),
+         {QStringLiteral("-c"),
+          QStringLiteral("echo before >&2; echo after >/dev/stderr; touch '%1'").arg(file)}});
+    simulator().setCatalogue(catalogue);
+    play(R"({"at": {"call": "Terminate"}})");
+    Ostrel::Control().start(QStringLiteral("a.Writer"));
+    QVERIFY(waitUntil([&file] { return QFile::exists(file); }));
 }
 
 void User::waitsForAStepOfItsScenario()

@@ -17,20 +17,6 @@
 namespace Ostrel::Testing
 {
 
-namespace
-{
-
-// Opens the file, which the start of the process makes, before the first read.
-QFile &opened(QFile &file)
-{
-    if (!file.isOpen()) {
-        file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    }
-    return file;
-}
-
-} // namespace
-
 Process::Process(const QString &program, const QStringList &arguments)
     : m_parent(getpid())
 {
@@ -59,8 +45,7 @@ QString Process::readLine()
 
 QByteArray Process::readAllStandardError()
 {
-    return m_errors.fileName().isEmpty() ? QProcess::readAllStandardError()
-                                         : opened(m_errors).readAll();
+    return m_errors.fileName().isEmpty() ? QProcess::readAllStandardError() : m_errors.readAll();
 }
 
 int Process::end()
@@ -97,8 +82,18 @@ void Process::writeToFiles(const QString &folder)
 {
     m_output.setFileName(folder + QStringLiteral("/standard-output"));
     m_errors.setFileName(folder + QStringLiteral("/standard-error"));
-    setStandardOutputFile(m_output.fileName());
-    setStandardErrorFile(m_errors.fileName());
+    for (QFile *file : {&m_output, &m_errors}) {
+        // A program of an earlier run may still write to its files, so this run gets new ones.
+        file->remove();
+        if (!file->open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
+            endTest(QStringLiteral("The test cannot write %1: %2.")
+                        .arg(file->fileName(), file->errorString()));
+        }
+    }
+    // A program that opens /dev/stderr empties the file. The next writer appends, so that no null
+    // bytes precede its line.
+    setStandardOutputFile(m_output.fileName(), QIODevice::Append);
+    setStandardErrorFile(m_errors.fileName(), QIODevice::Append);
 }
 
 QByteArray Process::readLineOfFile()
@@ -108,7 +103,7 @@ QByteArray Process::readLineOfFile()
     while (!line.endsWith('\n')) {
         // Before the read: what the process wrote last is read, too.
         const bool isLast = state() == NotRunning || deadline.hasExpired();
-        const QByteArray part = opened(m_output).readLine();
+        const QByteArray part = m_output.readLine();
         line += part;
         if (part.isEmpty() && isLast) {
             refuseLine();

@@ -11,6 +11,7 @@
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QStandardPaths>
 
 #include <atomic>
 #include <cstdio>
@@ -115,9 +116,11 @@ void Simulator::start()
     m_process->writeToFiles(m_folder.path());
     m_process->start();
     if (!m_process->waitForStarted(-1)) {
-        endTest(QStringLiteral("The simulator does not start: there is no program %1. Install the "
-                               "package ostrel-simulator.")
-                    .arg(m_program));
+        const QString reason = QStandardPaths::findExecutable(m_program).isEmpty()
+            ? QStringLiteral("there is no program %1. Install the package ostrel-simulator.")
+                  .arg(m_program)
+            : QStringLiteral("%1: %2").arg(m_program, m_process->errorString());
+        endTest(QStringLiteral("The simulator does not start: %1").arg(reason));
     }
     m_process->readLine();
     qputenv("OSTREL_ROOTFS",

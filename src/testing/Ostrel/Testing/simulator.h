@@ -25,8 +25,8 @@ namespace Ostrel::Testing
 
 /// @cond
 // CMake defines where the simulator is, and ostrel_add_test() its catalogue. The sources of one
-// program may be compiled with different definitions, so no inline function may use them. Each
-// source that has one makes it the program's.
+// program may be compiled with different definitions, so no inline function may use them. A source
+// that is compiled with a definition sets it for the whole program; they must not differ.
 bool setDefaultProgram(const char *path) noexcept;
 bool setDefaultCatalogue(const char *path) noexcept;
 #ifdef OSTREL_TESTING_SIMULATOR
@@ -114,7 +114,7 @@ public:
      * OSTREL_ROOTFS in the environment is then the simulator's root folder, where
      * Control::getAppIdByPid() finds the simulator's processes.
      *
-     * If the simulator is missing, the test ends with a line that says so.
+     * If the simulator is missing or does not start, the test ends with a line that says why.
      */
     void start();
 
