@@ -79,6 +79,8 @@ void TestTestingErrors::failureIsExplained_data()
     QTest::newRow("arrangesAFaultOfNoMethod")
         << "The fault desk refuses IgnoreNext: The service has no method \"C\" in an interface "
            "\"a.b\"\n";
+    QTest::newRow("asksAServiceWithoutAFaultDesk")
+        << "The fault desk refuses Calls: No such object path '" OSTREL_SIMULATOR_PATH "'\n";
     QTest::newRow("startsWithoutItsFolder")
         << "The test cannot write ~/standard-output: No such file or directory.\n";
     QTest::newRow("asksWithoutASimulator")
@@ -145,6 +147,8 @@ void TestTestingErrors::limitIsOurs_data()
         "The test waited 16 seconds for the simulator's reply to Calls.\n");
     row("startsAServiceThatIsAway",
         "The test waited 16 seconds for the service, which has left the bus.\n");
+    row("resetsAServiceThatIsAway",
+        "The test waited 16 seconds for the simulator's reply to Reset.\n");
 }
 
 void TestTestingErrors::limitIsOurs()

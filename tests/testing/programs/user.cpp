@@ -62,6 +62,8 @@ private Q_SLOTS:
     void waitsForASimulatorThatHangs();
     void asksAServiceThatIsAway();
     void startsAServiceThatIsAway();
+    void resetsAServiceThatIsAway();
+    void asksAServiceWithoutAFaultDesk();
     void startsWithoutItsFolder();
     void asksWithoutASimulator();
     void asksWithoutAProcess();
@@ -188,6 +190,23 @@ void User::startsAServiceThatIsAway()
     sendTheServiceAway();
     shortenWaits();
     simulator().start();
+}
+
+void User::resetsAServiceThatIsAway()
+{
+    sendTheServiceAway();
+    shortenWaits();
+    simulator().reset();
+}
+
+void User::asksAServiceWithoutAFaultDesk()
+{
+    simulator().end();
+    // QtDBus reads nothing from the session bus before the event loop has run.
+    QDBusConnection other = QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    QVERIFY(other.registerService(Ostrel::Control::serviceName()));
+    simulator().calls();
 }
 
 void User::startsWithoutItsFolder()

@@ -163,6 +163,11 @@ bool Simulator::isRunning() const
     return m_process && m_process->state() != QProcess::NotRunning;
 }
 
+bool Simulator::isServingOrAway() const
+{
+    return isServing() || (m_hasScenario && isRunning());
+}
+
 // Waits until the service is back that leaves the bus in a scenario. Returns false if the process
 // has ended instead.
 bool Simulator::comesBack() const

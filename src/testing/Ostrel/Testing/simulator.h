@@ -231,6 +231,7 @@ private:
 
     bool isServing() const;
     bool isRunning() const;
+    bool isServingOrAway() const;
     bool reportScenario() const;
     bool comesBack() const;
     [[noreturn]] void refuse(const QString &method, const QDBusError &error) const;

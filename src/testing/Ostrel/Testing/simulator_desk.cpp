@@ -64,12 +64,12 @@ bool isAbsence(const QDBusError &error)
 void Simulator::reset() const
 {
     const QString method = QStringLiteral("Reset");
-    if (!isServing() && !(m_hasScenario && isRunning())) {
+    if (!isServingOrAway()) {
         return;
     }
     const QDBusMessage reply = ask(method, {}, waitLimit());
     // It may have ended meanwhile.
-    if (reply.type() != QDBusMessage::ReplyMessage && isServing()) {
+    if (reply.type() != QDBusMessage::ReplyMessage && isServingOrAway()) {
         refuse(method, QDBusError(reply));
     }
 }
@@ -137,10 +137,12 @@ bool Simulator::isServing() const
 
 void Simulator::refuse(const QString &method, const QDBusError &error) const
 {
-    if (isServing() && !isAbsence(error)) {
+    // Only a scenario, and a service that does not reply, make a call wait.
+    const bool hasWaited = m_hasScenario ? isAbsence(error) : error.type() == QDBusError::NoReply;
+    if (isServing() && !hasWaited) {
         endTest(QStringLiteral("The fault desk refuses %1: %2").arg(method, error.message()));
     }
-    if (isServing() || (m_hasScenario && isRunning())) {
+    if (isServingOrAway()) {
         endTest(waitedFor(QStringLiteral("the simulator's reply to %1.").arg(method)));
     }
     const QByteArray lines = m_process ? m_process->readAllStandardError() : QByteArray();
