@@ -27,6 +27,7 @@ private Q_SLOTS:
     void stepWaitsForTheseArguments();
     void stepWaitsForItsObject();
     void rulesHoldEachTimeUnlessAStepComesFirst();
+    void allRulesActAtEachSignal();
     void ruleAtASignalDoesNotBlockTheService();
     void outOfMemoryKillerEndsAnInstance();
     void stepComesBeforeAFaultOfTheDesk();
@@ -163,6 +164,23 @@ void TestSimulatorScenario::rulesHoldEachTimeUnlessAStepComesFirst()
     QCOMPARE(reportWindow().state, 1U);
     QCOMPARE(reportWindow().state, 2U);
     QCOMPARE(reportWindow().state, 2U);
+}
+
+void TestSimulatorScenario::allRulesActAtEachSignal()
+{
+    start(QString(),
+          R"([{"at": {"signal": "SelectedByOom", "arguments": ["at"]},
+               "do": [{"emit": "SelectedByOom", "values": ["first"]}]},
+              {"at": {"signal": "SelectedByOom", "arguments": ["at"]},
+               "do": [{"emit": "SelectedByOom", "values": ["second"]}]}])");
+    ServiceMonitor monitor(m_bus, *m_simulator);
+    for (int i = 0; i < 2; ++i) {
+        m_simulator->emitSignal(OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "SelectedByOom",
+                                {"at"});
+        QCOMPARE(
+            monitor.texts(),
+            (QStringList{"SelectedByOom s at", "SelectedByOom s first", "SelectedByOom s second"}));
+    }
 }
 
 void TestSimulatorScenario::ruleAtASignalDoesNotBlockTheService()
