@@ -55,6 +55,7 @@ private Q_SLOTS:
     void cleanup() { m_simulator.reset(); }
 
     void callsMayComeInAnotherOrder();
+    void callsHappenInTheOrderOfTheirTimes();
     void missingCallIsNamedAndDelaysNothing();
     void replyComesAfterTheRecordedTime();
     void taskThatStartsBeforeAnInvokerIsReadyIsInItsList();
@@ -90,6 +91,15 @@ void TestSimulatorPlayback::callsMayComeInAnotherOrder()
     QCOMPARE(reportWindow("a", 5).state, 11U);
     QCOMPARE(reportWindow("a", 5).error.message(), "second");
     QCOMPARE(reportWindow("a", 5).state, 5U);
+    QCOMPARE(m_simulator->end(), 0);
+}
+
+// A trace has them in the order of their replies.
+void TestSimulatorPlayback::callsHappenInTheOrderOfTheirTimes()
+{
+    play({windowCall("a", 3000, 0, state(12)), windowCall("a", 1000, 5000, state(11))});
+    QCOMPARE(reportWindow("a", 5).state, 11U);
+    QCOMPARE(reportWindow("a", 5).state, 12U);
     QCOMPARE(m_simulator->end(), 0);
 }
 
