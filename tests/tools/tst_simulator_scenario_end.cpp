@@ -10,6 +10,7 @@
 #include <Ostrel/Control>
 #include <Ostrel/Testing/Main>
 
+#include <QtCore/QElapsedTimer>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
@@ -42,6 +43,8 @@ private Q_SLOTS:
     void scenarioWithoutStepsIsAtItsEnd();
     void resetBeginsAgain();
     void stepThatIsImpossibleEndsTheSimulator();
+    void ruleThatIsImpossibleEndsTheSimulator_data();
+    void ruleThatIsImpossibleEndsTheSimulator();
     void stepEndsTheService();
     void endOfTheServiceNamesTheNextStep();
     void serviceGoesAndComesBack();
@@ -86,6 +89,8 @@ void TestSimulatorScenarioEnd::scenarioWithoutStepsIsAtItsEnd()
     start("");
     QCOMPARE(m_simulator->desk("WaitForScenario").type(), QDBusMessage::ReplyMessage);
     QCOMPARE(m_simulator->end(), 0);
+    QCOMPARE(m_simulator->process().readLine(),
+             QString("ostrel-simulator: %1: all steps have happened").arg(m_file));
 }
 
 void TestSimulatorScenarioEnd::resetBeginsAgain()
@@ -107,6 +112,31 @@ void TestSimulatorScenarioEnd::stepThatIsImpossibleEndsTheSimulator()
     QCOMPARE(
         QString::fromUtf8(m_simulator->process().readAllStandardError()),
         QString("ostrel-simulator: %1:2: No instance \"demo.Viewer\" is running\n").arg(m_file));
+}
+
+void TestSimulatorScenarioEnd::ruleThatIsImpossibleEndsTheSimulator_data()
+{
+    QTest::addColumn<QString>("moment");
+
+    QTest::newRow("call") << R"({"call": "Terminate"})";
+    QTest::newRow("signal") << R"({"signal": "SelectedByOom"})";
+}
+
+void TestSimulatorScenarioEnd::ruleThatIsImpossibleEndsTheSimulator()
+{
+    QFETCH(const QString, moment);
+    writeFile(m_file,
+              QString(R"({"always": [
+{"at": {"call": "UpdateWindowStatus"}, "do": [{"emit": "SelectedByOom", "values": ["x"]}]},
+{"at": %1, "do": [{"killByOom": "demo.Viewer"}]}]})")
+                  .arg(moment));
+    startFile(m_file);
+    reportWindow();
+    callControl("Terminate", {"x"});
+    QCOMPARE(m_simulator->waitForEnd(), 1);
+    QCOMPARE(
+        QString::fromUtf8(m_simulator->process().readAllStandardError()),
+        QString("ostrel-simulator: %1:3: No instance \"demo.Viewer\" is running\n").arg(m_file));
 }
 
 void TestSimulatorScenarioEnd::stepEndsTheService()
@@ -136,14 +166,17 @@ void TestSimulatorScenarioEnd::serviceGoesAndComesBack()
                      [&events](bool available) { events.append(available ? "came" : "went"); });
     QObject::connect(&control, &Ostrel::Control::selectedByOom, this,
                      [&events](const QString &id) { events.append(id); });
-    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"restart": 100}]},
+    start(R"({"at": {"call": "UpdateWindowStatus"}, "do": [{"restart": 200}]},
              {"at": {"call": "Terminate"}, "do": [{"emit": "SelectedByOom", "values": ["after"]}]})");
     waitUntil([&events] { return events.size() == 1; });
     const QString owner =
         QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME);
+    QElapsedTimer timer;
+    timer.start();
     // The call is not carried out: the service is gone.
     QCOMPARE(reportWindow().error.message(), endedServiceText());
     waitUntil([&events] { return events.size() == 3; });
+    QVERIFY(timer.elapsed() >= 200);
     QVERIFY(QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME).value()
             != owner);
     callControl("Terminate", {"x"});
@@ -157,7 +190,11 @@ void TestSimulatorScenarioEnd::restartedServiceHasForgottenEverything()
              {"at": {"call": "Terminate"}, "do": [{"hold": true}]},
              {"at": {"call": "UpdateWindowStatus"}, "do": [{"answer": [1]}, {"restart": 0}]})");
     reportWindow("forgotten");
+    int states = 0;
+    const Ostrel::Control control;
+    QObject::connect(&control, &Ostrel::Control::stateChanged, this, [&states] { ++states; });
     startApplication("demo.Viewer");
+    waitUntil([&states] { return states == 1; });
     const QDBusPendingCall held = asyncCallControl("Terminate", {"x"});
     m_simulator->faults(OSTREL_CONTROL_INTERFACE, "Terminate").waitForHeld(1);
     QCOMPARE(reportWindow().state, 1U);

@@ -62,11 +62,17 @@ void Service::send(const QDBusMessage &call, const QDBusMessage &answer)
 
 bool Service::sendSignal(const QDBusMessage &signal)
 {
-    const bool isSent = m_connection.send(signal);
-    if (isSent) {
-        Q_EMIT signalSent(signal);
+    // Posted before the signal goes: a call that a client makes at the signal may arrive before the
+    // next line.
+    auto *notice = new QObject(this);
+    QMetaObject::invokeMethod(
+        notice, [this, signal] { Q_EMIT signalSent(signal); }, Qt::QueuedConnection);
+    if (!m_connection.send(signal)) {
+        delete notice;
+        return false;
     }
-    return isSent;
+    notice->deleteLater();
+    return true;
 }
 
 void Service::reset()

@@ -77,7 +77,7 @@ Q_SIGNALS:
     // Everything that calls have made has been dropped.
     void wasReset();
 
-    // A signal has been sent.
+    // A signal has been sent, and the event loop runs again.
     void signalSent(const QDBusMessage &signal);
 
 private:
