@@ -9,9 +9,12 @@ namespace
 {
 
 // What other programs print after a colon.
-QString sentence(const QString &advice)
+QString sentence(QString advice)
 {
-    return advice.left(1).toUpper() + advice.mid(1);
+    if (!advice.isEmpty()) {
+        advice[0] = advice.at(0).toUpper();
+    }
+    return advice;
 }
 
 } // namespace
