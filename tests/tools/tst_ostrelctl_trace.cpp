@@ -204,10 +204,10 @@ void TestOstrelctlTrace::recordsTheOutOfMemoryKiller()
 {
     const auto watcher = record();
     emitSignal("SelectedByOom", {"17"});
-    waitFor("SelectedByOom\"");
+    // The call of the fault desk, which has the name, may be there before.
+    waitFor(R"({"args":{"processId":"17"})");
     QCOMPARE(watcher->interrupt(), 0);
     QVERIFY(traceOf(path()).all.contains("i service: SelectedByOom"));
-    QVERIFY(readFile(path()).contains(R"({"args":{"processId":"17"})"));
 }
 
 // 'busctl' sees the same as this program.
