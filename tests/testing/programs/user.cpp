@@ -13,6 +13,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 using namespace Ostrel::Testing;
@@ -34,8 +35,13 @@ public:
 protected:
     void setupChildProcess() override
     {
-        while (getppid() == m_test) {
-            usleep(1000);
+        sigset_t end;
+        sigemptyset(&end);
+        sigaddset(&end, SIGUSR1);
+        sigprocmask(SIG_BLOCK, &end, nullptr);
+        prctl(PR_SET_PDEATHSIG, SIGUSR1);
+        if (getppid() == m_test) {
+            sigwaitinfo(&end, nullptr);
         }
         Process::setupChildProcess();
     }
