@@ -124,7 +124,7 @@ void Simulator::start()
     }
     m_process->readLine();
     qputenv("OSTREL_ROOTFS",
-            QFile::encodeName(order(QStringLiteral("RootFs")).constFirst().toString()));
+            QFile::encodeName(order(QStringLiteral("RootFs")).arguments().value(0).toString()));
 }
 
 int Simulator::end()

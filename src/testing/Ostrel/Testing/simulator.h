@@ -236,7 +236,7 @@ private:
     bool comesBack() const;
     [[noreturn]] void refuse(const QString &method, const QDBusError &error) const;
     QDBusMessage ask(const QString &method, const QVariantList &arguments, int milliseconds) const;
-    QVariantList order(const QString &method, const QVariantList &arguments = {}) const;
+    QDBusMessage order(const QString &method, const QVariantList &arguments = {}) const;
     QString receivedText() const;
     bool wait(const QString &method, const QVariantList &arguments, const QString &what) const;
     void emitControlSignal(const QString &member, const QVariantList &arguments) const;
