@@ -81,6 +81,8 @@ void TestTestingErrors::failureIsExplained_data()
            "\"a.b\"\n";
     QTest::newRow("asksAServiceWithoutAFaultDesk")
         << "The fault desk refuses Calls: No such object path '" OSTREL_SIMULATOR_PATH "'\n";
+    QTest::newRow("asksAFaultDeskOfOtherTypes")
+        << "The fault desk replies to Calls with the types \"i\". Is it one of another version?\n";
     QTest::newRow("startsWithoutItsFolder")
         << "The test cannot write ~/standard-output: No such file or directory.\n";
     QTest::newRow("asksWithoutASimulator")

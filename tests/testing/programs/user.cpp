@@ -9,6 +9,10 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QSettings>
+#include <QtCore/QThread>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusVirtualObject>
 #include <QtTest/QTest>
 
 #include <csignal>
@@ -50,6 +54,17 @@ private:
     const pid_t m_test = getpid();
 };
 
+// Returns a number from every call.
+class NumberDesk : public QDBusVirtualObject
+{
+public:
+    QString introspect(const QString & /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        return connection.send(message.createReply(1));
+    }
+};
+
 } // namespace
 
 // A test of another project. Most functions fail, each in its own way.
@@ -70,6 +85,7 @@ private Q_SLOTS:
     void startsAServiceThatIsAway();
     void resetsAServiceThatIsAway();
     void asksAServiceWithoutAFaultDesk();
+    void asksAFaultDeskOfOtherTypes();
     void startsWithoutItsFolder();
     void asksWithoutASimulator();
     void asksWithoutAProcess();
@@ -211,6 +227,20 @@ void User::asksAServiceWithoutAFaultDesk()
     // QtDBus reads nothing from the session bus before the event loop has run.
     QDBusConnection other = QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
+    QVERIFY(other.registerService(Ostrel::Control::serviceName()));
+    simulator().calls();
+}
+
+void User::asksAFaultDeskOfOtherTypes()
+{
+    simulator().end();
+    QDBusConnection other = QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    NumberDesk desk;
+    QThread thread; // This one waits for the reply.
+    desk.moveToThread(&thread);
+    thread.start();
+    QVERIFY(other.registerVirtualObject(QStringLiteral("/"), &desk, QDBusConnection::SubPath));
     QVERIFY(other.registerService(Ostrel::Control::serviceName()));
     simulator().calls();
 }
