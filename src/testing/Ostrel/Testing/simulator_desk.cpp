@@ -30,7 +30,7 @@ namespace
 
 QVector<Call> readCalls(const QDBusMessage &reply)
 {
-    // To read other types as these would never end.
+    // To read other types as a list of calls crashes, or never ends.
     if (reply.signature() != QLatin1String("a(ssssav)")) {
         endTest(
             QStringLiteral("The fault desk replies to Calls with the types \"%1\". Is it one of "
