@@ -44,7 +44,9 @@ protected:
         sigaddset(&end, SIGUSR1);
         sigprocmask(SIG_BLOCK, &end, nullptr);
         prctl(PR_SET_PDEATHSIG, SIGUSR1);
-        if (getppid() == m_test) {
+        // The end of each of the test's threads sends the signal, and the last one takes the parent
+        // away.
+        while (getppid() == m_test) {
             sigwaitinfo(&end, nullptr);
         }
         Process::setupChildProcess();
