@@ -57,7 +57,7 @@ void TestTimelineLegend::captureOfTheBusIsNotShadedBeforeTheService()
     QVERIFY(absences(history, scale).empty());
     recorder.serviceAvailable(now += RecordedHistory::second, true);
     recorder.serviceAvailable(now += RecordedHistory::second, false);
-    recorder.finish(now += RecordedHistory::second);
+    recorder.finish(now + RecordedHistory::second);
     scale.fit(history.firstTime(), history.lastTime());
     const auto shades = absences(history, scale);
     QCOMPARE(int(shades.size()), 1);

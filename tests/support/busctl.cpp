@@ -23,11 +23,11 @@ Result busctl(const PrivateBus &bus, const QStringList &arguments)
 
 QString busctlDesk(const PrivateBus &bus, const QString &method, const QStringList &arguments)
 {
-    const Result result =
-        busctl(bus,
-               QStringList{"--json=short", "call", "--", OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
-                           OSTREL_SIMULATOR_INTERFACE, method}
-                   + arguments);
+    const Result result = busctl(bus,
+                                 QStringList{"--json=short", "call", "--"}
+                                     + QStringList{OSTREL_SERVICE_NAME, OSTREL_SIMULATOR_PATH,
+                                                   OSTREL_SIMULATOR_INTERFACE, method}
+                                     + arguments);
     if (result.exitStatus != 0) {
         qFatal("busctl: %s", qPrintable(result.errors));
     }
