@@ -90,6 +90,13 @@ void TestMonitorTables::listsTasksOfTheTypesThatTheUserAdds()
     window().tables().setCurrentIndex(0);
     press(window().actions().removeTaskType);
     QCOMPARE(window().tables().count(), 3);
+
+    const auto *tabs = window().tables().findChild<QTabBar *>();
+    QCOMPARE(tabs->tabButton(0, QTabBar::RightSide), nullptr);
+    window().tables().addTaskType("sync");
+    QTest::mouseClick(tabs->tabButton(2, QTabBar::RightSide), Qt::LeftButton);
+    QCOMPARE(window().tables().taskTypes(), QStringList({"sync"}));
+    QCOMPARE(window().tables().currentTaskPage()->type(), QString("sync"));
 }
 
 void TestMonitorTables::saysSinceWhenAStateLasts()

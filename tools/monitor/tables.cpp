@@ -14,6 +14,7 @@
 #include <QtCore/QUrl>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QTabBar>
+#include <QtWidgets/QToolButton>
 
 namespace
 {
@@ -45,7 +46,6 @@ Tables::Tables(Connection &connection, const StartTimes &times)
     , m_applications(new ApplicationsTable(connection.control(), times))
 {
     setDocumentMode(true);
-    setTabsClosable(true);
     setAccessibleName(tr("What runs"));
     add(new TablePage(m_applications, tr("Running applications"), tr("No application runs")),
         tr("Applications"));
@@ -53,7 +53,6 @@ Tables::Tables(Connection &connection, const StartTimes &times)
                       tr("No service of an application runs")),
         tr("Services"));
     connect(this, &QTabWidget::currentChanged, this, &Tables::currentRowChanged);
-    connect(this, &QTabWidget::tabCloseRequested, this, &Tables::removeTaskType);
 }
 
 TablePage *Tables::page(int tab) const
@@ -76,10 +75,8 @@ void Tables::add(TablePage *page, const QString &title)
     page->setFilter(m_filter);
     page->addActions(m_rowActions);
     const int tab = addTab(page, tabTitle(title));
-    if (tab < fixedTabs) {
-        for (const auto side : {QTabBar::LeftSide, QTabBar::RightSide}) {
-            tabBar()->setTabButton(tab, side, nullptr);
-        }
+    if (tab >= fixedTabs) {
+        tabBar()->setTabButton(tab, QTabBar::RightSide, closeButton(page));
     }
     const auto whenInFront = [this, page](void (Tables::*signal)()) {
         return [this, page, signal] {
@@ -90,6 +87,19 @@ void Tables::add(TablePage *page, const QString &title)
     };
     connect(page, &TablePage::currentRowChanged, this, whenInFront(&Tables::currentRowChanged));
     connect(page, &TablePage::activatedByUser, this, whenInFront(&Tables::rowActivated));
+}
+
+QToolButton *Tables::closeButton(TablePage *page)
+{
+    // The mark of setTabsClosable() is a picture, and dark in the dark too without an icon theme.
+    auto *button = new QToolButton;
+    button->setText(QString(QChar(0xd7)));
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::NoFocus); // The menu has the action.
+    button->setToolTip(tr("Close"));
+    button->setAccessibleName(tr("Close"));
+    connect(button, &QToolButton::clicked, this, [this, page] { removeTaskType(indexOf(page)); });
+    return button;
 }
 
 void Tables::addTaskType(const QString &type)

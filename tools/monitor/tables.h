@@ -13,6 +13,7 @@ class Connection;
 class QSettings;
 class StartTimes;
 class TaskPage;
+class QToolButton;
 
 // The tables of what runs: a tab each.
 class Tables : public QTabWidget
@@ -57,6 +58,8 @@ Q_SIGNALS:
 private:
     TablePage *page(int tab) const;
     void add(TablePage *page, const QString &title);
+    // Returns a new button that removes the tab of the page.
+    QToolButton *closeButton(TablePage *page);
 
     Connection &m_connection;
     const StartTimes &m_times;
