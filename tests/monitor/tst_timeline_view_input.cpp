@@ -46,8 +46,8 @@ private:
     {
         QTest::keyClick(m_view.get(), Qt::Key(key), modifiers);
     }
-    void wheel(const QPoint &position, int steps, Qt::KeyboardModifiers modifiers = {});
-    void drag(const QPoint &from, const QPoint &to);
+    void wheel(QPoint position, int steps, Qt::KeyboardModifiers modifiers = {});
+    void drag(QPoint from, QPoint to);
     QPoint middle() const { return m_view->scene().lanesRect().center(); }
     QString currentName() const;
     qint64 leftTime() const { return m_view->timeAt(m_view->scene().lanesRect().left()); }
@@ -79,19 +79,18 @@ void TestTimelineViewInput::cleanup()
     m_recorded.reset();
 }
 
-void TestTimelineViewInput::wheel(const QPoint &position, int steps,
-                                  Qt::KeyboardModifiers modifiers)
+void TestTimelineViewInput::wheel(QPoint position, int steps, Qt::KeyboardModifiers modifiers)
 {
     QWheelEvent event(position, m_view->viewport()->mapToGlobal(position), {}, {0, 120 * steps},
                       Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(m_view->viewport(), &event);
 }
 
-void TestTimelineViewInput::drag(const QPoint &from, const QPoint &to)
+void TestTimelineViewInput::drag(QPoint from, QPoint to)
 {
     QWidget *const viewport = m_view->viewport();
     QTest::mousePress(viewport, Qt::LeftButton, {}, from);
-    for (const QPoint &position : {(from + to) / 2, to}) {
+    for (const QPoint position : {(from + to) / 2, to}) {
         QMouseEvent move(QEvent::MouseMove, position, viewport->mapToGlobal(position), Qt::NoButton,
                          Qt::LeftButton, {});
         QCoreApplication::sendEvent(viewport, &move);

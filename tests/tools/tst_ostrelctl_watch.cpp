@@ -30,7 +30,7 @@ bool hasSocket(const QDir &files)
 }
 
 // As strings of this form compare, so do the times.
-QString isoTime(const Stamp &stamp)
+QString isoTime(Stamp stamp)
 {
     const QDateTime second = QDateTime::fromSecsSinceEpoch(stamp.timeOfDay / 1'000'000, Qt::UTC);
     return second.toString("yyyy-MM-ddTHH:mm:ss.")

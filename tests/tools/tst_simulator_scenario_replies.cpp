@@ -38,7 +38,6 @@ void TestSimulatorScenarioReplies::callGetsTheReplyOfTheStep_data()
         QTest::newRow(actions) << actions << messages;
     };
     const QString signal = "SelectedByOom s 17";
-    const QString emission = R"({"emit": "SelectedByOom", "values": ["17"]})";
     row("", {"reply u 5"});
     row(R"({"answer": [7]})", {"reply u 7"});
     row(R"({"answer": [7], "delay": 1})", {"reply u 7"});
