@@ -66,6 +66,7 @@ private Q_SLOTS:
     void restartsOfTwoCallsComeOneAfterTheOther();
     void serviceEndsAgain();
     void valuesThatWereLeftOutAreTheUsualOnes();
+    void cutNameOfAnObjectStandsForAny();
     void cutFileIsPlayedAsFarAsItGoes();
 
 private:
@@ -242,6 +243,14 @@ void TestSimulatorPlayback::valuesThatWereLeftOutAreTheUsualOnes()
     play({call, fails});
     QCOMPARE(reportWindow("any", 6).state, 6U);
     QCOMPARE(reportWindow("b", 5).error.busErrorName(), "a.b");
+    QCOMPARE(m_simulator->end(), 0);
+}
+
+void TestSimulatorPlayback::cutNameOfAnObjectStandsForAny()
+{
+    play(
+        {windowCall("a", 1000, 0, state(11)).replace(OSTREL_WINDOW_MANAGEMENT_PATH, "/cut\u2026")});
+    QCOMPARE(reportWindow("a", 5).state, 11U);
     QCOMPARE(m_simulator->end(), 0);
 }
 
