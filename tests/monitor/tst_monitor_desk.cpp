@@ -14,6 +14,8 @@
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 
+#include <csignal>
+
 // Where the dock with the fault desk is there, and who can use it.
 class TestMonitorDesk : public DeskTest
 {
@@ -77,10 +79,14 @@ void TestMonitorDesk::startsNoService()
 
 void TestMonitorDesk::isBackWhenTheServiceIs()
 {
+    waitUntil([this] { return window().actions().faultDesk->isVisible(); });
+    // So it dies before it replies to what the page asks.
+    ::kill(static_cast<pid_t>(m_simulator.process().processId()), SIGSTOP);
     openDesk();
+    openPage("More");
     const auto *notice = dock().findChild<Notice *>();
     QVERIFY(!notice->isVisible());
-    m_simulator.end();
+    m_simulator.process().kill();
     waitUntil([&] { return notice->isVisible(); });
     QCOMPARE(notice->text(), QString("The service has gone, and with it what was arranged."));
     QVERIFY(!pages().isEnabled());

@@ -85,7 +85,10 @@ void ServicePage::buildWindows()
     m_windows->setFixedHeight((visibleWindows + 2) * m_windows->fontMetrics().height());
     form->addWide(m_windows);
     QPushButton *list = form->addButton(tr("&List again"), tr("Ask for the reported windows"));
-    connect(list, &QPushButton::clicked, this, &ServicePage::listWindows);
+    connect(list, &QPushButton::clicked, this, [this] {
+        m_calls.call(tr("Cannot list the windows"), QStringLiteral("Windows"), {},
+                     [this](const QDBusMessage &reply) { showWindows(reply); });
+    });
 }
 
 void ServicePage::showDesk()
@@ -162,28 +165,32 @@ void ServicePage::arrangeList()
 
 void ServicePage::listWindows()
 {
-    m_calls.call(tr("Cannot list the windows"), QStringLiteral("Windows"), {},
-                 [this](const QDBusMessage &reply) {
-                     m_windows->clear();
-                     if (reply.signature() != QLatin1String("a(siii)")) {
-                         return;
-                     }
-                     const auto array = reply.arguments().constFirst().value<QDBusArgument>();
-                     array.beginArray();
-                     while (!array.atEnd() && m_windows->topLevelItemCount() < mostWindows) {
-                         QString name;
-                         int status = 0;
-                         int first = 0;
-                         int second = 0;
-                         array.beginStructure();
-                         array >> name >> status >> first >> second;
-                         array.endStructure();
-                         m_windows->addTopLevelItem(new QTreeWidgetItem(
-                             {shown(name), QString::number(status), QString::number(first),
-                              QString::number(second)}));
-                     }
-                     array.endArray();
-                 });
+    m_calls.ask(
+        QStringLiteral("Windows"), [this](const QDBusMessage &reply) { showWindows(reply); },
+        DeskCalls::noTimeout);
+}
+
+void ServicePage::showWindows(const QDBusMessage &reply)
+{
+    m_windows->clear();
+    if (reply.signature() != QLatin1String("a(siii)")) {
+        return;
+    }
+    const auto array = reply.arguments().constFirst().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd() && m_windows->topLevelItemCount() < mostWindows) {
+        QString name;
+        int status = 0;
+        int first = 0;
+        int second = 0;
+        array.beginStructure();
+        array >> name >> status >> first >> second;
+        array.endStructure();
+        m_windows->addTopLevelItem(
+            new QTreeWidgetItem({shown(name), QString::number(status), QString::number(first),
+                                 QString::number(second)}));
+    }
+    array.endArray();
 }
 
 void ServicePage::reset()

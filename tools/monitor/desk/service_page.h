@@ -9,6 +9,7 @@
 class DeskCalls;
 class InstanceField;
 class Problem;
+class QDBusMessage;
 class QLabel;
 class QLineEdit;
 class QSpinBox;
@@ -41,7 +42,9 @@ private:
     void followScenario();
     void kill();
     void arrangeList();
+    // Without a click, so without an error: it fails if the service goes, which the dock says.
     void listWindows();
+    void showWindows(const QDBusMessage &reply);
     void reset();
 
     DeskCalls &m_calls;
