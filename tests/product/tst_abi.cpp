@@ -84,6 +84,9 @@ void TestAbi::interfaceIsThatOfTheBaseline_data()
 // abidiff compares functions, sizes, members, virtual tables and enumerations.
 void TestAbi::interfaceIsThatOfTheBaseline()
 {
+#ifdef __clang__
+    QSKIP("the baselines are made from the debug information of GCC", );
+#endif
     QFETCH(QString, library);
     const QString baseline = SOURCE_DIR "/abi/" + QFileInfo(library).baseName() + BASELINE_SUFFIX;
     if (!QFile::exists(baseline)) {
