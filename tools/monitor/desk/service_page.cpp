@@ -3,7 +3,6 @@
 
 #include "desk/service_page.h"
 
-#include "desk/desk_calls.h"
 #include "desk/desk_form.h"
 #include "desk/instance_field.h"
 #include "desk/problem.h"
@@ -87,7 +86,7 @@ void ServicePage::buildWindows()
     QPushButton *list = form->addButton(tr("&List again"), tr("Ask for the reported windows"));
     connect(list, &QPushButton::clicked, this, [this] {
         m_calls.call(tr("Cannot list the windows"), QStringLiteral("Windows"), {},
-                     [this](const QDBusMessage &reply) { showWindows(reply); });
+                     windowsHandler());
     });
 }
 
@@ -165,9 +164,17 @@ void ServicePage::arrangeList()
 
 void ServicePage::listWindows()
 {
-    m_calls.ask(
-        QStringLiteral("Windows"), [this](const QDBusMessage &reply) { showWindows(reply); },
-        DeskCalls::noTimeout);
+    m_calls.ask(QStringLiteral("Windows"), windowsHandler(), DeskCalls::noTimeout);
+}
+
+DeskCalls::Handler ServicePage::windowsHandler()
+{
+    // QtDBus may deliver a reply after that to a later call.
+    return [this, list = ++m_lists](const QDBusMessage &reply) {
+        if (list == m_lists) {
+            showWindows(reply);
+        }
+    };
 }
 
 void ServicePage::showWindows(const QDBusMessage &reply)

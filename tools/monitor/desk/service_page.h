@@ -4,12 +4,11 @@
 #ifndef MONITOR_DESK_SERVICE_PAGE_H
 #define MONITOR_DESK_SERVICE_PAGE_H
 
+#include "desk/desk_calls.h"
 #include "desk/desk_page.h"
 
-class DeskCalls;
 class InstanceField;
 class Problem;
-class QDBusMessage;
 class QLabel;
 class QLineEdit;
 class QSpinBox;
@@ -44,6 +43,8 @@ private:
     void arrangeList();
     // Without a click, so without an error: it fails if the service goes, which the dock says.
     void listWindows();
+    // What shows the reply to a new call, unless there is a newer one.
+    DeskCalls::Handler windowsHandler();
     void showWindows(const QDBusMessage &reply);
     void reset();
 
@@ -56,6 +57,8 @@ private:
     QLabel *m_scenario;
     QLineEdit *m_rootFs;
     Scenario m_scenarioState = Answered;
+    // How often the windows were asked for.
+    int m_lists = 0;
 };
 
 #endif
