@@ -91,7 +91,7 @@ void Tables::add(TablePage *page, const QString &title)
 
 QToolButton *Tables::closeButton(TablePage *page)
 {
-    // The mark of setTabsClosable() is a picture, and dark in the dark too without an icon theme.
+    // Without an icon theme, setTabsClosable() draws a picture that is dark on dark.
     auto *button = new QToolButton;
     button->setText(QString(QChar(0xd7)));
     button->setAutoRaise(true);
