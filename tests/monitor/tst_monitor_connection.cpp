@@ -6,7 +6,10 @@
 #include "task_page.h"
 
 #include <QtCore/QTemporaryDir>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
+
+#include <algorithm>
 
 // The service and the bus come and go: states of the window, not errors.
 class TestMonitorConnection : public MonitorTest
@@ -26,6 +29,13 @@ private:
     {
         const auto *notice = window().findChild<Notice *>();
         return notice->isVisible() ? notice->text() : QString();
+    }
+    bool shows(const QString &text)
+    {
+        const QList<QLabel *> labels = window().findChildren<QLabel *>();
+        return std::any_of(labels.cbegin(), labels.cend(), [&text](const QLabel *label) {
+            return label->isVisible() && label->text() == text;
+        });
     }
 };
 
@@ -110,8 +120,10 @@ void TestMonitorConnection::busThatHasEndedCanBeTriedAgain()
 {
     startElsewhere("demo.Viewer");
     waitForRows({0}, {"demo.Viewer"});
+    QVERIFY(shows("Calls: seen"));
     m_bus.end();
     waitUntil([this] { return notice().startsWith("The bus has ended"); });
+    waitUntil([this] { return shows("Calls: not seen any more"); });
     waitForRows({0}, {});
     QCOMPARE(window().messages().messages(), QStringList());
 

@@ -18,6 +18,7 @@ private Q_SLOTS:
     void whatHappensIsInTheTimelineAndInTheLog();
     void whatRanBeforeTheWindowIsInTheTimeline();
     void callsOfOthersAreInTheTimeline();
+    void noCallIsMissingAfterTheWindowWasBusy();
     void selectedRowIsSelectedInTheTimelineAndInTheLog();
     void runningInstanceIsSelectedWhereTheTimelineStands();
     void eventSelectedInTheLogIsSelectedInTheTimelineAndInTheTable();
@@ -126,6 +127,23 @@ void TestMonitorJoin::callsOfOthersAreInTheTimeline()
     waitUntil([&] { return !history().event(call).isOpen(); });
     QVERIFY(!history().event(call).hasFailed);
     waitUntil([&program] { return program.state() == QProcess::NotRunning; });
+}
+
+void TestMonitorJoin::noCallIsMissingAfterTheWindowWasBusy()
+{
+    // More than are kept until the window has time for them.
+    constexpr int count = 12'000;
+    QDBusConnection other = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "other");
+    const QDBusMessage call = QDBusMessage::createMethodCall(
+        OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH, OSTREL_CONTROL_INTERFACE, "Nothing");
+    for (int i = 0; i < count; ++i) {
+        QVERIFY(other.send(call));
+    }
+    // The service has received them.
+    QCOMPARE(other.call(call).type(), QDBusMessage::ErrorMessage);
+    QDBusConnection::disconnectFromBus("other");
+    waitUntil([this] { return history().rowCount() > count; });
+    waitUntil([this] { return logged().filter(": Nothing").size() == count + 1; });
 }
 
 void TestMonitorJoin::selectedRowIsSelectedInTheTimelineAndInTheLog()

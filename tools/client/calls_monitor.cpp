@@ -4,18 +4,30 @@
 #include "calls_monitor.h"
 
 #include "message_values.h"
+#include "stamp.h"
 
 #include "DBus/names_p.h"
 
+#include <QtCore/QMutexLocker>
 #include <QtCore/QSocketNotifier>
-#include <QtCore/QTimer>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <dbus/dbus.h>
+#include <fcntl.h>
 #include <memory>
+#include <optional>
+#include <poll.h>
+#include <unistd.h>
+#include <utility>
 
 namespace
 {
+
+// What the program has not handled yet. More waits in the bus.
+constexpr std::size_t mostEvents = 10'000;
+constexpr qint64 mostText = 4'000'000;
 
 struct Unreference
 {
@@ -88,9 +100,32 @@ QString firstString(DBusMessage *message)
     return QString::fromUtf8(text);
 }
 
-BusMessage toMessage(DBusMessage *message)
+// The connection that has left the bus. Null if the message says something else.
+QString leaver(DBusMessage *message)
+{
+    const char *name = nullptr;
+    const char *before = nullptr;
+    const char *after = nullptr;
+    const bool isRead =
+        dbus_message_is_signal(message, "org.freedesktop.DBus", "NameOwnerChanged") != 0
+        && dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
+                                 &before, DBUS_TYPE_STRING, &after, DBUS_TYPE_INVALID)
+            != 0;
+    return isRead && *name == ':' && *after == '\0' ? QString::fromUtf8(name) : QString();
+}
+
+// Nothing if it is not what the monitor wants to see.
+std::optional<BusMessage> toMessage(DBusMessage *message)
 {
     BusMessage converted;
+    const int type = dbus_message_get_type(message);
+    if (type == DBUS_MESSAGE_TYPE_SIGNAL) {
+        converted.text = leaver(message);
+        return converted.text.isNull() ? std::nullopt : std::optional(converted);
+    }
+    converted.type = type == DBUS_MESSAGE_TYPE_METHOD_CALL ? BusMessage::Call
+        : type == DBUS_MESSAGE_TYPE_METHOD_RETURN          ? BusMessage::Reply
+                                                           : BusMessage::Error;
     converted.serial = dbus_message_get_serial(message);
     converted.replySerial = dbus_message_get_reply_serial(message);
     converted.expectsReply = dbus_message_get_no_reply(message) == 0;
@@ -101,17 +136,35 @@ BusMessage toMessage(DBusMessage *message)
     converted.member = QString::fromUtf8(dbus_message_get_member(message));
     converted.errorName = QString::fromUtf8(dbus_message_get_error_name(message));
     converted.signature = QString::fromUtf8(dbus_message_get_signature(message));
+    // dbus-broker also passes on the calls to the bus itself.
+    if (converted.type == BusMessage::Call && !isForService(converted)) {
+        return std::nullopt;
+    }
+    if (converted.type != BusMessage::Error) {
+        converted.text = firstString(message);
+    }
     converted.values = valuesOf(message);
     return converted;
+}
+
+bool isReadable(int socket)
+{
+    pollfd entry{socket, POLLIN, 0};
+    return poll(&entry, 1, 0) > 0;
 }
 
 } // namespace
 
 CallsMonitor::~CallsMonitor()
 {
+    m_thread.quit();
+    m_thread.wait();
     if (m_connection != nullptr) {
         dbus_connection_close(m_connection);
         dbus_connection_unref(m_connection);
+    }
+    if (m_socket >= 0) {
+        ::close(m_socket);
     }
 }
 
@@ -133,64 +186,99 @@ Result<> CallsMonitor::open()
     if (reply == nullptr || dbus_connection_get_socket(m_connection, &socket) == 0) {
         return error.failure();
     }
-    auto *notifier = new QSocketNotifier(socket, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, &CallsMonitor::read);
+    m_socket = fcntl(socket, F_DUPFD_CLOEXEC, 0);
+    if (m_socket < 0) {
+        return Failure(QString::fromLocal8Bit(std::strerror(errno)));
+    }
+    m_isConnected = true;
+    m_notifier = new QSocketNotifier(m_socket, QSocketNotifier::Read);
+    m_notifier->moveToThread(&m_thread);
+    connect(m_notifier, &QSocketNotifier::activated, m_notifier, [this] { read(); });
+    connect(&m_thread, &QThread::finished, m_notifier, &QObject::deleteLater);
+    m_thread.start();
     // What came together with the reply has been read from the socket already.
-    QTimer::singleShot(0, this, &CallsMonitor::read);
+    const QMutexLocker lock(&m_mutex);
+    readWhatHasCome();
     return {};
 }
 
 void CallsMonitor::catchUp()
 {
-    if (m_connection != nullptr && dbus_connection_get_is_connected(m_connection) != 0) {
-        read();
+    {
+        const QMutexLocker lock(&m_mutex);
+        readWhatHasCome();
     }
+    deliver();
 }
 
+// In the thread.
 void CallsMonitor::read()
 {
-    dbus_connection_read_write(m_connection, 0);
-    while (const MessagePointer message{dbus_connection_pop_message(m_connection)}) {
-        handle(message.get());
+    const QMutexLocker lock(&m_mutex);
+    readWhatHasCome();
+    m_notifier->setEnabled(m_isConnected && !isFull());
+}
+
+bool CallsMonitor::isFull() const
+{
+    return m_events.size() >= mostEvents || m_textSize >= mostText;
+}
+
+void CallsMonitor::readWhatHasCome()
+{
+    if (!m_isConnected) {
+        return;
     }
-    if (dbus_connection_get_is_connected(m_connection) == 0) {
-        findChild<QSocketNotifier *>()->setEnabled(false);
-        Q_EMIT lost();
+    const bool wasEmpty = m_events.empty();
+    do {
+        dbus_connection_read_write(m_connection, 0);
+        while (!isFull()) {
+            const MessagePointer message{dbus_connection_pop_message(m_connection)};
+            if (message == nullptr) {
+                break;
+            }
+            const qint64 time = Stamp::now().monotonic;
+            if (std::optional<BusMessage> converted = toMessage(message.get())) {
+                m_textSize += converted->text.size();
+                m_events.push_back({time, *std::move(converted)});
+            }
+        }
+        m_isConnected = dbus_connection_get_is_connected(m_connection) != 0;
+        m_isLost = !m_isConnected;
+    } while (m_isConnected && !isFull() && isReadable(m_socket));
+    if (m_isLost || (wasEmpty && !m_events.empty())) {
+        QMetaObject::invokeMethod(this, &CallsMonitor::deliver, Qt::QueuedConnection);
     }
 }
 
-void CallsMonitor::handle(DBusMessage *message)
+void CallsMonitor::deliver()
 {
-    BusMessage converted = toMessage(message);
-    switch (dbus_message_get_type(message)) {
-    case DBUS_MESSAGE_TYPE_METHOD_CALL:
-        converted.type = BusMessage::Call;
-        // dbus-broker also passes on the calls to the bus itself.
-        if (isForService(converted)) {
-            converted.text = firstString(message);
-            Q_EMIT called(converted);
+    std::vector<Event> events;
+    bool isLost = false;
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (isFull()) {
+            QMetaObject::invokeMethod(
+                m_notifier, [this] { read(); }, Qt::QueuedConnection);
         }
-        break;
-    case DBUS_MESSAGE_TYPE_METHOD_RETURN:
-        converted.type = BusMessage::Reply;
-        converted.text = firstString(message);
-        Q_EMIT replied(converted);
-        break;
-    case DBUS_MESSAGE_TYPE_ERROR:
-        converted.type = BusMessage::Error;
-        Q_EMIT replied(converted);
-        break;
-    default:
-        const char *name = nullptr;
-        const char *before = nullptr;
-        const char *after = nullptr;
-        const bool isRead =
-            dbus_message_is_signal(message, "org.freedesktop.DBus", "NameOwnerChanged") != 0
-            && dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
-                                     &before, DBUS_TYPE_STRING, &after, DBUS_TYPE_INVALID)
-                != 0;
-        if (isRead && *name == ':' && *after == '\0') {
-            Q_EMIT left(QString::fromUtf8(name));
+        events.swap(m_events);
+        m_textSize = 0;
+        isLost = std::exchange(m_isLost, false);
+    }
+    for (const Event &event : events) {
+        switch (event.message.type) {
+        case BusMessage::Call:
+            Q_EMIT called(event.time, event.message);
+            break;
+        case BusMessage::Reply:
+        case BusMessage::Error:
+            Q_EMIT replied(event.time, event.message);
+            break;
+        case BusMessage::Signal:
+            Q_EMIT left(event.time, event.message.text);
         }
+    }
+    if (isLost) {
+        Q_EMIT lost();
     }
 }

@@ -102,15 +102,15 @@ void LiveTrace::catchUp()
 void LiveTrace::add(CallsMonitor &monitor)
 {
     m_monitor = &monitor;
-    connect(&monitor, &CallsMonitor::called, this, [this](const BusMessage &message) {
+    connect(&monitor, &CallsMonitor::called, this, [this](qint64 time, const BusMessage &message) {
         const bool isOwnList = message.member == QLatin1String("GetRunningApplications")
             && message.sender == QDBusConnection::sessionBus().baseService();
         if (!isOwnList) {
-            m_recorder.call(now(), message);
+            m_recorder.call(time, message);
         }
     });
     connect(&monitor, &CallsMonitor::replied, this,
-            [this](const BusMessage &message) { m_recorder.reply(now(), message); });
+            [this](qint64 time, const BusMessage &message) { m_recorder.reply(time, message); });
     connect(&monitor, &CallsMonitor::left, this,
-            [this](const QString &connection) { m_recorder.left(now(), connection); });
+            [this](qint64 time, const QString &connection) { m_recorder.left(time, connection); });
 }

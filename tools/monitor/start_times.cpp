@@ -4,7 +4,6 @@
 #include "start_times.h"
 
 #include "calls_monitor.h"
-#include "live_trace.h"
 
 #include "DBus/names_p.h"
 
@@ -57,10 +56,11 @@ void StartTimes::setTask(const QString &type, const QString &name, qint64 micros
 void StartTimes::add(const CallsMonitor &monitor)
 {
     connect(&monitor, &CallsMonitor::called, this,
-            [this](const BusMessage &message) { onCall(message); });
+            [this](qint64 time, const BusMessage &message) { onCall(time, message); });
     connect(&monitor, &CallsMonitor::replied, this,
-            [this](const BusMessage &message) { onReply(message); });
-    connect(&monitor, &CallsMonitor::left, this, [this](const QString &caller) { onLeft(caller); });
+            [this](qint64 time, const BusMessage &message) { onReply(time, message); });
+    connect(&monitor, &CallsMonitor::left, this,
+            [this](qint64 /*time*/, const QString &caller) { onLeft(caller); });
 }
 
 void StartTimes::clear()
@@ -69,11 +69,11 @@ void StartTimes::clear()
     m_waiting.clear();
 }
 
-void StartTimes::onCall(const BusMessage &message)
+void StartTimes::onCall(qint64 time, const BusMessage &message)
 {
     const QString sessions = QStringLiteral(OSTREL_TASK_INVOKER_SESSIONS_PATH);
     const bool isStart = message.member == QLatin1String("Start");
-    Start start{LiveTrace::now(), QString(), message.text};
+    Start start{time, QString(), message.text};
     if (isStart && message.path.startsWith(sessions)) {
         start.taskType = message.path.mid(sessions.size());
     } else if (message.path != QLatin1String(OSTREL_CONTROL_PATH)
@@ -87,7 +87,7 @@ void StartTimes::onCall(const BusMessage &message)
     }
 }
 
-void StartTimes::onReply(const BusMessage &message)
+void StartTimes::onReply(qint64 time, const BusMessage &message)
 {
     const QPair<QString, quint32> key(message.destination, message.replySerial);
     const bool isOfStart = m_waiting.contains(key);
@@ -95,7 +95,7 @@ void StartTimes::onReply(const BusMessage &message)
     if (!isOfStart || message.type != BusMessage::Reply) {
         return;
     }
-    const qint64 took = LiveTrace::now() - begun.time;
+    const qint64 took = time - begun.time;
     if (begun.taskType.isEmpty()) {
         setInstance(message.text, took);
     } else {

@@ -48,8 +48,8 @@ private:
         QString name;
     };
 
-    void onCall(const BusMessage &message);
-    void onReply(const BusMessage &message);
+    void onCall(qint64 time, const BusMessage &message);
+    void onReply(qint64 time, const BusMessage &message);
     void onLeft(const QString &caller);
     void set(const Key &key, qint64 microseconds);
     std::optional<qint64> get(const Key &key) const;
