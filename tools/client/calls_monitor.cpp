@@ -29,6 +29,9 @@ namespace
 constexpr std::size_t mostEvents = 10'000;
 constexpr qint64 mostText = 4'000'000;
 
+// libdbus reads two kilobytes at a time. This is more than a socket holds.
+constexpr int enoughReads = 256;
+
 struct Unreference
 {
     void operator()(DBusMessage *message) const { dbus_message_unref(message); }
@@ -198,7 +201,7 @@ Result<> CallsMonitor::open()
     m_thread.start();
     // What came together with the reply has been read from the socket already.
     const QMutexLocker lock(&m_mutex);
-    readWhatHasCome();
+    readSome();
     return {};
 }
 
@@ -206,7 +209,9 @@ void CallsMonitor::catchUp()
 {
     {
         const QMutexLocker lock(&m_mutex);
-        readWhatHasCome();
+        for (int i = 0; i < enoughReads && m_isConnected && isReadable(m_socket); ++i) {
+            readSome();
+        }
     }
     deliver();
 }
@@ -215,7 +220,7 @@ void CallsMonitor::catchUp()
 void CallsMonitor::read()
 {
     const QMutexLocker lock(&m_mutex);
-    readWhatHasCome();
+    readSome();
     m_notifier->setEnabled(m_isConnected && !isFull());
 }
 
@@ -224,28 +229,26 @@ bool CallsMonitor::isFull() const
     return m_events.size() >= mostEvents || m_textSize >= mostText;
 }
 
-void CallsMonitor::readWhatHasCome()
+void CallsMonitor::readSome()
 {
-    if (!m_isConnected) {
+    if (!m_isConnected || isFull()) {
         return;
     }
     const bool wasEmpty = m_events.empty();
-    do {
-        dbus_connection_read_write(m_connection, 0);
-        while (!isFull()) {
-            const MessagePointer message{dbus_connection_pop_message(m_connection)};
-            if (message == nullptr) {
-                break;
-            }
-            const qint64 time = Stamp::now().monotonic;
-            if (std::optional<BusMessage> converted = toMessage(message.get())) {
-                m_textSize += converted->text.size();
-                m_events.push_back({time, *std::move(converted)});
-            }
+    dbus_connection_read_write(m_connection, 0);
+    while (!isFull()) {
+        const MessagePointer message{dbus_connection_pop_message(m_connection)};
+        if (message == nullptr) {
+            break;
         }
-        m_isConnected = dbus_connection_get_is_connected(m_connection) != 0;
-        m_isLost = !m_isConnected;
-    } while (m_isConnected && !isFull() && isReadable(m_socket));
+        const qint64 time = Stamp::now().monotonic;
+        if (std::optional<BusMessage> converted = toMessage(message.get())) {
+            m_textSize += converted->text.size();
+            m_events.push_back({time, *std::move(converted)});
+        }
+    }
+    m_isConnected = dbus_connection_get_is_connected(m_connection) != 0;
+    m_isLost = !m_isConnected;
     if (m_isLost || (wasEmpty && !m_events.empty())) {
         QMetaObject::invokeMethod(this, &CallsMonitor::deliver, Qt::QueuedConnection);
     }

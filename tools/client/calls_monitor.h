@@ -32,7 +32,7 @@ public:
     // Blocks until the bus has replied. Fails without the right to monitor.
     Result<> open();
 
-    // Emits the signals for what has come already.
+    // Emits the signals for what has come until now.
     void catchUp();
 
 Q_SIGNALS:
@@ -54,7 +54,7 @@ private:
     };
 
     void read();
-    void readWhatHasCome();
+    void readSome();
     void deliver();
     bool isFull() const;
 
