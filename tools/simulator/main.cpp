@@ -67,6 +67,7 @@ int serve(const Options &options, const Catalogue &catalogue, RootFs &rootFs)
     Presence presence(service, options, rootFs.path());
     QObject::connect(&presence, &Presence::lost, QCoreApplication::instance(),
                      [] { QCoreApplication::exit(EXIT_FAILURE); });
+    QObject::connect(&children, &Children::aboutToDie, &presence, &Presence::flush);
     std::optional<ScenarioPlayer> player;
     if (scenario) {
         player.emplace(*scenario,

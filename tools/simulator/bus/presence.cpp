@@ -13,6 +13,7 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusError>
+#include <QtDBus/QDBusMessage>
 
 #include <cstdio>
 
@@ -68,6 +69,15 @@ void Presence::leave()
     }
     m_service.setConnection(QDBusConnection(QString()));
     QDBusConnection::disconnectFromBus(m_connectionName);
+}
+
+void Presence::flush() const
+{
+    constexpr int moment = 10'000;
+    const QDBusMessage ping = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    QDBusConnection(m_connectionName).call(ping, QDBus::Block, moment);
 }
 
 void Presence::onDisconnected()

@@ -24,6 +24,10 @@ public:
     // Closes the connection. The bus replies to whoever waits for a reply.
     void leave();
 
+    // Blocks until what has been sent is on the bus, since QtDBus sends in a thread of its own; or
+    // for a moment, if the bus does not reply.
+    void flush() const;
+
 Q_SIGNALS:
     void lost();
 
