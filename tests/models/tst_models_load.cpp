@@ -224,11 +224,8 @@ void TestModelsLoad::repeatedListsUseNoMoreMemory()
             waitUntil([&] { return services.count() == expected; });
         }
     };
-    change();
-    const MemoryFigures figures;
-    change();
-    figures.print(QString("%1 lists, one after the other").arg(count));
-    QVERIFY(leavesNothingBehind(change, 100000));
+    QVERIFY(
+        leavesNothingBehind(QString("%1 lists, one after the other").arg(count), change, 100000));
 }
 
 OSTREL_TEST_MAIN(TestModelsLoad)

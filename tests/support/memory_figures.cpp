@@ -78,13 +78,15 @@ bool longTests()
     return qEnvironmentVariableIsSet("OSTREL_LONG_TESTS");
 }
 
-bool leavesNothingBehind(const std::function<void()> &run, qint64 bytes)
+bool leavesNothingBehind(const QString &what, const std::function<void()> &run, qint64 bytes)
 {
     run();
     for (int i = 0; i < 20; ++i) {
         const MemoryFigures figures;
         run();
-        if (figures.growth() < bytes) {
+        const qint64 growth = figures.growth();
+        figures.print(what);
+        if (growth < bytes) {
             return true;
         }
     }

@@ -81,8 +81,8 @@ private:
 void TestLoad::repeatedRequestsUseNoMoreMemory() const
 {
     Control control;
-    const auto ask = [&control](int count) {
-        for (int i = 0; i < count; ++i) {
+    const auto ask = [this, &control] {
+        for (int i = 0; i < m_count; ++i) {
             const QString id = QString("none.%1").arg(i);
             const Error error = control.terminate(id);
             if (error.code() != Error::ApplicationNotRunning || !error.message().contains(id)) {
@@ -92,21 +92,16 @@ void TestLoad::repeatedRequestsUseNoMoreMemory() const
         // Handles what the bus has sent meanwhile.
         QCoreApplication::processEvents();
     };
-    // The first calls fill caches.
-    ask(1000);
-    MemoryFigures figures;
-    ask(m_count);
-    const qint64 growth = figures.growth();
-    figures.print(QString("%1 calls of Control, one after the other").arg(m_count));
-    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+    QVERIFY(leavesNothingBehind(QString("%1 calls of Control, one after the other").arg(m_count),
+                                ask, mayStay));
 }
 
 void TestLoad::repeatedReportsUseNoMoreMemory()
 {
     WindowManagement windows;
-    const auto report = [this, &windows](int count) {
+    const auto report = [this, &windows] {
         Sequence *all = nullptr;
-        Sequence sequence(count, [&](int i) {
+        Sequence sequence(m_count, [&](int i) {
             windows.updateWindowStatus(
                 "w", i, 0, 0, this, [&all, i](ApplicationState state, const Error &error) {
                     if (error || quint32(state) != quint32(i)) {
@@ -119,21 +114,18 @@ void TestLoad::repeatedReportsUseNoMoreMemory()
         sequence.run();
         waitUntil([this] { return children().isEmpty(); });
     };
-    report(1000);
-    MemoryFigures figures;
-    report(m_count);
-    const qint64 growth = figures.growth();
-    figures.print(QString("%1 calls of WindowManagement, one after the other").arg(m_count));
-    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+    QVERIFY(leavesNothingBehind(
+        QString("%1 calls of WindowManagement, one after the other").arg(m_count), report,
+        mayStay));
 }
 
 void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
 {
     TaskInvoker invoker(TaskInvoker::SessionBus, "sync");
     QVERIFY(!waitUntilReady(invoker));
-    const auto stop = [&invoker](int count) {
+    const auto stop = [this, &invoker] {
         Sequence *all = nullptr;
-        Sequence sequence(count, [&](int i) {
+        Sequence sequence(m_count, [&](int i) {
             const QString name = QString("none.%1").arg(i);
             invoker.stop(name, [&all, i, name](const Error &error) {
                 if (error.code() != Error::HandlerNotFound || !error.message().contains(name)) {
@@ -146,12 +138,8 @@ void TestLoad::repeatedTaskCallsUseNoMoreMemory() const
         sequence.run();
         waitUntil([&invoker] { return invoker.children().isEmpty(); });
     };
-    stop(1000);
-    MemoryFigures figures;
-    stop(m_count);
-    const qint64 growth = figures.growth();
-    figures.print(QString("%1 calls of TaskInvoker, one after the other").arg(m_count));
-    QVERIFY2(growth < mayStay, qPrintable(QString::number(growth)));
+    QVERIFY(leavesNothingBehind(
+        QString("%1 calls of TaskInvoker, one after the other").arg(m_count), stop, mayStay));
 }
 
 void TestLoad::tenThousandReportsInFlightAreAnswered()
@@ -190,10 +178,7 @@ void TestLoad::tenThousandReportsInFlightAreAnswered()
         QVERIFY(std::is_sorted(order.crbegin(), order.crend()));
         waitUntil([&] { return children().isEmpty(); });
     };
-    const MemoryFigures figures;
-    report();
-    figures.print("10,000 calls of WindowManagement in flight");
-    QVERIFY(leavesNothingBehind(report, mayStay));
+    QVERIFY(leavesNothingBehind("10,000 calls of WindowManagement in flight", report, mayStay));
 }
 
 OSTREL_TEST_MAIN(TestLoad)
