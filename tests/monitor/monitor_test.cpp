@@ -7,6 +7,7 @@
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
+#include <QtDBus/QDBusConnectionInterface>
 
 MonitorTest::MonitorTest()
     : m_simulator(m_bus)
@@ -60,6 +61,16 @@ void MonitorTest::type(const QString &text, Qt::Key after)
 {
     QTest::keyClicks(QApplication::focusWidget(), text);
     QTest::keyClick(QApplication::focusWidget(), after);
+}
+
+void MonitorTest::endService()
+{
+    m_simulator.end();
+    waitUntil([] {
+        const QDBusReply<bool> registered =
+            QDBusConnection::sessionBus().interface()->isServiceRegistered(OSTREL_SERVICE_NAME);
+        return registered.isValid() && !registered;
+    });
 }
 
 void MonitorTest::openWindow()

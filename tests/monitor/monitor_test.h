@@ -33,6 +33,9 @@ protected:
 
     MainWindow &window() { return *m_window; }
 
+    // Returns when the bus has noticed, too.
+    void endService();
+
     void openWindow();
     void closeWindow() { m_window.reset(); }
 

@@ -70,7 +70,7 @@ void TestMonitorConnection::serviceThatIsAwayIsAStateAndComesBack()
 void TestMonitorConnection::serviceThatReplacesAnotherHasItsOwnRows()
 {
     closeWindow();
-    m_simulator.end();
+    endService();
     openWindow();
     window().tables().addTaskType("sync");
     QCOMPARE(window().tables().currentTaskPage()->invoker(), nullptr);

@@ -60,7 +60,7 @@ void TestMonitorDesk::isThereOnlyWhereTheServiceHasADesk()
 void TestMonitorDesk::startsNoService()
 {
     closeWindow();
-    m_simulator.end();
+    endService();
     BusMonitor monitor(m_bus);
     openWindow();
     waitUntil([this] { return dock().isSettled(); });
@@ -109,7 +109,7 @@ void TestMonitorDesk::remembersWhetherTheUserWantsIt()
     // The service need not run meanwhile.
     window().close();
     closeWindow();
-    m_simulator.end();
+    endService();
     openWindow();
     QVERIFY(!dock().isVisible());
     window().close();

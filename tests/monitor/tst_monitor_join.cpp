@@ -97,8 +97,9 @@ void TestMonitorJoin::whatHappensIsInTheTimelineAndInTheLog()
 
 void TestMonitorJoin::whatRanBeforeTheWindowIsInTheTimeline()
 {
-    closeWindow();
     startElsewhere("demo.Viewer");
+    waitForEvent("demo.Viewer.instance_1: state 1");
+    closeWindow();
     openWindow();
     const EventId state = waitForEvent("demo.Viewer.instance_1: state 1");
     QCOMPARE(detailsText(history(), state), QString("goes on, seen: in the list of what runs"));
@@ -169,9 +170,10 @@ void TestMonitorJoin::selectedRowIsSelectedInTheTimelineAndInTheLog()
 void TestMonitorJoin::runningInstanceIsSelectedWhereTheTimelineStands()
 {
     startBoth();
-    // What has begun long ago, and goes on.
-    const qint64 now = history().lastTime();
+    // What has begun before that, and goes on.
     const EventId event = waitForEvent("demo.Player: state 1");
+    waitUntil([&] { return history().lastTime() > history().event(event).time + 10'000; });
+    const qint64 now = history().lastTime();
     timeline().showTimes(now, now + 1000);
     timeline().setFollow(true);
     QVERIFY(history().event(event).time < timeline().scene().scale.begin());
@@ -238,7 +240,7 @@ void TestMonitorJoin::filterLeavesLanesAndRowsThatContainIt()
         return timeline().visibleLanes() == QStringList({"service", "demo.Player"});
     });
     QCOMPARE(rows({ApplicationsTable::InstanceColumn}), QStringList("demo.Player"));
-    QVERIFY(log().model()->rowCount() > 0);
+    waitUntil([this] { return log().model()->rowCount() > 0; });
     for (int row = 0; row < log().model()->rowCount(); ++row) {
         const auto id = log().model()->index(row, 0).data(EventLogModel::IdRole).value<EventId>();
         QVERIFY((textOf(id) + detailsText(history(), id)).contains("player", Qt::CaseInsensitive));
