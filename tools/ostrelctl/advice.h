@@ -10,7 +10,7 @@
 #include <QtDBus/QDBusConnection>
 
 // The user should not wait longer for advice. In milliseconds.
-constexpr int patience = 1000;
+constexpr int patience = 3000;
 
 // What the user can do about an error if there is no bus, or no service on it; null otherwise.
 QString adviceOn(const Ostrel::Error &error, QDBusConnection::BusType busType);
