@@ -20,6 +20,12 @@ using Ostrel::Testing::Process;
 using Ostrel::Testing::Simulator;
 using Ostrel::Testing::waitUntil;
 
+// Returns when all that the service has to send is on the bus. It sends signals after the reply.
+inline void waitUntilAllIsSent(const Simulator &simulator)
+{
+    simulator.desk("RootFs");
+}
+
 // The timeout of a call or of a wait that has none, in milliseconds. CTest ends a test that hangs.
 constexpr int forever = std::numeric_limits<int>::max();
 

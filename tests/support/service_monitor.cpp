@@ -48,10 +48,16 @@ QString textOf(const QJsonObject &message)
     return text.trimmed();
 }
 
+const PrivateBus &afterAllIsSent(const PrivateBus &bus, const Simulator &simulator)
+{
+    waitUntilAllIsSent(simulator);
+    return bus;
+}
+
 } // namespace
 
 ServiceMonitor::ServiceMonitor(const PrivateBus &bus, const Simulator &simulator)
-    : m_monitor(bus)
+    : m_monitor(afterAllIsSent(bus, simulator))
     , m_simulator(simulator)
     , m_service(QDBusConnection::sessionBus().interface()->serviceOwner(OSTREL_SERVICE_NAME))
 {

@@ -9,7 +9,8 @@
 
 #include <QtCore/QStringList>
 
-// Watches what the service sends: its signals, and its replies to this process on the session bus.
+// Watches what the service sends from now on: its signals, and its replies to this process on the
+// session bus.
 class ServiceMonitor
 {
 public:

@@ -159,8 +159,14 @@ void TestTestingErrors::limitIsOurs()
     Process &user = *m_users[QTest::currentDataTag()];
     QVERIFY(user.waitForEnd() != 0);
     const QString output = QString::fromUtf8(user.readAllStandardOutput());
-    QVERIFY2(output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), message)),
-             qPrintable(output + user.readAllStandardError()));
+    const auto says = [&output](const QString &text) {
+        return output.contains(QString("User::%1() %2").arg(QTest::currentDataTag(), text));
+    };
+    // The simulator may be late for the last question, which cannot wait long.
+    static const QRegularExpression received("These calls came: .*");
+    const QString withoutCalls =
+        QString(message).replace(received, "The simulator does not reply.");
+    QVERIFY2(says(message) || says(withoutCalls), qPrintable(output + user.readAllStandardError()));
 }
 
 void TestTestingErrors::missingProgramIsNamed_data()

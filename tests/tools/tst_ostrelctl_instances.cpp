@@ -123,7 +123,7 @@ void TestOstrelctlInstances::terminateWaitsAMomentForItsHint()
     const Faults list = m_simulator.faults(OSTREL_CONTROL_INTERFACE, "GetRunningApplications");
     list.ignoreNext();
     list.ignoreNext();
-    Process longer(OSTRELCTL, {"ps", "--timeout", "20"});
+    Process longer(OSTRELCTL, {"ps", "--timeout", "2147483"});
     longer.start();
     list.waitForCalls(1);
     const Result result = ostrelctl("terminate a.b");

@@ -72,6 +72,9 @@ void TestOstrelctlTraceLimits::fullDiskEndsTheTrace()
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start();
     QCOMPARE(process.readLine(), "recording to " + path() + "; Ctrl-C ends it");
+    emitSignal("SelectedByOom", {"17"});
+    // Signals and calls come on two connections. Calls alone could reach the limit.
+    waitFor(R"({"args":{"processId":"17"})");
     while (process.state() == QProcess::Running) {
         emitSignal("SelectedByOom", {"17"});
         process.waitForReadyRead(1);

@@ -3,6 +3,7 @@
 
 #include "busctl.h"
 #include "control_calls.h"
+#include "process_handle.h"
 #include "quiet_test.h"
 #include "service_monitor.h"
 
@@ -10,7 +11,6 @@
 
 #include <Ostrel/Testing/Main>
 
-#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusObjectPath>
 
@@ -171,10 +171,11 @@ void TestSimulatorDesk::emitManySendsAHundredThousand()
 void TestSimulatorDesk::oomKillsTheProcess()
 {
     const int pid = startApplication("demo.Stubborn").value("Pid").toInt();
+    const ProcessHandle process(pid);
     ServiceMonitor monitor(m_bus, m_simulator);
     const QDBusMessage answer = m_simulator.desk("KillByOom", {"demo.Stubborn.instance_1"});
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
-    QVERIFY(!QFileInfo::exists(QString("/proc/%1").arg(pid)));
+    QVERIFY(!process.exists());
     QCOMPARE(monitor.texts(),
              (QStringList{
                  QString("SelectedByOom s %1").arg(pid),

@@ -203,11 +203,12 @@ void TestSimulatorPlayback::callWhileTheServiceWasAwayIsNotWaitedFor()
 // service is away.
 void TestSimulatorPlayback::restartsOfTwoCallsComeOneAfterTheOther()
 {
-    play({windowCall("b", 1000, 0, state(12)), oom(400'000, "late"),
-          serviceMoment(401'000, "service not available"),
-          serviceMoment(411'000, "service available"), oom(412'000, "last"),
-          windowCall("a", 500'000, 0, state(11)), serviceMoment(500'001, "service not available"),
-          serviceMoment(1'500'000, "service available")});
+    play({windowCall("b", 1000, 0, state(12)), oom(1'400'000, "late"),
+          serviceMoment(1'401'000, "service not available"),
+          serviceMoment(1'411'000, "service available"), oom(1'412'000, "last"),
+          windowCall("a", 1'500'000, 0, state(11)),
+          serviceMoment(1'500'001, "service not available"),
+          serviceMoment(3'500'000, "service available")});
     const Ostrel::Control control;
     const ControlEvents events(control);
     Ostrel::WindowManagement windows;

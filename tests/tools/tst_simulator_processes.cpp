@@ -207,7 +207,8 @@ void TestSimulatorProcesses::endOfTheBusEndsThePrograms()
     // The calls stay on their bus; this one is only for the simulator.
     PrivateBus other;
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
-    Simulator simulator(other, {"--catalogue", inFolder("catalogue.json")});
+    Simulator simulator(other,
+                        {"--catalogue", inFolder("catalogue.json"), "--kill-after", "600000"});
     simulator.start();
     const Result started = busctl(other,
                                   {"call", OSTREL_SERVICE_NAME, OSTREL_CONTROL_PATH,

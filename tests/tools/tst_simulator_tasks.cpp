@@ -179,16 +179,21 @@ void TestSimulatorTasks::changesAreSentAfterTheReply()
 {
     registered("maintenance");
     BusMonitor monitor(m_bus);
+    const auto messagesUntil = [&monitor](const QString &member) {
+        return monitor.messagesUntil(
+            [&member](const QJsonObject &message) { return message.value("member") == member; });
+    };
     start("cleanup 0 0");
+    QVector<QJsonObject> messages = messagesUntil("PropertiesChanged");
     // The start fails, and changes nothing.
     start("cleanup 0 0");
     busctl(QString("call %1 %2 Stop s cleanup").arg(pathOf("maintenance"), session));
+    messages += messagesUntil("PropertiesChanged");
     busctl("call /end a.b End");
+    messages += messagesUntil("End");
 
     QStringList order;
-    const QVector<QJsonObject> messages = monitor.messagesUntil(
-        [](const QJsonObject &message) { return message.value("member") == "End"; });
-    for (const QJsonObject &message : messages) {
+    for (const QJsonObject &message : qAsConst(messages)) {
         const QJsonValue payload = message.value("payload");
         const QString member = message.value("member").toString();
         if (member == "Start" || member == "Stop") {

@@ -40,7 +40,7 @@ QVariantMap descriptors(int count)
     return {{"key", list}};
 }
 
-// dbus-daemon with the limits that are built into it.
+// dbus-daemon with the limits that are built into it, but for that of the time to connect.
 std::unique_ptr<BusProcess> daemonAt(const QString &address, const QTemporaryDir &folder,
                                      const QString &busType)
 {
@@ -54,7 +54,8 @@ std::unique_ptr<BusProcess> daemonAt(const QString &address, const QTemporaryDir
                                       "<policy context=\"default\">"
                                       "<allow send_destination=\"*\"/>"
                                       "<allow receive_sender=\"*\"/>"
-                                      "</policy>");
+                                      "</policy>"
+                                      "<limit name=\"auth_timeout\">1000000000</limit>");
 }
 
 } // namespace

@@ -151,8 +151,11 @@ Outcome tryOperation(Rig &rig, const Fault &fault, const Operation &operation)
         if (fault.arrange) {
             fault.arrange(rig, operation);
         }
+        // Only what is tried has a timeout.
+        setServiceTimeout(fault.timeout.value_or(forever));
         action();
         rig.settle();
+        setServiceTimeout(forever);
         if (fault.after) {
             fault.after(rig, operation);
             rig.settle();
@@ -197,9 +200,6 @@ int tryApart(const QString &fault, const QStringList &columnNames)
         session.emplace();
     }
     Rig rig(tried.place == Fault::OwnProcessWithoutBus ? Rig::NoBus : kindOf(first.bus), first.bus);
-    if (tried.timeout) {
-        setServiceTimeout(*tried.timeout);
-    }
     for (const QString &column : columnNames) {
         const Outcome outcome = tryOperation(rig, tried, columnNamed(column).operation);
         printLine(outcome.mark);
