@@ -74,7 +74,7 @@ void Process::setupChildProcess()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // A shell has programs in the background ignore it.
-    ::signal(SIGINT, SIG_DFL);
+    static_cast<void>(::signal(SIGINT, SIG_DFL));
     if (getppid() != m_parent) {
         _exit(EXIT_FAILURE); // It has ended before the line above.
     }
