@@ -159,6 +159,7 @@ void TestSimulatorTaskProcesses::stopKillsStubbornTasks()
     waitUntilReady(invoker);
     Events events;
     invoker.start("stubborn", {}, {}, events.started());
+    events.waitFor(1);
     waitUntilWritten("\n");
     roundTrip(invoker);
     const ProcessHandle process(invoker.activeTasks().constFirst().pid);
