@@ -74,8 +74,8 @@ void TestMonitorPictures::act()
     startElsewhere("demo.Clock");
     setState("demo.Player", 4);
     startElsewhere("demo.Viewer");
-    setState("demo.Clock.instance_1", 3);
     setState("demo.Viewer.instance_2", 3);
+    setState("demo.Clock.instance_1", 3);
     Process task(OSTRELCTL, {"task", "start", "sync", "photos"});
     task.start();
     waitUntil([&task] { return task.state() == QProcess::NotRunning; });
@@ -84,11 +84,8 @@ void TestMonitorPictures::act()
     pass(500);
     setState("demo.Player", 1);
     setState("demo.Viewer.instance_1", 1);
-    Process end(OSTRELCTL, {"terminate", "demo.Clock.instance_1"});
-    end.start();
-    waitUntil([&end] { return end.state() == QProcess::NotRunning; });
-    startElsewhere("demo.Clock");
-    waitForEvent("demo.Clock.instance_2: state 1");
+    // As the service has it in its list.
+    setState("demo.Clock.instance_1", 1);
     pass(500);
 }
 
