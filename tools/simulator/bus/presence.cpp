@@ -73,11 +73,11 @@ void Presence::leave()
 
 void Presence::flush() const
 {
-    constexpr int moment = 10'000;
+    constexpr int patience = 10'000;
     const QDBusMessage ping = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
-    QDBusConnection(m_connectionName).call(ping, QDBus::Block, moment);
+    QDBusConnection(m_connectionName).call(ping, QDBus::Block, patience);
 }
 
 void Presence::onDisconnected()

@@ -25,7 +25,7 @@ public:
     void leave();
 
     // Blocks until what has been sent is on the bus, since QtDBus sends in a thread of its own; or
-    // for a moment, if the bus does not reply.
+    // for ten seconds, if the bus does not reply.
     void flush() const;
 
 Q_SIGNALS:
